@@ -1,0 +1,64 @@
+// Memory manager: every allocation of the library passes through one.
+//
+// At debug level 0 a call is a thin pass to the allocator. Above 0 each block is listed, numbered and fenced by two
+// guards of 8 bytes, so that overwrites, foreign pointers and leaks are found and reported with file and line.
+// Invariant at level > 0: `curusage` is the sum of the sizes in the list. One manager is used by one thread at a time
+// unless it was made with the multithread flag.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <pthread.h>
+
+namespace tvn {
+
+using malloc_fn = void* (*)(void* usrptr, size_t size);
+using free_fn = void (*)(void* usrptr, void* block);
+
+struct memblock; // record of one listed block, kept apart from its memory
+
+struct memman {
+  char begguard[8];                 // "begin", overwritten only by a stray write
+  char name[24];                    // labels the report lines
+  void* usrptr;                     // handed to the allocator functions
+  malloc_fn mallocfn;
+  free_fn freefn;
+  void (*exitfn)(void* handle);     // called by TVN_memman_delete, may be null
+  void* exithandle;
+  void (*echofn)(void* handle, const char* text); // report lines beside the echo file, may be null
+  void* echohandle;
+  void (*stopfn)(void* handle, const char* file, int line, const char* msg); // fatal faults, null: abort
+  void* stophandle;
+  int32_t prlev;                    // print level: what reaches the echo function
+  uint64_t nextnumber;              // number of the next block
+  memblock* first;                  // newest block
+  bool multithread;
+  pthread_mutex_t mutex;
+  int32_t dbglevel;
+  size_t maxusage, curusage;        // bytes, only kept at level > 0
+  uint64_t numrequests;             // allocations asked for since make, at any level
+  FILE* echofile;                   // memory debug file or null
+  char endguard[8];                 // "end"
+};
+
+memman* TVN_memman_make(const char* file, int line, int32_t dbglevel, bool multithread, void* usrptr, malloc_fn mallocfn,
+                        free_fn freefn);
+// Scans, reports the blocks left and frees them with the manager; returns their number. *mman becomes null.
+size_t TVN_memman_delete(const char* file, int line, memman** mman);
+
+// Null on a size of zero and when the allocator has no more; the caller tells the two apart by the size.
+void* TVN_memman_malloc(memman& m, size_t size, const char* file, int line);
+void* TVN_memman_calloc(memman& m, size_t num, size_t size, const char* file, int line);
+void* TVN_memman_realloc(memman& m, void* ptr, size_t oldsize, size_t size, const char* file, int line);
+char* TVN_memman_strdup(memman& m, const char* text, const char* file, int line);
+void TVN_memman_free(memman& m, void* ptr, const char* file, int line);
+
+// Checks the guards of all listed blocks; returns the number of faults, each reported.
+size_t TVN_memman_scanmem(memman& m, const char* file, int line);
+// False when there is no information (debug level 0); then both are 0.
+bool TVN_memman_getmemusage(memman& m, size_t& maxused, size_t& current);
+bool TVN_memman_openfile(memman& m, const char* filename, const char* title);
+void TVN_memman_echo(memman& m, const char* text);
+
+} // namespace tvn

@@ -1,0 +1,225 @@
+// Elimination with one pivot, and what happens when the storage is exhausted on the way.
+//
+// The pivot row leaves the active rows and becomes a row of U; the pivot column becomes a column of L with multipliers
+// -a/pivot; every row that it met is updated, fill-in goes to the ends of row and column. Cost: the elements of the
+// updated rows plus the fill. Invariant between steps: an active element stands in its row and its column, and the two
+// know each other, so that a compression may move both at any point where room is asked for; positions are not held
+// over such a point.
+//
+// When room for an element is not to be had, the run goes on for the sizes only: L is dropped first, then U, and rows
+// are released once they are pivoted. The counts then tell how much storage a second attempt needs.
+#include "lu/luint.h"
+
+#include <cmath>
+
+namespace tvn {
+namespace {
+
+void drop_l(lu& f) {
+  f.runsdropl = true;
+  f.lubot = f.wsze;
+  f.numl = 0;
+  f.numetas = 0;
+}
+
+void drop_u(lu& f) {
+  f.runsdropu = true;
+  const auto release = [&](int32_t from, int32_t to) {
+    for (int32_t k = from; k < to; k++) f.rlen[f.prow[k]] = f.rcap[f.prow[k]] = 0;
+  };
+  release(0, f.stpf);
+  release(f.nrow - f.stpb, f.nrow);
+}
+
+// Gives up L, then U as well, and compresses. False when there is nothing left to give up.
+bool release_factor(lu& f) {
+  if (f.runsdropl && f.runsdropu) return false;
+  if (f.runsdropl)
+    drop_u(f);
+  else
+    drop_l(f);
+  lu_compress(f);
+  return true;
+}
+
+template <class Request> lu_code with_room(lu& f, Request request) {
+  for (;;) {
+    const lu_code code = request();
+    if (code != lu_code::no_storage || !release_factor(f)) return code;
+  }
+}
+
+// Takes the pivot row out of the columns; its values stand in a.dense, its columns in a.collist with marks 1.
+double open_pivot_row(lu& f, lu_active& a, const lu_pivot& piv, int32_t& num) {
+  const int32_t b = f.rbeg[piv.i], e = b + f.rlen[piv.i];
+  double pivot = 0.0;
+  int32_t place = b;
+  num = 0;
+  for (int32_t q = b; q < e; q++) {
+    const int32_t j = f.rcol[q];
+    lu_cutfromcol(f, j, f.rpos[q]);
+    if (j == piv.j) {
+      pivot = f.rval[q];
+      place = q;
+      continue;
+    }
+    a.dense[j] = f.rval[q];
+    a.mark[j] = 1;
+    a.colmax[j] = -1.0;
+    a.collist[num++] = j;
+  }
+  f.rval[place] = f.rval[e - 1];
+  f.rcol[place] = f.rcol[e - 1];
+  f.rlen[piv.i]--;
+  return pivot;
+}
+
+// Takes the pivot column out of its rows: a.rowlist and f.lwork get rows and multipliers.
+int32_t open_pivot_column(lu& f, lu_active& a, int32_t j, double pivot) {
+  const int32_t num = f.clen[j];
+  int32_t n = 0;
+  for (int32_t p = f.cbeg[j], e = p + num; p < e; p++) {
+    const int32_t r = f.crow[p], q = f.cpos[p];
+    a.rowlist[n] = r;
+    f.lwork[n++] = f.rval[q] / pivot;
+    lu_cutfromrow(f, r, q);
+    a.rowmax[r] = -1.0;
+  }
+  f.clen[j] = 0;
+  return num;
+}
+
+void store_l(lu& f, const lu_active& a, int32_t i, int32_t num) {
+  f.lcount += num;
+  if (f.runsdropl) return;
+  if (f.lubot - num < f.urowfree && !(TVN_lu_garcol(f) && f.lubot - num >= f.urowfree)) {
+    drop_l(f);
+    lu_compress(f);
+    return;
+  }
+  f.lubot -= num;
+  f.lbeg[i] = f.lubot;
+  f.llen[i] = num;
+  f.lorder[f.numl++] = i;
+  for (int32_t n = 0; n < num; n++) {
+    f.rcol[f.lubot + n] = a.rowlist[n];
+    f.rval[f.lubot + n] = -f.lwork[n];
+  }
+}
+
+// Adds -l times the pivot row to the elements that row r has already. An element that vanishes leaves both stores.
+// Marks of met columns become base + 1; returns their number.
+int32_t update_present(lu& f, const lu_active& a, int32_t r, double l, int32_t base) {
+  int32_t met = 0;
+  const int32_t b = f.rbeg[r];
+  for (int32_t q = b; q < b + f.rlen[r];) {
+    const int32_t j = f.rcol[q];
+    if (a.mark[j] != base) {
+      q++;
+      continue;
+    }
+    a.mark[j] = base + 1;
+    met++;
+    const double v = f.rval[q] - l * a.dense[j];
+    if (std::fabs(v) > f.tolzero) {
+      f.rval[q++] = v;
+      continue;
+    }
+    const int32_t p = f.rpos[q];
+    lu_cutfromrow(f, r, q);
+    const int32_t last = f.cbeg[j] + --f.clen[j];
+    if (p != last) {
+      f.crow[p] = f.crow[last];
+      f.cpos[p] = f.cpos[last];
+      f.rpos[f.cpos[p]] = p;
+    }
+  }
+  return met;
+}
+
+// Fill-in of row r in the columns that update_present did not meet; resets the marks to base.
+lu_code insert_fill(lu& f, const lu_active& a, int32_t r, double l, int32_t num, int32_t met, int32_t base) {
+  const int32_t want = f.rlen[r] + num - met;
+  lu_code code = lu_code::done;
+  if (want > f.rcap[r]) code = with_room(f, [&] { return TVN_lu_resizerow(f, r, want); });
+  for (int32_t n = 0; n < num; n++) {
+    const int32_t j = a.collist[n];
+    if (a.mark[j] != base) {
+      a.mark[j] = base;
+      continue;
+    }
+    const double v = -l * a.dense[j];
+    if (code != lu_code::done || !(std::fabs(v) > f.tolzero)) continue;
+    // A compression gives back the head-room of both, so ask until both have some: compressions are counted.
+    while (code == lu_code::done && (f.clen[j] == f.ccap[j] || f.rlen[r] == f.rcap[r]))
+      code = with_room(f, [&] {
+        return f.clen[j] == f.ccap[j] ? TVN_lu_resizecol(f, j, f.clen[j] + 1)
+                                      : TVN_lu_resizerow(f, r, f.rlen[r] + 1);
+      });
+    if (code != lu_code::done) continue;
+    const int32_t q = f.rbeg[r] + f.rlen[r]++, p = f.cbeg[j] + f.clen[j]++;
+    f.rval[q] = v;
+    f.rcol[q] = j;
+    f.rpos[q] = p;
+    f.crow[p] = r;
+    f.cpos[p] = q;
+  }
+  return code;
+}
+
+lu_code update_rows(lu& f, const lu_active& a, int32_t numrow, int32_t numcol) {
+  lu_code code = lu_code::done;
+  int32_t base = 1;
+  int64_t work = 0;
+  for (int32_t n = 0; n < numrow && code == lu_code::done; n++) {
+    const int32_t r = a.rowlist[n];
+    const double l = f.lwork[n];
+    work += f.rlen[r] + numcol;
+    const int32_t met = update_present(f, a, r, l, base);
+    if (met == numcol)
+      base++; // all marks stand at base + 1 already
+    else
+      code = insert_fill(f, a, r, l, numcol, met, base);
+  }
+  f.work[lt_eliminate] += work;
+  return code;
+}
+
+void requeue(pq& q, int32_t e, int32_t count) {
+  if (count == 0)
+    TVN_pq_remove(q, e);
+  else if (TVN_pq_get(q, e) != count)
+    TVN_pq_putp(q, e, count);
+}
+
+} // namespace
+
+lu_code TVN_lu_dopivot(lu& f, lu_active& a, const lu_pivot& piv) {
+  f.sumcount += static_cast<double>(f.clen[piv.j] - 1) * (f.rlen[piv.i] - 1);
+  int32_t numcol = 0;
+  const double pivot = open_pivot_row(f, a, piv, numcol);
+  const int32_t numrow = open_pivot_column(f, a, piv.j, pivot);
+  TVN_lu_apivot(f, piv.i, piv.j, pivot, piv.front);
+  TVN_pq_remove(a.rowq, piv.i);
+  TVN_pq_remove(a.colq, piv.j);
+  lu_code code = TVN_lu_resizecol(f, piv.j, 0);
+  f.ucount += numcol;
+  if (numrow > 0) store_l(f, a, piv.i, numrow);
+  if (f.runsdropu) {
+    f.rlen[piv.i] = 0;
+    code = TVN_lu_resizerow(f, piv.i, 0);
+  }
+  f.work[lt_eliminate] += numcol + numrow;
+  if (numcol > 0 && numrow > 0) code = update_rows(f, a, numrow, numcol);
+
+  for (int32_t n = 0; n < numcol; n++) {
+    const int32_t j = a.collist[n];
+    a.mark[j] = 0;
+    a.dense[j] = 0.0;
+    requeue(a.colq, j, f.clen[j]);
+  }
+  for (int32_t n = 0; n < numrow; n++) requeue(a.rowq, a.rowlist[n], f.rlen[a.rowlist[n]]);
+  return code;
+}
+
+} // namespace tvn

@@ -1,0 +1,176 @@
+// Factorisation of a basis: set-up, pivot loop, finish; and the completion of a singular one.
+//
+// On success the object is factored: rows of U in pivot order at the front of the row store, columns of U in the same
+// order at the front of the column store, L by columns at the top of the one and by rows at the top of the other. With
+// rank < nrow it stays in the factoring state, which TVN_lu_insart expects. Nothing is allocated.
+#include "lu/luint.h"
+
+#include <cinttypes>
+
+namespace tvn {
+namespace {
+
+constexpr const char* label = "src/lu/lufac";
+constexpr int64_t reportstep = 100000; // units of search and elimination between two reports
+
+int32_t report(const lu& f, int32_t code, int32_t pivots) {
+  return f.progress ? f.progress(f.progresshandle, code, pivots) : 0;
+}
+
+bool is_complete(const lu& f) { return f.stpf + f.stpb == f.nrow; }
+
+// Queues over the active rows and columns. The first ncol integers are the marks; lists follow the queues.
+void make_active(lu& f, std::span<int32_t> iwork, std::span<double> rwork, lu_active& a) {
+  const auto n = static_cast<size_t>(f.ncol), m = static_cast<size_t>(f.nrow);
+  a.mark = iwork.data();
+  a.collist = a.mark + n;
+  a.rowlist = a.collist + n;
+  std::span<int32_t> rest = iwork.subspan(2 * n + m);
+  const auto rowspace = static_cast<size_t>(TVN_pq_space(f.nrow, f.ncol));
+  const bool fits = TVN_pq_setup(a.rowq, *f.sys, f.nrow, f.ncol, rest.first(rowspace)) &&
+                    TVN_pq_setup(a.colq, *f.sys, f.ncol, f.nrow, rest.subspan(rowspace));
+  TVN_ASSERT(f.sys, label, fits);
+  a.rowmax = rwork.data();
+  a.colmax = a.rowmax + m;
+  a.dense = a.colmax + n;
+  std::fill_n(a.mark, n, 0);
+  std::fill_n(a.rowmax, m, -1.0);
+  std::fill_n(a.colmax, n, -1.0);
+  std::fill_n(a.dense, n, 0.0);
+  for (int32_t k = f.stpf; k < f.nrow - f.stpb; k++)
+    if (const int32_t i = f.prow[k]; f.rlen[i] > 0) TVN_pq_putp(a.rowq, i, f.rlen[i]);
+  for (int32_t j = 0; j < f.ncol; j++)
+    if (f.clen[j] > 0) TVN_pq_putp(a.colq, j, f.clen[j]);
+  f.work[lt_queues] += f.ncol;
+}
+
+lu_code pivot_loop(lu& f, lu_active& a) {
+  int64_t nextreport = reportstep;
+  while (!is_complete(f)) {
+    const int64_t work = f.work[lt_eliminate] + f.work[lt_search];
+    if (f.maxwork >= 0 && work > f.maxwork) return lu_code::work_limit;
+    if (work >= nextreport) {
+      nextreport = work + reportstep;
+      if (report(f, 2, f.stpf + f.stpb) != 0) return lu_code::stopped;
+    }
+    const lu_pivot piv = TVN_lu_choosepiv(f, a);
+    if (piv.i == f.nrow) return lu_code::done;
+    if (const lu_code code = TVN_lu_dopivot(f, a, piv); code != lu_code::done) return code;
+  }
+  return lu_code::done;
+}
+
+lu_code factor_active(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
+  if (is_complete(f)) {
+    f.numtriangular++;
+    return lu_code::done;
+  }
+  if (const lu_code code = TVN_lu_buildcoldbg(f, f.stpf, f.nrow - f.stpb); code != lu_code::done) return code;
+  lu_active a;
+  make_active(f, iwork, rwork, a);
+  const lu_code code = pivot_loop(f, a);
+  if (code == lu_code::done) lu_gather(f, [](int32_t, int32_t) { return true; });
+  return code;
+}
+
+// L by rows at the top of the column store, in the order of the row index.
+void transpose_l(lu& f) {
+  std::fill_n(f.ltlen.data(), f.nrow, 0);
+  for (int32_t q = f.lbegin; q < f.wsze; q++) f.ltlen[f.rcol[q]]++;
+  int32_t pos = f.lbegin;
+  for (int32_t i = 0; i < f.nrow; i++) {
+    f.ltbeg[i] = pos;
+    pos += f.ltlen[i];
+    f.ltlen[i] = 0;
+  }
+  for (int32_t k = 0; k < f.numl; k++) {
+    const int32_t r = f.lorder[k];
+    for (int32_t q = f.lbeg[r], e = q + f.llen[r]; q < e; q++) {
+      const int32_t i = f.rcol[q], p = f.ltbeg[i] + f.ltlen[i]++;
+      f.crow[p] = r;
+      f.cval[p] = f.rval[q];
+    }
+  }
+}
+
+// From rows in pivot order to the factored state.
+lu_code finish(lu& f) {
+  TVN_ASSERT(f.sys, label, f.rank == f.nrow);
+  f.state = lu_factored;
+  f.numetas = 0;
+  f.lbegin = f.lubot;
+  f.etabeg[0] = f.lbegin;
+  f.uend = f.nrow;
+  f.unz = 0;
+  for (int32_t k = 0; k < f.nrow; k++) {
+    const int32_t i = f.prow[k];
+    f.uorder[k] = i;
+    f.uplace[i] = k;
+    f.unz += f.rlen[i];
+  }
+  TVN_lu_initupdate(f);
+  transpose_l(f);
+  f.work[lt_finish] += f.unz + f.wsze - f.lubot + f.nrow;
+  TVN_lu_resetufre(f);
+  if (TVN_lu_buildcoldbg(f, 0, f.uend) != lu_code::done) {
+    f.incwsze = true;
+    f.state = lu_unusable;
+    return lu_code::no_storage;
+  }
+  f.lastmethod = f.pivotmethod;
+  f.lastlfill = f.lcount;
+  f.lastufill = f.ucount;
+#if TVN_CHECK_LEVEL >= 2
+  lu_audit(f, label, __LINE__);
+#endif
+  return lu_code::done;
+}
+
+lu_code factor_steps(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
+  lu_code code = lu_setup(f, iwork, rwork);
+  if (code == lu_code::done) code = factor_active(f, iwork, rwork);
+  f.rank = f.stpf + f.stpb;
+  if (code == lu_code::done && ((f.runsdropl && !f.dropl) || (f.runsdropu && !f.dropu))) code = lu_code::no_storage;
+  if (code == lu_code::no_storage || code == lu_code::column_refused) f.incwsze = true;
+  if (code != lu_code::done || f.rank < f.nrow || f.nrow < f.ncol || f.dropl || f.dropu) return code;
+  return finish(f);
+}
+
+} // namespace
+
+void TVN_lu_getfactorspace(int32_t nrow, int32_t ncol, int64_t& isize, int64_t& rsize) {
+  isize = 5 * int64_t{nrow} + 6 * int64_t{ncol} + 2;
+  rsize = int64_t{nrow} + 2 * int64_t{ncol};
+}
+
+lu_code TVN_lu_factor(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
+  TVN_ASSERT(f.sys, label, f.state == lu_initialised);
+  int64_t isize = 0, rsize = 0;
+  TVN_lu_getfactorspace(f.nrow, f.ncol, isize, rsize);
+  if (static_cast<int64_t>(iwork.size()) < isize) return lu_code::short_int_work;
+  if (static_cast<int64_t>(rwork.size()) < rsize) return lu_code::short_real_work;
+  if (report(f, 0, 0) != 0) return lu_code::stopped;
+  const lu_code code = factor_steps(f, iwork, rwork);
+  if (report(f, 3, f.rank) != 0 && code == lu_code::done) return lu_code::stopped;
+  return code;
+}
+
+lu_code TVN_lu_insart(lu& f, std::span<int32_t> colmap, std::span<int32_t>, double value) {
+  TVN_ASSERT(f.sys, label, f.state == lu_factoring && f.rank < f.nrow && f.nrow == f.ncol);
+  std::fill_n(colmap.begin(), f.ncol, f.nrow);
+  // The gather puts the rows in pivot order; unpivoted rows keep nothing, since all their columns lack a pivot.
+  const int32_t none = f.nrow;
+  const int32_t* pivrow = f.colpivrow.data();
+  lu_gather(f, [=](int32_t, int32_t j) { return pivrow[j] != none; });
+  int32_t j = 0;
+  for (int32_t i = 0; i < f.nrow; i++) {
+    if (f.rowpivcol[i] != f.ncol) continue;
+    while (f.colpivrow[j] != f.nrow) j++;
+    colmap[j] = i;
+    TVN_lu_apivot(f, i, j, value, true);
+  }
+  f.rank = f.stpf + f.stpb;
+  return finish(f);
+}
+
+} // namespace tvn

@@ -1,0 +1,174 @@
+// Forward solves B y = x: L by columns, row etas in the order of creation, U by columns (dense form: by rows).
+//
+// The sparse forms run along the nonzeros of the right-hand side; see lusolve.h for the choice between the search and
+// the full pass. A result list holds each position that may be nonzero exactly once.
+#include "lu/lusolve.h"
+
+#include <cmath>
+
+namespace tvn {
+namespace {
+
+constexpr const char* label = "src/lu/lufslv";
+
+// x -= v * column, where the column lies at [b, e) of the column store.
+inline void subtract_column(double* __restrict x, double v, const int32_t* __restrict row, const double* __restrict val,
+                            int32_t b, int32_t e) {
+  for (int32_t p = b; p < e; p++) x[row[p]] -= v * val[p];
+}
+
+inline void add_lcol(double* __restrict x, double t, const int32_t* __restrict row, const double* __restrict val,
+                     int32_t b, int32_t e) {
+  for (int32_t q = b; q < e; q++) x[row[q]] += t * val[q];
+}
+
+inline double dot(const double* __restrict x, const int32_t* __restrict ind, const double* __restrict val, int32_t b,
+                  int32_t e) {
+  double s0 = 0.0, s1 = 0.0;
+  int32_t q = b;
+  for (; q + 1 < e; q += 2) {
+    s0 += val[q] * x[ind[q]];
+    s1 += val[q + 1] * x[ind[q + 1]];
+  }
+  if (q < e) s0 += val[q] * x[ind[q]];
+  return s0 + s1;
+}
+
+int64_t solve_l_full(const lu& f, double* x) {
+  int64_t work = f.numl;
+  for (int32_t k = 0; k < f.numl; k++) {
+    const int32_t r = f.lorder[k];
+    if (x[r] == 0.0) continue;
+    add_lcol(x, x[r], f.rcol.data(), f.rval.data(), f.lbeg[r], f.lbeg[r] + f.llen[r]);
+    work += f.llen[r];
+  }
+  return work;
+}
+
+void solve_l_sparse(lu& f, spvec& x) {
+  const int32_t* lbeg = f.lbeg.data();
+  const int32_t* llen = f.llen.data();
+  const lu_reach s = reach(
+      f, x.idx.data(), x.count, f.rcol.data(), [=](int32_t r) { return lbeg[r]; }, [=](int32_t r) { return llen[r]; });
+  f.work[lt_symbolic] += s.visited;
+  if (!s.complete) {
+    f.work[lt_fdense] += solve_l_full(f, x.val.data()) + f.nrow;
+    relist(x, f.nrow);
+    return;
+  }
+  double* __restrict val = x.val.data();
+  int32_t count = 0;
+  for (int32_t k = s.count - 1; k >= 0; k--) {
+    const int32_t r = f.topo[k];
+    f.mark[r] = 0;
+    if (val[r] == 0.0) continue;
+    x.idx[count++] = r;
+    if (llen[r] > 0) add_lcol(val, val[r], f.rcol.data(), f.rval.data(), lbeg[r], lbeg[r] + llen[r]);
+  }
+  x.count = count;
+  f.work[lt_fsparse] += s.visited + s.count;
+}
+
+// Every listed value is nonzero on entry. A row that an eta fills in is marked, so that it is listed once even when a
+// later eta cancels and another one refills it.
+void solve_etas(lu& f, spvec& x) {
+  double* val = x.val.data();
+  int32_t numtouched = 0;
+  for (int32_t k = 0; k < f.numetas; k++) {
+    const double s = dot(val, f.rcol.data(), f.rval.data(), f.etabeg[k + 1], f.etabeg[k]);
+    if (s == 0.0) continue;
+    const int32_t p = f.etarow[k];
+    if (f.mark[p] == 0) {
+      if (val[p] == 0.0) x.idx[x.count++] = p;
+      f.mark[p] = 1;
+      f.topo[numtouched++] = p;
+    }
+    val[p] += s;
+  }
+  for (int32_t t = 0; t < numtouched; t++) f.mark[f.topo[t]] = 0;
+  f.work[lt_etas] += f.etabeg[0] - f.etabeg[f.numetas] + f.numetas;
+}
+
+// One row of U: takes x[r], gives the value of its column.
+inline void eliminate_row(lu& f, double* __restrict x, int32_t r, spvec& y, double tol1, double tol2, int64_t& work) {
+  double t = x[r];
+  x[r] = 0.0;
+  if (!(std::fabs(t) > tol1)) return;
+  t /= f.diag[r];
+  if (!(std::fabs(t) > tol2)) return;
+  const int32_t j = f.rowpivcol[r], b = f.cbeg[j], n = f.clen[j];
+  y.push(j, t);
+  subtract_column(x, t, f.crow.data(), f.cval.data(), b, b + n);
+  work += n;
+}
+
+} // namespace
+
+void TVN_lu_ftranl(lu& f, spvec& x) {
+  TVN_ASSERT(f.sys, label, f.state == lu_factored);
+  if (x.count == 0) return;
+  solve_l_sparse(f, x);
+  if (f.numetas > 0) solve_etas(f, x);
+}
+
+void TVN_lu_ftranus(lu& f, spvec& x, spvec& y, double droptol1, double droptol2) {
+  TVN_ASSERT(f.sys, label, f.state == lu_factored && y.count == 0);
+  const int32_t* pivcol = f.rowpivcol.data();
+  const int32_t* cbeg = f.cbeg.data();
+  const int32_t* clen = f.clen.data();
+  const lu_reach s = reach(
+      f, x.idx.data(), x.count, f.crow.data(), [=](int32_t r) { return cbeg[pivcol[r]]; },
+      [=](int32_t r) { return clen[pivcol[r]]; });
+  f.work[lt_symbolic] += s.visited;
+  double* val = x.val.data();
+  int64_t work = 0;
+  x.count = 0;
+  if (s.complete) {
+    for (int32_t k = s.count - 1; k >= 0; k--) {
+      f.mark[f.topo[k]] = 0;
+      eliminate_row(f, val, f.topo[k], y, droptol1, droptol2, work);
+    }
+    f.work[lt_fsparse] += work + s.count;
+  } else {
+    for (int32_t k = f.uend - 1; k >= 0; k--)
+      if (const int32_t r = f.uorder[k]; r >= 0 && val[r] != 0.0)
+        eliminate_row(f, val, r, y, droptol1, droptol2, work);
+    f.work[lt_fdense] += work + f.uend;
+  }
+}
+
+namespace {
+
+// U part of the dense solves; false when a right-hand value reaches limit times its diagonal.
+bool solve_u_full(lu& f, std::span<double> x, std::span<double> y, double limit) {
+  for (int32_t k = f.uend - 1; k >= 0; k--) {
+    const int32_t r = f.uorder[k];
+    if (r < 0) continue;
+    const auto i = static_cast<size_t>(r);
+    const double t = x[i] - dot(y.data(), f.rcol.data(), f.rval.data(), f.rbeg[r], f.rbeg[r] + f.rlen[r]);
+    x[i] = 0.0;
+    if (std::fabs(t) >= limit * std::fabs(f.diag[r])) return false;
+    y[static_cast<size_t>(f.rowpivcol[r])] = t / f.diag[r];
+  }
+  return true;
+}
+
+bool solve_full(lu& f, std::span<double> x, std::span<double> y, double limit) {
+  TVN_ASSERT(f.sys, label, f.state == lu_factored && f.nrow == f.ncol);
+  int64_t work = solve_l_full(f, x.data());
+  for (int32_t k = 0; k < f.numetas; k++)
+    x[static_cast<size_t>(f.etarow[k])] += dot(x.data(), f.rcol.data(), f.rval.data(), f.etabeg[k + 1], f.etabeg[k]);
+  work += f.etabeg[0] - f.etabeg[f.numetas] + f.unz + f.nrow;
+  f.work[lt_fdense] += work;
+  return solve_u_full(f, x, y, limit);
+}
+
+} // namespace
+
+void TVN_lu_ftran(lu& f, std::span<double> x, std::span<double> y) { solve_full(f, x, y, HUGE_VAL); }
+
+lu_code TVN_lu_ftransafe(lu& f, std::span<double> x, std::span<double> y, double limit) {
+  return solve_full(f, x, y, limit) ? lu_code::done : lu_code::growth_limit;
+}
+
+} // namespace tvn

@@ -1,0 +1,186 @@
+// Markowitz pivot search in the active submatrix.
+//
+// Columns and rows are visited in rising count, columns first. An element is acceptable when it reaches tolabspiv and
+// tolrelpiv times the largest of its column (method 1), of its row too (method 2); among acceptable ones the least
+// (row count - 1)(column count - 1) wins, the first found among equals. The search stops when no unseen element can be
+// better, or once a candidate stands after `maxsearch` rows and columns. Rows and columns that cannot pivot leave their
+// queue; a change of one of their elements brings them back. (Markowitz 1957; Suhl and Suhl 1990.)
+#include "lu/luint.h"
+
+#include <cmath>
+
+namespace tvn {
+namespace {
+
+constexpr int64_t nocount = INT64_MAX;
+
+struct lu_search {
+  lu& f;
+  lu_active& a;
+  int64_t best = nocount; // least count of a candidate
+  int32_t i, j;           // the candidate
+  int32_t searched = 0;   // rows and columns examined
+  int64_t work = 0;       // elements looked at
+
+  lu_search(lu& f_, lu_active& a_) : f(f_), a(a_), i(f_.nrow), j(f_.ncol) {}
+  bool is_over(int64_t bound) const { return best != nocount && (best <= bound || searched >= f.maxsearch); }
+};
+
+double column_max(lu_search& s, int32_t j) {
+  if (s.a.colmax[j] >= 0.0) return s.a.colmax[j];
+  const double* __restrict rv = s.f.rval.data();
+  const int32_t* __restrict cp = s.f.cpos.data();
+  double big = 0.0;
+  for (int32_t p = s.f.cbeg[j], e = p + s.f.clen[j]; p < e; p++) big = std::max(big, std::fabs(rv[cp[p]]));
+  s.work += s.f.clen[j];
+  return s.a.colmax[j] = big;
+}
+
+double row_max(lu_search& s, int32_t i) {
+  if (s.a.rowmax[i] >= 0.0) return s.a.rowmax[i];
+  const double* __restrict rv = s.f.rval.data();
+  double big = 0.0;
+  for (int32_t q = s.f.rbeg[i], e = q + s.f.rlen[i]; q < e; q++) big = std::max(big, std::fabs(rv[q]));
+  s.work += s.f.rlen[i];
+  return s.a.rowmax[i] = big;
+}
+
+bool passes_row_test(lu_search& s, int32_t i, double v) {
+  return s.f.pivotmethod == 1 || v >= s.f.tolrelpiv * row_max(s, i);
+}
+
+void search_column(lu_search& s, int32_t j) {
+  const lu& f = s.f;
+  const double big = column_max(s, j);
+  if (big < f.tolabspiv) {
+    TVN_pq_remove(s.a.colq, j);
+    return;
+  }
+  const double least = std::max(f.tolabspiv, f.tolrelpiv * big);
+  const int64_t others = f.clen[j] - 1;
+  for (int32_t p = f.cbeg[j], e = p + f.clen[j]; p < e; p++) {
+    const int32_t i = f.crow[p];
+    const int64_t count = (f.rlen[i] - 1) * others;
+    if (count >= s.best) continue;
+    const double v = std::fabs(f.rval[f.cpos[p]]);
+    if (v < least || !passes_row_test(s, i, v)) continue;
+    s.best = count;
+    s.i = i;
+    s.j = j;
+  }
+  s.work += f.clen[j];
+  s.searched++;
+}
+
+// Elements in columns with a count up to `seen` were looked at from the column side.
+void search_row(lu_search& s, int32_t i, int32_t seen) {
+  const lu& f = s.f;
+  const int64_t others = f.rlen[i] - 1;
+  double big = 0.0;
+  bool anyqueued = false;
+  for (int32_t q = f.rbeg[i], e = q + f.rlen[i]; q < e; q++) {
+    const int32_t j = f.rcol[q];
+    const double v = std::fabs(f.rval[q]);
+    big = std::max(big, v);
+    if (TVN_pq_get(s.a.colq, j) < 0) continue;
+    anyqueued = true;
+    if (f.clen[j] <= seen || v < f.tolabspiv) continue;
+    const int64_t count = others * (f.clen[j] - 1);
+    if (count >= s.best) continue;
+    if (v < f.tolrelpiv * column_max(s, j) || !passes_row_test(s, i, v)) continue;
+    s.best = count;
+    s.i = i;
+    s.j = j;
+  }
+  s.work += f.rlen[i];
+  if (anyqueued) s.searched++;
+  if (!anyqueued || big < f.tolabspiv) TVN_pq_remove(s.a.rowq, i);
+}
+
+void drop_empty(pq& q, int64_t& work) {
+  for (int32_t e = TVN_pq_top(q, 0); e != q.maxe; e = TVN_pq_top(q, 0)) {
+    TVN_pq_remove(q, e);
+    work++;
+  }
+}
+
+// Columns with one element: no elimination, no test but the absolute one.
+bool take_single_column(lu_search& s) {
+  for (int32_t j = TVN_pq_top(s.a.colq, 1); j != s.f.ncol; j = TVN_pq_top(s.a.colq, 1)) {
+    const int32_t p = s.f.cbeg[j];
+    s.work++;
+    if (std::fabs(s.f.rval[s.f.cpos[p]]) >= s.f.tolabspiv) {
+      s.i = s.f.crow[p];
+      s.j = j;
+      return true;
+    }
+    TVN_pq_remove(s.a.colq, j); // too small; a change brings it back
+  }
+  return false;
+}
+
+bool take_single_row(lu_search& s) {
+  for (int32_t i = TVN_pq_top(s.a.rowq, 1); i != s.f.nrow; i = TVN_pq_top(s.a.rowq, 1)) {
+    const int32_t q = s.f.rbeg[i];
+    s.work++;
+    if (TVN_pq_get(s.a.colq, s.f.rcol[q]) >= 0 && std::fabs(s.f.rval[q]) >= s.f.tolabspiv) {
+      s.i = i;
+      s.j = s.f.rcol[q];
+      return true;
+    }
+    TVN_pq_remove(s.a.rowq, i);
+  }
+  return false;
+}
+
+void search_by_count(lu_search& s) {
+  pq& colq = s.a.colq;
+  pq& rowq = s.a.rowq;
+  const int32_t largest = std::max(s.f.ncol, s.f.nrow);
+  for (int64_t k = std::min(colq.minp, rowq.minp); k <= largest; k++) {
+    if (s.is_over((k - 1) * (k - 1)) || colq.count == 0) return;
+    const auto n = static_cast<int32_t>(k);
+    if (n <= colq.maxp) {
+      for (int32_t j = TVN_pq_top(colq, n), after = 0; j != colq.maxe; j = after) {
+        after = colq.next[j];
+        search_column(s, j);
+        if (s.is_over((k - 1) * (k - 1))) return;
+      }
+    }
+    if (n <= rowq.maxp) {
+      for (int32_t i = TVN_pq_top(rowq, n), after = 0; i != rowq.maxe; i = after) {
+        after = rowq.next[i];
+        search_row(s, i, n);
+        if (s.is_over(k * (k - 1))) return;
+      }
+    }
+  }
+}
+
+} // namespace
+
+lu_pivot TVN_lu_choosepiv(lu& f, lu_active& a) {
+  if (f.pivotmethod != 1 && f.pivotmethod != 2)
+    TVN_sysenv_stopdbg(f.sys, "src/lu/lupiv", __LINE__, "Unknown pivot method: %d", f.pivotmethod);
+  lu_search s(f, a);
+  bool front = true;
+  bool found = false;
+  drop_empty(a.colq, s.work);
+  drop_empty(a.rowq, s.work);
+  if (f.pivotmethod == 1) {
+    found = take_single_column(s);
+    if (!found && take_single_row(s)) {
+      found = true;
+      front = false;
+    }
+  }
+  if (!found) {
+    TVN_pq_tomin(a.colq);
+    TVN_pq_tomin(a.rowq);
+    search_by_count(s);
+  }
+  f.work[lt_search] += s.work;
+  return {s.i, s.j, front};
+}
+
+} // namespace tvn

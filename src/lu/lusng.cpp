@@ -1,0 +1,216 @@
+// Set-up of a factorisation: input, the singleton passes, and the first compression.
+//
+// A column with one active row pivots there at the front of the order: its row is a row of U as it stands. A row with
+// one active column pivots at the back: the other active elements of that column become a column of L, and nothing is
+// eliminated. Each pass lowers counts along the row or column of the pivot and stacks what reaches one, so all of them
+// together cost a few passes over the elements (Suhl and Suhl 1990). Most bases are nearly triangular and need nothing
+// else; what is left, the active rows and columns, goes to the pivot search.
+//
+// On exit the row store holds the rows in pivot order, forward ones without their pivot, active ones without the columns
+// of row singletons; the L columns stand at the top; the column store is undefined.
+#include "lu/luint.h"
+
+#include <cmath>
+
+namespace tvn {
+namespace {
+
+lu_code transpose(lu& f) {
+  int64_t total = 0;
+  for (int32_t i = 0; i < f.nrow; i++) {
+    f.rcap[i] = TVN_lu_computesize(f, true, f.rlen[i]).cap;
+    f.rbeg[i] = static_cast<int32_t>(total);
+    total += f.rcap[i];
+    if (total > f.wsze) return lu_code::no_storage;
+  }
+  f.urowfree = static_cast<int32_t>(total);
+  std::fill_n(f.rlen.data(), f.nrow, 0);
+  const int32_t* __restrict cr = f.crow.data();
+  const double* __restrict cv = f.cval.data();
+  int32_t* __restrict rc = f.rcol.data();
+  double* __restrict rv = f.rval.data();
+  const int32_t* __restrict beg = f.rbeg.data();
+  int32_t* __restrict len = f.rlen.data();
+  int32_t p = 0;
+  for (int32_t j = 0; j < f.ncol; j++) {
+    for (const int32_t end = p + f.clen[j]; p < end; p++) {
+      const int32_t q = beg[cr[p]] + len[cr[p]]++;
+      rc[q] = j;
+      rv[q] = cv[p];
+    }
+  }
+  f.work[lt_transpose] += f.anz;
+  return lu_code::done;
+}
+
+// One pass over the rows takes each row that holds a singleton column, slacks above all. count: active rows of a column.
+void pivot_slacks(lu& f, int32_t* __restrict count) {
+  const int32_t* __restrict rc = f.rcol.data();
+  int64_t work = f.nrow;
+  for (int32_t i = 0; i < f.nrow; i++) {
+    const int32_t b = f.rbeg[i], e = b + f.rlen[i];
+    int32_t q = b;
+    while (q < e && !(count[rc[q]] == 1 && std::fabs(f.rval[q]) > f.tolabspiv)) q++;
+    work += q - b;
+    if (q == e) continue;
+    TVN_lu_apivot(f, i, rc[q], f.rval[q], true);
+    for (q = b; q < e; q++) count[rc[q]]--;
+    work += e - b;
+  }
+  f.work[lt_slacks] += work;
+}
+
+bool is_active_row(const lu& f, int32_t i) { return f.rowpivcol[i] == f.ncol; }
+bool is_active_col(const lu& f, int32_t j) { return f.colpivrow[j] == f.nrow; }
+
+double largest_in_row(const lu& f, int32_t i) {
+  double big = 0.0;
+  for (int32_t q = f.rbeg[i], e = q + f.rlen[i]; q < e; q++) big = std::max(big, std::fabs(f.rval[q]));
+  return big;
+}
+
+void pivot_column_singletons(lu& f, int32_t* __restrict count, int32_t* __restrict stack) {
+  int64_t work = f.ncol;
+  int32_t depth = 0;
+  for (int32_t j = 0; j < f.ncol; j++)
+    if (count[j] == 1) stack[depth++] = j;
+  while (depth > 0) {
+    const int32_t j = stack[--depth];
+    if (count[j] != 1) continue;
+    int32_t p = f.cbeg[j];
+    while (!is_active_row(f, f.crow[p])) p++;
+    work += p - f.cbeg[j] + 1;
+    const int32_t i = f.crow[p];
+    const double a = std::fabs(f.cval[p]);
+    if (a < f.tolabspiv) continue;
+    if (f.pivotmethod != 1 && a < f.tolrelpiv * largest_in_row(f, i)) continue;
+    TVN_lu_apivot(f, i, j, f.cval[p], true);
+    for (int32_t q = f.rbeg[i], e = q + f.rlen[i]; q < e; q++)
+      if (--count[f.rcol[q]] == 1) stack[depth++] = f.rcol[q];
+    work += f.rlen[i];
+  }
+  f.work[lt_colsingle] += work;
+}
+
+// Counts of the active columns in each active row; the active elements of a row are counted once.
+void count_rows(lu& f, int32_t* count) {
+  for (int32_t k = f.stpf; k < f.nrow; k++) {
+    const int32_t i = f.prow[k];
+    int32_t n = 0;
+    for (int32_t q = f.rbeg[i], e = q + f.rlen[i]; q < e; q++) n += is_active_col(f, f.rcol[q]);
+    count[i] = n;
+  }
+}
+
+// Largest active magnitude of a column, kept in colmax: while the column is active no row of it can pivot elsewhere.
+double active_max(const lu& f, double* colmax, int32_t j) {
+  if (colmax[j] >= 0.0) return colmax[j];
+  double big = 0.0;
+  for (int32_t p = f.cbeg[j], e = p + f.clen[j]; p < e; p++)
+    if (is_active_row(f, f.crow[p])) big = std::max(big, std::fabs(f.cval[p]));
+  return colmax[j] = big;
+}
+
+// count: active columns of an active row; relative: the pivot must also reach the threshold within its column.
+void pivot_row_singletons(lu& f, int32_t* count, int32_t* stack, double* colmax, bool relative, lu_task task) {
+  int64_t work = f.nrow - f.stpf;
+  int32_t depth = 0;
+  for (int32_t k = f.stpf; k < f.nrow - f.stpb; k++)
+    if (count[f.prow[k]] == 1) stack[depth++] = f.prow[k];
+  while (depth > 0) {
+    const int32_t i = stack[--depth];
+    if (count[i] != 1 || !is_active_row(f, i)) continue;
+    int32_t q = f.rbeg[i];
+    while (!is_active_col(f, f.rcol[q])) q++;
+    work += q - f.rbeg[i] + 1;
+    const int32_t j = f.rcol[q];
+    const double a = std::fabs(f.rval[q]);
+    if (a < f.tolabspiv) continue;
+    if (relative && a < f.tolrelpiv * active_max(f, colmax, j)) continue;
+    TVN_lu_apivot(f, i, j, f.rval[q], false);
+    for (int32_t p = f.cbeg[j], e = p + f.clen[j]; p < e; p++) {
+      const int32_t r = f.crow[p];
+      if (!is_active_row(f, r)) continue;
+      f.lcount++;
+      if (--count[r] == 1) stack[depth++] = r;
+    }
+    work += f.clen[j];
+  }
+  f.work[task] += work;
+}
+
+// L columns of the row singletons in the order of elimination: their column in the rows that pivot later. A row
+// eliminated later stands at a lower position.
+lu_code store_backward_columns(lu& f) {
+  for (int32_t k = f.nrow - 1; k >= f.nrow - f.stpb; k--) {
+    const int32_t i = f.prow[k], j = f.rowpivcol[i];
+    if (f.lubot - f.clen[j] < f.urowfree) return lu_code::no_storage;
+    const double scale = -1.0 / f.diag[i];
+    const int32_t top = f.lubot;
+    for (int32_t p = f.cbeg[j], e = p + f.clen[j]; p < e; p++) {
+      const int32_t r = f.crow[p], place = f.prowinv[r];
+      if (place < f.stpf || place >= k) continue;
+      f.rcol[--f.lubot] = r;
+      f.rval[f.lubot] = f.cval[p] * scale;
+    }
+    f.work[lt_lback] += f.clen[j];
+    f.lbeg[i] = f.lubot;
+    f.llen[i] = top - f.lubot;
+    if (f.llen[i] > 0) f.lorder[f.numl++] = i;
+  }
+  return lu_code::done;
+}
+
+void compress_rows(lu& f) {
+  f.work[lt_compress] += f.urowfree;
+  const int32_t* place = f.prowinv.data();
+  const int32_t* pivcol = f.rowpivcol.data();
+  const int32_t* pivrow = f.colpivrow.data();
+  const int32_t front = f.stpf, back = f.nrow - f.stpb, none = f.nrow;
+  const bool dropu = f.runsdropu;
+  lu_gather(f, [=](int32_t i, int32_t j) {
+    if (place[i] < front) return !dropu && pivcol[i] != j;
+    return place[i] < back && pivrow[j] == none;
+  });
+  for (int32_t k = 0; k < front; k++) f.ucount += f.rlen[f.prow[k]];
+  TVN_lu_resetufre(f);
+}
+
+} // namespace
+
+void TVN_lu_apivot(lu& f, int32_t i, int32_t j, double pivot, bool front) {
+  const int32_t to = front ? f.stpf++ : f.nrow - ++f.stpb;
+  const int32_t from = f.prowinv[i], other = f.prow[to];
+  f.prow[from] = other;
+  f.prowinv[other] = from;
+  f.prow[to] = i;
+  f.prowinv[i] = to;
+  f.rowpivcol[i] = j;
+  f.colpivrow[j] = i;
+  f.diag[i] = pivot;
+}
+
+lu_code lu_setup(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
+  f.state = lu_factoring;
+  if (const lu_code code = lu_input(f, iwork); code != lu_code::done) return code;
+  if (const lu_code code = transpose(f); code != lu_code::done) return code;
+  int32_t* count = iwork.data();
+  int32_t* stack = count + f.ncol;
+  std::copy_n(f.clen.data(), f.ncol, count);
+  if (f.pivotmethod == 1) pivot_slacks(f, count);
+  pivot_column_singletons(f, count, stack);
+  if (f.stpf < f.nrow) {
+    double* colmax = rwork.data();
+    std::fill_n(colmax, f.ncol, -1.0);
+    count_rows(f, count);
+    const bool relative = f.pivotmethod == 1 || f.pivotmethod == 2;
+    pivot_row_singletons(f, count, stack, colmax, relative, lt_rowsingle);
+    if (f.pivotmethod == 1) pivot_row_singletons(f, count, stack, colmax, false, lt_rowsingle2);
+  }
+  if (!f.runsdropl)
+    if (const lu_code code = store_backward_columns(f); code != lu_code::done) return code;
+  compress_rows(f);
+  return lu_code::done;
+}
+
+} // namespace tvn

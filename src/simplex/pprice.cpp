@@ -1,0 +1,247 @@
+// Pricing of the primal simplex: candidate list, weights, the rules and the switching between them.
+//
+// Full rules keep the reduced costs of all listed nonbasics and an unordered list of the attractive ones, so a choice
+// costs the length of that list. The restricted rules list only the best columns of the last full pass and fill the
+// list anew when it is used up. Partial pricing keeps no reduced costs at all: it prices a circular scan with y.
+#include "simplex/pstate.h"
+
+#include <cmath>
+
+namespace tvn {
+
+namespace {
+
+constexpr double freefactor = 100;       // free variables enter first
+constexpr int64_t switchperiod = 1000;   // iterations between looks at the switch
+constexpr double degenerateshare = 0.7;  // of a period: go to approximate steepest edge
+
+bool attractive(const primal_state& s, int32_t j, double d) {
+  if (s.banned[j]) return false;
+  switch (s.key[j]) {
+  case sk_low: return d < -s.tols;
+  case sk_upr: return d > s.tols;
+  case sk_supbas: return std::fabs(d) > s.tols;
+  default: return false;
+  }
+}
+
+// Length of the list of a restricted rule, by the shape of the problem.
+int32_t list_length(const simplex_work& w, int32_t len) {
+  const double q = static_cast<double>(w.total) / std::max(1, w.m);
+  if (q >= 5) return std::min(len, 40000);
+  const int32_t part = q >= 3 ? len / 3 : q >= 2 ? len / 6 : q >= 1.5 ? len / 10 : len / 60;
+  return std::min(len, std::min(20000, std::max(5000, part)));
+}
+
+void set_listed(primal_state& s, int32_t j, bool in) {
+  if (s.inlist[j] == static_cast<uint8_t>(in)) return;
+  s.inlist[j] = in;
+  if (s.work.is_logical(j)) return;
+  if (in) TVN_simplex_activate(s.work, j - s.work.m);
+  else TVN_simplex_deactivate(s.work, j - s.work.m);
+}
+
+// Lists the `len` columns of best score, all when there are no more.
+void fill_list(primal_state& s) {
+  const simplex_work& w = s.work;
+  int32_t num = 0;
+  for (int32_t j = 0; j < w.total; j++)
+    if (s.fac.pos[j] < 0 && !w.is_fixed(j)) s.cand[num++] = j;
+  const int32_t len = s.method > sel_devex ? list_length(w, num) : num;
+  s.restricted = len < num;
+  if (s.restricted) {
+    auto better = [&](int32_t a, int32_t b) {
+      const double sa = attractive(s, a, s.d[a]) ? s.d[a] * s.d[a] / s.weight[a] : 0;
+      const double sb = attractive(s, b, s.d[b]) ? s.d[b] * s.d[b] / s.weight[b] : 0;
+      return sa > sb || (sa == sb && a < b);
+    };
+    std::nth_element(s.cand.begin(), s.cand.begin() + len, s.cand.begin() + num, better);
+  }
+  for (int32_t p = len; p < num; p++) set_listed(s, s.cand[p], false);
+  for (int32_t p = 0; p < len; p++) set_listed(s, s.cand[p], true);
+}
+
+// The candidates of a circular scan, best first; false when a whole round finds none.
+bool partial_scan(primal_state& s) {
+  const simplex_work& w = s.work;
+  const int32_t total = w.total;
+  struct limits { int32_t below, target, first, second; };
+  static constexpr limits table[] = {{10000, 15, 100, 3}, {30000, 20, 250, 5}, {50000, 25, 450, 7},
+                                     {INT32_MAX, 35, 700, 9}};
+  const limits* t = table;
+  while (w.n >= t->below) t++;
+  const int32_t first = std::max(1, total / t->first), second = std::max(1, total / t->second);
+  s.numplist = 0;
+  int32_t j = s.scanstart;
+  for (int32_t scanned = 1; scanned <= total; scanned++, j = j + 1 == total ? 0 : j + 1) {
+    if (s.fac.pos[j] < 0 && !w.is_fixed(j) && !s.banned[j]) {
+      s.d[j] = (s.phase == 1 ? 0.0 : w.cost[j]) - TVN_simplex_columndot(w, j, s.y.data());
+      if (attractive(s, j, s.d[j])) s.plist[s.numplist++] = j;
+    }
+    const bool enough = (scanned >= first && s.numplist >= t->target) ||
+                        (scanned >= 10 * first && s.numplist >= std::max(1, t->target / 10)) ||
+                        (scanned >= second && s.numplist >= t->target / 2) || s.numplist == s.plist.size();
+    if (enough) break;
+  }
+  s.scanstart = j;
+  return s.numplist > 0;
+}
+
+// Prices the list of the last scan again, drops what is no longer attractive, takes the largest reduced cost.
+price_result partial_best(primal_state& s) {
+  price_result best;
+  int32_t kept = 0;
+  for (int32_t p = 0; p < s.numplist; p++) {
+    const int32_t j = s.plist[p];
+    if (s.fac.pos[j] >= 0) continue;
+    const double d = (s.phase == 1 ? 0.0 : s.work.cost[j]) - TVN_simplex_columndot(s.work, j, s.y.data());
+    s.d[j] = d;
+    if (!attractive(s, j, d)) continue;
+    s.plist[kept++] = j;
+    if (best.j < 0 || std::fabs(d) > std::fabs(best.d)) best = {j, d};
+  }
+  s.numplist = kept;
+  return best;
+}
+
+price_result select_partial(primal_state& s) {
+  constexpr double emptyagain = 0.995; // a random draw above this empties the list
+  if (TVN_simplex_random(s.info.randomstate) > emptyagain) s.numplist = 0;
+  price_result best = partial_best(s);
+  if (best.j < 0 && partial_scan(s)) best = partial_best(s);
+  return best;
+}
+
+price_result best_candidate(const primal_state& s) {
+  price_result best;
+  double bestscore = 0;
+  for (int32_t p = 0; p < s.numcand; p++) {
+    const int32_t j = s.cand[p];
+    const double d = s.d[j];
+    double score = d * d / s.weight[j];
+    if (s.key[j] == sk_supbas) score *= freefactor;
+    if (score > bestscore) {
+      bestscore = score;
+      best = {j, d};
+    }
+  }
+  return best;
+}
+
+} // namespace
+
+void psimplex_setcandidate(primal_state& s, int32_t j) noexcept {
+  const bool in = s.inlist[j] && attractive(s, j, s.d[j]);
+  const int32_t p = s.candpos[j];
+  if (in == (p >= 0)) return;
+  if (in) {
+    s.candpos[j] = s.numcand;
+    s.cand[s.numcand++] = j;
+    return;
+  }
+  const int32_t moved = s.cand[--s.numcand];
+  s.cand[p] = moved;
+  s.candpos[moved] = p;
+  s.candpos[j] = -1;
+}
+
+void psimplex_rebuildcandidates(primal_state& s) noexcept {
+  for (int32_t j = 0; j < s.work.total; j++) s.candpos[j] = -1;
+  s.numcand = 0;
+  if (s.method == sel_partial) {
+    s.numplist = 0;
+    return;
+  }
+  fill_list(s);
+  s.numcand = 0;
+  for (int32_t j = 0; j < s.work.total; j++)
+    if (s.fac.pos[j] < 0) psimplex_setcandidate(s, j);
+}
+
+void psimplex_resetweights(primal_state& s) {
+  const simplex_work& w = s.work;
+  s.weighterrors = 0;
+  bool slack = true;
+  for (int32_t k = 0; k < w.m && slack; k++) slack = w.is_logical(s.fac.head[k]);
+  const bool norms = slack && (s.method == sel_se || s.method == sel_se + sel_restrict);
+  for (int32_t j = 0; j < w.total; j++) {
+    s.inframe[j] = s.fac.pos[j] < 0;
+    s.weight[j] = 1 + 1e-7 * TVN_simplex_random(s.info.randomstate);
+    if (!norms || w.is_logical(j)) continue;
+    for (int64_t p = w.colbeg[j - w.m]; p < w.colbeg[j - w.m + 1]; p++) s.weight[j] += w.colval[p] * w.colval[p];
+  }
+}
+
+void psimplex_enterbasis(primal_state& s, int32_t j) noexcept {
+  s.key[j] = sk_bas;
+  set_listed(s, j, false);
+  psimplex_setcandidate(s, j);
+}
+
+void psimplex_leavebasis(primal_state& s, int32_t j) noexcept {
+  if (!s.work.is_fixed(j) && s.method != sel_partial) set_listed(s, j, true);
+  psimplex_setcandidate(s, j);
+}
+
+price_result psimplex_select(primal_state& s) {
+  if (s.method == sel_partial) return select_partial(s);
+  price_result best = best_candidate(s);
+  if (best.j < 0 && s.restricted) {
+    psimplex_formd(s);
+    psimplex_rebuildcandidates(s);
+    best = best_candidate(s);
+  }
+  return best;
+}
+
+void psimplex_choosepricing(primal_state& s) {
+  const simplex_work& w = s.work;
+  int64_t maxlen = 0;
+  for (int32_t k = 0; k < w.n; k++) maxlen = std::max(maxlen, w.colbeg[k + 1] - w.colbeg[k]);
+  const double m = std::max(1, w.m), r = (1.5 * m + w.n) / m;
+  const bool cold = s.param.hotstart == 0;
+  const int32_t pct = s.param.restrictpct;
+  s.wanted = sel_switch;
+  if (s.param.selection != sel_free) {
+    s.method = s.wanted = s.param.selection;
+  } else if (cold) {
+    if (maxlen <= 2 && r > 3) s.method = s.wanted = sel_partial;
+    else if (r < 4) s.method = sel_devex;
+    else if (r < 6) s.method = pct < 50 ? sel_ase : sel_ase + sel_restrict;
+    else if (r < 8) s.method = pct < 30 ? sel_ase : sel_ase + sel_restrict;
+    else s.method = sel_partial;
+    if (r >= 30) s.wanted = sel_partial;
+  } else {
+    if (r >= 60) s.method = s.wanted = sel_partial;
+    else if (r >= 10) s.method = sel_partial;
+    else if (s.param.maxiterations < 2000 && pct < 50) s.method = s.wanted = sel_ase;
+    else s.method = sel_ase + sel_restrict;
+  }
+  if (pct > 50 && s.method >= sel_full && s.method <= sel_devex) s.method += sel_restrict;
+}
+
+void psimplex_choosepricingswitch(primal_state& s) {
+  if (s.wanted != sel_switch || s.iter < 10) return;
+  const simplex_work& w = s.work;
+  const double r = (1.5 * w.m + w.n) / std::max(1, w.m);
+  int32_t to = s.method;
+  if (s.method == sel_partial) {
+    // A weighted rule takes a third to a sixth of the iterations; its price is a pivot row in each.
+    const double fewer = r >= 20 ? 6 : r >= 12 ? 5 : 3;
+    const auto since = static_cast<double>(s.iter - s.lastswitch);
+    const double row = static_cast<double>(w.colbeg[w.n]) * s.workprice / (since * std::max(1, w.m));
+    if (since >= 10 && row < (fewer - 1) * s.worksolve / since) to = sel_ase + sel_restrict;
+  } else if (s.iter - s.lastswitch >= switchperiod && s.method == sel_devex &&
+             static_cast<double>(s.info.count[kind_primal].degenerate) > degenerateshare * static_cast<double>(s.iter)) {
+    to = s.param.restrictpct < 50 || r < 3 ? sel_ase : sel_ase + sel_restrict;
+  }
+  if (to == s.method) return;
+  s.method = to;
+  s.lastswitch = s.iter;
+  s.worksolve = s.workprice = 0;
+  psimplex_formd(s);
+  psimplex_resetweights(s);
+  psimplex_rebuildcandidates(s);
+}
+
+} // namespace tvn

@@ -1,0 +1,439 @@
+// The loop of the primal simplex: price, solve, ratio, check, update; recomputation and recovery around it.
+//
+// Each named step answers go on, recompute (the factor, x and d are made fresh before the next pricing) or finished
+// (s.stop and s.info.solsta say how). A verdict is reached only on fresh data and on the true bounds; it is a verdict on
+// the working problem, and the frame proves it on the user's data.
+#include "simplex/pstate.h"
+
+#include <cmath>
+
+namespace tvn {
+
+namespace {
+
+constexpr int32_t maxresets = 6;          // returns to the true bounds that may be followed by new perturbation
+constexpr double pollseconds = 0.02;      // between two calls of the progress function
+constexpr int64_t budgetreserve = 40;     // iterations left: no more perturbation
+constexpr double tolpivmin = 1e-10, tolpivmax = 1e-4;
+constexpr double smallstep = 1e-12;       // steps up to this count as degenerate
+constexpr double feasibleshift = 10;      // times tolfeas: infeasibility that a shift of the working bound absorbs
+
+double direction(const primal_state& s, int32_t q, double d) {
+  if (s.key[q] == sk_low) return 1.0;
+  if (s.key[q] == sk_upr) return -1.0;
+  return d < 0 ? 1.0 : -1.0;
+}
+
+loop_state finish(primal_state& s, simplex_code code, int32_t solsta) {
+  s.stop = code;
+  s.info.solsta = solsta;
+  return loop_state::finished;
+}
+
+void set_objective(primal_state& s) {
+  double sum = s.work.offset;
+  for (int32_t j = 0; j < s.work.total; j++) sum += s.work.cost[j] * s.x[j];
+  s.info.objective = sum;
+  s.info.sumpinf = s.phase == 1 ? s.suminf : 0.0;
+  s.info.phase = s.phase;
+}
+
+// Clock, user and limits. The sums behind the log line are only formed when a line is due.
+loop_state check_limits(primal_state& s) {
+  auto& count = s.info.count[kind_primal];
+  const bool line = s.param.logfreq > 0 && (s.iter % s.param.logfreq == 0 || s.info.forcelog);
+  if (line) {
+    if (s.phase == 1) psimplex_countinf(s);
+    set_objective(s);
+    if (s.progress(simplex_event::iteration, s.info)) return finish(s, simplex_code::user_stop, sol_unknown);
+    s.info.forcelog = false;
+  }
+  if (count.iterations >= s.param.maxiterations) return finish(s, simplex_code::max_iterations, sol_unknown);
+  if (s.iter % 8 != 0) return loop_state::go_on;
+  const double now = TVN_sysenv_gettime();
+  if (s.param.maxtime >= 0 && now - s.param.starttime > s.param.maxtime)
+    return finish(s, simplex_code::max_time, sol_unknown);
+  if (now - s.lastpoll < pollseconds && now >= s.lastpoll) return loop_state::go_on;
+  s.lastpoll = now;
+  if (const int32_t stop = s.progress(simplex_event::poll, s.info))
+    return finish(s, stop == 2 ? simplex_code::peer_stop : simplex_code::user_stop, sol_unknown);
+  return loop_state::go_on;
+}
+
+loop_state setback(primal_state& s) {
+  s.refactor = true;
+  auto& count = s.info.count[kind_primal];
+  count.setbacks = ++s.setbacks;
+  return s.setbacks > s.param.maxsetbacks ? finish(s, simplex_code::max_setbacks, sol_unknown) : loop_state::recompute;
+}
+
+// A variable that a repair threw out rests at its nearest bound and may not come back before the next reset.
+void rest_at_bound(primal_state& s, int32_t j) {
+  const double lo = s.lo[j], up = s.up[j];
+  if (lo <= -bound_infinity && up >= bound_infinity) {
+    s.key[j] = sk_supbas;
+  } else if (s.work.is_fixed(j)) {
+    s.key[j] = sk_fix;
+    s.x[j] = s.work.lower[j];
+  } else if (up >= bound_infinity || (lo > -bound_infinity && std::fabs(s.x[j] - lo) <= std::fabs(up - s.x[j]))) {
+    s.key[j] = sk_low;
+    s.x[j] = lo;
+  } else {
+    s.key[j] = sk_upr;
+    s.x[j] = up;
+  }
+}
+
+loop_state repair_singular(primal_state& s, std::span<basis_exchange> exchanges) {
+  if (!s.param.nonsingular) return finish(s, simplex_code::singular, sol_unknown);
+  const int32_t num = TVN_simplex_insertlogicals(s.fac, exchanges);
+  for (int32_t e = 0; e < num; e++) {
+    const auto [leaving, entering] = exchanges[static_cast<size_t>(e)];
+    rest_at_bound(s, leaving);
+    psimplex_leavebasis(s, leaving);
+    psimplex_enterbasis(s, entering);
+    if (s.iter > 0 && !s.banned[leaving]) {
+      s.banned[leaving] = 1;
+      s.numbanned++;
+    }
+  }
+  s.info.count[kind_primal].artificials += num;
+  if (++s.successive > 1) {
+    s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
+    TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 2 * TVN_lu_gettol(s.fac.factor, 2)));
+  }
+  return num > 0 && s.iter > 0 ? setback(s) : loop_state::go_on;
+}
+
+loop_state refactor(primal_state& s) {
+  s.refactor = s.soon = false;
+  for (int32_t attempt = 0;; attempt++) {
+    s.info.count[kind_primal].factorizations++;
+    switch (TVN_simplex_factor(s.fac)) {
+    case factor_result::full:
+      if (attempt == 0 && TVN_simplex_improvelu(s.fac)) continue;
+      return loop_state::go_on;
+    case factor_result::singular: {
+      buffer<basis_exchange> exchanges(s.sys, s.work.m);
+      const loop_state state = repair_singular(s, exchanges);
+      s.refactor = false;
+      return state == loop_state::finished ? state : loop_state::go_on;
+    }
+    case factor_result::stopped: return finish(s, simplex_code::user_stop, sol_unknown);
+    case factor_result::failed: return finish(s, simplex_code::lu_tries, sol_unknown);
+    }
+  }
+}
+
+// Small infeasibilities of a point that was feasible are rounding: the working bound gives way to them.
+bool absorb_infeasibilities(primal_state& s) {
+  for (int32_t k = 0; k < s.work.m; k++) {
+    const int32_t j = s.fac.head[k];
+    if (std::max(s.lo[j] - s.x[j], s.x[j] - s.up[j]) > feasibleshift * s.tolfeas) return false;
+  }
+  for (int32_t k = 0; k < s.work.m; k++) {
+    const int32_t j = s.fac.head[k];
+    s.lo[j] = std::min(s.lo[j], s.x[j]);
+    s.up[j] = std::max(s.up[j], s.x[j]);
+  }
+  s.perturbed = true;
+  psimplex_countinf(s);
+  return true;
+}
+
+// Fresh factor, x, phase and d.
+loop_state recompute(primal_state& s) {
+  if (refactor(s) == loop_state::finished) return loop_state::finished;
+  TVN_simplex_formxb(s.fac, s.x);
+  psimplex_countinf(s);
+  const bool wasfeasible = s.phase == 2;
+  if (wasfeasible && s.numinf > 0 && s.allowperturb) absorb_infeasibilities(s);
+  s.phase = s.numinf > 0 ? 1 : 2;
+  if (wasfeasible != (s.phase == 2)) s.info.forcelog = true;
+  if (wasfeasible && s.phase == 1) s.setbacks++;
+  psimplex_formd(s);
+  psimplex_rebuildcandidates(s);
+  return loop_state::go_on;
+}
+
+// The pricing found nothing.
+loop_state end_of_pricing(primal_state& s) {
+  if (!s.freshd || s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (s.numbanned > 0) {
+    for (int32_t j = 0; j < s.work.total; j++) s.banned[j] = 0;
+    s.numbanned = 0;
+    return setback(s);
+  }
+  if (s.phase == 1) {
+    if (!s.perturbed) return finish(s, simplex_code::ok, sol_prim_infeas_cer);
+  } else if (!s.perturbed) {
+    return finish(s, simplex_code::ok, sol_optimal);
+  }
+  psimplex_variablereset(s);
+  if (++s.resets >= maxresets) s.allowperturb = false;
+  s.info.count[kind_primal].resets = s.resets;
+  s.info.forcelog = true;
+  // From here the phase is decided anew on the true bounds, with no bound giving way.
+  s.phase = 1;
+  s.refactor = true;
+  return loop_state::recompute;
+}
+
+void solve_column(primal_state& s, int32_t q) {
+  TVN_simplex_loadcolumn(s.work, q, s.spike);
+  TVN_lu_ftranl(s.fac.factor, s.spike);
+  s.colrow.copy(s.spike);
+  TVN_lu_ftranus(s.fac.factor, s.colrow, s.aq, 0.0, 1e-16);
+}
+
+// Reduced cost of q from its column: the independent second value.
+double column_reducedcost(const primal_state& s, int32_t q) {
+  double d = s.phase == 1 ? 0.0 : s.work.cost[q];
+  for (int32_t p = 0; p < s.aq.count; p++) {
+    const int32_t k = s.aq.idx[p];
+    d -= s.aq.val[k] * (s.phase == 1 ? static_cast<double>(s.infeas[k]) : s.work.cost[s.fac.head[k]]);
+  }
+  return d;
+}
+
+// Compares two values of one quantity; the more digits agree the more updates the factor may carry.
+bool wants_refactor(const primal_state& s, double a, double b) {
+  const double e = std::max(std::fabs(a - b) / (std::fabs(b) + 1), 1e-15);
+  const auto k = static_cast<int32_t>(-std::floor(std::log10(e)));
+  const int32_t u = s.fac.since;
+  if (k < 2) return u >= 11;
+  if (k == 2) return u > 15;
+  if (k == 3) return u > 30;
+  if (k <= 5) return u > 100;
+  return k <= 7 && u > 150;
+}
+
+void clear_vectors(primal_state& s) noexcept {
+  s.spike.clear();
+  s.aq.clear();
+  s.rho.clear();
+  s.alpha.clear();
+  s.tau.clear();
+}
+
+void ban(primal_state& s, int32_t q) {
+  s.banned[q] = 1;
+  s.numbanned++;
+  psimplex_setcandidate(s, q);
+}
+
+// No blocking bound.
+loop_state unbounded(primal_state& s, int32_t q, double sigma) {
+  if (s.phase == 1) {
+    // The composite objective is bounded below, so the column has lost its digits.
+    ban(s, q);
+    return setback(s);
+  }
+  if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (s.perturbed) {
+    psimplex_variablereset(s);
+    s.phase = 1;
+    return setback(s);
+  }
+  if (s.tolpiv > s.param.tolabspiv) {
+    s.tolpiv = std::max(1e-12, 0.1 * s.tolpiv);
+    return s.refactor = true, loop_state::recompute;
+  }
+  for (int32_t j = 0; j < s.work.total; j++) s.x[j] = 0;
+  s.x[q] = sigma;
+  for (int32_t p = 0; p < s.aq.count; p++) s.x[s.fac.head[s.aq.idx[p]]] = -sigma * s.aq.val[s.aq.idx[p]];
+  return finish(s, simplex_code::ok, sol_dual_infeas_cer);
+}
+
+void swap_bound(primal_state& s, int32_t q, double sigma, double step) {
+  psimplex_movebasics(s, sigma, step);
+  s.key[q] = sigma > 0 ? sk_upr : sk_low;
+  s.x[q] = sigma > 0 ? s.up[q] : s.lo[q];
+  psimplex_setcandidate(s, q);
+  s.info.count[kind_primal].boundswaps++;
+}
+
+// The leaving variable rests where the step put it: on its bound, which gives way by the tolerance when it must.
+void settle_leaving(primal_state& s, int32_t j, bool upper) {
+  double& bound = upper ? s.up[j] : s.lo[j];
+  const bool outside = upper ? s.x[j] > bound : s.x[j] < bound;
+  if (outside && s.allowperturb && s.phase == 2 && !s.work.is_fixed(j)) {
+    bound = s.x[j];
+    s.perturbed = true;
+  }
+  s.x[j] = bound;
+  s.key[j] = s.work.is_fixed(j) ? sk_fix : upper ? sk_upr : sk_low;
+}
+
+loop_state update_factor(primal_state& s, int32_t position) {
+  switch (TVN_lu_supd(s.fac.factor, position, s.spike)) {
+  case lu_code::done: break;
+  case lu_code::refactor_advised: s.soon = true; break;
+  default:
+    // Refused: the new basis is factored afresh, with care.
+    s.refactor = true;
+    TVN_lu_puttol(s.fac.factor, 2, std::min(1.5 * TVN_lu_gettol(s.fac.factor, 2), 0.1));
+    return setback(s);
+  }
+  s.fac.since++;
+  return loop_state::go_on;
+}
+
+void row_of_inverse(primal_state& s, int32_t position) {
+  s.unit.push(position, 1.0);
+  TVN_lu_btrans(s.fac.factor, s.unit, s.rho, 1e-18, 1e-18);
+}
+
+void steepest_edge_vector(primal_state& s) {
+  if (s.method != sel_se && s.method != sel_se + sel_restrict) return;
+  for (int32_t p = 0; p < s.aq.count; p++) s.unit.push(s.aq.idx[p], s.aq.val[s.aq.idx[p]]);
+  TVN_lu_btrans(s.fac.factor, s.unit, s.tau, 1e-18, 1e-18);
+}
+
+// Exchange of q with the variable at r.position, all quantities updated.
+loop_state pivot(primal_state& s, int32_t q, double sigma, double dq, const ratio_result& r) {
+  const int32_t leaving = s.fac.head[r.position];
+  const double a = s.aq.val[r.position], theta = dq / a;
+  row_of_inverse(s, r.position);
+  const bool full = s.method != sel_partial;
+  if (full) {
+    steepest_edge_vector(s);
+    psimplex_formrow(s);
+    const double arow = s.work.is_logical(q) ? -s.rho.val[q] : s.alpha.val[q];
+    if (s.fac.since > 0 && std::fabs(arow - a) > 1e-3 * (std::fabs(a) + 1)) return setback(s);
+    if (wants_refactor(s, arow, a)) s.soon = true;
+  } else {
+    s.workprice += s.rho.count;
+    for (int32_t p = 0; p < s.rho.count; p++) s.y[s.rho.idx[p]] += theta * s.rho.val[s.rho.idx[p]];
+  }
+  const auto oldcost = static_cast<double>(s.infeas[r.position]); // 0 in phase two
+  psimplex_movebasics(s, sigma, r.step);
+  // The leaving variable's own change of status goes with it.
+  for (int32_t p = 0; p < s.numchanged; p++) {
+    if (s.changed[p] != r.position) continue;
+    s.changed[p] = s.changed[--s.numchanged];
+    s.delta[p] = s.delta[s.numchanged];
+    break;
+  }
+  if (s.infeas[r.position] != 0) s.numinf--;
+  settle_leaving(s, leaving, r.to_upper);
+  s.x[q] += sigma * r.step;
+  if (full) {
+    psimplex_updateduals(s, q, leaving, a, dq);
+    s.d[leaving] -= oldcost; // a nonbasic has no phase-one cost
+  }
+  s.fac.head[r.position] = q;
+  s.fac.pos[q] = r.position;
+  s.fac.pos[leaving] = -1;
+  s.infeas[r.position] = 0;
+  psimplex_enterbasis(s, q);
+  psimplex_leavebasis(s, leaving);
+  s.freshd = false;
+  return update_factor(s, r.position);
+}
+
+void count_iteration(primal_state& s, double step) {
+  auto& count = s.info.count[kind_primal];
+  s.iter++;
+  count.iterations++;
+  if (s.phase == 1) count.infeasible++;
+  if (step <= smallstep) {
+    count.degenerate++;
+    s.perioddeg++;
+  }
+  s.successive = 0;
+  const double share = static_cast<double>(count.iterations) / std::max(1, s.param.maxiterations);
+  if ((share > 0.8 && s.iter > 20) || s.param.maxiterations - count.iterations < budgetreserve) s.allowperturb = false;
+}
+
+loop_state iterate(primal_state& s) {
+  const price_result price = psimplex_select(s);
+  if (price.j < 0) return end_of_pricing(s);
+  const int32_t q = price.j;
+  solve_column(s, q);
+  s.worksolve += s.aq.count + s.spike.count;
+  const double dq = column_reducedcost(s, q), sigma = direction(s, q, dq);
+  s.d[q] = dq;
+  if (dq * sigma > -0.1 * s.tols) {
+    // The sign is gone: the reduced cost was rounding.
+    if (s.fac.since > 0 || !s.freshd) return setback(s);
+    ban(s, q);
+    return loop_state::go_on;
+  }
+  if (std::fabs(price.d) > 0.01 && wants_refactor(s, price.d, dq)) s.soon = true;
+  const ratio_result r = s.phase == 1 ? psimplex_stepsize_phaseone(s, q, sigma, -std::fabs(dq))
+                                      : psimplex_stepsize(s, q, sigma);
+  if (r.position < 0 && !r.swap) return unbounded(s, q, sigma);
+  if (!r.swap && r.pivot < 1e-5 && s.fac.since > 5) return s.refactor = true, loop_state::recompute;
+  loop_state state = loop_state::go_on;
+  if (r.swap) swap_bound(s, q, sigma, r.step);
+  else state = pivot(s, q, sigma, dq, r);
+  count_iteration(s, r.step);
+  if (state != loop_state::go_on) return state;
+  if (s.phase == 1) {
+    s.rho.clear();
+    s.alpha.clear();
+    psimplex_updatephasecost(s);
+    if (s.numinf == 0) return s.refactor = true, loop_state::recompute;
+  }
+  return loop_state::go_on;
+}
+
+} // namespace
+
+void psimplex_setup(primal_state& s) {
+  const simplex_work& w = s.work;
+  sysenv& sys = s.sys;
+  const int64_t m = w.m, total = w.total;
+  TVN_simplex_makefac(sys, w, s.fac);
+  for (auto* b : {&s.x, &s.lo, &s.up, &s.d, &s.weight}) b->reset(sys, total, 0.0);
+  s.key.reset(sys, total, static_cast<uint8_t>(sk_low));
+  for (auto* b : {&s.inframe, &s.banned, &s.inlist}) b->reset(sys, total, uint8_t{0});
+  s.cand.reset(sys, total);
+  s.candpos.reset(sys, total, -1);
+  s.infeas.reset(sys, m, int8_t{0});
+  s.y.reset(sys, m, 0.0);
+  s.plist.reset(sys, 64);
+  for (auto* v : {&s.spike, &s.colrow, &s.aq, &s.unit, &s.rho, &s.tau}) *v = spvec(sys, m);
+  s.alpha = spvec(sys, total);
+  s.breaks.reset(sys, 2 * m);
+  s.changed.reset(sys, m);
+  s.delta.reset(sys, m);
+  std::copy(w.lower.begin(), w.lower.end(), s.lo.begin());
+  std::copy(w.upper.begin(), w.upper.end(), s.up.begin());
+}
+
+void psimplex_optimize(primal_state& s) {
+  s.tolfeas = std::min(1e-8, s.param.tolx);
+  s.tolratio = s.tolfeas * (s.param.degen == 0 ? 0.1 : 0.001);
+  s.tolpiv = s.param.tolabspiv;
+  s.tols = s.param.tols;
+  TVN_lu_puttol(s.fac.factor, 2, s.param.tolrelpiv);
+  TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
+  const bool cold = s.param.hotstart == 0;
+  s.allowperturb = s.param.degen != 0 && s.param.maxiterations >= budgetreserve;
+  s.degenmode = !s.allowperturb ? 0 : cold && s.param.degen != 4 ? 3 : 1;
+  psimplex_choosepricing(s);
+  if (s.allowperturb && cold) psimplex_perturbinit(s);
+  psimplex_resetweights(s);
+  s.info.forcelog = true;
+  s.phase = 1;
+  s.refactor = true;
+  for (;;) {
+    if (s.refactor || s.soon) {
+      if (recompute(s) == loop_state::finished) break;
+      continue;
+    }
+    if (check_limits(s) == loop_state::finished) break;
+    if (s.iter - s.periodstart >= s.degenperiod) psimplex_kick(s);
+    if (s.iter % 100 == 0) psimplex_choosepricingswitch(s);
+    if (s.weighterrors > 3) psimplex_resetweights(s);
+    const loop_state state = iterate(s);
+    clear_vectors(s);
+    if (state == loop_state::finished) break;
+  }
+  clear_vectors(s);
+  set_objective(s);
+}
+
+} // namespace tvn

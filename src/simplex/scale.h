@@ -1,0 +1,11 @@
+// Scale factors of the working problem.
+#pragma once
+
+#include "simplex/work.h"
+
+namespace tvn {
+
+// Fills w.rowscale and w.colscale with powers of two; false (factors all 1) when scaling is not worth it.
+bool TVN_simplex_computescaling(sysenv& sys, scale_request scale, simplex_work& w);
+
+} // namespace tvn

@@ -1,0 +1,272 @@
+// The frame: working problem, start basis, optimizer, the way back, proof, and a second run where the proof fails.
+//
+// Road of one run: TVN_simplex_compressproblem (free rows and fixed columns out, scaling by powers of two) -> start basis
+// (logicals, or the caller's keys repaired) -> primal simplex -> polish (x and y of the final basis solved afresh with
+// refinement) -> user space -> residuals on the user's data. Only they decide the status.
+#include "simplex/simplex.h"
+
+#include "simplex/pstate.h"
+#include "simplex/verify.h"
+
+#include <cmath>
+
+namespace tvn {
+
+namespace {
+
+constexpr int32_t scalepasses = 6;
+constexpr double tolcertificate = 1e-7;  // violation of a certificate relative to its objective
+
+bool crosses(int32_t bk, double bl, double bu) { return bk == bk_ra && bl > bu; }
+
+void clear_solution(const lp_view& lp, lp_solution& sol) {
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    sol.skc[i] = sk_bas;
+    sol.xc[i] = sol.y[i] = sol.slc[i] = sol.suc[i] = 0;
+  }
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    sol.skx[j] = has_lower(lp.bkx[j]) ? sk_low : has_upper(lp.bkx[j]) ? sk_upr : sk_supbas;
+    sol.xx[j] = sol.slx[j] = sol.sux[j] = 0;
+  }
+}
+
+// Crossing bounds prove infeasibility by themselves: both duals of the item are 1.
+bool crossing_bounds(const lp_view& lp, simplex_info& info, lp_solution& sol) {
+  for (int32_t i = 0; i < lp.numcon + lp.numvar; i++) {
+    const bool row = i < lp.numcon;
+    const int32_t j = row ? i : i - lp.numcon;
+    if (!(row ? crosses(lp.bkc[j], lp.blc[j], lp.buc[j]) : crosses(lp.bkx[j], lp.blx[j], lp.bux[j]))) continue;
+    clear_solution(lp, sol);
+    (row ? sol.slc : sol.slx)[j] = 1;
+    (row ? sol.suc : sol.sux)[j] = 1;
+    info.prosta = pro_prim_infeas;
+    info.solsta = sol_prim_infeas_cer;
+    return true;
+  }
+  return false;
+}
+
+// --- start basis
+
+// Key and value of a nonbasic variable: the wished side if it has one, else the bound nearer to zero.
+void rest_nonbasic(primal_state& s, int32_t j, int32_t wish) {
+  const double lo = s.lo[j], up = s.up[j];
+  const bool haslo = lo > -bound_infinity, hasup = up < bound_infinity;
+  if (!haslo && !hasup) {
+    s.key[j] = sk_supbas;
+    s.x[j] = 0;
+  } else if (s.work.is_fixed(j)) {
+    s.key[j] = sk_fix;
+    s.x[j] = lo;
+  } else if (haslo && !(wish == sk_upr && hasup) && (wish == sk_low || !hasup || std::fabs(lo) <= std::fabs(up))) {
+    s.key[j] = sk_low;
+    s.x[j] = lo;
+  } else {
+    s.key[j] = sk_upr;
+    s.x[j] = up;
+  }
+}
+
+int32_t user_key(const simplex_work& w, const lp_solution& sol, int32_t j) {
+  return w.is_logical(j) ? sol.skc[w.row2user[j]] : sol.skx[w.col2user[j - w.m]];
+}
+
+// Exactly m basics from the keys: structurals first, then logicals, then logicals that were not asked for.
+void basis_from_keys(primal_state& s, const lp_solution& sol) {
+  const simplex_work& w = s.work;
+  int32_t num = 0;
+  auto take = [&](int32_t j) {
+    if (num == w.m || s.fac.pos[j] >= 0) return;
+    s.fac.pos[j] = num;
+    s.fac.head[num++] = j;
+  };
+  std::fill(s.fac.pos.begin(), s.fac.pos.end(), -1);
+  s.info.numbasics = 0;
+  for (int32_t j = 0; j < w.total; j++) s.info.numbasics += user_key(w, sol, j) == sk_bas;
+  for (int32_t j = w.m; j < w.total; j++)
+    if (user_key(w, sol, j) == sk_bas) take(j);
+  for (int32_t j = 0; j < w.m; j++)
+    if (user_key(w, sol, j) == sk_bas) take(j);
+  for (int32_t j = 0; j < w.m; j++) take(j);
+}
+
+void start_basis(primal_state& s, const lp_solution* keys) {
+  const simplex_work& w = s.work;
+  if (keys) basis_from_keys(s, *keys);
+  else TVN_simplex_slackbasis(s.fac);
+  for (int32_t j = 0; j < w.total; j++) {
+    if (s.fac.pos[j] >= 0) s.key[j] = sk_bas;
+    else rest_nonbasic(s, j, keys ? user_key(w, *keys, j) : sk_unk);
+  }
+}
+
+// --- the way back
+
+// Solves x and y of the final basis afresh, y with one step of refinement in long double.
+void polish(primal_state& s, buffer<double>& y, bool phaseone) {
+  const simplex_work& w = s.work;
+  auto cost = [&](int32_t k) { return phaseone ? static_cast<double>(s.infeas[k]) : w.cost[s.fac.head[k]]; };
+  for (int32_t k = 0; k < w.m; k++) s.fac.rhs[k] = cost(k);
+  TVN_simplex_formy(s.fac, y);
+  for (int32_t k = 0; k < w.m; k++) {
+    const int32_t j = s.fac.head[k];
+    long double r = cost(k);
+    if (w.is_logical(j)) r += y[j];
+    else
+      for (int64_t p = w.colbeg[j - w.m]; p < w.colbeg[j - w.m + 1]; p++)
+        r -= static_cast<long double>(w.colval[p]) * y[w.colsub[p]];
+    s.fac.rhs[k] = static_cast<double>(r);
+  }
+  TVN_simplex_formy(s.fac, s.y);
+  for (int32_t i = 0; i < w.m; i++) y[i] += s.y[i];
+  for (int32_t k = 0; k < w.m; k++)
+    if (w.is_logical(s.fac.head[k])) y[s.fac.head[k]] = -cost(k);
+}
+
+// Duals of one item from its reduced cost and key.
+void split_dual(double d, int32_t key, double& sl, double& su) {
+  sl = su = 0;
+  if (key == sk_low) sl = d;
+  else if (key == sk_upr) su = -d;
+  else if (key == sk_fix) (d >= 0 ? sl : su) = std::fabs(d);
+}
+
+void export_keys_and_x(const primal_state& s, const lp_view& lp, lp_solution& sol, bool ray) {
+  const simplex_work& w = s.work;
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    const int32_t k = w.user2col[j];
+    sol.skx[j] = k < 0 ? static_cast<int32_t>(sk_fix) : s.key[w.m + k];
+    sol.xx[j] = k < 0 ? (ray ? 0.0 : lp.blx[j]) : s.x[w.m + k] * w.colscale[k];
+    if (ray || k < 0) continue;
+    if (sol.skx[j] == sk_low) sol.xx[j] = lp.blx[j];
+    if (sol.skx[j] == sk_upr) sol.xx[j] = lp.bux[j];
+  }
+}
+
+// Activities: a nonbasic row rests on its bound, a basic one is summed.
+void export_activities(sysenv& sys, const primal_state& s, const lp_view& lp, lp_solution& sol, bool ray) {
+  buffer<long double> act(sys, lp.numcon, 0.0L);
+  for (int32_t j = 0; j < lp.numvar; j++)
+    for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) act[lp.sub[p]] += static_cast<long double>(lp.val[p]) * sol.xx[j];
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    const int32_t k = s.work.user2row[i];
+    sol.skc[i] = k < 0 ? static_cast<int32_t>(sk_bas) : s.key[k];
+    sol.xc[i] = static_cast<double>(act[i]);
+    if (ray) continue;
+    if (sol.skc[i] == sk_low || sol.skc[i] == sk_fix) sol.xc[i] = lp.blc[i];
+    if (sol.skc[i] == sk_upr) sol.xc[i] = lp.buc[i];
+  }
+}
+
+void export_duals(const primal_state& s, const lp_view& lp, const buffer<double>& y, lp_solution& sol) {
+  const simplex_work& w = s.work;
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    const int32_t k = w.user2row[i];
+    const double cs = lp.cslack ? lp.cslack[i] : 0.0;
+    sol.y[i] = k < 0 ? -cs : y[k] * w.rowscale[k];
+    split_dual(cs + sol.y[i], sol.skc[i], sol.slc[i], sol.suc[i]);
+  }
+  for (int32_t j = 0; j < lp.numvar; j++)
+    split_dual(TVN_simplex_userreducedcost(lp, j, lp.c[j], sol.y), sol.skx[j], sol.slx[j], sol.sux[j]);
+}
+
+// The certificate of phase one: signs by value, so that any dual at an infinite bound shows as a violation.
+void export_certificate(const primal_state& s, const lp_view& lp, const buffer<double>& y, lp_solution& sol) {
+  const simplex_work& w = s.work;
+  auto split = [](double d, double& sl, double& su) {
+    sl = std::max(d, 0.0);
+    su = std::max(-d, 0.0);
+  };
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    const int32_t k = w.user2row[i];
+    sol.y[i] = k < 0 ? 0.0 : y[k] * w.rowscale[k];
+    split(sol.y[i], sol.slc[i], sol.suc[i]);
+  }
+  for (int32_t j = 0; j < lp.numvar; j++)
+    split(TVN_simplex_userreducedcost(lp, j, 0.0, sol.y), sol.slx[j], sol.sux[j]);
+}
+
+// --- verdict
+
+// Statuses that the residuals support; false when an optimizer's claim is not among them.
+bool settle_status(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info, lp_solution& sol) {
+  const int32_t claim = info.solsta;
+  info.prosta = pro_unknown;
+  info.solsta = sol_unknown;
+  if (claim == sol_prim_infeas_cer || claim == sol_dual_infeas_cer) {
+    const bool primal = claim == sol_prim_infeas_cer;
+    const double v = primal ? TVN_simplex_primalcertificate(sys, lp, sol) : TVN_simplex_dualcertificate(sys, lp, sol);
+    (primal ? info.primalviol : info.dualviol) = v;
+    if (!(v <= tolcertificate)) return false;
+    info.prosta = primal ? pro_prim_infeas : pro_dual_infeas;
+    info.solsta = claim;
+    return true;
+  }
+  const lp_residuals r = TVN_simplex_residuals(sys, lp, sol);
+  info.objective = r.objective;
+  info.primalviol = std::max(r.bound, r.row) + (std::isnan(r.activity) ? r.activity : 0.0);
+  info.dualviol = std::max(r.dualeq, r.dualsign);
+  const bool primal = r.bound <= param.tolx && r.row <= param.tolx && r.activity <= param.tolx;
+  const bool dual = r.dualeq <= param.tols && r.dualsign <= param.tols;
+  if (primal && dual && r.comp <= param.tols) {
+    info.prosta = pro_prim_and_dual_feas;
+    info.solsta = sol_optimal;
+  } else if (primal || dual) {
+    info.prosta = primal ? pro_prim_feas : pro_dual_feas;
+    info.solsta = primal ? sol_prim_feas : sol_dual_feas;
+  }
+  return claim != sol_optimal || info.solsta == sol_optimal;
+}
+
+// One run on one working problem; sol holds the point in the user's space afterwards, info the optimizer's claim.
+void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+              const simplex_progress& progress, lp_solution& sol, scale_request scale, const lp_solution* keys) {
+  simplex_work work;
+  TVN_simplex_compressproblem(sys, lp, scale, work);
+  info.numcon = work.m;
+  info.numvar = work.n;
+  primal_state s(sys, param, info, progress, work);
+  psimplex_setup(s);
+  start_basis(s, keys);
+  progress(simplex_event::end_setup, info);
+  psimplex_optimize(s);
+  info.response = s.stop;
+  buffer<double> y(sys, work.m, 0.0);
+  const bool ray = info.solsta == sol_dual_infeas_cer, cert = info.solsta == sol_prim_infeas_cer;
+  const bool factored = s.fac.since > 0 || s.freshd;
+  if (factored) polish(s, y, cert);
+  export_keys_and_x(s, lp, sol, ray);
+  export_activities(sys, s, lp, sol, ray);
+  if (cert) export_certificate(s, lp, y, sol);
+  else if (factored && !ray) export_duals(s, lp, y, sol);
+  TVN_lu_getlusze(s.fac.factor, info.lnz, info.unz);
+}
+
+} // namespace
+
+void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                          const simplex_progress& progress, lp_solution& sol) {
+  info.response = simplex_code::ok;
+  if (crossing_bounds(lp, info, sol)) return;
+  progress(simplex_event::begin_primal, info);
+  progress(simplex_event::begin_setup, info);
+  scale_request scale;
+  scale.on = param.scaling != 0;
+  scale.equilibrate = param.scalingmethod == 1;
+  scale.passes = param.scaling == 4 ? 2 * scalepasses : scalepasses;
+  run_once(sys, lp, param, info, progress, sol, scale, param.hotstart != 0 ? &sol : nullptr);
+  if (!settle_status(sys, lp, param, info, sol) && info.response == simplex_code::ok) {
+    // The claim of the scaled run does not hold for the user: go on from its basis on the data as they are.
+    simplex_param again = param;
+    again.hotstart = 6;
+    again.degen = 0;
+    again.tolx = 0.1 * param.tolx;
+    again.tols = 0.1 * param.tols;
+    run_once(sys, lp, again, info, progress, sol, scale_request{}, &sol);
+    if (!settle_status(sys, lp, param, info, sol) && info.response == simplex_code::ok)
+      info.response = simplex_code::numerical;
+  }
+  progress(simplex_event::end_primal, info);
+}
+
+} // namespace tvn

@@ -1,0 +1,129 @@
+// What goes into and out of the simplex frame: views of the caller's problem and solution, settings, statistics, codes.
+//
+// The joined index space: 0 .. numcon-1 are the logicals (constraint activities xc), numcon .. numcon+numvar-1 the
+// structurals (xx). The equations are A x - xc = 0, so a logical's column is minus a unit vector. Always a minimisation;
+// the reduced cost of j is c_j - a_j'y, hence c_i + y_i for the logical of row i.
+#pragma once
+
+#include "cpub/buffer.h"
+
+#include <array>
+
+namespace tvn {
+
+// Infinity of bound arrays is 1e30 in magnitude.
+inline constexpr double bound_infinity = 1e30;
+
+// Bound keys and status keys; the numbers are those of the public constants.
+enum bound_key : int32_t { bk_lo = 0, bk_up = 1, bk_fx = 2, bk_fr = 3, bk_ra = 4 };
+enum status_key : int32_t { sk_unk = 0, sk_bas = 1, sk_supbas = 2, sk_low = 3, sk_upr = 4, sk_fix = 5, sk_inf = 6 };
+constexpr bool has_lower(int32_t bk) noexcept { return bk == bk_lo || bk == bk_fx || bk == bk_ra; }
+constexpr bool has_upper(int32_t bk) noexcept { return bk == bk_up || bk == bk_fx || bk == bk_ra; }
+
+// Solution and problem statuses, numbered as outside.
+enum sol_status : int32_t {
+  sol_unknown = 0, sol_optimal = 1, sol_prim_feas = 2, sol_dual_feas = 3, sol_prim_and_dual_feas = 4,
+  sol_prim_infeas_cer = 5, sol_dual_infeas_cer = 6, sol_near_optimal = 8,
+};
+enum pro_status : int32_t {
+  pro_unknown = 0, pro_prim_and_dual_feas = 1, pro_prim_feas = 2, pro_dual_feas = 3, pro_prim_infeas = 4,
+  pro_dual_infeas = 5,
+};
+
+enum class simplex_code : int32_t {
+  ok = 0, no_memory = 1, max_iterations = 4, max_time = 5, user_stop = 7, stall = 8, numerical = 9, factor = 10,
+  internal = 12, objective_range = 15, bad_problem = 18, bad_basis = 20, singular = 26, max_setbacks = 27,
+  lu_tries = 29, unbounded_step = 31, peer_stop = 33,
+};
+
+enum simplex_kind : int32_t { kind_free = 0, kind_primal = 1, kind_dual = 2, kind_primal_dual = 3 };
+
+// Pricing rules, internal numbers; 6 to 9 are 2 to 5 on a restricted list.
+enum select_method : int32_t {
+  sel_free = 0, sel_partial = 1, sel_full = 2, sel_ase = 3, sel_se = 4, sel_devex = 5, sel_restrict = 4, sel_switch = 10,
+};
+
+struct simplex_param {
+  int32_t optimizer = kind_free;
+  int32_t hotstart = 0;         // 0 none, 4 start primal feasible, 5 dual feasible, 6 otherwise
+  int32_t degen = 1;            // 0 none, 1 free, 2 aggressive, 3 moderate, 4 minimum
+  int32_t scaling = 1;          // 0 none, 1 free, 3 moderate, 4 aggressive
+  int32_t scalingmethod = 0;    // 0 geometric, 1 geometric, then equilibrated
+  bool nonsingular = true;      // repair a singular basis
+  bool savelu = false;
+  int32_t selection = sel_free; // of the optimizer in hand, internal numbering
+  int32_t restrictpct = 50;     // percentage of restriction of the candidate list
+  int32_t maxiterations = 10000000;
+  int32_t maxsetbacks = 200;
+  int32_t refactorfreq = 0;     // 0 automatic
+  int32_t logfreq = 500;
+  double tolx = 1e-6;           // primal feasibility, absolute, in the user's units relative to 1 + |bound|
+  double tols = 1e-6;           // dual feasibility
+  double tolabspiv = 1e-7;
+  double tolrelpiv = 0.001;     // of the factor
+  double maxtime = -1;          // seconds from `starttime`, negative: none
+  double starttime = 0;         // clock reading at the start of the run
+  bool usecutlow = false, usecutupp = false;
+  double cutlow = -1e30, cutupp = 1e30; // objective range, of the minimisation
+  double callbackfreq = -1;     // seconds between calls, negative: the default of 0.05
+};
+
+// Events handed to the progress function.
+enum class simplex_event : int32_t {
+  begin_primal, begin_setup, end_setup, iteration, end_primal, poll,
+};
+
+struct simplex_counters {
+  int64_t iterations = 0, infeasible = 0, degenerate = 0, setbacks = 0, boundswaps = 0;
+  int64_t factorizations = 0, artificials = 0, resets = 0;
+};
+
+struct simplex_info {
+  simplex_code response = simplex_code::ok;
+  int32_t prosta = pro_unknown, solsta = sol_unknown;
+  std::array<simplex_counters, 4> count; // by simplex_kind
+  int32_t numcon = 0, numvar = 0;        // of the working problem
+  int32_t hotstart = 0, numbasics = 0, basisrank = 0;
+  int32_t phase = 0;                     // 1 or 2
+  double sumpinf = 0;                    // of the working problem
+  double objective = 0;                  // of the working point in user units, offset included
+  int32_t randomstate = 1;
+  bool forcelog = false;                 // print the next iteration line whatever its number
+  int64_t lnz = 0, unz = 0;
+  double mindiag = 0, maxdiag = 0;
+  double primalviol = 0, dualviol = 0;   // worst relative violations on the user's data, set at the end
+};
+
+// Nonzero stops the run: 1 is a stop by the user, 2 by a peer.
+struct simplex_progress {
+  void* handle = nullptr;
+  int32_t (*fn)(void* handle, simplex_event event, const simplex_info& info) = nullptr;
+  int32_t operator()(simplex_event event, const simplex_info& info) const { return fn ? fn(handle, event, info) : 0; }
+};
+
+// The user's problem, minimised. Column j holds positions ptrb[j] .. ptre[j]-1.
+struct lp_view {
+  int32_t numcon = 0, numvar = 0;
+  double cfix = 0;
+  const double* cslack = nullptr; // [numcon], null: all 0
+  const double* c = nullptr;      // [numvar]
+  const int64_t *ptrb = nullptr, *ptre = nullptr;
+  const int32_t* sub = nullptr;
+  const double* val = nullptr;
+  const int32_t *bkc = nullptr, *bkx = nullptr;
+  const double *blc = nullptr, *buc = nullptr, *blx = nullptr, *bux = nullptr;
+};
+
+// The user's solution arrays, of lengths numcon and numvar.
+struct lp_solution {
+  int32_t *skc = nullptr, *skx = nullptr;
+  double *xc = nullptr, *xx = nullptr, *y = nullptr, *slc = nullptr, *suc = nullptr, *slx = nullptr, *sux = nullptr;
+};
+
+// The random generator of all perturbations; its state lies in the information record, so that runs repeat exactly.
+inline double TVN_simplex_random(int32_t& state) noexcept {
+  state = static_cast<int32_t>((static_cast<int64_t>(state) * 10278 + 3) % 32749);
+  return static_cast<double>(state) / 32749.0;
+}
+
+} // namespace tvn

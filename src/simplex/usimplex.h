@@ -1,0 +1,48 @@
+// Basis, factor and the solution pieces that come from them: what all simplex optimizers share.
+#pragma once
+
+#include "lu/lu.h"
+#include "simplex/work.h"
+
+namespace tvn {
+
+// The basis of a working problem with its factor. Position k holds variable head[k]; pos is the inverse, -1 nonbasic.
+struct simplex_fac {
+  sysenv* sys = nullptr;
+  const simplex_work* work = nullptr;
+  buffer<int32_t> head;   // [m]
+  buffer<int32_t> pos;    // [total]
+  lu factor;
+  buffer<int32_t> iwork;  // factor space, also the column map of a repair
+  buffer<double> rwork;
+  buffer<double> rhs, sol; // [m] dense right-hand side and result, no contents between calls
+  buffer<long double> acc; // [m] residuals
+  int32_t since = 0;      // updates since the last factorisation
+};
+
+enum class factor_result : int32_t { full, singular, failed, stopped };
+
+// A column that a repair took out of the basis and the logical that stands in its position now.
+struct basis_exchange { int32_t leaving, entering; };
+
+void TVN_simplex_makefac(sysenv& sys, const simplex_work& work, simplex_fac& f);
+// Logicals in all positions.
+void TVN_simplex_slackbasis(simplex_fac& f) noexcept;
+
+// Factors head. Storage grows as long as the factor asks for it.
+[[nodiscard]] factor_result TVN_simplex_factor(simplex_fac& f);
+// After `singular`: completes the factor with logicals and tells the exchanges; returns their number.
+int32_t TVN_simplex_insertlogicals(simplex_fac& f, std::span<basis_exchange> exchanges);
+// Raises the pivot method and threshold when the fresh factor looks unstable; true: factor again.
+bool TVN_simplex_improvelu(simplex_fac& f);
+
+// Column j of the joined space, by row, into an empty vector.
+void TVN_simplex_loadcolumn(const simplex_work& w, int32_t j, spvec& col) noexcept;
+double TVN_simplex_columndot(const simplex_work& w, int32_t j, const double* y) noexcept;
+
+// x of the basics from x of the nonbasics, with one step of refinement; returns the largest residual before it.
+double TVN_simplex_formxb(simplex_fac& f, std::span<double> x);
+// y from the costs by position in f.rhs (destroyed); y by row.
+void TVN_simplex_formy(simplex_fac& f, std::span<double> y);
+
+} // namespace tvn

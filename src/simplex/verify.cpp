@@ -1,0 +1,131 @@
+// Residuals and certificates from the user's data alone, sums in long double. Cost: O(nonzeros).
+#include "simplex/verify.h"
+
+#include <cmath>
+#include <limits>
+
+namespace tvn {
+
+namespace {
+
+// Keeps the larger; a NaN wins and stays.
+void worsen(double& worst, double value) {
+  if (!(value <= worst)) worst = value;
+}
+
+
+double own_scale(double bound) { return 1 + std::fabs(bound); }
+
+void row_activities(const lp_view& lp, const double* xx, buffer<long double>& act, buffer<double>& largest) {
+  for (int32_t i = 0; i < lp.numcon; i++) act[i] = 0, largest[i] = 0;
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    const long double v = xx[j];
+    if (v == 0) continue;
+    for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) {
+      const long double term = v * lp.val[p];
+      act[lp.sub[p]] += term;
+      worsen(largest[lp.sub[p]], static_cast<double>(std::fabs(term)));
+    }
+  }
+}
+
+double outside(double v, int32_t bk, double bl, double bu) {
+  double worst = 0;
+  if (has_lower(bk)) worsen(worst, (bl - v) / own_scale(bl));
+  if (has_upper(bk)) worsen(worst, (v - bu) / own_scale(bu));
+  return std::isnan(v) ? v : worst;
+}
+
+// Wrong sign, or a dual where there is no bound.
+double wrong_sign(double s, bool finite) { return finite ? std::max(0.0, -s) : std::fabs(s); }
+
+double max_cost(const lp_view& lp) {
+  double c = 0;
+  for (int32_t j = 0; j < lp.numvar; j++) worsen(c, std::fabs(lp.c[j]));
+  return c;
+}
+
+double cslack(const lp_view& lp, int32_t i) { return lp.cslack ? lp.cslack[i] : 0.0; }
+
+} // namespace
+
+double TVN_simplex_userreducedcost(const lp_view& lp, int32_t j, double cj, const double* y) {
+  long double d = cj;
+  for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) d -= static_cast<long double>(lp.val[p]) * y[lp.sub[p]];
+  return static_cast<double>(d);
+}
+
+lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol) {
+  lp_residuals r;
+  buffer<long double> act(sys, lp.numcon);
+  buffer<double> largest(sys, lp.numcon);
+  row_activities(lp, sol.xx, act, largest);
+  long double obj = lp.cfix;
+  for (int32_t j = 0; j < lp.numvar; j++) obj += static_cast<long double>(lp.c[j]) * sol.xx[j];
+  for (int32_t i = 0; i < lp.numcon; i++) obj += static_cast<long double>(cslack(lp, i)) * sol.xc[i];
+  r.objective = static_cast<double>(obj);
+  const double cscale = 1 + max_cost(lp), oscale = 1 + std::fabs(r.objective);
+  auto complementarity = [&](double v, int32_t bk, double bl, double bu, double sl, double su) {
+    if (has_lower(bk)) worsen(r.comp, std::fabs(sl * (v - bl)) / oscale);
+    if (has_upper(bk)) worsen(r.comp, std::fabs(su * (bu - v)) / oscale);
+  };
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    const auto a = static_cast<double>(act[i]);
+    worsen(r.row, outside(a, lp.bkc[i], lp.blc[i], lp.buc[i]));
+    worsen(r.activity, std::fabs(sol.xc[i] - a) / (1 + largest[i]));
+    worsen(r.dualeq, std::fabs(cslack(lp, i) + sol.y[i] - sol.slc[i] + sol.suc[i]) / cscale);
+    worsen(r.dualsign, wrong_sign(sol.slc[i], has_lower(lp.bkc[i])) / cscale);
+    worsen(r.dualsign, wrong_sign(sol.suc[i], has_upper(lp.bkc[i])) / cscale);
+    complementarity(a, lp.bkc[i], lp.blc[i], lp.buc[i], sol.slc[i], sol.suc[i]);
+  }
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    worsen(r.bound, outside(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j]));
+    const double d = TVN_simplex_userreducedcost(lp, j, lp.c[j], sol.y);
+    worsen(r.dualeq, std::fabs(d - sol.slx[j] + sol.sux[j]) / cscale);
+    worsen(r.dualsign, wrong_sign(sol.slx[j], has_lower(lp.bkx[j])) / cscale);
+    worsen(r.dualsign, wrong_sign(sol.sux[j], has_upper(lp.bkx[j])) / cscale);
+    complementarity(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j], sol.slx[j], sol.sux[j]);
+  }
+  return r;
+}
+
+double TVN_simplex_primalcertificate(sysenv&, const lp_view& lp, const lp_solution& sol) {
+  long double obj = 0;
+  double worst = 0;
+  auto take = [&](int32_t bk, double bl, double bu, double sl, double su) {
+    if (has_lower(bk)) obj += static_cast<long double>(sl) * bl;
+    if (has_upper(bk)) obj -= static_cast<long double>(su) * bu;
+    worsen(worst, wrong_sign(sl, has_lower(bk)));
+    worsen(worst, wrong_sign(su, has_upper(bk)));
+  };
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    take(lp.bkc[i], lp.blc[i], lp.buc[i], sol.slc[i], sol.suc[i]);
+    worsen(worst, std::fabs(sol.y[i] - sol.slc[i] + sol.suc[i]));
+  }
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    take(lp.bkx[j], lp.blx[j], lp.bux[j], sol.slx[j], sol.sux[j]);
+    worsen(worst, std::fabs(TVN_simplex_userreducedcost(lp, j, 0.0, sol.y) - sol.slx[j] + sol.sux[j]));
+  }
+  return obj > 0 ? worst / static_cast<double>(obj) : std::numeric_limits<double>::infinity();
+}
+
+double TVN_simplex_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol) {
+  buffer<long double> act(sys, lp.numcon);
+  buffer<double> largest(sys, lp.numcon);
+  row_activities(lp, sol.xx, act, largest);
+  double worst = 0;
+  auto recede = [&](double v, int32_t bk) {
+    if (has_lower(bk)) worsen(worst, -v);
+    if (has_upper(bk)) worsen(worst, v);
+    if (std::isnan(v)) worst = v;
+  };
+  long double fall = 0;
+  for (int32_t i = 0; i < lp.numcon; i++) recede(static_cast<double>(act[i]), lp.bkc[i]);
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    recede(sol.xx[j], lp.bkx[j]);
+    fall -= static_cast<long double>(lp.c[j]) * sol.xx[j];
+  }
+  return fall > 0 ? worst / static_cast<double>(fall) : std::numeric_limits<double>::infinity();
+}
+
+} // namespace tvn

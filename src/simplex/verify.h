@@ -1,0 +1,29 @@
+// Residuals of a solution on the user's own data: the only ground on which a status is given.
+#pragma once
+
+#include "simplex/types.h"
+
+namespace tvn {
+
+// Worst breaches, relative as told. A NaN anywhere makes the figure NaN, so tests are written !(figure <= tolerance).
+struct lp_residuals {
+  double bound = 0;       // x outside its bounds, to 1 + |bound|
+  double row = 0;         // row activity outside its bounds, to 1 + |bound|
+  double activity = 0;    // |xc - A x| to 1 + largest term of the row
+  double dualeq = 0;      // |c - A'y - slx + sux| and |cslack + y - slc + suc|, to 1 + max|c|
+  double dualsign = 0;    // dual of wrong sign or at an infinite bound, to 1 + max|c|
+  double comp = 0;        // dual times distance to its bound, to 1 + |objective|
+  double objective = 0;   // primal, cfix included
+};
+
+lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol);
+
+// Violation of a certificate divided by the certificate's own objective; infinity when that is not positive.
+// Primal: y, slc, suc, slx, sux prove that no point is feasible. Dual: xx is a ray along which the objective falls.
+double TVN_simplex_primalcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol);
+double TVN_simplex_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol);
+
+// z_j = c_j * cfactor - A_j'y in long double.
+double TVN_simplex_userreducedcost(const lp_view& lp, int32_t j, double cj, const double* y);
+
+} // namespace tvn
