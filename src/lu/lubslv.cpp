@@ -16,7 +16,8 @@ inline void axpy(double* __restrict x, double t, const int32_t* __restrict ind, 
 }
 
 // One column of U': takes x[c], gives the value of its row.
-inline void eliminate_column(lu& f, double* __restrict x, int32_t c, spvec& y, double tol1, double tol2, int64_t& work) {
+inline void eliminate_column(lu& f, double* __restrict x, int32_t c, spvec& y, double tol1, double tol2,
+                             int64_t& work) {
   double v = x[c];
   x[c] = 0.0;
   if (!(std::fabs(v) > tol1)) return;
@@ -32,10 +33,9 @@ void solve_u_sparse(lu& f, spvec& x, spvec& y, double tol1, double tol2) {
   const int32_t* pivrow = f.colpivrow.data();
   const int32_t* rbeg = f.rbeg.data();
   const int32_t* rlen = f.rlen.data();
-  const lu_reach s = reach(
-      f, x.idx.data(), x.count, f.rcol.data(), [=](int32_t c) { return rbeg[pivrow[c]]; },
+  const lu_reach s = try_reach(
+      f, lk_btranu, x.idx.data(), x.count, f.rcol.data(), [=](int32_t c) { return rbeg[pivrow[c]]; },
       [=](int32_t c) { return rlen[pivrow[c]]; });
-  f.work[lt_symbolic] += s.visited;
   double* val = x.val.data();
   int64_t work = 0;
   x.count = 0;
@@ -92,10 +92,9 @@ int64_t solve_l_full(const lu& f, double* __restrict x) {
 void solve_l_sparse(lu& f, spvec& y) {
   const int32_t* ltbeg = f.ltbeg.data();
   const int32_t* ltlen = f.ltlen.data();
-  const lu_reach s = reach(
-      f, y.idx.data(), y.count, f.crow.data(), [=](int32_t r) { return ltbeg[r]; },
+  const lu_reach s = try_reach(
+      f, lk_btranl, y.idx.data(), y.count, f.crow.data(), [=](int32_t r) { return ltbeg[r]; },
       [=](int32_t r) { return ltlen[r]; });
-  f.work[lt_symbolic] += s.visited;
   if (!s.complete) {
     f.work[lt_bdense] += solve_l_full(f, y.val.data()) + f.nrow;
     relist(y, f.nrow);

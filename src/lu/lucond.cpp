@@ -1,8 +1,8 @@
 // Estimate of the one-norm of the inverse from a few solves (Hager 1984).
 //
 // The norm is convex on the unit simplex, so its maximum stands at a unit vector: each cycle goes from x to the unit
-// vector that the gradient points at, as long as the norm of B^-1 x rises. The estimate is a lower bound, usually within
-// a factor of three. The forward solve stops before a result could overflow.
+// vector that the gradient points at, as long as the norm of B^-1 x rises. The estimate is a lower bound, usually
+// within a factor of three. The forward solve stops before a result could overflow.
 #include "lu/luint.h"
 
 #include <cmath>

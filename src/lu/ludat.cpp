@@ -80,6 +80,7 @@ void TVN_lu_init(lu& f) {
   f.numgc = 0;
   f.sumcount = 0.0;
   std::fill(std::begin(f.work), std::end(f.work), int64_t{0});
+  std::fill(std::begin(f.habit), std::end(f.habit), lu_habit{});
   TVN_lu_resetufre(f);
 }
 

@@ -110,23 +110,28 @@ void store_l(lu& f, const lu_active& a, int32_t i, int32_t num) {
 // Adds -l times the pivot row to the elements that row r has already. An element that vanishes leaves both stores.
 // Marks of met columns become base + 1; returns their number.
 int32_t update_present(lu& f, const lu_active& a, int32_t r, double l, int32_t base) {
-  int32_t met = 0;
-  const int32_t b = f.rbeg[r];
-  for (int32_t q = b; q < b + f.rlen[r];) {
-    const int32_t j = f.rcol[q];
-    if (a.mark[j] != base) {
+  double* val = f.rval.data();
+  const int32_t* col = f.rcol.data();
+  int32_t* __restrict mark = a.mark;
+  const double* __restrict dense = a.dense;
+  const double tol = f.tolzero;
+  int32_t met = 0, q = f.rbeg[r], e = q + f.rlen[r];
+  while (q < e) {
+    const int32_t j = col[q];
+    if (mark[j] != base) {
       q++;
       continue;
     }
-    a.mark[j] = base + 1;
+    mark[j] = base + 1;
     met++;
-    const double v = f.rval[q] - l * a.dense[j];
-    if (std::fabs(v) > f.tolzero) {
-      f.rval[q++] = v;
+    const double v = val[q] - l * dense[j];
+    if (std::fabs(v) > tol) {
+      val[q++] = v;
       continue;
     }
     const int32_t p = f.rpos[q];
     lu_cutfromrow(f, r, q);
+    e--;
     const int32_t last = f.cbeg[j] + --f.clen[j];
     if (p != last) {
       f.crow[p] = f.crow[last];
@@ -153,8 +158,7 @@ lu_code insert_fill(lu& f, const lu_active& a, int32_t r, double l, int32_t num,
     // A compression gives back the head-room of both, so ask until both have some: compressions are counted.
     while (code == lu_code::done && (f.clen[j] == f.ccap[j] || f.rlen[r] == f.rcap[r]))
       code = with_room(f, [&] {
-        return f.clen[j] == f.ccap[j] ? TVN_lu_resizecol(f, j, f.clen[j] + 1)
-                                      : TVN_lu_resizerow(f, r, f.rlen[r] + 1);
+        return f.clen[j] == f.ccap[j] ? TVN_lu_resizecol(f, j, f.clen[j] + 1) : TVN_lu_resizerow(f, r, f.rlen[r] + 1);
       });
     if (code != lu_code::done) continue;
     const int32_t q = f.rbeg[r] + f.rlen[r]++, p = f.cbeg[j] + f.clen[j]++;

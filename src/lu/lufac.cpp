@@ -1,8 +1,8 @@
 // Factorisation of a basis: set-up, pivot loop, finish; and the completion of a singular one.
 //
-// On success the object is factored: rows of U in pivot order at the front of the row store, columns of U in the same
-// order at the front of the column store, L by columns at the top of the one and by rows at the top of the other. With
-// rank < nrow it stays in the factoring state, which TVN_lu_insart expects. Nothing is allocated.
+// On success the object is factored: rows of U at the front of the row store, columns of U in pivot order at the front
+// of the column store, L by columns at the top of the one and by rows at the top of the other. With rank < nrow it
+// stays in the factoring state, which TVN_lu_insart expects. Nothing is allocated.
 #include "lu/luint.h"
 
 #include <cinttypes>
@@ -11,6 +11,7 @@ namespace tvn {
 namespace {
 
 constexpr const char* label = "src/lu/lufac";
+constexpr int32_t gathershare = 8;
 constexpr int64_t reportstep = 100000; // units of search and elimination between two reports
 
 int32_t report(const lu& f, int32_t code, int32_t pivots) {
@@ -68,8 +69,10 @@ lu_code factor_active(lu& f, std::span<int32_t> iwork, std::span<double> rwork) 
   if (const lu_code code = TVN_lu_buildcoldbg(f, f.stpf, f.nrow - f.stpb); code != lu_code::done) return code;
   lu_active a;
   make_active(f, iwork, rwork, a);
+  const int32_t numactive = f.nrow - f.stpb - f.stpf;
   const lu_code code = pivot_loop(f, a);
-  if (code == lu_code::done) lu_gather(f, [](int32_t, int32_t) { return true; });
+  // The rows of a small nucleus may lie where they are; those of a large one are brought into pivot order.
+  if (code == lu_code::done && numactive > f.nrow / gathershare) lu_gather(f);
   return code;
 }
 
@@ -158,10 +161,16 @@ lu_code TVN_lu_factor(lu& f, std::span<int32_t> iwork, std::span<double> rwork) 
 lu_code TVN_lu_insart(lu& f, std::span<int32_t> colmap, std::span<int32_t>, double value) {
   TVN_ASSERT(f.sys, label, f.state == lu_factoring && f.rank < f.nrow && f.nrow == f.ncol);
   std::fill_n(colmap.begin(), f.ncol, f.nrow);
-  // The gather puts the rows in pivot order; unpivoted rows keep nothing, since all their columns lack a pivot.
-  const int32_t none = f.nrow;
-  const int32_t* pivrow = f.colpivrow.data();
-  lu_gather(f, [=](int32_t, int32_t j) { return pivrow[j] != none; });
+  for (int32_t i = 0; i < f.nrow; i++) { // columns without pivot leave all rows
+    const int32_t b = f.rbeg[i], e = b + f.rlen[i];
+    int32_t to = b;
+    for (int32_t q = b; q < e; q++) {
+      if (f.colpivrow[f.rcol[q]] == f.nrow) continue;
+      f.rcol[to] = f.rcol[q];
+      f.rval[to++] = f.rval[q];
+    }
+    f.rlen[i] = to - b;
+  }
   int32_t j = 0;
   for (int32_t i = 0; i < f.nrow; i++) {
     if (f.rowpivcol[i] != f.ncol) continue;

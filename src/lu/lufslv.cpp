@@ -48,9 +48,9 @@ int64_t solve_l_full(const lu& f, double* x) {
 void solve_l_sparse(lu& f, spvec& x) {
   const int32_t* lbeg = f.lbeg.data();
   const int32_t* llen = f.llen.data();
-  const lu_reach s = reach(
-      f, x.idx.data(), x.count, f.rcol.data(), [=](int32_t r) { return lbeg[r]; }, [=](int32_t r) { return llen[r]; });
-  f.work[lt_symbolic] += s.visited;
+  const lu_reach s = try_reach(
+      f, lk_ftranl, x.idx.data(), x.count, f.rcol.data(), [=](int32_t r) { return lbeg[r]; },
+      [=](int32_t r) { return llen[r]; });
   if (!s.complete) {
     f.work[lt_fdense] += solve_l_full(f, x.val.data()) + f.nrow;
     relist(x, f.nrow);
@@ -67,6 +67,13 @@ void solve_l_sparse(lu& f, spvec& x) {
   }
   x.count = count;
   f.work[lt_fsparse] += s.visited + s.count;
+}
+
+void drop_zeros(spvec& x) {
+  int32_t count = 0;
+  for (int32_t k = 0; k < x.count; k++)
+    if (x.val[x.idx[k]] != 0.0) x.idx[count++] = x.idx[k];
+  x.count = count;
 }
 
 // Every listed value is nonzero on entry. A row that an eta fills in is marked, so that it is listed once even when a
@@ -107,7 +114,10 @@ inline void eliminate_row(lu& f, double* __restrict x, int32_t r, spvec& y, doub
 void TVN_lu_ftranl(lu& f, spvec& x) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored);
   if (x.count == 0) return;
-  solve_l_sparse(f, x);
+  if (f.numl > 0)
+    solve_l_sparse(f, x);
+  else
+    drop_zeros(x);
   if (f.numetas > 0) solve_etas(f, x);
 }
 
@@ -116,10 +126,9 @@ void TVN_lu_ftranus(lu& f, spvec& x, spvec& y, double droptol1, double droptol2)
   const int32_t* pivcol = f.rowpivcol.data();
   const int32_t* cbeg = f.cbeg.data();
   const int32_t* clen = f.clen.data();
-  const lu_reach s = reach(
-      f, x.idx.data(), x.count, f.crow.data(), [=](int32_t r) { return cbeg[pivcol[r]]; },
+  const lu_reach s = try_reach(
+      f, lk_ftranu, x.idx.data(), x.count, f.crow.data(), [=](int32_t r) { return cbeg[pivcol[r]]; },
       [=](int32_t r) { return clen[pivcol[r]]; });
-  f.work[lt_symbolic] += s.visited;
   double* val = x.val.data();
   int64_t work = 0;
   x.count = 0;
@@ -131,8 +140,7 @@ void TVN_lu_ftranus(lu& f, spvec& x, spvec& y, double droptol1, double droptol2)
     f.work[lt_fsparse] += work + s.count;
   } else {
     for (int32_t k = f.uend - 1; k >= 0; k--)
-      if (const int32_t r = f.uorder[k]; r >= 0 && val[r] != 0.0)
-        eliminate_row(f, val, r, y, droptol1, droptol2, work);
+      if (const int32_t r = f.uorder[k]; r >= 0 && val[r] != 0.0) eliminate_row(f, val, r, y, droptol1, droptol2, work);
     f.work[lt_fdense] += work + f.uend;
   }
 }

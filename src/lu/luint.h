@@ -4,6 +4,8 @@
 #include "lu/lu.h"
 #include "misc/prque.h"
 
+#include <bit>
+
 namespace tvn {
 
 // Storage (lusto). Capacities are powers of two cut to the dimension, so that moved blocks are reusable.
@@ -11,7 +13,12 @@ struct lu_blocksize {
   int32_t cap;  // elements
   int32_t log2; // of the uncut power, -1 for an empty block
 };
-lu_blocksize TVN_lu_computesize(const lu& f, bool isrow, int32_t n);
+inline lu_blocksize TVN_lu_computesize(const lu& f, bool isrow, int32_t n) {
+  if (n == 0) return {0, -1};
+  const int32_t log2 = static_cast<int32_t>(std::bit_width(static_cast<uint32_t>(n - 1)));
+  const int64_t dim = isrow ? f.ncol : f.nrow;
+  return {static_cast<int32_t>(std::min(int64_t{1} << log2, dim)), log2};
+}
 void TVN_lu_resetufre(lu& f); // forgets all free blocks
 // Room for n elements, n >= length. no_storage when even a compression did not make room; nothing has changed then,
 // apart from positions.
@@ -22,9 +29,9 @@ bool TVN_lu_garcol(lu& f);
 void lu_compress(lu& f); // the same without the limit
 // Builds the column store from the rows at [from, to) of the pivot order (of uorder when factored, then with values).
 [[nodiscard]] lu_code TVN_lu_buildcoldbg(lu& f, int32_t from, int32_t to);
-// Moves rows in pivot order to the front of the other store and exchanges the stores. keep(i, j) tells which elements
-// stay. The column store is lost; L columns and etas are carried over.
-template <class Keep> void lu_gather(lu& f, Keep keep);
+// Moves the rows in pivot order to the front of the other store and exchanges the stores. The column store is lost; L
+// columns and etas are carried over.
+void lu_gather(lu& f);
 
 inline int32_t lu_collimit(const lu& f) { return f.state == lu_factored ? f.lbegin : f.wsze; }
 
@@ -54,7 +61,17 @@ inline void lu_cutfromcol(lu& f, int32_t j, int32_t p) {
 // Set-up (lusng): input, singleton passes, L columns of the row singletons.
 [[nodiscard]] lu_code lu_setup(lu& f, std::span<int32_t> iwork, std::span<double> rwork);
 // Records a pivot at the front (or the back) of the active rows.
-void TVN_lu_apivot(lu& f, int32_t i, int32_t j, double pivot, bool front);
+inline void TVN_lu_apivot(lu& f, int32_t i, int32_t j, double pivot, bool front) {
+  const int32_t to = front ? f.stpf++ : f.nrow - ++f.stpb;
+  const int32_t from = f.prowinv[i], other = f.prow[to];
+  f.prow[from] = other;
+  f.prowinv[other] = from;
+  f.prow[to] = i;
+  f.prowinv[i] = to;
+  f.rowpivcol[i] = j;
+  f.colpivrow[j] = i;
+  f.diag[i] = pivot;
+}
 
 // Pivot search and elimination (lupiv, luelm).
 struct lu_active {
@@ -79,43 +96,5 @@ void TVN_lu_initupdate(lu& f);
 // The breach found first, or null. Levels of audit: factor and update at TVN_CHECK_LEVEL 2 and 3.
 const char* TVN_lu_check(const lu& f);
 void lu_audit(const lu& f, const char* label, int line); // stops on a breach
-
-template <class Keep> void lu_gather(lu& f, Keep keep) {
-  const bool factored = f.state == lu_factored;
-  const int32_t* order = factored ? f.uorder.data() : f.prow.data();
-  const int32_t n = factored ? f.uend : f.nrow;
-  const double* __restrict rv = f.rval.data();
-  const int32_t* __restrict rc = f.rcol.data();
-  double* __restrict tv = f.cval.data();
-  int32_t* __restrict tc = f.crow.data();
-  // L by rows stays with the columns: it lies in the store that becomes the row store.
-  const int32_t shared = factored ? f.lbegin : f.wsze;
-  if (shared < f.wsze) {
-    std::swap_ranges(f.rval.data() + shared, f.rval.data() + f.wsze, f.cval.data() + shared);
-    std::swap_ranges(f.rcol.data() + shared, f.rcol.data() + f.wsze, f.crow.data() + shared);
-  }
-  int32_t pos = 0;
-  for (int32_t k = 0; k < n; k++) {
-    const int32_t i = order[k];
-    if (i < 0) continue;
-    const int32_t b = f.rbeg[i], e = b + f.rlen[i], start = pos;
-    for (int32_t q = b; q < e; q++) {
-      if (!keep(i, rc[q])) continue;
-      tv[pos] = rv[q];
-      tc[pos++] = rc[q];
-    }
-    f.rbeg[i] = start;
-    f.rlen[i] = pos - start;
-    f.rcap[i] = TVN_lu_computesize(f, true, pos - start).cap;
-    pos = start + f.rcap[i];
-  }
-  f.urowfree = pos;
-  for (int32_t q = f.lubot; q < shared; q++) { // L while factoring, etas when factored
-    tv[q] = rv[q];
-    tc[q] = rc[q];
-  }
-  f.rval.swap(f.cval);
-  f.rcol.swap(f.crow);
-}
 
 } // namespace tvn

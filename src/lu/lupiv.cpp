@@ -4,7 +4,8 @@
 // tolrelpiv times the largest of its column (method 1), of its row too (method 2); among acceptable ones the least
 // (row count - 1)(column count - 1) wins, the first found among equals. The search stops when no unseen element can be
 // better, or once a candidate stands after `maxsearch` rows and columns. Rows and columns that cannot pivot leave their
-// queue; a change of one of their elements brings them back. (Markowitz 1957; Suhl and Suhl 1990.)
+// queue; a change of one of their elements brings them back.
+// Empty ones are never queued. (Markowitz 1957; Suhl and Suhl 1990.)
 #include "lu/luint.h"
 
 #include <cmath>
@@ -97,13 +98,6 @@ void search_row(lu_search& s, int32_t i, int32_t seen) {
   if (!anyqueued || big < f.tolabspiv) TVN_pq_remove(s.a.rowq, i);
 }
 
-void drop_empty(pq& q, int64_t& work) {
-  for (int32_t e = TVN_pq_top(q, 0); e != q.maxe; e = TVN_pq_top(q, 0)) {
-    TVN_pq_remove(q, e);
-    work++;
-  }
-}
-
 // Columns with one element: no elimination, no test but the absolute one.
 bool take_single_column(lu_search& s) {
   for (int32_t j = TVN_pq_top(s.a.colq, 1); j != s.f.ncol; j = TVN_pq_top(s.a.colq, 1)) {
@@ -165,8 +159,6 @@ lu_pivot TVN_lu_choosepiv(lu& f, lu_active& a) {
   lu_search s(f, a);
   bool front = true;
   bool found = false;
-  drop_empty(a.colq, s.work);
-  drop_empty(a.rowq, s.work);
   if (f.pivotmethod == 1) {
     found = take_single_column(s);
     if (!found && take_single_row(s)) {

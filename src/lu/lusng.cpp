@@ -6,8 +6,9 @@
 // together cost a few passes over the elements (Suhl and Suhl 1990). Most bases are nearly triangular and need nothing
 // else; what is left, the active rows and columns, goes to the pivot search.
 //
-// On exit the row store holds the rows in pivot order, forward ones without their pivot, active ones without the columns
-// of row singletons; the L columns stand at the top; the column store is undefined.
+// On exit forward rows hold what stands beside their pivot, active rows what lies in active columns, rows of singletons
+// nothing; all keep their blocks, so that updates find room. The L columns stand at the top; the column store is
+// undefined.
 #include "lu/luint.h"
 
 #include <cmath>
@@ -43,9 +44,18 @@ lu_code transpose(lu& f) {
   return lu_code::done;
 }
 
-// One pass over the rows takes each row that holds a singleton column, slacks above all. count: active rows of a column.
+// A row that pivots at the front is a row of U from now on, its pivot apart. No cross pointers stand yet.
+void drop_pivot(lu& f, int32_t i, int32_t q) {
+  const int32_t last = f.rbeg[i] + --f.rlen[i];
+  f.rcol[q] = f.rcol[last];
+  f.rval[q] = f.rval[last];
+  f.ucount += f.rlen[i];
+}
+
+// One pass over the rows takes each row that holds a singleton column, slacks above all. count: active rows of a
+// column.
 void pivot_slacks(lu& f, int32_t* __restrict count) {
-  const int32_t* __restrict rc = f.rcol.data();
+  const int32_t* rc = f.rcol.data();
   int64_t work = f.nrow;
   for (int32_t i = 0; i < f.nrow; i++) {
     const int32_t b = f.rbeg[i], e = b + f.rlen[i];
@@ -54,7 +64,8 @@ void pivot_slacks(lu& f, int32_t* __restrict count) {
     work += q - b;
     if (q == e) continue;
     TVN_lu_apivot(f, i, rc[q], f.rval[q], true);
-    for (q = b; q < e; q++) count[rc[q]]--;
+    for (int32_t s = b; s < e; s++) count[rc[s]]--;
+    drop_pivot(f, i, q);
     work += e - b;
   }
   f.work[lt_slacks] += work;
@@ -85,9 +96,14 @@ void pivot_column_singletons(lu& f, int32_t* __restrict count, int32_t* __restri
     if (a < f.tolabspiv) continue;
     if (f.pivotmethod != 1 && a < f.tolrelpiv * largest_in_row(f, i)) continue;
     TVN_lu_apivot(f, i, j, f.cval[p], true);
-    for (int32_t q = f.rbeg[i], e = q + f.rlen[i]; q < e; q++)
-      if (--count[f.rcol[q]] == 1) stack[depth++] = f.rcol[q];
+    int32_t place = 0;
     work += f.rlen[i];
+    for (int32_t q = f.rbeg[i], e = q + f.rlen[i]; q < e; q++) {
+      const int32_t k = f.rcol[q];
+      if (--count[k] == 1) stack[depth++] = k;
+      if (k == j) place = q;
+    }
+    drop_pivot(f, i, place);
   }
   f.work[lt_colsingle] += work;
 }
@@ -161,34 +177,28 @@ lu_code store_backward_columns(lu& f) {
   return lu_code::done;
 }
 
+// Active rows lose what stands in columns of row singletons: that is in L. The rows of those have nothing else.
 void compress_rows(lu& f) {
-  f.work[lt_compress] += f.urowfree;
-  const int32_t* place = f.prowinv.data();
-  const int32_t* pivcol = f.rowpivcol.data();
-  const int32_t* pivrow = f.colpivrow.data();
-  const int32_t front = f.stpf, back = f.nrow - f.stpb, none = f.nrow;
-  const bool dropu = f.runsdropu;
-  lu_gather(f, [=](int32_t i, int32_t j) {
-    if (place[i] < front) return !dropu && pivcol[i] != j;
-    return place[i] < back && pivrow[j] == none;
-  });
-  for (int32_t k = 0; k < front; k++) f.ucount += f.rlen[f.prow[k]];
+  int64_t work = 0;
+  for (int32_t k = f.stpf; k < f.nrow; k++) {
+    const int32_t i = f.prow[k], b = f.rbeg[i], e = b + f.rlen[i];
+    const bool active = k < f.nrow - f.stpb;
+    int32_t to = b;
+    for (int32_t q = b; q < e && active; q++) {
+      if (!is_active_col(f, f.rcol[q])) continue;
+      f.rcol[to] = f.rcol[q];
+      f.rval[to++] = f.rval[q];
+    }
+    f.rlen[i] = to - b;
+    work += e - b;
+  }
+  f.work[lt_compress] += work;
+  if (f.runsdropu)
+    for (int32_t k = 0; k < f.stpf; k++) f.rlen[f.prow[k]] = 0;
   TVN_lu_resetufre(f);
 }
 
 } // namespace
-
-void TVN_lu_apivot(lu& f, int32_t i, int32_t j, double pivot, bool front) {
-  const int32_t to = front ? f.stpf++ : f.nrow - ++f.stpb;
-  const int32_t from = f.prowinv[i], other = f.prow[to];
-  f.prow[from] = other;
-  f.prowinv[other] = from;
-  f.prow[to] = i;
-  f.prowinv[i] = to;
-  f.rowpivcol[i] = j;
-  f.colpivrow[j] = i;
-  f.diag[i] = pivot;
-}
 
 lu_code lu_setup(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
   f.state = lu_factoring;

@@ -13,8 +13,8 @@ namespace tvn {
 constexpr int32_t symbolicshare = 4; // the search may cost nrow / symbolicshare
 
 struct lu_reach {
-  bool complete;  // false: given up, all marks are clean
-  int32_t count;  // nodes in f.topo, each marked in f.mark
+  bool complete; // false: given up, all marks are clean
+  int32_t count; // nodes in f.topo, each marked in f.mark
   int64_t visited;
 };
 
@@ -70,6 +70,23 @@ inline lu_reach reach(lu& f, const int32_t* list, int32_t n, const int32_t* __re
     }
   }
   return {true, count, visited};
+}
+
+// The search of a sparse solve. When three in a row gave up, right-hand sides as long as theirs go to the full pass at
+// once, but every eighth is searched again: densities change slowly within a run.
+template <class Beg, class Len>
+inline lu_reach try_reach(lu& f, lu_kind kind, const int32_t* list, int32_t n, const int32_t* adj, Beg beg, Len len) {
+  lu_habit& h = f.habit[kind];
+  if (h.giveups >= 3 && n >= h.leastcount && ++h.leftout % 8 != 0) return {false, 0, 0};
+  const lu_reach s = reach(f, list, n, adj, beg, len);
+  f.work[lt_symbolic] += s.visited;
+  if (s.complete) {
+    h.giveups = 0;
+  } else {
+    h.leastcount = h.giveups == 0 ? n : std::min(h.leastcount, n);
+    h.giveups++;
+  }
+  return s;
 }
 
 // Fills the list of x from its values; for results of a full pass.

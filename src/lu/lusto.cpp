@@ -7,8 +7,6 @@
 // of a move: the block; of a compression: all elements. At most `maxgc` compressions per factorisation.
 #include "lu/luint.h"
 
-#include <bit>
-
 namespace tvn {
 namespace {
 
@@ -48,8 +46,7 @@ bool room_in_cols(lu& f, int32_t cap) {
   if (f.numgc >= f.maxgc) return false;
   f.numgc++;
   const bool factored = f.state == lu_factored;
-  const lu_code code =
-      TVN_lu_buildcoldbg(f, factored ? 0 : f.stpf, factored ? f.uend : f.nrow - f.stpb);
+  const lu_code code = TVN_lu_buildcoldbg(f, factored ? 0 : f.stpf, factored ? f.uend : f.nrow - f.stpb);
   // The elements fitted before and blocks only shrink.
   TVN_ASSERT(f.sys, "src/lu/lusto", code == lu_code::done);
   return f.ucolfree + cap <= lu_collimit(f);
@@ -79,13 +76,6 @@ void move_col(lu& f, int32_t j, int32_t to) {
 }
 
 } // namespace
-
-lu_blocksize TVN_lu_computesize(const lu& f, bool isrow, int32_t n) {
-  if (n == 0) return {0, -1};
-  const int32_t log2 = static_cast<int32_t>(std::bit_width(static_cast<uint32_t>(n - 1)));
-  const int32_t dim = isrow ? f.ncol : f.nrow;
-  return {static_cast<int32_t>(std::min(int64_t{1} << log2, static_cast<int64_t>(dim))), log2};
-}
 
 void TVN_lu_resetufre(lu& f) {
   std::fill(std::begin(f.freerow), std::end(f.freerow), f.wsze);
@@ -132,6 +122,43 @@ lu_code TVN_lu_resizecol(lu& f, int32_t j, int32_t n) {
   return lu_code::done;
 }
 
+void lu_gather(lu& f) {
+  const bool factored = f.state == lu_factored;
+  const int32_t* order = factored ? f.uorder.data() : f.prow.data();
+  const int32_t n = factored ? f.uend : f.nrow;
+  const double* __restrict rv = f.rval.data();
+  const int32_t* __restrict rc = f.rcol.data();
+  double* __restrict tv = f.cval.data();
+  int32_t* __restrict tc = f.crow.data();
+  // L by rows stays with the columns: it lies in the store that becomes the row store.
+  const int32_t shared = factored ? f.lbegin : f.wsze;
+  if (shared < f.wsze) {
+    std::swap_ranges(f.rval.data() + shared, f.rval.data() + f.wsze, f.cval.data() + shared);
+    std::swap_ranges(f.rcol.data() + shared, f.rcol.data() + f.wsze, f.crow.data() + shared);
+  }
+  int32_t pos = 0;
+  for (int32_t k = 0; k < n; k++) {
+    const int32_t i = order[k];
+    if (i < 0) continue;
+    const int32_t b = f.rbeg[i], e = b + f.rlen[i], start = pos;
+    for (int32_t q = b; q < e; q++) {
+      tv[pos] = rv[q];
+      tc[pos++] = rc[q];
+    }
+    f.rbeg[i] = start;
+    f.rlen[i] = pos - start;
+    f.rcap[i] = TVN_lu_computesize(f, true, pos - start).cap;
+    pos = start + f.rcap[i];
+  }
+  f.urowfree = pos;
+  for (int32_t q = f.lubot; q < shared; q++) { // L while factoring, etas when factored
+    tv[q] = rv[q];
+    tc[q] = rc[q];
+  }
+  f.rval.swap(f.cval);
+  f.rcol.swap(f.crow);
+}
+
 bool TVN_lu_garcol(lu& f) {
   if (f.numgc >= f.maxgc) return false;
   f.numgc++;
@@ -142,11 +169,10 @@ bool TVN_lu_garcol(lu& f) {
 void lu_compress(lu& f) {
   f.totalgc++;
   f.work[lt_garcol] += f.urowfree;
-  lu_gather(f, [](int32_t, int32_t) { return true; });
+  lu_gather(f);
   TVN_lu_resetufre(f);
   const bool factored = f.state == lu_factored;
-  const lu_code code =
-      TVN_lu_buildcoldbg(f, factored ? 0 : f.stpf, factored ? f.uend : f.nrow - f.stpb);
+  const lu_code code = TVN_lu_buildcoldbg(f, factored ? 0 : f.stpf, factored ? f.uend : f.nrow - f.stpb);
   TVN_ASSERT(f.sys, "src/lu/lusto", code == lu_code::done);
 }
 

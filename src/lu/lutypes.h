@@ -1,8 +1,8 @@
 // The factor object and its codes.
 //
-// B = L R^-1 U up to permutations: L as columns of multipliers in the order of elimination, R as row etas of the updates
-// in the order of creation, U by rows and by columns with the diagonal apart. A row of U belongs to a row of B, a column
-// of U to a column of B; rowpivcol and colpivrow pair them.
+// B = L R^-1 U up to permutations: L as columns of multipliers in the order of elimination, R as row etas of the
+// updates in the order of creation, U by rows and by columns with the diagonal apart. A row of U belongs to a row of B,
+// a column of U to a column of B; rowpivcol and colpivrow pair them.
 //
 // Storage: the row store and the column store hold `wsze` elements each. Blocks of rows grow from 0 up to `urowfree`,
 // blocks of columns up to `ucolfree`; L columns and etas grow from wsze down to `lubot` in the row store, and after a
@@ -52,14 +52,14 @@ enum lu_task : int32_t {
   lt_eliminate = 12,
   lt_search = 13,
   lt_queues = 14,
-  lt_symbolic = 15,   // depth-first searches
-  lt_fsparse = 16,    // forward solves along the search result
-  lt_fdense = 17,     // forward solves by a full pass
+  lt_symbolic = 15, // depth-first searches
+  lt_fsparse = 16,  // forward solves along the search result
+  lt_fdense = 17,   // forward solves by a full pass
   lt_bsparse = 18,
   lt_bdense = 19,
   lt_etas = 20,
-  lt_updrow = 21,     // elimination of the leaving row of U
-  lt_updstore = 22,   // spike and eta into the storage
+  lt_updrow = 21,   // elimination of the leaving row of U
+  lt_updstore = 22, // spike and eta into the storage
   lt_slacks = 28,
   lt_numtasks = 38,
 };
@@ -68,6 +68,14 @@ enum lu_task : int32_t {
 using lu_getcol = bool (*)(void* handle, int64_t space, int32_t j, int32_t& count, int32_t* sub, double* val);
 // Progress: code 0 start, 2 report with pivots so far, 3 end; nonzero return stops.
 using lu_progress = int32_t (*)(void* handle, int32_t code, int32_t numpivots);
+
+// What the last solves of one kind showed: a run of searches that gave up is a reason to leave the search out.
+struct lu_habit {
+  int32_t giveups = 0;    // searches in a row that gave up
+  int32_t leastcount = 0; // shortest right-hand side among them
+  int32_t leftout = 0;    // searches left out since
+};
+enum lu_kind : int32_t { lk_ftranl = 0, lk_ftranu = 1, lk_btranu = 2, lk_btranl = 3, lk_num = 4 };
 
 struct lu {
   sysenv* sys = nullptr;
@@ -78,79 +86,81 @@ struct lu {
   // Pivot order. Positions below stpf are forward pivots, the last stpb backward pivots (row singletons).
   int32_t stpf = 0, stpb = 0;
   int32_t rank = 0;
-  buffer<int32_t> prow, prowinv;    // [maxnrow] position -> row and back
-  buffer<int32_t> rowpivcol;        // [maxnrow] column pivoted on the row, ncol: none
-  buffer<int32_t> colpivrow;        // [maxncol] row pivoted on the column, nrow: none
-  buffer<double> diag;              // [maxnrow] diagonal of U by row
+  buffer<int32_t> prow, prowinv; // [maxnrow] position -> row and back
+  buffer<int32_t> rowpivcol;     // [maxnrow] column pivoted on the row, ncol: none
+  buffer<int32_t> colpivrow;     // [maxncol] row pivoted on the column, nrow: none
+  buffer<double> diag;           // [maxnrow] diagonal of U by row
 
   // Storage.
-  int32_t wsze = 0;                 // elements per storage array
-  int32_t lubot = 0;                // lowest used position of the region of L and etas
-  int32_t lbegin = 0;               // lubot when the factorisation ended
+  int32_t wsze = 0;                   // elements per storage array
+  int32_t lubot = 0;                  // lowest used position of the region of L and etas
+  int32_t lbegin = 0;                 // lubot when the factorisation ended
   int32_t urowfree = 0, ucolfree = 0; // next free position of row blocks and column blocks
-  int32_t anz = 0;                  // elements of the input
-  int32_t unz = 0;                  // live elements of U beside the diagonal
-  buffer<double> rval, cval;        // [wsze] values; cval holds none while factoring
-  buffer<int32_t> rcol, crow;       // [wsze] column or row index
-  buffer<int32_t> rpos, cpos;       // [wsze] place of the same element in the other store
-  buffer<int32_t> rbeg, rlen, rcap; // [maxnrow] row blocks
-  buffer<int32_t> cbeg, clen, ccap; // [maxncol] column blocks
-  int32_t freerow[33] = {}, freecol[33] = {}; // free blocks by logarithm of the size, linked through rpos and cpos; wsze: none
+  int32_t anz = 0;                    // elements of the input
+  int32_t unz = 0;                    // live elements of U beside the diagonal
+  buffer<double> rval, cval;          // [wsze] values; cval holds none while factoring
+  buffer<int32_t> rcol, crow;         // [wsze] column or row index
+  buffer<int32_t> rpos, cpos;         // [wsze] place of the same element in the other store
+  buffer<int32_t> rbeg, rlen, rcap;   // [maxnrow] row blocks
+  buffer<int32_t> cbeg, clen, ccap;   // [maxncol] column blocks
+  int32_t freerow[33] = {},
+          freecol[33] = {}; // free blocks by logarithm of the size, linked through rpos and cpos; wsze: none
 
   // L.
-  buffer<int32_t> lbeg, llen;       // [maxnrow] L column of a pivot row, in rval/rcol
-  buffer<int32_t> ltbeg, ltlen;     // [maxnrow] L row of a row, in cval/crow; valid when factored
-  buffer<int32_t> lorder;           // [maxnrow] pivot rows with a nonempty L column, in order of elimination
-  int32_t numl = 0;                 // length of lorder
+  buffer<int32_t> lbeg, llen;   // [maxnrow] L column of a pivot row, in rval/rcol
+  buffer<int32_t> ltbeg, ltlen; // [maxnrow] L row of a row, in cval/crow; valid when factored
+  buffer<int32_t> lorder;       // [maxnrow] pivot rows with a nonempty L column, in order of elimination
+  int32_t numl = 0;             // length of lorder
 
   // U order and row etas. Holes (-1) are left where an update took a row away and put it at the end.
-  buffer<int32_t> uorder;           // [2 * maxnrow + 64] rows of U from first to last
-  buffer<int32_t> uplace;           // [maxnrow] place of a row in uorder
-  int32_t uend = 0;                 // length of uorder in use
+  buffer<int32_t> uorder; // [2 * maxnrow + 64] rows of U from first to last
+  buffer<int32_t> uplace; // [maxnrow] place of a row in uorder
+  int32_t uend = 0;       // length of uorder in use
   int32_t numupds = 0, numetas = 0, maxetas = 0;
-  buffer<int32_t> etabeg;           // [maxetas + 1] eta k lies in [etabeg[k + 1], etabeg[k]) of rval/rcol
-  buffer<int32_t> etarow;           // [maxetas] row that eta k changes
+  buffer<int32_t> etabeg; // [maxetas + 1] eta k lies in [etabeg[k + 1], etabeg[k]) of rval/rcol
+  buffer<int32_t> etarow; // [maxetas] row that eta k changes
 
   // Settings.
-  double tolzero = 1e-13;           // at or below: dropped at input and in elimination
-  double tolabspiv = 1e-8;          // smallest pivot
-  double tolrelpiv = 0.01;          // threshold pivoting
-  double tolkey3 = 1e-6;            // kept for the caller
-  double tolrelupd = 1e-14;         // relative test of the update pivot
-  int32_t maxsearch = 5;            // rows and columns examined once a candidate stands
-  int32_t pivotmethod = 1;          // 1 column threshold, 2 row and column threshold
-  int32_t refacfreq = 0;            // updates until factornow, 0: by work
-  int32_t maxgc = 4;                // compressions per factorisation
+  double tolzero = 1e-13;            // at or below: dropped at input and in elimination
+  double tolabspiv = 1e-8;           // smallest pivot
+  double tolrelpiv = 0.01;           // threshold pivoting
+  double tolkey3 = 1e-6;             // kept for the caller
+  double tolrelupd = 1e-14;          // relative test of the update pivot
+  int32_t maxsearch = 5;             // rows and columns examined once a candidate stands
+  int32_t pivotmethod = 1;           // 1 column threshold, 2 row and column threshold
+  int32_t refacfreq = 0;             // updates until factornow, 0: by work
+  int32_t maxgc = 4;                 // compressions per factorisation
   bool dropl = false, dropu = false; // the caller wants rank only
-  int64_t maxwork = -1;             // bound of search and elimination, -1: none
+  int64_t maxwork = -1;              // bound of search and elimination, -1: none
   lu_getcol getcol = nullptr;
   void* getcolhandle = nullptr;
   lu_progress progress = nullptr;
   void* progresshandle = nullptr;
 
   // Flags and counts of the run.
-  bool factornow = false;           // the update logic advises a refactorisation
-  bool incwsze = false;             // the last attempt asked for more storage
+  bool factornow = false;                    // the update logic advises a refactorisation
+  bool incwsze = false;                      // the last attempt asked for more storage
   bool runsdropl = false, runsdropu = false; // L, U are not kept in this run
-  int64_t lcount = 0, ucount = 0;   // elements of L and U seen in this run, kept or not
-  int32_t numgc = 0;                // compressions since TVN_lu_init
-  int32_t numtriangular = 0;        // factorisations that needed no pivot search
-  int32_t lastmethod = 0;           // of the last complete factorisation
+  int64_t lcount = 0, ucount = 0;            // elements of L and U seen in this run, kept or not
+  int32_t numgc = 0;                         // compressions since TVN_lu_init
+  int32_t numtriangular = 0;                 // factorisations that needed no pivot search
+  int32_t lastmethod = 0;                    // of the last complete factorisation
   int64_t lastlfill = 0, lastufill = 0;
   int64_t totalgc = 0, numbuildcol = 0, numrowresize = 0, numcolresize = 0;
-  double sumcount = 0.0;            // Markowitz counts of the pivots
+  double sumcount = 0.0; // Markowitz counts of the pivots
 
   // Work since TVN_lu_init, by task, and what the refactor rule keeps of it.
   int64_t work[lt_numtasks] = {};
   int64_t factorwork = 0;           // tasks 0 to 14 at the first update
   int64_t bestn = 0, besttotal = 0; // updates and total work where the average cost was least
   int64_t ring[50] = {};            // update work after each of the last 50 updates
+  lu_habit habit[lk_num];           // by kind of sparse solve, since TVN_lu_init
 
   // Scratch, clean between calls.
-  buffer<int32_t> mark;             // [maxncol] 0
-  buffer<double> ework;             // [maxncol] 0.0
-  buffer<int32_t> stack, topo;      // [maxncol] unset
-  buffer<double> lwork;             // [maxncol] unset
+  buffer<int32_t> mark;        // [maxncol] 0
+  buffer<double> ework;        // [maxncol] 0.0
+  buffer<int32_t> stack, topo; // [maxncol] unset
+  buffer<double> lwork;        // [maxncol] unset
 };
 
 } // namespace tvn

@@ -18,9 +18,9 @@ namespace tvn {
 namespace {
 
 constexpr const char* label = "src/lu/luupd";
-constexpr double toleta = 1e-14;     // smaller elements are no part of an eta
-constexpr int32_t ringsize = 50;     // updates over which recent work is measured
-constexpr int32_t minupdates = 10;   // no automatic advice before
+constexpr double toleta = 1e-14;      // smaller elements are no part of an eta
+constexpr int32_t ringsize = 50;      // updates over which recent work is measured
+constexpr int32_t minupdates = 10;    // no automatic advice before
 constexpr int32_t earlyupdates = 101; // a full store before this many updates asks for a bigger one
 
 struct lu_eta {
@@ -140,8 +140,8 @@ void store_eta(lu& f, int32_t p, const lu_eta& eta) {
 // Room for one more element in row r and column c. A compression on the way takes head-room back, hence the loop.
 lu_code make_room(lu& f, int32_t r, int32_t c, int32_t remaining) {
   while (f.rlen[r] == f.rcap[r] || f.clen[c] == f.ccap[c]) {
-    const lu_code code = f.rlen[r] == f.rcap[r] ? TVN_lu_resizerow(f, r, f.rcap[r] + 1)
-                                                : TVN_lu_resizecol(f, c, f.clen[c] + remaining);
+    const lu_code code =
+        f.rlen[r] == f.rcap[r] ? TVN_lu_resizerow(f, r, f.rcap[r] + 1) : TVN_lu_resizecol(f, c, f.clen[c] + remaining);
     if (code != lu_code::done) return code;
   }
   return lu_code::done;

@@ -1,0 +1,192 @@
+// If this failed in the field: a problem and its permuted, rescaled or negated twin would get different answers, a
+// limit or a stop would not be heard, or two runs would differ.
+#include "support/oracle.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+using namespace tvntest;
+
+namespace {
+
+struct recorder {
+  int64_t calls = 0, stop_at = -1;
+  uint64_t requests_seen = 0;
+  int64_t factorizations = -1, moved = 0;
+  tvn::sysenv* sys = nullptr;
+  static int32_t progress(void* handle, tvn::simplex_event event, const tvn::simplex_info& info) {
+    auto& r = *static_cast<recorder*>(handle);
+    if (event != tvn::simplex_event::iteration) return 0;
+    // Between two iterations on one factor nothing may be allocated.
+    const uint64_t now = r.sys->mman->numrequests;
+    const int64_t factorizations = info.count[tvn::kind_primal].factorizations;
+    if (r.calls > 1 && factorizations == r.factorizations && now != r.requests_seen) r.moved++;
+    r.requests_seen = now;
+    r.factorizations = factorizations;
+    return ++r.calls == r.stop_at;
+  }
+};
+
+struct outcome {
+  tvn::simplex_info info;
+  lp_point point;
+  recorder seen;
+};
+
+outcome solve(lp_case& p, tvn::simplex_param param = {}, int64_t stop_at = -1, const lp_point* start = nullptr) {
+  outcome o{{}, start ? *start : lp_point(p), {}};
+  o.seen.sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
+  o.seen.stop_at = stop_at;
+  param.logfreq = 1;
+  param.starttime = tvn::TVN_sysenv_gettime();
+  tvn::lp_solution sol = o.point.view();
+  tvn::TVN_simplex_optimize(*o.seen.sys, p.view(), param, o.info, {&o.seen, recorder::progress}, sol);
+  tvn::TVN_sysenv_delete(&o.seen.sys);
+  return o;
+}
+
+// Rows and columns in another order and scaled by powers of two.
+lp_case transformed(const lp_case& p, uint64_t seed) {
+  std::mt19937_64 rng(seed);
+  std::vector<int32_t> rows(static_cast<size_t>(p.m)), cols(static_cast<size_t>(p.n));
+  for (int32_t i = 0; i < p.m; i++) rows[size_t(i)] = i;
+  for (int32_t j = 0; j < p.n; j++) cols[size_t(j)] = j;
+  std::shuffle(rows.begin(), rows.end(), rng);
+  std::shuffle(cols.begin(), cols.end(), rng);
+  std::vector<double> rs(rows.size()), cs(cols.size());
+  for (double& s : rs) s = std::exp2(static_cast<double>(rng() % 13) - 6);
+  for (double& s : cs) s = std::exp2(static_cast<double>(rng() % 13) - 6);
+  const auto scaled = [](double b, double by) { return std::fabs(b) >= 1e30 ? b : b * by; };
+  lp_case q;
+  q.m = p.m;
+  q.n = p.n;
+  q.cfix = p.cfix;
+  q.blc.resize(rows.size());
+  q.buc.resize(rows.size());
+  for (size_t i = 0; i < rows.size(); i++) {
+    q.blc[size_t(rows[i])] = scaled(p.blc[i], rs[i]);
+    q.buc[size_t(rows[i])] = scaled(p.buc[i], rs[i]);
+  }
+  for (size_t k = 0; k < cols.size(); k++) {
+    const auto j = size_t(cols[k]);
+    q.beg.push_back(static_cast<int64_t>(q.sub.size()));
+    for (int64_t e = p.beg[j]; e < p.beg[j + 1]; e++) {
+      const auto i = size_t(p.sub[size_t(e)]);
+      q.sub.push_back(rows[i]);
+      q.val.push_back(p.val[size_t(e)] * rs[i] * cs[j]);
+    }
+    q.c.push_back(p.c[j] * cs[j]);
+    q.blx.push_back(scaled(p.blx[j], 1 / cs[j]));
+    q.bux.push_back(scaled(p.bux[j], 1 / cs[j]));
+  }
+  q.beg.push_back(static_cast<int64_t>(q.sub.size()));
+  return q;
+}
+
+} // namespace
+
+TEST(KnownOptimum, IsFoundForTheProblemAndItsTwins) {
+  for (uint64_t seed = 1; seed <= 40; seed++) {
+    SCOPED_TRACE(seed);
+    const auto m = static_cast<int32_t>(10 + 7 * (seed % 12)), n = static_cast<int32_t>(m + m * (seed % 5) / 2 + 3);
+    known_case k = optimal_case(seed, m, n, 3.0 / m, 0.1 * static_cast<double>(seed % 10));
+    const outcome o = solve(k.p);
+    ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
+    expect_optimal(k.p, o.point, k.objective, 1e-8);
+    EXPECT_EQ(o.seen.moved, 0);
+    lp_case twin = transformed(k.p, seed);
+    const outcome t = solve(twin);
+    ASSERT_EQ(t.info.solsta, tvn::sol_optimal);
+    EXPECT_NEAR(t.info.objective, k.objective, 1e-8 * (1 + std::fabs(k.objective)));
+  }
+}
+
+TEST(KnownOptimum, IsTheSameUnderEveryRuleAndScaling) {
+  known_case k = optimal_case(77, 120, 260, 0.03, 0.5);
+  for (int32_t selection = 0; selection <= 5; selection++)
+    for (const int32_t scaling : {0, 1, 4}) {
+      SCOPED_TRACE(std::to_string(selection) + " " + std::to_string(scaling));
+      tvn::simplex_param param;
+      param.selection = selection;
+      param.scaling = scaling;
+      param.restrictpct = scaling == 4 ? 90 : 50;
+      const outcome o = solve(k.p, param);
+      ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
+      expect_optimal(k.p, o.point, k.objective, 1e-8);
+    }
+}
+
+TEST(TwoRuns, GiveTheSameIterationsAndBits) {
+  known_case k = optimal_case(5, 150, 300, 0.03, 0.7);
+  const outcome a = solve(k.p), b = solve(k.p);
+  EXPECT_EQ(a.info.count[tvn::kind_primal].iterations, b.info.count[tvn::kind_primal].iterations);
+  EXPECT_EQ(0, std::memcmp(a.point.xx.data(), b.point.xx.data(), a.point.xx.size() * sizeof(double)));
+  EXPECT_EQ(0, std::memcmp(a.point.y.data(), b.point.y.data(), a.point.y.size() * sizeof(double)));
+}
+
+TEST(HotStart, FromTheOptimalKeysNeedsNoPivotAndFromWildKeysStillSolves) {
+  known_case k = optimal_case(9, 80, 160, 0.05, 0.3);
+  const outcome cold = solve(k.p);
+  ASSERT_EQ(cold.info.solsta, tvn::sol_optimal);
+  tvn::simplex_param param;
+  param.hotstart = 4;
+  const outcome hot = solve(k.p, param, -1, &cold.point);
+  EXPECT_EQ(hot.info.solsta, tvn::sol_optimal);
+  EXPECT_EQ(hot.info.count[tvn::kind_primal].iterations, 0);
+  // Keys that contradict the bounds, too many and too few basics, a singular choice.
+  for (uint64_t seed = 1; seed <= 20; seed++) {
+    SCOPED_TRACE(seed);
+    std::mt19937_64 rng(seed);
+    lp_point start = cold.point;
+    for (int32_t& sk : start.skx) sk = static_cast<int32_t>(rng() % (seed % 2 ? 7 : 2));
+    for (int32_t& sk : start.skc) sk = static_cast<int32_t>(rng() % 7);
+    for (double& x : start.xx) x = seed % 3 == 0 ? std::numeric_limits<double>::quiet_NaN() : 1e9;
+    param.hotstart = 6;
+    const outcome o = solve(k.p, param, -1, &start);
+    ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
+    expect_optimal(k.p, o.point, k.objective, 1e-8);
+  }
+}
+
+TEST(Limits, AreRespectedAndNeverCalledOptimal) {
+  known_case k = optimal_case(3, 200, 400, 0.03, 0.3);
+  tvn::simplex_param param;
+  param.maxiterations = 17;
+  const outcome few = solve(k.p, param);
+  EXPECT_EQ(few.info.response, tvn::simplex_code::max_iterations);
+  EXPECT_LE(few.info.count[tvn::kind_primal].iterations, 17);
+  EXPECT_NE(few.info.solsta, tvn::sol_optimal);
+  param = {};
+  param.maxtime = 0;
+  EXPECT_EQ(solve(k.p, param).info.response, tvn::simplex_code::max_time);
+  const outcome stopped = solve(k.p, {}, 25);
+  EXPECT_EQ(stopped.info.response, tvn::simplex_code::user_stop);
+  EXPECT_EQ(stopped.seen.calls, 25);
+}
+
+TEST(Trivial, ProblemsWithoutRowsOrColumnsAndCrossingBoundsAreSettled) {
+  lp_case none;
+  none.beg = {0};
+  EXPECT_EQ(solve(none).info.solsta, tvn::sol_optimal);
+  lp_case free_rows = none;
+  free_rows.m = 2;
+  free_rows.blc = {-1e30, -1};
+  free_rows.buc = {1e30, 1};
+  EXPECT_EQ(solve(free_rows).info.solsta, tvn::sol_optimal);
+  lp_case columns;
+  columns.n = 3;
+  columns.beg = {0, 0, 0, 0};
+  columns.c = {1, -1, 0};
+  columns.blx = {2, -5, -1e30};
+  columns.bux = {1e30, 4, 1e30};
+  const outcome o = solve(columns);
+  ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
+  EXPECT_DOUBLE_EQ(o.info.objective, -2);
+  columns.bux[1] = 1e30;
+  EXPECT_EQ(solve(columns).info.solsta, tvn::sol_dual_infeas_cer);
+  columns.bux[1] = -6;
+  const outcome crossed = solve(columns);
+  EXPECT_EQ(crossed.info.solsta, tvn::sol_prim_infeas_cer);
+  EXPECT_TRUE(judge_infeasible(columns, crossed.point) <= 1e-12);
+}
