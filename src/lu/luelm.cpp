@@ -38,6 +38,7 @@ bool release_factor(lu& f) {
     drop_u(f);
   else
     drop_l(f);
+  f.numgc = 0; // the run is for the sizes now: let it come to its end
   lu_compress(f);
   return true;
 }

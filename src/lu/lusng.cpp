@@ -16,15 +16,31 @@
 namespace tvn {
 namespace {
 
-lu_code transpose(lu& f) {
+// Columns with one element pivot on it, slacks above all: the first for a row takes it. They never enter the rows.
+void pivot_slacks(lu& f) {
+  int32_t p = 0;
+  for (int32_t j = 0; j < f.ncol; p += f.clen[j++])
+    if (f.clen[j] == 1 && f.rowpivcol[f.crow[p]] == f.ncol && std::fabs(f.cval[p]) > f.tolabspiv)
+      TVN_lu_apivot(f, f.crow[p], j, f.cval[p], true);
+  f.work[lt_slacks] += f.ncol;
+}
+
+// Row blocks with room for all elements of a row, its pivot included.
+bool place_rows(lu& f) {
   int64_t total = 0;
   for (int32_t i = 0; i < f.nrow; i++) {
-    f.rcap[i] = TVN_lu_computesize(f, true, f.rlen[i]).cap;
+    const int32_t cap = TVN_lu_computesize(f, true, f.rlen[i]).cap;
+    f.rcap[i] = cap;
     f.rbeg[i] = static_cast<int32_t>(total);
-    total += f.rcap[i];
-    if (total > f.wsze) return lu_code::no_storage;
+    total += cap;
+    if (total > f.wsze) return false;
   }
   f.urowfree = static_cast<int32_t>(total);
+  return true;
+}
+
+// Fills the rows with all columns that have no pivot yet; count: elements of a column in rows without pivot.
+void transpose(lu& f, int32_t* __restrict count) {
   std::fill_n(f.rlen.data(), f.nrow, 0);
   const int32_t* __restrict cr = f.crow.data();
   const double* __restrict cv = f.cval.data();
@@ -32,16 +48,26 @@ lu_code transpose(lu& f) {
   double* __restrict rv = f.rval.data();
   const int32_t* __restrict beg = f.rbeg.data();
   int32_t* __restrict len = f.rlen.data();
+  const int32_t* __restrict pivcol = f.rowpivcol.data();
+  const int32_t none = f.ncol;
   int32_t p = 0;
   for (int32_t j = 0; j < f.ncol; j++) {
-    for (const int32_t end = p + f.clen[j]; p < end; p++) {
-      const int32_t q = beg[cr[p]] + len[cr[p]]++;
+    const int32_t end = p + f.clen[j];
+    count[j] = 0;
+    if (f.colpivrow[j] != f.nrow) {
+      p = end;
+      continue;
+    }
+    int32_t active = 0;
+    for (; p < end; p++) {
+      const int32_t i = cr[p], q = beg[i] + len[i]++;
       rc[q] = j;
       rv[q] = cv[p];
+      active += pivcol[i] == none;
     }
+    count[j] = active;
   }
   f.work[lt_transpose] += f.anz;
-  return lu_code::done;
 }
 
 // A row that pivots at the front is a row of U from now on, its pivot apart. No cross pointers stand yet.
@@ -49,26 +75,6 @@ void drop_pivot(lu& f, int32_t i, int32_t q) {
   const int32_t last = f.rbeg[i] + --f.rlen[i];
   f.rcol[q] = f.rcol[last];
   f.rval[q] = f.rval[last];
-  f.ucount += f.rlen[i];
-}
-
-// One pass over the rows takes each row that holds a singleton column, slacks above all. count: active rows of a
-// column.
-void pivot_slacks(lu& f, int32_t* __restrict count) {
-  const int32_t* rc = f.rcol.data();
-  int64_t work = f.nrow;
-  for (int32_t i = 0; i < f.nrow; i++) {
-    const int32_t b = f.rbeg[i], e = b + f.rlen[i];
-    int32_t q = b;
-    while (q < e && !(count[rc[q]] == 1 && std::fabs(f.rval[q]) > f.tolabspiv)) q++;
-    work += q - b;
-    if (q == e) continue;
-    TVN_lu_apivot(f, i, rc[q], f.rval[q], true);
-    for (int32_t s = b; s < e; s++) count[rc[s]]--;
-    drop_pivot(f, i, q);
-    work += e - b;
-  }
-  f.work[lt_slacks] += work;
 }
 
 bool is_active_row(const lu& f, int32_t i) { return f.rowpivcol[i] == f.ncol; }
@@ -177,7 +183,7 @@ lu_code store_backward_columns(lu& f) {
   return lu_code::done;
 }
 
-// Active rows lose what stands in columns of row singletons: that is in L. The rows of those have nothing else.
+// What the singleton passes left to U. Active rows lose what stands in columns of row singletons: that is in L. The rows of those have nothing else.
 void compress_rows(lu& f) {
   int64_t work = 0;
   for (int32_t k = f.stpf; k < f.nrow; k++) {
@@ -193,6 +199,7 @@ void compress_rows(lu& f) {
     work += e - b;
   }
   f.work[lt_compress] += work;
+  for (int32_t i = 0; i < f.nrow; i++) f.ucount += f.prowinv[i] < f.stpf ? f.rlen[i] : 0;
   if (f.runsdropu)
     for (int32_t k = 0; k < f.stpf; k++) f.rlen[f.prow[k]] = 0;
   TVN_lu_resetufre(f);
@@ -203,11 +210,11 @@ void compress_rows(lu& f) {
 lu_code lu_setup(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
   f.state = lu_factoring;
   if (const lu_code code = lu_input(f, iwork); code != lu_code::done) return code;
-  if (const lu_code code = transpose(f); code != lu_code::done) return code;
+  if (!place_rows(f)) return lu_code::no_storage;
   int32_t* count = iwork.data();
   int32_t* stack = count + f.ncol;
-  std::copy_n(f.clen.data(), f.ncol, count);
-  if (f.pivotmethod == 1) pivot_slacks(f, count);
+  if (f.pivotmethod == 1) pivot_slacks(f);
+  transpose(f, count);
   pivot_column_singletons(f, count, stack);
   if (f.stpf < f.nrow) {
     double* colmax = rwork.data();

@@ -93,7 +93,7 @@ void psimplex_perturbinit(primal_state& s) {
     return mag >= hugebound ? 0.0 : mag >= largebound ? 0.01 * by : by;
   };
   for (int32_t j = 0; j < s.work.total; j++) {
-    if (s.work.is_fixed(j) && s.key[j] != sk_bas) continue;
+    if (s.key[j] != sk_bas) continue;
     if (s.lo[j] > -bound_infinity) widen_lower(s, j, amount(j, s.lo[j]));
     if (s.up[j] < bound_infinity) widen_upper(s, j, amount(j, s.up[j]));
   }

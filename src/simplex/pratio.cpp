@@ -14,6 +14,7 @@ namespace tvn {
 namespace {
 
 constexpr double swapslack = 1e-12; // the entering variable's own bound wins when it is this close
+constexpr double flatslope = 1e-9;  // of the first slope: from here on the infeasibility does not fall any more
 
 // The step at which the entering variable meets its other bound.
 double own_range(const primal_state& s, int32_t q) {
@@ -103,13 +104,14 @@ ratio_result psimplex_stepsize_phaseone(primal_state& s, int32_t q, double sigma
   breakpoint* last = first + num; // [first, last) is the heap, [last, first + num) the passed ones, newest first
   std::make_heap(first, last, later);
   double largest = 0;
-  while (last != first && slope < 0 && first->ratio < range) {
+  const double flat = flatslope * slope;
+  while (last != first && slope < flat && first->ratio < range) {
     slope += first->slope;
     largest = std::max(largest, first->slope);
     std::pop_heap(first, last, later);
     --last;
   }
-  if (slope < 0 && range < bound_infinity) return {-1, range, false, true, 1.0};
+  if (slope < flat && range < bound_infinity) return {-1, range, false, true, 1.0};
   ratio_result r;
   for (const breakpoint* b = last; b != first + num; ++b) {
     if (r.position < 0 || b->slope > r.pivot) r = {b->position, b->ratio, b->upper, false, b->slope};

@@ -15,6 +15,7 @@ constexpr int32_t maxresets = 6;          // returns to the true bounds that may
 constexpr double pollseconds = 0.02;      // between two calls of the progress function
 constexpr int64_t budgetreserve = 40;     // iterations left: no more perturbation
 constexpr double tolpivmin = 1e-10, tolpivmax = 1e-4;
+constexpr int32_t maxupdates = 500;        // on one factor, whatever the cost of a solve says
 constexpr double smallstep = 1e-12;       // steps up to this count as degenerate
 constexpr double feasibleshift = 10;      // times tolfeas: infeasibility that a shift of the working bound absorbs
 
@@ -275,7 +276,7 @@ loop_state update_factor(primal_state& s, int32_t position) {
     TVN_lu_puttol(s.fac.factor, 2, std::min(1.5 * TVN_lu_gettol(s.fac.factor, 2), 0.1));
     return setback(s);
   }
-  s.fac.since++;
+  if (++s.fac.since >= maxupdates) s.soon = true;
   return loop_state::go_on;
 }
 
