@@ -29,7 +29,7 @@ if(TOVAN_SANITIZE)
   set_target_properties(tovan PROPERTIES LINK_OPTIONS
     "-Wl,-soname,libtovannoomp64.so.6.0;-Wl,--version-script=${PROJECT_BINARY_DIR}/tovan.map")
 else()
-  target_link_options(tovan PRIVATE -static-libstdc++ -static-libgcc)
+  target_link_options(tovan PRIVATE -static-libstdc++ -static-libgcc -Wl,--wrap=sprintf)
 endif()
 add_library(tovan::tovan ALIAS tovan)
 

@@ -186,9 +186,7 @@ void TVN_bigint_str(const bigint& a, size_t size, char* str) {
   char digits[80]; // 256 bits take 78
   size_t n = 0;
   bigint rest = a;
-  do {
-    digits[n++] = static_cast<char>('0' + bigint_divlimb(rest, 10));
-  } while (rest.numlimbs > 0);
+  do { digits[n++] = static_cast<char>('0' + bigint_divlimb(rest, 10)); } while (rest.numlimbs > 0);
   if (a.sign < 0) digits[n++] = '-';
   const size_t len = n < size ? n : size - 1;
   for (size_t k = 0; k < len; k++) str[k] = digits[n - 1 - k];

@@ -14,8 +14,8 @@ namespace tvn {
 struct bigint {
   uint32_t limb[16] = {}; // lowest first, 16 bits used of each
   int16_t numlimbs = 0;
-  int16_t sign = 1;       // 1 or -1
-  uint32_t overflow = 0;  // 1: the value was too large
+  int16_t sign = 1;      // 1 or -1
+  uint32_t overflow = 0; // 1: the value was too large
 };
 
 void TVN_bigint_assign0(bigint& a);

@@ -79,6 +79,7 @@ int32_t TVN_lu_getnumupds(const lu& f);
 // Sum of work units: factorisation (tasks 0 to 14), updates and solves (15 to 25) since the last factorisation began.
 double TVN_lu_getfactorwork(const lu& f);
 double TVN_lu_getupdatework(const lu& f);
+void TVN_lu_gettotalwork(const lu& f, bigint& total); // all tasks since TVN_lu_make
 
 // Estimate of the one-norm of the inverse (Hager 1984). rwork: 2 * nrow.
 [[nodiscard]] lu_code TVN_lu_onenormestimate(lu& f, double& estimate, std::span<double> rwork);

@@ -79,6 +79,7 @@ void TVN_lu_init(lu& f) {
   f.lcount = f.ucount = 0;
   f.numgc = 0;
   f.sumcount = 0.0;
+  TVN_bigint_addsizet(f.formerwork, static_cast<size_t>(sum_of_work(f, 0, lt_numtasks - 1)));
   std::fill(std::begin(f.work), std::end(f.work), int64_t{0});
   std::fill(std::begin(f.habit), std::end(f.habit), lu_habit{});
   TVN_lu_resetufre(f);
@@ -207,6 +208,11 @@ void TVN_lu_getcond(const lu& f, double& mindiag, double& maxdiag) {
 
 double TVN_lu_getfactorwork(const lu& f) { return static_cast<double>(sum_of_work(f, 0, 14)); }
 double TVN_lu_getupdatework(const lu& f) { return static_cast<double>(sum_of_work(f, 15, 25)); }
+
+void TVN_lu_gettotalwork(const lu& f, bigint& total) {
+  TVN_bigint_assign(total, f.formerwork);
+  TVN_bigint_addsizet(total, static_cast<size_t>(sum_of_work(f, 0, lt_numtasks - 1)));
+}
 
 bool TVN_lu_factornow(const lu& f) { return f.factornow; }
 int32_t TVN_lu_getnumupds(const lu& f) { return f.numupds; }

@@ -1,4 +1,4 @@
-// Forward solves B y = x: L by columns, row etas in the order of creation, U by columns (dense form: by rows).
+// Forward solves B y = x: L by columns, row etas in the order of creation, U by columns.
 //
 // The sparse forms run along the nonzeros of the right-hand side; see lusolve.h for the choice between the search and
 // the full pass. A result list holds each position that may be nonzero exactly once.
@@ -147,28 +147,40 @@ void TVN_lu_ftranus(lu& f, spvec& x, spvec& y, double droptol1, double droptol2)
 
 namespace {
 
-// U part of the dense solves; false when a right-hand value reaches limit times its diagonal.
-bool solve_u_full(lu& f, std::span<double> x, std::span<double> y, double limit) {
+// U part of the dense solves, by columns: zeros are common and cost nothing. False when a right-hand value reaches
+// limit times its diagonal.
+bool solve_u_full(lu& f, double* __restrict x, double* __restrict y, double limit) {
+  int64_t work = f.uend;
+  const bool limited = limit < HUGE_VAL;
+  bool safe = true;
   for (int32_t k = f.uend - 1; k >= 0; k--) {
     const int32_t r = f.uorder[k];
     if (r < 0) continue;
-    const auto i = static_cast<size_t>(r);
-    const double t = x[i] - dot(y.data(), f.rcol.data(), f.rval.data(), f.rbeg[r], f.rbeg[r] + f.rlen[r]);
-    x[i] = 0.0;
-    if (std::fabs(t) >= limit * std::fabs(f.diag[r])) return false;
-    y[static_cast<size_t>(f.rowpivcol[r])] = t / f.diag[r];
+    const int32_t j = f.rowpivcol[r];
+    const double t = x[r];
+    y[j] = 0.0;
+    if (t == 0.0) continue;
+    x[r] = 0.0;
+    if (limited && std::fabs(t) >= limit * std::fabs(f.diag[r])) {
+      safe = false;
+      break;
+    }
+    const double v = t / f.diag[r];
+    y[j] = v;
+    subtract_column(x, v, f.crow.data(), f.cval.data(), f.cbeg[j], f.cbeg[j] + f.clen[j]);
+    work += f.clen[j];
   }
-  return true;
+  f.work[lt_fdense] += work;
+  return safe;
 }
 
 bool solve_full(lu& f, std::span<double> x, std::span<double> y, double limit) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored && f.nrow == f.ncol);
-  int64_t work = solve_l_full(f, x.data());
+  const int64_t work = solve_l_full(f, x.data());
   for (int32_t k = 0; k < f.numetas; k++)
     x[static_cast<size_t>(f.etarow[k])] += dot(x.data(), f.rcol.data(), f.rval.data(), f.etabeg[k + 1], f.etabeg[k]);
-  work += f.etabeg[0] - f.etabeg[f.numetas] + f.unz + f.nrow;
-  f.work[lt_fdense] += work;
-  return solve_u_full(f, x, y, limit);
+  f.work[lt_fdense] += work + f.etabeg[0] - f.etabeg[f.numetas];
+  return solve_u_full(f, x.data(), y.data(), limit);
 }
 
 } // namespace

@@ -183,7 +183,8 @@ lu_code store_backward_columns(lu& f) {
   return lu_code::done;
 }
 
-// What the singleton passes left to U. Active rows lose what stands in columns of row singletons: that is in L. The rows of those have nothing else.
+// What the singleton passes left to U. Active rows lose what stands in columns of row singletons: that is in L. The
+// rows of those have nothing else.
 void compress_rows(lu& f) {
   int64_t work = 0;
   for (int32_t k = f.stpf; k < f.nrow; k++) {

@@ -10,6 +10,7 @@
 // copy knows the position of the other (rpos, cpos).
 #pragma once
 
+#include "cpub/bigint.h"
 #include "misc/spvec.h"
 
 namespace tvn {
@@ -149,11 +150,13 @@ struct lu {
   int64_t totalgc = 0, numbuildcol = 0, numrowresize = 0, numcolresize = 0;
   double sumcount = 0.0; // Markowitz counts of the pivots
 
-  // Work since TVN_lu_init, by task, and what the refactor rule keeps of it.
+  // Work since TVN_lu_init, by task, and what the refactor rule keeps of it. The loops count in 64 bits; the life-long
+  // sum is folded together at each TVN_lu_init.
   int64_t work[lt_numtasks] = {};
   int64_t factorwork = 0;           // tasks 0 to 14 at the first update
   int64_t bestn = 0, besttotal = 0; // updates and total work where the average cost was least
   int64_t ring[50] = {};            // update work after each of the last 50 updates
+  bigint formerwork;                // all tasks before the last TVN_lu_init
   lu_habit habit[lk_num];           // by kind of sparse solve, since TVN_lu_init
 
   // Scratch, clean between calls.

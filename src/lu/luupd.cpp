@@ -10,8 +10,6 @@
 // cost per update, counted with the factorisation, that was reached so far.
 #include "lu/lusolve.h"
 
-#include "cpub/bigint.h"
-
 #include <cmath>
 
 namespace tvn {
@@ -75,13 +73,8 @@ int64_t update_work(const lu& f) {
   return sum;
 }
 
-bigint product(int64_t a, int64_t b, int64_t c) {
-  bigint r;
-  TVN_bigint_assignsizet(r, static_cast<size_t>(a));
-  TVN_bigint_mulsizet(r, static_cast<size_t>(b));
-  TVN_bigint_mulsizet(r, static_cast<size_t>(c));
-  return r;
-}
+// Exact: two 64-bit factors.
+__int128 product(int64_t a, int64_t b) { return static_cast<__int128>(a) * b; }
 
 // Least average work per update. Raises factornow once the recent updates cost more than the best average.
 void watch_average_work(lu& f) {
@@ -91,7 +84,8 @@ void watch_average_work(lu& f) {
     for (int32_t t = 0; t <= 14; t++) f.factorwork += f.work[t];
     f.bestn = 1;
     f.besttotal = f.factorwork + w;
-  } else if (TVN_bigint_compare(product(f.besttotal, n, 1), product(f.factorwork + w, f.bestn, 1)) > 0) {
+    f.ring[0] = 0; // read at the fiftieth update, first written then
+  } else if (product(f.besttotal, n) > product(f.factorwork + w, f.bestn)) {
     f.bestn = n;
     f.besttotal = f.factorwork + w;
   }
@@ -100,7 +94,7 @@ void watch_average_work(lu& f) {
   slot = w;
   if (n < minupdates) return;
   const int64_t span = std::min<int64_t>(n, ringsize);
-  if (TVN_bigint_compare(product(100, f.bestn, recent), product(101, span, f.besttotal)) >= 0) f.factornow = true;
+  if (product(100 * f.bestn, recent) >= product(101 * span, f.besttotal)) f.factornow = true;
 }
 
 void decide_factornow(lu& f) {

@@ -224,6 +224,11 @@ TEST(LuFactor, GivesTheSameBitsTwiceAndIndependentOfFormerRuns) {
   ASSERT_EQ(TVN_lu_getrank(t.f), 120);
   EXPECT_EQ(t.dense(rhs, false), u.dense(rhs, false));
   EXPECT_EQ(TVN_lu_getfactorwork(t.f), TVN_lu_getfactorwork(u.f));
+  bigint once, thrice;
+  TVN_lu_gettotalwork(t.f, once);
+  TVN_lu_gettotalwork(u.f, thrice);
+  EXPECT_GT(TVN_bigint_2double(once), TVN_lu_getfactorwork(t.f)); // passes and solves beside the factor tasks
+  EXPECT_LT(TVN_bigint_compare(once, thrice), 0);
 }
 
 TEST(LuFactor, ReportsTheRankOfWideMatricesAndOfRunsWithoutL) {

@@ -1,0 +1,39 @@
+// The frame of every exported call: handle check, work, translation of exhausted memory. Nothing is thrown across.
+#pragma once
+
+#include "tovan/index.h"
+#include "tovan/report.h"
+#include "tovan/task.h"
+
+namespace tvn {
+
+inline TVNrescodee TVN_checkenv(const env* e) noexcept {
+  if (!e) return TVN_RES_ERR_NULL_ENV;
+  return e->initialized ? TVN_RES_OK : TVN_RES_ERR_NO_INIT_ENV;
+}
+inline TVNrescodee TVN_checktask(const task* t) noexcept {
+  if (!t) return TVN_RES_ERR_NULL_TASK;
+  return t->env ? TVN_RES_OK : TVN_RES_ERR_INVALID_TASK;
+}
+inline TVNrescodee check(const env* e) noexcept { return TVN_checkenv(e); }
+inline TVNrescodee check(const task* t) noexcept { return TVN_checktask(t); }
+
+// Reports TVN_RES_ERR_SPACE without allocating.
+TVNrescodee report_no_memory(task* t) noexcept;
+TVNrescodee report_no_memory(env* e) noexcept;
+
+template <class Handle, class Work> TVNrescodee api(Handle* h, Work&& work) noexcept {
+  if (const TVNrescodee bad = check(h)) return bad;
+  try {
+    return work(*h);
+  } catch (const out_of_memory&) { return report_no_memory(h); }
+}
+
+// The frame of a call that has no usable handle yet, or no longer.
+template <class Work> TVNrescodee api_bare(Work&& work) noexcept {
+  try {
+    return work();
+  } catch (const out_of_memory&) { return TVN_RES_ERR_SPACE; }
+}
+
+} // namespace tvn

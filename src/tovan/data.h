@@ -1,0 +1,83 @@
+// The problem data of a task: what its files and the rest of the library call beside the exported functions.
+//
+// accmode is TVN_ACC_VAR or TVN_ACC_CON throughout. Every function here has a checked task; each returns a response
+// code that has been reported, and throws out_of_memory with the problem whole.
+#pragma once
+
+#include "tovan/task.h"
+
+namespace tvn {
+
+// One side of the problem, by access mode.
+struct bound_arrays {
+  int32_t count = 0;
+  int32_t* bk = nullptr;
+  double* bl = nullptr;
+  double* bu = nullptr;
+};
+
+inline bound_arrays side_bounds(problem& p, int32_t accmode) noexcept {
+  if (accmode == TVN_ACC_CON) return {p.numcon, p.bkc.data(), p.blc.data(), p.buc.data()};
+  return {p.numvar, p.bkx.data(), p.blx.data(), p.bux.data()};
+}
+
+struct bound_value {
+  int32_t bk = TVN_BK_FR;
+  double bl = -infinity, bu = infinity;
+};
+
+// Sizes.
+TVNrescodee put_maxnumcon(task& t, int32_t n);
+TVNrescodee put_maxnumvar(task& t, int32_t n);
+TVNrescodee put_maxnumcone(task& t, int32_t n);
+TVNrescodee put_maxnumanz(task& t, int64_t n);
+TVNrescodee put_maxnumqnz(task& t, int64_t n);
+TVNrescodee TVN_core_append(task& t, int32_t accmode, int32_t num, int32_t* first);
+void log_expansion(task& t, const char* what, int64_t from, int64_t to);
+void delete_task_data(task& t) noexcept;
+TVNrescodee resize_task(task& t, int32_t maxnumcon, int32_t maxnumvar, int32_t maxnumcone, int64_t maxnumanz,
+                        int64_t maxnumqnz);
+TVNrescodee check_accmode(task& t, int32_t accmode);
+
+// Objective.
+TVNrescodee put_cj(task& t, int32_t j, double cj);
+TVNrescodee TVN_checkobjectivesense(task& t);
+
+// Bounds. The stored values count on the sides that the key has; put_bound warns, normalises and lowers statuses.
+TVNrescodee put_bound(task& t, int32_t accmode, int32_t i, int32_t bk, double bl, double bu);
+bound_value get_bound(const problem& p, int32_t accmode, int32_t i) noexcept;
+
+// A. get_a makes it on first need.
+sprmat& get_a(task& t);
+TVNrescodee sprmat_result(task& t, sprmat_code code);
+TVNrescodee TVN_putavecintern(task& t, int32_t accmode, int32_t i, int64_t nzi, const int32_t* subi,
+                              const double* vali, const char* argname, int64_t argbase, int64_t& numtiny);
+TVNrescodee put_avec(task& t, int32_t accmode, int32_t i, int64_t nzi, const int32_t* subi, const double* vali);
+TVNrescodee put_aij(task& t, int32_t i, int32_t j, double aij);
+void TVN_commitachanges(task& t);
+// Lends A by columns to an optimizer, with room for extracols more; nothing may change A until TVN_putadbg.
+sprmat_view TVN_getacolwise(task& t, int32_t extracols);
+void TVN_putadbg(const char* file, int line, task& t);
+// Stops when the shape of A is not that of the problem; deep: or when an invariant of the store is broken.
+void TVN_checkadbg(const char* file, int line, task& t, bool deep);
+
+// Quadratic terms.
+bool has_qobj(const problem& p) noexcept;
+bool has_qcon(const problem& p) noexcept;
+int64_t num_qcon_terms(const problem& p, int32_t k) noexcept;
+void TVN_chgqnz(task& t, int64_t target);     // the pool packed into `target` entries, 0: none
+void free_qterms(problem& p) noexcept;
+
+// Cones.
+TVNrescodee TVN_checkcone(task& t, int32_t firstindex, int32_t k, int32_t conetype, int32_t nummem,
+                          const int32_t* submem);
+TVNrescodee append_cone(task& t, int32_t conetype, double conepar, int32_t nummem, const int32_t* submem);
+void TVN_core_removecones(task& t, int32_t num, const int32_t* sub);
+int32_t least_members(int32_t conetype) noexcept; // -1: no such type
+
+// Whole problems.
+int32_t problem_type(const problem& p) noexcept; // TVN_PROBTYPE_*
+int32_t problem_type(const task& t) noexcept;
+TVNrescodee TVN_checkdata(task& t);
+
+} // namespace tvn

@@ -1,0 +1,185 @@
+// Life of an environment: made, made ready, shared by its tasks, deleted by its owner or by its last task.
+//
+// The record lies in memory of the system environment that it owns, so the order at the end matters: everything that
+// the record holds, the record, the system environment. Lock order: mutex 2 alone, never while another is held.
+#include "tovan/env.h"
+
+#include "tovan/api.h"
+#include "tovan/machine.h"
+#include "tovan/version.h"
+
+#include <cstdio>
+#include <new>
+
+namespace tvn {
+
+namespace {
+
+const char label[] = "src/tovan/env";
+constexpr size_t task_mutex = 2;
+
+// Adds 1 to a counter of tasks under their mutex; tells its old value, and whether the environment is due to go.
+TVNrescodee count_task(env& e, int64_t env::*counter, int64_t& number, bool& due) {
+  if (pthread_mutex_lock(&e.mutexes[task_mutex])) return report(e, label, __LINE__, TVN_RES_ERR_THREAD_MUTEX_LOCK);
+  number = (e.*counter)++;
+  due = e.deletepending != 0 && e.numtaskscreated == e.numtasksremoved;
+  if (pthread_mutex_unlock(&e.mutexes[task_mutex]))
+    return report(e, label, __LINE__, TVN_RES_ERR_THREAD_MUTEX_UNLOCK);
+  return TVN_RES_OK;
+}
+
+TVNrescodee destroy_env(env* e) noexcept {
+  sysenv* sys = e->sys;
+  sys->mman->echofn = nullptr;
+  TVN_sysenv_putexithandler(*sys, nullptr, nullptr);
+  TVN_destroystreams(e->streams);
+  for (int32_t k = 0; k < e->nummutexes; k++) pthread_mutex_destroy(&e->mutexes[static_cast<size_t>(k)]);
+  e->~TVNenv();
+  sys->release(e, label, __LINE__);
+  return TVN_sysrestores(TVN_sysenv_delete(&sys));
+}
+
+// Deletes an environment that was not finished.
+struct env_owner {
+  env* e;
+  ~env_owner() {
+    if (e) (void)destroy_env(e);
+  }
+  env* release() noexcept { return std::exchange(e, nullptr); }
+};
+
+// Deletes a system environment that found no owner.
+struct sysenv_owner {
+  sysenv* sys;
+  ~sysenv_owner() {
+    if (sys) TVN_sysenv_delete(&sys);
+  }
+  sysenv* release() noexcept { return std::exchange(sys, nullptr); }
+};
+
+env* make_record(int32_t dbglevel, void* usrptr, malloc_fn mallocfn, free_fn freefn) {
+  sysenv_owner sys{TVN_sysenv_make(dbglevel, usrptr, mallocfn, freefn)};
+  if (!sys.sys) throw out_of_memory{};
+  env* e = new (sys.sys->alloc(sizeof(env), label, __LINE__)) env;
+  e->sys = sys.release();
+  e->dbglevel = dbglevel;
+  e->usrptr = usrptr;
+  e->mallocfn = mallocfn;
+  e->freefn = freefn;
+  return e;
+}
+
+void open_debug_file(env& e, const char* dbgfile) {
+  e.dbgfilename.attach(*e.sys);
+  if (!dbgfile || *dbgfile == '\0') return;
+  e.dbgfilename.assign(dbgfile);
+  buffer<char> name(*e.sys, e.dbgfilename.size() + 16);
+  std::snprintf(name.data(), static_cast<size_t>(name.size()), "%s.env.txt", dbgfile);
+  TVN_memman_openfile(*e.sys->mman, name.data(), "TOVAN memory debugging.");
+}
+
+TVNrescodee make_env(TVNenv_t& out, void* usrptr, malloc_fn mallocfn, free_fn freefn, const char* dbgfile) {
+  env_owner owner{make_record(dbgfile ? 10 : 0, usrptr, mallocfn, freefn)};
+  env& e = *owner.e;
+  TVN_sysenv_putexithandler(*e.sys, TVN_exithandlerenv, &e);
+  open_debug_file(e, dbgfile);
+  e.dllpath.attach(*e.sys);
+  // Several threads may report on the environment's streams while they make tasks.
+  if (TVN_makestreams(e.streams, label_text, true) != stream_code::ok) return TVN_RES_ERR_THREAD_MUTEX_INIT;
+  for (pthread_mutex_t& m : e.mutexes) {
+    if (pthread_mutex_init(&m, nullptr)) return TVN_RES_ERR_THREAD_MUTEX_INIT;
+    e.nummutexes++;
+  }
+  make_param_tables(e.params, *e.sys);
+  e.sys->mman->echofn = TVN_echotoenv;
+  e.sys->mman->echohandle = &e;
+  out = owner.release();
+  return TVN_RES_OK;
+}
+
+} // namespace
+
+TVNrescodee TVN_appendtask(env& e, int64_t& id) {
+  bool due = false;
+  return count_task(e, &env::numtaskscreated, id, due);
+}
+
+TVNrescodee TVN_removetask(env& e) {
+  int64_t number = 0;
+  bool due = false;
+  const TVNrescodee code = count_task(e, &env::numtasksremoved, number, due);
+  if (code || !due) return code;
+  env* last = &e;
+  return ::TVN_deleteenv(&last);
+}
+
+} // namespace tvn
+
+using namespace tvn;
+
+TVNrescodee TVN_makeenv(TVNenv_t* env, void* usrptr, TVN_mallocfunc mallocfunc, TVN_freefunc freefunc,
+                        const char* dbgfile) {
+  if (!env) return TVN_RES_ERR_NULL_ENV;
+  *env = nullptr;
+  return api_bare([&] { return make_env(*env, usrptr, mallocfunc, freefunc, dbgfile); });
+}
+
+TVNrescodee TVN_putcpudefaults(TVNenv_t env, int32_t cputype, int32_t sizel1, int32_t sizel2) {
+  if (!env) return TVN_RES_ERR_NULL_ENV;
+  auto& idef = env->params.idef;
+  if (cputype != 0) idef[TVN_IPAR_CPU_TYPE] = cputype;
+  if (sizel1 >= 0) idef[TVN_IPAR_CACHE_SIZE_L1] = sizel1;
+  if (sizel2 >= 0) idef[TVN_IPAR_CACHE_SIZE_L2] = sizel2;
+  return TVN_RES_OK;
+}
+
+TVNrescodee TVN_initenv(TVNenv_t env) {
+  if (!env) return TVN_RES_ERR_NULL_ENV;
+  if (env->initialized) return TVN_RES_OK;
+  auto& idef = env->params.idef;
+  machinfo& mach = env->sys->mach;
+  init_machine_info(mach, internal_cpu_code(idef[TVN_IPAR_CPU_TYPE]), idef[TVN_IPAR_CACHE_SIZE_L1],
+                    idef[TVN_IPAR_CACHE_SIZE_L2]);
+  idef[TVN_IPAR_CPU_TYPE] = public_cpu_type(mach.cpucode);
+  idef[TVN_IPAR_CACHE_SIZE_L1] = mach.sizel1;
+  idef[TVN_IPAR_CACHE_SIZE_L2] = mach.sizel2;
+  env->initialized = 1;
+  return TVN_RES_OK;
+}
+
+TVNrescodee TVN_deleteenv(TVNenv_t* env) {
+  if (!env || !*env) return TVN_RES_OK;
+  tvn::env& e = **env;
+  if (pthread_mutex_lock(&e.mutexes[task_mutex])) return TVN_RES_ERR_THREAD_MUTEX_LOCK;
+  const bool living = e.numtaskscreated > e.numtasksremoved;
+  const bool wait = e.garbagecollect != 0;
+  if (living && wait) e.deletepending = 1;
+  if (pthread_mutex_unlock(&e.mutexes[task_mutex])) return TVN_RES_ERR_THREAD_MUTEX_UNLOCK;
+  if (living) {
+    TVN_memman_echo(*e.sys->mman, "*** ERROR *** Living tasks when deleting the environment\n");
+    return wait ? TVN_RES_OK : TVN_RES_ERR_LIVING_TASKS;
+  }
+  *env = nullptr;
+  return destroy_env(&e);
+}
+
+TVNrescodee TVN_enablegarcolenv(TVNenv_t env) {
+  return api(env, [&](tvn::env& e) {
+    e.garbagecollect = 1;
+    return TVN_RES_OK;
+  });
+}
+
+TVNrescodee TVN_putkeepdlls(TVNenv_t env, int32_t keepdlls) {
+  return api(env, [&](tvn::env& e) {
+    e.keepdlls = keepdlls;
+    return TVN_RES_OK;
+  });
+}
+
+TVNrescodee TVN_putdllpath(TVNenv_t env, const char* dllpath) {
+  return api(env, [&](tvn::env& e) {
+    e.dllpath.assign(dllpath ? dllpath : "");
+    return TVN_RES_OK;
+  });
+}

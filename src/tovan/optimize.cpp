@@ -1,0 +1,117 @@
+// The optimize driver: reset, choice of the road, conversion of results.
+//
+// Roads whose optimizer is not part of the library answer with an error before the solutions are touched. A linear
+// problem under the free choice goes to the simplex optimizer, and the log says so.
+#include "tovan/optimize.h"
+
+#include "tovan/api.h"
+#include "tovan/convert.h"
+#include "tovan/data.h"
+#include "tovan/log.h"
+#include "tovan/report.h"
+#include "tovan/sol.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr const char* label = "src/tovan/tovanopt";
+
+bool is_simplex(int32_t optimizer) {
+  return optimizer == TVN_OPTIMIZER_PRIMAL_SIMPLEX || optimizer == TVN_OPTIMIZER_DUAL_SIMPLEX ||
+         optimizer == TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX || optimizer == TVN_OPTIMIZER_FREE_SIMPLEX;
+}
+
+TVNrescodee sort_columns(task& t) {
+  // Two transpositions leave the indices of each column ascending.
+  if (t.prob.a.made()) {
+    TVN_sprmat_viewrows(t.prob.a);
+    TVN_sprmat_viewcols(t.prob.a);
+  }
+  return TVN_RES_OK;
+}
+
+} // namespace
+
+TVNrescodee TVN_inittaskbeforeoptimize(task& t) {
+  const int32_t sense = TVN_getoptobjsense(t);
+  if (sense != TVN_OBJECTIVE_SENSE_MINIMIZE && sense != TVN_OBJECTIVE_SENSE_MAXIMIZE)
+    return report(t, label, __LINE__, TVN_RES_ERR_UNDEFINED_OBJECTIVE_SENSE);
+  t.logheadprinted = 0;
+  auto& info = t.info;
+  info.intg[TVN_IINF_OPT_NUMCON] = t.prob.numcon;
+  info.intg[TVN_IINF_OPT_NUMVAR] = t.prob.numvar;
+  info.lint.fill(0);
+  for (const int32_t item : {TVN_DINF_BI_CLEAN_DUAL_TIME, TVN_DINF_BI_CLEAN_PRIMAL_DUAL_TIME, TVN_DINF_BI_CLEAN_PRIMAL_TIME,
+                             TVN_DINF_BI_CLEAN_TIME, TVN_DINF_BI_DUAL_TIME, TVN_DINF_BI_PRIMAL_TIME, TVN_DINF_BI_TIME,
+                             TVN_DINF_INTPNT_TIME, TVN_DINF_INTPNT_ORDER_TIME, TVN_DINF_INTPNT_FACTOR_NUM_FLOPS,
+                             TVN_DINF_PRESOLVE_TIME})
+    info.dou[static_cast<size_t>(item)] = 0;
+  for (const int32_t item : {TVN_IINF_INTPNT_ITER, TVN_IINF_INTPNT_FACTOR_NUM_OFFCOL, TVN_IINF_SIM_PRIMAL_ITER,
+                             TVN_IINF_SIM_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DUAL_ITER})
+    info.intg[static_cast<size_t>(item)] = 0;
+  return t.params.ival[TVN_IPAR_AUTO_SORT_A_BEFORE_OPT] ? sort_columns(t) : TVN_RES_OK;
+}
+
+TVNrescodee TVN_contoptimizer(task& t) {
+  const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER], type = problem_type(t);
+  const bool free_linear = optimizer == TVN_OPTIMIZER_FREE && type == TVN_PROBTYPE_LO;
+  if (!is_simplex(optimizer) && !free_linear) return report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, optimizer);
+  if (type != TVN_PROBTYPE_LO) return report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, optimizer);
+  if (free_linear && is_logged(t, TVN_IPAR_LOG_OPTIMIZER))
+    echo(t, TVN_STREAM_MSG, "The linear problem is solved by the simplex optimizer.\n");
+  return TVN_simplexoptimizer(t);
+}
+
+namespace {
+
+TVNrescodee run_road(task& t) {
+  const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER];
+  if (optimizer == TVN_OPTIMIZER_CONCURRENT) return report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, optimizer);
+  const bool integer = t.prob.numintvar > 0 && t.params.ival[TVN_IPAR_MIO_MODE] != TVN_MIO_MODE_IGNORED;
+  if (integer || optimizer == TVN_OPTIMIZER_NONCONVEX) return report(t, label, __LINE__, TVN_RES_ERR_MIO_NO_OPTIMIZER);
+  return TVN_contoptimizer(t);
+}
+
+TVNrescodee update_solution_items(task& t) {
+  TVNrescodee code = TVN_RES_OK;
+  for (int32_t which = 0; which < 3; which++) {
+    if (!TVN_solutiondef(t, which)) continue;
+    if (const TVNrescodee c = TVN_updatesolutioninfo(t, which); code == TVN_RES_OK) code = c;
+  }
+  return code;
+}
+
+TVNrescodee optimize(task& t) {
+  t.optstart = TVN_sysenv_gettime();
+  t.numoptimize++;
+  if (const TVNrescodee code = TVN_tovanlogr(&t, TVN_CALLBACK_BEGIN_OPTIMIZER)) return code;
+  TVNrescodee code = t.params.ival[TVN_IPAR_CHECK_TASK_DATA] ? TVN_checkdata(t) : TVN_RES_OK;
+  if (code == TVN_RES_OK) {
+    TVN_markbuffersfordelete(t.buffers);
+    code = TVN_inittaskbeforeoptimize(t);
+  }
+  if (code == TVN_RES_OK) {
+    code = run_road(t);
+    if (t.params.ival[TVN_IPAR_AUTO_UPDATE_SOL_INFO])
+      if (const TVNrescodee c = update_solution_items(t); code == TVN_RES_OK) code = c;
+  }
+  t.optstop = TVN_sysenv_gettime();
+  if (const TVNrescodee c = TVN_tovanlogr(&t, TVN_CALLBACK_END_OPTIMIZER); code == TVN_RES_OK) code = c;
+  t.info.intg[TVN_IINF_OPTIMIZE_RESPONSE] = code;
+  return code;
+}
+
+} // namespace
+} // namespace tvn
+
+TVNrescodee TVN_optimize(TVNtask_t task) {
+  return tvn::api(task, [](tvn::task& t) { return tvn::optimize(t); });
+}
+
+TVNrescodee TVN_optimizetrm(TVNtask_t task, TVNrescodee* trmcode) {
+  const TVNrescodee code = TVN_optimize(task);
+  const bool termination = code > 3999;
+  if (trmcode) *trmcode = termination ? code : TVN_RES_OK;
+  return termination ? TVN_RES_OK : code;
+}

@@ -1,0 +1,15 @@
+// The roads of an optimizer run.
+#pragma once
+
+#include "tovan/task.h"
+
+namespace tvn {
+
+// Items of the last run to zero, sizes noted, log head allowed again. Undefined objective sense is an error.
+TVNrescodee TVN_inittaskbeforeoptimize(task& t);
+// Continuous problems.
+TVNrescodee TVN_contoptimizer(task& t);
+// Linear problems by a simplex optimizer, into the basic slot.
+TVNrescodee TVN_simplexoptimizer(task& t);
+
+} // namespace tvn

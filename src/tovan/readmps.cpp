@@ -1,0 +1,278 @@
+// The line reader and the field splitter.
+#include "tovan/readmps.h"
+
+#include "misc/numtext.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr int64_t block_size = 1 << 20;
+
+constexpr const char* section_words[num_mps_sections] = {"NAME",   "OBJSENSE", "OBJNAME", "ROWS",    "COLUMNS",
+                                                         "RHS",    "RANGES",   "BOUNDS",  "SETS",    "QUADOBJ",
+                                                         "QSECTION", "CSECTION", "ENDATA"};
+
+struct field_place {
+  size_t start, width;
+};
+constexpr field_place places[6] = {{1, 2}, {4, 8}, {14, 8}, {24, 12}, {39, 8}, {49, 12}};
+
+// Makes room behind the text that is left and reads on. False when the file has no more.
+bool refill(rm_state& rm) {
+  if (rm.atend) return false;
+  const int64_t left = rm.end - rm.begin;
+  if (left > 0 && rm.begin == 0 && rm.end == rm.block.size()) { // a line longer than the block
+    buffer<char> larger(*rm.sys, 2 * rm.block.size());
+    std::memcpy(larger.data(), rm.block.data(), static_cast<size_t>(left));
+    rm.block.swap(larger);
+  } else if (left > 0) {
+    std::memmove(rm.block.data(), rm.block.data() + rm.begin, static_cast<size_t>(left));
+  }
+  rm.begin = 0;
+  const int64_t room = rm.block.size() - left;
+  const int64_t got = TVN_sysenv_fread(*rm.file, rm.block.data() + left, room, rm.filestate);
+  rm.end = left + got;
+  rm.atend = got < room;
+  rm.newline = -1;
+  return got > 0;
+}
+
+void find_newline(rm_state& rm) noexcept {
+  if (rm.newline >= rm.begin) return;
+  const char* from = rm.block.data() + rm.begin;
+  const void* at = std::memchr(from, '\n', static_cast<size_t>(rm.end - rm.begin));
+  rm.newline = at ? static_cast<const char*>(at) - rm.block.data() : rm.end;
+}
+
+// Takes [begin, stop) as the line; the next one begins at `next`.
+bool deliver(rm_state& rm, int64_t stop, int64_t next) noexcept {
+  rm.line = {rm.block.data() + rm.begin, static_cast<size_t>(stop - rm.begin)};
+  rm.begin = next;
+  rm.linenumber++;
+  return true;
+}
+
+bool is_blank(char c) noexcept { return c == ' ' || c == '\t'; }
+
+std::string_view trim_right(std::string_view s) noexcept {
+  while (!s.empty() && is_blank(s.back())) s.remove_suffix(1);
+  return s;
+}
+
+mps_status bad_field(rm_state& rm, int32_t field) noexcept {
+  rm.badfield = field;
+  return mps_status::bad_field;
+}
+
+// Everything in [from, to) is blank.
+bool is_gap(std::string_view line, size_t from, size_t to) noexcept {
+  to = std::min(to, line.size());
+  for (size_t k = from; k < to; k++)
+    if (line[k] != ' ') return false;
+  return true;
+}
+
+std::string_view name_at(std::string_view line, const field_place& p) noexcept {
+  if (line.size() <= p.start) return {};
+  std::string_view name = line.substr(p.start, p.width);
+  while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
+  return name;
+}
+
+// End of the number that stands at a fixed column.
+size_t number_end(std::string_view line, const field_place& p, mps_mode mode) noexcept {
+  size_t end = std::min(line.size(), p.start + p.width);
+  if (mode == mps_mode::relaxed)
+    while (end < line.size() && line[end] != ' ' && line[end - 1] != ' ') end++;
+  return end;
+}
+
+// The number of field k + 1 and the blanks up to the field behind it.
+bool fixed_number(const rm_state& rm, std::string_view line, size_t k, double& value) noexcept {
+  const field_place& p = places[k];
+  if (line.size() <= p.start) return true;
+  const size_t end = number_end(line, p, rm.mode);
+  const size_t next = k + 1 < 6 ? places[k + 1].start : line.size();
+  if (!is_gap(line, end, next)) return false;
+  // A number that ran into the next field leaves no room for that one.
+  if (end > next && end < line.size()) return false;
+  return parse_mps_number(line.substr(p.start, end - p.start), value);
+}
+
+mps_status split_fixed(rm_state& rm, std::string_view line, mps_fields& f) noexcept {
+  f = {};
+  f.key = trim(line.substr(std::min<size_t>(1, line.size()), places[0].width));
+  f.name2 = name_at(line, places[1]);
+  f.name3 = name_at(line, places[2]);
+  if (!is_gap(line, 3, 4)) return bad_field(rm, 1);
+  if (!is_gap(line, 12, 14)) return bad_field(rm, 2);
+  if (!is_gap(line, 22, 24)) return bad_field(rm, 3);
+  if (line.size() <= places[3].start) return mps_status::line;
+  if (!fixed_number(rm, line, 3, f.value4)) return bad_field(rm, 4);
+  if (number_end(line, places[3], rm.mode) > places[4].start) return mps_status::line;
+  f.name5 = name_at(line, places[4]);
+  if (!is_gap(line, 47, 49)) return bad_field(rm, 5);
+  return fixed_number(rm, line, 5, f.value6) ? mps_status::line : bad_field(rm, 6);
+}
+
+// The next token of a line in free form, which is taken off it. A quoted name keeps its blanks.
+std::string_view next_token(std::string_view& line, bool quoted) noexcept {
+  size_t k = 0;
+  while (k < line.size() && is_blank(line[k])) k++;
+  line.remove_prefix(k);
+  if (quoted && !line.empty() && line[0] == '"') {
+    const size_t close = line.find('"', 1);
+    const std::string_view token = line.substr(1, close == std::string_view::npos ? close : close - 1);
+    line.remove_prefix(close == std::string_view::npos ? line.size() : close + 1);
+    return token;
+  }
+  for (k = 0; k < line.size() && !is_blank(line[k]);) k++;
+  const std::string_view token = line.substr(0, k);
+  line.remove_prefix(k);
+  return token;
+}
+
+mps_status split_free(rm_state& rm, std::string_view line, mps_section section, int32_t first, mps_fields& f) noexcept {
+  f = {};
+  for (int32_t field = first; !(line = trim(line)).empty(); field++) {
+    const bool isname = field == 2 || field == 3 || field == 5;
+    const std::string_view token = next_token(line, rm.quoted && isname);
+    switch (field) {
+    case 1: f.key = token; break;
+    case 2: f.name2 = token; break;
+    case 3:
+      f.name3 = token;
+      if (section == mps_section::columns && token == "'MARKER'") field++;
+      break;
+    case 4:
+      if (!parse_mps_number(token, f.value4)) return bad_field(rm, 4);
+      break;
+    case 5: f.name5 = token; break;
+    case 6:
+      if (!parse_mps_number(token, f.value6)) return bad_field(rm, 6);
+      break;
+    default: return bad_field(rm, 6);
+    }
+  }
+  return mps_status::line;
+}
+
+mps_status split(rm_state& rm, std::string_view line, mps_section section, int32_t firstfree, mps_fields& f) noexcept {
+  const mps_status status = rm.mode == mps_mode::free ? split_free(rm, line, section, firstfree, f)
+                                                      : split_fixed(rm, line, f);
+  if (line.find('\t') == std::string_view::npos) return status;
+  const auto has_tab = [](std::string_view s) { return s.find('\t') != std::string_view::npos; };
+  rm.badfield = has_tab(f.name2) ? 2 : has_tab(f.name3) ? 3 : has_tab(f.name5) ? 5 : rm.badfield;
+  return has_tab(f.name2) || has_tab(f.name3) || has_tab(f.name5) ? mps_status::tab_in_field : status;
+}
+
+} // namespace
+
+const char* mps_section_word(mps_section section) noexcept {
+  return section == mps_section::none ? "" : section_words[static_cast<int32_t>(section)];
+}
+
+bool parse_mps_number(std::string_view text, double& value) noexcept {
+  text = trim(text);
+  value = 0;
+  if (text.empty() || parse_real(text, value)) return true;
+  char plain[512];
+  size_t len = 0;
+  for (const char c : text) {
+    if (c == ' ') continue;
+    if (len == sizeof plain) return false;
+    plain[len++] = c == 'D' ? 'E' : c;
+  }
+  return parse_real({plain, len}, value);
+}
+
+void TVN_rm_make(rm_state& rm, sysenv& sys, sysfile& file, mps_mode mode, bool quoted, int64_t width) {
+  rm.sys = &sys;
+  rm.file = &file;
+  rm.mode = mode;
+  rm.quoted = quoted;
+  rm.width = width;
+  rm.block.reset(sys, block_size);
+}
+
+void TVN_rm_rewind(rm_state& rm) {
+  TVN_sysenv_frewind(*rm.file, rm.filestate);
+  rm.begin = rm.end = rm.linenumber = 0;
+  rm.newline = -1;
+  rm.atend = rm.pushedback = false;
+}
+
+bool TVN_rm_getline(rm_state& rm) {
+  if (rm.pushedback) {
+    rm.pushedback = false;
+    return true;
+  }
+  while (rm.filestate == sys_code::ok) {
+    find_newline(rm);
+    const char* from = rm.block.data() + rm.begin;
+    const void* cr = std::memchr(from, '\r', static_cast<size_t>(rm.newline - rm.begin));
+    const int64_t at = cr ? static_cast<const char*>(cr) - rm.block.data() : rm.newline;
+    // A CR at the end of the block may have its LF in the next one.
+    if (cr && (at + 1 < rm.end || rm.atend)) return deliver(rm, at, at + 1 == rm.newline && at + 1 < rm.end ? at + 2 : at + 1);
+    if (!cr && rm.newline < rm.end) return deliver(rm, at, at + 1);
+    if (refill(rm)) continue;
+    if (rm.filestate != sys_code::ok || rm.begin == rm.end) break;
+    if (!cr) return deliver(rm, rm.end, rm.end);
+  }
+  return false;
+}
+
+mps_status TVN_rm_read(rm_state& rm, mps_section section, mps_fields& fields) {
+  while (TVN_rm_getline(rm)) {
+    const std::string_view line = trim_right(rm.line);
+    if (line.empty() || line[0] == '*') continue;
+    if (line[0] != ' ' && !(line[0] == '\t' && rm.mode == mps_mode::free)) {
+      rm.pushedback = true;
+      return mps_status::head;
+    }
+    if (static_cast<int64_t>(line.size()) > rm.width) return mps_status::too_long;
+    const bool haskey = section == mps_section::rows || section == mps_section::bounds;
+    return split(rm, line, section, haskey ? 1 : 2, fields);
+  }
+  return mps_status::end_of_file;
+}
+
+bool TVN_rm_checksechead(rm_state& rm, mps_section& section) {
+  section = mps_section::none;
+  while (TVN_rm_getline(rm)) {
+    const std::string_view line = trim_right(rm.line);
+    if (line.empty() || line[0] == '*') continue;
+    for (int32_t k = 0; k < num_mps_sections && section == mps_section::none; k++)
+      if (line.starts_with(section_words[k])) section = static_cast<mps_section>(k);
+    return true;
+  }
+  return false;
+}
+
+mps_status TVN_rm_readhead(rm_state& rm, mps_section section, mps_fields& fields) {
+  const std::string_view line = trim_right(rm.line);
+  const size_t keyword = std::string_view(mps_section_word(section)).size();
+  if (rm.mode == mps_mode::free) return split(rm, line.substr(keyword), section, 3, fields);
+  // The keyword stands where the fields 1 and 2 are, which a head does not have.
+  char blanked[1024];
+  const size_t len = std::min(line.size(), sizeof blanked);
+  std::memset(blanked, ' ', len);
+  if (len > keyword) std::memcpy(blanked + keyword, line.data() + keyword, len - keyword);
+  const mps_status status = split(rm, {blanked, len}, section, 3, fields);
+  // Views into the copy become views into the line.
+  const auto rebase = [&](std::string_view s) {
+    return s.empty() ? s : line.substr(static_cast<size_t>(s.data() - blanked), s.size());
+  };
+  fields.name2 = rebase(fields.name2);
+  fields.name3 = rebase(fields.name3);
+  fields.name5 = rebase(fields.name5);
+  return status;
+}
+
+std::string_view TVN_rm_readtitle(const rm_state& rm) noexcept {
+  const size_t blank = rm.line.find_first_of(" \t");
+  return blank == std::string_view::npos ? std::string_view{} : trim(rm.line.substr(blank));
+}
+
+} // namespace tvn

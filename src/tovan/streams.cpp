@@ -1,0 +1,156 @@
+// The streams of tasks and environments: linking, flushing and writing.
+#include "tovan/streams.h"
+
+#include "misc/outfmt.h"
+#include "tovan/api.h"
+#include "tovan/report.h"
+#include "tovan/tovanio.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr const char* label = "src/tovan/streams";
+
+template <class Owner> TVNrescodee finish(Owner& owner, int32_t whichstream, stream_code code) noexcept {
+  if (code == stream_code::ok) return TVN_RES_OK;
+  return report(owner, label, __LINE__, stream_rescode(code), whichstream);
+}
+
+bool is_stream(int32_t whichstream) noexcept { return whichstream >= 0 && whichstream < num_streams; }
+
+// The name has been opened; the file belongs to the stream afterwards.
+template <class Owner> TVNrescodee link_file(Owner& owner, int32_t whichstream, sysfile* file, bool append) noexcept {
+  const stream_code code = TVN_linkfiletostream(owner.streams, whichstream, file, append);
+  if (code == stream_code::bad_stream || code == stream_code::mutex_lock) file_owner closes(file);
+  return finish(owner, whichstream, code);
+}
+
+TVNrescodee open_for_env(env& e, const char* name, bool append, sysfile** out) {
+  if (!name) return report(e, label, __LINE__, TVN_RES_ERR_INVALID_FILE_NAME, "");
+  sys_code code = sys_code::ok;
+  *out = TVN_sysenv_fopen(*e.sys, name, append ? file_mode::append : file_mode::write, false, code);
+  return code == sys_code::ok ? TVN_RES_OK : report(e, label, __LINE__, TVN_sysrestores(code), name);
+}
+
+struct format_target {
+  stream_block* block;
+  int32_t whichstream;
+};
+
+void put_formatted(void* handle, std::string_view text) {
+  const auto* target = static_cast<const format_target*>(handle);
+  TVN_echostream(*target->block, target->whichstream, text);
+}
+
+} // namespace
+
+TVNrescodee stream_rescode(stream_code code) noexcept {
+  switch (code) {
+  case stream_code::ok: return TVN_RES_OK;
+  case stream_code::bad_stream: return TVN_RES_ERR_INVALID_STREAM;
+  case stream_code::mutex_init: return TVN_RES_ERR_THREAD_MUTEX_INIT;
+  case stream_code::mutex_lock: return TVN_RES_ERR_THREAD_MUTEX_LOCK;
+  case stream_code::mutex_unlock: return TVN_RES_ERR_THREAD_MUTEX_UNLOCK;
+  case stream_code::format: return TVN_RES_ERR_UNKNOWN;
+  }
+  return TVN_RES_ERR_UNKNOWN;
+}
+
+void echo(env& e, int32_t whichstream, const char* fmt, ...) noexcept {
+  va_list args;
+  va_start(args, fmt);
+  TVN_echostreamva(e.streams, whichstream, fmt, args);
+  va_end(args);
+}
+
+int64_t TVN_outfmtvatask(task& t, int32_t whichstream, const char* fmt, va_list args) noexcept {
+  format_target target{&t.streams, whichstream};
+  return TVN_outfmtva(put_formatted, &target, fmt, args);
+}
+
+int64_t TVN_outfmttask(task& t, int32_t whichstream, const char* fmt, ...) noexcept {
+  va_list args;
+  va_start(args, fmt);
+  const int64_t result = TVN_outfmtvatask(t, whichstream, fmt, args);
+  va_end(args);
+  return result;
+}
+
+} // namespace tvn
+
+using namespace tvn;
+
+TVNrescodee TVN_linkfunctotaskstream(TVNtask_t task, int32_t whichstream, void* handle, TVN_streamfunc func) {
+  return api(task, [&](tvn::task& t) {
+    return finish(t, whichstream, TVN_linkfunctostream(t.streams, whichstream, handle, func));
+  });
+}
+
+TVNrescodee TVN_unlinkfuncfromtaskstream(TVNtask_t task, int32_t whichstream) {
+  return api(task, [&](tvn::task& t) {
+    return finish(t, whichstream, TVN_unlinkfuncfromstream(t.streams, whichstream));
+  });
+}
+
+TVNrescodee TVN_linkfunctoenvstream(TVNenv_t env, int32_t whichstream, void* handle, TVN_streamfunc func) {
+  return api(env, [&](tvn::env& e) {
+    return finish(e, whichstream, TVN_linkfunctostream(e.streams, whichstream, handle, func));
+  });
+}
+
+TVNrescodee TVN_linkfiletotaskstream(TVNtask_t task, int32_t whichstream, const char* filename, int32_t append) {
+  return api(task, [&](tvn::task& t) {
+    if (!is_stream(whichstream)) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_STREAM, whichstream);
+    sysfile* file = nullptr;
+    const TVNrescodee bad = TVN_fopentask(t, filename, append ? file_mode::append : file_mode::write, false, &file);
+    return bad ? bad : link_file(t, whichstream, file, append != 0);
+  });
+}
+
+TVNrescodee TVN_linkfiletoenvstream(TVNenv_t env, int32_t whichstream, const char* filename, int32_t append) {
+  return api(env, [&](tvn::env& e) {
+    if (!is_stream(whichstream)) return report(e, label, __LINE__, TVN_RES_ERR_INVALID_STREAM, whichstream);
+    sysfile* file = nullptr;
+    const TVNrescodee bad = open_for_env(e, filename, append != 0, &file);
+    return bad ? bad : link_file(e, whichstream, file, append != 0);
+  });
+}
+
+TVNrescodee TVN_flushstreamtask(TVNtask_t task, int32_t whichstream) {
+  return api(task, [&](tvn::task& t) { return finish(t, whichstream, TVN_flushstream(t.streams, whichstream)); });
+}
+
+TVNrescodee TVN_flushstreamenv(TVNenv_t env, int32_t whichstream) {
+  return api(env, [&](tvn::env& e) { return finish(e, whichstream, TVN_flushstream(e.streams, whichstream)); });
+}
+
+TVNrescodee TVN_echotaskva(TVNtask_t task, int32_t whichstream, const char* format, va_list args) {
+  return api(task, [&](tvn::task& t) {
+    if (!format) return report(t, label, __LINE__, TVN_RES_ERR_NULL_POINTER, "format");
+    return finish(t, whichstream, TVN_echostreamva(t.streams, whichstream, format, args));
+  });
+}
+
+TVNrescodee TVN_echoenvva(TVNenv_t env, int32_t whichstream, const char* format, va_list args) {
+  return api(env, [&](tvn::env& e) {
+    if (!format) return report(e, label, __LINE__, TVN_RES_ERR_NULL_POINTER, "format");
+    return finish(e, whichstream, TVN_echostreamva(e.streams, whichstream, format, args));
+  });
+}
+
+TVNrescodee TVN_echotask(TVNtask_t task, int32_t whichstream, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  const TVNrescodee code = TVN_echotaskva(task, whichstream, format, args);
+  va_end(args);
+  return code;
+}
+
+TVNrescodee TVN_echoenv(TVNenv_t env, int32_t whichstream, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  const TVNrescodee code = TVN_echoenvva(env, whichstream, format, args);
+  va_end(args);
+  return code;
+}

@@ -1,0 +1,138 @@
+// The table of all constants and the lookups of names and values.
+#include "tovan/symcon.h"
+
+#include "tovan/api.h"
+#include "tovan/report.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+
+namespace tvn {
+
+namespace {
+
+constexpr const char* label = "src/tovan/symcon";
+
+constexpr symcon_entry entry(const char* family, std::string_view name, size_t prefix, int32_t value) {
+  return {name, name.substr(prefix), family, value};
+}
+
+constexpr std::string_view iparam_families[] = {
+#define TVN_IPARAM(name, dflt, kind, min, max, family) #family,
+#include "tovan/def/iparam.def"
+#undef TVN_IPARAM
+};
+
+constexpr symcon_entry table[] = {
+#define TVN_CON(family, prefix, symbol, value) entry(#family, #prefix #symbol, sizeof(#prefix) - 1, value),
+#include "tovan/def/symcon.def"
+#undef TVN_CON
+#define TVN_IPARAM(name, dflt, kind, min, max, family) entry("iparam", "TVN_IPAR_" #name, 9, TVN_IPAR_##name),
+#include "tovan/def/iparam.def"
+#undef TVN_IPARAM
+#define TVN_DPARAM(name, dflt, kind, min, max) entry("dparam", "TVN_DPAR_" #name, 9, TVN_DPAR_##name),
+#include "tovan/def/dparam.def"
+#undef TVN_DPARAM
+#define TVN_SPARAM(name, dflt) entry("sparam", "TVN_SPAR_" #name, 9, TVN_SPAR_##name),
+#include "tovan/def/sparam.def"
+#undef TVN_SPARAM
+#define TVN_DINF_ITEM(name) entry("dinf_item", "TVN_DINF_" #name, 9, TVN_DINF_##name),
+#include "tovan/def/dinf.def"
+#undef TVN_DINF_ITEM
+#define TVN_IINF_ITEM(name) entry("iinf_item", "TVN_IINF_" #name, 9, TVN_IINF_##name),
+#include "tovan/def/iinf.def"
+#undef TVN_IINF_ITEM
+#define TVN_LIINF_ITEM(name) entry("liinf_item", "TVN_LIINF_" #name, 10, TVN_LIINF_##name),
+#include "tovan/def/liinf.def"
+#undef TVN_LIINF_ITEM
+    entry("rescode", "TVN_RES_OK", 8, 0),
+#define TVN_RESCODE(name, value, text, description) entry("rescode", "TVN_RES_" #name, 8, value),
+#include "tovan/def/rescode.def"
+#undef TVN_RESCODE
+#define TVN_CALLBACK_CODE(name, value) entry("callback_code", "TVN_CALLBACK_" #name, 13, value),
+#include "tovan/def/callback.def"
+#undef TVN_CALLBACK_CODE
+};
+
+constexpr size_t longest_name = std::max_element(std::begin(table), std::end(table), [](const auto& a, const auto& b) {
+                                  return a.name.size() < b.name.size();
+                                })->name.size();
+
+// All text buffers of callers hold at least TVN_MAX_STR_LEN bytes.
+void copy_text(char* to, std::string_view from) noexcept { std::memcpy(to, from.data(), from.size() + 1); }
+
+} // namespace
+
+std::span<const symcon_entry> all_symcons() noexcept { return table; }
+
+const symcon_entry* find_symcon(std::string_view name) noexcept {
+  const auto* at = std::find_if(std::begin(table), std::end(table), [&](const auto& e) { return e.name == name; });
+  return at == std::end(table) ? nullptr : at;
+}
+
+const symcon_entry* find_symcon(std::string_view family, int32_t value) noexcept {
+  for (const symcon_entry& e : table)
+    if (e.value == value && e.family == family) return &e;
+  return nullptr;
+}
+
+std::string_view iparam_family(int32_t param) noexcept {
+  if (param < 0 || param >= static_cast<int32_t>(std::size(iparam_families))) return "none";
+  return iparam_families[param];
+}
+
+} // namespace tvn
+
+using namespace tvn;
+
+TVNrescodee TVN_getsymbcondim(TVNenv_t env, int32_t* num, size_t* maxlen) {
+  return api(env, [&](tvn::env&) {
+    if (num) *num = static_cast<int32_t>(std::size(table));
+    if (maxlen) *maxlen = longest_name;
+    return TVN_RES_OK;
+  });
+}
+
+TVNrescodee TVN_getsymbcon(TVNtask_t task, int32_t i, int32_t sizevalue, char* name, int32_t* value) {
+  return api(task, [&](tvn::task& t) {
+    if (i < 0) return report(t, label, __LINE__, TVN_RES_ERR_INDEX_IS_TOO_SMALL, i, "i");
+    if (i >= static_cast<int32_t>(std::size(table)))
+      return report(t, label, __LINE__, TVN_RES_ERR_INDEX_IS_TOO_LARGE, i, "i");
+    const symcon_entry& e = table[i];
+    if (value) *value = e.value;
+    if (!name || sizevalue <= 0) return TVN_RES_OK;
+    std::snprintf(name, static_cast<size_t>(sizevalue), "%s", e.name.data());
+    const auto len = static_cast<int32_t>(e.name.size());
+    return len < sizevalue ? TVN_RES_OK
+                           : report(t, label, __LINE__, TVN_RES_WRN_NAME_MAX_LEN, len, sizevalue);
+  });
+}
+
+int32_t TVN_symnamtovalue(const char* name, char* value) {
+  if (value) value[0] = '\0';
+  const symcon_entry* e = name ? find_symcon(name) : nullptr;
+  if (!e) return 0;
+  if (value) *std::to_chars(value, value + 12, e->value).ptr = '\0';
+  return 1;
+}
+
+TVNrescodee TVN_iparvaltosymnam(TVNenv_t env, int32_t param, int32_t value, char* buffer) {
+  return api(env, [&](tvn::env&) {
+    if (!buffer) return TVN_RES_ERR_NULL_POINTER;
+    const symcon_entry* e = find_symcon(iparam_family(param), value);
+    copy_text(buffer, e ? e->name : "");
+    return TVN_RES_OK;
+  });
+}
+
+TVNrescodee TVN_iparvaltostr(TVNenv_t env, int32_t param, int32_t value, char* buffer) {
+  return api(env, [&](tvn::env&) {
+    if (!buffer) return TVN_RES_ERR_NULL_POINTER;
+    const symcon_entry* e = find_symcon(iparam_family(param), value);
+    copy_text(buffer, e ? e->symbol : "");
+    return TVN_RES_OK;
+  });
+}

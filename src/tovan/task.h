@@ -1,0 +1,45 @@
+// The task record: one problem, its parameter values, solutions, streams and memory.
+//
+// Plain data; the operations stand in the files of their family (data*.cpp, names.cpp, sol*.cpp, param*.cpp, ...).
+// Lives in memory of its own system environment and ends with it. Used by one thread at a time.
+#pragma once
+
+#include "simplex/basis.h"
+#include "tovan/env.h"
+#include "tovan/infitems.h"
+#include "tovan/names.h"
+#include "tovan/problem.h"
+#include "tovan/scratch.h"
+#include "tovan/solution.h"
+
+struct TVNtask {
+  TVNenv_t env = nullptr;      // the task is valid only while this is not null
+  tvn::sysenv* sys = nullptr;  // owned
+  int64_t taskid = 0;
+  tvn::text taskname;
+  tvn::problem prob;           // sizes, objective, bounds, A, Q, cones, integers
+  tvn::namestore names;
+  tvn::param_values params;    // this task's values of all parameters
+  tvn::solution_store sols;    // three slots
+  tvn::simplex_basis basis;    // basis and factor kept from the last simplex run
+  tvn::scratch_pool buffers;
+  int32_t logheadprinted = 0;
+  std::array<int32_t, 1000> warningcount{};
+  tvn::info_items info;        // public and private information items
+  double optstart = 0, optstop = 0; // seconds since the epoch
+  TVN_callbackfunc callback = nullptr;
+  void* callbackhandle = nullptr;
+  TVN_callbackfunc syscallback = nullptr;
+  void* syscallbackhandle = nullptr;
+  TVN_responsefunc responsefunc = nullptr;
+  void* responsehandle = nullptr;
+  tvn::stream_block streams;
+  int64_t numoptimize = 0;
+  int32_t lasterror = 0;
+  int64_t lasterrorlen = 0;
+  tvn::buffer<char> lasterrormsg; // 1025 bytes
+};
+
+namespace tvn {
+using task = ::TVNtask;
+}

@@ -1,0 +1,185 @@
+// Opening of files, formats from names, and the entry that reads a problem.
+#include "tovan/tovanio.h"
+
+#include "tovan/api.h"
+#include "tovan/data.h"
+#include "tovan/log.h"
+#include "tovan/param.h"
+#include "tovan/report.h"
+#include "tovan/symcontext.h"
+#include "tovan/tovanmps.h"
+
+#include <array>
+
+namespace tvn {
+
+namespace {
+
+constexpr const char* label = "src/tovan/tovanio";
+
+constexpr const char* read_extensions[] = {"tbt", "mps", "lp", "opf", "xml", "fmps"};
+constexpr int32_t read_formats[] = {TVN_DATA_FORMAT_TBT, TVN_DATA_FORMAT_MPS, TVN_DATA_FORMAT_LP,
+                                    TVN_DATA_FORMAT_OP,  TVN_DATA_FORMAT_XML, TVN_DATA_FORMAT_FREE_MPS};
+
+char upper(char c) noexcept { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+
+bool equal_text(bool matchcase, std::string_view a, std::string_view b) noexcept {
+  if (matchcase) return a == b;
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return upper(x) == upper(y); });
+}
+
+// The rows with quadratic terms, and all terms with those of the objective.
+void count_quadratic(const problem& p, int32_t& numq, int64_t& numqnz) noexcept {
+  numq = 0;
+  numqnz = p.q.objend - p.q.objbegin;
+  if (p.q.conbegin.empty()) return;
+  for (int32_t k = 0; k < p.numcon; k++) {
+    const int64_t num = num_qcon_terms(p, k);
+    numq += num > 0;
+    numqnz += num;
+  }
+}
+
+TVNrescodee fill_items(task& t) {
+  const problem& p = t.prob;
+  int64_t numanz = 0, numqnz = 0;
+  int32_t numq = 0;
+  if (const TVNrescodee bad = TVN_getnumanz64(&t, &numanz)) return bad;
+  count_quadratic(p, numq, numqnz);
+  TVNP_putintinf(t, TVN_IINF_RD_NUMCON, p.numcon);
+  TVNP_putintinf(t, TVN_IINF_RD_NUMVAR, p.numvar);
+  TVNP_putintinf(t, TVN_IINF_RD_NUMCONE, p.numcone);
+  TVNP_putintinf(t, TVN_IINF_RD_NUMINTVAR, p.numintvar);
+  TVNP_putintinf(t, TVN_IINF_RD_NUMQ, numq);
+  TVNP_putintinf(t, TVN_IINF_RD_PROTYPE, problem_type(p));
+  TVNP_putlintinf(t, TVN_LIINF_RD_NUMANZ, numanz);
+  TVNP_putlintinf(t, TVN_LIINF_RD_NUMQNZ, numqnz);
+  return TVN_RES_OK;
+}
+
+// A format that this library knows by name only has its code and no reader.
+TVNrescodee dispatch_read(task& t, int32_t format, sysfile& file, const char* name) {
+  switch (format) {
+  case TVN_DATA_FORMAT_MPS: return TVN_readmps(t, TVNP_getintparam(t, TVN_IPAR_READ_MPS_FORMAT), file, name);
+  case TVN_DATA_FORMAT_FREE_MPS: return TVN_readmps(t, TVN_MPS_FORMAT_FREE, file, name);
+  case TVN_DATA_FORMAT_EXTENSION: return report(t, label, __LINE__, TVN_RES_ERR_INVALID_FORMAT_TYPE, format);
+  default: return report(t, label, __LINE__, TVN_RES_ERR_READ_FORMAT, format);
+  }
+}
+
+// Old data go, new data come, the callbacks learn of begin and end.
+TVNrescodee read_open_file(task& t, int32_t format, sysfile& file, const char* name) {
+  delete_task_data(t);
+  t.prob.objsense = TVN_OBJECTIVE_SENSE_UNDEFINED; // of the problem before; the file or the parameter says anew
+  t.taskname.free();
+  if (logs_files(t)) echo(t, TVN_STREAM_LOG, "Start reading.\n");
+  const double start = TVN_sysenv_gettime();
+  TVNrescodee code = TVN_tovanlog(&t, TVN_CALLBACK_BEGIN_READ);
+  if (code == TVN_RES_OK) code = dispatch_read(t, format, file, name);
+  const double seconds = TVN_sysenv_gettime() - start;
+  TVNP_putdouinf(t, TVN_DINF_RD_TIME, seconds);
+  if (code == TVN_RES_OK) code = fill_items(t);
+  if (code == TVN_RES_OK && logs_files(t)) echo(t, TVN_STREAM_LOG, "done reading. Time: %.2f\n\n", seconds);
+  const TVNrescodee stop = TVN_tovanlog(&t, TVN_CALLBACK_END_READ);
+  return code ? code : stop;
+}
+
+TVNrescodee read_data(task& t, const char* filename) {
+  text name(*t.sys);
+  name.assign(filename && *filename ? std::string_view(filename) : TVNP_getstrparam(t, TVN_SPAR_DATA_FILE_NAME));
+  const file_format f = read_format(TVNP_getintparam(t, TVN_IPAR_READ_DATA_FORMAT), name.view());
+  file_owner file;
+  if (const TVNrescodee bad = TVN_fopentask(t, name.empty() ? nullptr : name.c_str(), file_mode::read, f.compressed, &file.file))
+    return bad;
+  return read_open_file(t, f.format, *file.file, name.c_str());
+}
+
+const char* sense_word(int32_t sense) noexcept {
+  return sense == TVN_OBJECTIVE_SENSE_MINIMIZE ? "min" : sense == TVN_OBJECTIVE_SENSE_MAXIMIZE ? "max" : "undefined";
+}
+
+} // namespace
+
+TVNrescodee report_file(task& t, const char* from, int line, sys_code code, const char* name) noexcept {
+  return code == sys_code::ok ? TVN_RES_OK : report(t, from, line, TVN_sysrestores(code), name);
+}
+
+TVNrescodee TVN_fopentask(task& t, const char* name, file_mode mode, bool compressed, sysfile** out) {
+  *out = nullptr;
+  if (!name) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_FILE_NAME, "");
+  sys_code code = sys_code::ok;
+  *out = TVN_sysenv_fopen(*t.sys, name, mode, compressed, code);
+  if (code == sys_code::ok && logs_files(t)) echo(t, TVN_STREAM_MSG, "Open file '%s'\n", name);
+  return report_file(t, label, __LINE__, code, name);
+}
+
+int32_t TVN_lastfileext(bool matchcase, std::span<const char* const> table, std::string_view name) noexcept {
+  while (true) {
+    const size_t point = name.rfind('.');
+    if (point == std::string_view::npos) return static_cast<int32_t>(table.size());
+    const std::string_view extension = name.substr(point + 1);
+    for (size_t k = 0; k < table.size(); k++)
+      if (equal_text(matchcase, extension, table[k])) return static_cast<int32_t>(k);
+    name = name.substr(0, point);
+  }
+}
+
+file_format read_format(int32_t format, std::string_view name) noexcept {
+  if (format == TVN_DATA_FORMAT_EXTENSION) {
+    const int32_t k = TVN_lastfileext(false, read_extensions, name);
+    format = k < static_cast<int32_t>(std::size(read_formats)) ? read_formats[k] : TVN_DATA_FORMAT_MPS;
+  }
+  const size_t point = name.rfind('.');
+  const bool gzip = point != std::string_view::npos && equal_text(false, name.substr(point + 1), "gz");
+  return {format, gzip || format == TVN_DATA_FORMAT_TBT};
+}
+
+bool TVN_readline(sysfile& file, vec<char>& line, sys_code& result) {
+  line.clear();
+  char piece[1024];
+  while (TVN_sysenv_fgets(file, piece, sizeof piece, result)) {
+    line.append(piece, static_cast<int64_t>(std::strlen(piece)));
+    if (line.empty() || line.back() != '\n') continue;
+    line.pop_back();
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    line.push_back('\0');
+    return true;
+  }
+  const bool some = !line.empty();
+  line.push_back('\0');
+  return some && result == sys_code::ok;
+}
+
+bool logs_files(const task& t) noexcept {
+  return TVNP_getintparam(t, TVN_IPAR_LOG) > 0 && TVNP_getintparam(t, TVN_IPAR_LOG_FILE) > 0;
+}
+
+void read_summary(task& t, int32_t s) {
+  if (TVNP_getintparam(t, TVN_IPAR_LOG) < 1) return;
+  const char* type = problem_type_word(TVNP_getintinf(t, TVN_IINF_RD_PROTYPE));
+  echo(t, s, "Read - objective sense      : %-12s  problem type         : %s\n", sense_word(t.prob.objsense),
+       type ? type : "");
+  echo(t, s, "Read - number of constraints: %-12d  number of variables  : %-12d\n",
+       TVNP_getintinf(t, TVN_IINF_RD_NUMCON), TVNP_getintinf(t, TVN_IINF_RD_NUMVAR));
+  echo(t, s, "Read - number of int. var.  : %-12d  number of nz Qs      : %-12d\n",
+       TVNP_getintinf(t, TVN_IINF_RD_NUMINTVAR), TVNP_getintinf(t, TVN_IINF_RD_NUMQ));
+  echo(t, s, "Read - number of A nonzeros : %-12lld  number of Q nonzeros : %-12lld\n",
+       static_cast<long long>(TVNP_getlintinf(t, TVN_LIINF_RD_NUMANZ)),
+       static_cast<long long>(TVNP_getlintinf(t, TVN_LIINF_RD_NUMQNZ)));
+  echo(t, s, "Read - time                 : %-8.1f\n\n", TVNP_getdouinf(t, TVN_DINF_RD_TIME));
+}
+
+} // namespace tvn
+
+using namespace tvn;
+
+TVNrescodee TVN_readdata(TVNtask_t task, const char* filename) {
+  return api(task, [&](tvn::task& t) { return read_data(t, filename); });
+}
+
+TVNrescodee TVN_readsummary(TVNtask_t task, int32_t whichstream) {
+  return api(task, [&](tvn::task& t) {
+    read_summary(t, whichstream);
+    return TVN_RES_OK;
+  });
+}

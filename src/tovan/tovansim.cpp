@@ -1,0 +1,262 @@
+// The simplex road: settings and views for the simplex frame, its events as log lines, its result into the basic slot.
+//
+// No array is copied. A is lent by the store and locked for the run; a maximisation is negated in place before and after.
+// Both are undone by guards, so that every exit path, a stop by callback included, leaves the data as they were.
+#include "tovan/convert.h"
+#include "tovan/data.h"
+#include "tovan/log.h"
+#include "tovan/optimize.h"
+#include "tovan/report.h"
+#include "tovan/sol.h"
+
+#include "simplex/simplex.h"
+
+#include <limits>
+
+namespace tvn {
+
+namespace {
+
+constexpr const char* label = "src/tovan/tovansim";
+
+// Public pricing constants to the internal numbers.
+int32_t selection_number(int32_t value) {
+  switch (value) {
+  case TVN_SIM_SELECTION_FULL: return sel_full;
+  case TVN_SIM_SELECTION_ASE: return sel_ase;
+  case TVN_SIM_SELECTION_DEVEX: return sel_devex;
+  case TVN_SIM_SELECTION_SE: return sel_se;
+  case TVN_SIM_SELECTION_PARTIAL: return sel_partial;
+  default: return sel_free;
+  }
+}
+
+int32_t scaling_number(int32_t value) {
+  switch (value) {
+  case TVN_SCALING_NONE: return 0;
+  case TVN_SCALING_MODERATE: return 3;
+  case TVN_SCALING_AGGRESSIVE: return 4;
+  default: return 1;
+  }
+}
+
+void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
+  const auto& iv = t.params.ival;
+  const auto& dv = t.params.dval;
+  p.optimizer = kind_primal;
+  p.degen = iv[TVN_IPAR_SIM_DEGEN];
+  p.scaling = scaling_number(iv[TVN_IPAR_SIM_SCALING]);
+  p.scalingmethod = iv[TVN_IPAR_SIM_SCALING_METHOD] == TVN_SCALING_METHOD_FREE ? 1 : 0;
+  p.nonsingular = iv[TVN_IPAR_SIM_NON_SINGULAR] != 0;
+  p.selection = selection_number(iv[TVN_IPAR_SIM_PRIMAL_SELECTION]);
+  p.restrictpct = iv[TVN_IPAR_SIM_PRIMAL_RESTRICT_SELECTION];
+  p.maxiterations = iv[TVN_IPAR_SIM_MAX_ITERATIONS];
+  p.maxsetbacks = iv[TVN_IPAR_SIM_MAX_NUM_SETBACKS];
+  p.refactorfreq = iv[TVN_IPAR_SIM_REFACTOR_FREQ];
+  p.logfreq = iv[TVN_IPAR_LOG_SIM_FREQ];
+  p.tolx = dv[TVN_DPAR_BASIS_TOL_X];
+  p.tols = dv[TVN_DPAR_BASIS_TOL_S];
+  p.tolabspiv = dv[TVN_DPAR_SIMPLEX_ABS_TOL_PIV];
+  p.tolrelpiv = dv[TVN_DPAR_SIM_LU_TOL_REL_PIV];
+  p.maxtime = dv[TVN_DPAR_OPTIMIZER_MAX_TIME];
+  p.starttime = t.optstart;
+  // The cuts are on the user's objective; the frame minimises.
+  const bool low = dv[TVN_DPAR_LOWER_OBJ_CUT] > dv[TVN_DPAR_LOWER_OBJ_CUT_FINITE_TRH],
+             upp = dv[TVN_DPAR_UPPER_OBJ_CUT] < dv[TVN_DPAR_UPPER_OBJ_CUT_FINITE_TRH];
+  p.usecutlow = maximize ? upp : low;
+  p.usecutupp = maximize ? low : upp;
+  p.cutlow = maximize ? -dv[TVN_DPAR_UPPER_OBJ_CUT] : dv[TVN_DPAR_LOWER_OBJ_CUT];
+  p.cutupp = maximize ? -dv[TVN_DPAR_LOWER_OBJ_CUT] : dv[TVN_DPAR_UPPER_OBJ_CUT];
+}
+
+// What the progress function needs to write its lines.
+struct sim_run {
+  task* t;
+  double sense;       // +1 minimise, -1 maximise
+  double start;       // of the simplex optimizer
+  TVNrescodee trm;    // code of the callback that stopped the run
+};
+
+void log_head(task& t) {
+  echo(t, TVN_STREAM_MSG, "%-8s  %-10s  %-10s  %-10s  %-20s  %-20s  %-8s  %-8s\n", "ITER", "DEGITER(%)", "PFEAS", "DFEAS",
+       "POBJ", "DOBJ", "TIME", "TOTTIME");
+}
+
+void log_sizes(task& t, const simplex_info& info) {
+  echo(t, TVN_STREAM_MSG, "%*s - %*s : %*d  %*s : %*d\n", -10, "Optimizer", -16, "constraints", -16, info.numcon, -16,
+       "variables", -16, info.numvar);
+  if (info.numbasics > 0)
+    echo(t, TVN_STREAM_MSG, "%*s - %*s : %*s  %*s : %*d\n", -10, "Optimizer", -16, "hotstart", -16, "yes", -16,
+         "Num. basic", -16, info.numbasics);
+}
+
+void log_line(const sim_run& run, const simplex_info& info) {
+  const auto& count = info.count[kind_primal];
+  const double iters = static_cast<double>(std::max<int64_t>(1, count.iterations)), now = TVN_sysenv_gettime();
+  echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10.2e  %-10.2s  %-20.10e  %-20s  %-8.2f  %-8.2f\n",
+       static_cast<int>(count.iterations), 100.0 * static_cast<double>(count.degenerate) / iters, info.sumpinf, "NA",
+       run.sense * info.objective, "NA", now - run.start, now - run.t->optstart);
+}
+
+void update_items(const sim_run& run, const simplex_info& info) {
+  auto& items = run.t->info;
+  const auto& count = info.count[kind_primal];
+  const auto narrow = [](int64_t v) {
+    return static_cast<int32_t>(std::min<int64_t>(v, std::numeric_limits<int32_t>::max()));
+  };
+  items.intg[TVN_IINF_SIM_PRIMAL_ITER] = narrow(count.iterations);
+  items.intg[TVN_IINF_SIM_PRIMAL_DEG_ITER] = narrow(count.degenerate);
+  items.intg[TVN_IINF_SIM_PRIMAL_INF_ITER] = narrow(count.infeasible);
+  items.intg[TVN_IINF_SIM_NUMCON] = info.numcon;
+  items.intg[TVN_IINF_SIM_NUMVAR] = info.numvar;
+  items.private_intg[TVNP_IINF_NUM_LU_FACTORIZATIONS] = narrow(count.factorizations);
+  items.private_intg[TVNP_IINF_SIM_PRIMAL_NUM_SETBACKS] = narrow(count.setbacks);
+  items.private_intg[TVNP_IINF_SIM_NUM_PRIMAL_BOUNDSWAPS] = narrow(count.boundswaps);
+  items.dou[TVN_DINF_SIM_OBJ] = run.sense * info.objective;
+  items.dou[TVN_DINF_SIM_FEAS] = info.sumpinf;
+  items.dou[TVN_DINF_SIM_PRIMAL_TIME] = items.dou[TVN_DINF_SIM_TIME] = TVN_sysenv_gettime() - run.start;
+}
+
+int32_t event_code(simplex_event event) {
+  switch (event) {
+  case simplex_event::begin_primal: return TVN_CALLBACK_BEGIN_PRIMAL_SIMPLEX;
+  case simplex_event::end_primal: return TVN_CALLBACK_END_PRIMAL_SIMPLEX;
+  case simplex_event::iteration: return TVN_CALLBACK_UPDATE_PRIMAL_SIMPLEX;
+  case simplex_event::begin_setup:
+  case simplex_event::end_setup:
+  case simplex_event::poll: return TVN_CALLBACK_IM_PRIMAL_SIMPLEX;
+  }
+  return TVN_CALLBACK_IM_PRIMAL_SIMPLEX;
+}
+
+int32_t simplex_progress_function(void* handle, simplex_event event, const simplex_info& info) {
+  auto& run = *static_cast<sim_run*>(handle);
+  task& t = *run.t;
+  update_items(run, info);
+  const bool logged = is_logged(t, TVN_IPAR_LOG_SIM);
+  if (logged && event == simplex_event::begin_setup)
+    echo(t, TVN_STREAM_MSG, "Primal simplex optimizer setup started.\n");
+  if (logged && event == simplex_event::end_setup) {
+    log_sizes(t, info);
+    echo(t, TVN_STREAM_MSG, "Primal simplex optimizer setup terminated.\n");
+    log_head(t);
+  }
+  if (logged && event == simplex_event::iteration) log_line(run, info);
+  const TVNrescodee code = TVN_tovanlog(&t, event_code(event));
+  if (code == TVN_RES_OK) return 0;
+  if (run.trm == TVN_RES_OK) run.trm = code;
+  return code == TVN_RES_TRM_INTERNAL ? 2 : 1;
+}
+
+// Negates objective and, when asked for, the duals; again on destruction.
+struct negation {
+  task& t;
+  bool on;
+  negation(task& task_, bool on_) : t(task_), on(on_) { flip(); }
+  ~negation() { flip(); }
+  negation(const negation&) = delete;
+  negation& operator=(const negation&) = delete;
+  void flip() {
+    if (!on) return;
+    t.prob.cfix = -t.prob.cfix;
+    for (int32_t j = 0; j < t.prob.numvar; j++) t.prob.c[j] = -t.prob.c[j];
+    for (int32_t i = 0; i < t.prob.numcon; i++) t.prob.cslack[i] = -t.prob.cslack[i];
+  }
+};
+
+void negate_duals(task& t, const lp_solution& s) {
+  for (double* v : {s.y, s.slc, s.suc})
+    for (int32_t i = 0; i < t.prob.numcon; i++) v[i] = -v[i];
+  for (double* v : {s.slx, s.sux})
+    for (int32_t j = 0; j < t.prob.numvar; j++) v[j] = -v[j];
+}
+
+struct lent_matrix {
+  task& t;
+  sprmat_view a;
+  explicit lent_matrix(task& task_) : t(task_), a(TVN_getacolwise(task_, 0)) {}
+  ~lent_matrix() { TVN_putadbg(label, __LINE__, t); }
+  lent_matrix(const lent_matrix&) = delete;
+  lent_matrix& operator=(const lent_matrix&) = delete;
+};
+
+lp_view make_view(const task& t, const sprmat_view& a) {
+  const problem& p = t.prob;
+  lp_view v;
+  v.numcon = p.numcon;
+  v.numvar = p.numvar;
+  v.cfix = p.cfix;
+  v.cslack = p.cslack.data();
+  v.c = p.c.data();
+  v.ptrb = a.ptrb;
+  v.ptre = a.ptre;
+  v.sub = a.sub;
+  v.val = a.val;
+  v.bkc = p.bkc.data();
+  v.bkx = p.bkx.data();
+  v.blc = p.blc.data();
+  v.buc = p.buc.data();
+  v.blx = p.blx.data();
+  v.bux = p.bux.data();
+  return v;
+}
+
+// How the stored basic solution may start the run: 0 not at all, 4 primal feasible, 5 dual feasible, 6 otherwise.
+int32_t hotstart_mode(const task& t) {
+  const int32_t wish = t.params.ival[TVN_IPAR_SIM_HOTSTART];
+  if (!t.sols.defined[TVN_SOL_BAS] || wish == TVN_SIM_HOTSTART_NONE) return 0;
+  const int32_t solsta = t.sols.solsta[TVN_SOL_BAS];
+  if (solsta == TVN_SOL_STA_PRIM_FEAS || wish == TVN_SIM_HOTSTART_STATUS_KEYS) return 4;
+  return solsta == TVN_SOL_STA_DUAL_FEAS ? 5 : 6;
+}
+
+void reset_items(task& t) {
+  for (const int32_t item : {TVN_DINF_OPTIMIZER_TIME, TVN_DINF_SIM_TIME, TVN_DINF_SIM_OBJ, TVN_DINF_SIM_FEAS,
+                             TVN_DINF_SIM_PRIMAL_TIME, TVN_DINF_SIM_DUAL_TIME, TVN_DINF_SIM_PRIMAL_DUAL_TIME})
+    t.info.dou[static_cast<size_t>(item)] = 0;
+  for (const int32_t item :
+       {TVN_IINF_SIM_PRIMAL_ITER, TVN_IINF_SIM_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DEG_ITER,
+        TVN_IINF_SIM_DUAL_DEG_ITER, TVN_IINF_SIM_PRIMAL_INF_ITER, TVN_IINF_SIM_DUAL_INF_ITER})
+    t.info.intg[static_cast<size_t>(item)] = 0;
+}
+
+} // namespace
+
+TVNrescodee TVN_simplexoptimizer(task& t) {
+  reset_items(t);
+  const bool maximize = TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE;
+  const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER];
+  if (optimizer == TVN_OPTIMIZER_DUAL_SIMPLEX || optimizer == TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX)
+    return report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, optimizer);
+  sim_run run{&t, maximize ? -1.0 : 1.0, TVN_sysenv_gettime(), TVN_RES_OK};
+  if (const TVNrescodee code = TVN_tovanlog(&t, TVN_CALLBACK_BEGIN_SIMPLEX)) return code;
+
+  TVN_makesolution(t, TVN_SOL_BAS);
+  simplex_param param;
+  tovansim_setparam(t, maximize, param);
+  param.hotstart = hotstart_mode(t);
+  const sol_ptrs ptrs = TVN_getsolptrs(t, TVN_SOL_BAS);
+  lp_solution sol{ptrs.skc, ptrs.skx, ptrs.xc, ptrs.xx, ptrs.y, ptrs.slc, ptrs.suc, ptrs.slx, ptrs.sux};
+  TVN_invalidallsol(t);
+  simplex_info info;
+  {
+    const negation minimise(t, maximize);
+    const lent_matrix matrix(t);
+    if (maximize && param.hotstart != 0) negate_duals(t, sol);
+    const simplex_progress progress{&run, simplex_progress_function};
+    TVN_simplex_optimize(*t.sys, make_view(t, matrix.a), param, info, progress, sol);
+    if (maximize) negate_duals(t, sol);
+  }
+  t.sols.defined[TVN_SOL_BAS] = 1;
+  t.sols.prosta[TVN_SOL_BAS] = TVN_convertprosta(info.prosta);
+  t.sols.solsta[TVN_SOL_BAS] = TVN_convertsolsta(info.solsta);
+  update_items(run, info);
+  const TVNrescodee code =
+      run.trm != TVN_RES_OK ? run.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
+  if (is_logged(t, TVN_IPAR_LOG_SIM))
+    echo(t, TVN_STREAM_MSG, "Simplex optimizer terminated. Time: %-.2f. %s\n", TVN_sysenv_gettime() - run.start, "");
+  if (const TVNrescodee c = TVN_tovanlog(&t, TVN_CALLBACK_END_SIMPLEX); code == TVN_RES_OK) return c;
+  return code;
+}
+
+} // namespace tvn

@@ -1,0 +1,411 @@
+// If this fails, the problem that is solved is not the one that the caller entered.
+#include "api/envtask.h"
+
+#include <cmath>
+#include <limits>
+#include <map>
+#include <random>
+
+namespace {
+
+using apitest::EnvTask;
+
+constexpr double nan_value = std::numeric_limits<double>::quiet_NaN();
+constexpr double inf_value = std::numeric_limits<double>::infinity();
+
+struct ProblemData : EnvTask {};
+
+TEST_F(ProblemData, NewItemsAndCapacitiesFollowTheRules) {
+  int32_t max = -1;
+  ASSERT_EQ(TVN_append(task, TVN_ACC_VAR, 1), TVN_RES_OK);
+  EXPECT_EQ(TVN_getmaxnumvar(task, &max), TVN_RES_OK);
+  EXPECT_EQ(max, 1);
+  ASSERT_EQ(TVN_putmaxnumvar(task, 10), TVN_RES_OK);
+  ASSERT_EQ(TVN_append(task, TVN_ACC_VAR, 10), TVN_RES_OK);
+  EXPECT_EQ(TVN_getmaxnumvar(task, &max), TVN_RES_OK);
+  EXPECT_EQ(max, 20);
+  ASSERT_EQ(TVN_append(task, TVN_ACC_CON, 1), TVN_RES_OK);
+  EXPECT_EQ(key(TVN_ACC_VAR, 10), TVN_BK_FX);
+  EXPECT_EQ(key(TVN_ACC_CON, 0), TVN_BK_FR);
+  EXPECT_EQ(TVN_putmaxnumvar(task, 10), TVN_RES_ERR_MAXNUMVAR);
+  EXPECT_EQ(TVN_putmaxnumcon(task, 0), TVN_RES_ERR_MAXNUMCON);
+  EXPECT_EQ(TVN_append(task, TVN_ACC_CON, -1), TVN_RES_ERR_NEGATIVE_APPEND);
+  EXPECT_EQ(TVN_append(task, 2, 1), TVN_RES_ERR_INVALID_ACCMODE);
+  EXPECT_EQ(TVN_putmaxnumcone(task, 99), TVN_RES_OK);
+  EXPECT_EQ(TVN_getmaxnumcone(task, &max), TVN_RES_OK);
+  EXPECT_EQ(max, 20);
+}
+
+TEST_F(ProblemData, UnknownSenseIsReportedButNotReturned) {
+  int32_t sense = -1;
+  ASSERT_EQ(TVN_putobjsense(task, TVN_OBJECTIVE_SENSE_MAXIMIZE), TVN_RES_OK);
+  EXPECT_EQ(TVN_putobjsense(task, 7), TVN_RES_OK);
+  EXPECT_EQ(last_message(), "7 is an invalid objective sense code.");
+  EXPECT_EQ(TVN_getobjsense(task, &sense), TVN_RES_OK);
+  EXPECT_EQ(sense, TVN_OBJECTIVE_SENSE_MAXIMIZE);
+}
+
+TEST_F(ProblemData, HugeAndLargeCosts) {
+  append(0, 2);
+  const int32_t sub[] = {0, 1, 5};
+  const double val[] = {1.0, 1e17, 2.0};
+  EXPECT_EQ(TVN_putclist(task, 3, sub, val), TVN_RES_ERR_HUGE_C);
+  double c[2] = {};
+  EXPECT_EQ(TVN_getc(task, c), TVN_RES_OK);
+  EXPECT_EQ(c[0], 1.0);
+  EXPECT_EQ(c[1], 0.0);
+  EXPECT_EQ(TVN_putcj(task, 1, 1e16), TVN_RES_OK);
+  EXPECT_EQ(last_report(), TVN_RES_WRN_LARGE_CJ);
+  EXPECT_EQ(TVN_getcslice(task, 1, 3, c), TVN_RES_ERR_LAST);
+  EXPECT_EQ(TVN_getcslice(task, -1, 1, c), TVN_RES_ERR_FIRST);
+}
+
+TEST_F(ProblemData, BoundsPastTheThresholdLeaveTheKey) {
+  append(1, 1);
+  const double inf = 1e16;
+  struct {
+    int32_t bk;
+    double bl, bu;
+    int32_t expected;
+  } const cases[] = {
+      {TVN_BK_RA, -1e31, 5.0, TVN_BK_UP}, {TVN_BK_RA, 1.0, inf, TVN_BK_LO},   {TVN_BK_RA, -inf, inf, TVN_BK_FR},
+      {TVN_BK_LO, -inf, 0.0, TVN_BK_FR},  {TVN_BK_LO, 3.0, -7.0, TVN_BK_LO},  {TVN_BK_UP, 0.0, inf, TVN_BK_FR},
+      {TVN_BK_FX, inf, inf, TVN_BK_LO},   {TVN_BK_FX, -inf, -inf, TVN_BK_UP}, {TVN_BK_FX, 2.0, 2.0, TVN_BK_FX},
+      {TVN_BK_UP, 0.0, -inf, TVN_BK_UP},
+  };
+  for (const auto& c : cases) {
+    for (const int32_t accmode : {TVN_ACC_VAR, TVN_ACC_CON}) {
+      EXPECT_EQ(TVN_putbound(task, accmode, 0, c.bk, c.bl, c.bu), TVN_RES_OK);
+      EXPECT_EQ(key(accmode, 0), c.expected) << c.bk << " " << c.bl << " " << c.bu;
+    }
+  }
+  reports.clear();
+  EXPECT_EQ(TVN_putbound(task, TVN_ACC_VAR, 0, TVN_BK_LO, -inf, 0.0), TVN_RES_OK);
+  EXPECT_EQ(last_report(), TVN_RES_OK); // exactly the threshold is infinite, not large
+  EXPECT_EQ(TVN_putbound(task, TVN_ACC_VAR, 0, TVN_BK_FX, 1e8, 1e8), TVN_RES_OK);
+  EXPECT_EQ(reports.size(), 2U);
+  reports.clear();
+  EXPECT_EQ(TVN_putbound(task, TVN_ACC_CON, 0, TVN_BK_FX, 1e8, 1e8), TVN_RES_OK);
+  EXPECT_EQ(reports.size(), 1U);
+  EXPECT_EQ(last_report(), TVN_RES_WRN_LARGE_CON_FX);
+  double bl = 0, bu = 0;
+  EXPECT_EQ(TVN_putbound(task, TVN_ACC_CON, 0, TVN_BK_FX, 1.0, 2.0), TVN_RES_OK);
+  EXPECT_EQ(last_report(), TVN_RES_ERR_FIXED_BOUND_VALUES);
+  EXPECT_EQ(TVN_getbound(task, TVN_ACC_CON, 0, nullptr, &bl, &bu), TVN_RES_OK);
+  EXPECT_EQ(bl, 1.0);
+  EXPECT_EQ(bu, 1.0);
+  EXPECT_EQ(TVN_putbound(task, TVN_ACC_CON, 0, 5, 1.0, 2.0), TVN_RES_ERR_INV_BKC);
+  EXPECT_EQ(TVN_putbound(task, TVN_ACC_VAR, 0, -1, 1.0, 2.0), TVN_RES_ERR_INV_BKX);
+}
+
+TEST_F(ProblemData, ChangingOneSideMovesTheKeyAlongItsTable) {
+  append(0, 1);
+  double bl = 0, bu = 0;
+  int32_t bk = 0;
+  const auto change = [&](int32_t lower, int32_t finite, double value) {
+    EXPECT_EQ(TVN_chgbound(task, TVN_ACC_VAR, 0, lower, finite, value), TVN_RES_OK);
+    EXPECT_EQ(TVN_getbound(task, TVN_ACC_VAR, 0, &bk, &bl, &bu), TVN_RES_OK);
+  };
+  change(0, 0, 0.0); // fixed at 0, upper side away
+  EXPECT_EQ(bk, TVN_BK_LO);
+  change(1, 1, -2.0); // a lower side alone keeps its key
+  EXPECT_EQ(bk, TVN_BK_LO);
+  EXPECT_EQ(bl, -2.0);
+  change(0, 1, 5.0);
+  EXPECT_EQ(bk, TVN_BK_RA);
+  change(0, 1, -2.0);
+  EXPECT_EQ(bk, TVN_BK_FX);
+  change(1, 1, -1e17); // infinite by its value
+  EXPECT_EQ(bk, TVN_BK_UP);
+  EXPECT_EQ(bl, -1e30);
+  change(1, 1, -2.0);
+  EXPECT_EQ(bk, TVN_BK_FX);
+  change(0, 1, 3.0);
+  EXPECT_EQ(bk, TVN_BK_RA);
+  change(1, 0, 0.0);
+  change(0, 0, 0.0);
+  EXPECT_EQ(bk, TVN_BK_FR);
+  change(0, 1, 1.0);
+  EXPECT_EQ(bk, TVN_BK_UP);
+  EXPECT_EQ(TVN_chgbound(task, 3, 0, 1, 1, 0.0), TVN_RES_ERR_INVALID_ACCMODE);
+}
+
+TEST_F(ProblemData, VectorsSumRepeatedSubscriptsAndDropTinySums) {
+  append(3, 2);
+  const int32_t sub[] = {1, 0, 1, 2, 2, 2};
+  const double val[] = {2.0, 5.0, 3.0, 1.0, -1.0, 1e-13};
+  EXPECT_EQ(TVN_putavec(task, TVN_ACC_VAR, 0, 6, sub, val), TVN_RES_OK);
+  EXPECT_EQ(last_report(), TVN_RES_WRN_ZEROS_IN_SPARSE_COL);
+  EXPECT_EQ(aij(1, 0), 5.0);
+  EXPECT_EQ(numanz(), 2);
+  // Cancellation in the middle must not list an index twice.
+  const int32_t again[] = {1, 1, 1};
+  const double swing[] = {1.0, -1.0, 2.0};
+  EXPECT_EQ(TVN_putavec(task, TVN_ACC_VAR, 1, 3, again, swing), TVN_RES_OK);
+  EXPECT_EQ(numanz(), 3);
+  EXPECT_EQ(aij(1, 1), 2.0);
+}
+
+TEST_F(ProblemData, BadCoefficientsAreRefusedAndTheVectorStays) {
+  append(2, 2);
+  const int32_t sub[] = {0, 1}, low[] = {0, -1}, high[] = {0, 2};
+  const double good[] = {1.0, 2.0}, bad[] = {3.0, nan_value}, huge[] = {3.0, inf_value};
+  ASSERT_EQ(TVN_putavec(task, TVN_ACC_CON, 1, 2, sub, good), TVN_RES_OK);
+  EXPECT_EQ(TVN_putavec(task, TVN_ACC_CON, 1, 2, sub, bad), TVN_RES_ERR_NAN_IN_AIJ);
+  EXPECT_EQ(TVN_putavec(task, TVN_ACC_CON, 1, 2, sub, huge), TVN_RES_ERR_HUGE_AIJ);
+  EXPECT_EQ(TVN_putavec(task, TVN_ACC_CON, 1, 2, low, good), TVN_RES_ERR_INDEX_IS_TOO_SMALL);
+  EXPECT_EQ(TVN_putavec(task, TVN_ACC_CON, 1, 2, high, good), TVN_RES_ERR_INDEX_IS_TOO_LARGE);
+  EXPECT_NE(last_message().find("'subi[1]'"), std::string::npos) << last_message();
+  EXPECT_EQ(TVN_putaij(task, 0, 0, nan_value), TVN_RES_ERR_NAN_IN_AIJ);
+  EXPECT_EQ(TVN_putaij(task, 0, 0, -1e20), TVN_RES_ERR_HUGE_AIJ);
+  EXPECT_EQ(TVN_putaij(task, 2, 0, 1.0), TVN_RES_ERR_INDEX_IS_TOO_LARGE);
+  EXPECT_EQ(aij(1, 0), 1.0);
+  EXPECT_EQ(numanz(), 2);
+  EXPECT_EQ(TVN_putaij(task, 0, 0, 1e11), TVN_RES_OK);
+  EXPECT_EQ(last_report(), TVN_RES_WRN_LARGE_AIJ);
+  EXPECT_EQ(TVN_putaij(task, 0, 0, 1e-13), TVN_RES_OK);
+  EXPECT_EQ(numanz(), 2);
+}
+
+TEST_F(ProblemData, SlicesOfRowsAndColumnsAgree) {
+  append(3, 3);
+  const int32_t subi[] = {0, 2, 1, 0}, subj[] = {0, 0, 1, 2};
+  const double val[] = {1, 2, 3, 4};
+  ASSERT_EQ(TVN_putaijlist(task, 4, subi, subj, val), TVN_RES_OK);
+  int32_t surp = 4, b[3], e[3], sub[4], i[4], j[4];
+  double v[4];
+  ASSERT_EQ(TVN_getaslice(task, TVN_ACC_CON, 0, 3, 4, &surp, b, e, sub, v), TVN_RES_OK);
+  EXPECT_EQ(surp, 0);
+  EXPECT_EQ(e[0] - b[0], 2);
+  EXPECT_EQ(e[1] - b[1], 1);
+  surp = 4;
+  ASSERT_EQ(TVN_getaslicetrip(task, TVN_ACC_VAR, 0, 3, 4, &surp, i, j, v), TVN_RES_OK);
+  std::map<std::pair<int32_t, int32_t>, double> seen;
+  for (int k = 0; k < 4; k++) seen[{i[k], j[k]}] = v[k];
+  EXPECT_EQ((seen[{2, 0}]), 2.0);
+  EXPECT_EQ((seen[{0, 2}]), 4.0);
+  surp = 1;
+  EXPECT_EQ(TVN_getaslice(task, TVN_ACC_VAR, 0, 3, 4, &surp, b, e, sub, v), TVN_RES_ERR_NEGATIVE_SURPLUS);
+  int32_t numnz = 0;
+  EXPECT_EQ(TVN_getapiecenumnz(task, 0, 2, 0, 2, &numnz), TVN_RES_OK);
+  EXPECT_EQ(numnz, 2);
+  EXPECT_EQ(TVN_getapiecenumnz(task, 0, 2, 0, 4, &numnz), TVN_RES_ERR_LASTJ);
+}
+
+TEST_F(ProblemData, InputReplacesTheProblemAndRefusesFaultyColumnsBeforeItDoes) {
+  append(1, 1);
+  ASSERT_EQ(TVN_putcj(task, 0, 9.0), TVN_RES_OK);
+  int32_t ptrb[] = {0, 2}, ptre[] = {2, 3}, sub[] = {0, 0, 1};
+  const double val[] = {1, 2, 3}, c[] = {1, -1}, lo[] = {0, 0}, up[] = {4, 5};
+  const int32_t bkc[] = {TVN_BK_UP, TVN_BK_FX}, bkx[] = {TVN_BK_RA, TVN_BK_LO};
+  const auto input = [&] {
+    return TVN_inputdata(task, 0, 0, 2, 2, c, 0.5, ptrb, ptre, sub, val, bkc, up, up, bkx, lo, up);
+  };
+  EXPECT_EQ(input(), TVN_RES_ERR_MUL_A_ELEMENT);
+  sub[1] = 2;
+  EXPECT_EQ(input(), TVN_RES_ERR_INDEX_IS_TOO_LARGE);
+  sub[1] = 1;
+  ptre[1] = 1;
+  EXPECT_EQ(input(), TVN_RES_ERR_INV_APTRE);
+  double cj = 0;
+  EXPECT_EQ(TVN_getcslice(task, 0, 1, &cj), TVN_RES_OK);
+  EXPECT_EQ(cj, 9.0);
+  ptre[1] = 3;
+  EXPECT_EQ(input(), TVN_RES_OK);
+  EXPECT_EQ(aij(1, 0), 2.0);
+  EXPECT_EQ(aij(1, 1), 3.0);
+  EXPECT_EQ(key(TVN_ACC_CON, 1), TVN_BK_FX);
+  int32_t maxanz = 0;
+  EXPECT_EQ(TVN_getmaxnumanz(task, &maxanz), TVN_RES_OK);
+  EXPECT_EQ(maxanz, 3); // sized once
+}
+
+TEST_F(ProblemData, AppendedVariablesAndConstraintsAreFilled) {
+  const double c[] = {1, 2}, lo[] = {0, 0}, up[] = {1, 1}, val[] = {3, 4, 5};
+  const int32_t ptrb[] = {0, 1}, ptre[] = {1, 3}, sub[] = {0, 0, 1}, bk[] = {TVN_BK_RA, TVN_BK_RA};
+  ASSERT_EQ(TVN_appendvars(task, 2, c, nullptr, nullptr, nullptr, nullptr, bk, lo, up), TVN_RES_OK);
+  ASSERT_EQ(TVN_appendcons(task, 2, ptrb, ptre, sub, val, bk, lo, up), TVN_RES_OK);
+  EXPECT_EQ(aij(0, 0), 3.0);
+  EXPECT_EQ(aij(1, 1), 5.0);
+  EXPECT_EQ(key(TVN_ACC_CON, 1), TVN_BK_RA);
+  EXPECT_EQ(TVN_appendvars(task, -1, c, nullptr, nullptr, nullptr, nullptr, bk, lo, up), TVN_RES_ERR_IN_ARGUMENT);
+}
+
+TEST_F(ProblemData, QuadraticTermsMergeMoveAndShrink) {
+  append(2, 3);
+  const int32_t i[] = {1, 1, 2}, j[] = {0, 0, 2};
+  const double v[] = {1.0, 2.0, 4.0};
+  ASSERT_EQ(TVN_putqobj(task, 3, i, j, v), TVN_RES_OK);
+  double q = 0;
+  int32_t n = 0;
+  EXPECT_EQ(TVN_getqobjij(task, 0, 1, &q), TVN_RES_OK);
+  EXPECT_EQ(q, 3.0);
+  EXPECT_EQ(TVN_getnumqobjnz(task, &n), TVN_RES_OK);
+  EXPECT_EQ(n, 2);
+  for (int32_t k = 0; k < 2; k++) ASSERT_EQ(TVN_putqconk(task, k, 3, i, j, v), TVN_RES_OK);
+  ASSERT_EQ(TVN_putqobjij(task, 2, 1, 7.0), TVN_RES_OK); // moves to the tail
+  ASSERT_EQ(TVN_putqobjij(task, 2, 2, 0.0), TVN_RES_OK); // goes
+  int32_t surp = 5, si[5], sj[5];
+  double sv[5];
+  ASSERT_EQ(TVN_getqobj(task, 5, &surp, &n, si, sj, sv), TVN_RES_OK);
+  EXPECT_EQ(n, 2);
+  EXPECT_EQ(surp, 3);
+  EXPECT_EQ(TVN_getqobjij(task, 1, 2, &q), TVN_RES_OK);
+  EXPECT_EQ(q, 7.0);
+  surp = 1;
+  EXPECT_EQ(TVN_getqconk(task, 1, 5, &surp, &n, si, sj, sv), TVN_RES_ERR_NEGATIVE_SURPLUS);
+  const int32_t up_i[] = {0}, up_j[] = {1};
+  EXPECT_EQ(TVN_putqobj(task, 1, up_i, up_j, v), TVN_RES_ERR_QOBJ_UPPER_TRIANGLE);
+  EXPECT_EQ(TVN_putqconk(task, 0, 1, up_i, up_j, v), TVN_RES_ERR_QCON_UPPER_TRIANGLE);
+  const int32_t far[] = {3};
+  EXPECT_EQ(TVN_putqobj(task, 1, far, up_i, v), TVN_RES_ERR_INDEX_ARR_IS_TOO_LARGE);
+  int32_t type = -1, max = 0;
+  EXPECT_EQ(TVN_getprobtype(task, &type), TVN_RES_OK);
+  EXPECT_EQ(type, TVN_PROBTYPE_QCQO);
+  const int32_t k1[] = {1, 1};
+  ASSERT_EQ(TVN_putqcon(task, 2, k1, i, j, v), TVN_RES_OK);
+  EXPECT_EQ(TVN_getnumqconknz(task, 0, &n), TVN_RES_OK);
+  EXPECT_EQ(n, 0);
+  EXPECT_EQ(TVN_getnumqconknz(task, 1, &n), TVN_RES_OK);
+  EXPECT_EQ(n, 1);
+  EXPECT_EQ(TVN_getqobjij(task, 1, 0, &q), TVN_RES_OK);
+  EXPECT_EQ(q, 3.0);
+  EXPECT_EQ(TVN_putmaxnumqnz(task, 2), TVN_RES_ERR_MAXNUMQNZ);
+  ASSERT_EQ(TVN_putqcon(task, 0, nullptr, nullptr, nullptr, nullptr), TVN_RES_OK);
+  ASSERT_EQ(TVN_putqobj(task, 0, nullptr, nullptr, nullptr), TVN_RES_OK);
+  EXPECT_EQ(TVN_getmaxnumqnz(task, &max), TVN_RES_OK);
+  EXPECT_GT(max, 0); // the capacity stays
+  EXPECT_EQ(TVN_getprobtype(task, &type), TVN_RES_OK);
+  EXPECT_EQ(type, TVN_PROBTYPE_LO);
+}
+
+TEST_F(ProblemData, ConesAreDisjointAndReplaceable) {
+  append(0, 6);
+  const int32_t a[] = {0, 1, 2}, b[] = {3, 4}, overlap[] = {5, 2}, twice[] = {5, 5}, one[] = {5};
+  ASSERT_EQ(TVN_appendcone(task, TVN_CT_QUAD, 1.5, 3, a), TVN_RES_OK);
+  ASSERT_EQ(TVN_appendcone(task, TVN_CT_RQUAD, 0.0, 2, b), TVN_RES_OK);
+  EXPECT_EQ(TVN_appendcone(task, TVN_CT_QUAD, 0.0, 2, overlap), TVN_RES_ERR_CONE_OVERLAP);
+  EXPECT_EQ(TVN_appendcone(task, TVN_CT_QUAD, 0.0, 2, twice), TVN_RES_ERR_CONE_REP_VAR);
+  EXPECT_EQ(TVN_appendcone(task, TVN_CT_RQUAD, 0.0, 1, one), TVN_RES_ERR_CONE_SIZE);
+  EXPECT_EQ(TVN_appendcone(task, 9, 0.0, 1, one), TVN_RES_ERR_CONE_TYPE);
+  // Own members may stay; the pool is packed for the room.
+  const int32_t grown[] = {2, 0, 1, 5};
+  for (int round = 0; round < 5; round++)
+    ASSERT_EQ(TVN_putcone(task, 0, TVN_CT_QUAD, 2.5, round % 2 ? 3 : 4, round % 2 ? a : grown), TVN_RES_OK);
+  int32_t type = 0, num = 0, members[6];
+  double par = 0;
+  ASSERT_EQ(TVN_getcone(task, 0, &type, &par, &num, members), TVN_RES_OK);
+  EXPECT_EQ(std::vector<int32_t>(members, members + num), std::vector<int32_t>(grown, grown + 4));
+  EXPECT_EQ(par, 2.5);
+  const int32_t head[] = {2}, rhead[] = {4}, tail[] = {1};
+  EXPECT_EQ(TVN_remove(task, TVN_ACC_VAR, 1, head), TVN_RES_ERR_REMOVE_CONE_VARIABLE);
+  EXPECT_EQ(TVN_remove(task, TVN_ACC_VAR, 1, rhead), TVN_RES_ERR_REMOVE_CONE_VARIABLE);
+  ASSERT_EQ(TVN_remove(task, TVN_ACC_VAR, 1, tail), TVN_RES_OK);
+  ASSERT_EQ(TVN_getcone(task, 0, &type, &par, &num, members), TVN_RES_OK);
+  EXPECT_EQ(std::vector<int32_t>(members, members + num), (std::vector<int32_t>{1, 0, 4}));
+  ASSERT_EQ(TVN_removecone(task, 0), TVN_RES_OK);
+  ASSERT_EQ(TVN_getcone(task, 0, &type, &par, &num, members), TVN_RES_OK);
+  EXPECT_EQ(type, TVN_CT_RQUAD);
+  EXPECT_EQ(TVN_removecone(task, 1), TVN_RES_ERR_CONE_INDEX);
+  const int32_t reuse[] = {0, 1, 4};
+  EXPECT_EQ(TVN_appendcone(task, TVN_CT_QUAD, 0.0, 3, reuse), TVN_RES_OK);
+}
+
+TEST_F(ProblemData, TypesAreCountedThroughPutsAndRemovals) {
+  append(0, 4);
+  const int32_t sub[] = {0, 2, 3}, types[] = {1, 1, 0};
+  ASSERT_EQ(TVN_putvartypelist(task, 3, sub, types), TVN_RES_OK);
+  ASSERT_EQ(TVN_putvartype(task, 2, TVN_VAR_TYPE_INT), TVN_RES_OK);
+  int32_t n = 0, type = -1;
+  EXPECT_EQ(TVN_getnumintvar(task, &n), TVN_RES_OK);
+  EXPECT_EQ(n, 2);
+  ASSERT_EQ(TVN_remove(task, TVN_ACC_VAR, 1, sub), TVN_RES_OK);
+  EXPECT_EQ(TVN_getnumintvar(task, &n), TVN_RES_OK);
+  EXPECT_EQ(n, 1);
+  EXPECT_EQ(TVN_getvartype(task, 1, &type), TVN_RES_OK);
+  EXPECT_EQ(type, TVN_VAR_TYPE_INT);
+  EXPECT_EQ(TVN_putvartype(task, 0, 5), TVN_RES_ERR_INV_VAR_TYPE);
+  EXPECT_EQ(TVN_putvarbranchorder(task, 0, -1, 0), TVN_RES_ERR_INVALID_BRANCH_PRIORITY);
+  EXPECT_EQ(TVN_putvarbranchorder(task, 0, 1, 3), TVN_RES_ERR_INVALID_BRANCH_DIRECTION);
+}
+
+TEST_F(ProblemData, NanIsFoundByTheCheckOfTheData) {
+  append(1, 1);
+  EXPECT_EQ(TVN_putbound(task, TVN_ACC_CON, 0, TVN_BK_UP, 0, nan_value), TVN_RES_OK);
+  EXPECT_EQ(TVN_checkdata(task), TVN_RES_ERR_NAN_IN_BUC);
+  EXPECT_EQ(TVN_putbound(task, TVN_ACC_CON, 0, TVN_BK_FR, 0, 0), TVN_RES_OK);
+  EXPECT_EQ(TVN_putcj(task, 0, nan_value), TVN_RES_OK);
+  EXPECT_EQ(TVN_checkdata(task), TVN_RES_ERR_NAN_IN_C);
+}
+
+// A model of named rows and columns: each item carries a unique cost, bound, name and solution value, so that any array
+// that moves out of step with the others is seen.
+TEST_F(ProblemData, RemovalsAndPermutationsMoveEverythingTogether) {
+  std::mt19937 rng(11);
+  for (int round = 0; round < 40; round++) {
+    ASSERT_EQ(TVN_resizetask(task, 0, 0, 0, 0, 0), TVN_RES_OK);
+    const int32_t m = 6, n = 7;
+    append(m, n);
+    std::vector<int32_t> skc(m, TVN_SK_BAS), skx(n, TVN_SK_LOW);
+    std::vector<double> xc(m), xx(n);
+    for (int32_t i = 0; i < m; i++) {
+      xc[static_cast<size_t>(i)] = 100 + i;
+      ASSERT_EQ(TVN_putbound(task, TVN_ACC_CON, i, TVN_BK_LO, i, 0), TVN_RES_OK);
+      ASSERT_EQ(TVN_putname(task, TVN_PI_CON, i, ("c" + std::to_string(i)).c_str()), TVN_RES_OK);
+      for (int32_t j = 0; j < n; j++)
+        if (rng() % 2) { ASSERT_EQ(TVN_putaij(task, i, j, 1 + 10 * i + j), TVN_RES_OK); }
+      ASSERT_EQ(TVN_putqconk(task, i, 1, &i, &i, &xc[static_cast<size_t>(i)]), TVN_RES_OK);
+    }
+    for (int32_t j = 0; j < n; j++) {
+      xx[static_cast<size_t>(j)] = 200 + j;
+      ASSERT_EQ(TVN_putcj(task, j, j), TVN_RES_OK);
+      ASSERT_EQ(TVN_putname(task, TVN_PI_VAR, j, ("x" + std::to_string(j)).c_str()), TVN_RES_OK);
+    }
+    ASSERT_EQ(TVN_putsolution(task, TVN_SOL_BAS, skc.data(), skx.data(), nullptr, xc.data(), xx.data(), nullptr,
+                              nullptr, nullptr, nullptr, nullptr, nullptr),
+              TVN_RES_OK);
+    std::vector<double> before(static_cast<size_t>(m * n));
+    for (int32_t i = 0; i < m; i++)
+      for (int32_t j = 0; j < n; j++) before[static_cast<size_t>(i * n + j)] = aij(i, j);
+    std::vector<int32_t> perm{0, 1, 2, 3, 4, 5}, gone;
+    std::shuffle(perm.begin(), perm.end(), rng);
+    for (int32_t j = 0; j < n; j++)
+      if (rng() % 3 == 0) gone.push_back(j);
+    ASSERT_EQ(TVN_remove(task, TVN_ACC_VAR, static_cast<int32_t>(gone.size()), gone.data()), TVN_RES_OK);
+    ASSERT_EQ(TVN_permuteandremove(task, TVN_ACC_CON, 4, perm.data()), TVN_RES_OK);
+    int32_t numcon = 0, numvar = 0;
+    ASSERT_EQ(TVN_getnumcon(task, &numcon), TVN_RES_OK);
+    ASSERT_EQ(TVN_getnumvar(task, &numvar), TVN_RES_OK);
+    EXPECT_EQ(numcon, 4);
+    EXPECT_EQ(numvar, n - static_cast<int32_t>(gone.size()));
+    for (int32_t i = 0; i < numcon; i++) {
+      const int32_t oldi = static_cast<int32_t>(std::find(perm.begin(), perm.end(), i) - perm.begin());
+      char name[16];
+      double bl = 0, x = 0;
+      ASSERT_EQ(TVN_getname(task, TVN_PI_CON, i, sizeof name, nullptr, name), TVN_RES_OK);
+      EXPECT_EQ(name, "c" + std::to_string(oldi));
+      ASSERT_EQ(TVN_getbound(task, TVN_ACC_CON, i, nullptr, &bl, nullptr), TVN_RES_OK);
+      EXPECT_EQ(bl, oldi);
+      ASSERT_EQ(TVN_getsolutioni(task, TVN_ACC_CON, i, TVN_SOL_BAS, nullptr, &x, nullptr, nullptr, nullptr), TVN_RES_OK);
+      EXPECT_EQ(x, 100 + oldi);
+      int32_t q = -1;
+      ASSERT_EQ(TVN_getnumqconknz(task, i, &q), TVN_RES_OK);
+      EXPECT_EQ(q, std::find(gone.begin(), gone.end(), oldi) == gone.end() ? 1 : 0);
+      for (int32_t j = 0; j < numvar; j++) {
+        double cj = 0;
+        ASSERT_EQ(TVN_getcslice(task, j, j + 1, &cj), TVN_RES_OK);
+        const auto oldj = static_cast<int32_t>(cj);
+        int32_t found = -1;
+        ASSERT_EQ(TVN_getnameindex(task, TVN_PI_VAR, ("x" + std::to_string(oldj)).c_str(), nullptr, &found), TVN_RES_OK);
+        EXPECT_EQ(found, j);
+        ASSERT_EQ(TVN_getsolutioni(task, TVN_ACC_VAR, j, TVN_SOL_BAS, nullptr, &x, nullptr, nullptr, nullptr), TVN_RES_OK);
+        EXPECT_EQ(x, 200 + oldj);
+        EXPECT_EQ(aij(i, j), before[static_cast<size_t>(oldi * n + oldj)]);
+      }
+    }
+  }
+  const int32_t bad[] = {0, 0, 1, 2};
+  EXPECT_EQ(TVN_permuteandremove(task, TVN_ACC_CON, 4, bad), TVN_RES_ERR_ARGUMENT_PERM_ARRAY);
+}
+
+} // namespace

@@ -1,0 +1,87 @@
+// If these fail, the work totals of long runs are wrong.
+#include "cpub/bigint.h"
+
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+
+using namespace tvn;
+
+namespace {
+
+std::string text(const bigint& a) {
+  char s[100];
+  TVN_bigint_str(a, sizeof s, s);
+  return s;
+}
+
+bigint big(int64_t v) {
+  bigint a;
+  TVN_bigint_assignsizet(a, static_cast<size_t>(v < 0 ? -v : v));
+  if (v < 0)
+    TVN_bigint_mul(a, [] {
+      bigint minus;
+      TVN_bigint_subsizet(minus, 1);
+      return minus;
+    }());
+  return a;
+}
+
+} // namespace
+
+TEST(BigInt, AgreesWithMachineArithmetic) {
+  std::mt19937_64 gen(3);
+  for (int32_t trial = 0; trial < 3000; trial++) {
+    const int64_t x = static_cast<int64_t>(gen()) >> (33 + gen() % 30),
+                  y = static_cast<int64_t>(gen()) >> (33 + gen() % 30);
+    bigint a = big(x);
+    TVN_bigint_add(a, big(y));
+    EXPECT_EQ(text(a), std::to_string(x + y));
+    a = big(x);
+    TVN_bigint_sub(a, big(y));
+    EXPECT_EQ(text(a), std::to_string(x - y));
+    a = big(x);
+    TVN_bigint_mul(a, big(y));
+    EXPECT_EQ(text(a), std::to_string(x * y));
+    EXPECT_EQ(TVN_bigint_2double(a), static_cast<double>(x * y));
+    EXPECT_EQ(TVN_bigint_compare(big(x), big(y)) < 0, x < y);
+    EXPECT_EQ(TVN_bigint_compare(big(x), big(y)) == 0, x == y);
+    if (y == 0) continue;
+    TVN_bigint_div(a, big(y));
+    EXPECT_EQ(text(a), std::to_string(x));
+    a = big(x);
+    TVN_bigint_div(a, big(y));
+    EXPECT_EQ(text(a), std::to_string(x / y));
+  }
+}
+
+TEST(BigInt, HoldsTwoHundredAndFiftySixBitsAndFlagsMore) {
+  bigint a = big(1);
+  for (int32_t k = 0; k < 255; k++) TVN_bigint_mulsizet(a, 2);
+  EXPECT_EQ(TVN_bigint_log2(a), 255);
+  EXPECT_EQ(text(a), "57896044618658097711785492504343953926634992332820282019728792003956564819968");
+  EXPECT_EQ(a.overflow, 0u);
+  bigint b = a;
+  TVN_bigint_add(b, a);
+  EXPECT_EQ(b.overflow, 1u);
+  TVN_bigint_mulsizet(a, 2);
+  EXPECT_EQ(a.overflow, 1u);
+  bigint c = big(5);
+  TVN_bigint_divsizet(c, 0);
+  EXPECT_EQ(c.overflow, 1u);
+}
+
+TEST(BigInt, WritesWithinTheGivenSize) {
+  char s[8] = "xxxxxxx";
+  TVN_bigint_str(big(0), sizeof s, s);
+  EXPECT_STREQ(s, "0");
+  TVN_bigint_str(big(-12345), 4, s);
+  EXPECT_STREQ(s, "-12");
+  TVN_bigint_str(big(7), 1, s);
+  EXPECT_STREQ(s, "");
+  const bigint terms[] = {big(1), big(-5), big(70000)};
+  bigint sum = big(99);
+  TVN_bigint_sum(sum, terms);
+  TVN_bigint_addsizet(sum, 4);
+  EXPECT_EQ(text(sum), "70000");
+}

@@ -1,0 +1,78 @@
+// If these fail, the pivot search and the presolve queues skip elements or walk lists of removed ones.
+#include "misc/prque.h"
+
+#include <gtest/gtest.h>
+#include <random>
+#include <vector>
+
+using namespace tvn;
+
+namespace {
+
+struct PrQue : testing::Test {
+  sysenv* sys = TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  void TearDown() override { EXPECT_EQ(TVN_sysenv_delete(&sys), sys_code::ok); }
+};
+
+} // namespace
+
+TEST_F(PrQue, AgreesWithAPlainModelUnderRandomCalls) {
+  constexpr int32_t n = 30, maxp = 12;
+  std::mt19937 gen(5);
+  pq q;
+  TVN_pq_make(*sys, n, maxp, q);
+  std::vector<std::vector<int32_t>> bucket(maxp + 1); // newest last
+  const auto drop = [&](int32_t e) {
+    for (auto& b : bucket) std::erase(b, e);
+  };
+  for (int32_t step = 0; step < 5000; step++) {
+    const auto e = static_cast<int32_t>(gen() % n);
+    if (gen() % 3 == 0) {
+      TVN_pq_remove(q, e);
+      drop(e);
+    } else {
+      const auto p = static_cast<int32_t>(gen() % (maxp + 1));
+      TVN_pq_putp(q, e, p);
+      drop(e);
+      bucket[static_cast<size_t>(p)].push_back(e);
+    }
+    std::vector<int32_t> want, got;
+    for (const auto& b : bucket) want.insert(want.end(), b.rbegin(), b.rend());
+    for (bool on = TVN_pq_tomin(q); on; on = TVN_pq_tonext(q)) got.push_back(q.current);
+    ASSERT_EQ(got, want) << "step " << step;
+    ASSERT_EQ(q.count, static_cast<int32_t>(want.size()));
+  }
+}
+
+TEST_F(PrQue, MovesTheCursorOnWhenItsElementGoes) {
+  std::vector<int32_t> area(static_cast<size_t>(TVN_pq_space(5, 4)));
+  pq q;
+  EXPECT_FALSE(TVN_pq_setup(q, *sys, 5, 4, std::span(area).first(area.size() - 1)));
+  ASSERT_TRUE(TVN_pq_setup(q, *sys, 5, 4, area));
+  EXPECT_FALSE(TVN_pq_tomin(q));
+  EXPECT_EQ(q.current, 5);
+  TVN_pq_putp(q, 0, 1);
+  TVN_pq_putp(q, 1, 1); // head of bucket 1
+  TVN_pq_putp(q, 2, 4);
+  ASSERT_TRUE(TVN_pq_tomin(q));
+  EXPECT_EQ(q.current, 1);
+  TVN_pq_remove(q, 1);
+  EXPECT_EQ(q.current, 0);
+  TVN_pq_remove(q, 0);
+  EXPECT_EQ(q.current, 2);
+  TVN_pq_remove(q, 2);
+  EXPECT_EQ(q.current, 5);
+  TVN_pq_putp(q, 3, 2);
+  TVN_pq_incp(q, 3, 2);
+  EXPECT_EQ(TVN_pq_get(q, 3), 4);
+  TVN_pq_decp(q, 3, 3);
+  EXPECT_EQ(TVN_pq_gettonextp(q, 0), 1);
+  EXPECT_EQ(TVN_pq_gettonextp(q, 2), -1);
+}
+
+TEST_F(PrQue, StopsOnAPriorityOutOfRange) {
+  pq q;
+  TVN_pq_make(*sys, 3, 2, q);
+  EXPECT_DEATH(TVN_pq_putp(q, 3, 0), "0 <= e=3 <= maxe=3  && 0 <= p=0 <= maxp=2");
+  EXPECT_DEATH(TVN_pq_putp(q, 0, 3), "p=3");
+}
