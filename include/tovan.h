@@ -1631,8 +1631,8 @@ TVN_API TVNrescodee TVN_printparam(TVNtask_t task);
  * another value gives TVN_RES_ERR_INVALID_ACCMODE. An index out of range gives TVN_RES_ERR_INDEX_IS_TOO_SMALL or
  * TVN_RES_ERR_INDEX_IS_TOO_LARGE, in a checked list TVN_RES_ERR_INDEX_ARR_IS_TOO_SMALL or _TOO_LARGE, a slice first to
  * last - 1 out of range TVN_RES_ERR_FIRST or TVN_RES_ERR_LAST. A 32-bit output that is too small for its number gives
- * TVN_RES_ERR_INT64_TO_INT32_CAST. Functions on a list or slice stop at the first failure; items before it stay
- * changed. Every change lowers the statuses of the stored solutions and keeps their values as a start. */
+ * TVN_RES_ERR_INT64_TO_INT32_CAST, a null array TVN_RES_ERR_NULL_POINTER, a negative length TVN_RES_ERR_IN_ARGUMENT.
+ * Functions on a list or slice stop at the first failure; items before it stay changed. Every change lowers the statuses of the stored solutions and keeps their values as a start. */
 
 /* Counts and capacities; the output may be null. */
 TVN_API TVNrescodee TVN_getnumvar(TVNtask_t task, int32_t *numvar);

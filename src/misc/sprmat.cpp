@@ -107,6 +107,22 @@ void TVN_sprmat_delete(sprmat& a) noexcept {
   std::swap(a, gone);
 }
 
+void TVN_sprmat_copy(sprmat& from, sysenv& sys, sprmat& to) {
+  const sprmat_view v = TVN_sprmat_viewcols(from);
+  sprmat fresh;
+  TVN_sprmat_make(sys, from.maxnumrow, from.maxnumcol, from.maxsize, fresh);
+  fresh.numrow = from.numrow;
+  fresh.numcol = from.numcol;
+  for (int32_t j = 0; j < from.numcol; j++) {
+    const int64_t len = v.ptre[j] - v.ptrb[j];
+    std::copy_n(v.sub + v.ptrb[j], len, fresh.sub.data() + fresh.top);
+    std::copy_n(v.val + v.ptrb[j], len, fresh.val.data() + fresh.top);
+    fresh.ptrb[j] = fresh.top;
+    fresh.ptre[j] = fresh.top += len;
+  }
+  to = std::move(fresh);
+}
+
 void TVN_sprmat_putoverhead(sprmat& a, int64_t overhead) noexcept { a.overhead = std::max<int64_t>(overhead, 0); }
 
 void TVN_sprmat_putmaxnumrow(sprmat& a, int32_t maxnumrow) {

@@ -67,6 +67,7 @@ struct sprmat_view {
 // Life and capacity.
 void TVN_sprmat_make(sysenv& sys, int32_t maxnumrow, int32_t maxnumcol, int64_t maxsize, sprmat& a);
 void TVN_sprmat_delete(sprmat& a) noexcept; // nothing is held afterwards, counters included
+void TVN_sprmat_copy(sprmat& from, sysenv& sys, sprmat& to); // packed, by columns, same capacities, counters 0
 void TVN_sprmat_putoverhead(sprmat& a, int64_t overhead) noexcept;
 void TVN_sprmat_putmaxnumrow(sprmat& a, int32_t maxnumrow); // at least numrow
 void TVN_sprmat_putmaxnumcol(sprmat& a, int32_t maxnumcol); // at least numcol

@@ -88,6 +88,7 @@ template <class Ptr>
 TVNrescodee put_aveclist(task& t, int32_t accmode, int32_t num, const int32_t* sub, const Ptr* ptrb, const Ptr* ptre,
                          const int32_t* asub, const double* aval) {
   if (const TVNrescodee code = check_accmode(t, accmode)) return code;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{sub, "sub"}, {ptrb, "aptrb"}, {ptre, "aptre"}})) return code;
   const int32_t count = accmode == TVN_ACC_CON ? t.prob.numcon : t.prob.numvar;
   if (const TVNrescodee code = TVN_checkindicies(t, "sub", 0, count, num, sub)) return code;
   const int64_t before = get_a(t).maxsize;
@@ -98,7 +99,7 @@ TVNrescodee put_aveclist(task& t, int32_t accmode, int32_t num, const int32_t* s
     int64_t numtiny = 0;
     char arg[64];
     std::snprintf(arg, sizeof arg, "(asub+aptrb[%d])", k);
-    code = TVN_putavecintern(t, accmode, sub[k], len, asub + begin, aval + begin, arg, 0, numtiny);
+    code = TVN_putavecintern(t, accmode, sub[k], len, asub ? asub + begin : nullptr, aval ? aval + begin : nullptr, arg, 0, numtiny);
     if (!code) code = warn_tiny(t, accmode, sub[k], numtiny);
   }
   log_a_capacity(t, before);
@@ -137,6 +138,7 @@ TVNrescodee TVN_putavecintern(task& t, int32_t accmode, int32_t i, int64_t nzi, 
   const bool con = accmode == TVN_ACC_CON;
   if (i < 0 || i >= (con ? p.numcon : p.numvar))
     return report(t, label, __LINE__, TVN_RES_ERR_INDEX_IS_TOO_LARGE, TVN_userindex(t, i), "i");
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, nzi, {{subi, "subi"}, {vali, "vali"}})) return code;
   const int32_t dim = con ? p.numvar : p.numcon;
   const double tiny = t.params.dval[TVN_DPAR_DATA_TOL_AIJ];
   for (int64_t k = 0; k < nzi; k++) {
@@ -233,7 +235,7 @@ TVNrescodee TVN_putaij(TVNtask_t task, int32_t i, int32_t j, double aij) {
 
 TVNrescodee TVN_putaijlist(TVNtask_t task, int32_t num, const int32_t* subi, const int32_t* subj, const double* val) {
   return api(task, [&](tvn::task& t) {
-    TVNrescodee code = TVN_RES_OK;
+    TVNrescodee code = check_arrays(t, label, __LINE__, num, {{subi, "subi"}, {subj, "subj"}, {val, "val"}});
     for (int32_t k = 0; k < num && !code; k++) code = put_aij(t, subi[k], subj[k], val[k]);
     return code;
   });

@@ -50,6 +50,9 @@ TVNrescodee get_aslice(task& t, int32_t accmode, int32_t first, int32_t last, In
                        Int* ptre, int32_t* sub, double* val) {
   if (const TVNrescodee code = check_side_slice(t, accmode, first, last)) return code;
   if (surp < 0 || surp > maxnumnz) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_SURPLUS);
+  if (first >= last) return TVN_RES_OK;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, 1, {{ptrb, "ptrb"}, {ptre, "ptre"}})) return code;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, surp, {{sub, "sub"}, {val, "val"}})) return code;
   const sprmat_code code = read_slice(get_a(t), accmode, first, last, maxnumnz, surp, ptrb, ptre, sub, val);
   if (code == sprmat_code::surplus) return report(t, label, __LINE__, TVN_RES_ERR_NEGATIVE_SURPLUS);
   return sprmat_result(t, code);
@@ -59,6 +62,7 @@ TVNrescodee get_aslicetrip(task& t, int32_t accmode, int32_t first, int32_t last
                            int32_t* subi, int32_t* subj, double* val) {
   if (const TVNrescodee code = check_side_slice(t, accmode, first, last)) return code;
   if (surp < 0 || surp > maxnumnz) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_SURPLUS);
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, surp, {{subi, "subi"}, {subj, "subj"}, {val, "val"}})) return code;
   const bool con = accmode == TVN_ACC_CON;
   const sprmat_view v = con ? TVN_sprmat_viewrows(get_a(t)) : TVN_sprmat_viewcols(get_a(t));
   int64_t left = surp;
@@ -78,6 +82,7 @@ TVNrescodee get_aslicetrip(task& t, int32_t accmode, int32_t first, int32_t last
 TVNrescodee get_avec(task& t, int32_t accmode, int32_t i, int32_t* nzi, int32_t* subi, double* vali) {
   int32_t len = 0;
   if (const TVNrescodee code = vector_length(t, accmode, i, len)) return code;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, len, {{subi, "subi"}, {vali, "vali"}})) return code;
   const sprmat_view v = accmode == TVN_ACC_CON ? TVN_sprmat_viewrows(get_a(t)) : TVN_sprmat_viewcols(get_a(t));
   std::copy_n(v.sub + v.ptrb[i], len, subi);
   std::copy_n(v.val + v.ptrb[i], len, vali);

@@ -63,7 +63,7 @@ int32_t key_within(int32_t bk, double bl, double bu, double inf) noexcept {
 
 TVNrescodee put_bounds(task& t, int32_t accmode, int32_t num, const int32_t* sub, int32_t first, const int32_t* bk,
                        const double* bl, const double* bu) {
-  TVNrescodee code = TVN_RES_OK;
+  TVNrescodee code = check_arrays(t, label, __LINE__, num, {{bk, "bk"}, {bl, "bl"}, {bu, "bu"}});
   for (int32_t k = 0; k < num && !code; k++) code = put_bound(t, accmode, sub ? sub[k] : first + k, bk[k], bl[k], bu[k]);
   return code;
 }
@@ -130,6 +130,7 @@ TVNrescodee TVN_putboundlist(TVNtask_t task, int32_t accmode, int32_t num, const
                              const double* bl, const double* bu) {
   return api(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_accmode(t, accmode)) return code;
+    if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{sub, "sub"}})) return code;
     return put_bounds(t, accmode, num, sub, 0, bk, bl, bu);
   });
 }
@@ -140,7 +141,7 @@ TVNrescodee TVN_putboundslice(TVNtask_t task, int32_t accmode, int32_t first, in
     if (const TVNrescodee code = check_accmode(t, accmode)) return code;
     const int32_t count = side_bounds(t.prob, accmode).count;
     if (const TVNrescodee code = check_slice(t, label, __LINE__, first, last, count)) return code;
-    return put_bounds(t, accmode, last - first, nullptr, first, bk, bl, bu);
+    return put_bounds(t, accmode, std::max(last - first, 0), nullptr, first, bk, bl, bu);
   });
 }
 
@@ -159,6 +160,7 @@ TVNrescodee TVN_getbound(TVNtask_t task, int32_t accmode, int32_t i, int32_t* bk
 TVNrescodee TVN_getboundslice(TVNtask_t task, int32_t accmode, int32_t first, int32_t last, int32_t* bk, double* bl,
                               double* bu) {
   return api(task, [&](tvn::task& t) {
+    if (const TVNrescodee code = check_accmode(t, accmode)) return code;
     const int32_t count = side_bounds(t.prob, accmode).count;
     if (const TVNrescodee code = check_slice(t, label, __LINE__, first, last, count)) return code;
     for (int32_t i = first; i < last; i++) {

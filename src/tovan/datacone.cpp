@@ -106,6 +106,7 @@ TVNrescodee TVN_checkcone(task& t, int32_t firstindex, int32_t k, int32_t conety
   const int32_t least = least_members(conetype);
   if (least < 0) return report(t, label, __LINE__, TVN_RES_ERR_CONE_TYPE, conetype);
   if (nummem < least) return report(t, label, __LINE__, TVN_RES_ERR_CONE_SIZE, least, type_name(conetype));
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, nummem, {{submem, "submem"}})) return code;
   if (const TVNrescodee code = TVN_checkindicies(t, "submem", firstindex, t.prob.numvar, nummem, submem)) return code;
   return check_members(t, k, nummem, submem);
 }

@@ -33,6 +33,7 @@ TVNrescodee check_columns(task& t, int32_t numcon, int32_t numvar, const column_
   numnz = 0;
   for (int32_t j = 0; j < numvar; j++) {
     if (a.ptre[j] < a.ptrb[j]) return report(t, label, __LINE__, TVN_RES_ERR_INV_APTRE, TVN_userindex(t, j));
+    if (const TVNrescodee code = check_arrays(t, label, __LINE__, a.ptre[j] - a.ptrb[j], {{a.sub, "asub"}, {a.val, "aval"}})) return code;
     for (int64_t p = a.ptrb[j]; p < a.ptre[j]; p++) {
       const int32_t i = a.sub[p], ui = TVN_userindex(t, i);
       if (i < 0) return report(t, label, __LINE__, TVN_RES_ERR_INDEX_IS_TOO_SMALL, ui, "sub");
@@ -71,6 +72,9 @@ TVNrescodee input_data(task& t, int32_t maxnumcon, int32_t maxnumvar, int32_t nu
   if (numcon < 0) return report(t, label, __LINE__, TVN_RES_ERR_IN_ARGUMENT, "numcon");
   if (numvar < 0) return report(t, label, __LINE__, TVN_RES_ERR_IN_ARGUMENT, "numvar");
   const bool hascolumns = numcon > 0 && numvar > 0;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, numcon, {{con.bk, "bkc"}, {con.bl, "blc"}, {con.bu, "buc"}})) return code;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, numvar, {{var.bk, "bkx"}, {var.bl, "blx"}, {var.bu, "bux"}})) return code;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, hascolumns ? numvar : 0, {{a.ptrb, "aptrb"}, {a.ptre, "aptre"}})) return code;
   int64_t numnz = 0;
   if (hascolumns)
     if (const TVNrescodee code = check_columns(t, numcon, numvar, a, numnz)) return code;
@@ -92,6 +96,10 @@ TVNrescodee append_filled(task& t, int32_t accmode, int32_t num, const double* c
                           const side_data& b) {
   int32_t first = 0;
   if (num < 0) return report(t, label, __LINE__, TVN_RES_ERR_IN_ARGUMENT, "num");
+  if (b.bk)
+    if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{b.bl, "bl"}, {b.bu, "bu"}})) return code;
+  if (a.ptrb)
+    if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{a.ptre, "aptre"}, {a.sub, "asub"}, {a.val, "aval"}})) return code;
   if (const TVNrescodee code = TVN_core_append(t, accmode, num, &first)) return code;
   TVNrescodee code = c ? put_costs(t, first, num, c) : TVN_RES_OK;
   if (!code && b.bk) code = put_side(t, accmode, first, num, b);

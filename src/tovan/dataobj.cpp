@@ -69,7 +69,7 @@ TVNrescodee TVN_putcj(TVNtask_t task, int32_t j, double cj) {
 
 TVNrescodee TVN_putclist(TVNtask_t task, int32_t num, const int32_t* subj, const double* val) {
   return api(task, [&](tvn::task& t) {
-    TVNrescodee code = TVN_RES_OK;
+    TVNrescodee code = check_arrays(t, label, __LINE__, num, {{subj, "subj"}, {val, "val"}});
     for (int32_t k = 0; k < num && !code; k++) code = put_cj(t, subj[k], val[k]);
     return code;
   });
@@ -78,13 +78,16 @@ TVNrescodee TVN_putclist(TVNtask_t task, int32_t num, const int32_t* subj, const
 TVNrescodee TVN_getcslice(TVNtask_t task, int32_t first, int32_t last, double* c) {
   return api(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_slice(t, label, __LINE__, first, last, t.prob.numvar)) return code;
-    if (first < last) std::copy(t.prob.c.data() + first, t.prob.c.data() + last, c);
+    if (first >= last) return TVN_RES_OK;
+    if (const TVNrescodee code = check_pointer(t, label, __LINE__, c, "c")) return code;
+    std::copy(t.prob.c.data() + first, t.prob.c.data() + last, c);
     return TVN_RES_OK;
   });
 }
 
 TVNrescodee TVN_getc(TVNtask_t task, double* c) {
   return api(task, [&](tvn::task& t) {
+    if (const TVNrescodee code = check_arrays(t, label, __LINE__, t.prob.numvar, {{c, "c"}})) return code;
     std::copy_n(t.prob.c.data(), t.prob.numvar, c);
     return TVN_RES_OK;
   });

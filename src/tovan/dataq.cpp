@@ -119,6 +119,7 @@ TVNrescodee check_subscript(task& t, const char* argname, int64_t position, int3
 }
 
 TVNrescodee check_qobj(task& t, int64_t n, const int32_t* subi, const int32_t* subj, const double* val) {
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, n, {{subi, "qosubi"}, {subj, "qosubj"}, {val, "qoval"}})) return code;
   for (int64_t p = 0; p < n; p++) {
     if (const TVNrescodee code = check_subscript(t, "qosubi", p, subi[p])) return code;
     if (const TVNrescodee code = check_subscript(t, "qosubj", p, subj[p])) return code;
@@ -140,6 +141,7 @@ TVNrescodee check_qcon_entry(task& t, int32_t k, int32_t i, int32_t j, double va
 }
 
 TVNrescodee check_qconk(task& t, int32_t k, int64_t n, const int32_t* subi, const int32_t* subj, const double* val) {
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, n, {{subi, "qcsubi"}, {subj, "qcsubj"}, {val, "qcval"}})) return code;
   for (int64_t p = 0; p < n; p++) {
     if (const TVNrescodee code = check_subscript(t, "qcsubi", p, subi[p])) return code;
     if (const TVNrescodee code = check_subscript(t, "qcsubj", p, subj[p])) return code;
@@ -150,6 +152,7 @@ TVNrescodee check_qconk(task& t, int32_t k, int64_t n, const int32_t* subi, cons
 
 TVNrescodee check_qcon(task& t, int64_t n, const int32_t* subk, const int32_t* subi, const int32_t* subj,
                        const double* val) {
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, n, {{subk, "qcsubk"}, {subi, "qcsubi"}, {subj, "qcsubj"}, {val, "qcval"}})) return code;
   const int32_t numvar = t.prob.numvar;
   for (int64_t p = 0; p < n; p++) {
     const int32_t k = subk[p], i = subi[p], j = subj[p], pos = static_cast<int32_t>(p);
@@ -284,6 +287,7 @@ TVNrescodee copy_terms(task& t, int64_t begin, int64_t end, Int maxnum, Int* sur
   if (const TVNrescodee code = check_pointer(t, label, __LINE__, surp, "surp")) return code;
   if (*surp < 0 || *surp > maxnum) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_SURPLUS);
   if (end - begin > *surp) return report(t, label, __LINE__, TVN_RES_ERR_NEGATIVE_SURPLUS);
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, end - begin, {{subi, "subi"}, {subj, "subj"}, {val, "val"}})) return code;
   const Int at = maxnum - *surp;
   std::copy_n(q.subi.data() + begin, end - begin, subi + at);
   std::copy_n(q.subj.data() + begin, end - begin, subj + at);

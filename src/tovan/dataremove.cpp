@@ -128,6 +128,7 @@ TVNrescodee remove_items(task& t, int32_t accmode, int32_t num, const int32_t* s
   problem& p = t.prob;
   if (const TVNrescodee code = check_accmode(t, accmode)) return code;
   if (num < 1) return TVN_RES_OK;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{sub, "sub"}})) return code;
   const bool con = accmode == TVN_ACC_CON;
   const int32_t count = con ? p.numcon : p.numvar;
   if (const TVNrescodee code = TVN_checkindicies(t, "sub", 0, count, num, sub)) return code;
@@ -171,6 +172,7 @@ TVNrescodee check_permutation(task& t, int32_t n, const int32_t* perm) {
 TVNrescodee permute_and_remove(task& t, int32_t accmode, int32_t newnum, const int32_t* perm) {
   problem& p = t.prob;
   TVN_asserttaskdbg(label, __LINE__, t, accmode == TVN_ACC_CON);
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, p.numcon, {{perm, "perm"}})) return code;
   if (const TVNrescodee code = check_permutation(t, p.numcon, perm)) return code;
   side_map m(t.buffers, p.numcon);
   m.newcount = std::min(std::max(newnum, 0), p.numcon);

@@ -67,7 +67,7 @@ TVNrescodee TVN_putvartype(TVNtask_t task, int32_t j, int32_t vartype) {
 
 TVNrescodee TVN_putvartypelist(TVNtask_t task, int32_t num, const int32_t* subj, const int32_t* vartype) {
   return api(task, [&](tvn::task& t) {
-    TVNrescodee code = TVN_RES_OK;
+    TVNrescodee code = check_arrays(t, label, __LINE__, num, {{subj, "subj"}, {vartype, "vartype"}});
     for (int32_t k = 0; k < num && !code; k++) code = put_vartype(t, subj[k], vartype[k]);
     return code;
   });
@@ -79,7 +79,7 @@ TVNrescodee TVN_getvartype(TVNtask_t task, int32_t j, int32_t* vartype) {
 
 TVNrescodee TVN_getvartypelist(TVNtask_t task, int32_t num, const int32_t* subj, int32_t* vartype) {
   return api(task, [&](tvn::task& t) {
-    TVNrescodee code = TVN_RES_OK;
+    TVNrescodee code = check_arrays(t, label, __LINE__, num, {{subj, "subj"}, {vartype, "vartype"}});
     for (int32_t k = 0; k < num && !code; k++) code = get_value(t, t.prob.vartype, subj[k], vartype + k);
     return code;
   });

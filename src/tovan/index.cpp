@@ -59,4 +59,12 @@ TVNrescodee check_pointer(task& t, const char* file, int line, const void* ptr, 
   return ptr ? TVN_RES_OK : report(t, file, line, TVN_RES_ERR_NULL_POINTER, argname);
 }
 
+TVNrescodee check_arrays(task& t, const char* file, int line, int64_t n, std::initializer_list<array_argument> arrays) {
+  if (n < 0) return report(t, file, line, TVN_RES_ERR_IN_ARGUMENT, "num");
+  if (n == 0) return TVN_RES_OK;
+  for (const array_argument& a : arrays)
+    if (!a.ptr) return report(t, file, line, TVN_RES_ERR_NULL_POINTER, a.name);
+  return TVN_RES_OK;
+}
+
 } // namespace tvn

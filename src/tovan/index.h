@@ -3,6 +3,8 @@
 
 #include "tovan/task.h"
 
+#include <initializer_list>
+
 namespace tvn {
 
 // The index as messages show it.
@@ -18,5 +20,11 @@ TVNrescodee check_slice(task& t, const char* file, int line, int32_t first, int3
 TVNrescodee TVN_int64to32dbg(task& t, const char* file, int line, int32_t* out, int64_t value);
 // TVN_RES_ERR_NULL_POINTER with the name when the pointer is null.
 TVNrescodee check_pointer(task& t, const char* file, int line, const void* ptr, const char* argname);
+struct array_argument {
+  const void* ptr;
+  const char* name;
+};
+// Arrays of n entries: TVN_RES_ERR_IN_ARGUMENT for a negative n, and none may be null unless n is 0.
+TVNrescodee check_arrays(task& t, const char* file, int line, int64_t n, std::initializer_list<array_argument> arrays);
 
 } // namespace tvn

@@ -68,6 +68,8 @@ TVNrescodee get_reduced_costs(task& t, int32_t whichsol, int32_t first, int32_t 
   if (whichsol == TVN_SOL_ITG) return report(t, label, __LINE__, TVN_RES_ERR_NO_DUAL_FOR_ITG_SOL);
   if (const TVNrescodee code = check_defined(t, whichsol)) return code;
   if (const TVNrescodee code = check_slice(t, label, __LINE__, first, last, t.prob.numvar)) return code;
+  if (first >= last) return TVN_RES_OK;
+  if (const TVNrescodee code = check_pointer(t, label, __LINE__, redcosts, "redcosts")) return code;
   const sol_ptrs s = TVN_getsolptrs(t, whichsol);
   for (int32_t j = first; j < last; j++) redcosts[j - first] = s.slx[j] - s.sux[j];
   return TVN_RES_OK;

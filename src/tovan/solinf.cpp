@@ -165,11 +165,13 @@ void dual_measures(task& t, int32_t whichsol, const sol_ptrs& s, solution_measur
 TVNrescodee check_measured(task& t, int32_t whichsol, int32_t accmode, int32_t num, const int32_t* sub) {
   if (const TVNrescodee code = check_accmode(t, accmode)) return code;
   if (const TVNrescodee code = check_defined(t, whichsol)) return code;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{sub, "sub"}})) return code;
   return TVN_checkindicies(t, "sub", 0, side_bounds(t.prob, accmode).count, num, sub);
 }
 
 TVNrescodee check_cones(task& t, int32_t whichsol, int32_t num, const int32_t* sub) {
   if (const TVNrescodee code = check_defined(t, whichsol)) return code;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{sub, "sub"}})) return code;
   return TVN_checkindicies(t, "sub", 0, t.prob.numcone, num, sub);
 }
 

@@ -43,7 +43,7 @@ struct last_name {
   bool change(std::string_view name) noexcept {
     if (name.size() == len && len <= sizeof text && std::memcmp(text, name.data(), len) == 0) return false;
     len = name.size();
-    std::memcpy(text, name.data(), std::min(len, sizeof text));
+    if (len > 0) std::memcpy(text, name.data(), std::min(len, sizeof text));
     return true;
   }
 };

@@ -77,7 +77,7 @@ struct c_name {
   char text[TVN_MAX_STR_LEN];
   explicit c_name(std::string_view name) noexcept {
     const size_t n = std::min(name.size(), sizeof text - 1);
-    std::memcpy(text, name.data(), n);
+    if (n > 0) std::memcpy(text, name.data(), n);
     text[n] = '\0';
   }
 };

@@ -338,6 +338,59 @@ TEST_F(ProblemData, NanIsFoundByTheCheckOfTheData) {
   EXPECT_EQ(TVN_checkdata(task), TVN_RES_ERR_NAN_IN_C);
 }
 
+TEST_F(ProblemData, CloneStandsOnItsOwn) {
+  append(2, 3);
+  const int32_t sub[] = {0, 1}, mem[] = {2, 1}, skc[] = {1, 1}, skx[] = {3, 3, 3};
+  const double val[] = {1.5, -2.5}, xx[] = {4, 5, 6};
+  ASSERT_EQ(TVN_putavec(task, TVN_ACC_VAR, 2, 2, sub, val), TVN_RES_OK);
+  ASSERT_EQ(TVN_putaij(task, 0, 0, 7.0), TVN_RES_OK); // still in the cache
+  ASSERT_EQ(TVN_putcj(task, 1, 3.0), TVN_RES_OK);
+  ASSERT_EQ(TVN_putname(task, TVN_PI_VAR, 1, "flow"), TVN_RES_OK);
+  ASSERT_EQ(TVN_appendcone(task, TVN_CT_QUAD, 0.0, 2, mem), TVN_RES_OK);
+  ASSERT_EQ(TVN_putqobj(task, 2, sub, sub, val), TVN_RES_OK);
+  ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_LOG, 3), TVN_RES_OK);
+  ASSERT_EQ(TVN_putsolution(task, TVN_SOL_BAS, skc, skx, nullptr, nullptr, xx, nullptr, nullptr, nullptr, nullptr,
+                            nullptr, nullptr),
+            TVN_RES_OK);
+  TVNtask_t clone = task;
+  EXPECT_EQ(TVN_clonetask(task, &clone), TVN_RES_ERR_IDENTICAL_TASKS);
+  clone = nullptr;
+  ASSERT_EQ(TVN_clonetask(task, &clone), TVN_RES_OK);
+  ASSERT_EQ(TVN_remove(task, TVN_ACC_CON, 2, sub), TVN_RES_OK);
+  double a = 0, c = 0, q = 0, x = 0;
+  int32_t index = -1, num = 0, log = 0;
+  EXPECT_EQ(TVN_getaij(clone, 0, 0, &a), TVN_RES_OK);
+  EXPECT_EQ(a, 7.0);
+  EXPECT_EQ(TVN_getaij(clone, 1, 2, &a), TVN_RES_OK);
+  EXPECT_EQ(a, -2.5);
+  EXPECT_EQ(TVN_getcslice(clone, 1, 2, &c), TVN_RES_OK);
+  EXPECT_EQ(c, 3.0);
+  EXPECT_EQ(TVN_getnameindex(clone, TVN_PI_VAR, "flow", nullptr, &index), TVN_RES_OK);
+  EXPECT_EQ(index, 1);
+  EXPECT_EQ(TVN_getnumconemem(clone, 0, &num), TVN_RES_OK);
+  EXPECT_EQ(num, 2);
+  EXPECT_EQ(TVN_getqobjij(clone, 1, 1, &q), TVN_RES_OK);
+  EXPECT_EQ(q, -2.5);
+  EXPECT_EQ(TVN_getintparam(clone, TVN_IPAR_LOG, &log), TVN_RES_OK);
+  EXPECT_EQ(log, 3);
+  EXPECT_EQ(TVN_getsolutioni(clone, TVN_ACC_VAR, 2, TVN_SOL_BAS, nullptr, &x, nullptr, nullptr, nullptr), TVN_RES_OK);
+  EXPECT_EQ(x, 6.0);
+  EXPECT_EQ(TVN_append(clone, TVN_ACC_VAR, 5), TVN_RES_OK); // its arrays grow as any
+  EXPECT_EQ(TVN_deletetask(&clone), TVN_RES_OK);
+}
+
+TEST_F(ProblemData, NullArraysAndNegativeLengthsAreRefused) {
+  append(2, 2);
+  const int32_t sub[] = {0, 1};
+  EXPECT_EQ(TVN_putavec(task, TVN_ACC_VAR, 0, 2, sub, nullptr), TVN_RES_ERR_NULL_POINTER);
+  EXPECT_EQ(TVN_putavec(task, TVN_ACC_VAR, 0, -1, nullptr, nullptr), TVN_RES_ERR_IN_ARGUMENT);
+  EXPECT_EQ(TVN_putboundlist(task, TVN_ACC_VAR, 2, sub, nullptr, nullptr, nullptr), TVN_RES_ERR_NULL_POINTER);
+  EXPECT_EQ(TVN_putclist(task, 2, nullptr, nullptr), TVN_RES_ERR_NULL_POINTER);
+  EXPECT_EQ(TVN_remove(task, TVN_ACC_VAR, 2, nullptr), TVN_RES_ERR_NULL_POINTER);
+  EXPECT_EQ(TVN_putqobj(task, 1, sub, sub, nullptr), TVN_RES_ERR_NULL_POINTER);
+  EXPECT_EQ(TVN_putavec(task, TVN_ACC_VAR, 0, 0, nullptr, nullptr), TVN_RES_OK);
+}
+
 // A model of named rows and columns: each item carries a unique cost, bound, name and solution value, so that any array
 // that moves out of step with the others is seen.
 TEST_F(ProblemData, RemovalsAndPermutationsMoveEverythingTogether) {

@@ -116,6 +116,8 @@ TEST(Environment, EveryAllocationMayFail) {
     if (!code) code = TVN_putqobj(task, 2, sub, sub, val);
     if (!code) code = TVN_putsolutioni(task, TVN_ACC_VAR, 0, TVN_SOL_BAS, TVN_SK_BAS, 1.0, 0, 0, 0);
     if (!code) code = TVN_remove(task, TVN_ACC_CON, 1, sub);
+    TVNtask_t clone = nullptr;
+    if (!code) code = TVN_clonetask(task, &clone);
     const bool done = code == TVN_RES_OK;
     if (!done) { EXPECT_EQ(code, TVN_RES_ERR_SPACE) << fail; }
     if (task) {
@@ -125,6 +127,8 @@ TEST(Environment, EveryAllocationMayFail) {
       EXPECT_EQ(TVN_getnumanz(task, &numanz), TVN_RES_OK);
       EXPECT_EQ(TVN_checkdata(task), TVN_RES_OK);
     }
+    EXPECT_EQ(clone == nullptr, !done);
+    EXPECT_EQ(TVN_deletetask(&clone), TVN_RES_OK);
     EXPECT_EQ(TVN_deletetask(&task), TVN_RES_OK);
     EXPECT_EQ(TVN_deleteenv(&env), TVN_RES_OK);
     EXPECT_EQ(count.live, 0U) << "failed at request " << fail;
