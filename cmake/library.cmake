@@ -14,20 +14,17 @@ add_library(tovan SHARED ${PROJECT_BINARY_DIR}/anchor.cpp)
 set_target_properties(tovan PROPERTIES
   OUTPUT_NAME tovannoomp64
   SUFFIX .so.6.0
-  NO_SONAME ON
   LINK_DEPENDS ${PROJECT_BINARY_DIR}/tovan.map)
 target_include_directories(tovan PUBLIC
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_link_libraries(tovan PRIVATE
   tvn_flags -Wl,--whole-archive tvn_tovan -Wl,--no-whole-archive)
 target_link_options(tovan PRIVATE
-  -Wl,-soname,libtovannoomp64.so.6.0
   -Wl,--version-script=${PROJECT_BINARY_DIR}/tovan.map
   -Wl,--no-undefined-version -Wl,-z,defs -Wl,--as-needed)
 if(TOVAN_SANITIZE)
-  # The sanitizer run-time lives in the executable.
-  set_target_properties(tovan PROPERTIES LINK_OPTIONS
-    "-Wl,-soname,libtovannoomp64.so.6.0;-Wl,--version-script=${PROJECT_BINARY_DIR}/tovan.map")
+  # The sanitizer run-time lives in the executable, so the library has open ends.
+  set_target_properties(tovan PROPERTIES LINK_OPTIONS "-Wl,--version-script=${PROJECT_BINARY_DIR}/tovan.map")
 else()
   target_link_options(tovan PRIVATE -static-libstdc++ -static-libgcc -Wl,--wrap=sprintf)
 endif()

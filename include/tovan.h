@@ -1377,9 +1377,13 @@ TVN_API TVNrescodee TVN_getlasterror64(TVNtask_t task, TVNrescodee *lastcode, in
 TVN_API TVNrescodee TVN_exceptiontask(TVNtask_t task, TVNrescodee code, ...);
 TVN_API TVNrescodee TVN_exceptiontaskdbg(const char *file, int line, const char *function, TVNtask_t task,
                                          TVNrescodee code, ...);
+TVN_API TVNrescodee TVN_exceptiontaskva(const char *file, int line, const char *function, TVNtask_t task,
+                                        TVNrescodee code, va_list args);
 TVN_API TVNrescodee TVN_exceptionenv(TVNenv_t env, TVNrescodee code, ...);
 TVN_API TVNrescodee TVN_exceptionenvdbg(const char *file, int line, const char *function, TVNenv_t env,
                                         TVNrescodee code, ...);
+TVN_API TVNrescodee TVN_exceptionenvva(const char *file, int line, const char *function, TVNenv_t env,
+                                       TVNrescodee code, va_list args);
 
 /* Memory from the task's own manager, zero-filled, null when exhausted or when the handle is bad. It must go back before
  * the task is deleted. The dbg forms name a place for the memory report. */
@@ -1464,6 +1468,19 @@ TVN_API TVNrescodee TVN_echoenv(TVNenv_t env, int32_t whichstream, const char *f
 TVN_API TVNrescodee TVN_echotaskva(TVNtask_t task, int32_t whichstream, const char *format, va_list args);
 TVN_API TVNrescodee TVN_echoenvva(TVNenv_t env, int32_t whichstream, const char *format, va_list args);
 
+/* Prints name, version and build date on the log of an environment; with longver nonzero also the variables of the
+ * operating system that the library reads. */
+TVN_API TVNrescodee TVN_echointro(TVNenv_t env, int32_t longver);
+
+/* Text from UTF-8 to wide characters and back, as far as it fits.
+ *   outputlen in: units of output, end mark included.
+ *   len       out: units that the whole text needs, without its end mark; may be null.
+ *   conv      out: units of input that were converted; may be null.
+ * Codes: TVN_RES_ERR_INVALID_UTF8, TVN_RES_ERR_INVALID_WCHAR (output holds the text before the fault),
+ * TVN_RES_ERR_NULL_POINTER. */
+TVN_API TVNrescodee TVN_utf8towchar(size_t outputlen, size_t *len, size_t *conv, wchar_t *output, const char *input);
+TVN_API TVNrescodee TVN_wchartoutf8(size_t outputlen, size_t *len, size_t *conv, char *output, const wchar_t *input);
+
 /* ==== response codes and symbolic constants ==================================================================== */
 
 /* Text buffers of this section hold TVN_MAX_STR_LEN bytes unless a size is passed; a null one gives
@@ -1522,6 +1539,57 @@ TVN_API TVNrescodee TVN_callbackcodetostr(int32_t code, char *str);
 
 /* Words for an optimizer, cut to size - 1 bytes. */
 TVN_API TVNrescodee TVN_optimizertostr(int32_t optimizer, size_t size, char *str);
+
+/* One family of constants each: 1 when the name or the value belongs to it, else 0.
+ *   name   in: the full constant.
+ *   value  out: may be null.
+ *   buffer out: TVN_MAX_STR_LEN bytes, "" for a value without a constant; may be null. */
+TVN_API int32_t TVN_boundkeynametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getboundkeyname(int32_t value, char *buffer);
+TVN_API int32_t TVN_conetypenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getconetypename(int32_t value, char *buffer);
+TVN_API int32_t TVN_problemtypenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getproblemtypename(int32_t value, char *buffer);
+TVN_API int32_t TVN_stakeynametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getstakeyname(int32_t value, char *buffer);
+TVN_API int32_t TVN_solitemnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getsolitemname(int32_t value, char *buffer);
+TVN_API int32_t TVN_soltypenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getsoltypename(int32_t value, char *buffer);
+TVN_API int32_t TVN_prostanametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getprostaname(int32_t value, char *buffer);
+TVN_API int32_t TVN_solstanametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getsolstaname(int32_t value, char *buffer);
+TVN_API int32_t TVN_objsensenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getobjsensename(int32_t value, char *buffer);
+TVN_API int32_t TVN_variabletypenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getvariabletypename(int32_t value, char *buffer);
+TVN_API int32_t TVN_optimizertypenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getoptimizertypename(int32_t value, char *buffer);
+TVN_API int32_t TVN_cputypenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getcputypename(int32_t value, char *buffer);
+TVN_API int32_t TVN_dataformatnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getdataformatname(int32_t value, char *buffer);
+TVN_API int32_t TVN_compresstypenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getcompresstypename(int32_t value, char *buffer);
+TVN_API int32_t TVN_languagenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getlanguagename(int32_t value, char *buffer);
+TVN_API int32_t TVN_callbackcodenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getcallbackcodename(int32_t value, char *buffer);
+TVN_API int32_t TVN_rescodenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getrescodename(int32_t value, char *buffer);
+TVN_API int32_t TVN_iparamnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getiparamname(int32_t value, char *buffer);
+TVN_API int32_t TVN_dparamnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getdparamname(int32_t value, char *buffer);
+TVN_API int32_t TVN_sparamnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getsparamname(int32_t value, char *buffer);
+TVN_API int32_t TVN_iinfitemnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getiinfitemname(int32_t value, char *buffer);
+TVN_API int32_t TVN_dinfitemnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getdinfitemname(int32_t value, char *buffer);
+TVN_API int32_t TVN_liinfitemnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getliinfitemname(int32_t value, char *buffer);
 
 /* ==== parameters and information items ========================================================================= */
 

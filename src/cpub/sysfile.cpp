@@ -20,10 +20,10 @@ constexpr int64_t max_piece = 1 << 30; // zlib counts in 32 bits
 
 struct sysfile {
   sysenv* sys = nullptr;
-  int fd = -1;            // plain file, else -1
-  gzFile gz = nullptr;    // gzip file, else null
+  int fd = -1;         // plain file, else -1
+  gzFile gz = nullptr; // gzip file, else null
   bool writing = false;
-  buffer<char> store;     // read: bytes [pos, end) are not yet delivered; write: bytes [0, end) are not yet written
+  buffer<char> store; // read: bytes [pos, end) are not yet delivered; write: bytes [0, end) are not yet written
   int64_t pos = 0, end = 0;
 };
 

@@ -5,7 +5,9 @@ namespace tvn {
 
 namespace {
 
-int64_t bucket(const htbl& t, const char* string) noexcept { return static_cast<int64_t>(TVN_strhash(string)) & t.mask; }
+int64_t bucket(const htbl& t, const char* string) noexcept {
+  return static_cast<int64_t>(TVN_strhash(string)) & t.mask;
+}
 
 } // namespace
 

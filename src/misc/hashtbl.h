@@ -11,11 +11,11 @@
 namespace tvn {
 
 struct htbl {
-  int64_t numbuckets = 0;  // a power of two, 0: not made
-  int64_t mask = 0;        // numbuckets - 1
-  int64_t numitems = 0;    // largest item index + 1, also the end of a chain
-  buffer<int64_t> head;    // [numbuckets] item index or numitems
-  buffer<int64_t> next;    // [numitems] the chain
+  int64_t numbuckets = 0; // a power of two, 0: not made
+  int64_t mask = 0;       // numbuckets - 1
+  int64_t numitems = 0;   // largest item index + 1, also the end of a chain
+  buffer<int64_t> head;   // [numbuckets] item index or numitems
+  buffer<int64_t> next;   // [numitems] the chain
 
   bool made() const noexcept { return numbuckets > 0; }
 };
@@ -33,7 +33,8 @@ uint32_t TVN_strhash(const char* string) noexcept;
 void TVN_htbl_make(sysenv& sys, int64_t numitems, int64_t load, htbl& t);
 void TVN_htbl_delete(htbl& t) noexcept;
 // True with the index of the item that bears the string; false when no item does.
-bool TVN_htbl_compute(const htbl& t, const int64_t* offset, const char* pool, const char* string, int64_t& index) noexcept;
+bool TVN_htbl_compute(const htbl& t, const int64_t* offset, const char* pool, const char* string,
+                      int64_t& index) noexcept;
 bool TVN_htbl_isassigned(const htbl& t, const int64_t* offset, const char* pool, const char* string) noexcept;
 // False, with the table unchanged, when the index is out of range or the string stands in the table already.
 bool TVN_htbl_assign(htbl& t, const int64_t* offset, const char* pool, int64_t item) noexcept;

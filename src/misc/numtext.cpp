@@ -1,4 +1,7 @@
 // from_chars and to_chars with the rules of our text formats.
+//
+// from_chars rounds correctly and knows no locale, but takes "inf" and "nan" and tells overflow and underflow with one
+// code: the first character and the sign of the exponent settle both.
 #include "misc/numtext.h"
 
 #include <charconv>

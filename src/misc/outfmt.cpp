@@ -1,4 +1,8 @@
 // Reads the format, collects the settings of one conversion, turns the value into text and pads it.
+//
+// Each conversion starts from fresh settings. What was written before a fault stays written; the caller learns of it
+// by the result. Numbers go through to_chars into a buffer on the stack, which holds the longest fixed form of a
+// double.
 #include "misc/outfmt.h"
 
 #include <algorithm>

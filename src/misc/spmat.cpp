@@ -162,8 +162,10 @@ void TVN_spmat_gemv(const spmat& a, bool transposed, double alpha, const double*
   const int32_t leny = transposed ? a.nvec : a.vlen;
   for (int32_t k = 0; k < leny; k++) y[k] = beta == 0.0 ? 0.0 : beta * y[k];
   for (int32_t j = 0; j < a.nvec; j++) {
-    if (transposed) y[j] += alpha * TVN_spmat_doti(a, j, x);
-    else if (x[j] != 0.0) TVN_spmat_aipy(a, j, alpha * x[j], y);
+    if (transposed)
+      y[j] += alpha * TVN_spmat_doti(a, j, x);
+    else if (x[j] != 0.0)
+      TVN_spmat_aipy(a, j, alpha * x[j], y);
   }
 }
 

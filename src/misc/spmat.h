@@ -30,7 +30,7 @@ void TVN_spmat_make(sysenv& sys, int32_t maxnvec, int32_t maxvlen, spmat& a);
 // Wraps arrays that somebody else holds; ffree becomes their end.
 void TVN_spmat_emake(sysenv& sys, int32_t nvec, int32_t vlen, int64_t maxsze, int64_t* ptrb, int64_t* ptre,
                      int32_t* sub, double* val, spmat& a);
-void TVN_spmat_ialloc(spmat& a, int64_t size);                           // own entries anew, contents lost
+void TVN_spmat_ialloc(spmat& a, int64_t size);                            // own entries anew, contents lost
 void TVN_spmat_ealloc(spmat& a, int64_t size, int32_t* sub, double* val); // wrapped entries, contents lost
 void TVN_spmat_delete(spmat& a) noexcept;
 void TVN_spmat_init(spmat& a, int32_t nvec, int32_t vlen) noexcept; // all vectors empty
@@ -45,9 +45,9 @@ void TVN_spmat_bigcopy(const spmat& a, int64_t size, spmat& to);
 void TVN_spmat_transpose(sysenv& sys, const spmat& a, bool nocopyvalues, spmat& at);
 
 int64_t TVN_spmat_getnz(const spmat& a) noexcept;
-double TVN_spmat_doti(const spmat& a, int32_t j, const double* x) noexcept;              // a_j'x
-void TVN_spmat_aipy(const spmat& a, int32_t j, double alpha, double* y) noexcept;        // y += alpha * a_j
-void TVN_spmat_scali(spmat& a, int32_t j, double alpha) noexcept;                        // a_j *= alpha
+double TVN_spmat_doti(const spmat& a, int32_t j, const double* x) noexcept;       // a_j'x
+void TVN_spmat_aipy(const spmat& a, int32_t j, double alpha, double* y) noexcept; // y += alpha * a_j
+void TVN_spmat_scali(spmat& a, int32_t j, double alpha) noexcept;                 // a_j *= alpha
 // y = alpha * A x + beta * y with the vectors as columns, or with A' when transposed.
 void TVN_spmat_gemv(const spmat& a, bool transposed, double alpha, const double* x, double beta, double* y) noexcept;
 // 0, or the number of the first broken rule: 1 sizes, 2 positions, 3 index range, 4 repeated index.

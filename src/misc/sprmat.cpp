@@ -72,8 +72,10 @@ void remap_minor(sprmat& a, const int32_t* map, int32_t newnum) noexcept {
 void remap(sprmat& a, bool cols, const int32_t* map, int32_t newnum) {
   TVN_ASSERT(a.sys, label, !a.locked);
   TVN_sprmat_flushcache(a);
-  if (cols == a.colwise) remap_major(a, map, newnum);
-  else remap_minor(a, map, newnum);
+  if (cols == a.colwise)
+    remap_major(a, map, newnum);
+  else
+    remap_minor(a, map, newnum);
 }
 
 void delete_side(sprmat& a, bool cols, int32_t num, const int32_t* list) {
@@ -209,6 +211,7 @@ void TVN_sprmat_transpose(sprmat& a) {
   a.top = total;
   a.colwise = !a.colwise;
   a.numtransposes++;
+  if (a.transposeitem) ++*a.transposeitem;
 }
 
 sprmat_view TVN_sprmat_getacolwise(sprmat& a, int32_t extracols) {

@@ -21,18 +21,18 @@ enum class sprmat_code : int32_t {
   append_failed = 1,     // more rows or columns than the capacity
   maxsize_too_small = 3, // a capacity below the number of elements
   space = 6,
-  surplus = 7,           // a slice does not fit into the caller's arrays
+  surplus = 7, // a slice does not fit into the caller's arrays
 };
 
 struct sprmat_cache {
-  bool on = false;          // element writes wait for a flush
-  int64_t count = 0;        // elements in positions maxsize - count to maxsize - 1
-  buffer<int64_t> head;     // [max(maxnumrow, maxnumcol)] newest position of a vector, 0: none
-  buffer<int64_t> next;     // [maxsize] older position of the same vector, 0: none
-  vec<int32_t> touched;     // vectors with a chain
-  buffer<int32_t> where;    // [max(maxnumrow, maxnumcol)] all 0 between calls
-  buffer<int32_t> worksub;  // [max(maxnumrow, maxnumcol)] merged vector
-  buffer<double> workval;   // likewise
+  bool on = false;         // element writes wait for a flush
+  int64_t count = 0;       // elements in positions maxsize - count to maxsize - 1
+  buffer<int64_t> head;    // [max(maxnumrow, maxnumcol)] newest position of a vector, 0: none
+  buffer<int64_t> next;    // [maxsize] older position of the same vector, 0: none
+  vec<int32_t> touched;    // vectors with a chain
+  buffer<int32_t> where;   // [max(maxnumrow, maxnumcol)] all 0 between calls
+  buffer<int32_t> worksub; // [max(maxnumrow, maxnumcol)] merged vector
+  buffer<double> workval;  // likewise
 };
 
 struct sprmat {
@@ -41,14 +41,16 @@ struct sprmat {
   bool colwise = true;
   int32_t maxnumrow = 0, maxnumcol = 0;
   int32_t numrow = 0, numcol = 0;
-  int64_t overhead = 0;     // extra entries of every allocation of sub and val
-  int64_t maxsize = 0;      // capacity of sub and val
+  int64_t overhead = 0; // extra entries of every allocation of sub and val
+  int64_t maxsize = 0;  // capacity of sub and val
   int64_t top = 0;
   buffer<int64_t> ptrb, ptre; // [at least max(maxnumrow, maxnumcol)]
   buffer<int32_t> sub;        // [maxsize + overhead]
   buffer<double> val;         // likewise
   sprmat_cache cache;
   int64_t numcacheflushes = 0, numtransposes = 0;
+  int32_t* flushitem = nullptr;     // raised with numcacheflushes, may be null
+  int32_t* transposeitem = nullptr; // likewise with numtransposes
 
   bool made() const noexcept { return sys != nullptr; }
   int32_t nummajor() const noexcept { return colwise ? numcol : numrow; }
@@ -66,7 +68,7 @@ struct sprmat_view {
 
 // Life and capacity.
 void TVN_sprmat_make(sysenv& sys, int32_t maxnumrow, int32_t maxnumcol, int64_t maxsize, sprmat& a);
-void TVN_sprmat_delete(sprmat& a) noexcept; // nothing is held afterwards, counters included
+void TVN_sprmat_delete(sprmat& a) noexcept;                  // nothing is held afterwards, counters included
 void TVN_sprmat_copy(sprmat& from, sysenv& sys, sprmat& to); // packed, by columns, same capacities, counters 0
 void TVN_sprmat_putoverhead(sprmat& a, int64_t overhead) noexcept;
 void TVN_sprmat_putmaxnumrow(sprmat& a, int32_t maxnumrow); // at least numrow
@@ -99,10 +101,12 @@ int64_t TVN_sprmat_getrowslicenumnz(sprmat& a, int32_t first, int32_t last);
 int64_t TVN_sprmat_getpiecesize(sprmat& a, int32_t firsti, int32_t lasti, int32_t firstj, int32_t lastj);
 // Vector k of the slice is written from position maxnumnz - surp on; surp falls by its length. surplus: the vector that
 // does not fit and those behind it are not written.
-[[nodiscard]] sprmat_code TVN_sprmat_getcolslice(sprmat& a, int32_t first, int32_t last, int64_t maxnumnz, int64_t& surp,
-                                                 int64_t* ptrb, int64_t* ptre, int32_t* sub, double* val);
-[[nodiscard]] sprmat_code TVN_sprmat_getrowslice(sprmat& a, int32_t first, int32_t last, int64_t maxnumnz, int64_t& surp,
-                                                 int64_t* ptrb, int64_t* ptre, int32_t* sub, double* val);
+[[nodiscard]] sprmat_code TVN_sprmat_getcolslice(sprmat& a, int32_t first, int32_t last, int64_t maxnumnz,
+                                                 int64_t& surp, int64_t* ptrb, int64_t* ptre, int32_t* sub,
+                                                 double* val);
+[[nodiscard]] sprmat_code TVN_sprmat_getrowslice(sprmat& a, int32_t first, int32_t last, int64_t maxnumnz,
+                                                 int64_t& surp, int64_t* ptrb, int64_t* ptre, int32_t* sub,
+                                                 double* val);
 // The twins with 32-bit positions.
 [[nodiscard]] sprmat_code TVN_sprmat_getcolslice32(sprmat& a, int32_t first, int32_t last, int32_t maxnumnz,
                                                    int32_t& surp, int32_t* ptrb, int32_t* ptre, int32_t* sub,

@@ -144,8 +144,10 @@ void room_for_elements(sprmat& a, int64_t n) {
 void cache_vector(sprmat& a, bool col, int32_t index, int32_t n, const int32_t* sub, const double* densevalues) {
   room_for_elements(a, n);
   for (int32_t p = 0; p < n; p++) {
-    if (col == a.colwise) cache_element(a, index, sub[p], densevalues[sub[p]]);
-    else cache_element(a, sub[p], index, densevalues[sub[p]]);
+    if (col == a.colwise)
+      cache_element(a, index, sub[p], densevalues[sub[p]]);
+    else
+      cache_element(a, sub[p], index, densevalues[sub[p]]);
   }
 }
 
@@ -214,8 +216,10 @@ void TVN_sprmat_gatherrowi(sprmat& a, int32_t i, int32_t n, const int32_t* sub, 
 void TVN_sprmat_putaij(sprmat& a, int32_t i, int32_t j, double value) {
   TVN_ASSERT(a.sys, label, !a.locked);
   room_for_elements(a, 1);
-  if (a.colwise) cache_element(a, j, i, value);
-  else cache_element(a, i, j, value);
+  if (a.colwise)
+    cache_element(a, j, i, value);
+  else
+    cache_element(a, i, j, value);
 }
 
 void TVN_sprmat_flushcache(sprmat& a) {
@@ -231,6 +235,7 @@ void TVN_sprmat_flushcache(sprmat& a) {
     c.count = 0;
     c.touched.clear();
     a.numcacheflushes++;
+    if (a.flushitem) ++*a.flushitem;
   }
   c.on = false;
 }

@@ -1,4 +1,8 @@
 // Delivery of text to stream functions and files.
+//
+// Text enters a buffer of 1024 bytes and leaves it at a newline or when it is full, less a started UTF-8 character.
+// It is copied out before the user's function sees it, so that the function may write again. A file that fails is left
+// alone from then on: there is nobody to tell but the log itself.
 #include "misc/stream.h"
 
 #include <cstdio>
@@ -48,8 +52,8 @@ void put_file(stream& s, std::string_view text) noexcept {
   TVN_sysenv_fflush(*s.file, s.filestate);
 }
 
-// Delivers what is held, but for a started character unless `all`. The text is copied first, so that the user's function
-// may write to the stream again.
+// Delivers what is held, but for a started character unless `all`. The text is copied first, so that the user's
+// function may write to the stream again.
 void TVN_redirect(stream& s, bool all) noexcept {
   const int32_t len = all ? s.used : whole_utf8(s.held.data(), s.used);
   if (len == 0) return;
@@ -106,7 +110,8 @@ void close_file(stream& s, bool withline) noexcept {
 }
 
 // Kept apart so that the common call has a small frame. Text beyond 64 kB is cut rather than given memory.
-__attribute__((noinline, format(printf, 3, 0))) stream_code echo_long(stream_block& block, int32_t which, const char* fmt, va_list args) noexcept {
+__attribute__((noinline, format(printf, 3, 0))) stream_code echo_long(stream_block& block, int32_t which,
+                                                                      const char* fmt, va_list args) noexcept {
   char large[65536];
   std::vsnprintf(large, sizeof large, fmt, args);
   return TVN_echostream(block, which, large);
@@ -195,7 +200,8 @@ stream_code TVN_linkfiletostream(stream_block& block, int32_t which, sysfile* fi
   char now[32], line[1152];
   time_text(now);
   const char* by = block.label[0] ? " by " : "";
-  std::snprintf(line, sizeof line, "\nFile %s at %s%s%s.\n", append ? "reopened" : "opened", now, by, block.label.data());
+  std::snprintf(line, sizeof line, "\nFile %s at %s%s%s.\n", append ? "reopened" : "opened", now, by,
+                block.label.data());
   put_file(s, line);
   return lock.release();
 }

@@ -2,9 +2,9 @@
 //
 // Text written to a stream goes line by line to the user's function and to the linked file; text of the streams 1 to 3
 // goes to stream 0 as well, so that every message, warning and error also stands in the log. A line longer than the
-// buffer of 1024 bytes is delivered in pieces, never cutting a UTF-8 character: the started character waits for the next
-// piece. A stream with neither function nor file drops its text. Nothing here allocates while it writes.
-// With the multithread flag each stream's mutex, which is recursive, is held around each write to that stream.
+// buffer of 1024 bytes is delivered in pieces, never cutting a UTF-8 character: the started character waits for the
+// next piece. A stream with neither function nor file drops its text. Nothing here allocates while it writes. With the
+// multithread flag each stream's mutex, which is recursive, is held around each write to that stream.
 #pragma once
 
 #include "cpub/sysfile.h"
@@ -19,22 +19,29 @@ inline constexpr int32_t num_streams = 4; // 0 log, 1 messages, 2 errors, 3 warn
 
 using stream_fn = void (*)(void* handle, const char* text);
 
-enum class stream_code : int32_t { ok = 0, bad_stream = 1, mutex_init = 2, mutex_lock = 3, mutex_unlock = 4, format = 5 };
+enum class stream_code : int32_t {
+  ok = 0,
+  bad_stream = 1,
+  mutex_init = 2,
+  mutex_lock = 3,
+  mutex_unlock = 4,
+  format = 5
+};
 
 struct stream {
   void* handle = nullptr;
   stream_fn func = nullptr;
-  sysfile* file = nullptr;            // owned
-  sys_code filestate = sys_code::ok;  // first failure of the file; it is then left alone
+  sysfile* file = nullptr;           // owned
+  sys_code filestate = sys_code::ok; // first failure of the file; it is then left alone
   pthread_mutex_t mutex;
-  std::array<char, 1024> held;        // [0, used) is not yet delivered
+  std::array<char, 1024> held; // [0, used) is not yet delivered
   int32_t used = 0;
 };
 
 struct stream_block {
-  std::array<char, 1024> label{};     // names the program in linked files, may be empty
+  std::array<char, 1024> label{}; // names the program in linked files, may be empty
   bool multithread = false;
-  bool made = false;                  // the mutexes exist
+  bool made = false; // the mutexes exist
   std::array<stream, num_streams> streams;
 };
 

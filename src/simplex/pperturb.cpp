@@ -13,6 +13,7 @@ namespace tvn {
 namespace {
 
 constexpr double hugebound = 1e6;   // bounds of this magnitude are left alone
+constexpr int32_t maxunstalls = 12;  // returns to the true bounds after which no stall is perturbed any more
 constexpr double largebound = 100;  // and from here on perturbed less
 
 double user_magnitude(const primal_state& s, int32_t j, double bound) { return std::fabs(bound) * s.work.factor(j); }
@@ -80,6 +81,24 @@ double perturbation_size(const primal_state& s, const magnitude_census& c) {
   return std::max(std::min(u, 0.0001), 0.1 * tolx);
 }
 
+// Moves the bounds that basics stand on outward by a random share of `size`.
+void widen_tight_basics(primal_state& s, double size) {
+  bool any = false;
+  int32_t& state = s.info.randomstate;
+  for (int32_t k = 0; k < s.work.m; k++) {
+    const int32_t j = s.fac.head[k];
+    for (const bool upper : {false, true}) {
+      const double bound = upper ? s.up[j] : s.lo[j];
+      if (user_magnitude(s, j, bound) >= hugebound || std::fabs(bound - s.x[j]) > 10 * s.tolfeas) continue;
+      const double by = TVN_simplex_random(state) * size * (user_magnitude(s, j, bound) >= largebound ? 50 : 1);
+      (upper ? s.up[j] : s.lo[j]) += upper ? by : -by;
+      any = true;
+    }
+  }
+  s.perturbed = s.perturbed || any;
+  if (any && s.phase == 1) s.refactor = true; // the phase-one cost may have changed
+}
+
 } // namespace
 
 void psimplex_perturbinit(primal_state& s) {
@@ -123,21 +142,13 @@ void psimplex_kick(primal_state& s) {
   }
   if (size == 0) return;
   if (s.param.degen == 2) size *= 5;
-  bool any = false;
-  int32_t& state = s.info.randomstate;
-  for (int32_t k = 0; k < s.work.m; k++) {
-    const int32_t j = s.fac.head[k];
-    for (const bool upper : {false, true}) {
-      const double bound = upper ? s.up[j] : s.lo[j];
-      if (user_magnitude(s, j, bound) >= hugebound || std::fabs(bound - s.x[j]) > 10 * s.tolfeas) continue;
-      const double by = TVN_simplex_random(state) * size * (user_magnitude(s, j, bound) >= largebound ? 50 : 1);
-      if (upper) s.up[j] += by;
-      else s.lo[j] -= by;
-      any = true;
-    }
-  }
-  s.perturbed = s.perturbed || any;
-  if (any && s.phase == 1) s.refactor = true; // the phase-one cost may have changed
+  widen_tight_basics(s, size);
+}
+
+bool psimplex_unstall(primal_state& s) {
+  if (s.resets >= maxunstalls || s.accepting) return false;
+  widen_tight_basics(s, s.param.tolx);
+  return true;
 }
 
 void psimplex_variablereset(primal_state& s) {

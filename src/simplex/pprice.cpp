@@ -106,16 +106,18 @@ price_result partial_best(primal_state& s) {
 
 price_result select_partial(primal_state& s) {
   constexpr double emptyagain = 0.995; // a random draw above this empties the list
-  if (TVN_simplex_random(s.info.randomstate) > emptyagain) s.numplist = 0;
+  if (s.random) s.scanstart = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * s.work.total);
+  if (s.random || TVN_simplex_random(s.info.randomstate) > emptyagain) s.numplist = 0;
   price_result best = partial_best(s);
   if (best.j < 0 && partial_scan(s)) best = partial_best(s);
   return best;
 }
 
-// Steepest-edge weights 1 + |B^-1 a_j|^2 of all nonbasics (Goldfarb and Reid 1977).
-void exact_weights(primal_state& s) {
+// Steepest-edge weights 1 + |B^-1 a_j|^2 of all nonbasics (Goldfarb and Reid 1977). False: stopped on the way.
+bool exact_weights(primal_state& s) {
   const simplex_work& w = s.work;
   for (int32_t j = 0; j < w.total; j++) {
+    if (j % 256 == 0 && psimplex_poll(s)) return false;
     if (s.fac.pos[j] >= 0 || w.is_fixed(j)) continue;
     TVN_simplex_loadcolumn(w, j, s.colrow);
     TVN_lu_ftranl(s.fac.factor, s.colrow);
@@ -125,9 +127,14 @@ void exact_weights(primal_state& s) {
     s.weight[j] = sum;
     s.aq.clear();
   }
+  return true;
 }
 
-price_result best_candidate(const primal_state& s) {
+price_result best_candidate(primal_state& s) {
+  if (s.random && s.numcand > 0) {
+    const auto p = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * s.numcand);
+    return {s.cand[p], s.d[s.cand[p]]};
+  }
   price_result best;
   double bestscore = 0;
   for (int32_t p = 0; p < s.numcand; p++) {
@@ -235,8 +242,8 @@ void psimplex_choosepricing(primal_state& s) {
   if (pct > 50 && s.method >= sel_full && s.method <= sel_devex) s.method += sel_restrict;
 }
 
-void psimplex_choosepricingswitch(primal_state& s) {
-  if (s.wanted != sel_switch || s.iter < 10) return;
+bool psimplex_choosepricingswitch(primal_state& s) {
+  if (s.wanted != sel_switch || s.iter < 10) return true;
   const simplex_work& w = s.work;
   const double r = (1.5 * w.m + w.n) / std::max(1, w.m);
   int32_t to = s.method;
@@ -254,14 +261,15 @@ void psimplex_choosepricingswitch(primal_state& s) {
              static_cast<double>(s.info.count[kind_primal].degenerate) > degenerateshare * static_cast<double>(s.iter)) {
     to = s.param.restrictpct < 50 || r < 3 ? sel_ase : sel_ase + sel_restrict;
   }
-  if (to == s.method) return;
+  if (to == s.method) return true;
   s.method = to;
   s.lastswitch = s.iter;
   s.worksolve = s.workprice = 0;
   psimplex_formd(s);
   psimplex_resetweights(s);
-  if (to == sel_se) exact_weights(s);
+  const bool done = to != sel_se || exact_weights(s);
   psimplex_rebuildcandidates(s);
+  return done;
 }
 
 } // namespace tvn

@@ -48,18 +48,25 @@ bool acceptable(double p, double largest) {
 
 } // namespace
 
-ratio_result psimplex_stepsize(const primal_state& s, int32_t q, double sigma) {
+ratio_result psimplex_stepsize(primal_state& s, int32_t q, double sigma) {
   ratio_result r;
   const double tmax = harris_limit(s, sigma), range = own_range(s, q);
+  int32_t drawn = 0;
   for (int32_t p = 0; p < s.aq.count; p++) {
     const int32_t k = s.aq.idx[p];
     const double rate = -sigma * s.aq.val[k], size = std::fabs(rate);
-    if (size <= s.tolpiv || size <= r.pivot) continue;
+    if (size <= s.tolpiv || (size <= r.pivot && !s.random)) continue;
     const int32_t j = s.fac.head[k];
     const double gap = rate < 0 ? s.x[j] - s.lo[j] : s.up[j] - s.x[j];
     if (gap >= bound_infinity) continue;
     const double ratio = std::max(0.0, gap / size);
-    if (ratio <= tmax) r = {k, ratio, rate > 0, false, size};
+    if (ratio > tmax) continue;
+    // When stalled, any candidate whose pivot is not far smaller may win, the n-th with probability 1/n.
+    if (s.random && drawn > 0 && size < 10 * r.pivot &&
+        (size < 0.1 * r.pivot || TVN_simplex_random(s.info.randomstate) * ++drawn > 1))
+      continue;
+    drawn = std::max(drawn, 1);
+    r = {k, ratio, rate > 0, false, size};
   }
   if (range < bound_infinity && (r.position < 0 || range <= r.step + swapslack))
     r = {-1, std::max(0.0, range), false, true, 1.0};

@@ -16,7 +16,9 @@ constexpr double pollseconds = 0.02;      // between two calls of the progress f
 constexpr int64_t budgetreserve = 40;     // iterations left: no more perturbation
 constexpr double tolpivmin = 1e-10, tolpivmax = 1e-4;
 constexpr int32_t maxupdates = 500;        // on one factor, whatever the cost of a solve says
-constexpr double smallstep = 1e-12;       // steps up to this count as degenerate
+constexpr int64_t stallperturbed = 2000, stallplain = 200; // degenerate steps in a row before random edges
+constexpr double smallstep = 1e-12;       // steps up to this count as degenerate,
+constexpr double smallgain = 1e-11;       // and gains up to this part of the objective as standing still
 constexpr double feasibleshift = 10;      // times tolfeas: infeasibility that a shift of the working bound absorbs
 
 double direction(const primal_state& s, int32_t q, double d) {
@@ -39,6 +41,11 @@ void set_objective(primal_state& s) {
   s.info.phase = s.phase;
 }
 
+simplex_code stop_code(int32_t stop) { return stop == 2 ? simplex_code::peer_stop : simplex_code::user_stop; }
+
+// The factor asks on the way; what the poll decides stands in s.stop.
+int32_t factor_progress(void* handle, int32_t, int32_t) { return psimplex_poll(*static_cast<primal_state*>(handle)); }
+
 // Clock, user and limits. The sums behind the log line are only formed when a line is due.
 loop_state check_limits(primal_state& s) {
   auto& count = s.info.count[kind_primal];
@@ -46,18 +53,16 @@ loop_state check_limits(primal_state& s) {
   if (line) {
     if (s.phase == 1) psimplex_countinf(s);
     set_objective(s);
-    if (s.progress(simplex_event::iteration, s.info)) return finish(s, simplex_code::user_stop, sol_unknown);
+    if (const int32_t stop = s.progress(simplex_event::iteration, s.info)) return finish(s, stop_code(stop), sol_unknown);
     s.info.forcelog = false;
   }
   if (count.iterations >= s.param.maxiterations) return finish(s, simplex_code::max_iterations, sol_unknown);
   if (s.iter % 8 != 0) return loop_state::go_on;
-  const double now = TVN_sysenv_gettime();
-  if (s.param.maxtime >= 0 && now - s.param.starttime > s.param.maxtime)
-    return finish(s, simplex_code::max_time, sol_unknown);
-  if (now - s.lastpoll < pollseconds && now >= s.lastpoll) return loop_state::go_on;
-  s.lastpoll = now;
-  if (const int32_t stop = s.progress(simplex_event::poll, s.info))
-    return finish(s, stop == 2 ? simplex_code::peer_stop : simplex_code::user_stop, sol_unknown);
+  if (psimplex_poll(s)) return loop_state::finished;
+  if (s.phase == 2 && s.param.usecutlow && s.iter % 64 == 0) {
+    set_objective(s);
+    if (s.info.objective < s.param.cutlow) return finish(s, simplex_code::objective_range, sol_unknown);
+  }
   return loop_state::go_on;
 }
 
@@ -120,17 +125,21 @@ loop_state refactor(primal_state& s) {
       s.refactor = false;
       return state == loop_state::finished ? state : loop_state::go_on;
     }
-    case factor_result::stopped: return finish(s, simplex_code::user_stop, sol_unknown);
+    case factor_result::stopped: return loop_state::finished;
     case factor_result::failed: return finish(s, simplex_code::lu_tries, sol_unknown);
     }
   }
 }
 
 // Small infeasibilities of a point that was feasible are rounding: the working bound gives way to them.
-bool absorb_infeasibilities(primal_state& s) {
+// `relative` is to the bound in the user's units.
+bool absorb_infeasibilities(primal_state& s, double relative) {
   for (int32_t k = 0; k < s.work.m; k++) {
     const int32_t j = s.fac.head[k];
-    if (std::max(s.lo[j] - s.x[j], s.x[j] - s.up[j]) > feasibleshift * s.tolfeas) return false;
+    const double below = s.lo[j] - s.x[j], above = s.x[j] - s.up[j], f = s.work.factor(j);
+    const double limit = std::max(feasibleshift * s.tolfeas,
+                                  relative * (1 / f + std::fabs(below > above ? s.lo[j] : s.up[j])));
+    if (std::max(below, above) > limit) return false;
   }
   for (int32_t k = 0; k < s.work.m; k++) {
     const int32_t j = s.fac.head[k];
@@ -148,12 +157,17 @@ loop_state recompute(primal_state& s) {
   TVN_simplex_formxb(s.fac, s.x);
   psimplex_countinf(s);
   const bool wasfeasible = s.phase == 2;
-  if (wasfeasible && s.numinf > 0 && s.allowperturb) absorb_infeasibilities(s);
+  if (wasfeasible && s.numinf > 0 && s.allowperturb) absorb_infeasibilities(s, 0);
   s.phase = s.numinf > 0 ? 1 : 2;
   if (wasfeasible != (s.phase == 2)) s.info.forcelog = true;
   if (wasfeasible && s.phase == 1) s.setbacks++;
+  set_objective(s);
+  s.objscale = 1 + std::fabs(s.phase == 1 ? s.suminf : s.info.objective);
   psimplex_formd(s);
   psimplex_rebuildcandidates(s);
+#if TVN_CHECK_LEVEL >= 2
+  psimplex_check(s);
+#endif
   return loop_state::go_on;
 }
 
@@ -165,9 +179,18 @@ loop_state end_of_pricing(primal_state& s) {
     s.numbanned = 0;
     return setback(s);
   }
-  if (s.phase == 1) {
-    if (!s.perturbed) return finish(s, simplex_code::ok, sol_prim_infeas_cer);
-  } else if (!s.perturbed) {
+  if (s.phase == 1 && !s.perturbed) {
+    if (!s.param.acceptinfeas || s.accepting || !absorb_infeasibilities(s, s.param.tolx))
+      return finish(s, simplex_code::ok, sol_prim_infeas_cer);
+    s.accepting = true;
+    s.allowperturb = false;
+    return s.refactor = true, loop_state::recompute;
+  }
+  if (s.phase == 2 && (!s.perturbed || s.accepting)) {
+    if (s.accepting) {
+      psimplex_variablereset(s);
+      TVN_simplex_formxb(s.fac, s.x);
+    }
     return finish(s, simplex_code::ok, sol_optimal);
   }
   psimplex_variablereset(s);
@@ -272,6 +295,7 @@ loop_state update_factor(primal_state& s, int32_t position) {
   case lu_code::refactor_advised: s.soon = true; break;
   default:
     // Refused: the new basis is factored afresh, with care.
+    s.fac.usable = false;
     s.refactor = true;
     TVN_lu_puttol(s.fac.factor, 2, std::min(1.5 * TVN_lu_gettol(s.fac.factor, 2), 0.1));
     return setback(s);
@@ -333,7 +357,8 @@ loop_state pivot(primal_state& s, int32_t q, double sigma, double dq, const rati
   return update_factor(s, r.position);
 }
 
-void count_iteration(primal_state& s, double step) {
+// `gain` is the fall of the objective of the phase.
+void count_iteration(primal_state& s, double step, double gain) {
   auto& count = s.info.count[kind_primal];
   s.iter++;
   count.iterations++;
@@ -341,6 +366,15 @@ void count_iteration(primal_state& s, double step) {
   if (step <= smallstep) {
     count.degenerate++;
     s.perioddeg++;
+  }
+  s.stalled = gain <= smallgain * s.objscale ? s.stalled + 1 : 0;
+  // Perturbation ends most stalls. Where it may not act, or has not, bounds are widened all the same, and after many
+  // such rounds random edges end the stall with probability one.
+  if (s.stalled == 0) {
+    s.random = false;
+  } else if (s.stalled > (s.allowperturb ? stallperturbed + 2 * s.work.m : stallplain + s.work.m / 4)) {
+    s.random = !psimplex_unstall(s);
+    s.stalled = 1;
   }
   s.successive = 0;
   const double share = static_cast<double>(count.iterations) / std::max(1, s.param.maxiterations);
@@ -369,7 +403,7 @@ loop_state iterate(primal_state& s) {
   loop_state state = loop_state::go_on;
   if (r.swap) swap_bound(s, q, sigma, r.step);
   else state = pivot(s, q, sigma, dq, r);
-  count_iteration(s, r.step);
+  count_iteration(s, r.step, std::fabs(dq) * r.step);
   if (state != loop_state::go_on) return state;
   if (s.phase == 1) {
     s.rho.clear();
@@ -382,11 +416,22 @@ loop_state iterate(primal_state& s) {
 
 } // namespace
 
+bool psimplex_poll(primal_state& s) {
+  const double now = TVN_sysenv_gettime();
+  if (s.param.maxtime >= 0 && now - s.param.starttime > s.param.maxtime)
+    return finish(s, simplex_code::max_time, sol_unknown) == loop_state::finished;
+  if (now - s.lastpoll < pollseconds && now >= s.lastpoll) return false;
+  s.lastpoll = now;
+  const int32_t stop = s.progress(simplex_event::poll, s.info);
+  return stop != 0 && finish(s, stop_code(stop), sol_unknown) == loop_state::finished;
+}
+
 void psimplex_setup(primal_state& s) {
   const simplex_work& w = s.work;
   sysenv& sys = s.sys;
   const int64_t m = w.m, total = w.total;
   TVN_simplex_makefac(sys, w, s.fac);
+  TVN_lu_putprogressfunc(s.fac.factor, &s, factor_progress);
   for (auto* b : {&s.x, &s.lo, &s.up, &s.d, &s.weight}) b->reset(sys, total, 0.0);
   s.key.reset(sys, total, static_cast<uint8_t>(sk_low));
   for (auto* b : {&s.inframe, &s.banned, &s.inlist}) b->reset(sys, total, uint8_t{0});
@@ -427,10 +472,13 @@ void psimplex_optimize(primal_state& s) {
     }
     if (check_limits(s) == loop_state::finished) break;
     if (s.iter - s.periodstart >= s.degenperiod) psimplex_kick(s);
-    if (s.iter % 100 == 0) psimplex_choosepricingswitch(s);
+    if (s.iter % 100 == 0 && !psimplex_choosepricingswitch(s)) break;
     if (s.weighterrors > 3) psimplex_resetweights(s);
     const loop_state state = iterate(s);
     clear_vectors(s);
+#if TVN_CHECK_LEVEL >= 3
+    if (state == loop_state::go_on && !s.refactor) psimplex_check(s);
+#endif
     if (state == loop_state::finished) break;
   }
   clear_vectors(s);

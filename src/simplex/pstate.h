@@ -92,6 +92,10 @@ struct primal_state {
   int64_t periodstart = 0, perioddeg = 0, degenperiod = 500;
   int32_t degenmode = 1;
   int32_t resets = 0;        // returns to the true bounds
+  double objscale = 1;       // 1 + magnitude of the objective of the phase at the last recomputation
+  int64_t stalled = 0;       // degenerate steps in a row
+  bool random = false;       // stalled for long: entering and leaving variables are drawn (random edge)
+  bool accepting = false;    // true bounds gave way within the tolerance asked for: they do not come back
   int32_t successive = 0;    // recoveries without a good iteration between
   int64_t setbacks = 0;
   double lastpoll = 0;
@@ -113,12 +117,12 @@ void psimplex_rebuildcandidates(primal_state& s) noexcept;
 void psimplex_resetweights(primal_state& s);
 price_result psimplex_select(primal_state& s);
 void psimplex_choosepricing(primal_state& s);
-void psimplex_choosepricingswitch(primal_state& s);
+bool psimplex_choosepricingswitch(primal_state& s); // false: stopped on the way
 void psimplex_enterbasis(primal_state& s, int32_t j) noexcept;
 void psimplex_leavebasis(primal_state& s, int32_t j) noexcept;
 
 // --- ratio tests (pratio.cpp); sigma is the direction of the entering variable, +1 or -1
-ratio_result psimplex_stepsize(const primal_state& s, int32_t q, double sigma);
+ratio_result psimplex_stepsize(primal_state& s, int32_t q, double sigma);
 ratio_result psimplex_stepsize_phaseone(primal_state& s, int32_t q, double sigma, double slope);
 
 // --- update (pupdate.cpp)
@@ -130,9 +134,16 @@ void psimplex_movebasics(primal_state& s, double sigma, double step);
 // --- perturbation (pperturb.cpp)
 void psimplex_perturbinit(primal_state& s);
 void psimplex_kick(primal_state& s);
+// Last resort against a stall, whatever the parameters say of perturbation; false: no more of it in this run.
+bool psimplex_unstall(primal_state& s);
 void psimplex_variablereset(primal_state& s);
+
+// --- audit (pcheck.cpp): stops on a breach
+void psimplex_check(primal_state& s);
 
 // --- the loop (psimplex.cpp): state ready with keys, head and x of the nonbasics set.
 void psimplex_optimize(primal_state& s);
+// Asks clock and user, at most every 20 ms; true: s.stop is set and the run must end.
+bool psimplex_poll(primal_state& s);
 
 } // namespace tvn

@@ -19,15 +19,18 @@ constexpr double tolcertificate = 1e-7;  // violation of a certificate relative 
 
 bool crosses(int32_t bk, double bl, double bu) { return bk == bk_ra && bl > bu; }
 
+void clear_duals(const lp_view& lp, lp_solution& sol) {
+  for (double* v : {sol.y, sol.slc, sol.suc}) std::fill_n(v, lp.numcon, 0.0);
+  for (double* v : {sol.slx, sol.sux}) std::fill_n(v, lp.numvar, 0.0);
+}
+
 void clear_solution(const lp_view& lp, lp_solution& sol) {
-  for (int32_t i = 0; i < lp.numcon; i++) {
-    sol.skc[i] = sk_bas;
-    sol.xc[i] = sol.y[i] = sol.slc[i] = sol.suc[i] = 0;
-  }
-  for (int32_t j = 0; j < lp.numvar; j++) {
+  std::fill_n(sol.skc, lp.numcon, static_cast<int32_t>(sk_bas));
+  std::fill_n(sol.xc, lp.numcon, 0.0);
+  for (int32_t j = 0; j < lp.numvar; j++)
     sol.skx[j] = has_lower(lp.bkx[j]) ? sk_low : has_upper(lp.bkx[j]) ? sk_upr : sk_supbas;
-    sol.xx[j] = sol.slx[j] = sol.sux[j] = 0;
-  }
+  std::fill_n(sol.xx, lp.numvar, 0.0);
+  clear_duals(lp, sol);
 }
 
 // Crossing bounds prove infeasibility by themselves: both duals of the item are 1.
@@ -195,7 +198,7 @@ bool settle_status(sysenv& sys, const lp_view& lp, const simplex_param& param, s
   info.solsta = sol_unknown;
   if (claim == sol_prim_infeas_cer || claim == sol_dual_infeas_cer) {
     const bool primal = claim == sol_prim_infeas_cer;
-    const double v = primal ? TVN_simplex_primalcertificate(sys, lp, sol) : TVN_simplex_dualcertificate(sys, lp, sol);
+    const double v = primal ? TVN_simplex_primalcertificate(lp, sol) : TVN_simplex_dualcertificate(sys, lp, sol);
     (primal ? info.primalviol : info.dualviol) = v;
     if (!(v <= tolcertificate)) return false;
     info.prosta = primal ? pro_prim_infeas : pro_dual_infeas;
@@ -233,12 +236,13 @@ void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simple
   info.response = s.stop;
   buffer<double> y(sys, work.m, 0.0);
   const bool ray = info.solsta == sol_dual_infeas_cer, cert = info.solsta == sol_prim_infeas_cer;
-  const bool factored = s.fac.since > 0 || s.freshd;
+  const bool factored = s.fac.usable;
   if (factored) polish(s, y, cert);
   export_keys_and_x(s, lp, sol, ray);
   export_activities(sys, s, lp, sol, ray);
   if (cert) export_certificate(s, lp, y, sol);
-  else if (factored && !ray) export_duals(s, lp, y, sol);
+  else if (ray) clear_duals(lp, sol);
+  else export_duals(s, lp, y, sol);
   TVN_lu_getlusze(s.fac.factor, info.lnz, info.unz);
 }
 
@@ -255,16 +259,21 @@ void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& p
   scale.equilibrate = param.scalingmethod == 1;
   scale.passes = param.scaling == 4 ? 2 * scalepasses : scalepasses;
   run_once(sys, lp, param, info, progress, sol, scale, param.hotstart != 0 ? &sol : nullptr);
-  if (!settle_status(sys, lp, param, info, sol) && info.response == simplex_code::ok) {
-    // The claim of the scaled run does not hold for the user: go on from its basis on the data as they are.
+  int32_t claim = info.solsta;
+  if (settle_status(sys, lp, param, info, sol) || info.response != simplex_code::ok)
+    return static_cast<void>(progress(simplex_event::end_primal, info));
+  // The claim does not hold for the user: go on from its basis. An infeasibility without a proof is rounding, so bounds
+  // give way to it; an optimum with residuals is run on the unscaled data with tighter tolerances.
+  for (int32_t attempt = 0; attempt < 2; attempt++) {
     simplex_param again = param;
     again.hotstart = 6;
-    again.degen = 0;
-    again.tolx = 0.1 * param.tolx;
-    again.tols = 0.1 * param.tols;
-    run_once(sys, lp, again, info, progress, sol, scale_request{}, &sol);
-    if (!settle_status(sys, lp, param, info, sol) && info.response == simplex_code::ok)
-      info.response = simplex_code::numerical;
+    again.acceptinfeas = claim == sol_prim_infeas_cer;
+    const bool unscaled = !again.acceptinfeas && attempt == 0;
+    if (unscaled) again.tolx *= 0.1, again.tols *= 0.1;
+    run_once(sys, lp, again, info, progress, sol, unscaled ? scale_request{} : scale, &sol);
+    claim = info.solsta;
+    if (settle_status(sys, lp, param, info, sol) || info.response != simplex_code::ok) break;
+    if (attempt == 1) info.response = simplex_code::numerical;
   }
   progress(simplex_event::end_primal, info);
 }

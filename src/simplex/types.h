@@ -50,7 +50,7 @@ struct simplex_param {
   int32_t scaling = 1;          // 0 none, 1 free, 3 moderate, 4 aggressive
   int32_t scalingmethod = 0;    // 0 geometric, 1 geometric, then equilibrated
   bool nonsingular = true;      // repair a singular basis
-  bool savelu = false;
+  bool acceptinfeas = false;    // infeasibility within tolx of each bound is rounding of the data: go on without it
   int32_t selection = sel_free; // of the optimizer in hand, internal numbering
   int32_t restrictpct = 50;     // percentage of restriction of the candidate list
   int32_t maxiterations = 10000000;

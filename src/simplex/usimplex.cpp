@@ -88,11 +88,14 @@ void TVN_simplex_slackbasis(simplex_fac& f) noexcept {
 factor_result TVN_simplex_factor(simplex_fac& f) {
   size_storage(f);
   f.since = 0;
+  f.usable = false;
   for (int32_t attempt = 0; attempt < maxtries; attempt++) {
     TVN_lu_init(f.factor);
     const lu_code code = TVN_lu_factor(f.factor, f.iwork, f.rwork);
     switch (code) {
-    case lu_code::done: return TVN_lu_getrank(f.factor) == f.work->m ? factor_result::full : factor_result::singular;
+    case lu_code::done:
+      f.usable = TVN_lu_getrank(f.factor) == f.work->m;
+      return f.usable ? factor_result::full : factor_result::singular;
     case lu_code::no_storage:
     case lu_code::column_refused: TVN_lu_newwszedbg(f.factor, TVN_lu_getwszeproposal(f.factor)); break;
     case lu_code::stopped: return factor_result::stopped;
@@ -119,6 +122,7 @@ int32_t TVN_simplex_insertlogicals(simplex_fac& f, std::span<basis_exchange> exc
     f.head[k] = row;
   }
   for (int32_t k = 0; k < m; k++) f.pos[f.head[k]] = k;
+  f.usable = true;
   return num;
 }
 

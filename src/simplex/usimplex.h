@@ -18,6 +18,7 @@ struct simplex_fac {
   buffer<double> rhs, sol; // [m] dense right-hand side and result, no contents between calls
   buffer<long double> acc; // [m] residuals
   int32_t since = 0;      // updates since the last factorisation
+  bool usable = false;    // the factor is that of head
 };
 
 enum class factor_result : int32_t { full, singular, failed, stopped };

@@ -8,6 +8,9 @@ namespace tvn {
 
 namespace {
 
+// A sum this small beside its terms is rounding of the data, and proves nothing.
+constexpr long double roundoff = 1e-12L;
+
 // Keeps the larger; a NaN wins and stays.
 void worsen(double& worst, double value) {
   if (!(value <= worst)) worst = value;
@@ -89,12 +92,16 @@ lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solu
   return r;
 }
 
-double TVN_simplex_primalcertificate(sysenv&, const lp_view& lp, const lp_solution& sol) {
-  long double obj = 0;
+double TVN_simplex_primalcertificate(const lp_view& lp, const lp_solution& sol) {
+  long double obj = 0, terms = 0;
   double worst = 0;
+  auto add = [&](long double term) {
+    obj += term;
+    terms += std::fabs(term);
+  };
   auto take = [&](int32_t bk, double bl, double bu, double sl, double su) {
-    if (has_lower(bk)) obj += static_cast<long double>(sl) * bl;
-    if (has_upper(bk)) obj -= static_cast<long double>(su) * bu;
+    if (has_lower(bk)) add(static_cast<long double>(sl) * bl);
+    if (has_upper(bk)) add(-static_cast<long double>(su) * bu);
     worsen(worst, wrong_sign(sl, has_lower(bk)));
     worsen(worst, wrong_sign(su, has_upper(bk)));
   };
@@ -106,7 +113,7 @@ double TVN_simplex_primalcertificate(sysenv&, const lp_view& lp, const lp_soluti
     take(lp.bkx[j], lp.blx[j], lp.bux[j], sol.slx[j], sol.sux[j]);
     worsen(worst, std::fabs(TVN_simplex_userreducedcost(lp, j, 0.0, sol.y) - sol.slx[j] + sol.sux[j]));
   }
-  return obj > 0 ? worst / static_cast<double>(obj) : std::numeric_limits<double>::infinity();
+  return obj > roundoff * terms ? worst / static_cast<double>(obj) : std::numeric_limits<double>::infinity();
 }
 
 double TVN_simplex_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol) {

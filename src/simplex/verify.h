@@ -18,9 +18,10 @@ struct lp_residuals {
 
 lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol);
 
-// Violation of a certificate divided by the certificate's own objective; infinity when that is not positive.
+// Violation of a certificate divided by the certificate's own objective; infinity when that is not positive or is
+// nothing but rounding beside its terms.
 // Primal: y, slc, suc, slx, sux prove that no point is feasible. Dual: xx is a ray along which the objective falls.
-double TVN_simplex_primalcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol);
+double TVN_simplex_primalcertificate(const lp_view& lp, const lp_solution& sol);
 double TVN_simplex_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol);
 
 // z_j = c_j * cfactor - A_j'y in long double.

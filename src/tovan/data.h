@@ -4,6 +4,7 @@
 // code that has been reported, and throws out_of_memory with the problem whole.
 #pragma once
 
+#include "misc/spmat.h"
 #include "tovan/task.h"
 
 namespace tvn {
@@ -49,15 +50,18 @@ bound_value get_bound(const problem& p, int32_t accmode, int32_t i) noexcept;
 
 // A. get_a makes it on first need.
 sprmat& get_a(task& t);
+void watch_a(task& t) noexcept; // lets A count its work in the information items of the task
 TVNrescodee sprmat_result(task& t, sprmat_code code);
-TVNrescodee TVN_putavecintern(task& t, int32_t accmode, int32_t i, int64_t nzi, const int32_t* subi,
-                              const double* vali, const char* argname, int64_t argbase, int64_t& numtiny);
+TVNrescodee TVN_putavecintern(task& t, int32_t accmode, int32_t i, int64_t nzi, const int32_t* subi, const double* vali,
+                              const char* argname, int64_t argbase, int64_t& numtiny);
 TVNrescodee put_avec(task& t, int32_t accmode, int32_t i, int64_t nzi, const int32_t* subi, const double* vali);
 TVNrescodee put_aij(task& t, int32_t i, int32_t j, double aij);
 void TVN_commitachanges(task& t);
 // Lends A by columns to an optimizer, with room for extracols more; nothing may change A until TVN_putadbg.
 sprmat_view TVN_getacolwise(task& t, int32_t extracols);
 void TVN_putadbg(const char* file, int line, task& t);
+// The same, wrapped as compressed columns with numcon as the vector length; goes back by TVN_putadbg, too.
+void TVN_getaspmat(task& t, int32_t extracols, spmat& a);
 // Stops when the shape of A is not that of the problem; deep: or when an invariant of the store is broken.
 void TVN_checkadbg(const char* file, int line, task& t, bool deep);
 
@@ -65,7 +69,7 @@ void TVN_checkadbg(const char* file, int line, task& t, bool deep);
 bool has_qobj(const problem& p) noexcept;
 bool has_qcon(const problem& p) noexcept;
 int64_t num_qcon_terms(const problem& p, int32_t k) noexcept;
-void TVN_chgqnz(task& t, int64_t target);     // the pool packed into `target` entries, 0: none
+void TVN_chgqnz(task& t, int64_t target); // the pool packed into `target` entries, 0: none
 void free_qterms(problem& p) noexcept;
 
 // Cones.

@@ -44,7 +44,8 @@ struct gather_work {
   scratch<int32_t> list;
   int32_t count = 0;
 
-  gather_work(scratch_pool& pool, int64_t dim) : value(pool, dim, true), place(pool, dim, true), list(pool, dim, false) {}
+  gather_work(scratch_pool& pool, int64_t dim)
+      : value(pool, dim, true), place(pool, dim, true), list(pool, dim, false) {}
   ~gather_work() {
     for (int32_t p = 0; p < count; p++) value[list[p]] = 0.0;
     for (int32_t p = 0; p < count; p++) place[list[p]] = 0;
@@ -88,7 +89,8 @@ template <class Ptr>
 TVNrescodee put_aveclist(task& t, int32_t accmode, int32_t num, const int32_t* sub, const Ptr* ptrb, const Ptr* ptre,
                          const int32_t* asub, const double* aval) {
   if (const TVNrescodee code = check_accmode(t, accmode)) return code;
-  if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{sub, "sub"}, {ptrb, "aptrb"}, {ptre, "aptre"}})) return code;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{sub, "sub"}, {ptrb, "aptrb"}, {ptre, "aptre"}}))
+    return code;
   const int32_t count = accmode == TVN_ACC_CON ? t.prob.numcon : t.prob.numvar;
   if (const TVNrescodee code = TVN_checkindicies(t, "sub", 0, count, num, sub)) return code;
   const int64_t before = get_a(t).maxsize;
@@ -99,7 +101,8 @@ TVNrescodee put_aveclist(task& t, int32_t accmode, int32_t num, const int32_t* s
     int64_t numtiny = 0;
     char arg[64];
     std::snprintf(arg, sizeof arg, "(asub+aptrb[%d])", k);
-    code = TVN_putavecintern(t, accmode, sub[k], len, asub ? asub + begin : nullptr, aval ? aval + begin : nullptr, arg, 0, numtiny);
+    code = TVN_putavecintern(t, accmode, sub[k], len, asub ? asub + begin : nullptr, aval ? aval + begin : nullptr, arg,
+                             0, numtiny);
     if (!code) code = warn_tiny(t, accmode, sub[k], numtiny);
   }
   log_a_capacity(t, before);
@@ -107,6 +110,11 @@ TVNrescodee put_aveclist(task& t, int32_t accmode, int32_t num, const int32_t* s
 }
 
 } // namespace
+
+void watch_a(task& t) noexcept {
+  t.prob.a.flushitem = &t.info.intg[TVN_IINF_STO_NUM_A_CACHE_FLUSHES];
+  t.prob.a.transposeitem = &t.info.intg[TVN_IINF_STO_NUM_A_TRANSPOSES];
+}
 
 sprmat& get_a(task& t) {
   problem& p = t.prob;
@@ -116,6 +124,7 @@ sprmat& get_a(task& t) {
   (void)TVN_sprmat_appendrows(fresh, p.numcon);
   (void)TVN_sprmat_appendcols(fresh, p.numvar);
   p.a = std::move(fresh);
+  watch_a(t);
   return p.a;
 }
 
@@ -123,8 +132,7 @@ TVNrescodee sprmat_result(task& t, sprmat_code code) {
   switch (code) {
   case sprmat_code::ok: return TVN_RES_OK;
   case sprmat_code::append_failed: return report(t, label, __LINE__, TVN_RES_ERR_INTERNAL, "append rows");
-  case sprmat_code::maxsize_too_small:
-    return report(t, label, __LINE__, TVN_RES_ERR_INTERNAL, " maxsize is too small");
+  case sprmat_code::maxsize_too_small: return report(t, label, __LINE__, TVN_RES_ERR_INTERNAL, " maxsize is too small");
   case sprmat_code::space: return TVN_RES_ERR_SPACE;
   case sprmat_code::surplus: return TVN_RES_ERR_NEGATIVE_SURPLUS;
   }
@@ -132,8 +140,8 @@ TVNrescodee sprmat_result(task& t, sprmat_code code) {
   return TVN_RES_ERR_INTERNAL;
 }
 
-TVNrescodee TVN_putavecintern(task& t, int32_t accmode, int32_t i, int64_t nzi, const int32_t* subi,
-                              const double* vali, const char* argname, int64_t argbase, int64_t& numtiny) {
+TVNrescodee TVN_putavecintern(task& t, int32_t accmode, int32_t i, int64_t nzi, const int32_t* subi, const double* vali,
+                              const char* argname, int64_t argbase, int64_t& numtiny) {
   const problem& p = t.prob;
   const bool con = accmode == TVN_ACC_CON;
   if (i < 0 || i >= (con ? p.numcon : p.numvar))
@@ -188,6 +196,12 @@ void TVN_commitachanges(task& t) {
 }
 
 sprmat_view TVN_getacolwise(task& t, int32_t extracols) { return TVN_sprmat_getacolwise(get_a(t), extracols); }
+
+void TVN_getaspmat(task& t, int32_t extracols, spmat& a) {
+  const sprmat_view v = TVN_getacolwise(t, extracols);
+  TVN_spmat_emake(*t.sys, t.prob.numvar, t.prob.numcon, v.maxsize, v.ptrb, v.ptre, v.sub, v.val, a);
+  a.maxnvec += extracols;
+}
 
 void TVN_putadbg(const char* file, int line, task& t) {
   TVN_asserttaskdbg(file, line, t, t.prob.a.locked);

@@ -62,7 +62,8 @@ TVNrescodee get_aslicetrip(task& t, int32_t accmode, int32_t first, int32_t last
                            int32_t* subi, int32_t* subj, double* val) {
   if (const TVNrescodee code = check_side_slice(t, accmode, first, last)) return code;
   if (surp < 0 || surp > maxnumnz) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_SURPLUS);
-  if (const TVNrescodee code = check_arrays(t, label, __LINE__, surp, {{subi, "subi"}, {subj, "subj"}, {val, "val"}})) return code;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, surp, {{subi, "subi"}, {subj, "subj"}, {val, "val"}}))
+    return code;
   const bool con = accmode == TVN_ACC_CON;
   const sprmat_view v = con ? TVN_sprmat_viewrows(get_a(t)) : TVN_sprmat_viewcols(get_a(t));
   int64_t left = surp;
@@ -161,8 +162,8 @@ TVNrescodee TVN_getaslicenumnz(TVNtask_t task, int32_t accmode, int32_t first, i
   });
 }
 
-TVNrescodee TVN_getaslice(TVNtask_t task, int32_t accmode, int32_t first, int32_t last, int32_t maxnumnz,
-                          int32_t* surp, int32_t* ptrb, int32_t* ptre, int32_t* sub, double* val) {
+TVNrescodee TVN_getaslice(TVNtask_t task, int32_t accmode, int32_t first, int32_t last, int32_t maxnumnz, int32_t* surp,
+                          int32_t* ptrb, int32_t* ptre, int32_t* sub, double* val) {
   return api(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_pointer(t, label, __LINE__, surp, "surp")) return code;
     return get_aslice(t, accmode, first, last, maxnumnz, *surp, ptrb, ptre, sub, val);

@@ -64,7 +64,8 @@ int32_t key_within(int32_t bk, double bl, double bu, double inf) noexcept {
 TVNrescodee put_bounds(task& t, int32_t accmode, int32_t num, const int32_t* sub, int32_t first, const int32_t* bk,
                        const double* bl, const double* bu) {
   TVNrescodee code = check_arrays(t, label, __LINE__, num, {{bk, "bk"}, {bl, "bl"}, {bu, "bu"}});
-  for (int32_t k = 0; k < num && !code; k++) code = put_bound(t, accmode, sub ? sub[k] : first + k, bk[k], bl[k], bu[k]);
+  for (int32_t k = 0; k < num && !code; k++)
+    code = put_bound(t, accmode, sub ? sub[k] : first + k, bk[k], bl[k], bu[k]);
   return code;
 }
 
@@ -72,11 +73,15 @@ TVNrescodee put_bounds(task& t, int32_t accmode, int32_t num, const int32_t* sub
 bool changed_bound(const bound_value& old, bool lower, bool finite, double value, bound_value& now) noexcept {
   const bool haslower = bk_has_lower(old.bk), hasupper = bk_has_upper(old.bk);
   now = old;
-  if (lower) now.bl = finite ? value : -infinity;
-  else now.bu = finite ? value : infinity;
+  if (lower)
+    now.bl = finite ? value : -infinity;
+  else
+    now.bu = finite ? value : infinity;
   const bool keepslower = lower ? finite : haslower, keepsupper = lower ? hasupper : finite;
-  if (keepslower && keepsupper) now.bk = now.bl == now.bu ? TVN_BK_FX : TVN_BK_RA;
-  else now.bk = keepslower ? TVN_BK_LO : keepsupper ? TVN_BK_UP : TVN_BK_FR;
+  if (keepslower && keepsupper)
+    now.bk = now.bl == now.bu ? TVN_BK_FX : TVN_BK_RA;
+  else
+    now.bk = keepslower ? TVN_BK_LO : keepsupper ? TVN_BK_UP : TVN_BK_FR;
   const bool same = finite && (lower ? haslower && old.bl == value : hasupper && old.bu == value);
   return !same || now.bk != old.bk;
 }

@@ -6,6 +6,7 @@
 #include "tovan/data.h"
 #include "tovan/names.h"
 #include "tovan/scratch.h"
+#include "tovan/sol.h"
 
 namespace tvn {
 
@@ -15,7 +16,9 @@ const char label[] = "src/tovan/datacone";
 
 const char* type_name(int32_t conetype) noexcept { return conetype == TVN_CT_QUAD ? "quadratic" : "rotated quadratic"; }
 
-const char* cone_name(const task& t, int32_t k) noexcept { return k < t.prob.numcone ? item_name(t, TVN_PI_CONE, k) : ""; }
+const char* cone_name(const task& t, int32_t k) noexcept {
+  return k < t.prob.numcone ? item_name(t, TVN_PI_CONE, k) : "";
+}
 
 TVNrescodee check_members(task& t, int32_t k, int32_t nummem, const int32_t* submem) {
   const problem& p = t.prob;
@@ -79,6 +82,7 @@ TVNrescodee put_cone(task& t, int32_t k, int32_t conetype, double conepar, int32
   if (p.cone.surplus < nummem) pack_pool(t, k);
   unmark(p, k);
   store_cone(t, k, conetype, conepar, nummem, copy.data());
+  TVN_makestatusunknown(t);
   return TVN_RES_OK;
 }
 
@@ -122,7 +126,9 @@ TVNrescodee append_cone(task& t, int32_t conetype, double conepar, int32_t numme
   store_cone(t, k, conetype, conepar, nummem, submem);
   TVN_deletenamemap(t.names, TVN_PI_CONE);
   t.names.offset[TVN_PI_CONE][k] = 0;
+  if (int32_t* skn = TVN_getsolptrs(t, TVN_SOL_ITR).skn) skn[k] = TVN_SK_UNK;
   p.numcone++;
+  TVN_makestatusunknown(t);
   return TVN_RES_OK;
 }
 
@@ -133,6 +139,7 @@ void TVN_core_removecones(task& t, int32_t num, const int32_t* sub) {
   for (int32_t q = 0; q < num; q++) gone[sub[q]] = 1;
   TVN_deletenamemap(t.names, TVN_PI_CONE);
   buffer<int64_t>& offset = t.names.offset[TVN_PI_CONE];
+  int32_t* skn = TVN_getsolptrs(t, TVN_SOL_ITR).skn;
   int32_t to = 0;
   for (int32_t k = 0; k < p.numcone; k++) {
     if (gone[k]) {
@@ -145,12 +152,14 @@ void TVN_core_removecones(task& t, int32_t num, const int32_t* sub) {
       p.cone.type[to] = p.cone.type[k];
       p.cone.par[to] = p.cone.par[k];
       offset[to] = offset[k];
+      if (skn) skn[to] = skn[k];
       for (int32_t q = p.cone.begin[to]; q < p.cone.end[to]; q++) p.cone.which[p.cone.members[q]] = to + 1;
     }
     to++;
   }
   for (int32_t q = 0; q < num; q++) gone[sub[q]] = 0;
   p.numcone = to;
+  TVN_makestatusunknown(t);
 }
 
 } // namespace tvn

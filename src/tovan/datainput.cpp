@@ -33,7 +33,9 @@ TVNrescodee check_columns(task& t, int32_t numcon, int32_t numvar, const column_
   numnz = 0;
   for (int32_t j = 0; j < numvar; j++) {
     if (a.ptre[j] < a.ptrb[j]) return report(t, label, __LINE__, TVN_RES_ERR_INV_APTRE, TVN_userindex(t, j));
-    if (const TVNrescodee code = check_arrays(t, label, __LINE__, a.ptre[j] - a.ptrb[j], {{a.sub, "asub"}, {a.val, "aval"}})) return code;
+    if (const TVNrescodee code =
+            check_arrays(t, label, __LINE__, a.ptre[j] - a.ptrb[j], {{a.sub, "asub"}, {a.val, "aval"}}))
+      return code;
     for (int64_t p = a.ptrb[j]; p < a.ptre[j]; p++) {
       const int32_t i = a.sub[p], ui = TVN_userindex(t, i);
       if (i < 0) return report(t, label, __LINE__, TVN_RES_ERR_INDEX_IS_TOO_SMALL, ui, "sub");
@@ -72,9 +74,15 @@ TVNrescodee input_data(task& t, int32_t maxnumcon, int32_t maxnumvar, int32_t nu
   if (numcon < 0) return report(t, label, __LINE__, TVN_RES_ERR_IN_ARGUMENT, "numcon");
   if (numvar < 0) return report(t, label, __LINE__, TVN_RES_ERR_IN_ARGUMENT, "numvar");
   const bool hascolumns = numcon > 0 && numvar > 0;
-  if (const TVNrescodee code = check_arrays(t, label, __LINE__, numcon, {{con.bk, "bkc"}, {con.bl, "blc"}, {con.bu, "buc"}})) return code;
-  if (const TVNrescodee code = check_arrays(t, label, __LINE__, numvar, {{var.bk, "bkx"}, {var.bl, "blx"}, {var.bu, "bux"}})) return code;
-  if (const TVNrescodee code = check_arrays(t, label, __LINE__, hascolumns ? numvar : 0, {{a.ptrb, "aptrb"}, {a.ptre, "aptre"}})) return code;
+  if (const TVNrescodee code =
+          check_arrays(t, label, __LINE__, numcon, {{con.bk, "bkc"}, {con.bl, "blc"}, {con.bu, "buc"}}))
+    return code;
+  if (const TVNrescodee code =
+          check_arrays(t, label, __LINE__, numvar, {{var.bk, "bkx"}, {var.bl, "blx"}, {var.bu, "bux"}}))
+    return code;
+  if (const TVNrescodee code =
+          check_arrays(t, label, __LINE__, hascolumns ? numvar : 0, {{a.ptrb, "aptrb"}, {a.ptre, "aptre"}}))
+    return code;
   int64_t numnz = 0;
   if (hascolumns)
     if (const TVNrescodee code = check_columns(t, numcon, numvar, a, numnz)) return code;
@@ -99,7 +107,9 @@ TVNrescodee append_filled(task& t, int32_t accmode, int32_t num, const double* c
   if (b.bk)
     if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{b.bl, "bl"}, {b.bu, "bu"}})) return code;
   if (a.ptrb)
-    if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{a.ptre, "aptre"}, {a.sub, "asub"}, {a.val, "aval"}})) return code;
+    if (const TVNrescodee code =
+            check_arrays(t, label, __LINE__, num, {{a.ptre, "aptre"}, {a.sub, "asub"}, {a.val, "aval"}}))
+      return code;
   if (const TVNrescodee code = TVN_core_append(t, accmode, num, &first)) return code;
   TVNrescodee code = c ? put_costs(t, first, num, c) : TVN_RES_OK;
   if (!code && b.bk) code = put_side(t, accmode, first, num, b);
@@ -117,12 +127,14 @@ TVNrescodee TVN_checkdata(task& t) {
   const problem& p = t.prob;
   TVNrescodee code = TVN_RES_OK;
   for (int32_t i = 0; i < p.numcon && !code; i++) {
-    if (bk_has_lower(p.bkc[i]) && std::isnan(p.blc[i])) code = report_nan(t, TVN_RES_ERR_NAN_IN_BLC, TVN_ACC_CON, i);
+    if (bk_has_lower(p.bkc[i]) && std::isnan(p.blc[i]))
+      code = report_nan(t, TVN_RES_ERR_NAN_IN_BLC, TVN_ACC_CON, i);
     else if (bk_has_upper(p.bkc[i]) && std::isnan(p.buc[i]))
       code = report_nan(t, TVN_RES_ERR_NAN_IN_BUC, TVN_ACC_CON, i);
   }
   for (int32_t j = 0; j < p.numvar && !code; j++) {
-    if (std::isnan(p.c[j])) code = report_nan(t, TVN_RES_ERR_NAN_IN_C, TVN_ACC_VAR, j);
+    if (std::isnan(p.c[j]))
+      code = report_nan(t, TVN_RES_ERR_NAN_IN_C, TVN_ACC_VAR, j);
     else if (bk_has_lower(p.bkx[j]) && std::isnan(p.blx[j]))
       code = report_nan(t, TVN_RES_ERR_NAN_IN_BLX, TVN_ACC_VAR, j);
     else if (bk_has_upper(p.bkx[j]) && std::isnan(p.bux[j]))
@@ -136,9 +148,9 @@ TVNrescodee TVN_checkdata(task& t) {
 using namespace tvn;
 
 TVNrescodee TVN_inputdata(TVNtask_t task, int32_t maxnumcon, int32_t maxnumvar, int32_t numcon, int32_t numvar,
-                          const double* c, double cfix, const int32_t* aptrb, const int32_t* aptre,
-                          const int32_t* asub, const double* aval, const int32_t* bkc, const double* blc,
-                          const double* buc, const int32_t* bkx, const double* blx, const double* bux) {
+                          const double* c, double cfix, const int32_t* aptrb, const int32_t* aptre, const int32_t* asub,
+                          const double* aval, const int32_t* bkc, const double* blc, const double* buc,
+                          const int32_t* bkx, const double* blx, const double* bux) {
   return api(task, [&](tvn::task& t) {
     const column_data<int32_t> a{aptrb, aptre, asub, aval};
     return input_data(t, maxnumcon, maxnumvar, numcon, numvar, c, cfix, a, {bkc, blc, buc}, {bkx, blx, bux});
@@ -163,9 +175,8 @@ TVNrescodee TVN_appendvars(TVNtask_t task, int32_t num, const double* c, const i
   });
 }
 
-TVNrescodee TVN_appendcons(TVNtask_t task, int32_t num, const int32_t* aptrb, const int32_t* aptre,
-                           const int32_t* asub, const double* aval, const int32_t* bkc, const double* blc,
-                           const double* buc) {
+TVNrescodee TVN_appendcons(TVNtask_t task, int32_t num, const int32_t* aptrb, const int32_t* aptre, const int32_t* asub,
+                           const double* aval, const int32_t* bkc, const double* blc, const double* buc) {
   return api(task, [&](tvn::task& t) {
     return append_filled(t, TVN_ACC_CON, num, nullptr, {aptrb, aptre, asub, aval}, {bkc, blc, buc});
   });

@@ -46,7 +46,9 @@ using namespace tvn;
 TVNrescodee TVN_putobjsense(TVNtask_t task, int32_t sense) {
   return api(task, [&](tvn::task& t) {
     if (sense >= TVN_OBJECTIVE_SENSE_UNDEFINED && sense <= TVN_OBJECTIVE_SENSE_MAXIMIZE) {
+      const int32_t before = TVN_getoptobjsense(t);
       t.prob.objsense = sense;
+      if (TVN_getoptobjsense(t) != before) TVN_updsolstaftercchg(t); // as if all costs changed their sign
       return TVN_RES_OK;
     }
     char text[16] = {};

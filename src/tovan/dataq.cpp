@@ -19,7 +19,7 @@ const char label[] = "src/tovan/dataq";
 struct qentry {
   int32_t k = 0, i = 0, j = 0; // constraint (0 for the objective), row, column
   double val = 0;
-  int64_t order = 0;           // as given: duplicates are summed in this order
+  int64_t order = 0; // as given: duplicates are summed in this order
 };
 
 struct qregion {
@@ -71,7 +71,8 @@ int64_t merge_entries(buffer<qentry>& e, int64_t n) noexcept {
   for (int64_t p = 0; p < n; p++) {
     if (kept > 0 && e[kept - 1].k == e[p].k && e[kept - 1].i == e[p].i && e[kept - 1].j == e[p].j)
       e[kept - 1].val += e[p].val;
-    else e[kept++] = e[p];
+    else
+      e[kept++] = e[p];
   }
   return kept;
 }
@@ -119,7 +120,9 @@ TVNrescodee check_subscript(task& t, const char* argname, int64_t position, int3
 }
 
 TVNrescodee check_qobj(task& t, int64_t n, const int32_t* subi, const int32_t* subj, const double* val) {
-  if (const TVNrescodee code = check_arrays(t, label, __LINE__, n, {{subi, "qosubi"}, {subj, "qosubj"}, {val, "qoval"}})) return code;
+  if (const TVNrescodee code =
+          check_arrays(t, label, __LINE__, n, {{subi, "qosubi"}, {subj, "qosubj"}, {val, "qoval"}}))
+    return code;
   for (int64_t p = 0; p < n; p++) {
     if (const TVNrescodee code = check_subscript(t, "qosubi", p, subi[p])) return code;
     if (const TVNrescodee code = check_subscript(t, "qosubj", p, subj[p])) return code;
@@ -141,7 +144,9 @@ TVNrescodee check_qcon_entry(task& t, int32_t k, int32_t i, int32_t j, double va
 }
 
 TVNrescodee check_qconk(task& t, int32_t k, int64_t n, const int32_t* subi, const int32_t* subj, const double* val) {
-  if (const TVNrescodee code = check_arrays(t, label, __LINE__, n, {{subi, "qcsubi"}, {subj, "qcsubj"}, {val, "qcval"}})) return code;
+  if (const TVNrescodee code =
+          check_arrays(t, label, __LINE__, n, {{subi, "qcsubi"}, {subj, "qcsubj"}, {val, "qcval"}}))
+    return code;
   for (int64_t p = 0; p < n; p++) {
     if (const TVNrescodee code = check_subscript(t, "qcsubi", p, subi[p])) return code;
     if (const TVNrescodee code = check_subscript(t, "qcsubj", p, subj[p])) return code;
@@ -152,7 +157,9 @@ TVNrescodee check_qconk(task& t, int32_t k, int64_t n, const int32_t* subi, cons
 
 TVNrescodee check_qcon(task& t, int64_t n, const int32_t* subk, const int32_t* subi, const int32_t* subj,
                        const double* val) {
-  if (const TVNrescodee code = check_arrays(t, label, __LINE__, n, {{subk, "qcsubk"}, {subi, "qcsubi"}, {subj, "qcsubj"}, {val, "qcval"}})) return code;
+  if (const TVNrescodee code =
+          check_arrays(t, label, __LINE__, n, {{subk, "qcsubk"}, {subi, "qcsubi"}, {subj, "qcsubj"}, {val, "qcval"}}))
+    return code;
   const int32_t numvar = t.prob.numvar;
   for (int64_t p = 0; p < n; p++) {
     const int32_t k = subk[p], i = subi[p], j = subj[p], pos = static_cast<int32_t>(p);
@@ -163,8 +170,7 @@ TVNrescodee check_qcon(task& t, int64_t n, const int32_t* subk, const int32_t* s
     if (i >= numvar)
       return report(t, label, __LINE__, TVN_RES_ERR_QCON_SUBI_TOO_LARGE, TVN_userindex(t, i), pos,
                     TVN_userindex(t, numvar));
-    if (j < 0 || j >= numvar)
-      return report(t, label, __LINE__, TVN_RES_ERR_INV_QCON_SUBJ, TVN_userindex(t, j), pos);
+    if (j < 0 || j >= numvar) return report(t, label, __LINE__, TVN_RES_ERR_INV_QCON_SUBJ, TVN_userindex(t, j), pos);
     if (const TVNrescodee code = check_qcon_entry(t, k, i, j, val[p], p)) return code;
   }
   return TVN_RES_OK;
@@ -287,7 +293,9 @@ TVNrescodee copy_terms(task& t, int64_t begin, int64_t end, Int maxnum, Int* sur
   if (const TVNrescodee code = check_pointer(t, label, __LINE__, surp, "surp")) return code;
   if (*surp < 0 || *surp > maxnum) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_SURPLUS);
   if (end - begin > *surp) return report(t, label, __LINE__, TVN_RES_ERR_NEGATIVE_SURPLUS);
-  if (const TVNrescodee code = check_arrays(t, label, __LINE__, end - begin, {{subi, "subi"}, {subj, "subj"}, {val, "val"}})) return code;
+  if (const TVNrescodee code =
+          check_arrays(t, label, __LINE__, end - begin, {{subi, "subi"}, {subj, "subj"}, {val, "val"}}))
+    return code;
   const Int at = maxnum - *surp;
   std::copy_n(q.subi.data() + begin, end - begin, subi + at);
   std::copy_n(q.subj.data() + begin, end - begin, subj + at);
@@ -402,16 +410,12 @@ TVNrescodee TVN_getqobj64(TVNtask_t task, int64_t maxnumqonz, int64_t* qosurp, i
 
 TVNrescodee TVN_getqconk(TVNtask_t task, int32_t k, int32_t maxnumqcnz, int32_t* qcsurp, int32_t* numqcnz,
                          int32_t* qcsubi, int32_t* qcsubj, double* qcval) {
-  return api(task, [&](tvn::task& t) {
-    return copy_qconk(t, k, maxnumqcnz, qcsurp, numqcnz, qcsubi, qcsubj, qcval);
-  });
+  return api(task, [&](tvn::task& t) { return copy_qconk(t, k, maxnumqcnz, qcsurp, numqcnz, qcsubi, qcsubj, qcval); });
 }
 
 TVNrescodee TVN_getqconk64(TVNtask_t task, int32_t k, int64_t maxnumqcnz, int64_t* qcsurp, int64_t* numqcnz,
                            int32_t* qcsubi, int32_t* qcsubj, double* qcval) {
-  return api(task, [&](tvn::task& t) {
-    return copy_qconk(t, k, maxnumqcnz, qcsurp, numqcnz, qcsubi, qcsubj, qcval);
-  });
+  return api(task, [&](tvn::task& t) { return copy_qconk(t, k, maxnumqcnz, qcsurp, numqcnz, qcsubi, qcsubj, qcval); });
 }
 
 TVNrescodee TVN_getnumqobjnz64(TVNtask_t task, int64_t* numqonz) {

@@ -16,9 +16,9 @@ const char label[] = "src/tovan/dataremove";
 
 // A map of one side with the work arrays that its users need.
 struct side_map {
-  scratch<int32_t> to;      // [count] new place, -1: goes
-  scratch<int32_t> keywork; // [count]
-  scratch<double> work;     // [count]
+  scratch<int32_t> to;       // [count] new place, -1: goes
+  scratch<int32_t> keywork;  // [count]
+  scratch<double> work;      // [count]
   scratch<int64_t> longwork; // [count]
   int32_t count = 0, newcount = 0;
 
@@ -114,8 +114,10 @@ void renumber_constraints(task& t, side_map& m) noexcept {
 void renumber(task& t, int32_t accmode, side_map& m) noexcept {
   remap_solutions(t, accmode, m.count, m.to.data(), m.work.data(), m.keywork.data());
   TVN_permuteandremovenames(t, accmode, m.count, m.to.data(), m.longwork.data());
-  if (accmode == TVN_ACC_CON) renumber_constraints(t, m);
-  else renumber_variables(t, m);
+  if (accmode == TVN_ACC_CON)
+    renumber_constraints(t, m);
+  else
+    renumber_variables(t, m);
   t.basis = simplex_basis{};
 }
 
@@ -137,8 +139,10 @@ TVNrescodee remove_items(task& t, int32_t accmode, int32_t num, const int32_t* s
   side_map m(t.buffers, count);
   list_to_map(m, num, sub);
   if (p.a.made()) {
-    if (con) TVN_sprmat_deleterows(p.a, num, sub);
-    else TVN_sprmat_deletecols(p.a, num, sub);
+    if (con)
+      TVN_sprmat_deleterows(p.a, num, sub);
+    else
+      TVN_sprmat_deletecols(p.a, num, sub);
   }
   for (int32_t k = 0; k < num; k++) (void)neutralise(t, accmode, sub[k]);
   renumber(t, accmode, m);

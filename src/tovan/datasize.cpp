@@ -215,8 +215,8 @@ TVNrescodee put_maxnumanz(task& t, int64_t n) {
   if (n < 0) return report(t, label, __LINE__, TVN_RES_ERR_TOO_SMALL_MAXNUMANZ, static_cast<int32_t>(n));
   sprmat& a = get_a(t);
   const int64_t old = a.maxsize;
-  if (const TVNrescodee code = sprmat_result(t, TVN_sprmat_putmaxsize(a, n))) return code;
   if (n == old) return TVN_RES_OK;
+  if (const TVNrescodee code = sprmat_result(t, TVN_sprmat_putmaxsize(a, n))) return code;
   t.info.intg[TVN_IINF_STO_NUM_A_REALLOC]++;
   log_expansion(t, "maximum number of A nonzeros", old, n);
   return TVN_RES_OK;
@@ -236,8 +236,10 @@ TVNrescodee TVN_core_append(task& t, int32_t accmode, int32_t num, int32_t* firs
     if (code != sprmat_code::ok) return sprmat_result(t, code);
   }
   const int32_t old = count;
-  if (con) init_constraints(t, old, old + num);
-  else init_variables(t, old, old + num);
+  if (con)
+    init_constraints(t, old, old + num);
+  else
+    init_variables(t, old, old + num);
   count = old + num;
   for (int32_t k = old; k < count; k++) TVN_updsolstafterappend(t, accmode, k);
   return TVN_RES_OK;

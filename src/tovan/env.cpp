@@ -23,8 +23,7 @@ TVNrescodee count_task(env& e, int64_t env::*counter, int64_t& number, bool& due
   if (pthread_mutex_lock(&e.mutexes[task_mutex])) return report(e, label, __LINE__, TVN_RES_ERR_THREAD_MUTEX_LOCK);
   number = (e.*counter)++;
   due = e.deletepending != 0 && e.numtaskscreated == e.numtasksremoved;
-  if (pthread_mutex_unlock(&e.mutexes[task_mutex]))
-    return report(e, label, __LINE__, TVN_RES_ERR_THREAD_MUTEX_UNLOCK);
+  if (pthread_mutex_unlock(&e.mutexes[task_mutex])) return report(e, label, __LINE__, TVN_RES_ERR_THREAD_MUTEX_UNLOCK);
   return TVN_RES_OK;
 }
 

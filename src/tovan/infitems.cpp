@@ -1,4 +1,7 @@
 // Information items: access by index and name.
+//
+// The three families share one description each: size, constants, and the codes of a bad index and a bad name. Values
+// are plain arrays of the task; the library writes them through the TVNP_ accessors, users only read.
 #include "tovan/param.h"
 
 #include "tovan/api.h"
@@ -16,7 +19,7 @@ constexpr const char* label = "src/tovan/infitems";
 
 struct inf_family {
   int32_t max;
-  std::string_view family;  // of the constants
+  std::string_view family; // of the constants
   TVNrescodee badindex, badname;
 };
 

@@ -1,4 +1,5 @@
-// Information items of a task: what a run reports. Public ones are read by users, private ones by the library's own log.
+// Information items of a task: what a run reports. Public ones are read by users, private ones by the library's own
+// log.
 //
 // Plain arrays, numbered by the order of def/*inf.def. The private items have no constants in the public header.
 #pragma once
@@ -30,11 +31,11 @@ enum private_liinf : int32_t {
 };
 
 struct info_items {
-  std::array<double, num_dinf> dou{};                  // by TVN_DINF_*
-  std::array<int32_t, num_iinf> intg{};                // by TVN_IINF_*
-  std::array<int64_t, num_liinf> lint{};               // by TVN_LIINF_*
-  std::array<double, num_private_dinf> private_dou{};  // by TVNP_DINF_*
-  std::array<int32_t, num_private_iinf> private_intg{}; // by TVNP_IINF_*
+  std::array<double, num_dinf> dou{};                    // by TVN_DINF_*
+  std::array<int32_t, num_iinf> intg{};                  // by TVN_IINF_*
+  std::array<int64_t, num_liinf> lint{};                 // by TVN_LIINF_*
+  std::array<double, num_private_dinf> private_dou{};    // by TVNP_DINF_*
+  std::array<int32_t, num_private_iinf> private_intg{};  // by TVNP_IINF_*
   std::array<int64_t, num_private_liinf> private_lint{}; // by TVNP_LIINF_*
 };
 

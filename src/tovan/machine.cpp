@@ -50,8 +50,10 @@ cpu_caps detect_base() noexcept {
   caps.sse2 = (d & bit_SSE2) != 0;
   caps.sse3 = (c & bit_SSE3) != 0;
   const unsigned family = (a >> 8) & 15U;
-  if (std::strncmp(vendor, "AuthenticAMD", 12) == 0) caps.code = family >= 15 ? 10002 : 10001;
-  else if (std::strncmp(vendor, "GenuineIntel", 12) == 0) caps.code = intel_code(family, caps.sse2, caps.sse3);
+  if (std::strncmp(vendor, "AuthenticAMD", 12) == 0)
+    caps.code = family >= 15 ? 10002 : 10001;
+  else if (std::strncmp(vendor, "GenuineIntel", 12) == 0)
+    caps.code = intel_code(family, caps.sse2, caps.sse3);
   return caps;
 }
 

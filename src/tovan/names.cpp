@@ -142,7 +142,9 @@ name_stats TVN_getnamestats(const task& t) noexcept {
   return s;
 }
 
-void TVN_deletenamemap(namestore& names, int32_t item) noexcept { TVN_htbl_delete(names.map[static_cast<size_t>(item)]); }
+void TVN_deletenamemap(namestore& names, int32_t item) noexcept {
+  TVN_htbl_delete(names.map[static_cast<size_t>(item)]);
+}
 
 void TVN_makenamemap(task& t, int32_t item) {
   const auto k = static_cast<size_t>(item);

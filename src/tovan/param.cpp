@@ -1,4 +1,8 @@
 // Parameters by index: the put tests the rule of the kind, the get copies.
+//
+// A value that stands already passes untested, so a default outside its rule can be put back. A refused value leaves
+// the old one. Strings are owned by the task and copied in and out; a get into a buffer that is too short cuts and
+// warns. The library's own accessors (TVNP_) stop on an index that does not exist: it is a fault of ours.
 #include "tovan/param.h"
 
 #include "tovan/api.h"

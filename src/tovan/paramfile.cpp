@@ -88,8 +88,7 @@ TVNrescodee put_line_value(task& t, const param_line& p, std::string_view line) 
       if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
     name.assign({folded.data(), p.name.size()});
   }
-  if (TVNP_getintparam(t, TVN_IPAR_LOG_PARAM) > 0)
-    echo(t, TVN_STREAM_LOG, "%-36s %-s\n", name.c_str(), value.c_str());
+  if (TVNP_getintparam(t, TVN_IPAR_LOG_PARAM) > 0) echo(t, TVN_STREAM_LOG, "%-36s %-s\n", name.c_str(), value.c_str());
   int32_t partype = 0, param = 0;
   if (const TVNrescodee bad = TVN_whichparam(&t, name.c_str(), &partype, &param)) return bad;
   const TVNrescodee code = put_param_text(t, partype, param, name.c_str(), value.c_str());

@@ -1,4 +1,9 @@
 // Parameters by name, and a value given as text.
+//
+// Names are full constants and exact to the case. Each family is sorted, so a lookup bisects; a name is tried as a
+// double, an integer and a string parameter, in that order. The text of an integer parameter may be any symbolic
+// constant. Two functions by name differ from their twins on purpose, since callers rely on it: TVN_putnadouparam does
+// not pass a refusal on, and TVN_getnadouparam takes an unknown name for a bad index.
 #include "tovan/param.h"
 
 #include "misc/numtext.h"

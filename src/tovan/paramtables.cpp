@@ -1,4 +1,7 @@
 // Filling of the parameter tables from the .def files, and the values that a task starts from.
+//
+// The tables come from def/*param.def, row by row; a name is the family's prefix and the name of the row. Bisection
+// compares with the underscore below all other characters, which is the order of the rows.
 #include "tovan/paramtables.h"
 
 #include <cstdio>

@@ -19,41 +19,41 @@ inline bool TVN_isinfinity(double x) noexcept { return x >= infinity; }
 
 // Triplets of the objective and of all constraints in one pool, lower triangular (subi >= subj).
 struct qterms {
-  int64_t maxnumqnz = 0;        // capacity of the pool
-  int64_t numqnzfree = 0;       // unused entries at its tail
-  buffer<int32_t> subi, subj;   // [maxnumqnz]
-  buffer<double> val;           // [maxnumqnz]
+  int64_t maxnumqnz = 0;      // capacity of the pool
+  int64_t numqnzfree = 0;     // unused entries at its tail
+  buffer<int32_t> subi, subj; // [maxnumqnz]
+  buffer<double> val;         // [maxnumqnz]
   int64_t objbegin = 0, objend = 0;
   buffer<int64_t> conbegin, conend; // [maxnumcon], empty until a constraint receives terms
 };
 
 // Members of cone k lie in members[begin[k]] to members[end[k] - 1]; a variable is in one cone at most.
 struct cones {
-  int32_t surplus = 0;          // unused entries at the tail of members
-  buffer<int32_t> begin, end;   // [maxnumcone]
-  buffer<int32_t> type;         // [maxnumcone] TVN_CT_*
-  buffer<double> par;           // [maxnumcone] kept for the user
-  buffer<int32_t> members;      // [maxnumvar]
-  buffer<int32_t> which;        // [maxnumvar] 0: in no cone, else cone + 1
+  int32_t surplus = 0;        // unused entries at the tail of members
+  buffer<int32_t> begin, end; // [maxnumcone]
+  buffer<int32_t> type;       // [maxnumcone] TVN_CT_*
+  buffer<double> par;         // [maxnumcone] kept for the user
+  buffer<int32_t> members;    // [maxnumvar]
+  buffer<int32_t> which;      // [maxnumvar] 0: in no cone, else cone + 1
 };
 
 struct problem {
   int32_t maxnumvar = 0, maxnumcon = 0, maxnumcone = 0;
   int32_t numvar = 0, numcon = 0, numcone = 0;
-  int32_t objsense = 0;         // TVN_OBJECTIVE_SENSE_*, 0: the parameter decides
-  buffer<double> cslack;        // [maxnumcon] objective coefficient of the activity, 0 unless the library sets it
-  buffer<double> c;             // [maxnumvar]
+  int32_t objsense = 0;  // TVN_OBJECTIVE_SENSE_*, 0: the parameter decides
+  buffer<double> cslack; // [maxnumcon] objective coefficient of the activity, 0 unless the library sets it
+  buffer<double> c;      // [maxnumvar]
   double cfix = 0.0;
   qterms q;
-  sprmat a;                     // made on first need
-  buffer<int32_t> bkc, bkx;     // [maxnumcon], [maxnumvar] TVN_BK_*
-  buffer<double> blc, buc;      // [maxnumcon]
-  buffer<double> blx, bux;      // [maxnumvar]
+  sprmat a;                 // made on first need
+  buffer<int32_t> bkc, bkx; // [maxnumcon], [maxnumvar] TVN_BK_*
+  buffer<double> blc, buc;  // [maxnumcon]
+  buffer<double> blx, bux;  // [maxnumvar]
   cones cone;
   int32_t numintvar = 0;
-  buffer<int32_t> vartype;      // [maxnumvar] TVN_VAR_TYPE_*, empty: all continuous
-  buffer<int32_t> branchpri;    // [maxnumvar], empty until first put
-  buffer<int32_t> branchdir;    // [maxnumvar] TVN_BRANCH_DIR_*, likewise
+  buffer<int32_t> vartype;   // [maxnumvar] TVN_VAR_TYPE_*, empty: all continuous
+  buffer<int32_t> branchpri; // [maxnumvar], empty until first put
+  buffer<int32_t> branchdir; // [maxnumvar] TVN_BRANCH_DIR_*, likewise
 };
 
 } // namespace tvn

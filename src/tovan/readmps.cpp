@@ -1,4 +1,8 @@
 // The line reader and the field splitter.
+//
+// Text that a block leaves over is moved to its front before the next read, so every line lies in one piece; a line
+// longer than the block doubles the block. The end of the line that was found last is kept, which keeps a file with CR
+// line ends linear. A split looks at each character of a line once or twice and copies none but in odd numbers.
 #include "tovan/readmps.h"
 
 #include "misc/numtext.h"
@@ -9,8 +13,8 @@ namespace {
 
 constexpr int64_t block_size = 1 << 20;
 
-constexpr const char* section_words[num_mps_sections] = {"NAME",   "OBJSENSE", "OBJNAME", "ROWS",    "COLUMNS",
-                                                         "RHS",    "RANGES",   "BOUNDS",  "SETS",    "QUADOBJ",
+constexpr const char* section_words[num_mps_sections] = {"NAME",     "OBJSENSE", "OBJNAME", "ROWS", "COLUMNS",
+                                                         "RHS",      "RANGES",   "BOUNDS",  "SETS", "QUADOBJ",
                                                          "QSECTION", "CSECTION", "ENDATA"};
 
 struct field_place {
@@ -159,8 +163,8 @@ mps_status split_free(rm_state& rm, std::string_view line, mps_section section, 
 }
 
 mps_status split(rm_state& rm, std::string_view line, mps_section section, int32_t firstfree, mps_fields& f) noexcept {
-  const mps_status status = rm.mode == mps_mode::free ? split_free(rm, line, section, firstfree, f)
-                                                      : split_fixed(rm, line, f);
+  const mps_status status =
+      rm.mode == mps_mode::free ? split_free(rm, line, section, firstfree, f) : split_fixed(rm, line, f);
   if (line.find('\t') == std::string_view::npos) return status;
   const auto has_tab = [](std::string_view s) { return s.find('\t') != std::string_view::npos; };
   rm.badfield = has_tab(f.name2) ? 2 : has_tab(f.name3) ? 3 : has_tab(f.name5) ? 5 : rm.badfield;
@@ -214,7 +218,8 @@ bool TVN_rm_getline(rm_state& rm) {
     const void* cr = std::memchr(from, '\r', static_cast<size_t>(rm.newline - rm.begin));
     const int64_t at = cr ? static_cast<const char*>(cr) - rm.block.data() : rm.newline;
     // A CR at the end of the block may have its LF in the next one.
-    if (cr && (at + 1 < rm.end || rm.atend)) return deliver(rm, at, at + 1 == rm.newline && at + 1 < rm.end ? at + 2 : at + 1);
+    if (cr && (at + 1 < rm.end || rm.atend))
+      return deliver(rm, at, at + 1 == rm.newline && at + 1 < rm.end ? at + 2 : at + 1);
     if (!cr && rm.newline < rm.end) return deliver(rm, at, at + 1);
     if (refill(rm)) continue;
     if (rm.filestate != sys_code::ok || rm.begin == rm.end) break;
@@ -233,7 +238,10 @@ mps_status TVN_rm_read(rm_state& rm, mps_section section, mps_fields& fields) {
     }
     if (static_cast<int64_t>(line.size()) > rm.width) return mps_status::too_long;
     const bool haskey = section == mps_section::rows || section == mps_section::bounds;
-    return split(rm, line, section, haskey ? 1 : 2, fields);
+    const mps_status status = split(rm, line, section, haskey ? 1 : 2, fields);
+    // Text in an unused field 1 is the sign of a file in free form: its fields would be taken for others.
+    const bool nokey = section == mps_section::columns || section == mps_section::rhs || section == mps_section::ranges;
+    return nokey && !fields.key.empty() ? bad_field(rm, 1) : status;
   }
   return mps_status::end_of_file;
 }

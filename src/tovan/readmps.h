@@ -18,7 +18,20 @@
 namespace tvn {
 
 enum class mps_section : int32_t {
-  name, objsense, objname, rows, columns, rhs, ranges, bounds, sets, quadobj, qsection, csection, endata, none
+  name,
+  objsense,
+  objname,
+  rows,
+  columns,
+  rhs,
+  ranges,
+  bounds,
+  sets,
+  quadobj,
+  qsection,
+  csection,
+  endata,
+  none
 };
 inline constexpr int32_t num_mps_sections = 13;
 const char* mps_section_word(mps_section section) noexcept;
@@ -44,17 +57,17 @@ struct rm_state {
   sysenv* sys = nullptr;
   sysfile* file = nullptr;
   mps_mode mode = mps_mode::relaxed;
-  bool quoted = false;         // free mode: names may stand in double quotes
-  int64_t width = 1024;        // of the longest data line
+  bool quoted = false;  // free mode: names may stand in double quotes
+  int64_t width = 1024; // of the longest data line
   sys_code filestate = sys_code::ok;
-  buffer<char> block;          // [begin, end) is not yet delivered
+  buffer<char> block; // [begin, end) is not yet delivered
   int64_t begin = 0, end = 0;
-  int64_t newline = -1;        // position of the next LF, `end` for none in the block, -1 not yet searched
-  bool atend = false;          // the file has no more
-  std::string_view line;       // the present line without its end
-  int64_t linenumber = 0;      // of the present line, from 1
-  bool pushedback = false;     // the present line is delivered again
-  int32_t badfield = 0;        // 1 to 6
+  int64_t newline = -1;    // position of the next LF, `end` for none in the block, -1 not yet searched
+  bool atend = false;      // the file has no more
+  std::string_view line;   // the present line without its end
+  int64_t linenumber = 0;  // of the present line, from 1
+  bool pushedback = false; // the present line is delivered again
+  int32_t badfield = 0;    // 1 to 6
 };
 
 void TVN_rm_make(rm_state& rm, sysenv& sys, sysfile& file, mps_mode mode, bool quoted, int64_t width);

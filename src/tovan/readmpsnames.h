@@ -10,14 +10,14 @@ namespace tvn {
 
 struct mps_names {
   struct slot {
-    uint64_t head;  // the first 8 bytes of the name, 0 behind its end
-    int32_t index;  // -1: empty
+    uint64_t head; // the first 8 bytes of the name, 0 behind its end
+    int32_t index; // -1: empty
     int32_t len;
   };
   sysenv* sys = nullptr;
-  buffer<slot> slots;       // a power of two
+  buffer<slot> slots; // a power of two
   vec<char> pool;
-  vec<int64_t> offset;      // [size()] into pool
+  vec<int64_t> offset; // [size()] into pool
 
   void make(sysenv& s, int64_t expected);
   int32_t size() const noexcept { return static_cast<int32_t>(offset.size()); }

@@ -231,6 +231,18 @@ TVNrescodee TVN_exceptiontaskdbg(const char* file, int line, const char* functio
   return result;
 }
 
+TVNrescodee TVN_exceptiontaskva(const char* file, int line, const char* function, TVNtask_t task, TVNrescodee code,
+                                va_list args) {
+  if (const TVNrescodee bad = check(task)) return bad;
+  return report_va(*task, file, line, function, code, args);
+}
+
+TVNrescodee TVN_exceptionenvva(const char* file, int line, const char* function, TVNenv_t env, TVNrescodee code,
+                               va_list args) {
+  if (const TVNrescodee bad = check(env)) return bad;
+  return report_va(*env, file, line, function, code, args);
+}
+
 TVNrescodee TVN_exceptionenv(TVNenv_t env, TVNrescodee code, ...) {
   if (const TVNrescodee bad = check(env)) return bad;
   va_list args;
@@ -249,8 +261,7 @@ TVNrescodee TVN_exceptionenvdbg(const char* file, int line, const char* function
   return result;
 }
 
-TVNrescodee TVN_getlasterror64(TVNtask_t task, TVNrescodee* lastcode, int64_t maxlen, int64_t* msglen,
-                               char* msg) {
+TVNrescodee TVN_getlasterror64(TVNtask_t task, TVNrescodee* lastcode, int64_t maxlen, int64_t* msglen, char* msg) {
   return api(task, [&](tvn::task& t) {
     if (lastcode) *lastcode = t.lasterror;
     if (msglen) *msglen = t.lasterrorlen;

@@ -1,4 +1,7 @@
 // Lookups in the table of response codes.
+//
+// The table is the text of def/rescode.def, sorted by value, which the compiler checks; a code is found by bisection.
+// A code says its class by its value alone, so codes that do not exist have a class too.
 #include "tovan/rescode.h"
 
 #include <algorithm>

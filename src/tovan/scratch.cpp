@@ -70,8 +70,10 @@ void* TVN_getbufdbg(const char* file, int line, scratch_pool& pool, int64_t coun
   scratch_record** link = &c.free;
   while (*link && ((*link)->capacity < count || (*link)->iszero != zeroed)) link = &(*link)->next;
   scratch_record* r = *link;
-  if (r) *link = r->next;
-  else r = make_record(file, line, pool, count, elemsize, zeroed);
+  if (r)
+    *link = r->next;
+  else
+    r = make_record(file, line, pool, count, elemsize, zeroed);
   r->next = c.inuse;
   c.inuse = r;
   return r->storage;

@@ -13,7 +13,7 @@ namespace tvn {
 struct scratch_record; // head of one buffer; its storage follows
 
 struct scratch_class {
-  scratch_record* free = nullptr;  // ascending capacity
+  scratch_record* free = nullptr; // ascending capacity
   scratch_record* inuse = nullptr;
 };
 

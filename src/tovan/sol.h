@@ -25,8 +25,8 @@ sol_ptrs TVN_getsolptrs(task& t, int32_t whichsol);
 void TVN_getsolptrs(task& t, int32_t whichsol, int32_t** prosta, int32_t** solsta, int32_t** skc, int32_t** skx,
                     int32_t** skn, double** xc, double** xx, double** y, double** slc, double** suc, double** slx,
                     double** sux, double** snx);
-void TVN_makesolution(task& t, int32_t whichsol);                 // storage, the flag stays
-void TVN_makesolutionstatusunknown(task& t, int32_t whichsol);    // defined, all zero, solution status unknown
+void TVN_makesolution(task& t, int32_t whichsol);              // storage, the flag stays
+void TVN_makesolutionstatusunknown(task& t, int32_t whichsol); // defined, all zero, solution status unknown
 void resize_solutions(task& t, int32_t maxnumcon, int32_t maxnumvar, int32_t maxnumcone);
 void delete_solutions(solution_store& s) noexcept;
 void TVN_invalidallsol(task& t) noexcept;

@@ -71,23 +71,33 @@ double dual_bound_violation(const side_view& v, int32_t i, double sign) noexcept
   return worst;
 }
 
-double dual_sign(const task& t) noexcept {
-  return TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE ? 1.0 : -1.0;
-}
+double dual_sign(const task& t) noexcept { return TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE ? 1.0 : -1.0; }
 
-// Residual xc - A xx of every row and the largest term of each, or 1.
-void row_residuals(task& t, const sol_ptrs& s, long double* residual, double* scale) {
+// Residual xc - A xx of every row and the largest term of each, or 1. A running sum is kept as an unevaluated pair of
+// doubles, so that the terms of a row may come in any order without loss.
+struct row_sums {
+  scratch<double> high, low, scale; // [numcon]
+
+  row_sums(scratch_pool& pool, int32_t n) : high(pool, n, false), low(pool, n, false), scale(pool, n, false) {}
+  double residual(int32_t i) noexcept { return std::fabs(high[i] + low[i]); }
+};
+
+void row_residuals(task& t, const sol_ptrs& s, row_sums& r) {
   const problem& p = t.prob;
   for (int32_t i = 0; i < p.numcon; i++) {
-    residual[i] = s.xc[i];
-    scale[i] = std::max(1.0, std::fabs(s.xc[i]));
+    r.high[i] = s.xc[i];
+    r.low[i] = 0.0;
+    r.scale[i] = std::max(1.0, std::fabs(s.xc[i]));
   }
   const sprmat_view a = TVN_sprmat_viewcols(get_a(t));
   for (int32_t j = 0; j < p.numvar; j++) {
     for (int64_t q = a.ptrb[j]; q < a.ptre[j]; q++) {
+      const int32_t i = a.sub[q];
       const long double term = static_cast<long double>(a.val[q]) * s.xx[j];
-      residual[a.sub[q]] -= term;
-      scale[a.sub[q]] = std::max(scale[a.sub[q]], std::fabs(static_cast<double>(term)));
+      const long double sum = static_cast<long double>(r.high[i]) + r.low[i] - term;
+      r.high[i] = static_cast<double>(sum);
+      r.low[i] = static_cast<double>(sum - r.high[i]);
+      r.scale[i] = std::max(r.scale[i], std::fabs(static_cast<double>(term)));
     }
   }
 }
@@ -137,11 +147,9 @@ void primal_measures(task& t, int32_t whichsol, const sol_ptrs& s, solution_meas
     const side_view v = side_of(t, s, accmode);
     for (int32_t i = 0; i < v.b.count; i++) m.maxpbi = worse(m.maxpbi, bound_violation(v, i, f, false));
   }
-  buffer<long double> residual(*t.sys, p.numcon);
-  scratch<double> scale(t.buffers, p.numcon, false);
-  row_residuals(t, s, residual.data(), scale.data());
-  for (int32_t i = 0; i < p.numcon; i++)
-    m.maxpeqi = worse(m.maxpeqi, std::fabs(static_cast<double>(residual[i])));
+  row_sums rows(t.buffers, p.numcon);
+  row_residuals(t, s, rows);
+  for (int32_t i = 0; i < p.numcon; i++) m.maxpeqi = worse(m.maxpeqi, rows.residual(i));
   for (int32_t k = 0; k < p.numcone; k++) m.maxpcni = worse(m.maxpcni, cone_violation(p.cone, s.xx, k));
   if (!p.vartype.empty())
     for (int32_t j = 0; j < p.numvar; j++)
@@ -198,11 +206,9 @@ TVNrescodee get_dbi(task& t, int32_t whichsol, int32_t accmode, const int32_t* s
 
 TVNrescodee get_peqi(task& t, int32_t whichsol, const int32_t* sub, int32_t num, double* peqi, bool normalize) {
   if (const TVNrescodee code = check_measured(t, whichsol, TVN_ACC_CON, num, sub)) return code;
-  buffer<long double> residual(*t.sys, t.prob.numcon);
-  scratch<double> scale(t.buffers, t.prob.numcon, false);
-  row_residuals(t, TVN_getsolptrs(t, whichsol), residual.data(), scale.data());
-  for (int32_t k = 0; k < num; k++)
-    peqi[k] = std::fabs(static_cast<double>(residual[sub[k]])) / (normalize ? scale[sub[k]] : 1.0);
+  row_sums rows(t.buffers, t.prob.numcon);
+  row_residuals(t, TVN_getsolptrs(t, whichsol), rows);
+  for (int32_t k = 0; k < num; k++) peqi[k] = rows.residual(sub[k]) / (normalize ? rows.scale[sub[k]] : 1.0);
   return TVN_RES_OK;
 }
 

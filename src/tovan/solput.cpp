@@ -11,8 +11,10 @@ const char label[] = "src/tovan/solput";
 
 template <class T> void copy_in(const T* from, int32_t count, T* to) noexcept {
   if (!to) return;
-  if (from) std::copy_n(from, count, to);
-  else std::fill_n(to, count, T{});
+  if (from)
+    std::copy_n(from, count, to);
+  else
+    std::fill_n(to, count, T{});
 }
 
 void make_if_undefined(task& t, int32_t whichsol) {

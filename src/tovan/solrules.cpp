@@ -12,9 +12,7 @@ namespace tvn {
 
 namespace {
 
-bool any_defined(const task& t) noexcept {
-  return t.sols.defined[0] || t.sols.defined[1] || t.sols.defined[2];
-}
+bool any_defined(const task& t) noexcept { return t.sols.defined[0] || t.sols.defined[1] || t.sols.defined[2]; }
 
 template <class Rule> void each_defined(task& t, Rule rule) {
   for (int32_t which = 0; which < 3; which++)
@@ -128,8 +126,10 @@ void new_variable_entry(task& t, int32_t which, int32_t j) noexcept {
 
 // A side became tighter; `violated`: the present value breaks it.
 void after_tightening(int32_t& prosta, int32_t& solsta, bool violated) noexcept {
-  if (prosta == TVN_PRO_STA_PRIM_AND_DUAL_INFEAS) prosta = TVN_PRO_STA_PRIM_INFEAS;
-  else if (prosta == TVN_PRO_STA_DUAL_INFEAS || prosta == TVN_PRO_STA_ILL_POSED) prosta = TVN_PRO_STA_UNKNOWN;
+  if (prosta == TVN_PRO_STA_PRIM_AND_DUAL_INFEAS)
+    prosta = TVN_PRO_STA_PRIM_INFEAS;
+  else if (prosta == TVN_PRO_STA_DUAL_INFEAS || prosta == TVN_PRO_STA_ILL_POSED)
+    prosta = TVN_PRO_STA_UNKNOWN;
   if (!violated) return;
   switch (prosta) {
   case TVN_PRO_STA_PRIM_AND_DUAL_FEAS: prosta = TVN_PRO_STA_DUAL_FEAS; break;
@@ -172,8 +172,10 @@ void after_dropping(int32_t& prosta, int32_t& solsta) noexcept {
 }
 
 void after_relaxing(int32_t& prosta, int32_t& solsta) noexcept {
-  if (prosta == TVN_PRO_STA_PRIM_AND_DUAL_INFEAS) prosta = TVN_PRO_STA_DUAL_INFEAS;
-  else if (prosta == TVN_PRO_STA_PRIM_INFEAS || prosta == TVN_PRO_STA_ILL_POSED) prosta = TVN_PRO_STA_UNKNOWN;
+  if (prosta == TVN_PRO_STA_PRIM_AND_DUAL_INFEAS)
+    prosta = TVN_PRO_STA_DUAL_INFEAS;
+  else if (prosta == TVN_PRO_STA_PRIM_INFEAS || prosta == TVN_PRO_STA_ILL_POSED)
+    prosta = TVN_PRO_STA_UNKNOWN;
   switch (solsta) {
   case TVN_SOL_STA_OPTIMAL: solsta = TVN_SOL_STA_PRIM_AND_DUAL_FEAS; break;
   case TVN_SOL_STA_INTEGER_OPTIMAL: solsta = TVN_SOL_STA_PRIM_FEAS; break;
@@ -207,8 +209,8 @@ void change_statuses(const bound_change& b, double x, int32_t& prosta, int32_t& 
   if (upper && (!oldupper || b.now.bu < b.old.bu - b.tol)) after_tightening(prosta, solsta, x > b.now.bu + b.tol);
   const bool dropped = (oldlower && !lower) || (oldupper && !upper);
   if (dropped) after_dropping(prosta, solsta);
-  const bool moved = (oldlower && lower && b.now.bl < b.old.bl - b.tol) ||
-                     (oldupper && upper && b.now.bu > b.old.bu + b.tol);
+  const bool moved =
+      (oldlower && lower && b.now.bl < b.old.bl - b.tol) || (oldupper && upper && b.now.bu > b.old.bu + b.tol);
   const bool stayedfree = b.old.bk == TVN_BK_FR && b.now.bk == TVN_BK_FR;
   if (dropped || moved || stayedfree) after_relaxing(prosta, solsta);
 }

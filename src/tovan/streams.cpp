@@ -1,10 +1,17 @@
 // The streams of tasks and environments: linking, flushing and writing.
+//
+// The work is done by misc/stream.h on the block of the handle; here stand the checks, the opening of files and the
+// response codes. A file is opened before the old one is closed, so a name that cannot be opened changes nothing.
 #include "tovan/streams.h"
 
 #include "misc/outfmt.h"
+#include "misc/utf8.h"
 #include "tovan/api.h"
 #include "tovan/report.h"
 #include "tovan/tovanio.h"
+#include "tovan/version.h"
+
+#include <cstdlib>
 
 namespace tvn {
 
@@ -88,9 +95,8 @@ TVNrescodee TVN_linkfunctotaskstream(TVNtask_t task, int32_t whichstream, void* 
 }
 
 TVNrescodee TVN_unlinkfuncfromtaskstream(TVNtask_t task, int32_t whichstream) {
-  return api(task, [&](tvn::task& t) {
-    return finish(t, whichstream, TVN_unlinkfuncfromstream(t.streams, whichstream));
-  });
+  return api(task,
+             [&](tvn::task& t) { return finish(t, whichstream, TVN_unlinkfuncfromstream(t.streams, whichstream)); });
 }
 
 TVNrescodee TVN_linkfunctoenvstream(TVNenv_t env, int32_t whichstream, void* handle, TVN_streamfunc func) {
@@ -153,4 +159,34 @@ TVNrescodee TVN_echoenv(TVNenv_t env, int32_t whichstream, const char* format, .
   const TVNrescodee code = TVN_echoenvva(env, whichstream, format, args);
   va_end(args);
   return code;
+}
+
+TVNrescodee TVN_echointro(TVNenv_t env, int32_t longver) {
+  return api(env, [&](tvn::env& e) {
+    echo(e, TVN_STREAM_LOG, "%s Version %d.%d.%d.%d (Build date: %s)\n", product_name, version_major, version_minor,
+         version_build, version_revision, build_date);
+    if (!longver) return TVN_RES_OK;
+    const char* path = std::getenv("LD_LIBRARY_PATH");
+    echo(e, TVN_STREAM_LOG, "Operating system variables\n");
+    echo(e, TVN_STREAM_LOG, "%-20s: %s\n", "LD_LIBRARY_PATH", path ? path : "");
+    return TVN_RES_OK;
+  });
+}
+
+TVNrescodee TVN_utf8towchar(size_t outputlen, size_t* len, size_t* conv, wchar_t* output, const char* input) {
+  if (!input || (!output && outputlen > 0)) return TVN_RES_ERR_NULL_POINTER;
+  int64_t total = 0, done = 0;
+  const utf8_code code = TVN_UTF8toWChar(static_cast<int64_t>(outputlen), total, done, output, input);
+  if (len) *len = static_cast<size_t>(total);
+  if (conv) *conv = static_cast<size_t>(done);
+  return code == utf8_code::ok ? TVN_RES_OK : TVN_RES_ERR_INVALID_UTF8;
+}
+
+TVNrescodee TVN_wchartoutf8(size_t outputlen, size_t* len, size_t* conv, char* output, const wchar_t* input) {
+  if (!input || (!output && outputlen > 0)) return TVN_RES_ERR_NULL_POINTER;
+  int64_t total = 0, done = 0;
+  const utf8_code code = TVN_WCharToUTF8(static_cast<int64_t>(outputlen), total, done, output, input);
+  if (len) *len = static_cast<size_t>(total);
+  if (conv) *conv = static_cast<size_t>(done);
+  return code == utf8_code::ok ? TVN_RES_OK : TVN_RES_ERR_INVALID_WCHAR;
 }

@@ -1,5 +1,8 @@
 // Words for the values of single families: status keys, bound keys, cone types, statuses, problem types, optimizers and
-// callback codes. A caller's text buffer holds at least TVN_MAX_STR_LEN bytes.
+// callback codes.
+//
+// Words that files and logs show stand in small tables by value; bound keys, cone types and callback codes answer with
+// their constant. A caller's text buffer holds at least TVN_MAX_STR_LEN bytes.
 #include "tovan/symcontext.h"
 
 #include "tovan/api.h"
@@ -18,25 +21,43 @@ constexpr const char* label = "src/tovan/symcontext";
 
 constexpr const char* status_keys[] = {"UN", "BS", "SB", "LL", "UL", "EQ", "**"};
 constexpr const char* cone_types[] = {"QUAD", "RQUAD"};
-constexpr const char* problem_statuses[] = {
-    "UNKNOWN", "PRIMAL_AND_DUAL_FEASIBLE", "PRIMAL_FEASIBLE", "DUAL_FEASIBLE", "PRIMAL_INFEASIBLE", "DUAL_INFEASIBLE",
-    "PRIMAL_AND_DUAL_INFEASIBLE", "ILL_POSED", "NEAR_PRIMAL_AND_DUAL_FEASIBLE", "NEAR_PRIMAL_FEASIBLE",
-    "NEAR_DUAL_FEASIBLE", "PRIMAL_INFEASIBLE_OR_UNBOUNDED"};
-constexpr const char* solution_statuses[] = {
-    "UNKNOWN", "OPTIMAL", "PRIMAL_FEASIBLE", "DUAL_FEASIBLE", "PRIMAL_AND_DUAL_FEASIBLE",
-    "PRIMAL_INFEASIBLE_CERTIFICATE", "DUAL_INFEASIBLE_CERTIFICATE", nullptr, "NEAR_OPTIMAL", "NEAR_PRIMAL_FEASIBLE",
-    "NEAR_DUAL_FEASIBLE", "NEAR_PRIMAL_AND_DUAL_FEASIBLE", "NEAR_PRIMAL_INFEASIBLE_CERTIFICATE",
-    "NEAR_DUAL_INFEASIBLE_CERTIFICATE", "INTEGER_OPTIMAL", "NEAR_INTEGER_OPTIMAL"};
+constexpr const char* problem_statuses[] = {"UNKNOWN",
+                                            "PRIMAL_AND_DUAL_FEASIBLE",
+                                            "PRIMAL_FEASIBLE",
+                                            "DUAL_FEASIBLE",
+                                            "PRIMAL_INFEASIBLE",
+                                            "DUAL_INFEASIBLE",
+                                            "PRIMAL_AND_DUAL_INFEASIBLE",
+                                            "ILL_POSED",
+                                            "NEAR_PRIMAL_AND_DUAL_FEASIBLE",
+                                            "NEAR_PRIMAL_FEASIBLE",
+                                            "NEAR_DUAL_FEASIBLE",
+                                            "PRIMAL_INFEASIBLE_OR_UNBOUNDED"};
+constexpr const char* solution_statuses[] = {"UNKNOWN",
+                                             "OPTIMAL",
+                                             "PRIMAL_FEASIBLE",
+                                             "DUAL_FEASIBLE",
+                                             "PRIMAL_AND_DUAL_FEASIBLE",
+                                             "PRIMAL_INFEASIBLE_CERTIFICATE",
+                                             "DUAL_INFEASIBLE_CERTIFICATE",
+                                             nullptr,
+                                             "NEAR_OPTIMAL",
+                                             "NEAR_PRIMAL_FEASIBLE",
+                                             "NEAR_DUAL_FEASIBLE",
+                                             "NEAR_PRIMAL_AND_DUAL_FEASIBLE",
+                                             "NEAR_PRIMAL_INFEASIBLE_CERTIFICATE",
+                                             "NEAR_DUAL_INFEASIBLE_CERTIFICATE",
+                                             "INTEGER_OPTIMAL",
+                                             "NEAR_INTEGER_OPTIMAL"};
 constexpr const char* problem_types[] = {"LO (linear optimization problem)",
                                          "QO (quadratic optimization problem)",
                                          "QCQO (quadratically constrained optimization problem)",
                                          "GECO (general convex optimization problem)",
                                          "CONIC (conic optimization problem)",
                                          "MIXED (conic and nonlinear optimization problem)"};
-constexpr const char* optimizers[] = {"free",         "interior-point", "conic",
-                                      "qcone",        "primal simplex", "dual simplex",
-                                      "primal-dual simplex", "free simplex",   "mixed integer",
-                                      "nonconvex",    "concurrent"};
+constexpr const char* optimizers[] = {
+    "free",         "interior-point", "conic",     "qcone",     "primal simplex", "dual simplex", "primal-dual simplex",
+    "free simplex", "mixed integer",  "nonconvex", "concurrent"};
 
 template <size_t N> const char* word(const char* const (&words)[N], int32_t value) noexcept {
   return value >= 0 && value < static_cast<int32_t>(N) ? words[value] : nullptr;

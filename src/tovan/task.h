@@ -13,19 +13,19 @@
 #include "tovan/solution.h"
 
 struct TVNtask {
-  TVNenv_t env = nullptr;      // the task is valid only while this is not null
-  tvn::sysenv* sys = nullptr;  // owned
+  TVNenv_t env = nullptr;     // the task is valid only while this is not null
+  tvn::sysenv* sys = nullptr; // owned
   int64_t taskid = 0;
   tvn::text taskname;
-  tvn::problem prob;           // sizes, objective, bounds, A, Q, cones, integers
+  tvn::problem prob; // sizes, objective, bounds, A, Q, cones, integers
   tvn::namestore names;
-  tvn::param_values params;    // this task's values of all parameters
-  tvn::solution_store sols;    // three slots
-  tvn::simplex_basis basis;    // basis and factor kept from the last simplex run
+  tvn::param_values params; // this task's values of all parameters
+  tvn::solution_store sols; // three slots
+  tvn::simplex_basis basis; // basis and factor kept from the last simplex run
   tvn::scratch_pool buffers;
   int32_t logheadprinted = 0;
   std::array<int32_t, 1000> warningcount{};
-  tvn::info_items info;        // public and private information items
+  tvn::info_items info;             // public and private information items
   double optstart = 0, optstop = 0; // seconds since the epoch
   TVN_callbackfunc callback = nullptr;
   void* callbackhandle = nullptr;

@@ -80,8 +80,8 @@ TVNrescodee copy_solutions(task& to, task& from) {
   for (int32_t which = 0; which < 3; which++) {
     if (!TVN_solutiondef(from, which)) continue;
     const sol_ptrs s = TVN_getsolptrs(from, which);
-    const TVNrescodee code = TVN_putsolution(&to, which, s.skc, s.skx, s.skn, s.xc, s.xx, s.y, s.slc, s.suc, s.slx,
-                                             s.sux, s.snx);
+    const TVNrescodee code =
+        TVN_putsolution(&to, which, s.skc, s.skx, s.skn, s.xc, s.xx, s.y, s.slc, s.suc, s.slx, s.sux, s.snx);
     if (code) return code;
   }
   return TVN_RES_OK;
@@ -96,7 +96,10 @@ TVNrescodee copy_task(task& to, task& from) {
   copy_names(to, from);
   copy_param_values(to.params, from.params);
   copy_linear(to, p);
-  if (from.prob.a.made()) TVN_sprmat_copy(from.prob.a, *to.sys, to.prob.a);
+  if (from.prob.a.made()) {
+    TVN_sprmat_copy(from.prob.a, *to.sys, to.prob.a);
+    watch_a(to);
+  }
   copy_quadratic(to, p);
   copy_cones(to, p);
   return copy_solutions(to, from);

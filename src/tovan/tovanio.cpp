@@ -1,4 +1,8 @@
 // Opening of files, formats from names, and the entry that reads a problem.
+//
+// Reading: resolve the name, find format and compression, open (a failure leaves the task as it was), drop the old
+// problem, hand the open file to the reader of the format, fill the information items. A failed read leaves what was
+// entered so far. The file is closed on every path by its owner in this file.
 #include "tovan/tovanio.h"
 
 #include "tovan/api.h"
@@ -89,7 +93,8 @@ TVNrescodee read_data(task& t, const char* filename) {
   name.assign(filename && *filename ? std::string_view(filename) : TVNP_getstrparam(t, TVN_SPAR_DATA_FILE_NAME));
   const file_format f = read_format(TVNP_getintparam(t, TVN_IPAR_READ_DATA_FORMAT), name.view());
   file_owner file;
-  if (const TVNrescodee bad = TVN_fopentask(t, name.empty() ? nullptr : name.c_str(), file_mode::read, f.compressed, &file.file))
+  if (const TVNrescodee bad =
+          TVN_fopentask(t, name.empty() ? nullptr : name.c_str(), file_mode::read, f.compressed, &file.file))
     return bad;
   return read_open_file(t, f.format, *file.file, name.c_str());
 }

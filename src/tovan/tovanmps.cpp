@@ -1,4 +1,8 @@
 // The MPS reader: first pass, order of sections, ROWS, COLUMNS and the end of reading.
+//
+// The first pass only counts and takes any text; what is wrong is told by the second, at its line. A column is gathered
+// with a map from row to position, which a flush cleans by the column's own list, so a column costs its length. The
+// objective row is a row like the others until the end: its coefficients go to c and, with it, to A.
 #include "tovan/tovanmps.h"
 
 #include "tovan/data.h"
@@ -99,9 +103,7 @@ TVNrescodee size_task(mps_reader& r, const mps_counts& c) {
 
 // ---- small sections ----
 
-TVNrescodee read_name(mps_reader& r) {
-  return mps_fail(r, TVN_puttaskname(&r.t, c_name(TVN_rm_readtitle(r.rm)).text));
-}
+TVNrescodee read_name(mps_reader& r) { return mps_fail(r, TVN_puttaskname(&r.t, c_name(TVN_rm_readtitle(r.rm)).text)); }
 
 TVNrescodee read_objsense(mps_reader& r) {
   // The word may stand in any column: there is nothing else on the line.
@@ -176,10 +178,10 @@ TVNrescodee read_rows(mps_reader& r) {
 // ---- COLUMNS ----
 
 struct column_state {
-  int32_t var = -1;         // that is being gathered
-  bool integer = false;     // inside an integer block
-  int64_t numentries = 0;   // in the file so far
-  vec<int32_t> sub;         // rows of the column
+  int32_t var = -1;       // that is being gathered
+  bool integer = false;   // inside an integer block
+  int64_t numentries = 0; // in the file so far
+  vec<int32_t> sub;       // rows of the column
   vec<double> val;
   buffer<int32_t> position; // [rows] place in sub + 1, 0 for rows that the column does not have
 };
@@ -314,7 +316,8 @@ TVNrescodee finish_reading(mps_reader& r) {
   if (r.objrow < 0) return choose_objective(r);
   TVNrescodee code = TVN_putcfix(&r.t, r.fixedterm);
   // Cones get their names together: each new cone drops the map of the names before it.
-  for (int32_t k = 0; k < r.t.prob.numcone && code == TVN_RES_OK; k++) code = put_name(r.t, TVN_PI_CONE, k, r.cones.text(k));
+  for (int32_t k = 0; k < r.t.prob.numcone && code == TVN_RES_OK; k++)
+    code = put_name(r.t, TVN_PI_CONE, k, r.cones.text(k));
   if (code == TVN_RES_OK && !r.keepfree) code = remove_free_rows(r);
   return code;
 }

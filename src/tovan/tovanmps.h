@@ -19,16 +19,16 @@ struct mps_counts {
 struct mps_reader {
   task& t;
   rm_state& rm;
-  double starttime = 0;          // seconds since the epoch
+  double starttime = 0; // seconds since the epoch
   mps_names rows, cols, cones;
-  vec<char> isfree;              // [rows] 1: of type N
+  vec<char> isfree; // [rows] 1: of type N
   int32_t objrow = -1;
   double fixedterm = 0;
   bool keepint = true, keepfree = false;
-  vec<char> hasq;                // [rows] 1: has had its quadratic section; sized with the first such section
-  vec<int32_t> members;          // of the cone that is being read
-  buffer<int32_t> incone;        // [cols] the number of cones met when the variable was listed last, 0: never
-  vec<int32_t> qi, qj;           // entries of the quadratic section that is being read
+  vec<char> hasq;         // [rows] 1: has had its quadratic section; sized with the first such section
+  vec<int32_t> members;   // of the cone that is being read
+  buffer<int32_t> incone; // [cols] the number of cones met when the variable was listed last, 0: never
+  vec<int32_t> qi, qj;    // entries of the quadratic section that is being read
   vec<double> qval;
 
   mps_reader(task& task_, rm_state& rm_);

@@ -1,7 +1,7 @@
 // QUADOBJ, QSECTION and CSECTION: quadratic terms and cones.
 //
-// An entry (i, j) stands for itself and, off the diagonal, for its mirror image: it is put into the lower triangle as it
-// is. A file that holds both halves says so with TVN_IPAR_READ_Q_MODE, which drops one of them.
+// An entry (i, j) stands for itself and, off the diagonal, for its mirror image: it is put into the lower triangle as
+// it is. A file that holds both halves says so with TVN_IPAR_READ_Q_MODE, which drops one of them.
 #include "tovan/tovanmps.h"
 
 #include "misc/numtext.h"

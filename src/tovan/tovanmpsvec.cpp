@@ -1,4 +1,8 @@
 // RHS, RANGES and BOUNDS: one vector of each is used, the one that a parameter names or else the first.
+//
+// Values are put as they come, so a later line sees what an earlier one left: RANGES looks at the key that the row has
+// then, a bound keeps the other side that the variable has then. The right-hand side of the objective row is minus the
+// constant of the objective; those of other rows of type N say nothing.
 #include "tovan/tovanmps.h"
 
 #include "tovan/data.h"
@@ -15,13 +19,14 @@ constexpr const char* label = "src/tovan/tovanmpsvec";
 
 // Which lines of a section belong to the vector that is used. A vector that other vectors interrupt is told once.
 struct vector_choice {
-  const char* what;             // in the log
+  const char* what; // in the log
   TVNrescodee splitcode;
   char chosen[TVN_MAX_STR_LEN] = {};
-  bool known = false;           // the name is chosen
+  bool known = false; // the name is chosen
   bool started = false, left = false, warned = false;
 
-  vector_choice(const mps_reader& r, int32_t param, const char* what_, TVNrescodee code) : what(what_), splitcode(code) {
+  vector_choice(const mps_reader& r, int32_t param, const char* what_, TVNrescodee code)
+      : what(what_), splitcode(code) {
     const c_name name(TVNP_getstrparam(r.t, param));
     known = name.text[0] != '\0';
     std::memcpy(chosen, name.text, sizeof chosen);
@@ -65,7 +70,8 @@ TVNrescodee put_rhs(mps_reader& r, int32_t i, double value, bool second) {
     return TVN_RES_OK;
   }
   if (second && std::fabs(value) >= TVNP_getdouparam(r.t, TVN_DPAR_DATA_TOL_BOUND_WRN)) {
-    const TVNrescodee bad = report(r.t, label, __LINE__, TVN_RES_WRN_LARGE_BOUND, value, "constraint", r.rows.text(i), i);
+    const TVNrescodee bad =
+        report(r.t, label, __LINE__, TVN_RES_WRN_LARGE_BOUND, value, "constraint", r.rows.text(i), i);
     if (bad) return bad;
   }
   const int32_t key = get_bound(r.t.prob, TVN_ACC_CON, i).bk;
@@ -122,10 +128,8 @@ TVNrescodee put_typed_bound(mps_reader& r, bound_type type, int32_t j, double va
     if (const TVNrescodee bad = make_integer(r, j)) return bad;
   }
   switch (type) {
-  case bound_type::mi:
-    return put_bound(t, TVN_ACC_VAR, j, bk_has_upper(b.bk) ? TVN_BK_UP : TVN_BK_FR, -infinity, b.bu);
-  case bound_type::pl:
-    return put_bound(t, TVN_ACC_VAR, j, bk_has_lower(b.bk) ? TVN_BK_LO : TVN_BK_FR, b.bl, infinity);
+  case bound_type::mi: return put_bound(t, TVN_ACC_VAR, j, bk_has_upper(b.bk) ? TVN_BK_UP : TVN_BK_FR, -infinity, b.bu);
+  case bound_type::pl: return put_bound(t, TVN_ACC_VAR, j, bk_has_lower(b.bk) ? TVN_BK_LO : TVN_BK_FR, b.bl, infinity);
   case bound_type::bv: return put_bound(t, TVN_ACC_VAR, j, TVN_BK_RA, 0.0, 1.0);
   case bound_type::fr: return put_bound(t, TVN_ACC_VAR, j, TVN_BK_FR, -infinity, infinity);
   case bound_type::fx: return put_bound(t, TVN_ACC_VAR, j, TVN_BK_FX, value, value);

@@ -184,6 +184,11 @@ TEST_F(ProblemData, SlicesOfRowsAndColumnsAgree) {
   for (int k = 0; k < 4; k++) seen[{i[k], j[k]}] = v[k];
   EXPECT_EQ((seen[{2, 0}]), 2.0);
   EXPECT_EQ((seen[{0, 2}]), 4.0);
+  int32_t turned = 0, flushed = 0;
+  EXPECT_EQ(TVN_getintinf(task, TVN_IINF_STO_NUM_A_TRANSPOSES, &turned), TVN_RES_OK);
+  EXPECT_EQ(TVN_getintinf(task, TVN_IINF_STO_NUM_A_CACHE_FLUSHES, &flushed), TVN_RES_OK);
+  EXPECT_EQ(turned, 2); // to rows and back
+  EXPECT_GE(flushed, 1);
   surp = 1;
   EXPECT_EQ(TVN_getaslice(task, TVN_ACC_VAR, 0, 3, 4, &surp, b, e, sub, v), TVN_RES_ERR_NEGATIVE_SURPLUS);
   int32_t numnz = 0;
@@ -439,7 +444,8 @@ TEST_F(ProblemData, RemovalsAndPermutationsMoveEverythingTogether) {
       EXPECT_EQ(name, "c" + std::to_string(oldi));
       ASSERT_EQ(TVN_getbound(task, TVN_ACC_CON, i, nullptr, &bl, nullptr), TVN_RES_OK);
       EXPECT_EQ(bl, oldi);
-      ASSERT_EQ(TVN_getsolutioni(task, TVN_ACC_CON, i, TVN_SOL_BAS, nullptr, &x, nullptr, nullptr, nullptr), TVN_RES_OK);
+      ASSERT_EQ(TVN_getsolutioni(task, TVN_ACC_CON, i, TVN_SOL_BAS, nullptr, &x, nullptr, nullptr, nullptr),
+                TVN_RES_OK);
       EXPECT_EQ(x, 100 + oldi);
       int32_t q = -1;
       ASSERT_EQ(TVN_getnumqconknz(task, i, &q), TVN_RES_OK);
@@ -449,9 +455,11 @@ TEST_F(ProblemData, RemovalsAndPermutationsMoveEverythingTogether) {
         ASSERT_EQ(TVN_getcslice(task, j, j + 1, &cj), TVN_RES_OK);
         const auto oldj = static_cast<int32_t>(cj);
         int32_t found = -1;
-        ASSERT_EQ(TVN_getnameindex(task, TVN_PI_VAR, ("x" + std::to_string(oldj)).c_str(), nullptr, &found), TVN_RES_OK);
+        ASSERT_EQ(TVN_getnameindex(task, TVN_PI_VAR, ("x" + std::to_string(oldj)).c_str(), nullptr, &found),
+                  TVN_RES_OK);
         EXPECT_EQ(found, j);
-        ASSERT_EQ(TVN_getsolutioni(task, TVN_ACC_VAR, j, TVN_SOL_BAS, nullptr, &x, nullptr, nullptr, nullptr), TVN_RES_OK);
+        ASSERT_EQ(TVN_getsolutioni(task, TVN_ACC_VAR, j, TVN_SOL_BAS, nullptr, &x, nullptr, nullptr, nullptr),
+                  TVN_RES_OK);
         EXPECT_EQ(x, 200 + oldj);
         EXPECT_EQ(aij(i, j), before[static_cast<size_t>(oldi * n + oldj)]);
       }

@@ -280,6 +280,13 @@ TEST_F(Param, CodesAndConstantsHaveTheirWords) {
   EXPECT_STREQ(text, "INVALID code(7)");
   EXPECT_EQ(TVN_strtoconetype(task, "TVN_CT_RQUAD", &k), TVN_RES_OK);
   EXPECT_EQ(k, TVN_CT_RQUAD);
+  EXPECT_EQ(TVN_getboundkeyname(TVN_BK_RA, text), 1);
+  EXPECT_STREQ(text, "TVN_BK_RA");
+  EXPECT_EQ(TVN_boundkeynametovalue("TVN_BK_RA", &k), 1);
+  EXPECT_EQ(k, TVN_BK_RA);
+  EXPECT_EQ(TVN_boundkeynametovalue("TVN_SK_LOW", &k), 0) << "of another family";
+  EXPECT_EQ(TVN_getlanguagename(2, text), 0);
+  EXPECT_STREQ(text, "");
   char cut[5];
   TVN_optimizertostr(TVN_OPTIMIZER_CONIC, sizeof cut, cut);
   EXPECT_STREQ(cut, "coni");

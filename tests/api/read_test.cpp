@@ -61,10 +61,10 @@ struct Read : ::testing::Test {
   }
   // A small problem with other text between COLUMNS and ENDATA.
   static std::string with(const std::string& rest) {
-    return "NAME          SMALL\nROWS\n" + fixed("N", "COST") + fixed("L", "LIM") + fixed("G", "MYGE") + fixed("E", "EQ") +
-           fixed("N", "FREE") + "COLUMNS\n" + fixed("", "X", "COST", "1.5", "LIM", "1") + fixed("", "X", "MYGE", "2") +
-           fixed("", "Y", "LIM", "-1", "EQ", "4") + fixed("", "Y", "FREE", "9") + fixed("", "Z", "EQ", "1") + rest +
-           "ENDATA\n";
+    return "NAME          SMALL\nROWS\n" + fixed("N", "COST") + fixed("L", "LIM") + fixed("G", "MYGE") +
+           fixed("E", "EQ") + fixed("N", "FREE") + "COLUMNS\n" + fixed("", "X", "COST", "1.5", "LIM", "1") +
+           fixed("", "X", "MYGE", "2") + fixed("", "Y", "LIM", "-1", "EQ", "4") + fixed("", "Y", "FREE", "9") +
+           fixed("", "Z", "EQ", "1") + rest + "ENDATA\n";
   }
   struct bound {
     int32_t key = -1;
@@ -110,7 +110,8 @@ constexpr double inf = 1e30;
 } // namespace
 
 TEST_F(Read, ASmallFileBecomesItsProblem) {
-  ASSERT_EQ(read(with("RHS\n" + fixed("", "B", "LIM", "4", "MYGE", "1") + fixed("", "B", "EQ", "-7", "COST", "-10"))), 0)
+  ASSERT_EQ(read(with("RHS\n" + fixed("", "B", "LIM", "4", "MYGE", "1") + fixed("", "B", "EQ", "-7", "COST", "-10"))),
+            0)
       << errors;
   EXPECT_EQ(count(TVN_getnumcon), 3) << "no row of type N is left";
   EXPECT_EQ(count(TVN_getnumvar), 3);
@@ -161,7 +162,9 @@ TEST_F(Read, LineEndsAndTextBehindTheEndMakeNoDifference) {
 
 TEST_F(Read, RangesFollowTheKeyOfTheRow) {
   const std::string rhs = "RHS\n" + fixed("", "B", "LIM", "4", "MYGE", "1") + fixed("", "B", "EQ", "10");
-  ASSERT_EQ(read(with(rhs + "RANGES\n" + fixed("", "R", "LIM", "-3", "MYGE", "2") + fixed("", "R", "EQ", "5", "FREE", "1"))), 0)
+  ASSERT_EQ(
+      read(with(rhs + "RANGES\n" + fixed("", "R", "LIM", "-3", "MYGE", "2") + fixed("", "R", "EQ", "5", "FREE", "1"))),
+      0)
       << errors;
   EXPECT_EQ(con(0), (bound{TVN_BK_RA, 1, 4}));
   EXPECT_EQ(con(1), (bound{TVN_BK_RA, 1, 3}));
@@ -297,16 +300,18 @@ TEST_F(Read, ConesHaveTheirMembersInOrder) {
   EXPECT_EQ(read(with(head + fixed("", "Z") + fixed("", "Z"))), TVN_RES_ERR_MPS_CONE_REPEAT);
   const std::string second = "CSECTION      K2        0.0            RQUAD\n";
   EXPECT_EQ(read(with(head + fixed("", "Z") + second + fixed("", "Z"))), TVN_RES_ERR_MPS_CONE_OVERLAP);
-  EXPECT_NE(errors.find("Variable 'Z' is specified to be a member of CSECTION 'K1' and CSECTION 'K2'."), std::string::npos)
+  EXPECT_NE(errors.find("Variable 'Z' is specified to be a member of CSECTION 'K1' and CSECTION 'K2'."),
+            std::string::npos)
       << errors;
   EXPECT_EQ(read(with(head + fixed("", "Z") + head)), TVN_RES_ERR_MPS_MUL_CSEC);
   EXPECT_EQ(read(with("CSECTION      K1        0.0            CONE\n")), TVN_RES_ERR_MPS_CONE_TYPE);
 }
 
 TEST_F(Read, FreeFormNeedsNoColumns) {
-  const std::string text = "NAME my problem\nOBJSENSE\n  MAX\nROWS\n N obj\n L a_long_constraint_name\nCOLUMNS\n"
-                           " M 'MARKER' 'INTORG'\n x obj 1 a_long_constraint_name 2\n M 'MARKER' 'INTEND'\n"
-                           "\ty\tobj -1.5D1\nRHS\n rhs a_long_constraint_name 4\nBOUNDS\n UP bnd x 3\n FR bnd y\nENDATA\n";
+  const std::string text =
+      "NAME my problem\nOBJSENSE\n  MAX\nROWS\n N obj\n L a_long_constraint_name\nCOLUMNS\n"
+      " M 'MARKER' 'INTORG'\n x obj 1 a_long_constraint_name 2\n M 'MARKER' 'INTEND'\n"
+      "\ty\tobj -1.5D1\nRHS\n rhs a_long_constraint_name 4\nBOUNDS\n UP bnd x 3\n FR bnd y\nENDATA\n";
   ASSERT_EQ(read(text, "f.fmps"), TVN_RES_OK) << errors;
   EXPECT_EQ(name(TVN_PI_CON, 0), "a_long_constraint_name");
   EXPECT_EQ(a(0, 0), 2);
@@ -410,9 +415,7 @@ TEST_F(Read, ALongReadStopsWhenTheCallbackAsksForIt) {
   for (int32_t stopat = 1; stopat <= calls; stopat++) {
     s = {0, stopat};
     EXPECT_EQ(read(text + "ENDATA\n"), TVN_RES_TRM_USER_CALLBACK) << stopat;
-    if (stopat < calls) {
-      EXPECT_LE(s.calls, stopat + 1) << "no more than the end is told";
-    }
+    if (stopat < calls) { EXPECT_LE(s.calls, stopat + 1) << "no more than the end is told"; }
   }
   s = {};
   EXPECT_EQ(read(with("")), TVN_RES_OK) << "the task is usable afterwards";

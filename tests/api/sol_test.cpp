@@ -16,7 +16,8 @@ struct Solutions : EnvTask {
     const int32_t bkc[] = {TVN_BK_UP, TVN_BK_LO}, bkx[] = {TVN_BK_RA, TVN_BK_LO};
     const double blc[] = {0, -2}, buc[] = {4, 0}, blx[] = {0, 0}, bux[] = {3, 0};
     ASSERT_EQ(TVN_inputdata(task, 2, 2, 2, 2, c, sign, ptrb, ptre, sub, val, bkc, blc, buc, bkx, blx, bux), TVN_RES_OK);
-    ASSERT_EQ(TVN_putobjsense(task, maximize ? TVN_OBJECTIVE_SENSE_MAXIMIZE : TVN_OBJECTIVE_SENSE_MINIMIZE), TVN_RES_OK);
+    ASSERT_EQ(TVN_putobjsense(task, maximize ? TVN_OBJECTIVE_SENSE_MAXIMIZE : TVN_OBJECTIVE_SENSE_MINIMIZE),
+              TVN_RES_OK);
     put_optimum(sign);
   }
   void put_optimum(double sign) {
@@ -139,6 +140,17 @@ TEST_F(Solutions, ChangedCostKeepsAPrimalStart) {
   EXPECT_EQ(sk(TVN_ACC_VAR, 1), TVN_SK_BAS);
 }
 
+TEST_F(Solutions, ChangedSenseOrConesLeaveNoOptimum) {
+  fill(false);
+  ASSERT_EQ(TVN_putobjsense(task, TVN_OBJECTIVE_SENSE_UNDEFINED), TVN_RES_OK); // the parameter says minimise, too
+  expect_status(TVN_PRO_STA_PRIM_AND_DUAL_FEAS, TVN_SOL_STA_OPTIMAL);
+  ASSERT_EQ(TVN_putobjsense(task, TVN_OBJECTIVE_SENSE_MAXIMIZE), TVN_RES_OK);
+  expect_status(TVN_PRO_STA_PRIM_FEAS, TVN_SOL_STA_PRIM_FEAS);
+  const int32_t one[] = {1};
+  ASSERT_EQ(TVN_appendcone(task, TVN_CT_QUAD, 0, 1, one), TVN_RES_OK);
+  expect_status(TVN_PRO_STA_UNKNOWN, TVN_SOL_STA_UNKNOWN);
+}
+
 TEST_F(Solutions, ChangedColumnKeepsThePrimalStatusOnlyWithAValue) {
   fill(false);
   ASSERT_EQ(TVN_putaij(task, 0, 1, 2.0), TVN_RES_OK);
@@ -157,7 +169,7 @@ TEST_F(Solutions, AppendedItemsLeaveABasis) {
   EXPECT_EQ(sk(TVN_ACC_CON, 0), TVN_SK_UPR); // moved with the blocks
   EXPECT_EQ(sk(TVN_ACC_VAR, 1), TVN_SK_BAS);
   expect_status(TVN_PRO_STA_DUAL_FEAS, TVN_SOL_STA_DUAL_FEAS);
-  put_optimum(-1);
+  fill(false);
   set_status(TVN_PRO_STA_PRIM_AND_DUAL_FEAS, TVN_SOL_STA_PRIM_AND_DUAL_FEAS);
   ASSERT_EQ(TVN_append(task, TVN_ACC_VAR, 1), TVN_RES_OK);
   EXPECT_EQ(sk(TVN_ACC_VAR, 2), TVN_SK_FIX);

@@ -68,8 +68,10 @@ TEST_F(HashTable, FollowsAPlainMapThroughRandomEdits) {
   for (int step = 0; step < 20000; step++) {
     const int64_t k = static_cast<int64_t>(rng() % n);
     const std::string name = pool.data() + offset[static_cast<size_t>(k)];
-    if (rng() % 2) EXPECT_EQ(TVN_htbl_assign(t, offset.data(), pool.data(), k), model.emplace(name, k).second);
-    else EXPECT_EQ(TVN_htbl_unassign(t, offset.data(), pool.data(), k), model.erase(name) > 0);
+    if (rng() % 2)
+      EXPECT_EQ(TVN_htbl_assign(t, offset.data(), pool.data(), k), model.emplace(name, k).second);
+    else
+      EXPECT_EQ(TVN_htbl_unassign(t, offset.data(), pool.data(), k), model.erase(name) > 0);
   }
   for (const auto& [name, item] : model) {
     int64_t index = -1;

@@ -184,8 +184,10 @@ TEST_P(MatrixStoreModel, FollowsAPlainMapThroughRandomEdits) {
         }
       if (!caching) std::erase_if(model, [&](const auto& e) { return (cols ? e.first.second : e.first.first) == k; });
       for (const int32_t q : sub) model[cols ? std::pair{q, k} : std::pair{k, q}] = dense[static_cast<size_t>(q)];
-      if (cols) TVN_sprmat_gathercolj(a, k, static_cast<int32_t>(sub.size()), sub.data(), dense.data());
-      else TVN_sprmat_gatherrowi(a, k, static_cast<int32_t>(sub.size()), sub.data(), dense.data());
+      if (cols)
+        TVN_sprmat_gathercolj(a, k, static_cast<int32_t>(sub.size()), sub.data(), dense.data());
+      else
+        TVN_sprmat_gatherrowi(a, k, static_cast<int32_t>(sub.size()), sub.data(), dense.data());
     } else if (what == 14) {
       const bool cols = below(2) == 0;
       const int32_t dim = cols ? n : m;
@@ -200,8 +202,10 @@ TEST_P(MatrixStoreModel, FollowsAPlainMapThroughRandomEdits) {
       for (int32_t& to : map)
         if (to == 0) to = next++;
       renumber(cols, map);
-      if (cols) TVN_sprmat_deletecols(a, static_cast<int32_t>(list.size()), list.data());
-      else TVN_sprmat_deleterows(a, static_cast<int32_t>(list.size()), list.data());
+      if (cols)
+        TVN_sprmat_deletecols(a, static_cast<int32_t>(list.size()), list.data());
+      else
+        TVN_sprmat_deleterows(a, static_cast<int32_t>(list.size()), list.data());
       caching = false;
     } else if (what == 15) {
       std::vector<int32_t> perm(static_cast<size_t>(m));

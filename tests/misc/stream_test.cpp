@@ -3,6 +3,7 @@
 
 #include "misc/numtext.h"
 #include "misc/outfmt.h"
+#include "misc/utf8.h"
 
 #include <cmath>
 #include <filesystem>
@@ -145,8 +146,8 @@ namespace {
 
 template <class... Args> std::string fmt(const char* format, Args... args) {
   std::string out;
-  const int64_t code = TVN_outfmt([](void* h, std::string_view s) { static_cast<std::string*>(h)->append(s); }, &out,
-                                  format, args...);
+  const int64_t code =
+      TVN_outfmt([](void* h, std::string_view s) { static_cast<std::string*>(h)->append(s); }, &out, format, args...);
   return code < 0 ? "FAILED " + out : out;
 }
 
@@ -200,5 +201,36 @@ TEST(NumberText, ReadsDecimalNumbersAndNothingElse) {
   }
   int32_t k = 0;
   EXPECT_TRUE(TVN_strtointeger(" +12 ", k) && k == 12);
-  for (const char* bad : {"", "1.5", "2147483648", "x", "1x", "+-1", "0x1"}) EXPECT_FALSE(TVN_strtointeger(bad, k)) << bad;
+  for (const char* bad : {"", "1.5", "2147483648", "x", "1x", "+-1", "0x1"})
+    EXPECT_FALSE(TVN_strtointeger(bad, k)) << bad;
+}
+
+TEST(Utf8, EveryCodeGoesThereAndBack) {
+  for (uint32_t code = 1; code < 0x110000; code += code < 0x900 ? 1 : 77) {
+    const wchar_t wide[] = {static_cast<wchar_t>(code), L'x', 0};
+    char bytes[8];
+    wchar_t back[4];
+    int64_t len = 0, conv = 0;
+    const bool surrogate = code >= 0xD800 && code < 0xE000;
+    ASSERT_EQ(TVN_WCharToUTF8(8, len, conv, bytes, wide), surrogate ? utf8_code::invalid : utf8_code::ok) << code;
+    if (surrogate) continue;
+    ASSERT_EQ(TVN_UTF8toWChar(4, len, conv, back, bytes), utf8_code::ok) << code;
+    EXPECT_EQ(len, 2);
+    EXPECT_EQ(std::wstring(back), wide);
+  }
+}
+
+TEST(Utf8, RefusesWhatIsNotValidAndCutsAtWholeCharacters) {
+  wchar_t wide[4];
+  int64_t len = 0, conv = 0;
+  // A lone continuation, a cut character, an overlong form, a surrogate, a code that is too large.
+  for (const char* bad : {"a\x80", "a\xC3", "a\xC0\x80", "a\xED\xA0\x80", "a\xF4\x90\x80\x80", "a\xFF"}) {
+    EXPECT_EQ(TVN_UTF8toWChar(4, len, conv, wide, bad), utf8_code::invalid) << bad;
+    EXPECT_EQ(std::wstring(wide), L"a");
+  }
+  char bytes[4];
+  EXPECT_EQ(TVN_WCharToUTF8(4, len, conv, bytes, L"\u00e6\u00e6x"), utf8_code::ok);
+  EXPECT_STREQ(bytes, "\xC3\xA6");
+  EXPECT_EQ(len, 5);
+  EXPECT_EQ(conv, 1);
 }

@@ -135,6 +135,8 @@ TEST_F(Mps, TextBetweenFieldsIsAFaultOfTheFieldBeforeIt) {
   EXPECT_EQ(rm.badfield, 6);
   EXPECT_EQ(one("    CO\tL      ROW              1.0", f), mps_status::tab_in_field);
   EXPECT_EQ(rm.badfield, 2);
+  EXPECT_EQ(one(" x1 c1 1.5", f), mps_status::bad_field) << "free form is not taken for fixed columns";
+  EXPECT_EQ(rm.badfield, 1);
   EXPECT_EQ(one("    COL" + std::string(1100, ' ') + "x", f), mps_status::too_long);
 }
 

@@ -56,8 +56,7 @@ TEST_F(Tables, EveryParameterIsFoundByItsNameAndStartsInsideItsRule) {
     EXPECT_EQ(find_dparam(*t, t->dname[i].data()), k) << t->dname[i].data();
     EXPECT_TRUE(is_valid_param(t->dkind[i], t->ddef[i], t->dmin[i], t->dmax[i])) << t->dname[i].data();
   }
-  for (int32_t k = 0; k < num_sparam; k++)
-    EXPECT_EQ(find_sparam(*t, t->sname[static_cast<size_t>(k)].data()), k);
+  for (int32_t k = 0; k < num_sparam; k++) EXPECT_EQ(find_sparam(*t, t->sname[static_cast<size_t>(k)].data()), k);
   EXPECT_EQ(find_iparam(*t, "TVN_IPAR_optimizer"), num_iparam);
   EXPECT_EQ(find_iparam(*t, ""), num_iparam);
   EXPECT_EQ(find_dparam(*t, "TVN_DPAR_ZZZ"), num_dparam);

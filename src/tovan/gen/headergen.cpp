@@ -48,25 +48,26 @@ void symbolic(std::string& out) {
     define(out, prefix, symbol, value);
   };
 #define TVN_CON(family, prefix, symbol, value) add(#family, #prefix, #symbol, value);
-#include "../def/symcon.def"
+#include "tovan/def/symcon.def"
 #undef TVN_CON
 }
 
 void parameters(std::string& out) {
   int k = 0;
   title(out, "integer parameters");
-#define TVN_IPARAM(name, dflt, kind, min, max, family) define(out, "TVN_IPAR_", #name, k++, rule(#dflt, kind, #min, #max));
-#include "../def/iparam.def"
+#define TVN_IPARAM(name, dflt, kind, min, max, family)                                                                 \
+  define(out, "TVN_IPAR_", #name, k++, rule(#dflt, kind, #min, #max));
+#include "tovan/def/iparam.def"
 #undef TVN_IPARAM
   k = 0;
   title(out, "double parameters");
 #define TVN_DPARAM(name, dflt, kind, min, max) define(out, "TVN_DPAR_", #name, k++, rule(#dflt, kind, #min, #max));
-#include "../def/dparam.def"
+#include "tovan/def/dparam.def"
 #undef TVN_DPARAM
   k = 0;
   title(out, "string parameters");
 #define TVN_SPARAM(name, dflt) define(out, "TVN_SPAR_", #name, k++, #dflt[2] == '\0' ? "" : "default " #dflt);
-#include "../def/sparam.def"
+#include "tovan/def/sparam.def"
 #undef TVN_SPARAM
 }
 
@@ -74,17 +75,17 @@ void items(std::string& out) {
   int k = 0;
   title(out, "double information items");
 #define TVN_DINF_ITEM(name) define(out, "TVN_DINF_", #name, k++);
-#include "../def/dinf.def"
+#include "tovan/def/dinf.def"
 #undef TVN_DINF_ITEM
   k = 0;
   title(out, "integer information items");
 #define TVN_IINF_ITEM(name) define(out, "TVN_IINF_", #name, k++);
-#include "../def/iinf.def"
+#include "tovan/def/iinf.def"
 #undef TVN_IINF_ITEM
   k = 0;
   title(out, "long integer information items");
 #define TVN_LIINF_ITEM(name) define(out, "TVN_LIINF_", #name, k++);
-#include "../def/liinf.def"
+#include "tovan/def/liinf.def"
 #undef TVN_LIINF_ITEM
 }
 
@@ -92,11 +93,11 @@ void codes(std::string& out) {
   title(out, "response codes");
   define(out, "TVN_RES_", "OK", 0);
 #define TVN_RESCODE(name, value, text, description) define(out, "TVN_RES_", #name, value);
-#include "../def/rescode.def"
+#include "tovan/def/rescode.def"
 #undef TVN_RESCODE
   title(out, "codes of the progress callback");
 #define TVN_CALLBACK_CODE(name, value) define(out, "TVN_CALLBACK_", #name, value);
-#include "../def/callback.def"
+#include "tovan/def/callback.def"
 #undef TVN_CALLBACK_CODE
 }
 
@@ -127,7 +128,8 @@ int main(int argc, char** argv) {
   const size_t from = begin + begin_mark.size();
   const bool same = file.compare(from, end - from, region) == 0;
   if (std::strcmp(argv[1], "--check") == 0) {
-    if (!same) std::fprintf(stderr, "The constants in %s are not those of the tables: run headergen --write\n", argv[2]);
+    if (!same)
+      std::fprintf(stderr, "The constants in %s are not those of the tables: run headergen --write\n", argv[2]);
     return same ? 0 : 1;
   }
   if (same) return 0;
