@@ -1385,8 +1385,8 @@ TVN_API TVNrescodee TVN_exceptionenvdbg(const char *file, int line, const char *
 TVN_API TVNrescodee TVN_exceptionenvva(const char *file, int line, const char *function, TVNenv_t env,
                                        TVNrescodee code, va_list args);
 
-/* Memory from the task's own manager, zero-filled, null when exhausted or when the handle is bad. It must go back before
- * the task is deleted. The dbg forms name a place for the memory report. */
+/* Memory from the task's own manager, zero-filled, null when exhausted or when the handle is bad. It must go back
+ * before the task is deleted. The dbg forms name a place for the memory report. */
 TVN_API void *TVN_calloctask(TVNtask_t task, size_t number, size_t size);
 TVN_API void *TVN_callocdbgtask(TVNtask_t task, size_t number, size_t size, const char *file, int line);
 TVN_API void TVN_freetask(TVNtask_t task, void *ptr);
@@ -1700,7 +1700,8 @@ TVN_API TVNrescodee TVN_printparam(TVNtask_t task);
  * TVN_RES_ERR_INDEX_IS_TOO_LARGE, in a checked list TVN_RES_ERR_INDEX_ARR_IS_TOO_SMALL or _TOO_LARGE, a slice first to
  * last - 1 out of range TVN_RES_ERR_FIRST or TVN_RES_ERR_LAST. A 32-bit output that is too small for its number gives
  * TVN_RES_ERR_INT64_TO_INT32_CAST, a null array TVN_RES_ERR_NULL_POINTER, a negative length TVN_RES_ERR_IN_ARGUMENT.
- * Functions on a list or slice stop at the first failure; items before it stay changed. Every change lowers the statuses of the stored solutions and keeps their values as a start. */
+ * Functions on a list or slice stop at the first failure; items before it stay changed. Every change lowers the
+ * statuses of the stored solutions and keeps their values as a start. */
 
 /* Counts and capacities; the output may be null. */
 TVN_API TVNrescodee TVN_getnumvar(TVNtask_t task, int32_t *numvar);
@@ -1784,7 +1785,8 @@ TVN_API TVNrescodee TVN_getcfix(TVNtask_t task, double *cfix);
 /* Bounds of an item: bk is TVN_BK_LO, _UP, _FX, _FR or _RA and says which of bl and bu count (FX takes bl). A side at
  * or past TVN_DPAR_DATA_TOL_BOUND_INF is infinite and leaves the key.
  * Codes: TVN_RES_ERR_INV_BKC, TVN_RES_ERR_INV_BKX; warnings TVN_RES_WRN_LARGE_LO_BOUND, TVN_RES_WRN_LARGE_UP_BOUND,
- * TVN_RES_WRN_LARGE_CON_FX. A fixed item with two values is reported (TVN_RES_ERR_FIXED_BOUND_VALUES) and fixed at bl. */
+ * TVN_RES_WRN_LARGE_CON_FX. A fixed item with two values is reported (TVN_RES_ERR_FIXED_BOUND_VALUES) and fixed at
+ * bl. */
 TVN_API TVNrescodee TVN_putbound(TVNtask_t task, int32_t accmode, int32_t i, int32_t bk, double bl, double bu);
 TVN_API TVNrescodee TVN_putboundlist(TVNtask_t task, int32_t accmode, int32_t num, const int32_t *sub,
                                      const int32_t *bk, const double *bl, const double *bu);
@@ -2028,8 +2030,8 @@ TVN_API TVNrescodee TVN_putsolsta(TVNtask_t task, int32_t whichsol, int32_t sols
 TVN_API TVNrescodee TVN_getprimalobj(TVNtask_t task, int32_t whichsol, double *primalobj);
 TVN_API TVNrescodee TVN_getdualobj(TVNtask_t task, int32_t whichsol, double *dualobj);
 
-/* Violations of the items sub[0 .. num - 1], one output each: bounds, dual bounds, A x = xc, dual equations, cones, dual
- * cones, integrality (entries of continuous variables stay). normalize nonzero divides by the size of the data.
+/* Violations of the items sub[0 .. num - 1], one output each: bounds, dual bounds, A x = xc, dual equations, cones,
+ * dual cones, integrality (entries of continuous variables stay). normalize nonzero divides by the size of the data.
  * Codes: TVN_RES_ERR_INFEAS_UNDEFINED (no duals in the solution). */
 TVN_API TVNrescodee TVN_getpbi(TVNtask_t task, int32_t whichsol, int32_t accmode, const int32_t *sub, int32_t num,
                                double *pbi, int32_t normalize);

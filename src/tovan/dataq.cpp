@@ -42,22 +42,28 @@ void make_con_regions(task& t) {
   p.q.conend.swap(end);
 }
 
-// Room for n entries at the tail while `gone`, about to be replaced, counts as empty.
+// A region that counts as empty for one scope, and is whole again behind it unless it was packed away.
+struct emptied_region {
+  qregion r;
+  int64_t length;
+  bool packed = false;
+
+  explicit emptied_region(qregion region) : r(region), length(*region.end - *region.begin) { *r.end = *r.begin; }
+  ~emptied_region() {
+    if (!packed) *r.end = *r.begin + length;
+  }
+};
+
+// Room for n entries at the tail; the terms of `gone`, about to be replaced, may be packed away for it.
 void room_at_tail(task& t, qregion gone, int64_t n) {
   qterms& q = t.prob.q;
   if (q.numqnzfree >= n) return;
-  const int64_t end = *gone.end;
-  *gone.end = *gone.begin;
+  emptied_region empty(gone);
   const int64_t used = num_terms(t.prob);
   // Many small terms would otherwise move the whole pool once each.
   const int64_t slack = q.maxnumqnz >= 4096 ? q.maxnumqnz / 4 : 0;
-  const int64_t target = used + n <= q.maxnumqnz ? q.maxnumqnz : std::max(used + n, q.maxnumqnz + slack);
-  try {
-    TVN_chgqnz(t, target);
-  } catch (...) {
-    *gone.end = end;
-    throw;
-  }
+  TVN_chgqnz(t, used + n <= q.maxnumqnz ? q.maxnumqnz : std::max(used + n, q.maxnumqnz + slack));
+  empty.packed = true;
 }
 
 // Sorts by constraint, column and row and sums duplicates; returns the number left.

@@ -118,7 +118,6 @@ void renumber(task& t, int32_t accmode, side_map& m) noexcept {
     renumber_constraints(t, m);
   else
     renumber_variables(t, m);
-  t.basis = simplex_basis{};
 }
 
 // The bound under which an item has no say: solution statuses follow as for any change of a bound.

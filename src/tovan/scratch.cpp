@@ -37,16 +37,21 @@ void drop_list(scratch_pool& pool, scratch_record*& list) noexcept {
   }
 }
 
+// Gives a block back unless it found its owner.
+struct block_owner {
+  sysenv* sys;
+  void* block;
+  ~block_owner() {
+    if (block) sys->release(block, label, __LINE__);
+  }
+};
+
 scratch_record* make_record(const char* file, int line, scratch_pool& pool, int64_t count, int32_t elemsize,
                             bool zeroed) {
   const size_t bytes = checked_bytes(count, static_cast<size_t>(elemsize));
+  block_owner storage{pool.sys, pool.sys->alloc(bytes, file, line)};
   auto* r = new (pool.sys->alloc(sizeof(scratch_record), file, line)) scratch_record{};
-  try {
-    r->storage = pool.sys->alloc(bytes, file, line);
-  } catch (...) {
-    pool.sys->release(r, label, __LINE__);
-    throw;
-  }
+  r->storage = std::exchange(storage.block, nullptr);
   std::memset(r->storage, 0, bytes);
   r->capacity = count;
   r->iszero = zeroed;

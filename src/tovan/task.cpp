@@ -106,7 +106,6 @@ TVNrescodee make_task(env& e, int32_t maxnumcon, int32_t maxnumvar, TVNtask_t& o
 
 void delete_task_data(task& t) noexcept {
   delete_solutions(t.sols);
-  t.basis = simplex_basis{};
   const int32_t objsense = t.prob.objsense;
   t.prob = problem{};
   t.prob.objsense = objsense;

@@ -4,7 +4,6 @@
 // Lives in memory of its own system environment and ends with it. Used by one thread at a time.
 #pragma once
 
-#include "simplex/basis.h"
 #include "tovan/env.h"
 #include "tovan/infitems.h"
 #include "tovan/names.h"
@@ -21,7 +20,6 @@ struct TVNtask {
   tvn::namestore names;
   tvn::param_values params; // this task's values of all parameters
   tvn::solution_store sols; // three slots
-  tvn::simplex_basis basis; // basis and factor kept from the last simplex run
   tvn::scratch_pool buffers;
   int32_t logheadprinted = 0;
   std::array<int32_t, 1000> warningcount{};

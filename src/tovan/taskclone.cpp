@@ -87,6 +87,12 @@ TVNrescodee copy_solutions(task& to, task& from) {
   return TVN_RES_OK;
 }
 
+// Deletes a clone that was not finished.
+struct task_owner {
+  TVNtask_t handle = nullptr;
+  ~task_owner() { (void)TVN_deletetask(&handle); }
+};
+
 TVNrescodee copy_task(task& to, task& from) {
   const problem& p = from.prob;
   TVNrescodee code = resize_task(to, p.maxnumcon, p.maxnumvar, p.maxnumcone, 0, 0);
@@ -115,11 +121,11 @@ TVNrescodee TVN_clonetask(TVNtask_t task, TVNtask_t* clonedtask) {
   return api(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_pointer(t, label, __LINE__, clonedtask, "clonedtask")) return code;
     if (*clonedtask == task) return report(t, label, __LINE__, TVN_RES_ERR_IDENTICAL_TASKS);
-    TVNtask_t fresh = nullptr;
-    if (const TVNrescodee code = TVN_makeemptytask(t.env, &fresh)) return code;
-    const TVNrescodee code = api_bare([&] { return copy_task(*fresh, t); });
-    if (code) (void)TVN_deletetask(&fresh);
-    *clonedtask = fresh;
-    return code;
+    *clonedtask = nullptr;
+    task_owner fresh;
+    if (const TVNrescodee code = TVN_makeemptytask(t.env, &fresh.handle)) return code;
+    if (const TVNrescodee code = copy_task(*fresh.handle, t)) return code;
+    *clonedtask = std::exchange(fresh.handle, nullptr);
+    return TVN_RES_OK;
   });
 }

@@ -78,6 +78,12 @@ TEST_F(TaskInside, LentMatrixRefusesChangesUntilItComesBack) {
   EXPECT_DEATH(TVN_putaij(task, 0, 0, 1.0), "");
   tvn::TVN_putadbg(__FILE__, __LINE__, *task);
   EXPECT_EQ(TVN_putaij(task, 0, 0, 1.0), TVN_RES_OK);
+  tvn::spmat columns;
+  tvn::TVN_getaspmat(*task, 3, columns);
+  EXPECT_EQ(columns.maxnvec, 5);
+  EXPECT_EQ(tvn::TVN_spmat_getnz(columns), 2);
+  EXPECT_EQ(tvn::TVN_spmat_check(columns), 0);
+  tvn::TVN_putadbg(__FILE__, __LINE__, *task);
 }
 
 TEST_F(TaskInside, DeletedDataKeepParametersAndSense) {

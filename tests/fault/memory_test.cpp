@@ -1,0 +1,172 @@
+// If these failed in the field: a machine that runs out of memory would end the caller's process, or leave him a task
+// that neither works nor can be deleted, or lose the memory that is left.
+//
+// Each script runs with an allocator that fails at its n-th request, for n = 1, 2, ... until the script passes
+// untouched. A step answers TVN_RES_ERR_SPACE or passes; with one failure only, the same step passes when repeated.
+#include "support/lpcase.h"
+#include "tovan.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <set>
+#include <unistd.h>
+
+namespace {
+
+struct short_memory {
+  int64_t requests = 0, failat = 0; // 0: never
+  bool forever = false;             // the later ones fail as well
+  std::set<void*> living;
+
+  static void* take(void* usrptr, size_t size) {
+    auto& self = *static_cast<short_memory*>(usrptr);
+    self.requests++;
+    if (self.failat > 0 && (self.forever ? self.requests >= self.failat : self.requests == self.failat)) return nullptr;
+    void* block = std::malloc(size);
+    self.living.insert(block);
+    return block;
+  }
+  static void give(void* usrptr, void* block) {
+    auto& self = *static_cast<short_memory*>(usrptr);
+    EXPECT_TRUE(block == nullptr || self.living.erase(block) == 1) << "a block that is not ours";
+    std::free(block);
+  }
+};
+
+struct handles {
+  TVNenv_t env = nullptr;
+  TVNtask_t task = nullptr, clone = nullptr;
+};
+using step = std::function<TVNrescodee(handles&)>;
+
+struct outcome {
+  bool failed = false, repeated = true; // a step said TVN_RES_ERR_SPACE; its repetition passed
+  int64_t requests = 0;
+};
+
+outcome run(const std::vector<step>& script, int64_t failat, bool forever, const char* dbgfile) {
+  short_memory memory;
+  memory.failat = failat;
+  memory.forever = forever;
+  outcome o;
+  handles h;
+  for (size_t k = 0; k <= script.size(); k++) {
+    const auto act = [&] {
+      if (k > 0) return script[k - 1](h);
+      return TVN_makeenv(&h.env, &memory, short_memory::take, short_memory::give, dbgfile);
+    };
+    TVNrescodee code = act();
+    if (code == TVN_RES_OK) continue;
+    EXPECT_EQ(code, TVN_RES_ERR_SPACE) << "step " << k;
+    o.failed = true;
+    if (forever) break;
+    code = act();
+    EXPECT_EQ(code, TVN_RES_OK) << "repeating step " << k;
+    o.repeated = o.repeated && code == TVN_RES_OK;
+    if (code != TVN_RES_OK) break;
+  }
+  EXPECT_EQ(TVN_deletetask(&h.clone), TVN_RES_OK);
+  EXPECT_EQ(TVN_deletetask(&h.task), TVN_RES_OK);
+  EXPECT_EQ(TVN_deleteenv(&h.env), TVN_RES_OK);
+  EXPECT_TRUE(memory.living.empty()) << memory.living.size() << " blocks are lost";
+  o.requests = memory.requests;
+  return o;
+}
+
+void expect_survived(const std::vector<step>& script, const char* dbgfile = nullptr) {
+  for (const bool forever : {false, true}) {
+    SCOPED_TRACE(forever ? "no memory from request n on" : "request n fails");
+    const outcome untouched = run(script, 0, forever, dbgfile);
+    ASSERT_FALSE(untouched.failed);
+    ASSERT_GT(untouched.requests, 20);
+    std::printf("%lld requests\n", static_cast<long long>(untouched.requests));
+    for (int64_t n = 1; n <= untouched.requests && !::testing::Test::HasFailure(); n++) {
+      SCOPED_TRACE("n = " + std::to_string(n));
+      const outcome o = run(script, n, forever, dbgfile);
+      // A request behind which there is another way (a smaller block, no message) need not fail the step.
+      EXPECT_TRUE(o.failed || o.requests >= n);
+    }
+  }
+}
+
+TVNrescodee first_of(std::initializer_list<TVNrescodee> codes) {
+  for (const TVNrescodee code : codes)
+    if (code != TVN_RES_OK) return code;
+  return TVN_RES_OK;
+}
+
+const step init = [](handles& h) { return TVN_initenv(h.env); };
+const step make = [](handles& h) { return h.task ? TVN_RES_OK : TVN_maketask(h.env, 0, 0, &h.task); };
+const step optimize = [](handles& h) { return TVN_optimize(h.task); };
+const step summary = [](handles& h) { return TVN_solutionsummary(h.task, TVN_STREAM_LOG); };
+const step optimal = [](handles& h) {
+  int32_t solsta = -1;
+  const TVNrescodee code = TVN_getsolutionstatus(h.task, TVN_SOL_BAS, nullptr, &solsta);
+  return code == TVN_RES_OK && solsta != TVN_SOL_STA_OPTIMAL ? TVN_RES_ERR_INTERNAL : code;
+};
+
+tvntest::lp_case& problem() {
+  static tvntest::lp_case p = [] {
+    tvntest::lp_case q = tvntest::optimal_case(7, 25, 40, 0.15, 0.3).p;
+    q.view();
+    return q;
+  }();
+  return p;
+}
+
+} // namespace
+
+TEST(ShortMemory, InputSolveAndSummary) {
+  expect_survived({init, make,
+                   [](handles& h) {
+                     auto& p = problem();
+                     return TVN_inputdata64(h.task, p.m, p.n, p.m, p.n, p.c.data(), 0, p.beg.data(), p.beg.data() + 1,
+                                            p.sub.data(), p.val.data(), p.bkc.data(), p.blc.data(), p.buc.data(),
+                                            p.bkx.data(), p.blx.data(), p.bux.data());
+                   },
+                   optimize, optimal, summary});
+}
+
+TEST(ShortMemory, PutByPieces) {
+  const auto put = [](int32_t k) {
+    return step([k](handles& h) {
+      const int32_t sub[] = {k};
+      const double val[] = {1};
+      return first_of({TVN_putname(h.task, TVN_PI_VAR, k, ("a rather long name of variable " + std::to_string(k)).c_str()),
+                       TVN_putavec(h.task, TVN_ACC_VAR, k, 1, sub, val), TVN_putcj(h.task, k, 1.0),
+                       TVN_putbound(h.task, TVN_ACC_VAR, k, TVN_BK_LO, 0, 1e30),
+                       TVN_putbound(h.task, TVN_ACC_CON, k, TVN_BK_LO, k, 1e30)});
+    });
+  };
+  expect_survived({init, make, [](handles& h) { return TVN_append(h.task, TVN_ACC_CON, 3); },
+                   [](handles& h) { return TVN_append(h.task, TVN_ACC_VAR, 3); }, put(0), put(1), put(2),
+                   [](handles& h) {
+                     const int32_t sub[] = {0, 1};
+                     const double val[] = {1, 2};
+                     return TVN_putqobj(h.task, 2, sub, sub, val);
+                   },
+                   [](handles& h) { return TVN_putqobj(h.task, 0, nullptr, nullptr, nullptr); },
+                   [](handles& h) { return TVN_puttaskname(h.task, "a task with a name that is not short"); },
+                   [](handles& h) { return TVN_putstrparam(h.task, TVN_SPAR_DATA_FILE_NAME, "some/where.mps"); },
+                   optimize, optimal, [](handles& h) { return TVN_clonetask(h.task, &h.clone); }});
+}
+
+TEST(ShortMemory, ReadAndSolve) {
+  const std::string file =
+      (std::filesystem::temp_directory_path() / ("tvn_fault_" + std::to_string(getpid()) + ".mps")).string();
+  std::ofstream(file) << "NAME          SMALL\nROWS\n N  COST\n L  LIM1\n G  MYGE\nCOLUMNS\n"
+                         "    X         COST               1.0   LIM1               1.0\n"
+                         "    X         MYGE               1.0\n"
+                         "    Y         COST               2.0   LIM1               1.0\n"
+                         "RHS\n    RHS       LIM1               4.0   MYGE               1.0\n"
+                         "RANGES\n    RNG       LIM1               2.5\n"
+                         "BOUNDS\n UP BND       X                  4.0\nENDATA\n";
+  const step read = [&](handles& h) { return TVN_readdata(h.task, file.c_str()); };
+  expect_survived({init, make, read, optimize, optimal, summary});
+  // With guards around the blocks the manager's own records are requests as well.
+  expect_survived({init, make, read, optimize}, "");
+  std::filesystem::remove(file);
+}

@@ -1,0 +1,161 @@
+// If these failed in the field: problems whose answers everybody knows would get other ones here.
+//
+// The files and refs.csv with their answers lie in the folder that TOVAN_DATA names; without it the tests are skipped.
+#include "tovan.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr double tolobj = 1e-6; // relative; the references hold to about 1e-9
+
+struct reference {
+  std::string family, name, status;
+  int32_t rows = 0;
+  double objective = NAN;
+  std::string path;
+};
+
+std::vector<reference> references() {
+  std::vector<reference> refs;
+  const char* folder = std::getenv("TOVAN_DATA");
+  if (!folder) return refs;
+  std::ifstream in(fs::path(folder) / "refs.csv");
+  std::string line;
+  std::getline(in, line);
+  while (std::getline(in, line)) {
+    std::vector<std::string> field;
+    std::stringstream row(line);
+    for (std::string f; std::getline(row, f, ',');) field.push_back(f);
+    if (field.size() < 9) continue;
+    reference r;
+    r.family = field[0];
+    r.name = field[1];
+    r.rows = std::atoi(field[2].c_str());
+    r.status = field[7];
+    if (!field[8].empty()) r.objective = std::strtod(field[8].c_str(), nullptr);
+    r.path = (fs::path(folder) / r.family / (r.name + ".mps.gz")).string();
+    if (fs::exists(r.path)) refs.push_back(r);
+  }
+  return refs;
+}
+
+std::vector<reference> chosen(const std::string& family, int32_t maxrows) {
+  std::vector<reference> all = references(), some;
+  for (const reference& r : all)
+    if (r.family == family && r.rows <= maxrows) some.push_back(r);
+  return some;
+}
+
+struct result {
+  TVNrescodee code = TVN_RES_OK, trm = TVN_RES_OK;
+  int32_t solsta = -1, prosta = -1, iterations = 0;
+  double objective = NAN;
+};
+
+// A task of its own for each run; `prepare` sets parameters or changes the problem after it was read.
+template <class Prepare> result solve(const reference& r, Prepare prepare) {
+  result out;
+  TVNenv_t env = nullptr;
+  TVNtask_t task = nullptr;
+  EXPECT_EQ(TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr), TVN_RES_OK);
+  EXPECT_EQ(TVN_initenv(env), TVN_RES_OK);
+  EXPECT_EQ(TVN_makeemptytask(env, &task), TVN_RES_OK);
+  out.code = TVN_readdata(task, r.path.c_str());
+  if (out.code == TVN_RES_OK) out.code = prepare(task);
+  if (out.code == TVN_RES_OK) out.code = TVN_optimizetrm(task, &out.trm);
+  if (out.code == TVN_RES_OK) {
+    TVN_getsolutionstatus(task, TVN_SOL_BAS, &out.prosta, &out.solsta);
+    TVN_getprimalobj(task, TVN_SOL_BAS, &out.objective);
+    TVN_getintinf(task, TVN_IINF_SIM_PRIMAL_ITER, &out.iterations);
+  }
+  EXPECT_EQ(TVN_deletetask(&task), TVN_RES_OK);
+  EXPECT_EQ(TVN_deleteenv(&env), TVN_RES_OK);
+  return out;
+}
+
+result solve(const reference& r) {
+  return solve(r, [](TVNtask_t) { return TVN_RES_OK; });
+}
+
+void expect_reference(const reference& r, const result& s, double sign = 1) {
+  SCOPED_TRACE(r.name);
+  ASSERT_EQ(s.code, TVN_RES_OK);
+  ASSERT_EQ(s.trm, TVN_RES_OK);
+  if (r.status == "optimal") {
+    EXPECT_EQ(s.solsta, TVN_SOL_STA_OPTIMAL);
+    if (!std::isnan(r.objective)) EXPECT_LE(std::fabs(sign * s.objective - r.objective), tolobj * (1 + std::fabs(r.objective)));
+  } else if (r.status == "infeasible") {
+    EXPECT_EQ(s.solsta, TVN_SOL_STA_PRIM_INFEAS_CER);
+    EXPECT_EQ(s.prosta, TVN_PRO_STA_PRIM_INFEAS);
+  } else {
+    EXPECT_EQ(s.solsta, TVN_SOL_STA_DUAL_INFEAS_CER);
+    EXPECT_EQ(s.prosta, TVN_PRO_STA_DUAL_INFEAS);
+  }
+}
+
+TVNrescodee negate_objective(TVNtask_t task) {
+  int32_t numvar = 0;
+  double cfix = 0;
+  TVNrescodee code = TVN_getnumvar(task, &numvar);
+  std::vector<double> c(static_cast<size_t>(numvar));
+  if (code == TVN_RES_OK) code = TVN_getc(task, c.data());
+  if (code == TVN_RES_OK) code = TVN_getcfix(task, &cfix);
+  for (int32_t j = 0; j < numvar && code == TVN_RES_OK; j++) code = TVN_putcj(task, j, -c[static_cast<size_t>(j)]);
+  if (code == TVN_RES_OK) code = TVN_putcfix(task, -cfix);
+  return code == TVN_RES_OK ? TVN_putobjsense(task, TVN_OBJECTIVE_SENSE_MAXIMIZE) : code;
+}
+
+struct PublicProblems : ::testing::Test {
+  void SetUp() override {
+    if (references().empty()) GTEST_SKIP() << "SKIPPED: TOVAN_DATA names no folder with refs.csv";
+  }
+};
+
+} // namespace
+
+TEST_F(PublicProblems, ReachTheirKnownOptima) {
+  int32_t count = 0;
+  for (const reference& r : chosen("lp", 1500)) {
+    expect_reference(r, solve(r));
+    count++;
+  }
+  EXPECT_GT(count, 40);
+}
+
+TEST_F(PublicProblems, WithoutASolutionAreProvenSo) {
+  int32_t count = 0;
+  for (const reference& r : chosen("lp_infeasible", 1 << 30)) {
+    expect_reference(r, solve(r));
+    count++;
+  }
+  EXPECT_GT(count, 10);
+}
+
+TEST_F(PublicProblems, HaveTheSameOptimumWithoutScalingAndAsAMaximisation) {
+  for (const reference& r : chosen("lp", 300)) {
+    expect_reference(r, solve(r, [](TVNtask_t t) { return TVN_putintparam(t, TVN_IPAR_SIM_SCALING, TVN_SCALING_NONE); }));
+    expect_reference(r, solve(r, negate_objective), -1);
+  }
+}
+
+TEST_F(PublicProblems, TakeTheSamePathByTheFreeChoiceAndByName) {
+  for (const reference& r : chosen("lp", 300)) {
+    SCOPED_TRACE(r.name);
+    const result free = solve(r);
+    const result named = solve(
+        r, [](TVNtask_t t) { return TVN_putintparam(t, TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_PRIMAL_SIMPLEX); });
+    EXPECT_EQ(free.iterations, named.iterations);
+    EXPECT_EQ(free.solsta, named.solsta);
+    EXPECT_EQ(free.objective, named.objective);
+  }
+}
