@@ -43,7 +43,7 @@ TEST_F(Names, DuplicatesAreRefusedWithinAKindAndTheOldNameStays) {
 TEST_F(Names, TooShortABufferHoldsTheEmptyString) {
   append(1, 0);
   ASSERT_EQ(TVN_putname(task, TVN_PI_CON, 0, "balance"), TVN_RES_OK);
-  char buffer[8] = "xxxxxxx";
+  char buffer[8] = "-------";
   int32_t len = 0;
   EXPECT_EQ(TVN_getname(task, TVN_PI_CON, 0, 7, &len, buffer), TVN_RES_ERR_NAME_MAX_LEN);
   EXPECT_STREQ(buffer, "");
