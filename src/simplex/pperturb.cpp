@@ -147,7 +147,13 @@ void psimplex_kick(primal_state& s) {
 
 bool psimplex_unstall(primal_state& s) {
   if (s.resets >= maxunstalls || s.accepting) return false;
-  widen_tight_basics(s, s.param.tolx);
+  // Largest reduced cost and partial pricing stall first: from here on weights lead.
+  if (s.method == sel_partial || s.method == sel_full) {
+    s.method = s.wanted = sel_devex;
+    psimplex_resetweights(s);
+    s.refactor = true;
+  }
+  widen_tight_basics(s, s.param.tolx * std::exp2(s.resets));
   return true;
 }
 

@@ -18,6 +18,7 @@ constexpr double tolpivmin = 1e-10, tolpivmax = 1e-4;
 constexpr int32_t maxupdates = 500;        // on one factor, whatever the cost of a solve says
 constexpr int64_t stallperturbed = 2000, stallplain = 200; // degenerate steps in a row before random edges
 constexpr double smallstep = 1e-12;       // steps up to this count as degenerate,
+constexpr double smallprogress = 1e-9;    // of the objective, between two fresh values far apart
 constexpr double smallgain = 1e-11;       // and gains up to this part of the objective as standing still
 constexpr double feasibleshift = 10;      // times tolfeas: infeasibility that a shift of the working bound absorbs
 
@@ -151,6 +152,20 @@ bool absorb_infeasibilities(primal_state& s, double relative) {
   return true;
 }
 
+// Steps can gain what the next recomputation takes back. Over many steps only the fresh objective tells progress.
+void watch_progress(primal_state& s) {
+  const double now = s.phase == 1 ? s.suminf : s.info.objective;
+  if (s.phase != s.bestphase || s.resets != s.bestresets || now < s.best - smallprogress * s.objscale) {
+    s.best = now;
+    s.bestiter = s.iter;
+    s.bestphase = s.phase;
+    s.bestresets = s.resets;
+  } else if (s.iter - s.bestiter > stallperturbed + 2 * s.work.m) {
+    s.random = !psimplex_unstall(s);
+    s.bestphase = 0; // begin anew
+  }
+}
+
 // Fresh factor, x, phase and d.
 loop_state recompute(primal_state& s) {
   if (refactor(s) == loop_state::finished) return loop_state::finished;
@@ -163,6 +178,7 @@ loop_state recompute(primal_state& s) {
   if (wasfeasible && s.phase == 1) s.setbacks++;
   set_objective(s);
   s.objscale = 1 + std::fabs(s.phase == 1 ? s.suminf : s.info.objective);
+  watch_progress(s);
   psimplex_formd(s);
   psimplex_rebuildcandidates(s);
 #if TVN_CHECK_LEVEL >= 2

@@ -93,6 +93,9 @@ struct primal_state {
   int32_t degenmode = 1;
   int32_t resets = 0;        // returns to the true bounds
   double objscale = 1;       // 1 + magnitude of the objective of the phase at the last recomputation
+  double best = 0;           // lowest fresh objective of this phase since the last return to the true bounds,
+  int64_t bestiter = 0;      // when it was met,
+  int32_t bestphase = 0, bestresets = 0; // and which phase and return that was
   int64_t stalled = 0;       // degenerate steps in a row
   bool random = false;       // stalled for long: entering and leaving variables are drawn (random edge)
   bool accepting = false;    // true bounds gave way within the tolerance asked for: they do not come back

@@ -262,14 +262,15 @@ void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& p
   int32_t claim = info.solsta;
   if (settle_status(sys, lp, param, info, sol) || info.response != simplex_code::ok)
     return static_cast<void>(progress(simplex_event::end_primal, info));
-  // The claim does not hold for the user: go on from its basis. An infeasibility without a proof is rounding, so bounds
-  // give way to it; an optimum with residuals is run on the unscaled data with tighter tolerances.
+  // The claim does not hold for the user: go on from its basis with tighter tolerances, an optimum on the unscaled data.
+  // An infeasibility that stays without a proof is rounding: then bounds give way to it.
   for (int32_t attempt = 0; attempt < 2; attempt++) {
     simplex_param again = param;
     again.hotstart = 6;
-    again.acceptinfeas = claim == sol_prim_infeas_cer;
-    const bool unscaled = !again.acceptinfeas && attempt == 0;
-    if (unscaled) again.tolx *= 0.1, again.tols *= 0.1;
+    const bool infeasible = claim == sol_prim_infeas_cer, unscaled = !infeasible && attempt == 0;
+    again.acceptinfeas = infeasible && attempt == 1;
+    again.tols *= infeasible ? 1e-3 : 0.1;
+    if (unscaled) again.tolx *= 0.1;
     run_once(sys, lp, again, info, progress, sol, unscaled ? scale_request{} : scale, &sol);
     claim = info.solsta;
     if (settle_status(sys, lp, param, info, sol) || info.response != simplex_code::ok) break;
