@@ -1,137 +1,99 @@
-// Memory manager: the list of guarded blocks behind the thin pass.
+// Memory manager: making and deleting one, and the list of guarded blocks behind the thin pass.
 //
-// A block of the caller's `size` bytes lies between two guards of 8 bytes; byte k of a guard holds its start byte plus
-// k. The record is a separate allocation, so that a stray write into a block does not destroy the list.
-// Cost: level 0 adds a counter and a branch to malloc; above that free walks the list from the newest block.
+// The record of a block is a separate allocation, so that a stray write into a block does not destroy the list.
+// Cost: level 0 adds a counter and two branches to malloc; above that free walks the list from the newest block.
 #include "cpub/memman.h"
 
-#include <cstdarg>
+#include "cpub/memmanint.h"
+
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
 namespace tvn {
 
-struct memblock {
-  uint64_t number;
-  size_t size;              // bytes of the caller
-  unsigned char* mem;       // size + 16 bytes, guards included
-  unsigned char beg, end;   // start bytes of the two guards
-  memblock *next, *prev;
-};
-
 namespace {
 
-constexpr size_t guardsize = 8;
 constexpr unsigned char guardstart = 0x20;
 
 void* defaultmalloc(void*, size_t size) { return std::malloc(size); }
 void defaultfree(void*, void* block) { std::free(block); }
 
-struct scoped_lock {
-  memman& m;
-  explicit scoped_lock(memman& mm) : m(mm) {
-    if (m.multithread) pthread_mutex_lock(&m.mutex);
-  }
-  ~scoped_lock() {
-    if (m.multithread) pthread_mutex_unlock(&m.mutex);
-  }
-  scoped_lock(const scoped_lock&) = delete;
-  scoped_lock& operator=(const scoped_lock&) = delete;
-};
-
-// Writes a report line to the echo file, and to the echo function if the print level is above `level`.
-[[gnu::format(printf, 3, 4)]] void report(memman& m, int32_t level, const char* fmt, ...) {
-  char text[1024];
-  va_list args;
-  va_start(args, fmt);
-  std::vsnprintf(text, sizeof text, fmt, args);
-  va_end(args);
-  if (m.echofile) {
-    std::fputs(text, m.echofile);
-    std::fflush(m.echofile);
-  }
-  if (m.echofn && m.prlev > level) m.echofn(m.echohandle, text);
-}
-
-[[noreturn]] void fatal(memman& m, const char* file, int line, const char* msg) {
-  report(m, -1, "Fatal error in file '%s(%d)'\n", file, line);
-  report(m, -1, "Message(%s): %s\n", m.name, msg);
-  if (m.stopfn) m.stopfn(m.stophandle, file, line, msg);
-  std::abort();
-}
-
-void fillguard(unsigned char* g, unsigned char start) {
-  for (size_t k = 0; k < guardsize; k++) g[k] = static_cast<unsigned char>(start + k);
-}
-
-// Reports the first bad byte of each guard; returns the number of bad guards.
-size_t checkblock(memman& m, const memblock& b) {
-  size_t faults = 0;
-  const struct { const char* word; const unsigned char* g; unsigned char start; } sides[] = {
-      {"begin", b.mem, b.beg}, {"end", b.mem + guardsize + b.size, b.end}};
-  for (const auto& s : sides)
-    for (size_t k = 0; k < guardsize; k++) {
-      const auto want = static_cast<unsigned char>(s.start + k);
-      if (s.g[k] == want) continue;
-      report(m, -1, "*** Block %s guard violation. #%llu at %p. pos: %u expected: %u got %u\n", s.word,
-             static_cast<unsigned long long>(b.number), static_cast<const void*>(b.mem + guardsize),
-             static_cast<unsigned>(k), static_cast<unsigned>(want), static_cast<unsigned>(s.g[k]));
-      faults++;
-      break;
-    }
-  return faults;
-}
-
 void* listedmalloc(memman& m, size_t size, const char* file, int line) {
-  scoped_lock lock(m);
   if (size == 0) {
-    report(m, 5, "Allocted (%s)   a zero block in file '%s(%d)'.\n", m.name, file, line);
+    mem_report(m, 5, "Allocted (%s)   a zero block in file '%s(%d)'.\n", m.name, file, line);
     return nullptr;
   }
   auto* rec = static_cast<memblock*>(m.mallocfn(m.usrptr, sizeof(memblock)));
-  void* mem = rec && size <= SIZE_MAX - 2 * guardsize ? m.mallocfn(m.usrptr, size + 2 * guardsize) : nullptr;
+  void* mem = rec && size <= SIZE_MAX - mem_extra ? m.mallocfn(m.usrptr, size + mem_extra) : nullptr;
   if (!mem) {
     if (rec) m.freefn(m.usrptr, rec);
-    report(m, 1, "Out of space while trying to allocate a block of size %llu in file '%s(%llu)'\n",
-           static_cast<unsigned long long>(size), file, static_cast<unsigned long long>(line));
+    mem_report(m, 1, "Out of space while trying to allocate a block of size %llu in file '%s(%llu)'",
+               static_cast<unsigned long long>(size), file, static_cast<unsigned long long>(line));
     return nullptr;
   }
-  *rec = memblock{m.nextnumber++, size, static_cast<unsigned char*>(mem), guardstart, guardstart, m.first, nullptr};
-  fillguard(rec->mem, rec->beg);
-  fillguard(rec->mem + guardsize + size, rec->end);
+  *rec = memblock{.number = m.nextnumber++,
+                  .locked = false,
+                  .digest = {},
+                  .size = size,
+                  .mem = static_cast<unsigned char*>(mem),
+                  .beg = guardstart,
+                  .end = guardstart,
+                  .next = m.first,
+                  .prev = nullptr};
+  mem_fillguards(*rec);
   if (m.first) m.first->prev = rec;
   m.first = rec;
   m.curusage += size;
-  if (m.curusage > m.maxusage) m.maxusage = m.curusage;
-  report(m, 5, "Allocated(%s)   # %-6u at %-10p of size %-llu (%-llu) in file '%s(%d)'.\n", m.name,
-         static_cast<unsigned>(rec->number), static_cast<void*>(rec->mem + guardsize),
-         static_cast<unsigned long long>(size), static_cast<unsigned long long>(m.curusage), file, line);
-  return rec->mem + guardsize;
+  m.maxusage = std::max(m.maxusage, m.curusage);
+  char bytes[24], usage[24];
+  mem_report(m, 5, "Allocated(%s)   # %-6u at %-10p of size %-s (%-s) in file '%s(%d)'.", m.name,
+             static_cast<unsigned>(rec->number), static_cast<void*>(rec->user()), TVN_sizettostr(size, bytes),
+             TVN_sizettostr(m.curusage, usage), file, line);
+  return rec->user();
 }
 
 void unlinkblock(memman& m, memblock* b) {
-  if (b->prev) b->prev->next = b->next;
-  else m.first = b->next;
+  if (b->prev)
+    b->prev->next = b->next;
+  else
+    m.first = b->next;
   if (b->next) b->next->prev = b->prev;
   m.curusage -= b->size;
   m.freefn(m.usrptr, b->mem);
   m.freefn(m.usrptr, b);
 }
 
-void listedfree(memman& m, void* ptr, const char* file, int line) {
-  scoped_lock lock(m);
-  memblock* b = m.first;
-  while (b && b->mem + guardsize != ptr) b = b->next;
-  if (!b) {
-    report(m, -1, "Block %p cannot be deallocated because it is not in the allocation list.\n", ptr);
-    fatal(m, file, line, "Invalid pointer");
-  }
-  checkblock(m, *b);
-  report(m, 5, "Deallocated(%s) #%-6llu at %-10p of size %-llu (%-llu) in file '%s(%d)'\n", m.name,
-         static_cast<unsigned long long>(b->number), ptr, static_cast<unsigned long long>(b->size),
-         static_cast<unsigned long long>(m.curusage), file, line);
+// The block that starts at ptr; ends the process when there is none.
+memblock* listedblock(memman& m, const void* ptr, const char* file, int line) {
+  memblock* b = mem_findstart(m, ptr);
+  if (b) return b;
+  mem_report(m, -1, "Block %p cannot be deallocated because it is not in the allocation list.\n", ptr);
+  mem_fatal(m, file, line, "Invalid pointer");
+}
+
+void listedfree(memman& m, memblock* b, const char* file, int line) {
+  memman_checkblock(m, *b, file, line);
+  char bytes[24], usage[24];
+  mem_report(m, 5, "Deallocated(%s) #%-6llu at %-10p of size %-s (%-s) in file '%s(%d)'\n", m.name,
+             static_cast<unsigned long long>(b->number), static_cast<void*>(b->user()), TVN_sizettostr(b->size, bytes),
+             TVN_sizettostr(m.curusage, usage), file, line);
   unlinkblock(m, b);
+}
+
+size_t report_leaks(memman& m) {
+  size_t left = 0;
+  mem_report(m, -1, "Checking leaks\n");
+  if (m.first) mem_report(m, -1, "**** ALLOCATED  BLOCKS LEFT\n");
+  while (m.first) {
+    mem_report(m, -1, "#%-llu at %p is allocated\n", static_cast<unsigned long long>(m.first->number),
+               static_cast<void*>(m.first->user()));
+    unlinkblock(m, m.first);
+    left++;
+  }
+  mem_report(m, -1, "Done checking leaks\n");
+  return left;
 }
 
 } // namespace
@@ -146,8 +108,8 @@ memman* TVN_memman_make(const char*, int, int32_t dbglevel, bool multithread, vo
   if (!mem) return nullptr;
   auto* m = new (mem) memman{};
   std::strcpy(m->begguard, "begin");
-  std::strcpy(m->name, "memman");
   std::strcpy(m->endguard, "end");
+  TVN_memman_putname(*m, "memman");
   m->usrptr = usrptr;
   m->mallocfn = mallocfn;
   m->freefn = freefn;
@@ -165,17 +127,9 @@ size_t TVN_memman_delete(const char* file, int line, memman** mman) {
   if (!m) return 0;
   size_t left = 0;
   if (m->dbglevel > 0) {
-    report(*m, -1, "Deleting mem manager. Scanning memory\n");
-    TVN_memman_scanmem(*m, file, line);
-    report(*m, -1, "Checking leaks\n");
-    if (m->first) report(*m, -1, "**** ALLOCATED  BLOCKS LEFT\n");
-    while (m->first) {
-      report(*m, -1, "#%-llu at %p is allocated\n", static_cast<unsigned long long>(m->first->number),
-             static_cast<void*>(m->first->mem + guardsize));
-      unlinkblock(*m, m->first);
-      left++;
-    }
-    report(*m, -1, "Done checking leaks\n");
+    mem_report(*m, -1, "Deleting mem manager. Scanning memory\n");
+    mem_scan(*m, file, line);
+    left = report_leaks(*m);
   }
   if (m->exitfn) m->exitfn(m->exithandle);
   if (m->echofile) std::fclose(m->echofile);
@@ -186,6 +140,7 @@ size_t TVN_memman_delete(const char* file, int line, memman** mman) {
 }
 
 void* TVN_memman_malloc(memman& m, size_t size, const char* file, int line) {
+  const mem_lock lock(m);
   m.numrequests++;
   if (m.dbglevel > 0) return listedmalloc(m, size, file, line);
   return size ? m.mallocfn(m.usrptr, size) : nullptr;
@@ -200,8 +155,12 @@ void* TVN_memman_calloc(memman& m, size_t num, size_t size, const char* file, in
 }
 
 void* TVN_memman_realloc(memman& m, void* ptr, size_t oldsize, size_t size, const char* file, int line) {
+  if (ptr && m.dbglevel > 0) {
+    const mem_lock lock(m);
+    oldsize = std::min(oldsize, listedblock(m, ptr, file, line)->size);
+  }
   void* p = TVN_memman_malloc(m, size, file, line);
-  if (p && ptr) std::memcpy(p, ptr, oldsize < size ? oldsize : size);
+  if (p && ptr) std::memcpy(p, ptr, std::min(oldsize, size));
   if (p || size == 0) TVN_memman_free(m, ptr, file, line);
   return p;
 }
@@ -216,39 +175,46 @@ char* TVN_memman_strdup(memman& m, const char* text, const char* file, int line)
 
 void TVN_memman_free(memman& m, void* ptr, const char* file, int line) {
   if (!ptr) return;
-  if (m.dbglevel > 0) listedfree(m, ptr, file, line);
-  else m.freefn(m.usrptr, ptr);
-}
-
-size_t TVN_memman_scanmem(memman& m, const char* file, int line) {
-  if (m.dbglevel <= 0) return 0;
-  scoped_lock lock(m);
-  size_t faults = 0, blocks = 0;
-  report(m, -1, "Scanning memory at '%s'(%d)\n", file, line);
-  if (std::strcmp(m.begguard, "begin") != 0 || std::strcmp(m.endguard, "end") != 0) {
-    report(m, -1, "begin guard of mman: %p\n", static_cast<void*>(&m));
-    faults++;
-  }
-  for (memblock* b = m.first; b; b = b->next, blocks++) faults += checkblock(m, *b);
-  report(m, -1, "Space usage. Number of blocks: %llu  Current usage: %llu Maximum usage: %llu\n",
-         static_cast<unsigned long long>(blocks), static_cast<unsigned long long>(m.curusage),
-         static_cast<unsigned long long>(m.maxusage));
-  return faults;
+  const mem_lock lock(m);
+  if (m.dbglevel > 0)
+    listedfree(m, listedblock(m, ptr, file, line), file, line);
+  else
+    m.freefn(m.usrptr, ptr);
 }
 
 bool TVN_memman_getmemusage(memman& m, size_t& maxused, size_t& current) {
+  const mem_lock lock(m);
   const bool known = m.dbglevel > 0;
   maxused = known ? m.maxusage : 0;
   current = known ? m.curusage : 0;
   return known;
 }
 
+void TVN_memman_putname(memman& m, const char* name) { std::snprintf(m.name, sizeof m.name, "%s", name); }
+
+void TVN_memman_putechofunc(memman& m, void* handle, void (*fn)(void*, const char*)) {
+  m.echofn = fn;
+  m.echohandle = handle;
+}
+
+void TVN_memman_putexitfunc(memman& m, void* handle, void (*fn)(void*)) {
+  m.exitfn = fn;
+  m.exithandle = handle;
+}
+
 bool TVN_memman_openfile(memman& m, const char* filename, const char* title) {
+  if (m.echofile) std::fclose(m.echofile);
   m.echofile = std::fopen(filename, "w");
   if (m.echofile && title) std::fprintf(m.echofile, "%s\n", title);
   return m.echofile != nullptr;
 }
 
-void TVN_memman_echo(memman& m, const char* text) { report(m, -1, "%s", text); }
+void TVN_memman_echotofile(memman& m, const char* text) {
+  if (!m.echofile) return;
+  std::fputs(text, m.echofile);
+  std::fflush(m.echofile);
+}
+
+void TVN_memman_echo(memman& m, const char* text) { mem_report(m, -1, "%s", text); }
 
 } // namespace tvn

@@ -1,10 +1,9 @@
-// System environment: allocation, clock and the fatal stop.
+// System environment: making and deleting one, allocation and the fatal stop.
 #include "cpub/sysenv.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <new>
-#include <sys/time.h>
 
 namespace tvn {
 
@@ -16,16 +15,26 @@ void* sysenv::alloc(size_t size, const char* file, int line) {
 
 void sysenv::release(void* ptr, const char* file, int line) noexcept { TVN_memman_free(*mman, ptr, file, line); }
 
-sysenv* TVN_sysenv_make(int32_t dbglevel, void* usrptr, malloc_fn mallocfn, free_fn freefn) {
-  memman* m = TVN_memman_make("src/cpub/sysenv", __LINE__, dbglevel, false, usrptr, mallocfn, freefn);
+namespace {
+
+constexpr char label[] = "src/cpub/sysenv";
+
+// The manager is about to go: nobody shall reach it any more.
+void sysenv_memmanexit(void* handle) { static_cast<sysenv*>(handle)->mman = nullptr; }
+
+} // namespace
+
+sysenv* TVN_sysenv_make(int32_t dbglevel, void* usrptr, malloc_fn mallocfn, free_fn freefn, bool multithread) {
+  memman* m = TVN_memman_make(label, __LINE__, dbglevel, multithread, usrptr, mallocfn, freefn);
   if (!m) return nullptr;
   void* mem = m->mallocfn(m->usrptr, sizeof(sysenv));
   if (!mem) {
-    TVN_memman_delete("src/cpub/sysenv", __LINE__, &m);
+    TVN_memman_delete(label, __LINE__, &m);
     return nullptr;
   }
   auto* sys = new (mem) sysenv{};
   sys->mman = m;
+  TVN_memman_putexitfunc(*m, sys, sysenv_memmanexit);
   return sys;
 }
 
@@ -33,15 +42,22 @@ sys_code TVN_sysenv_delete(sysenv** sys) {
   sysenv* s = *sys;
   if (!s) return sys_code::ok;
   memman* m = s->mman;
-  m->freefn(m->usrptr, s);
+  const free_fn release = TVN_memman_getfreefunc(*m);
+  void* usrptr = TVN_memman_getusrmallocptr(*m);
+  const size_t left = TVN_memman_delete(label, __LINE__, &m);
+  release(usrptr, s);
   *sys = nullptr;
-  return TVN_memman_delete("src/cpub/sysenv", __LINE__, &m) > 0 ? sys_code::leaking : sys_code::ok;
+  return left > 0 ? sys_code::leaking : sys_code::ok;
 }
 
-double TVN_sysenv_gettime() {
-  timeval tv{};
-  gettimeofday(&tv, nullptr);
-  return static_cast<double>(tv.tv_sec) + static_cast<double>(tv.tv_usec) / 1e6;
+void TVN_sysenv_assertdbg(sysenv* sys, const char* file, int line, bool cond, const char* condtext) {
+  if (!cond) TVN_sysenv_stopdbg(sys, file, line, "Assertion failed: %s", condtext);
+}
+
+void TVN_sysenv_assertspcdbg(sysenv* sys, const char* file, int line, int64_t needed, int64_t space) {
+  if (needed > space)
+    TVN_sysenv_stopdbg(sys, file, line, "Assertion failed: %lld of %lld", static_cast<long long>(needed),
+                       static_cast<long long>(space));
 }
 
 void TVN_sysenv_putexithandler(sysenv& sys, void (*fn)(void*, const char*, int, const char*), void* handle) {
@@ -57,8 +73,10 @@ void TVN_sysenv_stopdbg(sysenv* sys, const char* file, int line, const char* fmt
   va_start(args, fmt);
   std::vsnprintf(msg, sizeof msg, fmt, args);
   va_end(args);
-  if (sys && sys->exithandler) sys->exithandler(sys->exithandle, file, line, msg);
-  else std::fprintf(stderr, "\n\nFatal error\nFile : %s\nLine : %d\nMsg. : %s\n", file, line, msg);
+  if (sys && sys->exithandler)
+    sys->exithandler(sys->exithandle, file, line, msg);
+  else
+    std::fprintf(stderr, "\n\nFatal error\nFile : %s\nLine : %d\nMsg. : %s\n", file, line, msg);
   std::exit(-1);
 }
 

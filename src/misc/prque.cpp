@@ -31,6 +31,12 @@ void TVN_pq_make(sysenv& sys, int32_t maxe, int32_t maxp, pq& q) {
   pq_cut(q, q.store.data());
 }
 
+void TVN_pq_make2(sysenv& sys, int32_t maxe, int32_t maxp, std::span<int32_t> area, pq& q) {
+  pq fresh;
+  if (!TVN_pq_setup(fresh, sys, maxe, maxp, area)) TVN_pq_make(sys, maxe, maxp, fresh);
+  q = std::move(fresh);
+}
+
 bool TVN_pq_setup(pq& q, sysenv& sys, int32_t maxe, int32_t maxp, std::span<int32_t> area) {
   q.sys = &sys;
   q.maxe = maxe;
@@ -80,8 +86,11 @@ void TVN_pq_remove(pq& q, int32_t e) {
   q.count--;
 }
 
-void TVN_pq_incp(pq& q, int32_t e, int32_t by) { TVN_pq_putp(q, e, q.prio[e] + by); }
-void TVN_pq_decp(pq& q, int32_t e, int32_t by) { TVN_pq_putp(q, e, q.prio[e] - by); }
+void TVN_pq_incp(pq& q, int32_t e, int32_t by) {
+  if (q.prio[e] >= 0) TVN_pq_putp(q, e, q.prio[e] + by);
+}
+
+void TVN_pq_decp(pq& q, int32_t e, int32_t by) { TVN_pq_incp(q, e, -by); }
 
 bool TVN_pq_tomin(pq& q) {
   q.minp = q.count == 0 ? q.maxp + 1 : pq_filled(q, q.minp);

@@ -28,6 +28,9 @@ struct pq {
 
 // Throws out_of_memory.
 void TVN_pq_make(sysenv& sys, int32_t maxe, int32_t maxp, pq& q);
+// Lays the queue over `area` if that is long enough, else over space of its own; throws out_of_memory in that case
+// only.
+void TVN_pq_make2(sysenv& sys, int32_t maxe, int32_t maxp, std::span<int32_t> area, pq& q);
 // Lays the queue over `area`; false when it is shorter than TVN_pq_space(maxe, maxp), then only the sizes are stored.
 bool TVN_pq_setup(pq& q, sysenv& sys, int32_t maxe, int32_t maxp, std::span<int32_t> area);
 void TVN_pq_delete(pq& q);
@@ -37,8 +40,8 @@ inline int64_t TVN_pq_space(int64_t maxe, int64_t maxp) { return 3 * maxe + maxp
 
 // Puts e at the head of bucket p; an element that is present is moved.
 void TVN_pq_putp(pq& q, int32_t e, int32_t p);
-void TVN_pq_remove(pq& q, int32_t e); // absent: nothing happens
-void TVN_pq_incp(pq& q, int32_t e, int32_t by);
+void TVN_pq_remove(pq& q, int32_t e);           // absent: nothing happens
+void TVN_pq_incp(pq& q, int32_t e, int32_t by); // so here and below
 void TVN_pq_decp(pq& q, int32_t e, int32_t by);
 
 inline int32_t TVN_pq_get(const pq& q, int32_t e) { return q.prio[e]; } // priority or -1

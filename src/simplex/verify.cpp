@@ -13,7 +13,7 @@ constexpr long double roundoff = 1e-12L;
 
 // Keeps the larger; a NaN wins and stays.
 void worsen(double& worst, double value) {
-  if (!(value <= worst)) worst = value;
+  if (!std::isnan(worst) && !(value <= worst)) worst = value;
 }
 
 
@@ -67,7 +67,9 @@ lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solu
   for (int32_t j = 0; j < lp.numvar; j++) obj += static_cast<long double>(lp.c[j]) * sol.xx[j];
   for (int32_t i = 0; i < lp.numcon; i++) obj += static_cast<long double>(cslack(lp, i)) * sol.xc[i];
   r.objective = static_cast<double>(obj);
-  const double cscale = 1 + max_cost(lp), oscale = 1 + std::fabs(r.objective);
+  // A scale that is not finite must not hide a residual: inf - inf is NaN.
+  const double largestcost = max_cost(lp), cscale = 1 + largestcost + (largestcost - largestcost);
+  const double oscale = 1 + std::fabs(r.objective) + (r.objective - r.objective);
   auto complementarity = [&](double v, int32_t bk, double bl, double bu, double sl, double su) {
     if (has_lower(bk)) worsen(r.comp, std::fabs(sl * (v - bl)) / oscale);
     if (has_upper(bk)) worsen(r.comp, std::fabs(su * (bu - v)) / oscale);

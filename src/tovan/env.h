@@ -36,11 +36,17 @@ struct TVNenv {
   std::array<int32_t, 1000> warningcount{};         // per warning code
   int64_t numtaskscreated = 0, numtasksremoved = 0; // alive = created - removed
   int32_t indexorigin = 0;                          // added to indices shown in messages
+  int32_t language = TVN_LANG_ENG;                  // of the fixed messages, TVN_LANG_*
 };
 
 namespace tvn {
 
 using env = ::TVNenv;
+
+inline env& TVN_envcast(void* handle) noexcept { return *static_cast<env*>(handle); }
+inline sysenv& TVN_getsysenv(env& e) noexcept { return *e.sys; }
+inline int32_t TVN_getindexorigin(const env& e) noexcept { return e.indexorigin; }
+inline int32_t TVN_getlang(const env& e) noexcept { return e.language; }
 
 // Issues the number of a new task, or counts one that has gone; both under mutex 2.
 TVNrescodee TVN_appendtask(env& e, int64_t& id);

@@ -8,7 +8,7 @@
 namespace tvn {
 
 // The index as messages show it.
-inline int32_t TVN_userindex(const task& t, int32_t i) noexcept { return i + t.env->indexorigin; }
+inline int32_t TVN_userindex(const task& t, int32_t i) noexcept { return i + TVN_getindexorigin(*t.env); }
 
 // item: TVN_PI_VAR, TVN_PI_CON or TVN_PI_CONE (the access modes are the first two).
 TVNrescodee TVN_checkindexdbg(const char* file, int line, const char* function, task& t, const char* argname,

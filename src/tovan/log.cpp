@@ -1,26 +1,21 @@
-// The log state machine. An event prints its lines under the log parameter of its subsystem and ends with the callbacks,
-// so that every event can stop a run.
+// The log state machine. See log.h.
+//
+// An event prints its lines under the log parameter of its subsystem and ends with the callbacks, so that every event
+// can stop a run. The lines that have a fixed text stand in msg.cpp; those with columns belong to the optimizers, which
+// print them before they send the event. An event without a line still reaches the callbacks.
 #include "tovan/log.h"
 
 #include "tovan/convert.h"
 #include "tovan/data.h"
-#include "tovan/streams.h"
+#include "tovan/msg.h"
 #include "tovan/symcontext.h"
+#include "tovan/version.h"
 
 #include <cstdarg>
 
 namespace tvn {
 
 namespace {
-
-void optimizer_started(task& t) { echo(t, TVN_STREAM_MSG, "Optimizer started.\n"); }
-
-void optimizer_terminated(task& t) {
-  t.info.dou[TVN_DINF_OPTIMIZER_TIME] = t.optstop - t.optstart;
-  if (is_logged(t, TVN_IPAR_LOG_OPTIMIZER))
-    TVN_outfmttask(t, TVN_STREAM_MSG, "Optimizer terminated. Time: %{jwp}f\n", 0, 0, 2,
-                   t.info.dou[TVN_DINF_OPTIMIZER_TIME]);
-}
 
 const char* objective_word(const task& t) {
   return TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE ? "max" : "min";
@@ -58,7 +53,7 @@ void TVN_loghead(task& t) noexcept {
   const auto line = [&](const char* group, const char* item, const char* value) {
     echo(t, TVN_STREAM_MSG, "%*s - %*s : %*s\n", -10, group, -16, item, -16, value);
   };
-  line("Computer", "Platform", "Linux/64-X86");
+  line("Computer", "Platform", platform_text);
   line("Computer", "CPU type", cpu_word(t.params.ival[TVN_IPAR_CPU_TYPE]));
   line("TOVAN", "task name", t.taskname.c_str());
   line("TOVAN", "objective sense", objective_word(t));
@@ -74,19 +69,23 @@ TVNrescodee TVN_tovanlogr(TVNtask_t handle, int32_t code) noexcept {
   switch (code) {
   case TVN_CALLBACK_BEGIN_OPTIMIZER:
     TVN_loghead(t);
-    if (is_logged(t, TVN_IPAR_LOG_OPTIMIZER)) optimizer_started(t);
+    TVN_msg_logoptimizerstarted(t);
     break;
-  case TVN_CALLBACK_END_OPTIMIZER: optimizer_terminated(t); break;
-  case TVN_CALLBACK_BEGIN_SIMPLEX:
-    if (is_logged(t, TVN_IPAR_LOG_SIM)) echo(t, TVN_STREAM_MSG, "Simplex optimizer started.\n");
+  case TVN_CALLBACK_END_OPTIMIZER:
+    t.info.dou[TVN_DINF_OPTIMIZER_TIME] = t.optstop - t.optstart;
+    TVN_msg_logoptimizerterminated(t);
     break;
-  case TVN_CALLBACK_BEGIN_PRIMAL_SIMPLEX:
-    if (is_logged(t, TVN_IPAR_LOG_SIM)) echo(t, TVN_STREAM_MSG, "Primal simplex optimizer started.\n");
+  case TVN_CALLBACK_BEGIN_CONCURRENT:
+    TVN_loghead(t);
+    TVN_msg_logccoptimizerstarted(t);
     break;
-  case TVN_CALLBACK_END_PRIMAL_SIMPLEX:
-    if (is_logged(t, TVN_IPAR_LOG_SIM)) echo(t, TVN_STREAM_MSG, "Primal simplex optimizer terminated.\n");
+  case TVN_CALLBACK_END_CONCURRENT:
+    if (is_logged(t, TVN_IPAR_LOG_CONCURRENT))
+      TVN_msg_ccoptimizersummary(t);
+    else
+      TVN_msg_logccoptimizerterminated(t);
     break;
-  default: break; // an event without lines of its own
+  default: TVN_msg_event(t, code); break;
   }
   return call_callbacks(t, code);
 }

@@ -1,4 +1,4 @@
-// What the library knows of the processor.
+// The public names of processors against the internal codes of the layers below.
 #pragma once
 
 #include "cpub/sysenv.h"

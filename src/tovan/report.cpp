@@ -178,19 +178,19 @@ void TVN_assertenvdbg(const char* file, int line, env& e, bool condition) {
 }
 
 void TVN_exithandlertask(void* handle, const char* file, int line, const char* msg) {
-  stop_task(*static_cast<task*>(handle), file, line, msg);
+  stop_task(TVN_taskcast(handle), file, line, msg);
 }
 
 void TVN_exithandlerenv(void* handle, const char* file, int line, const char* msg) {
-  stop_env(*static_cast<env*>(handle), file, line, msg);
+  stop_env(TVN_envcast(handle), file, line, msg);
 }
 
 void TVN_echototask(void* handle, const char* text) {
-  (void)TVN_echostream(static_cast<task*>(handle)->streams, TVN_STREAM_LOG, text);
+  (void)TVN_echostream(TVN_taskcast(handle).streams, TVN_STREAM_LOG, text);
 }
 
 void TVN_echotoenv(void* handle, const char* text) {
-  (void)TVN_echostream(static_cast<env*>(handle)->streams, TVN_STREAM_LOG, text);
+  (void)TVN_echostream(TVN_envcast(handle).streams, TVN_STREAM_LOG, text);
 }
 
 TVNrescodee TVN_sysrestores(sys_code code) noexcept {

@@ -1,6 +1,8 @@
-// Summaries for people: the optimizer's work and the quality of the solutions, measured on the user's data.
+// Summaries for people: the optimizer's work, whose text is a fixed message, and the quality of the solutions,
+// measured on the user's data.
 #include "tovan/api.h"
 #include "tovan/log.h"
+#include "tovan/msg.h"
 #include "tovan/report.h"
 #include "tovan/sol.h"
 #include "tovan/streams.h"
@@ -48,31 +50,6 @@ TVNrescodee solution_summary(task& t, int32_t stream) {
   return TVN_RES_OK;
 }
 
-void optimizer_summary(task& t) {
-  const auto& d = t.info.dou;
-  const auto& i = t.info.intg;
-  const auto& l = t.info.lint;
-  const auto row = [&](const char* name, int64_t iterations, double seconds) {
-    echo(t, TVN_STREAM_MSG, "%-26s- iterations : %-12lld  time: %.2f\n", name, static_cast<long long>(iterations), seconds);
-  };
-  const auto title = [&](const char* name, double seconds) {
-    echo(t, TVN_STREAM_MSG, "%-26s- %25s  time: %.2f\n", name, "", seconds);
-  };
-  echo(t, TVN_STREAM_MSG, "Optimizer summary\n");
-  title("  Optimizer", d[TVN_DINF_OPTIMIZER_TIME]);
-  row("    Interior-point", i[TVN_IINF_INTPNT_ITER], d[TVN_DINF_INTPNT_TIME]);
-  title("      Basis identification", d[TVN_DINF_BI_TIME]);
-  row("        Primal", l[TVN_LIINF_BI_PRIMAL_ITER], d[TVN_DINF_BI_PRIMAL_TIME]);
-  row("        Dual", l[TVN_LIINF_BI_DUAL_ITER], d[TVN_DINF_BI_DUAL_TIME]);
-  row("        Clean primal", l[TVN_LIINF_BI_CLEAN_PRIMAL_ITER], d[TVN_DINF_BI_CLEAN_PRIMAL_TIME]);
-  row("        Clean dual", l[TVN_LIINF_BI_CLEAN_DUAL_ITER], d[TVN_DINF_BI_CLEAN_DUAL_TIME]);
-  title("    Simplex", d[TVN_DINF_SIM_TIME]);
-  row("      Primal simplex", i[TVN_IINF_SIM_PRIMAL_ITER], d[TVN_DINF_SIM_PRIMAL_TIME]);
-  row("      Dual simplex", i[TVN_IINF_SIM_DUAL_ITER], d[TVN_DINF_SIM_DUAL_TIME]);
-  row("      Primal-dual simplex", i[TVN_IINF_SIM_PRIMAL_DUAL_ITER], d[TVN_DINF_SIM_PRIMAL_DUAL_TIME]);
-  echo(t, TVN_STREAM_MSG, "%-26s- relaxations: %-12d\n\n", "    Mixed integer", i[TVN_IINF_MIO_NUM_RELAX]);
-}
-
 } // namespace
 } // namespace tvn
 
@@ -86,7 +63,7 @@ TVNrescodee TVN_solutionsummary(TVNtask_t task, int32_t whichstream) {
 
 TVNrescodee TVN_optimizersummary(TVNtask_t task) {
   return tvn::api(task, [](tvn::task& t) {
-    if (t.params.ival[TVN_IPAR_LOG] > 0) tvn::optimizer_summary(t);
+    tvn::TVN_msg_optimizersummary(t);
     return TVN_RES_OK;
   });
 }

@@ -40,4 +40,7 @@ struct TVNtask {
 
 namespace tvn {
 using task = ::TVNtask;
+
+inline task& TVN_taskcast(void* handle) noexcept { return *static_cast<task*>(handle); }
+inline sysenv& TVN_getsysenv(task& t) noexcept { return *t.sys; }
 }

@@ -199,6 +199,21 @@ TEST(Limits, AreRespectedAndNeverCalledOptimal) {
   EXPECT_EQ(stopped.seen.calls, 25);
 }
 
+TEST(NotFinite, DataNeverGiveAnOptimum) {
+  for (uint64_t seed = 1; seed <= 200; seed++) {
+    SCOPED_TRACE(seed);
+    std::mt19937_64 rng(seed);
+    const auto m = static_cast<int32_t>(3 + rng() % 30), n = static_cast<int32_t>(3 + rng() % 60);
+    known_case k = optimal_case(seed, m, n, 3.0 / m, 0.3);
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    if (seed % 2) k.p.c[rng() % k.p.c.size()] = seed % 4 == 1 ? nan : std::numeric_limits<double>::infinity();
+    else k.p.val[rng() % k.p.val.size()] = nan;
+    tvn::simplex_param param;
+    param.maxiterations = 5000;
+    EXPECT_NE(solve(k.p, param).info.solsta, tvn::sol_optimal);
+  }
+}
+
 TEST(Trivial, ProblemsWithoutRowsOrColumnsAndCrossingBoundsAreSettled) {
   lp_case none;
   none.beg = {0};

@@ -12,7 +12,7 @@
 namespace tvntest {
 
 inline void widen(double& worst, double v) {
-  if (!(v <= worst)) worst = v; // a NaN stays
+  if (!std::isnan(worst) && !(v <= worst)) worst = v; // a NaN wins and stays
 }
 
 inline std::vector<double> activities(const lp_case& p, const std::vector<double>& x) {
