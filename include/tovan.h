@@ -1348,6 +1348,9 @@ TVN_API TVNrescodee TVN_deletetask(TVNtask_t *task);
  * Codes: TVN_RES_ERR_IDENTICAL_TASKS, TVN_RES_ERR_NULL_POINTER, TVN_RES_ERR_SPACE. */
 TVN_API TVNrescodee TVN_clonetask(TVNtask_t task, TVNtask_t *clonedtask);
 
+/* The environment of a task. env out: its handle, still owned by who made it. Codes: TVN_RES_ERR_NULL_POINTER. */
+TVN_API TVNrescodee TVN_getenv(TVNtask_t task, TVNenv_t *env);
+
 /* Deletes the problem and the solutions and makes room for a new one; parameters and objective sense stay.
  *   maxnumcon, maxnumvar, maxnumcone, maxnumanz, maxnumqnz in: capacities, of which the last two count nonzeros of A
  *   and of all quadratic terms.
@@ -1489,6 +1492,10 @@ TVN_API TVNrescodee TVN_wchartoutf8(size_t outputlen, size_t *len, size_t *conv,
 /* The class of a code, from its value alone. responseclass out: TVN_RESPONSE_*. */
 TVN_API TVNrescodee TVN_getresponseclass(TVNrescodee code, int32_t *responseclass);
 
+/* The message template of a code, whose conversions the reporter fills. buffer out: "No message for this code." for 0
+ * and for a code that does not exist; a null one does nothing. */
+TVN_API TVNrescodee TVN_getresmes(TVNrescodee code, char *buffer);
+
 /* Name and meaning of a code.
  *   symname     out: the constant, "" for a code that does not exist; may be null.
  *   description out: a sentence, "" for a code that does not exist; may be null.
@@ -1574,6 +1581,76 @@ TVN_API int32_t TVN_compresstypenametovalue(const char *name, int32_t *value);
 TVN_API int32_t TVN_getcompresstypename(int32_t value, char *buffer);
 TVN_API int32_t TVN_languagenametovalue(const char *name, int32_t *value);
 TVN_API int32_t TVN_getlanguagename(int32_t value, char *buffer);
+TVN_API int32_t TVN_accmodenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getaccmodename(int32_t value, char *buffer);
+TVN_API int32_t TVN_adopnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getadopname(int32_t value, char *buffer);
+TVN_API int32_t TVN_adoptypenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getadoptypename(int32_t value, char *buffer);
+TVN_API int32_t TVN_basisidentnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getbasisidentname(int32_t value, char *buffer);
+TVN_API int32_t TVN_branchdirnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getbranchdirname(int32_t value, char *buffer);
+TVN_API int32_t TVN_checkconvexitynametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getcheckconvexityname(int32_t value, char *buffer);
+TVN_API int32_t TVN_feasrepairoptimizenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getfeasrepairoptimizename(int32_t value, char *buffer);
+TVN_API int32_t TVN_inftypenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getinftypename(int32_t value, char *buffer);
+TVN_API int32_t TVN_iomodenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getiomodename(int32_t value, char *buffer);
+TVN_API int32_t TVN_marknametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getmarkname(int32_t value, char *buffer);
+TVN_API int32_t TVN_messagekeynametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getmessagekeyname(int32_t value, char *buffer);
+TVN_API int32_t TVN_miocontsolnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getmiocontsolname(int32_t value, char *buffer);
+TVN_API int32_t TVN_miomodenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getmiomodename(int32_t value, char *buffer);
+TVN_API int32_t TVN_mionodeselectionnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getmionodeselectionname(int32_t value, char *buffer);
+TVN_API int32_t TVN_mpsformatnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getmpsformatname(int32_t value, char *buffer);
+TVN_API int32_t TVN_networkdetectnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getnetworkdetectname(int32_t value, char *buffer);
+TVN_API int32_t TVN_onoffnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getonoffname(int32_t value, char *buffer);
+TVN_API int32_t TVN_ordermethodnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getordermethodname(int32_t value, char *buffer);
+TVN_API int32_t TVN_parametertypenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getparametertypename(int32_t value, char *buffer);
+TVN_API int32_t TVN_presolvemodenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getpresolvemodename(int32_t value, char *buffer);
+TVN_API int32_t TVN_problemitemnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getproblemitemname(int32_t value, char *buffer);
+TVN_API int32_t TVN_qreadnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getqreadname(int32_t value, char *buffer);
+TVN_API int32_t TVN_responseclassnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getresponseclassname(int32_t value, char *buffer);
+TVN_API int32_t TVN_scalingnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getscalingname(int32_t value, char *buffer);
+TVN_API int32_t TVN_scalingmethodnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getscalingmethodname(int32_t value, char *buffer);
+TVN_API int32_t TVN_sensitivitytypenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getsensitivitytypename(int32_t value, char *buffer);
+TVN_API int32_t TVN_simdegennametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getsimdegenname(int32_t value, char *buffer);
+TVN_API int32_t TVN_simexploitdupvecnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getsimexploitdupvecname(int32_t value, char *buffer);
+TVN_API int32_t TVN_simhotstartnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getsimhotstartname(int32_t value, char *buffer);
+TVN_API int32_t TVN_simreformulationnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getsimreformulationname(int32_t value, char *buffer);
+TVN_API int32_t TVN_simselectionnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getsimselectionname(int32_t value, char *buffer);
+TVN_API int32_t TVN_solveformnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getsolveformname(int32_t value, char *buffer);
+TVN_API int32_t TVN_startingpointnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getstartingpointname(int32_t value, char *buffer);
+TVN_API int32_t TVN_streamnametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getstreamname(int32_t value, char *buffer);
+TVN_API int32_t TVN_xmlmodenametovalue(const char *name, int32_t *value);
+TVN_API int32_t TVN_getxmlmodename(int32_t value, char *buffer);
 TVN_API int32_t TVN_callbackcodenametovalue(const char *name, int32_t *value);
 TVN_API int32_t TVN_getcallbackcodename(int32_t value, char *buffer);
 TVN_API int32_t TVN_rescodenametovalue(const char *name, int32_t *value);

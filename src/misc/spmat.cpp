@@ -1,4 +1,4 @@
-// Compressed vectors. See spmat.h.
+// Compressed vectors: storage, sizes and the audit. See spmat.h.
 #include "misc/spmat.h"
 
 namespace tvn {
@@ -13,6 +13,20 @@ void own_pointers(spmat& a, int32_t maxnvec) {
   a.ownptre.swap(ptre);
   a.ptrb = a.ownptrb.data();
   a.ptre = a.ownptre.data();
+}
+
+// Whether two vectors use one position.
+bool shares_entries(const spmat& a) {
+  buffer<int32_t> order(*a.sys, a.nvec);
+  for (int32_t j = 0; j < a.nvec; j++) order[j] = j;
+  std::sort(order.begin(), order.end(), [&](int32_t j, int32_t k) { return a.ptrb[j] < a.ptrb[k]; });
+  int64_t end = a.fpos;
+  for (const int32_t j : order) {
+    if (a.ptrb[j] == a.ptre[j]) continue;
+    if (a.ptrb[j] < end) return true;
+    end = a.ptre[j];
+  }
+  return false;
 }
 
 } // namespace
@@ -93,80 +107,14 @@ bool TVN_spmat_vresize(spmat& a, int32_t j, int64_t len) noexcept {
   return true;
 }
 
-void TVN_spmat_bigcopy(const spmat& a, int64_t size, spmat& to) {
-  const int64_t numnz = TVN_spmat_getnz(a);
-  TVN_ASSERT(a.sys, label, size >= numnz);
-  spmat fresh;
-  TVN_spmat_make(*a.sys, a.maxnvec, a.maxvlen, fresh);
-  fresh.nvec = a.nvec;
-  fresh.vlen = a.vlen;
-  TVN_spmat_ialloc(fresh, size);
-  for (int32_t j = 0; j < a.nvec; j++) {
-    const int64_t len = a.ptre[j] - a.ptrb[j];
-    std::copy_n(a.sub + a.ptrb[j], len, fresh.sub + fresh.ffree);
-    std::copy_n(a.val + a.ptrb[j], len, fresh.val + fresh.ffree);
-    fresh.ptrb[j] = fresh.ffree;
-    fresh.ptre[j] = fresh.ffree += len;
-  }
-  to = std::move(fresh);
-}
-
-void TVN_spmat_transpose(sysenv& sys, const spmat& a, bool nocopyvalues, spmat& at) {
-  const int64_t numnz = TVN_spmat_getnz(a);
-  if (!at.sys) {
-    TVN_spmat_make(sys, a.vlen, a.nvec, at);
-    TVN_spmat_ialloc(at, numnz);
-  }
-  TVN_spmat_init(at, a.vlen, a.nvec);
-  if (at.fpos + numnz > at.maxsze)
-    TVN_sysenv_stopdbg(&sys, label, __LINE__, "inplace: %d at->ffree>at->maxsze i.e. %lld>%lld", 0,
-                       static_cast<long long>(at.fpos + numnz), static_cast<long long>(at.maxsze));
-  std::fill_n(at.ptre, a.vlen, 0);
-  for (int32_t j = 0; j < a.nvec; j++)
-    for (int64_t p = a.ptrb[j]; p < a.ptre[j]; p++) at.ptre[a.sub[p]]++;
-  for (int32_t i = 0; i < a.vlen; i++) {
-    at.ptrb[i] = at.ffree;
-    at.ffree += at.ptre[i];
-    at.ptre[i] = at.ptrb[i];
-  }
-  for (int32_t j = 0; j < a.nvec; j++) {
-    for (int64_t p = a.ptrb[j]; p < a.ptre[j]; p++) {
-      const int64_t to = at.ptre[a.sub[p]]++;
-      at.sub[to] = j;
-      if (!nocopyvalues) at.val[to] = a.val[p];
-    }
-  }
-}
-
 int64_t TVN_spmat_getnz(const spmat& a) noexcept {
   int64_t total = 0;
   for (int32_t j = 0; j < a.nvec; j++) total += a.ptre[j] - a.ptrb[j];
   return total;
 }
 
-double TVN_spmat_doti(const spmat& a, int32_t j, const double* x) noexcept {
-  double sum = 0;
-  for (int64_t p = a.ptrb[j]; p < a.ptre[j]; p++) sum += a.val[p] * x[a.sub[p]];
-  return sum;
-}
-
-void TVN_spmat_aipy(const spmat& a, int32_t j, double alpha, double* y) noexcept {
-  for (int64_t p = a.ptrb[j]; p < a.ptre[j]; p++) y[a.sub[p]] += alpha * a.val[p];
-}
-
-void TVN_spmat_scali(spmat& a, int32_t j, double alpha) noexcept {
-  for (int64_t p = a.ptrb[j]; p < a.ptre[j]; p++) a.val[p] *= alpha;
-}
-
-void TVN_spmat_gemv(const spmat& a, bool transposed, double alpha, const double* x, double beta, double* y) noexcept {
-  const int32_t leny = transposed ? a.nvec : a.vlen;
-  for (int32_t k = 0; k < leny; k++) y[k] = beta == 0.0 ? 0.0 : beta * y[k];
-  for (int32_t j = 0; j < a.nvec; j++) {
-    if (transposed)
-      y[j] += alpha * TVN_spmat_doti(a, j, x);
-    else if (x[j] != 0.0)
-      TVN_spmat_aipy(a, j, alpha * x[j], y);
-  }
+void TVN_spmat_getvnz(const spmat& a, int64_t* numnz) noexcept {
+  for (int32_t j = 0; j < a.nvec; j++) numnz[j] = TVN_spmat_getnzi(a, j);
 }
 
 int32_t TVN_spmat_check(const spmat& a) {
@@ -180,7 +128,7 @@ int32_t TVN_spmat_check(const spmat& a) {
       mark[a.sub[p]] = j;
     }
   }
-  return 0;
+  return shares_entries(a) ? 5 : 0;
 }
 
 } // namespace tvn

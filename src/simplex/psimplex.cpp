@@ -12,7 +12,6 @@ namespace tvn {
 namespace {
 
 constexpr int32_t maxresets = 6;          // returns to the true bounds that may be followed by new perturbation
-constexpr double pollseconds = 0.02;      // between two calls of the progress function
 constexpr int64_t budgetreserve = 40;     // iterations left: no more perturbation
 constexpr double tolpivmin = 1e-10, tolpivmax = 1e-4;
 constexpr int32_t maxupdates = 500;        // on one factor, whatever the cost of a solve says
@@ -433,13 +432,7 @@ loop_state iterate(primal_state& s) {
 } // namespace
 
 bool psimplex_poll(primal_state& s) {
-  const double now = TVN_sysenv_gettime();
-  if (s.param.maxtime >= 0 && now - s.param.starttime > s.param.maxtime)
-    return finish(s, simplex_code::max_time, sol_unknown) == loop_state::finished;
-  if (now - s.lastpoll < pollseconds && now >= s.lastpoll) return false;
-  s.lastpoll = now;
-  const int32_t stop = s.progress(simplex_event::poll, s.info);
-  return stop != 0 && finish(s, stop_code(stop), sol_unknown) == loop_state::finished;
+  return s.watch.stopped() && finish(s, s.watch.stop, sol_unknown) == loop_state::finished;
 }
 
 void psimplex_setup(primal_state& s) {

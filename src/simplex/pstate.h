@@ -27,10 +27,11 @@ struct price_result {
 enum class loop_state : int32_t { go_on, recompute, finished };
 
 struct primal_state {
-  primal_state(sysenv& s, const simplex_param& p, simplex_info& i, const simplex_progress& pr, const simplex_work& w)
-      : sys(s), param(p), info(i), progress(pr), work(const_cast<simplex_work&>(w)) {}
+  primal_state(sysenv& s, simplex_watch& wt, simplex_work& w)
+      : sys(s), watch(wt), param(wt.param), info(wt.info), progress(wt.progress), work(w) {}
 
   sysenv& sys;
+  simplex_watch& watch;
   const simplex_param& param;
   simplex_info& info;
   const simplex_progress& progress;
@@ -101,7 +102,6 @@ struct primal_state {
   bool accepting = false;    // true bounds gave way within the tolerance asked for: they do not come back
   int32_t successive = 0;    // recoveries without a good iteration between
   int64_t setbacks = 0;
-  double lastpoll = 0;
   double workprice = 0, worksolve = 0; // units of work since the last switch of pricing
   int64_t lastswitch = 0;
   simplex_code stop = simplex_code::ok;
@@ -146,7 +146,7 @@ void psimplex_check(primal_state& s);
 
 // --- the loop (psimplex.cpp): state ready with keys, head and x of the nonbasics set.
 void psimplex_optimize(primal_state& s);
-// Asks clock and user, at most every 20 ms; true: s.stop is set and the run must end.
+// Asks clock and user; true: s.stop is set and the run must end.
 bool psimplex_poll(primal_state& s);
 
 } // namespace tvn

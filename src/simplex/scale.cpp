@@ -66,11 +66,11 @@ void col_pass(simplex_work& w, bool to_maximum) {
 
 } // namespace
 
-bool TVN_simplex_computescaling(sysenv& sys, scale_request scale, simplex_work& w) {
+bool TVN_simplex_computescaling(sysenv& sys, scale_request scale, simplex_watch& watch, simplex_work& w) {
   const spread before = matrix_spread(w);
   if (before.largest == 0 || is_even(w, before.largest)) return false;
   buffer<double> lo(sys, w.m), hi(sys, w.m);
-  for (int32_t pass = 0; pass < scale.passes; pass++) {
+  for (int32_t pass = 0; pass < scale.passes && !watch.stopped(); pass++) {
     row_pass(w, lo, hi);
     col_pass(w, scale.equilibrate && pass + 1 == scale.passes);
   }

@@ -6,6 +6,7 @@
 namespace tvn {
 
 // Fills w.rowscale and w.colscale with powers of two; false (factors all 1) when scaling is not worth it.
-bool TVN_simplex_computescaling(sysenv& sys, scale_request scale, simplex_work& w);
+// Asks the watch between its passes and ends early when that says stop.
+bool TVN_simplex_computescaling(sysenv& sys, scale_request scale, simplex_watch& watch, simplex_work& w);
 
 } // namespace tvn

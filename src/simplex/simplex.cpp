@@ -225,10 +225,16 @@ bool settle_status(sysenv& sys, const lp_view& lp, const simplex_param& param, s
 void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
               const simplex_progress& progress, lp_solution& sol, scale_request scale, const lp_solution* keys) {
   simplex_work work;
-  TVN_simplex_compressproblem(sys, lp, scale, work);
+  simplex_watch watch{param, info, progress};
+  if (!TVN_simplex_compressproblem(sys, lp, scale, watch, work)) {
+    if (!keys) clear_solution(lp, sol); // else what stands stays
+    info.response = watch.stop;
+    info.solsta = sol_unknown;
+    return;
+  }
   info.numcon = work.m;
   info.numvar = work.n;
-  primal_state s(sys, param, info, progress, work);
+  primal_state s(sys, watch, work);
   psimplex_setup(s);
   start_basis(s, keys);
   progress(simplex_event::end_setup, info);

@@ -101,6 +101,17 @@ struct simplex_progress {
   int32_t operator()(simplex_event event, const simplex_info& info) const { return fn ? fn(handle, event, info) : 0; }
 };
 
+// Clock and user of one run, asked by every phase at most every 20 ms. Once it has said stop it goes on saying so.
+struct simplex_watch {
+  const simplex_param& param;
+  simplex_info& info;
+  const simplex_progress& progress;
+  double last = 0;                        // clock reading of the last call to the user
+  simplex_code stop = simplex_code::ok;   // why the run must end
+
+  bool stopped();                         // asks
+};
+
 // The user's problem, minimised. Column j holds positions ptrb[j] .. ptre[j]-1.
 struct lp_view {
   int32_t numcon = 0, numvar = 0;

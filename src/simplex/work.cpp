@@ -117,16 +117,20 @@ void swap_entries(simplex_work& w, int64_t a, int64_t b) noexcept {
 
 } // namespace
 
-void TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, scale_request scale, simplex_work& w) {
+bool TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, scale_request scale, simplex_watch& watch,
+                                 simplex_work& w) {
   make_maps(sys, lp, w);
   copy_columns(sys, lp, w);
   w.rowscale.reset(sys, w.m, 1.0);
   w.colscale.reset(sys, w.n, 1.0);
-  if (scale.on && TVN_simplex_computescaling(sys, scale, w))
+  if (watch.stopped()) return false;
+  if (scale.on && TVN_simplex_computescaling(sys, scale, watch, w))
     for (int32_t k = 0; k < w.n; k++)
       for (int64_t p = w.colbeg[k]; p < w.colbeg[k + 1]; p++) w.colval[p] *= w.rowscale[w.colsub[p]] * w.colscale[k];
+  if (watch.stopped()) return false;
   make_rows(sys, w);
   set_bounds_and_cost(sys, lp, w);
+  return !watch.stopped();
 }
 
 void TVN_simplex_activate(simplex_work& w, int32_t j) noexcept {

@@ -44,8 +44,9 @@ struct scale_request {
   int32_t passes = 0;
 };
 
-// Builds the working copy; scaling factors are computed when asked for and found worth it.
-void TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, scale_request scale, simplex_work& work);
+// Builds the working copy; scaling factors are computed when asked for and found worth it. False: stopped on the way.
+bool TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, scale_request scale, simplex_watch& watch,
+                                 simplex_work& work);
 
 // Moves column j (0 .. n-1) into or out of the active part of its rows. The caller knows on which side it stands.
 void TVN_simplex_activate(simplex_work& work, int32_t j) noexcept;

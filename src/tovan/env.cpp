@@ -155,7 +155,7 @@ TVNrescodee TVN_deleteenv(TVNenv_t* env) {
   if (living && wait) e.deletepending = 1;
   if (pthread_mutex_unlock(&e.mutexes[task_mutex])) return TVN_RES_ERR_THREAD_MUTEX_UNLOCK;
   if (living) {
-    TVN_memman_echo(*e.sys->mman, "*** ERROR *** Living tasks when deleting the environment\n");
+    TVN_memman_echotofile(*e.sys->mman, "*** ERROR *** Living tasks when deleting the environment\n");
     return wait ? TVN_RES_OK : TVN_RES_ERR_LIVING_TASKS;
   }
   *env = nullptr;

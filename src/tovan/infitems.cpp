@@ -60,6 +60,18 @@ template <class T, size_t N> T value_of(sysenv* sys, const std::array<T, N>& ite
 
 } // namespace
 
+TVNrescodee TVN_putintinf(task& t, int32_t item, int32_t value) noexcept {
+  if (const TVNrescodee bad = check_item(t, TVN_INF_INT_TYPE, item)) return bad;
+  TVNP_putintinf(t, item, value);
+  return TVN_RES_OK;
+}
+
+TVNrescodee TVN_putlintinf(task& t, int32_t item, int64_t value) noexcept {
+  if (const TVNrescodee bad = check_item(t, TVN_INF_LINT_TYPE, item)) return bad;
+  TVNP_putlintinf(t, item, value);
+  return TVN_RES_OK;
+}
+
 double TVNP_getdouinf(const task& t, int32_t item) noexcept { return value_of(t.sys, t.info.dou, item); }
 int32_t TVNP_getintinf(const task& t, int32_t item) noexcept { return value_of(t.sys, t.info.intg, item); }
 int64_t TVNP_getlintinf(const task& t, int32_t item) noexcept { return value_of(t.sys, t.info.lint, item); }

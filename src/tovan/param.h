@@ -19,6 +19,10 @@ void TVN_copyparam(const task& from, task& to);
 // The value as text: a number, a symbolic constant of an integer parameter, or a string. Reports what is wrong.
 TVNrescodee put_param_text(task& t, int32_t partype, int32_t param, const char* name, const char* value);
 
+// The writers of items for layers that take the index from elsewhere: a bad one is reported.
+TVNrescodee TVN_putintinf(task& t, int32_t item, int32_t value) noexcept;
+TVNrescodee TVN_putlintinf(task& t, int32_t item, int64_t value) noexcept;
+
 double TVNP_getdouinf(const task& t, int32_t item) noexcept;
 int32_t TVNP_getintinf(const task& t, int32_t item) noexcept;
 int64_t TVNP_getlintinf(const task& t, int32_t item) noexcept;

@@ -97,7 +97,7 @@ bool is_valid_param(int32_t kind, double value, double min, double max) noexcept
   case param_kind::at_most: return value <= max;
   case param_kind::both:
   case param_kind::either: return value >= min && value <= max;
-  case param_kind::any: return true;
+  case param_kind::any: return value == value; // all numbers
   }
   return true;
 }

@@ -51,7 +51,7 @@ void set_param_defaults(param_values& values, const param_tables& tables);
 void copy_param_values(param_values& to, const param_values& from);
 void free_param_values(param_values& values) noexcept;
 
-// True when the value passes the rule of its kind.
+// True when the value passes the rule of its kind. A NaN passes none.
 bool is_valid_param(int32_t kind, double value, double min, double max) noexcept;
 
 // Index of a full constant name, or the size of the family. Exact, case-sensitive.

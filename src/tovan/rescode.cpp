@@ -38,13 +38,6 @@ const rescode_entry* find_rescode(const char* name) noexcept {
   return nullptr;
 }
 
-TVNrescodee TVN_getresmes(int32_t code, char* buffer) noexcept {
-  if (!buffer) return TVN_RES_OK;
-  const rescode_entry* e = find_rescode(code);
-  std::snprintf(buffer, text_size, "%s", e ? e->text : "No message for this code.");
-  return TVN_RES_OK;
-}
-
 } // namespace tvn
 
 using namespace tvn;
@@ -55,6 +48,13 @@ TVNrescodee TVN_getresponseclass(TVNrescodee code, int32_t* responseclass) {
                    : code < 1000      ? TVN_RESPONSE_WRN
                    : code > 3999      ? TVN_RESPONSE_TRM
                                       : TVN_RESPONSE_ERR;
+  return TVN_RES_OK;
+}
+
+TVNrescodee TVN_getresmes(TVNrescodee code, char* buffer) {
+  if (!buffer) return TVN_RES_OK;
+  const rescode_entry* e = find_rescode(code);
+  std::snprintf(buffer, text_size, "%s", e ? e->text : "No message for this code.");
   return TVN_RES_OK;
 }
 

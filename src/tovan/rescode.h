@@ -20,7 +20,4 @@ const rescode_entry* find_rescode(int32_t code) noexcept;
 // Null for a name that does not exist.
 const rescode_entry* find_rescode(const char* name) noexcept;
 
-// Copies the template into 1024 bytes, "No message for this code." for 0 and unknown codes; nothing for a null buffer.
-TVNrescodee TVN_getresmes(int32_t code, char* buffer) noexcept;
-
 } // namespace tvn

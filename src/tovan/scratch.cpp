@@ -1,6 +1,8 @@
 // Scratch memory of a task. See scratch.h.
 #include "tovan/scratch.h"
 
+#include "tovan/task.h"
+
 #include <new>
 
 namespace tvn {
@@ -82,6 +84,12 @@ void* TVN_getbufdbg(const char* file, int line, scratch_pool& pool, int64_t coun
   r->next = c.inuse;
   c.inuse = r;
   return r->storage;
+}
+
+void* TVN_getbufdbg2(const char* file, int line, task& t, int64_t concount, int64_t varcount, int32_t elemsize,
+                     bool zeroed) {
+  const int64_t count = concount * t.prob.maxnumcon + varcount * t.prob.maxnumvar;
+  return TVN_getbufdbg(file, line, t.buffers, count, elemsize, zeroed);
 }
 
 void TVN_putbuf(scratch_pool& pool, int32_t elemsize, bool iszero, void* ptr) noexcept {

@@ -8,7 +8,11 @@
 
 #include <array>
 
+struct TVNtask;
+
 namespace tvn {
+
+using task = ::TVNtask;
 
 struct scratch_record; // head of one buffer; its storage follows
 
@@ -26,6 +30,9 @@ void TVN_makebuffers(sysenv& sys, scratch_pool& pool) noexcept;
 void TVN_deletebuffers(scratch_pool& pool) noexcept;
 // Null for a count of zero. Throws out_of_memory.
 void* TVN_getbufdbg(const char* file, int line, scratch_pool& pool, int64_t count, int32_t elemsize, bool zeroed);
+// Sized by the problem: concount * maxnumcon + varcount * maxnumvar elements.
+void* TVN_getbufdbg2(const char* file, int line, task& t, int64_t concount, int64_t varcount, int32_t elemsize,
+                     bool zeroed);
 void TVN_putbuf(scratch_pool& pool, int32_t elemsize, bool iszero, void* ptr) noexcept;
 // Free buffers go at once, those in use when they come back.
 void TVN_markbuffersfordelete(scratch_pool& pool) noexcept;

@@ -153,6 +153,14 @@ TVNrescodee TVN_resizetask(TVNtask_t task, int32_t maxnumcon, int32_t maxnumvar,
              [&](tvn::task& t) { return resize_task(t, maxnumcon, maxnumvar, maxnumcone, maxnumanz, maxnumqnz); });
 }
 
+TVNrescodee TVN_getenv(TVNtask_t task, TVNenv_t* env) {
+  return api(task, [&](tvn::task& t) {
+    if (const TVNrescodee bad = check_pointer(t, label, __LINE__, env, "env")) return bad;
+    *env = t.env;
+    return TVN_RES_OK;
+  });
+}
+
 TVNrescodee TVN_setdefaults(TVNtask_t task) {
   return api(task, [&](tvn::task& t) {
     set_param_defaults(t.params, t.env->params);
