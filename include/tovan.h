@@ -2028,6 +2028,14 @@ TVN_API TVNrescodee TVN_gettaskname(TVNtask_t task, int32_t maxlen, int32_t *len
  * TVN_RES_TRM_USER_CALLBACK. After these the task holds what was read before the fault. */
 TVN_API TVNrescodee TVN_readdata(TVNtask_t task, const char *filename);
 
+/* Writes the problem to a file. filename: null or "" for TVN_SPAR_DATA_FILE_NAME. The format is that of
+ * TVN_IPAR_WRITE_DATA_FORMAT or, when that is TVN_DATA_FORMAT_EXTENSION, of the name's extension; MPS is written. A name
+ * that ends in "gz" makes a gzip stream; TVN_IPAR_WRITE_DATA_COMPRESSED does too and appends ".gz" to the name. When an
+ * item has no name all names are replaced by generic ones, with TVN_RES_WRN_USING_GENERIC_NAMES. The task is unchanged.
+ * Returns TVN_RES_ERR_FILE_OPEN, TVN_RES_ERR_FILE_WRITE, TVN_RES_ERR_INVALID_FORMAT_TYPE for a format that cannot be
+ * written, TVN_RES_ERR_WRITE_MPS_INVALID_NAME for a name that could not be read back, or the code of a callback. */
+TVN_API TVNrescodee TVN_writedata(TVNtask_t task, const char *filename);
+
 /* Writes four lines about the file that was read last to a stream, when TVN_IPAR_LOG is at least 1. */
 TVN_API TVNrescodee TVN_readsummary(TVNtask_t task, int32_t whichstream);
 

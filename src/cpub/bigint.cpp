@@ -1,7 +1,9 @@
 // School arithmetic on 16-bit limbs. See bigint.h.
 #include "cpub/bigint.h"
 
+#include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstring>
 
 namespace tvn {
@@ -175,10 +177,18 @@ int32_t TVN_bigint_log2(const bigint& a) {
   return 16 * (a.numlimbs - 1) + static_cast<int32_t>(std::bit_width(a.limb[a.numlimbs - 1])) - 1;
 }
 
+// The top 64 bits, the lowest of them set if any bit below is, so that the one rounding of the conversion is right.
 double TVN_bigint_2double(const bigint& a) {
-  double v = 0.0;
-  for (int32_t k = a.numlimbs - 1; k >= 0; k--) v = v * 65536.0 + a.limb[k];
-  return a.sign * v;
+  const int32_t shift = std::max(0, TVN_bigint_log2(a) - 63);
+  uint64_t top = 0;
+  bool below = false;
+  for (int32_t k = a.numlimbs - 1; k >= 0; k--) {
+    const int32_t at = 16 * k - shift; // position of the limb's lowest bit in `top`
+    const uint64_t limb = a.limb[k];
+    top |= at >= 0 ? limb << at : at > -16 ? limb >> -at : 0;
+    below |= at < 0 && (limb & ((uint64_t{1} << std::min(-at, 16)) - 1)) != 0;
+  }
+  return a.sign * std::ldexp(static_cast<double>(top | (below ? 1 : 0)), shift);
 }
 
 void TVN_bigint_str(const bigint& a, size_t size, char* str) {

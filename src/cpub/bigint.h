@@ -37,7 +37,7 @@ void TVN_bigint_sum(bigint& a, std::span<const bigint> terms);
 int32_t TVN_bigint_compare(const bigint& a, const bigint& b);
 // Floor of the base-2 logarithm of the magnitude, -1 for zero.
 int32_t TVN_bigint_log2(const bigint& a);
-double TVN_bigint_2double(const bigint& a);
+double TVN_bigint_2double(const bigint& a); // correctly rounded
 // Decimal text with sign, cut to size - 1 characters and always terminated.
 void TVN_bigint_str(const bigint& a, size_t size, char* str);
 

@@ -41,7 +41,8 @@ void TVN_bsto_make(sysenv& sys, int64_t pagesize, bsto& b) {
 }
 
 void TVN_bsto_delete(bsto& b) noexcept {
-  for (int64_t k = 0; k < b.numpages; k++) b.sys->release(b.pages[k], label, __LINE__);
+  // The newest first: the memory manager searches its list from there.
+  for (int64_t k = b.numpages - 1; k >= 0; k--) b.sys->release(b.pages[k], label, __LINE__);
   b.pages.clear();
   b.numpages = b.size = 0;
 }

@@ -1,7 +1,7 @@
 // Memory manager: making and deleting one, and the list of guarded blocks behind the thin pass.
 //
 // The record of a block is a separate allocation, so that a stray write into a block does not destroy the list.
-// Cost: level 0 adds a counter and two branches to malloc; above that free walks the list from the newest block.
+// Cost: level 0 adds a counter and a branch to malloc; above that free walks the list from the newest block.
 #include "cpub/memman.h"
 
 #include "cpub/memmanint.h"
@@ -115,6 +115,7 @@ memman* TVN_memman_make(const char*, int, int32_t dbglevel, bool multithread, vo
   m->freefn = freefn;
   m->dbglevel = dbglevel;
   m->multithread = multithread;
+  m->plain = dbglevel <= 0 && !multithread && mallocfn == defaultmalloc;
   if (multithread && pthread_mutex_init(&m->mutex, nullptr) != 0) {
     freefn(usrptr, m);
     return nullptr;
@@ -139,7 +140,7 @@ size_t TVN_memman_delete(const char* file, int line, memman** mman) {
   return left;
 }
 
-void* TVN_memman_malloc(memman& m, size_t size, const char* file, int line) {
+void* mem_malloc(memman& m, size_t size, const char* file, int line) {
   const mem_lock lock(m);
   m.numrequests++;
   if (m.dbglevel > 0) return listedmalloc(m, size, file, line);
@@ -173,7 +174,7 @@ char* TVN_memman_strdup(memman& m, const char* text, const char* file, int line)
   return p;
 }
 
-void TVN_memman_free(memman& m, void* ptr, const char* file, int line) {
+void mem_free(memman& m, void* ptr, const char* file, int line) {
   if (!ptr) return;
   const mem_lock lock(m);
   if (m.dbglevel > 0)

@@ -56,7 +56,7 @@ void* TVN_stkbuf_popdbg(stkbuf& s, size_t size, const char* file, int line) {
   if (units < size || units > s.stacksize - s.stackuse || s.numbufs == s.level.size()) throw out_of_memory{};
   // A buffer of no bytes is an address of its own in the separate mode too.
   void* ptr = s.separate ? s.sys->alloc(std::max<size_t>(size, 1), file, line) : s.area.data() + s.stackuse;
-  s.level[s.numbufs++] = {ptr, units};
+  s.level[s.numbufs++] = {ptr, s.stackuse, units};
   s.stackuse += units;
   tell(s, "pop", file, line, size, ptr);
   check_claims(s, file, line);
@@ -67,12 +67,10 @@ void TVN_stkbuf_pushdbg(stkbuf& s, void* ptr, const char* file, int line) {
   if (s.numbufs <= 0) TVN_sysenv_stopdbg(s.sys, file, line, "numbufs<=0");
   const stkbuf_level& top = s.level[s.numbufs - 1];
   if (top.ptr != ptr) TVN_sysenv_stopdbg(s.sys, file, line, "buffer error -- expected: %p input: %p", top.ptr, ptr);
-  // The top of the stack and the use must tell the same story, or the record itself was overwritten.
-  const size_t begin =
-      s.separate ? s.stackuse - top.size : static_cast<size_t>(static_cast<unsigned char*>(ptr) - s.area.data());
-  if (top.size > s.stackuse || begin + top.size != s.stackuse)
-    TVN_sysenv_stopdbg(s.sys, file, line, "stackuse: %lu %lu", s.stackuse, begin + top.size);
-  s.stackuse -= top.size;
+  // The top level and the use must tell the same story, or the record itself was overwritten.
+  if (top.start + top.size != s.stackuse)
+    TVN_sysenv_stopdbg(s.sys, file, line, "stackuse: %lu %lu", s.stackuse, top.start + top.size);
+  s.stackuse = top.start;
   s.numbufs--;
   tell(s, "push", file, line, top.size, ptr);
   if (s.separate) s.sys->release(ptr, file, line);

@@ -14,7 +14,8 @@ namespace tvn {
 
 struct stkbuf_level {
   void* ptr;
-  size_t size; // as asked for, in whole units
+  size_t start; // stack use before it
+  size_t size;  // as asked for, in whole units
 };
 
 struct stkbuf_claim {

@@ -5,8 +5,9 @@
 // alone from then on: there is nobody to tell but the log itself.
 #include "misc/stream.h"
 
+#include "cpub/timer.h"
+
 #include <cstdio>
-#include <ctime>
 
 namespace tvn {
 
@@ -87,22 +88,14 @@ stream_code put_locked(stream_block& block, int32_t which, std::string_view text
   return lock.release();
 }
 
-// The present local time as asctime writes it, without its newline.
-void time_text(char (&to)[32]) noexcept {
-  const time_t now = std::time(nullptr);
-  struct tm local {};
-  char text[64];
-  if (!localtime_r(&now, &local) || !asctime_r(&local, text)) text[0] = '\0';
-  std::snprintf(to, sizeof to, "%.24s", text);
-}
+const char* time_text(char (&to)[32]) noexcept { return TVN_sysenv_wctimetostr(TVN_sysenv_readwctime(), to); }
 
 void close_file(stream& s, bool withline) noexcept {
   if (!s.file) return;
   TVN_redirect(s, true);
   if (withline) {
     char now[32], line[64];
-    time_text(now);
-    std::snprintf(line, sizeof line, "\nFile closed: %s\n", now);
+    std::snprintf(line, sizeof line, "\nFile closed: %s\n", time_text(now));
     put_file(s, line);
   }
   TVN_sysenv_fclose(&s.file, s.filestate);
@@ -198,9 +191,8 @@ stream_code TVN_linkfiletostream(stream_block& block, int32_t which, sysfile* fi
   s.file = file;
   s.filestate = sys_code::ok;
   char now[32], line[1152];
-  time_text(now);
   const char* by = block.label[0] ? " by " : "";
-  std::snprintf(line, sizeof line, "\nFile %s at %s%s%s.\n", append ? "reopened" : "opened", now, by,
+  std::snprintf(line, sizeof line, "\nFile %s at %s%s%s.\n", append ? "reopened" : "opened", time_text(now), by,
                 block.label.data());
   put_file(s, line);
   return lock.release();

@@ -1,4 +1,4 @@
-// Opening of files, formats from names, and the entry that reads a problem.
+// Opening of files, formats from names, and the entries that read and write a problem.
 //
 // Reading: resolve the name, find format and compression, open (a failure leaves the task as it was), drop the old
 // problem, hand the open file to the reader of the format, fill the information items. A failed read leaves what was
@@ -8,6 +8,8 @@
 #include "tovan/api.h"
 #include "tovan/data.h"
 #include "tovan/log.h"
+#include "tovan/mpswrite.h"
+#include "tovan/names.h"
 #include "tovan/param.h"
 #include "tovan/report.h"
 #include "tovan/symcontext.h"
@@ -99,6 +101,65 @@ TVNrescodee read_data(task& t, const char* filename) {
   return read_open_file(t, f.format, *file.file, name.c_str());
 }
 
+// ---- writing ----
+
+bool ends_in_gz(std::string_view name) noexcept {
+  const size_t point = name.rfind('.');
+  return point != std::string_view::npos && equal_text(false, name.substr(point + 1), "gz");
+}
+
+// Format and compression of a file to be written; the name gets its ending when only a parameter asks for compression.
+file_format write_format(const task& t, text& name) {
+  int32_t format = TVNP_getintparam(t, TVN_IPAR_WRITE_DATA_FORMAT);
+  if (format == TVN_DATA_FORMAT_EXTENSION) {
+    const std::span<const char* const> table(read_extensions, std::size(read_extensions) - 1); // "fmps" is read only
+    const int32_t k = TVN_lastfileext(false, table, name.view());
+    format = k < static_cast<int32_t>(table.size()) ? read_formats[k] : TVN_DATA_FORMAT_MPS;
+  }
+  const bool wish = TVNP_getintparam(t, TVN_IPAR_WRITE_DATA_COMPRESSED) > 0, gz = ends_in_gz(name.view());
+  const bool binary = format == TVN_DATA_FORMAT_TBT;
+  if (wish && !gz && !binary) {
+    vec<char> longer(*t.sys);
+    longer.append(name.c_str(), name.size());
+    longer.append(".gz", 3);
+    name.assign({longer.data(), static_cast<size_t>(longer.size())});
+  }
+  return {format, wish || gz || binary};
+}
+
+// Formats that this library writes.
+bool has_writer(int32_t format) noexcept { return format == TVN_DATA_FORMAT_MPS || format == TVN_DATA_FORMAT_FREE_MPS; }
+
+TVNrescodee choose_names(task& t, bool& generic) {
+  generic = TVNP_getintparam(t, TVN_IPAR_WRITE_GENERIC_NAMES) != 0;
+  if (generic || (TVN_getnamestats(t).numempty == 0 && *objective_name(t) != '\0')) return TVN_RES_OK;
+  generic = true;
+  return report(t, label, __LINE__, TVN_RES_WRN_USING_GENERIC_NAMES);
+}
+
+TVNrescodee write_data(task& t, const char* filename) {
+  text name(*t.sys);
+  name.assign(filename && *filename ? std::string_view(filename) : TVNP_getstrparam(t, TVN_SPAR_DATA_FILE_NAME));
+  if (name.empty()) return report(t, label, __LINE__, TVN_RES_ERR_FILE_OPEN, "");
+  const file_format f = write_format(t, name);
+  if (!has_writer(f.format)) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_FORMAT_TYPE, f.format);
+  file_owner file;
+  if (const TVNrescodee bad = TVN_fopentask(t, name.c_str(), file_mode::write, f.compressed, &file.file)) return bad;
+  bool generic = false;
+  TVNrescodee code = choose_names(t, generic);
+  if (logs_files(t)) echo(t, TVN_STREAM_LOG, "Start writing.\n");
+  const double start = TVN_sysenv_gettime();
+  if (code == TVN_RES_OK) code = TVN_tovanlog(&t, TVN_CALLBACK_BEGIN_WRITE);
+  if (code == TVN_RES_OK) code = TVN_writemps(t, generic, *file.file, name.c_str());
+  sys_code state = sys_code::ok;
+  TVN_sysenv_fclose(&file.file, state);
+  if (code == TVN_RES_OK) code = report_file(t, label, __LINE__, state, name.c_str());
+  if (code == TVN_RES_OK && logs_files(t))
+    echo(t, TVN_STREAM_LOG, "done writing. Time: %.2f\n\n", TVN_sysenv_gettime() - start);
+  const TVNrescodee stop = TVN_tovanlog(&t, TVN_CALLBACK_END_WRITE);
+  return code ? code : stop;
+}
+
 const char* sense_word(int32_t sense) noexcept {
   return sense == TVN_OBJECTIVE_SENSE_MINIMIZE ? "min" : sense == TVN_OBJECTIVE_SENSE_MAXIMIZE ? "max" : "undefined";
 }
@@ -134,9 +195,7 @@ file_format read_format(int32_t format, std::string_view name) noexcept {
     const int32_t k = TVN_lastfileext(false, read_extensions, name);
     format = k < static_cast<int32_t>(std::size(read_formats)) ? read_formats[k] : TVN_DATA_FORMAT_MPS;
   }
-  const size_t point = name.rfind('.');
-  const bool gzip = point != std::string_view::npos && equal_text(false, name.substr(point + 1), "gz");
-  return {format, gzip || format == TVN_DATA_FORMAT_TBT};
+  return {format, ends_in_gz(name) || format == TVN_DATA_FORMAT_TBT};
 }
 
 bool TVN_readline(sysfile& file, vec<char>& line, sys_code& result) {
@@ -180,6 +239,10 @@ using namespace tvn;
 
 TVNrescodee TVN_readdata(TVNtask_t task, const char* filename) {
   return api(task, [&](tvn::task& t) { return read_data(t, filename); });
+}
+
+TVNrescodee TVN_writedata(TVNtask_t task, const char* filename) {
+  return api(task, [&](tvn::task& t) { return write_data(t, filename); });
 }
 
 TVNrescodee TVN_readsummary(TVNtask_t task, int32_t whichstream) {

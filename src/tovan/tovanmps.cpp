@@ -52,15 +52,39 @@ struct last_name {
   }
 };
 
+// True when a line of ROWS or COLUMNS can only be meant in free form: a name runs past its field without a blank, or the
+// library's own writer put one in quotes, and the number of words is that of free form.
+bool is_free_line(const rm_state& rm, mps_section section, std::string_view line, bool ourfile) noexcept {
+  if (section != mps_section::rows && section != mps_section::columns) return false;
+  const bool overflow = line.size() > 12 && line[11] != ' ' && line[12] != ' ';
+  const bool quotes = ourfile && rm.quoted && line.size() > 4 && line[4] == '"';
+  if (!overflow && !quotes) return false;
+  int32_t words = 0;
+  bool inquotes = false, blank = true;
+  for (const char ch : line) {
+    if (ch == '"' && rm.quoted) inquotes = !inquotes;
+    const bool isblank = (ch == ' ' || ch == '\t') && !inquotes;
+    words += blank && !isblank;
+    blank = isblank;
+  }
+  return section == mps_section::rows ? words == 2 : words == 3 || words == 5;
+}
+
 TVNrescodee TVN_estimatesize(mps_reader& r, mps_counts& c) {
   rm_state& rm = r.rm;
   mps_section section = mps_section::none;
+  bool ourfile = false;
   last_name column;
   while (section != mps_section::endata && TVN_rm_getline(rm)) {
     const std::string_view line = rm.line;
+    ourfile = ourfile || line.starts_with("* Written by TOVAN version");
     if (line.empty() || line[0] == '*') continue;
     if ((rm.linenumber & 0xFFFF) == 0) {
       if (const TVNrescodee stop = mps_tick(r)) return stop;
+    }
+    if (rm.mode == mps_mode::relaxed && is_free_line(rm, section, line, ourfile)) {
+      rm.mode = mps_mode::free;
+      if (logs_files(r.t)) echo(r.t, TVN_STREAM_LOG, "Names run past their fields: the file is read in free form.\n");
     }
     if (line[0] != ' ' && line[0] != '\t') {
       rm.pushedback = true;

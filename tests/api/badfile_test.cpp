@@ -25,9 +25,8 @@ struct BadFile : EnvTask {
   void SetUp() override {
     EnvTask::SetUp();
     fs::create_directories(dir);
-    TVN_linkfunctotaskstream(
-        task, TVN_STREAM_ERR, &errors,
-        [](void* handle, const char* text) { static_cast<std::string*>(handle)->append(text); });
+    TVN_linkfunctotaskstream(task, TVN_STREAM_ERR, &errors,
+                             [](void* handle, const char* text) { static_cast<std::string*>(handle)->append(text); });
   }
   void TearDown() override {
     EnvTask::TearDown();
@@ -64,7 +63,8 @@ TEST_F(BadFile, NamesCodeAndLineAndLeavesAUsableTask) {
       {"row named twice", "NAME\nROWS\n N  COST\n L  LIM1\n L  LIM1\n", TVN_RES_ERR_MPS_MUL_CON_NAME, "line(5)"},
       {"row that is none", head + "    Y         LIM2               1.0\n", TVN_RES_ERR_MPS_UNDEF_CON_NAME, "LIM2"},
       {"column that is none", bounds + " UP BND       Z                  4.0\n", TVN_RES_ERR_MPS_UNDEF_VAR_NAME, "Z"},
-      {"bound key that is none", bounds + " XX BND       X                  4.0\n", TVN_RES_ERR_MPS_INV_BOUND_KEY, "XX"},
+      {"bound key that is none", bounds + " XX BND       X                  4.0\n", TVN_RES_ERR_MPS_INV_BOUND_KEY,
+       "XX"},
       {"end is missing", head + body, TVN_RES_ERR_END_OF_FILE, ""},
   };
   for (const auto& c : cases) {

@@ -32,8 +32,10 @@ struct Solve : EnvTask {
     const outcome a = basic_solution(task, p);
     ASSERT_EQ(a.solsta, TVN_SOL_STA_OPTIMAL);
     EXPECT_EQ(a.prosta, TVN_PRO_STA_PRIM_AND_DUAL_FEAS);
-    if (maximize) expect_optimal(negated(p), with_negated_duals(a.point), -objective, 1e-7);
-    else expect_optimal(p, a.point, objective, 1e-7);
+    if (maximize)
+      expect_optimal(negated(p), with_negated_duals(a.point), -objective, 1e-7);
+    else
+      expect_optimal(p, a.point, objective, 1e-7);
     double primal = 0, dual = 0;
     ASSERT_EQ(TVN_getprimalobj(task, TVN_SOL_BAS, &primal), TVN_RES_OK);
     ASSERT_EQ(TVN_getdualobj(task, TVN_SOL_BAS, &dual), TVN_RES_OK);
@@ -104,7 +106,8 @@ TEST_F(Solve, AgreesWithExactArithmeticAndProvesWhatHasNoOptimum) {
     } catch (const std::overflow_error&) { continue; }
     lp_case asked = maximize ? negated(p) : p;
     ASSERT_EQ(input(task, asked), TVN_RES_OK);
-    ASSERT_EQ(TVN_putobjsense(task, maximize ? TVN_OBJECTIVE_SENSE_MAXIMIZE : TVN_OBJECTIVE_SENSE_MINIMIZE), TVN_RES_OK);
+    ASSERT_EQ(TVN_putobjsense(task, maximize ? TVN_OBJECTIVE_SENSE_MAXIMIZE : TVN_OBJECTIVE_SENSE_MINIMIZE),
+              TVN_RES_OK);
     ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
     seen[static_cast<int>(exact.status)]++;
     if (exact.status == tvntest::exact_status::optimal) {
@@ -324,8 +327,9 @@ TEST_F(Solve, AnOptimizerThatCannotTakeTheProblemLeavesTheSolution) {
   ASSERT_EQ(input(task, k.p), TVN_RES_OK);
   ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
   const lp_point before = basic_solution(task, k.p).point;
-  for (const int32_t optimizer : {TVN_OPTIMIZER_INTPNT, TVN_OPTIMIZER_CONIC, TVN_OPTIMIZER_QCONE, TVN_OPTIMIZER_CONCURRENT,
-                                  TVN_OPTIMIZER_DUAL_SIMPLEX, TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX}) {
+  for (const int32_t optimizer :
+       {TVN_OPTIMIZER_INTPNT, TVN_OPTIMIZER_CONIC, TVN_OPTIMIZER_QCONE, TVN_OPTIMIZER_CONCURRENT,
+        TVN_OPTIMIZER_DUAL_SIMPLEX, TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX}) {
     SCOPED_TRACE(optimizer);
     set(TVN_IPAR_OPTIMIZER, optimizer);
     TVNrescodee trm = -1;

@@ -124,6 +124,22 @@ TEST_F(SysFile, AFullDiskIsReportedAtTheLatestOnClose) {
   }
 }
 
+TEST_F(SysFile, FlushingToAFullDiskIsReportedAtOnceAndStopsTheRest) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP();
+  for (const bool compressed : {false, true}) {
+    sys_code code = sys_code::ok;
+    sysfile* f = TVN_sysenv_fopen(*sys, "/dev/full", file_mode::write, compressed, code);
+    ASSERT_NE(f, nullptr);
+    TVN_sysenv_fputs(*f, "some text", code);
+    TVN_sysenv_fflush(*f, code);
+    EXPECT_EQ(code, sys_code::file_write);
+    sys_code other = sys_code::ok; // a second slot: the file has not forgotten how to fail
+    TVN_sysenv_fputs(*f, "more", other);
+    TVN_sysenv_fclose(&f, other);
+    EXPECT_EQ(other, sys_code::file_write);
+  }
+}
+
 TEST_F(SysFile, LinesComeWithTheirEndAndLongOnesInPieces) {
   const std::string longline(70000, 'x');
   write(path("f"), "a\n\n" + longline + "\nlast", false);

@@ -135,10 +135,11 @@ TEST(ShortMemory, PutByPieces) {
     return step([k](handles& h) {
       const int32_t sub[] = {k};
       const double val[] = {1};
-      return first_of({TVN_putname(h.task, TVN_PI_VAR, k, ("a rather long name of variable " + std::to_string(k)).c_str()),
-                       TVN_putavec(h.task, TVN_ACC_VAR, k, 1, sub, val), TVN_putcj(h.task, k, 1.0),
-                       TVN_putbound(h.task, TVN_ACC_VAR, k, TVN_BK_LO, 0, 1e30),
-                       TVN_putbound(h.task, TVN_ACC_CON, k, TVN_BK_LO, k, 1e30)});
+      return first_of(
+          {TVN_putname(h.task, TVN_PI_VAR, k, ("a rather long name of variable " + std::to_string(k)).c_str()),
+           TVN_putavec(h.task, TVN_ACC_VAR, k, 1, sub, val), TVN_putcj(h.task, k, 1.0),
+           TVN_putbound(h.task, TVN_ACC_VAR, k, TVN_BK_LO, 0, 1e30),
+           TVN_putbound(h.task, TVN_ACC_CON, k, TVN_BK_LO, k, 1e30)});
     });
   };
   expect_survived({init, make, [](handles& h) { return TVN_append(h.task, TVN_ACC_CON, 3); },

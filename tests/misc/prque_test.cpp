@@ -70,9 +70,39 @@ TEST_F(PrQue, MovesTheCursorOnWhenItsElementGoes) {
   EXPECT_EQ(TVN_pq_gettonextp(q, 2), -1);
 }
 
+TEST_F(PrQue, AWalkThatRemovesWhatItMeetsVisitsEachElementOnceInRisingPriority) {
+  std::mt19937 gen(12);
+  for (int32_t trial = 0; trial < 200; trial++) {
+    const auto n = static_cast<int32_t>(gen() % 20 + 1);
+    std::vector<int32_t> area(gen() % 2 ? static_cast<size_t>(TVN_pq_space(n, 7)) : 3);
+    pq q;
+    TVN_pq_make2(*sys, n, 7, area, q);
+    EXPECT_EQ(q.ownsarrays, area.size() == 3 && TVN_pq_space(n, 7) > 3);
+    for (int32_t e = 0; e < n; e++) TVN_pq_putp(q, e, static_cast<int32_t>(gen() % 8));
+    int32_t seen = 0, last = 0;
+    for (bool on = TVN_pq_tomin(q); on; seen++) {
+      const int32_t e = q.current, p = TVN_pq_get(q, e);
+      ASSERT_GE(p, last);
+      last = p;
+      if (gen() % 2) {
+        TVN_pq_remove(q, e); // the cursor moves on by itself
+        on = q.current != q.maxe;
+      } else {
+        on = TVN_pq_tonext(q);
+      }
+    }
+    EXPECT_EQ(seen, n);
+    TVN_pq_remove(q, 0);
+    TVN_pq_incp(q, 0, 3); // absent: stays out
+    EXPECT_EQ(TVN_pq_get(q, 0), -1);
+  }
+}
+
 TEST_F(PrQue, StopsOnAPriorityOutOfRange) {
   pq q;
   TVN_pq_make(*sys, 3, 2, q);
   EXPECT_DEATH(TVN_pq_putp(q, 3, 0), "0 <= e=3 <= maxe=3  && 0 <= p=0 <= maxp=2");
   EXPECT_DEATH(TVN_pq_putp(q, 0, 3), "p=3");
+  q.count = 1; // the lists are empty
+  EXPECT_DEATH(TVN_pq_tomin(q), "Queue holds 1 elements");
 }

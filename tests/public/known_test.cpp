@@ -81,8 +81,9 @@ lp_case fetch(TVNtask_t task) {
   int64_t room = nnz;
   EXPECT_EQ(TVN_getc(task, p.c.data()), TVN_RES_OK);
   EXPECT_EQ(TVN_getcfix(task, &p.cfix), TVN_RES_OK);
-  EXPECT_EQ(TVN_getaslice64(task, TVN_ACC_VAR, 0, p.n, nnz, &room, p.beg.data(), end.data(), p.sub.data(), p.val.data()),
-            TVN_RES_OK);
+  EXPECT_EQ(
+      TVN_getaslice64(task, TVN_ACC_VAR, 0, p.n, nnz, &room, p.beg.data(), end.data(), p.sub.data(), p.val.data()),
+      TVN_RES_OK);
   p.beg[n] = nnz;
   EXPECT_EQ(TVN_getboundslice(task, TVN_ACC_CON, 0, p.m, p.bkc.data(), p.blc.data(), p.buc.data()), TVN_RES_OK);
   EXPECT_EQ(TVN_getboundslice(task, TVN_ACC_VAR, 0, p.n, p.bkx.data(), p.blx.data(), p.bux.data()), TVN_RES_OK);
@@ -193,7 +194,8 @@ TEST_F(PublicProblems, WithoutASolutionAreProvenSo) {
 
 TEST_F(PublicProblems, HaveTheSameOptimumWithoutScalingAndAsAMaximisation) {
   for (const reference& r : chosen("lp", 300)) {
-    expect_reference(r, solve(r, [](TVNtask_t t) { return TVN_putintparam(t, TVN_IPAR_SIM_SCALING, TVN_SCALING_NONE); }));
+    expect_reference(r,
+                     solve(r, [](TVNtask_t t) { return TVN_putintparam(t, TVN_IPAR_SIM_SCALING, TVN_SCALING_NONE); }));
     expect_reference(r, solve(r, negate_objective), -1);
   }
 }
@@ -202,8 +204,8 @@ TEST_F(PublicProblems, TakeTheSamePathByTheFreeChoiceAndByName) {
   for (const reference& r : chosen("lp", 300)) {
     SCOPED_TRACE(r.name);
     const result free = solve(r);
-    const result named = solve(
-        r, [](TVNtask_t t) { return TVN_putintparam(t, TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_PRIMAL_SIMPLEX); });
+    const result named =
+        solve(r, [](TVNtask_t t) { return TVN_putintparam(t, TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_PRIMAL_SIMPLEX); });
     EXPECT_EQ(free.iterations, named.iterations);
     EXPECT_EQ(free.solsta, named.solsta);
     EXPECT_EQ(free.objective, named.objective);
