@@ -217,7 +217,8 @@ void integer_bounds(mps_writer& w, int32_t j) {
   if (bk == TVN_BK_RA && p.blx[j] == 0 && p.bux[j] == 1) return bound_line(w, "BV", j, nullptr);
   if (bk_has_lower(bk)) bound_line(w, "LI", j, &p.blx[j]);
   else bound_line(w, "MI", j, nullptr);
-  if (bk_has_upper(bk)) bound_line(w, "UI", j, bk == TVN_BK_FX ? &p.blx[j] : &p.bux[j]);
+  if (bk == TVN_BK_FX) bound_line(w, "FX", j, &p.blx[j]); // the type stands by LI
+  else if (bk_has_upper(bk)) bound_line(w, "UI", j, &p.bux[j]);
   // Without a finite bound the type would be lost: an infinite upper one carries it.
   if (bk == TVN_BK_FR) bound_line(w, "UI", j, &infinity);
 }

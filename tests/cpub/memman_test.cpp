@@ -16,6 +16,12 @@ namespace {
 
 constexpr const char* here = "here";
 
+// Hidden from the compiler, which would warn of what these tests do on purpose.
+template <class T> T opaque(T value) {
+  volatile T hidden = value;
+  return hidden;
+}
+
 struct Manager : testing::Test {
   std::string report;
   memman* m = make(10, false);
@@ -27,8 +33,8 @@ struct Manager : testing::Test {
     TVN_memman_putechofunc(*made, &report, [](void* to, const char* text) { *static_cast<std::string*>(to) += text; });
     return made;
   }
-  unsigned char* take(size_t size) { return static_cast<unsigned char*>(TVN_memman_malloc(*m, size, here, 2)); }
-  void give(void* p) { TVN_memman_free(*m, p, here, 3); }
+  unsigned char* take(size_t size) { return static_cast<unsigned char*>(TVN_memman_malloc(*m, opaque(size), here, 2)); }
+  void give(void* p) { TVN_memman_free(*m, opaque(p), here, 3); }
   bool reported(const std::string& text) const { return report.find(text) != std::string::npos; }
   size_t usage() const {
     size_t most = 0, now = 0;
@@ -156,7 +162,7 @@ TEST_F(Manager, SizesBeyondTheMachineAreRefusedAndChangeNothing) {
       << report;
   EXPECT_EQ(TVN_memman_calloc(*m, SIZE_MAX / 4, 8, here, 1), nullptr);
   void* p = take(8);
-  EXPECT_EQ(TVN_memman_realloc(*m, p, 8, SIZE_MAX, here, 1), nullptr);
+  EXPECT_EQ(TVN_memman_realloc(*m, p, 8, opaque(SIZE_MAX), here, 1), nullptr);
   EXPECT_EQ(usage(), 8u); // the old block stands
   give(p);
 }
@@ -202,7 +208,8 @@ TEST_F(Manager, TheFaultReachesTheExitHandlerOfItsOwner) {
         std::exit(3);
       },
       nullptr);
-  EXPECT_EXIT(TVN_sysenv_freedbg(*sys, &report, here, 12), testing::ExitedWithCode(3), "handler here 12");
+  EXPECT_EXIT(TVN_sysenv_freedbg(*sys, opaque<void*>(&report), here, 12), testing::ExitedWithCode(3),
+              "handler here 12");
   char* copy = TVN_sysenv_strdupdbg(*sys, "text", here, 1);
   TVN_sysenv_checkrangedbg(*sys, copy, 5, here, 1);
   EXPECT_STREQ(copy, "text");
