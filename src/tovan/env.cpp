@@ -57,7 +57,8 @@ struct sysenv_owner {
 };
 
 env* make_record(int32_t dbglevel, void* usrptr, malloc_fn mallocfn, free_fn freefn) {
-  sysenv_owner sys{TVN_sysenv_make(dbglevel, usrptr, mallocfn, freefn)};
+  // Threads that use tasks of one environment may take memory from it at the same time.
+  sysenv_owner sys{TVN_sysenv_make(dbglevel, usrptr, mallocfn, freefn, true)};
   if (!sys.sys) throw out_of_memory{};
   env* e = new (sys.sys->alloc(sizeof(env), label, __LINE__)) env;
   e->sys = sys.release();

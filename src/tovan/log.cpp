@@ -22,8 +22,8 @@ const char* objective_word(const task& t) {
 }
 
 const char* cpu_word(int32_t type) {
-  static constexpr const char* words[] = {"Unknown",        "Generic",     "Intel-P3",   "Intel-P4", "AMD-Athlon", "HP-PARISC20",
-                                          "Intel-Itanium2", "AMD-Opteron", "PowerPC-G5", "Intel-PM"};
+  static constexpr const char* words[] = {"Unknown",     "Generic",        "Intel-P3",    "Intel-P4",   "AMD-Athlon",
+                                          "HP-PARISC20", "Intel-Itanium2", "AMD-Opteron", "PowerPC-G5", "Intel-PM"};
   return type >= 0 && type < 10 ? words[type] : "Unknown";
 }
 

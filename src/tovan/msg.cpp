@@ -17,8 +17,7 @@ namespace {
 constexpr int32_t left = 0, wide = 12, hundredths = 2; // the settings j, w and p of the formats
 constexpr int32_t no_time = -1;
 
-template <class... Args>
-void print(task& t, const char* fmtstr_eng, const char* fmtstr_dan, Args... args) noexcept {
+template <class... Args> void print(task& t, const char* fmtstr_eng, const char* fmtstr_dan, Args... args) noexcept {
   TVN_outfmttask(t, TVN_STREAM_MSG, TVN_getlang(*t.env) == TVN_LANG_DAN ? fmtstr_dan : fmtstr_eng, args...);
 }
 
@@ -32,8 +31,8 @@ struct event_line {
 
 constexpr event_line event_lines[] = {
     {TVN_CALLBACK_BEGIN_PRESOLVE, TVN_IPAR_LOG_PRESOLVE, no_time, "Presolve started.\n", "Presolve startet.\n"},
-    {TVN_CALLBACK_END_PRESOLVE, TVN_IPAR_LOG_PRESOLVE, TVN_DINF_PRESOLVE_TIME,
-     "Presolve terminated. Time: %{jwp}f\n", "Presolve afsluttet. Tid: %{jwp}f\n"},
+    {TVN_CALLBACK_END_PRESOLVE, TVN_IPAR_LOG_PRESOLVE, TVN_DINF_PRESOLVE_TIME, "Presolve terminated. Time: %{jwp}f\n",
+     "Presolve afsluttet. Tid: %{jwp}f\n"},
 
     {TVN_CALLBACK_BEGIN_QCQO_REFORMULATE, TVN_IPAR_LOG_OPTIMIZER, no_time, "QCQO reformulation started.\n",
      "QCQO-reformulering startet.\n"},
@@ -61,8 +60,8 @@ constexpr event_line event_lines[] = {
 
     {TVN_CALLBACK_BEGIN_SIMPLEX_NETWORK_DETECT, TVN_IPAR_LOG_SIM, no_time, "Simplex network detection is started.\n",
      "Simpleksnetværkssøgning er startet.\n"},
-    {TVN_CALLBACK_END_SIMPLEX_NETWORK_DETECT, TVN_IPAR_LOG_SIM, no_time,
-     "Simplex network detection is terminated.\n", "Simpleksnetværkssøgning er afsluttet.\n"},
+    {TVN_CALLBACK_END_SIMPLEX_NETWORK_DETECT, TVN_IPAR_LOG_SIM, no_time, "Simplex network detection is terminated.\n",
+     "Simpleksnetværkssøgning er afsluttet.\n"},
     {TVN_CALLBACK_BEGIN_NETWORK_SIMPLEX, TVN_IPAR_LOG_SIM, no_time, "Simplex network optimizer started.\n",
      "Simpleksnetværksoptimering startet.\n"},
     {TVN_CALLBACK_END_NETWORK_SIMPLEX, TVN_IPAR_LOG_SIM, no_time, "Simplex network optimizer terminated.\n",
@@ -71,8 +70,8 @@ constexpr event_line event_lines[] = {
      "Primal simplex network optimizer started.\n", "Primal simpleksnetværksoptimering startet.\n"},
     {TVN_CALLBACK_END_NETWORK_PRIMAL_SIMPLEX, TVN_IPAR_LOG_SIM, no_time,
      "Primal simplex network optimizer terminated.\n", "Primal simpleksnetværksoptimering afsluttet.\n"},
-    {TVN_CALLBACK_END_NETWORK_DUAL_SIMPLEX, TVN_IPAR_LOG_SIM, no_time,
-     "Dual simplex network optimizer terminated.\n", "Dual simpleksnetværksoptimering afsluttet.\n"},
+    {TVN_CALLBACK_END_NETWORK_DUAL_SIMPLEX, TVN_IPAR_LOG_SIM, no_time, "Dual simplex network optimizer terminated.\n",
+     "Dual simpleksnetværksoptimering afsluttet.\n"},
 
     {TVN_CALLBACK_BEGIN_BI, TVN_IPAR_LOG_BI, no_time, "Basis identification started.\n",
      "Basisidentifikation startet.\n"},
@@ -98,14 +97,14 @@ constexpr event_line event_lines[] = {
     {TVN_CALLBACK_END_DUAL_SIMPLEX_BI, TVN_IPAR_LOG_BI, TVN_DINF_BI_CLEAN_DUAL_TIME,
      "Dual simplex reoptimization terminated. Time: %{jwp}f\n", "Dual simpleksreoptimering afsluttet. Tid: %{jwp}f\n"},
 
-    {TVN_CALLBACK_BEGIN_PRIMAL_SENSITIVITY, TVN_IPAR_LOG_SENSITIVITY, no_time,
-     "Primal sensitivity analysis started.\n", "Primal følsomhedsanalyse startet.\n"},
+    {TVN_CALLBACK_BEGIN_PRIMAL_SENSITIVITY, TVN_IPAR_LOG_SENSITIVITY, no_time, "Primal sensitivity analysis started.\n",
+     "Primal følsomhedsanalyse startet.\n"},
     {TVN_CALLBACK_END_PRIMAL_SENSITIVITY, TVN_IPAR_LOG_SENSITIVITY, no_time,
      "Primal sensitivity analysis terminated.\n", "Primal følsomhedsanalyse afsluttet.\n"},
     {TVN_CALLBACK_BEGIN_DUAL_SENSITIVITY, TVN_IPAR_LOG_SENSITIVITY, no_time, "Dual sensitivity analysis started.\n",
      "Dual følsomhedsanalyse startet.\n"},
-    {TVN_CALLBACK_END_DUAL_SENSITIVITY, TVN_IPAR_LOG_SENSITIVITY, no_time,
-     "Dual sensitivity analysis terminated.\n", "Dual følsomhedsanalyse afsluttet.\n"},
+    {TVN_CALLBACK_END_DUAL_SENSITIVITY, TVN_IPAR_LOG_SENSITIVITY, no_time, "Dual sensitivity analysis terminated.\n",
+     "Dual følsomhedsanalyse afsluttet.\n"},
     {TVN_CALLBACK_BEGIN_INFEAS_ANA, TVN_IPAR_LOG_INFEAS_ANA, no_time, "Infeasibility analysis started.\n",
      "Analyse af uløselighed startet.\n"},
     {TVN_CALLBACK_END_INFEAS_ANA, TVN_IPAR_LOG_INFEAS_ANA, no_time, "Infeasibility analysis terminated.\n",
@@ -201,8 +200,8 @@ void TVN_msg_optimizersummary(task& t) noexcept {
   print_work(t, row_primal, i[TVN_IINF_SIM_PRIMAL_ITER], d[TVN_DINF_SIM_PRIMAL_TIME]);
   print_work(t, row_dual, i[TVN_IINF_SIM_DUAL_ITER], d[TVN_DINF_SIM_DUAL_TIME]);
   print_work(t, row_primal_dual, i[TVN_IINF_SIM_PRIMAL_DUAL_ITER], d[TVN_DINF_SIM_PRIMAL_DUAL_TIME]);
-  print(t, "    Mixed integer           - relaxations: %{jw}i\n\n", "    Blandet heltal          - relakseringer: %{jw}i\n\n",
-        left, wide, i[TVN_IINF_MIO_NUM_RELAX]);
+  print(t, "    Mixed integer           - relaxations: %{jw}i\n\n",
+        "    Blandet heltal          - relakseringer: %{jw}i\n\n", left, wide, i[TVN_IINF_MIO_NUM_RELAX]);
 }
 
 void TVN_msg_ccoptimizersummary(task& t) noexcept {

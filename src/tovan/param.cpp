@@ -5,6 +5,7 @@
 // warns. The library's own accessors (TVNP_) stop on an index that does not exist: it is a fault of ours.
 #include "tovan/param.h"
 
+#include "cpub/machinfo.h"
 #include "tovan/api.h"
 #include "tovan/index.h"
 #include "tovan/report.h"
@@ -192,7 +193,7 @@ TVNrescodee TVN_getintpntnumthreads(TVNtask_t task, int32_t* num) {
   return api(task, [&](tvn::task& t) {
     if (const TVNrescodee bad = check_pointer(t, label, __LINE__, num, "num")) return bad;
     const int32_t asked = TVNP_getintparam(t, TVN_IPAR_INTPNT_NUM_THREADS);
-    *num = asked > 0 ? asked : std::max(1, t.sys->mach.numcores);
+    *num = asked > 0 ? asked : TVN_sysenv_getnumcores(t.sys->mach);
     return TVN_RES_OK;
   });
 }

@@ -168,8 +168,7 @@ TVNrescodee TVN_putparam(TVNtask_t task, const char* name, const char* value) {
     if (const TVNrescodee bad = check_pointer(t, label, __LINE__, value, "value")) return bad;
     char buffer[TVN_MAX_STR_LEN];
     const std::string_view plain = trim(name).substr(0, sizeof buffer - 1);
-    std::memcpy(buffer, plain.data(), plain.size());
-    buffer[plain.size()] = '\0';
+    buffer[plain.copy(buffer, plain.size())] = '\0';
     int32_t partype = 0, param = 0;
     find_param(t, plain, partype, param);
     return put_param_text(t, partype, param, buffer, value);

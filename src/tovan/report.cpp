@@ -8,6 +8,7 @@
 #include "tovan/rescode.h"
 #include "tovan/version.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 
@@ -38,6 +39,11 @@ int32_t keep_message(const char* message, int64_t capacity, char* lastmsg) noexc
   std::memcpy(lastmsg, message, static_cast<size_t>(len));
   lastmsg[len] = '\0';
   return static_cast<int32_t>(len);
+}
+
+// Threads that make tasks of one environment may report on it at the same time.
+int32_t count_warning(int32_t& count) noexcept {
+  return std::atomic_ref<int32_t>(count).fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
 exception_limits limits_of(const int32_t* ipar) noexcept {
@@ -122,7 +128,7 @@ TVNrescodee TVN_handleexceptionva(const char* file, int line, const char* functi
   if (keep) *lastlen = keep_message(message, capacity, lastmsg);
   const bool warning = code < 1000;
   const int32_t which = warning ? TVN_STREAM_WRN : TVN_STREAM_ERR;
-  const bool silent = warning && code >= 0 && ++warningcount[code] > limits.maxnumwarnings;
+  const bool silent = warning && code >= 0 && count_warning(warningcount[code]) > limits.maxnumwarnings;
   if (!silent) {
     echo(streams, which, "%s%s\n", prefix, message);
     if (limits.log != 0 && limits.logresponse != 0) echo_location(streams, which, file, line, function);

@@ -43,4 +43,4 @@ using task = ::TVNtask;
 
 inline task& TVN_taskcast(void* handle) noexcept { return *static_cast<task*>(handle); }
 inline sysenv& TVN_getsysenv(task& t) noexcept { return *t.sys; }
-}
+} // namespace tvn

@@ -20,7 +20,10 @@ struct call {
   const char* name;
   std::function<TVNrescodee()> run;
 };
-#define CALL(fn, ...) call{#fn, [] { return fn(__VA_ARGS__); }}
+#define CALL(fn, ...)                                                                                                  \
+  call {                                                                                                               \
+#fn, [] { return fn(__VA_ARGS__); }                                                                                \
+  }
 
 TVNrescodee va_task(TVNrescodee (*fn)(TVNtask_t, int32_t, const char*, va_list), TVNtask_t task, ...) {
   va_list args;
@@ -175,9 +178,12 @@ const call on_nothing[] = {
     call{"TVN_callocdbgenv", [] { return TVN_callocdbgenv(nullptr, 1, 1, "f", 1) != nullptr; }},
 };
 const call refuse_null[] = {
-    CALL(TVN_getversionstring, 10, nullptr),       CALL(TVN_utf8towchar, 0, nullptr, nullptr, nullptr, nullptr),
-    CALL(TVN_utf8towchar, 3, nullptr, nullptr, nullptr, "x"), CALL(TVN_wchartoutf8, 0, nullptr, nullptr, nullptr, nullptr),
-    CALL(TVN_getresponseclass, 0, nullptr),        CALL(TVN_callbackcodetostr, 0, nullptr),
+    CALL(TVN_getversionstring, 10, nullptr),
+    CALL(TVN_utf8towchar, 0, nullptr, nullptr, nullptr, nullptr),
+    CALL(TVN_utf8towchar, 3, nullptr, nullptr, nullptr, "x"),
+    CALL(TVN_wchartoutf8, 0, nullptr, nullptr, nullptr, nullptr),
+    CALL(TVN_getresponseclass, 0, nullptr),
+    CALL(TVN_callbackcodetostr, 0, nullptr),
     CALL(TVN_optimizertostr, 0, 10, nullptr),
 };
 // These end the process, see Memory_WithoutAnEnvironmentEndsTheProcess.
@@ -185,8 +191,8 @@ const char* const ending[] = {"TVN_freeenv", "TVN_freedbgenv", "TVN_strdupenv", 
 
 // Names of the families' lookups follow one pattern and have a test of their own.
 bool is_family_lookup(const std::string& name) {
-  return name.ends_with("nametovalue") ||
-         (name.starts_with("TVN_get") && name.ends_with("name") && name != "TVN_getparamname" && name != "TVN_getinfname");
+  return name.ends_with("nametovalue") || (name.starts_with("TVN_get") && name.ends_with("name") &&
+                                           name != "TVN_getparamname" && name != "TVN_getinfname");
 }
 
 std::set<std::string> functions_of(const std::set<std::string>& families) {
@@ -325,7 +331,8 @@ TEST_F(BadCallOnTask, NullPointersAreNamedAndChangeNothing) {
   EXPECT_REFUSED(TVN_getinfname, (task, 0, 0, nullptr), null, null_of("name"));
   EXPECT_REFUSED(TVN_getinfmax, (task, 0, nullptr), null, null_of("max"));
   EXPECT_REFUSED(TVN_echotask, (task, 0, nullptr), null, null_of("format"));
-  for (const auto tostr : {TVN_sktostr, TVN_bktostr, TVN_conetypetostr, TVN_prostatostr, TVN_solstatostr, TVN_probtypetostr})
+  for (const auto tostr :
+       {TVN_sktostr, TVN_bktostr, TVN_conetypetostr, TVN_prostatostr, TVN_solstatostr, TVN_probtypetostr})
     EXPECT_REFUSED(tostr, (task, 0, nullptr), null, null_of("str"));
   for (const auto strto : {TVN_strtosk, TVN_strtoconetype})
     EXPECT_REFUSED(strto, (task, nullptr, &ignored32), null, null_of("str"));
@@ -370,7 +377,8 @@ TEST_F(BadCallOnTask, IndicesNamesAndValuesOffTheirRangeAreNamedAndChangeNothing
   EXPECT_EQ(TVN_getstrparamal(task, 0, -1, &al), TVN_RES_ERR_IN_ARGUMENT);
   EXPECT_EQ(TVN_putparam(task, "", ""), TVN_RES_ERR_PARAM_NAME);
   EXPECT_EQ(TVN_putparam(task, std::string(5000, 'x').c_str(), "1"), TVN_RES_ERR_PARAM_NAME);
-  for (const int32_t type : {-1, 0, 4}) EXPECT_EQ(TVN_getparamname(task, type, 0, text), TVN_RES_ERR_PARAM_TYPE) << type;
+  for (const int32_t type : {-1, 0, 4})
+    EXPECT_EQ(TVN_getparamname(task, type, 0, text), TVN_RES_ERR_PARAM_TYPE) << type;
   for (const int32_t type : {-1, 3}) EXPECT_EQ(TVN_getinfname(task, type, 0, text), TVN_RES_ERR_INF_TYPE) << type;
   for (const int32_t k : {-1, 98}) EXPECT_EQ(TVN_getinfname(task, 1, k, text), TVN_RES_ERR_INF_INT_INDEX) << k;
   for (const int32_t k : {-1, 14}) EXPECT_EQ(TVN_getlintinf(task, k, &ignored64), TVN_RES_ERR_INF_LINT_INDEX) << k;
@@ -419,21 +427,69 @@ struct lookup {
   int32_t (*tovalue)(const char*, int32_t*);
   int32_t (*toname)(int32_t, char*);
 };
-#define FAMILY(word) {#word, {TVN_##word##nametovalue, TVN_get##word##name}}
+#define FAMILY(word)                                                                                                   \
+  {                                                                                                                    \
+#word, { TVN_##word##nametovalue, TVN_get##word##name }                                                            \
+  }
 
-const std::map<std::string, lookup> lookups = {
-    FAMILY(boundkey),     FAMILY(conetype),      FAMILY(problemtype),    FAMILY(stakey),       FAMILY(solitem),
-    FAMILY(soltype),      FAMILY(prosta),        FAMILY(solsta),         FAMILY(objsense),     FAMILY(variabletype),
-    FAMILY(optimizertype), FAMILY(cputype),      FAMILY(dataformat),     FAMILY(compresstype), FAMILY(language),
-    FAMILY(callbackcode), FAMILY(rescode),       FAMILY(iparam),         FAMILY(dparam),       FAMILY(sparam),
-    FAMILY(iinfitem),     FAMILY(dinfitem),      FAMILY(liinfitem),      FAMILY(accmode),      FAMILY(adop),
-    FAMILY(adoptype),     FAMILY(basisident),    FAMILY(branchdir),      FAMILY(checkconvexity), FAMILY(feasrepairoptimize),
-    FAMILY(inftype),      FAMILY(iomode),        FAMILY(mark),           FAMILY(messagekey),   FAMILY(miocontsol),
-    FAMILY(miomode),      FAMILY(mionodeselection), FAMILY(mpsformat),   FAMILY(networkdetect), FAMILY(onoff),
-    FAMILY(ordermethod),  FAMILY(parametertype), FAMILY(presolvemode),   FAMILY(problemitem),  FAMILY(qread),
-    FAMILY(responseclass), FAMILY(scaling),      FAMILY(scalingmethod),  FAMILY(sensitivitytype), FAMILY(simdegen),
-    FAMILY(simexploitdupvec), FAMILY(simhotstart), FAMILY(simreformulation), FAMILY(simselection), FAMILY(solveform),
-    FAMILY(startingpoint), FAMILY(stream),       FAMILY(xmlmode)};
+const std::map<std::string, lookup> lookups = {FAMILY(boundkey),
+                                               FAMILY(conetype),
+                                               FAMILY(problemtype),
+                                               FAMILY(stakey),
+                                               FAMILY(solitem),
+                                               FAMILY(soltype),
+                                               FAMILY(prosta),
+                                               FAMILY(solsta),
+                                               FAMILY(objsense),
+                                               FAMILY(variabletype),
+                                               FAMILY(optimizertype),
+                                               FAMILY(cputype),
+                                               FAMILY(dataformat),
+                                               FAMILY(compresstype),
+                                               FAMILY(language),
+                                               FAMILY(callbackcode),
+                                               FAMILY(rescode),
+                                               FAMILY(iparam),
+                                               FAMILY(dparam),
+                                               FAMILY(sparam),
+                                               FAMILY(iinfitem),
+                                               FAMILY(dinfitem),
+                                               FAMILY(liinfitem),
+                                               FAMILY(accmode),
+                                               FAMILY(adop),
+                                               FAMILY(adoptype),
+                                               FAMILY(basisident),
+                                               FAMILY(branchdir),
+                                               FAMILY(checkconvexity),
+                                               FAMILY(feasrepairoptimize),
+                                               FAMILY(inftype),
+                                               FAMILY(iomode),
+                                               FAMILY(mark),
+                                               FAMILY(messagekey),
+                                               FAMILY(miocontsol),
+                                               FAMILY(miomode),
+                                               FAMILY(mionodeselection),
+                                               FAMILY(mpsformat),
+                                               FAMILY(networkdetect),
+                                               FAMILY(onoff),
+                                               FAMILY(ordermethod),
+                                               FAMILY(parametertype),
+                                               FAMILY(presolvemode),
+                                               FAMILY(problemitem),
+                                               FAMILY(qread),
+                                               FAMILY(responseclass),
+                                               FAMILY(scaling),
+                                               FAMILY(scalingmethod),
+                                               FAMILY(sensitivitytype),
+                                               FAMILY(simdegen),
+                                               FAMILY(simexploitdupvec),
+                                               FAMILY(simhotstart),
+                                               FAMILY(simreformulation),
+                                               FAMILY(simselection),
+                                               FAMILY(solveform),
+                                               FAMILY(startingpoint),
+                                               FAMILY(stream),
+                                               FAMILY(xmlmode)};
 
 } // namespace
 

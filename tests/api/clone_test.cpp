@@ -54,8 +54,9 @@ struct Clone : EnvTask {
     int64_t wide = 0;
     double v[8] = {}, w[8] = {};
     char name[64];
-    for (const auto get : {TVN_getnumvar, TVN_getnumcon, TVN_getnumcone, TVN_getmaxnumvar, TVN_getmaxnumcon, TVN_getmaxnumcone,
-                           TVN_getmaxnumanz, TVN_getmaxnumqnz, TVN_getnumanz, TVN_getnumintvar, TVN_getobjsense}) {
+    for (const auto get :
+         {TVN_getnumvar, TVN_getnumcon, TVN_getnumcone, TVN_getmaxnumvar, TVN_getmaxnumcon, TVN_getmaxnumcone,
+          TVN_getmaxnumanz, TVN_getmaxnumqnz, TVN_getnumanz, TVN_getnumintvar, TVN_getobjsense}) {
       EXPECT_EQ(get(t, &k), TVN_RES_OK);
       add(k);
     }
@@ -111,7 +112,9 @@ TEST_F(Clone, ShowsWhatTheSourceShowsAndIsTiedToNothingOfIt) {
   std::string heard;
   const auto keep = [](void* h, const char* piece) { *static_cast<std::string*>(h) += piece; };
   ASSERT_EQ(TVN_linkfunctotaskstream(task, TVN_STREAM_MSG, &heard, keep), TVN_RES_OK);
-  ASSERT_EQ(TVN_putcallbackfunc(task, [](TVNtask_t, void*, int32_t) { return int32_t{1}; }, &heard), TVN_RES_OK);
+  ASSERT_EQ(TVN_putcallbackfunc(
+                task, [](TVNtask_t, void*, int32_t) { return int32_t{1}; }, &heard),
+            TVN_RES_OK);
   const std::string before = seen(task);
   ASSERT_EQ(TVN_clonetask(task, &clone), TVN_RES_OK);
   EXPECT_EQ(seen(clone), before);

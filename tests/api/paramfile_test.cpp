@@ -61,7 +61,8 @@ struct ParamFile : EnvTask {
         const double v = std::ldexp(static_cast<double>(rng()), -below(90)) * (below(5) == 0 ? -1 : 1);
         if (TVN_putdouparam(task, k, below(9) == 0 ? std::numeric_limits<double>::infinity() : v) == TVN_RES_OK) break;
       }
-    static const char* pieces[] = {"a", "%", "#", " ", "\t", "\"", "\\", "\r", "file.mps", "END TOVAN", "\xc3\xb8", "//"};
+    static const char* pieces[] = {"a",  "%",  "#",        " ",         "\t",       "\"",
+                                   "\\", "\r", "file.mps", "END TOVAN", "\xc3\xb8", "//"};
     for (int32_t k = 0; k < 25; k++) {
       std::string v;
       for (int32_t n = below(6); n > 0; n--) v += pieces[below(12)];
@@ -133,8 +134,10 @@ TEST_F(ParamFile, BadLinesAreNamedAndLeaveWhatStandsBehindThem) {
   };
   for (const bad_line& b :
        {bad_line{"TVN_IPAR_NO_SUCH 1", TVN_RES_ERR_PARAM_NAME}, bad_line{"ABC", TVN_RES_ERR_PARAM_NAME},
-        bad_line{"TVN_IPAR_LOG_BI", TVN_RES_ERR_PARAM_VALUE_STR}, bad_line{"TVN_IPAR_LOG_BI x", TVN_RES_ERR_PARAM_VALUE_STR},
-        bad_line{"TVN_IPAR_LOG_BI 3.5", TVN_RES_ERR_PARAM_VALUE_STR}, bad_line{"TVN_IPAR_LOG_BI 99999999999", TVN_RES_ERR_PARAM_VALUE_STR},
+        bad_line{"TVN_IPAR_LOG_BI", TVN_RES_ERR_PARAM_VALUE_STR},
+        bad_line{"TVN_IPAR_LOG_BI x", TVN_RES_ERR_PARAM_VALUE_STR},
+        bad_line{"TVN_IPAR_LOG_BI 3.5", TVN_RES_ERR_PARAM_VALUE_STR},
+        bad_line{"TVN_IPAR_LOG_BI 99999999999", TVN_RES_ERR_PARAM_VALUE_STR},
         bad_line{"TVN_IPAR_LOG_BI -7", TVN_RES_ERR_PARAM_IS_TOO_SMALL},
         bad_line{"TVN_IPAR_OPTIMIZER TVN_OPTIMIZER_BEST", TVN_RES_ERR_PARAM_VALUE_STR},
         bad_line{"TVN_DPAR_BASIS_TOL_X 1e-5 1", TVN_RES_ERR_PARAM_VALUE_STR},
@@ -143,7 +146,8 @@ TEST_F(ParamFile, BadLinesAreNamedAndLeaveWhatStandsBehindThem) {
         bad_line{"TVN_DPAR_BASIS_TOL_X -1", TVN_RES_ERR_PARAM_IS_TOO_SMALL}}) {
     const auto read_with = [&](int32_t ignore) {
       EXPECT_EQ(TVN_setdefaults(task), TVN_RES_OK);
-      std::ofstream(path) << "BEGIN TOVAN\nTVN_IPAR_LOG 3\n" << b.line << "\nTVN_IPAR_LOG_SIM 7\nEND TOVAN\nTVN_IPAR_LOG 5\n";
+      std::ofstream(path) << "BEGIN TOVAN\nTVN_IPAR_LOG 3\n"
+                          << b.line << "\nTVN_IPAR_LOG_SIM 7\nEND TOVAN\nTVN_IPAR_LOG 5\n";
       EXPECT_EQ(TVN_putintparam(task, TVN_IPAR_PARAM_READ_IGN_ERROR, ignore), TVN_RES_OK);
       return read_back(task);
     };

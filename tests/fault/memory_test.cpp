@@ -155,6 +155,69 @@ TEST(ShortMemory, PutByPieces) {
                    optimize, optimal, [](handles& h) { return TVN_clonetask(h.task, &h.clone); }});
 }
 
+// Everything a task can hold, its copy, its files and its end.
+TEST(ShortMemory, WholeLifeOfATask) {
+  const std::string stem = (std::filesystem::temp_directory_path() / ("tvn_life_" + std::to_string(getpid()))).string();
+  const std::string params = stem + ".par", log = stem + ".log";
+  const int32_t sub[] = {0, 1, 2};
+  const double val[] = {2, 1, 3};
+  const std::vector<step> life = {
+      init,
+      make,
+      [&](handles& h) { return TVN_linkfiletotaskstream(h.task, TVN_STREAM_LOG, log.c_str(), 0); },
+      [](handles& h) { return TVN_resizetask(h.task, 2, 2, 1, 8, 4); },
+      [](handles& h) { return TVN_append(h.task, TVN_ACC_CON, 4); },
+      [](handles& h) { return TVN_append(h.task, TVN_ACC_VAR, 6); },
+      [&](handles& h) { return TVN_putavec(h.task, TVN_ACC_VAR, 0, 3, sub, val); },
+      [&](handles& h) { return TVN_putavec(h.task, TVN_ACC_CON, 3, 3, sub, val); },
+      [](handles& h) { return TVN_putaij(h.task, 1, 5, 4.0); },
+      [](handles& h) { return TVN_putcj(h.task, 5, -1.0); },
+      [](handles& h) { return TVN_putboundslice(h.task, TVN_ACC_VAR, 0, 0, nullptr, nullptr, nullptr); },
+      [](handles& h) { return TVN_putname(h.task, TVN_PI_VAR, 3, "a name that fills the pool of names"); },
+      [](handles& h) { return TVN_putname(h.task, TVN_PI_CON, 1, "a name that fills the pool once again"); },
+      [](handles& h) {
+        int32_t found = 0, index = 0;
+        return TVN_getnameindex(h.task, TVN_PI_CON, "nobody", &found, &index);
+      },
+      [&](handles& h) { return TVN_putqobj(h.task, 3, sub, sub, val); },
+      [&](handles& h) { return TVN_putqconk(h.task, 1, 3, sub, sub, val); },
+      [&](handles& h) { return TVN_putvartype(h.task, 4, TVN_VAR_TYPE_INT); },
+      [&](handles& h) { return TVN_putvarbranchorder(h.task, 4, 2, TVN_BRANCH_DIR_UP); },
+      [&](handles& h) {
+        // An append that was made before its report failed is not made again.
+        int32_t numcone = 0;
+        TVN_getnumcone(h.task, &numcone);
+        return numcone > 0 ? TVN_RES_OK : TVN_appendcone(h.task, TVN_CT_QUAD, 0.0, 3, sub);
+      },
+      [](handles& h) { return TVN_putsolutioni(h.task, TVN_ACC_VAR, 0, TVN_SOL_ITR, TVN_SK_SUPBAS, 1, 0, 0, 0); },
+      [](handles& h) { return TVN_putnastrparam(h.task, "TVN_SPAR_STAT_NAME", "a \"quoted\" value of 100%"); },
+      [](handles& h) {
+        char* copy = nullptr;
+        const TVNrescodee code = TVN_getstrparamal(h.task, TVN_SPAR_STAT_NAME, 5, &copy);
+        TVN_freetask(h.task, copy);
+        return code;
+      },
+      [&](handles& h) { return TVN_writeparamfile(h.task, params.c_str()); },
+      [&](handles& h) { return TVN_putstrparam(h.task, TVN_SPAR_PARAM_READ_FILE_NAME, params.c_str()); },
+      [](handles& h) { return TVN_readparamfile(h.task); },
+      [](handles& h) { return TVN_printparam(h.task); },
+      [](handles& h) { return h.clone ? TVN_RES_OK : TVN_clonetask(h.task, &h.clone); },
+      [](handles& h) { return TVN_checkdata(h.clone); },
+      [](handles& h) { return TVN_setdefaults(h.clone); },
+      [](handles& h) { return TVN_removecone(h.task, 0); },
+      [&](handles& h) {
+        int32_t numvar = 0;
+        TVN_getnumvar(h.task, &numvar);
+        return numvar < 6 ? TVN_RES_OK : TVN_remove(h.task, TVN_ACC_VAR, 2, sub);
+      },
+      [](handles& h) { return TVN_deletetaskdata(h.task); },
+      [](handles& h) { return TVN_deletetask(&h.task); }};
+  expect_survived(life);
+  expect_survived(life, "");
+  std::filesystem::remove(params);
+  std::filesystem::remove(log);
+}
+
 TEST(ShortMemory, ReadAndSolve) {
   const std::string file =
       (std::filesystem::temp_directory_path() / ("tvn_fault_" + std::to_string(getpid()) + ".mps")).string();

@@ -159,7 +159,6 @@ TEST_P(RandomVectors, EveryCopyAndPackingKeepsTheEntries) {
   EXPECT_EQ(entries(a), want);
   ASSERT_TRUE(TVN_spmat_unpackinplace(a, 2));
   EXPECT_EQ(entries(a), want);
-  std::vector<int32_t> order(static_cast<size_t>(nvec)); // behind each vector there is room for two
   for (int32_t j = 0; j < nvec; j++)
     for (int32_t k = 0; k < nvec; k++) EXPECT_FALSE(k != j && a.ptrb[k] >= a.ptrb[j] && a.ptrb[k] < a.ptre[j] + 2);
 }
@@ -302,9 +301,7 @@ TEST_P(RandomVectors, CopiesOfVectorsAreFoundAndNothingElse) {
       if (other == indexes) break;
     }
     EXPECT_EQ(pattern[k], lowest);
-    if (j % 3 == 1) {
-      EXPECT_EQ(first[k], first[k - 1]) << "seed " << GetParam() << " vector " << j;
-    }
+    if (j % 3 == 1) { EXPECT_EQ(first[k], first[k - 1]) << "seed " << GetParam() << " vector " << j; }
     ASSERT_LE(first[k], j);
     for (const int32_t i : indexes) { // what is found is true
       const double v = m.at({j, i}), w = m.at({first[k], i});

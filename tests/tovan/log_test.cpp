@@ -63,7 +63,8 @@ TEST_F(Log, HeadTellsMachineAndProblemOnceARun) {
   EXPECT_TRUE(has(head, "Computer   - CPU type         : Intel-P4        \n")) << head;
   EXPECT_TRUE(has(head, "TOVAN      - task name        : blend           \n")) << head;
   EXPECT_TRUE(has(head, "TOVAN      - objective sense  : max             \n")) << head;
-  EXPECT_TRUE(has(head, "TOVAN      - constraints      : 3                 variables        : 12              \n")) << head;
+  EXPECT_TRUE(has(head, "TOVAN      - constraints      : 3                 variables        : 12              \n"))
+      << head;
   EXPECT_FALSE(has(head, "integer variables")) << head;
   EXPECT_TRUE(head.ends_with("Optimizer started.\n")) << head;
   EXPECT_EQ(lines(TVN_CALLBACK_BEGIN_OPTIMIZER), "Optimizer started.\n") << "the head is printed once";
@@ -81,17 +82,16 @@ TEST_F(Log, LinesStandUnderTheLogAndTheParameterOfTheirSubsystem) {
   };
   task->info.dou[TVN_DINF_QCQO_REFORMULATE_TIME] = 1.25;
   task->info.dou[TVN_DINF_BI_PRIMAL_TIME] = 0.5;
-  for (const gate& g : {gate{TVN_CALLBACK_BEGIN_OPTIMIZER, TVN_IPAR_LOG_OPTIMIZER, "Optimizer started.\n"},
-                        gate{TVN_CALLBACK_BEGIN_QCQO_REFORMULATE, TVN_IPAR_LOG_OPTIMIZER, "QCQO reformulation started.\n"},
-                        gate{TVN_CALLBACK_END_QCQO_REFORMULATE, TVN_IPAR_LOG_OPTIMIZER,
-                             "QCQO reformulation terminated. Time: 1.25.\n"},
-                        gate{TVN_CALLBACK_BEGIN_FULL_CONVEXITY_CHECK, TVN_IPAR_LOG_CHECK_CONVEXITY,
-                             "Convexity check started.\n"},
-                        gate{TVN_CALLBACK_BEGIN_DUAL_SENSITIVITY, TVN_IPAR_LOG_SENSITIVITY, "Dual sensitivity"},
-                        gate{TVN_CALLBACK_END_INFEAS_ANA, TVN_IPAR_LOG_INFEAS_ANA, "Infeasibility analysis"},
-                        gate{TVN_CALLBACK_BEGIN_PRIMAL_SIMPLEX, TVN_IPAR_LOG_SIM, "Primal simplex optimizer started.\n"},
-                        gate{TVN_CALLBACK_END_PRIMAL_BI, TVN_IPAR_LOG_BI,
-                             "Primal basis identification phase terminated. Time: 0.50\n"}}) {
+  for (const gate& g :
+       {gate{TVN_CALLBACK_BEGIN_OPTIMIZER, TVN_IPAR_LOG_OPTIMIZER, "Optimizer started.\n"},
+        gate{TVN_CALLBACK_BEGIN_QCQO_REFORMULATE, TVN_IPAR_LOG_OPTIMIZER, "QCQO reformulation started.\n"},
+        gate{TVN_CALLBACK_END_QCQO_REFORMULATE, TVN_IPAR_LOG_OPTIMIZER, "QCQO reformulation terminated. Time: 1.25.\n"},
+        gate{TVN_CALLBACK_BEGIN_FULL_CONVEXITY_CHECK, TVN_IPAR_LOG_CHECK_CONVEXITY, "Convexity check started.\n"},
+        gate{TVN_CALLBACK_BEGIN_DUAL_SENSITIVITY, TVN_IPAR_LOG_SENSITIVITY, "Dual sensitivity"},
+        gate{TVN_CALLBACK_END_INFEAS_ANA, TVN_IPAR_LOG_INFEAS_ANA, "Infeasibility analysis"},
+        gate{TVN_CALLBACK_BEGIN_PRIMAL_SIMPLEX, TVN_IPAR_LOG_SIM, "Primal simplex optimizer started.\n"},
+        gate{TVN_CALLBACK_END_PRIMAL_BI, TVN_IPAR_LOG_BI,
+             "Primal basis identification phase terminated. Time: 0.50\n"}}) {
     put(TVN_IPAR_LOG, 10);
     put(g.param, 1);
     EXPECT_TRUE(has(lines(g.event), g.line)) << g.line << text;
