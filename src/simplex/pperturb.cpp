@@ -167,7 +167,6 @@ void psimplex_variablereset(primal_state& s) {
   for (int32_t j = 0; j < s.work.total && s.numbanned > 0; j++) s.banned[j] = 0;
   s.numbanned = 0;
   s.perturbed = false;
-  s.tolratio = std::max(0.1 * s.tolratio, 0.001 * s.tolfeas);
 }
 
 } // namespace tvn

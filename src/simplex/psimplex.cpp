@@ -115,7 +115,9 @@ loop_state refactor(primal_state& s) {
   s.refactor = s.soon = false;
   for (int32_t attempt = 0;; attempt++) {
     s.info.count[kind_primal].factorizations++;
-    switch (TVN_simplex_factor(s.fac)) {
+    const factor_result result = TVN_simplex_factor(s.fac);
+    if (s.info.basisrank < 0) s.info.basisrank = TVN_lu_getrank(s.fac.factor);
+    switch (result) {
     case factor_result::full:
       if (attempt == 0 && TVN_simplex_improvelu(s.fac)) continue;
       return loop_state::go_on;
@@ -460,7 +462,6 @@ void psimplex_setup(primal_state& s) {
 
 void psimplex_optimize(primal_state& s) {
   s.tolfeas = std::min(1e-8, s.param.tolx);
-  s.tolratio = s.tolfeas * (s.param.degen == 0 ? 0.1 : 0.001);
   s.tolpiv = s.param.tolabspiv;
   s.tols = s.param.tols;
   TVN_lu_puttol(s.fac.factor, 2, s.param.tolrelpiv);

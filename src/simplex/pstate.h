@@ -69,7 +69,7 @@ struct primal_state {
   bool restricted = false;   // some nonbasic is not in the list
 
   // Tolerances; they move, see the loop.
-  double tolfeas = 1e-8, tolratio = 1e-11, tolpiv = 1e-7, tols = 1e-6;
+  double tolfeas = 1e-8, tolpiv = 1e-7, tols = 1e-6;
 
   // Vectors of an iteration, empty between iterations.
   spvec spike;               // by row: entering column after L and etas

@@ -250,6 +250,7 @@ void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simple
   else if (ray) clear_duals(lp, sol);
   else export_duals(s, lp, y, sol);
   TVN_lu_getlusze(s.fac.factor, info.lnz, info.unz);
+  if (factored) TVN_lu_getcond2(s.fac.factor, info.mindiag, info.maxdiag, nullptr, nullptr);
 }
 
 } // namespace

@@ -63,9 +63,8 @@ struct simplex_param {
   double tolrelpiv = 0.001;     // of the factor
   double maxtime = -1;          // seconds from `starttime`, negative: none
   double starttime = 0;         // clock reading at the start of the run
-  bool usecutlow = false, usecutupp = false;
-  double cutlow = -1e30, cutupp = 1e30; // objective range, of the minimisation
-  double callbackfreq = -1;     // seconds between calls, negative: the default of 0.05
+  bool usecutlow = false;       // stop once a feasible point is known below cutlow (of the minimisation)
+  double cutlow = -1e30;
 };
 
 // Events handed to the progress function.
@@ -83,14 +82,14 @@ struct simplex_info {
   int32_t prosta = pro_unknown, solsta = sol_unknown;
   std::array<simplex_counters, 4> count; // by simplex_kind
   int32_t numcon = 0, numvar = 0;        // of the working problem
-  int32_t hotstart = 0, numbasics = 0, basisrank = 0;
+  int32_t numbasics = 0, basisrank = -1; // of the start: basic keys given, rank of the first factor
   int32_t phase = 0;                     // 1 or 2
   double sumpinf = 0;                    // of the working problem
   double objective = 0;                  // of the working point in user units, offset included
   int32_t randomstate = 1;
   bool forcelog = false;                 // print the next iteration line whatever its number
   int64_t lnz = 0, unz = 0;
-  double mindiag = 0, maxdiag = 0;
+  double mindiag = 0, maxdiag = 0;       // magnitudes on the diagonal of U
   double primalviol = 0, dualviol = 0;   // worst relative violations on the user's data, set at the end
 };
 

@@ -60,13 +60,11 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   p.tolrelpiv = dv[TVN_DPAR_SIM_LU_TOL_REL_PIV];
   p.maxtime = dv[TVN_DPAR_OPTIMIZER_MAX_TIME];
   p.starttime = t.optstart;
-  // The cuts are on the user's objective; the frame minimises.
+  // The cuts are on the user's objective; the frame minimises. Only the side that a falling objective can cross matters.
   const bool low = dv[TVN_DPAR_LOWER_OBJ_CUT] > dv[TVN_DPAR_LOWER_OBJ_CUT_FINITE_TRH],
              upp = dv[TVN_DPAR_UPPER_OBJ_CUT] < dv[TVN_DPAR_UPPER_OBJ_CUT_FINITE_TRH];
   p.usecutlow = maximize ? upp : low;
-  p.usecutupp = maximize ? low : upp;
   p.cutlow = maximize ? -dv[TVN_DPAR_UPPER_OBJ_CUT] : dv[TVN_DPAR_LOWER_OBJ_CUT];
-  p.cutupp = maximize ? -dv[TVN_DPAR_LOWER_OBJ_CUT] : dv[TVN_DPAR_UPPER_OBJ_CUT];
 }
 
 // What the progress function needs to write its lines.
@@ -115,6 +113,26 @@ void update_items(const sim_run& run, const simplex_info& info) {
   items.dou[TVN_DINF_SIM_OBJ] = run.sense * info.objective;
   items.dou[TVN_DINF_SIM_FEAS] = info.sumpinf;
   items.dou[TVN_DINF_SIM_PRIMAL_TIME] = items.dou[TVN_DINF_SIM_TIME] = TVN_sysenv_gettime() - run.start;
+}
+
+// What a run did, for those who raise the log level.
+void TVN_simplex_printtail(task& t, const simplex_info& info) {
+  const auto line = [&](const char* what, int64_t value) {
+    echo(t, TVN_STREAM_MSG, "%-20s: %-lld\n", what, static_cast<long long>(value));
+  };
+  const auto& count = info.count[kind_primal];
+  line("Iterations", count.iterations);
+  line("Deg. iterations", count.degenerate);
+  line("Inf. iterations", count.infeasible);
+  line("Init. bas rank", info.basisrank);
+  line("Init. bas. number", info.numbasics);
+  line("Problem status", info.prosta);
+  line("Solution status", info.solsta);
+  line("Solver status", static_cast<int64_t>(info.response));
+  line("nz(L)", info.lnz);
+  line("nz(U)", info.unz);
+  echo(t, TVN_STREAM_MSG, "%-20s: %-.2e\n", "max(abs(Uii))", info.maxdiag);
+  echo(t, TVN_STREAM_MSG, "%-20s: %-.2e\n", "min(abs(Uii))", info.mindiag);
 }
 
 int32_t event_code(simplex_event event) {
@@ -253,6 +271,8 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
   update_items(run, info);
   const TVNrescodee code =
       run.trm != TVN_RES_OK ? run.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
+  constexpr int32_t taillevel = 4;
+  if (is_logged(t, TVN_IPAR_LOG_SIM, taillevel)) TVN_simplex_printtail(t, info);
   if (is_logged(t, TVN_IPAR_LOG_SIM))
     echo(t, TVN_STREAM_MSG, "Simplex optimizer terminated. Time: %-.2f. %s\n", TVN_sysenv_gettime() - run.start, "");
   if (const TVNrescodee c = TVN_tovanlog(&t, TVN_CALLBACK_END_SIMPLEX); code == TVN_RES_OK) return c;
