@@ -22,7 +22,7 @@ target_link_libraries(tovan PRIVATE
 target_link_options(tovan PRIVATE
   -Wl,--version-script=${PROJECT_BINARY_DIR}/tovan.map
   -Wl,--no-undefined-version -Wl,-z,defs -Wl,--as-needed)
-if(TOVAN_SANITIZE OR TOVAN_SANITIZE_THREAD)
+if(TOVAN_SANITIZE OR TOVAN_SANITIZE_THREAD OR TOVAN_FUZZ)
   # The sanitizer run-time lives in the executable, so the library has open ends.
   set_target_properties(tovan PROPERTIES LINK_OPTIONS "-Wl,--version-script=${PROJECT_BINARY_DIR}/tovan.map")
 else()

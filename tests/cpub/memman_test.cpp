@@ -109,6 +109,7 @@ TEST_F(Manager, ALockedBlockTellsOfAnyChange) {
   p[0]++;
   EXPECT_EQ(TVN_memman_scanmem(*m, here, 6), 0u);
   unsigned char* q = take(5);
+  std::memset(q, 7, 5);
   TVN_memman_lockall(*m, here, 7);
   p[3]++;
   q[4]++;

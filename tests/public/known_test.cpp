@@ -176,7 +176,7 @@ struct PublicProblems : ::testing::Test {
 
 TEST_F(PublicProblems, ReachTheirKnownOptima) {
   int32_t count = 0;
-  for (const reference& r : chosen("lp", 1500)) {
+  for (const reference& r : chosen("lp", 3000)) {
     expect_reference(r, solve(r));
     count++;
   }

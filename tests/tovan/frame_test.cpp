@@ -172,6 +172,25 @@ TEST_F(Frame, ScratchIsSizedByTheCapacitiesAndItemsByTheirFamily) {
   EXPECT_EQ(tvn::TVNP_getlintinf(*task, TVN_LIINF_RD_NUMANZ), int64_t{1} << 40);
 }
 
+TEST_F(Frame, ItemsOfTheLibraryAreKeptApartFromThePublicOnesAndABadIndexStops) {
+  tvn::TVNP_putdouinf(*task, 0, 1.5);
+  tvn::TVNP_putprivatedouinf(*task, 0, 2.5);
+  tvn::TVNP_putintinf(*task, 97, 3);
+  tvn::TVNP_putprivateintinf(*task, 107, 4);
+  tvn::TVNP_putlintinf(*task, 13, 5);
+  tvn::TVNP_putprivatelintinf(*task, 2, int64_t{1} << 40);
+  EXPECT_EQ(tvn::TVNP_getdouinf(*task, 0), 1.5);
+  EXPECT_EQ(tvn::TVNP_getprivatedouinf(*task, 0), 2.5);
+  EXPECT_EQ(tvn::TVNP_getintinf(*task, 97), 3);
+  EXPECT_EQ(tvn::TVNP_getprivateintinf(*task, 107), 4);
+  EXPECT_EQ(tvn::TVNP_getlintinf(*task, 13), 5);
+  EXPECT_EQ(tvn::TVNP_getprivatelintinf(*task, 2), int64_t{1} << 40);
+  EXPECT_DEATH(tvn::TVNP_putprivateintinf(*task, 108, 1), "");
+  EXPECT_DEATH((void)tvn::TVNP_getdouinf(*task, -1), "");
+  EXPECT_DEATH((void)tvn::TVNP_getdouparam(*task, 67), "");
+  EXPECT_DEATH((void)tvn::TVNP_validateintparam(*task, 202, 0), "");
+}
+
 TEST_F(Frame, ParametersAreCopiedBetweenTasks) {
   TVNtask_t other = nullptr;
   ASSERT_EQ(TVN_makeemptytask(env, &other), TVN_RES_OK);

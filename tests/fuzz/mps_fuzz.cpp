@@ -1,0 +1,14 @@
+// If this finds an input: a file from somewhere brings the process of a caller down, or is not the problem it says.
+//
+// Build by the preset `fuzz`; run: mps_fuzz -dict=mps.dict -max_len=4096 -timeout=10 -rss_limit_mb=2048 FOUND corpus/mps
+// New inputs go to the folder FOUND.
+#include "mps_input.h"
+
+#include <cstdlib>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::string fault = fuzz::try_mps(data, size);
+  if (fault.empty()) return 0;
+  std::fprintf(stderr, "%s\n", fault.c_str());
+  std::abort();
+}
