@@ -7,26 +7,29 @@
 
 #include "tovan.h"
 
+#include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
 namespace fuzz {
 
-// What a problem keeps on its way through a file. Values of rows with two sides are written as a difference, so bounds
-// are compared by their keys only, and a row without width counts as fixed.
+// What a problem keeps on its way through a file. Free rows stay behind. Values of rows with two sides are written as a
+// difference, so bounds are compared by their keys only, and a row without width counts as fixed.
 struct outline {
   int32_t numcon = 0, numvar = 0, numcone = 0, sense = 0;
   int64_t numanz = 0;
   double cfix = 0;
   std::vector<double> c;
-  std::vector<int32_t> keys, types, cones;
-  std::vector<int64_t> numqnz; // of the objective and of each row
+  std::vector<int32_t> keys, types, cones; // keys of rows, then of columns
+  std::map<std::array<int32_t, 3>, double> q; // row (-1: objective), i, j; what is as small as the reader drops is left out
   std::vector<std::string> names;
   bool operator==(const outline&) const = default;
 };
@@ -39,39 +42,58 @@ inline std::string name_of(TVNtask_t task, int32_t item, int32_t i) {
   return name.c_str();
 }
 
+// The terms of row `from`, -1: the objective, under the number `row`.
+inline void look_at_terms(TVNtask_t task, int32_t from, int32_t row, outline& o) {
+  int32_t num = 0;
+  from < 0 ? TVN_getnumqobjnz(task, &num) : TVN_getnumqconknz(task, from, &num);
+  const auto size = static_cast<size_t>(num);
+  std::vector<int32_t> i(size), j(size);
+  std::vector<double> value(size);
+  int32_t surplus = num;
+  from < 0 ? TVN_getqobj(task, num, &surplus, &num, i.data(), j.data(), value.data())
+           : TVN_getqconk(task, from, num, &surplus, &num, i.data(), j.data(), value.data());
+  for (size_t k = 0; k < size; k++)
+    if (std::fabs(value[k]) > 1e-15) o.q[{row, i[k], j[k]}] += value[k];
+}
+
+// The rows but for the free ones.
+inline void look_at_rows(TVNtask_t task, outline& o) {
+  int32_t numcon = 0;
+  TVN_getnumcon(task, &numcon);
+  for (int32_t i = 0; i < numcon; i++) {
+    int32_t key = 0, num = 0;
+    double lower = 0, upper = 0;
+    TVN_getbound(task, TVN_ACC_CON, i, &key, &lower, &upper);
+    if (key == TVN_BK_FR) continue;
+    look_at_terms(task, i, o.numcon++, o);
+    o.keys.push_back(key == TVN_BK_RA && lower == upper ? TVN_BK_FX : key);
+    o.names.push_back(name_of(task, TVN_PI_CON, i));
+    TVN_getavecnumnz(task, TVN_ACC_CON, i, &num);
+    o.numanz += num;
+  }
+}
+
 inline outline look(TVNtask_t task) {
   outline o;
-  TVN_getnumcon(task, &o.numcon);
+  look_at_rows(task, o);
   TVN_getnumvar(task, &o.numvar);
   TVN_getnumcone(task, &o.numcone);
   TVN_getobjsense(task, &o.sense);
-  TVN_getnumanz64(task, &o.numanz);
   TVN_getcfix(task, &o.cfix);
   o.c.resize(static_cast<size_t>(o.numvar));
   TVN_getc(task, o.c.data());
-  for (const auto& [side, count] : {std::pair{TVN_ACC_CON, o.numcon}, {TVN_ACC_VAR, o.numvar}})
-    for (int32_t k = 0; k < count; k++) {
-      int32_t key = 0;
-      double lower = 0, upper = 0;
-      TVN_getbound(task, side, k, &key, &lower, &upper);
-      o.keys.push_back(key == TVN_BK_RA && lower == upper ? TVN_BK_FX : key);
-    }
-  for (int32_t j = 0, type = 0; j < o.numvar; j++) {
+  for (int32_t j = 0, key = 0, type = 0; j < o.numvar; j++) {
+    TVN_getbound(task, TVN_ACC_VAR, j, &key, nullptr, nullptr);
+    o.keys.push_back(key);
     TVN_getvartype(task, j, &type);
     o.types.push_back(type);
   }
-  int64_t numqnz = 0;
-  TVN_getnumqobjnz64(task, &numqnz);
-  o.numqnz.push_back(numqnz);
-  for (int32_t i = 0; i < o.numcon; i++) {
-    TVN_getnumqconknz64(task, i, &numqnz);
-    o.numqnz.push_back(numqnz);
-  }
+  look_at_terms(task, -1, -1, o);
   for (int32_t k = 0, type = 0, num = 0; k < o.numcone; k++) {
     TVN_getconeinfo(task, k, &type, nullptr, &num);
     o.cones.insert(o.cones.end(), {type, num});
   }
-  for (const auto& [item, count] : {std::pair{TVN_PI_CON, o.numcon}, {TVN_PI_VAR, o.numvar}, {TVN_PI_CONE, o.numcone}})
+  for (const auto& [item, count] : {std::pair{TVN_PI_VAR, o.numvar}, {TVN_PI_CONE, o.numcone}})
     for (int32_t k = 0; k < count; k++) o.names.push_back(name_of(task, item, k));
   return o;
 }
@@ -131,7 +153,7 @@ inline std::string difference(const outline& a, const outline& b) {
   for (const auto& [differs, name] :
        {std::pair{a.sense != b.sense, " sense"}, {a.cfix != b.cfix, " cfix"}, {a.c != b.c, " c"},
         {a.keys != b.keys, " keys"}, {a.types != b.types, " types"}, {a.cones != b.cones, " cones"},
-        {a.numqnz != b.numqnz, " quadratic"}, {a.names != b.names, " names"}})
+        {a.q != b.q, " quadratic"}, {a.names != b.names, " names"}})
     if (differs) what += name;
   return "the written file differs:" + what + "; read " + sizes(a) + ", again " + sizes(b);
 }
