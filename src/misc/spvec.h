@@ -1,7 +1,7 @@
 // Sparse vector: dense values, a list of the positions that may be nonzero, and marks that are clean between calls.
 //
-// Invariant: val[i] != 0 implies that i is in idx[0..count); a listed value may be exactly 0 after cancellation. mark is
-// all zero whenever no routine runs: it is scratch of the routines that use the vector. clear() costs O(count).
+// Invariant: val[i] != 0 implies that i is in idx[0..count); a listed value may be exactly 0 after cancellation. mark
+// is all zero whenever no routine runs: it is scratch of the routines that use the vector. clear() costs O(count).
 #pragma once
 
 #include "cpub/buffer.h"

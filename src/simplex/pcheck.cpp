@@ -43,7 +43,8 @@ void check_nonbasics(const primal_state& s) {
     const double at = s.key[j] == sk_low ? s.lo[j] : s.key[j] == sk_upr ? s.up[j] : s.x[j];
     if (s.x[j] != at) breach(s, "nonbasic off its bound", j, s.x[j], at);
     if (s.key[j] == sk_fix && !s.work.is_fixed(j)) breach(s, "fixed key", j, s.lo[j], s.up[j]);
-    if (s.lo[j] > s.work.lower[j] || s.up[j] < s.work.upper[j]) breach(s, "narrowed bound", j, s.lo[j], s.work.lower[j]);
+    if (s.lo[j] > s.work.lower[j] || s.up[j] < s.work.upper[j])
+      breach(s, "narrowed bound", j, s.lo[j], s.work.lower[j]);
   }
 }
 

@@ -13,7 +13,7 @@ namespace tvn {
 namespace {
 
 constexpr double hugebound = 1e6;   // bounds of this magnitude are left alone
-constexpr int32_t maxunstalls = 12;  // returns to the true bounds after which no stall is perturbed any more
+constexpr int32_t maxunstalls = 12; // returns to the true bounds after which no stall is perturbed any more
 constexpr double largebound = 100;  // and from here on perturbed less
 
 double user_magnitude(const primal_state& s, int32_t j, double bound) { return std::fabs(bound) * s.work.factor(j); }
@@ -29,9 +29,9 @@ void widen_upper(primal_state& s, int32_t j, double by) {
 }
 
 struct magnitude_census {
-  int64_t num = 0;     // nonzero finite bounds and costs
-  int64_t bounds = 0;  // all finite bounds, a free variable counts one
-  int64_t alike = 0;   // neighbours in order that hardly differ
+  int64_t num = 0;    // nonzero finite bounds and costs
+  int64_t bounds = 0; // all finite bounds, a free variable counts one
+  int64_t alike = 0;  // neighbours in order that hardly differ
   double smallest = 1e300, largest = 0, maxcost = 0, maxbound = 0;
   int64_t fixedrows = 0;
 };
@@ -73,8 +73,8 @@ double perturbation_size(const primal_state& s, const magnitude_census& c) {
     return num < 0.5 * static_cast<double>(c.bounds) ? 0.01 * tolx : 0.0;
   const bool many = alike >= 0.1 * num;
   const double k = many ? 100 : 1000, l = many ? 1e-5 : 1e-4;
-  const double u = std::min(k / ((3 * std::max(c.maxcost, 1.0) + c.maxbound) * 0.125) * 0.0001,
-                            c.largest / c.smallest * l);
+  const double u =
+      std::min(k / ((3 * std::max(c.maxcost, 1.0) + c.maxbound) * 0.125) * 0.0001, c.largest / c.smallest * l);
   const double share = static_cast<double>(c.fixedrows) / std::max(1, s.work.m);
   if (share < 0.3) return std::min(u, 1e-5);
   if (share >= 0.5) return std::max(std::min(u, 0.001), 10 * tolx);
@@ -127,7 +127,9 @@ void psimplex_kick(primal_state& s) {
   const double tolx = s.param.tolx;
   const double strong = 0.05 * std::min(1e-6, tolx), medium = 0.01 * std::min(1e-7, tolx),
                weak = 0.005 * std::min(1e-7, tolx);
-  struct thresholds { double strong, medium, weak; };
+  struct thresholds {
+    double strong, medium, weak;
+  };
   const thresholds t = s.degenmode == 3   ? thresholds{0.5, 0.3, 0.2}
                        : s.degenmode == 2 ? thresholds{0.7, 0.4, 0.3}
                                           : thresholds{0.9, 0.7, 0.4};

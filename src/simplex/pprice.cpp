@@ -11,9 +11,9 @@ namespace tvn {
 
 namespace {
 
-constexpr double freefactor = 100;       // free variables enter first
-constexpr int64_t switchperiod = 1000;   // iterations between looks at the switch
-constexpr double degenerateshare = 0.7;  // of a period: go to approximate steepest edge
+constexpr double freefactor = 100;      // free variables enter first
+constexpr int64_t switchperiod = 1000;  // iterations between looks at the switch
+constexpr double degenerateshare = 0.7; // of a period: go to approximate steepest edge
 
 bool attractive(const primal_state& s, int32_t j, double d) {
   if (s.banned[j]) return false;
@@ -37,8 +37,10 @@ void set_listed(primal_state& s, int32_t j, bool in) {
   if (s.inlist[j] == static_cast<uint8_t>(in)) return;
   s.inlist[j] = in;
   if (s.work.is_logical(j)) return;
-  if (in) TVN_simplex_activate(s.work, j - s.work.m);
-  else TVN_simplex_deactivate(s.work, j - s.work.m);
+  if (in)
+    TVN_simplex_activate(s.work, j - s.work.m);
+  else
+    TVN_simplex_deactivate(s.work, j - s.work.m);
 }
 
 // Lists the `len` columns of best score, all when there are no more.
@@ -65,9 +67,11 @@ void fill_list(primal_state& s) {
 bool partial_scan(primal_state& s) {
   const simplex_work& w = s.work;
   const int32_t total = w.total;
-  struct limits { int32_t below, target, first, second; };
-  static constexpr limits table[] = {{10000, 15, 100, 3}, {30000, 20, 250, 5}, {50000, 25, 450, 7},
-                                     {INT32_MAX, 35, 700, 9}};
+  struct limits {
+    int32_t below, target, first, second;
+  };
+  static constexpr limits table[] = {
+      {10000, 15, 100, 3}, {30000, 20, 250, 5}, {50000, 25, 450, 7}, {INT32_MAX, 35, 700, 9}};
   const limits* t = table;
   while (w.n >= t->below) t++;
   const int32_t first = std::max(1, total / t->first), second = std::max(1, total / t->second);
@@ -227,17 +231,26 @@ void psimplex_choosepricing(primal_state& s) {
   if (s.param.selection != sel_free) {
     s.method = s.wanted = s.param.selection;
   } else if (cold) {
-    if (maxlen <= 2 && r > 3) s.method = s.wanted = sel_partial;
-    else if (r < 4) s.method = sel_devex;
-    else if (r < 6) s.method = pct < 50 ? sel_ase : sel_ase + sel_restrict;
-    else if (r < 8) s.method = pct < 30 ? sel_ase : sel_ase + sel_restrict;
-    else s.method = sel_partial;
+    if (maxlen <= 2 && r > 3)
+      s.method = s.wanted = sel_partial;
+    else if (r < 4)
+      s.method = sel_devex;
+    else if (r < 6)
+      s.method = pct < 50 ? sel_ase : sel_ase + sel_restrict;
+    else if (r < 8)
+      s.method = pct < 30 ? sel_ase : sel_ase + sel_restrict;
+    else
+      s.method = sel_partial;
     if (r >= 30) s.wanted = sel_partial;
   } else {
-    if (r >= 60) s.method = s.wanted = sel_partial;
-    else if (r >= 10) s.method = sel_partial;
-    else if (s.param.maxiterations < 2000 && pct < 50) s.method = s.wanted = sel_ase;
-    else s.method = sel_ase + sel_restrict;
+    if (r >= 60)
+      s.method = s.wanted = sel_partial;
+    else if (r >= 10)
+      s.method = sel_partial;
+    else if (s.param.maxiterations < 2000 && pct < 50)
+      s.method = s.wanted = sel_ase;
+    else
+      s.method = sel_ase + sel_restrict;
   }
   if (pct > 50 && s.method >= sel_full && s.method <= sel_devex) s.method += sel_restrict;
 }
@@ -258,7 +271,8 @@ bool psimplex_choosepricingswitch(primal_state& s) {
     // still nearly all logicals, where each costs a few operations.
     to = sel_se;
   } else if (s.iter - s.lastswitch >= switchperiod && s.method == sel_devex &&
-             static_cast<double>(s.info.count[kind_primal].degenerate) > degenerateshare * static_cast<double>(s.iter)) {
+             static_cast<double>(s.info.count[kind_primal].degenerate) >
+                 degenerateshare * static_cast<double>(s.iter)) {
     to = s.param.restrictpct < 50 || r < 3 ? sel_ase : sel_ase + sel_restrict;
   }
   if (to == s.method) return true;

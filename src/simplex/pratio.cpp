@@ -38,8 +38,8 @@ double harris_limit(const primal_state& s, double sigma) {
   return tmax;
 }
 
-// Is a pivot of magnitude p good enough beside the largest candidate? All tests must hold; the last is the strictest, so
-// that a large pivot has no free pass over much larger ones.
+// Is a pivot of magnitude p good enough beside the largest candidate? All tests must hold; the last is the strictest,
+// so that a large pivot has no free pass over much larger ones.
 bool acceptable(double p, double largest) {
   const double ratio = largest / p;
   return (p >= 0.001 || ratio <= 3) && (p >= 0.01 || ratio <= 5) && (p >= 1 || ratio <= 50) &&

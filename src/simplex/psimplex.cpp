@@ -1,8 +1,8 @@
 // The loop of the primal simplex: price, solve, ratio, check, update; recomputation and recovery around it.
 //
 // Each named step answers go on, recompute (the factor, x and d are made fresh before the next pricing) or finished
-// (s.stop and s.info.solsta say how). A verdict is reached only on fresh data and on the true bounds; it is a verdict on
-// the working problem, and the frame proves it on the user's data.
+// (s.stop and s.info.solsta say how). A verdict is reached only on fresh data and on the true bounds; it is a verdict
+// on the working problem, and the frame proves it on the user's data.
 #include "simplex/pstate.h"
 
 #include <cmath>
@@ -11,15 +11,15 @@ namespace tvn {
 
 namespace {
 
-constexpr int32_t maxresets = 6;          // returns to the true bounds that may be followed by new perturbation
-constexpr int64_t budgetreserve = 40;     // iterations left: no more perturbation
+constexpr int32_t maxresets = 6;      // returns to the true bounds that may be followed by new perturbation
+constexpr int64_t budgetreserve = 40; // iterations left: no more perturbation
 constexpr double tolpivmin = 1e-10, tolpivmax = 1e-4;
-constexpr int32_t maxupdates = 500;        // on one factor, whatever the cost of a solve says
+constexpr int32_t maxupdates = 500;                        // on one factor, whatever the cost of a solve says
 constexpr int64_t stallperturbed = 2000, stallplain = 200; // degenerate steps in a row before random edges
-constexpr double smallstep = 1e-12;       // steps up to this count as degenerate,
-constexpr double smallprogress = 1e-9;    // of the objective, between two fresh values far apart
-constexpr double smallgain = 1e-11;       // and gains up to this part of the objective as standing still
-constexpr double feasibleshift = 10;      // times tolfeas: infeasibility that a shift of the working bound absorbs
+constexpr double smallstep = 1e-12;                        // steps up to this count as degenerate,
+constexpr double smallprogress = 1e-9;                     // of the objective, between two fresh values far apart
+constexpr double smallgain = 1e-11;  // and gains up to this part of the objective as standing still
+constexpr double feasibleshift = 10; // times tolfeas: infeasibility that a shift of the working bound absorbs
 
 double direction(const primal_state& s, int32_t q, double d) {
   if (s.key[q] == sk_low) return 1.0;
@@ -53,7 +53,8 @@ loop_state check_limits(primal_state& s) {
   if (line) {
     if (s.phase == 1) psimplex_countinf(s);
     set_objective(s);
-    if (const int32_t stop = s.progress(simplex_event::iteration, s.info)) return finish(s, stop_code(stop), sol_unknown);
+    if (const int32_t stop = s.progress(simplex_event::iteration, s.info))
+      return finish(s, stop_code(stop), sol_unknown);
     s.info.forcelog = false;
   }
   if (count.iterations >= s.param.maxiterations) return finish(s, simplex_code::max_iterations, sol_unknown);
@@ -139,8 +140,8 @@ bool absorb_infeasibilities(primal_state& s, double relative) {
   for (int32_t k = 0; k < s.work.m; k++) {
     const int32_t j = s.fac.head[k];
     const double below = s.lo[j] - s.x[j], above = s.x[j] - s.up[j], f = s.work.factor(j);
-    const double limit = std::max(feasibleshift * s.tolfeas,
-                                  relative * (1 / f + std::fabs(below > above ? s.lo[j] : s.up[j])));
+    const double limit =
+        std::max(feasibleshift * s.tolfeas, relative * (1 / f + std::fabs(below > above ? s.lo[j] : s.up[j])));
     if (std::max(below, above) > limit) return false;
   }
   for (int32_t k = 0; k < s.work.m; k++) {
@@ -413,13 +414,15 @@ loop_state iterate(primal_state& s) {
     return loop_state::go_on;
   }
   if (std::fabs(price.d) > 0.01 && wants_refactor(s, price.d, dq)) s.soon = true;
-  const ratio_result r = s.phase == 1 ? psimplex_stepsize_phaseone(s, q, sigma, -std::fabs(dq))
-                                      : psimplex_stepsize(s, q, sigma);
+  const ratio_result r =
+      s.phase == 1 ? psimplex_stepsize_phaseone(s, q, sigma, -std::fabs(dq)) : psimplex_stepsize(s, q, sigma);
   if (r.position < 0 && !r.swap) return unbounded(s, q, sigma);
   if (!r.swap && r.pivot < 1e-5 && s.fac.since > 5) return s.refactor = true, loop_state::recompute;
   loop_state state = loop_state::go_on;
-  if (r.swap) swap_bound(s, q, sigma, r.step);
-  else state = pivot(s, q, sigma, dq, r);
+  if (r.swap)
+    swap_bound(s, q, sigma, r.step);
+  else
+    state = pivot(s, q, sigma, dq, r);
   count_iteration(s, r.step, std::fabs(dq) * r.step);
   if (state != loop_state::go_on) return state;
   if (s.phase == 1) {

@@ -12,16 +12,16 @@
 namespace tvn {
 
 struct ratio_result {
-  int32_t position = -1;     // leaving basis position, -1: none
-  double step = 0;           // of the entering variable, >= 0
-  bool to_upper = false;     // the leaving variable goes to its upper bound
-  bool swap = false;         // the entering variable meets its own other bound first
-  double pivot = 0;          // magnitude of the pivot
+  int32_t position = -1; // leaving basis position, -1: none
+  double step = 0;       // of the entering variable, >= 0
+  bool to_upper = false; // the leaving variable goes to its upper bound
+  bool swap = false;     // the entering variable meets its own other bound first
+  double pivot = 0;      // magnitude of the pivot
 };
 
 struct price_result {
-  int32_t j = -1;            // entering variable, -1: none
-  double d = 0;              // its reduced cost
+  int32_t j = -1; // entering variable, -1: none
+  double d = 0;   // its reduced cost
 };
 
 enum class loop_state : int32_t { go_on, recompute, finished };
@@ -35,72 +35,77 @@ struct primal_state {
   const simplex_param& param;
   simplex_info& info;
   const simplex_progress& progress;
-  simplex_work& work;        // its active parts follow the basis; all else is only read
+  simplex_work& work; // its active parts follow the basis; all else is only read
   simplex_fac fac;
 
   // The point.
-  buffer<double> x;          // [total]
-  buffer<uint8_t> key;       // [total] status_key
-  buffer<double> lo, up;     // [total] working bounds, wider than the problem's when perturbed
-  bool perturbed = false;    // some working bound differs from the problem's
+  buffer<double> x;       // [total]
+  buffer<uint8_t> key;    // [total] status_key
+  buffer<double> lo, up;  // [total] working bounds, wider than the problem's when perturbed
+  bool perturbed = false; // some working bound differs from the problem's
   bool allowperturb = true;
 
   // Phase one: 1 while infeasible, 2 once feasible.
   int32_t phase = 1;
-  buffer<int8_t> infeas;     // [m] by position: -1 below, +1 above, 0 within the working bounds
+  buffer<int8_t> infeas; // [m] by position: -1 below, +1 above, 0 within the working bounds
   int32_t numinf = 0;
   double suminf = 0;
 
   // Pricing.
-  buffer<double> d;          // [total] reduced costs of the nonbasics in the cost of the phase
-  buffer<double> weight;     // [total]
-  buffer<uint8_t> inframe;   // [total] reference framework of devex
-  buffer<uint8_t> banned;    // [total] does not enter until the next reset
-  buffer<uint8_t> inlist;    // [total] d and weight are maintained; all, unless pricing is restricted
-  buffer<int32_t> cand;      // nonbasics with an attractive reduced cost, unordered
-  buffer<int32_t> candpos;   // [total] position in cand, -1: not there
+  buffer<double> d;        // [total] reduced costs of the nonbasics in the cost of the phase
+  buffer<double> weight;   // [total]
+  buffer<uint8_t> inframe; // [total] reference framework of devex
+  buffer<uint8_t> banned;  // [total] does not enter until the next reset
+  buffer<uint8_t> inlist;  // [total] d and weight are maintained; all, unless pricing is restricted
+  buffer<int32_t> cand;    // nonbasics with an attractive reduced cost, unordered
+  buffer<int32_t> candpos; // [total] position in cand, -1: not there
   int32_t numcand = 0, numbanned = 0;
-  buffer<double> y;          // [m] by row; maintained under partial pricing, else scratch
+  buffer<double> y; // [m] by row; maintained under partial pricing, else scratch
   int32_t method = sel_devex, wanted = sel_switch;
-  int32_t scanstart = 0;     // partial pricing: where the next scan begins
-  buffer<int32_t> plist;     // partial pricing: the candidates of the last scan
+  int32_t scanstart = 0; // partial pricing: where the next scan begins
+  buffer<int32_t> plist; // partial pricing: the candidates of the last scan
   int32_t numplist = 0;
   int32_t weighterrors = 0;
-  bool restricted = false;   // some nonbasic is not in the list
+  bool restricted = false; // some nonbasic is not in the list
 
   // Tolerances; they move, see the loop.
   double tolfeas = 1e-8, tolpiv = 1e-7, tols = 1e-6;
 
   // Vectors of an iteration, empty between iterations.
-  spvec spike;               // by row: entering column after L and etas
-  spvec colrow;              // by row: scratch of the forward solve
-  spvec aq;                  // by position: B^-1 a_q
-  spvec unit;                // by position: right-hand side of backward solves
-  spvec rho;                 // by row: row of the inverse, or a change of y
-  spvec tau;                 // by row: B^-T aq, steepest edge only
-  spvec alpha;               // by variable: pivot row
-  struct breakpoint { double ratio; int32_t position; double slope; bool upper; };
+  spvec spike;  // by row: entering column after L and etas
+  spvec colrow; // by row: scratch of the forward solve
+  spvec aq;     // by position: B^-1 a_q
+  spvec unit;   // by position: right-hand side of backward solves
+  spvec rho;    // by row: row of the inverse, or a change of y
+  spvec tau;    // by row: B^-T aq, steepest edge only
+  spvec alpha;  // by variable: pivot row
+  struct breakpoint {
+    double ratio;
+    int32_t position;
+    double slope;
+    bool upper;
+  };
   buffer<breakpoint> breaks; // [2m]
   buffer<int32_t> changed;   // [m] positions whose infeasibility status changed ...
   buffer<int8_t> delta;      // [m] ... and by how much
   int32_t numchanged = 0;
 
   // Control.
-  bool refactor = true;      // before the next pricing
-  bool soon = false;         // the factor advised it
-  bool freshd = false;       // d was computed from scratch since the last pivot
-  int64_t iter = 0;          // of this run
+  bool refactor = true; // before the next pricing
+  bool soon = false;    // the factor advised it
+  bool freshd = false;  // d was computed from scratch since the last pivot
+  int64_t iter = 0;     // of this run
   int64_t periodstart = 0, perioddeg = 0, degenperiod = 500;
   int32_t degenmode = 1;
-  int32_t resets = 0;        // returns to the true bounds
-  double objscale = 1;       // 1 + magnitude of the objective of the phase at the last recomputation
-  double best = 0;           // lowest fresh objective of this phase since the last return to the true bounds,
-  int64_t bestiter = 0;      // when it was met,
+  int32_t resets = 0;   // returns to the true bounds
+  double objscale = 1;  // 1 + magnitude of the objective of the phase at the last recomputation
+  double best = 0;      // lowest fresh objective of this phase since the last return to the true bounds,
+  int64_t bestiter = 0; // when it was met,
   int32_t bestphase = 0, bestresets = 0; // and which phase and return that was
-  int64_t stalled = 0;       // degenerate steps in a row
-  bool random = false;       // stalled for long: entering and leaving variables are drawn (random edge)
-  bool accepting = false;    // true bounds gave way within the tolerance asked for: they do not come back
-  int32_t successive = 0;    // recoveries without a good iteration between
+  int64_t stalled = 0;                   // degenerate steps in a row
+  bool random = false;                   // stalled for long: entering and leaving variables are drawn (random edge)
+  bool accepting = false;                // true bounds gave way within the tolerance asked for: they do not come back
+  int32_t successive = 0;                // recoveries without a good iteration between
   int64_t setbacks = 0;
   double workprice = 0, worksolve = 0; // units of work since the last switch of pricing
   int64_t lastswitch = 0;

@@ -10,7 +10,7 @@ namespace tvn {
 
 namespace {
 
-constexpr double droprow = 1e-14;     // entries of rho at or below this are skipped
+constexpr double droprow = 1e-14; // entries of rho at or below this are skipped
 constexpr double maxweight = 1e20;
 
 // Norm of the entering column in the terms of the method: the weight that the entering variable should have.

@@ -13,10 +13,12 @@ namespace tvn {
 namespace {
 
 constexpr double minfactor = 1e-5, maxfactor = 1e5;
-constexpr double evenspread = 100;    // a column within this of the largest element counts as even
-constexpr double evenshare = 0.9;     // of the columns: no scaling
+constexpr double evenspread = 100; // a column within this of the largest element counts as even
+constexpr double evenshare = 0.9;  // of the columns: no scaling
 
-struct spread { double smallest = 1e300, largest = 0; };
+struct spread {
+  double smallest = 1e300, largest = 0;
+};
 
 void widen(spread& s, double magnitude) {
   s.smallest = std::min(s.smallest, magnitude);

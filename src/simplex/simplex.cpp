@@ -1,8 +1,8 @@
 // The frame: working problem, start basis, optimizer, the way back, proof, and a second run where the proof fails.
 //
-// Road of one run: TVN_simplex_compressproblem (free rows and fixed columns out, scaling by powers of two) -> start basis
-// (logicals, or the caller's keys repaired) -> primal simplex -> polish (x and y of the final basis solved afresh with
-// refinement) -> user space -> residuals on the user's data. Only they decide the status.
+// Road of one run: TVN_simplex_compressproblem (free rows and fixed columns out, scaling by powers of two) -> start
+// basis (logicals, or the caller's keys repaired) -> primal simplex -> polish (x and y of the final basis solved afresh
+// with refinement) -> user space -> residuals on the user's data. Only they decide the status.
 #include "simplex/simplex.h"
 
 #include "simplex/pstate.h"
@@ -15,7 +15,7 @@ namespace tvn {
 namespace {
 
 constexpr int32_t scalepasses = 6;
-constexpr double tolcertificate = 1e-7;  // violation of a certificate relative to its objective
+constexpr double tolcertificate = 1e-7; // violation of a certificate relative to its objective
 
 bool crosses(int32_t bk, double bl, double bu) { return bk == bk_ra && bl > bu; }
 
@@ -95,11 +95,15 @@ void basis_from_keys(primal_state& s, const lp_solution& sol) {
 
 void start_basis(primal_state& s, const lp_solution* keys) {
   const simplex_work& w = s.work;
-  if (keys) basis_from_keys(s, *keys);
-  else TVN_simplex_slackbasis(s.fac);
+  if (keys)
+    basis_from_keys(s, *keys);
+  else
+    TVN_simplex_slackbasis(s.fac);
   for (int32_t j = 0; j < w.total; j++) {
-    if (s.fac.pos[j] >= 0) s.key[j] = sk_bas;
-    else rest_nonbasic(s, j, keys ? user_key(w, *keys, j) : sk_unk);
+    if (s.fac.pos[j] >= 0)
+      s.key[j] = sk_bas;
+    else
+      rest_nonbasic(s, j, keys ? user_key(w, *keys, j) : sk_unk);
   }
 }
 
@@ -114,7 +118,8 @@ void polish(primal_state& s, buffer<double>& y, bool phaseone) {
   for (int32_t k = 0; k < w.m; k++) {
     const int32_t j = s.fac.head[k];
     long double r = cost(k);
-    if (w.is_logical(j)) r += y[j];
+    if (w.is_logical(j))
+      r += y[j];
     else
       for (int64_t p = w.colbeg[j - w.m]; p < w.colbeg[j - w.m + 1]; p++)
         r -= static_cast<long double>(w.colval[p]) * y[w.colsub[p]];
@@ -129,9 +134,12 @@ void polish(primal_state& s, buffer<double>& y, bool phaseone) {
 // Duals of one item from its reduced cost and key.
 void split_dual(double d, int32_t key, double& sl, double& su) {
   sl = su = 0;
-  if (key == sk_low) sl = d;
-  else if (key == sk_upr) su = -d;
-  else if (key == sk_fix) (d >= 0 ? sl : su) = std::fabs(d);
+  if (key == sk_low)
+    sl = d;
+  else if (key == sk_upr)
+    su = -d;
+  else if (key == sk_fix)
+    (d >= 0 ? sl : su) = std::fabs(d);
 }
 
 void export_keys_and_x(const primal_state& s, const lp_view& lp, lp_solution& sol, bool ray) {
@@ -185,8 +193,7 @@ void export_certificate(const primal_state& s, const lp_view& lp, const buffer<d
     sol.y[i] = k < 0 ? 0.0 : y[k] * w.rowscale[k];
     split(sol.y[i], sol.slc[i], sol.suc[i]);
   }
-  for (int32_t j = 0; j < lp.numvar; j++)
-    split(TVN_simplex_userreducedcost(lp, j, 0.0, sol.y), sol.slx[j], sol.sux[j]);
+  for (int32_t j = 0; j < lp.numvar; j++) split(TVN_simplex_userreducedcost(lp, j, 0.0, sol.y), sol.slx[j], sol.sux[j]);
 }
 
 // --- verdict
@@ -246,9 +253,12 @@ void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simple
   if (factored) polish(s, y, cert);
   export_keys_and_x(s, lp, sol, ray);
   export_activities(sys, s, lp, sol, ray);
-  if (cert) export_certificate(s, lp, y, sol);
-  else if (ray) clear_duals(lp, sol);
-  else export_duals(s, lp, y, sol);
+  if (cert)
+    export_certificate(s, lp, y, sol);
+  else if (ray)
+    clear_duals(lp, sol);
+  else
+    export_duals(s, lp, y, sol);
   TVN_lu_getlusze(s.fac.factor, info.lnz, info.unz);
   if (factored) TVN_lu_getcond2(s.fac.factor, info.mindiag, info.maxdiag, nullptr, nullptr);
 }
@@ -269,8 +279,8 @@ void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& p
   int32_t claim = info.solsta;
   if (settle_status(sys, lp, param, info, sol) || info.response != simplex_code::ok)
     return static_cast<void>(progress(simplex_event::end_primal, info));
-  // The claim does not hold for the user: go on from its basis with tighter tolerances, an optimum on the unscaled data.
-  // An infeasibility that stays without a proof is rounding: then bounds give way to it.
+  // The claim does not hold for the user: go on from its basis with tighter tolerances, an optimum on the unscaled
+  // data. An infeasibility that stays without a proof is rounding: then bounds give way to it.
   for (int32_t attempt = 0; attempt < 2; attempt++) {
     simplex_param again = param;
     again.hotstart = 6;

@@ -1,8 +1,8 @@
 // What goes into and out of the simplex frame: views of the caller's problem and solution, settings, statistics, codes.
 //
 // The joined index space: 0 .. numcon-1 are the logicals (constraint activities xc), numcon .. numcon+numvar-1 the
-// structurals (xx). The equations are A x - xc = 0, so a logical's column is minus a unit vector. Always a minimisation;
-// the reduced cost of j is c_j - a_j'y, hence c_i + y_i for the logical of row i.
+// structurals (xx). The equations are A x - xc = 0, so a logical's column is minus a unit vector. Always a
+// minimisation; the reduced cost of j is c_j - a_j'y, hence c_i + y_i for the logical of row i.
 #pragma once
 
 #include "cpub/buffer.h"
@@ -22,25 +22,56 @@ constexpr bool has_upper(int32_t bk) noexcept { return bk == bk_up || bk == bk_f
 
 // Solution and problem statuses, numbered as outside.
 enum sol_status : int32_t {
-  sol_unknown = 0, sol_optimal = 1, sol_prim_feas = 2, sol_dual_feas = 3, sol_prim_and_dual_feas = 4,
-  sol_prim_infeas_cer = 5, sol_dual_infeas_cer = 6, sol_near_optimal = 8,
+  sol_unknown = 0,
+  sol_optimal = 1,
+  sol_prim_feas = 2,
+  sol_dual_feas = 3,
+  sol_prim_and_dual_feas = 4,
+  sol_prim_infeas_cer = 5,
+  sol_dual_infeas_cer = 6,
+  sol_near_optimal = 8,
 };
 enum pro_status : int32_t {
-  pro_unknown = 0, pro_prim_and_dual_feas = 1, pro_prim_feas = 2, pro_dual_feas = 3, pro_prim_infeas = 4,
+  pro_unknown = 0,
+  pro_prim_and_dual_feas = 1,
+  pro_prim_feas = 2,
+  pro_dual_feas = 3,
+  pro_prim_infeas = 4,
   pro_dual_infeas = 5,
 };
 
 enum class simplex_code : int32_t {
-  ok = 0, no_memory = 1, max_iterations = 4, max_time = 5, user_stop = 7, stall = 8, numerical = 9, factor = 10,
-  internal = 12, objective_range = 15, bad_problem = 18, bad_basis = 20, singular = 26, max_setbacks = 27,
-  lu_tries = 29, unbounded_step = 31, peer_stop = 33,
+  ok = 0,
+  no_memory = 1,
+  max_iterations = 4,
+  max_time = 5,
+  user_stop = 7,
+  stall = 8,
+  numerical = 9,
+  factor = 10,
+  internal = 12,
+  objective_range = 15,
+  bad_problem = 18,
+  bad_basis = 20,
+  singular = 26,
+  max_setbacks = 27,
+  lu_tries = 29,
+  unbounded_step = 31,
+  peer_stop = 33,
 };
 
 enum simplex_kind : int32_t { kind_free = 0, kind_primal = 1, kind_dual = 2, kind_primal_dual = 3 };
 
 // Pricing rules, internal numbers; 6 to 9 are 2 to 5 on a restricted list.
 enum select_method : int32_t {
-  sel_free = 0, sel_partial = 1, sel_full = 2, sel_ase = 3, sel_se = 4, sel_devex = 5, sel_restrict = 4, sel_switch = 10,
+  sel_free = 0,
+  sel_partial = 1,
+  sel_full = 2,
+  sel_ase = 3,
+  sel_se = 4,
+  sel_devex = 5,
+  sel_restrict = 4,
+  sel_switch = 10,
 };
 
 struct simplex_param {
@@ -55,21 +86,26 @@ struct simplex_param {
   int32_t restrictpct = 50;     // percentage of restriction of the candidate list
   int32_t maxiterations = 10000000;
   int32_t maxsetbacks = 200;
-  int32_t refactorfreq = 0;     // 0 automatic
+  int32_t refactorfreq = 0; // 0 automatic
   int32_t logfreq = 500;
-  double tolx = 1e-6;           // primal feasibility, absolute, in the user's units relative to 1 + |bound|
-  double tols = 1e-6;           // dual feasibility
+  double tolx = 1e-6; // primal feasibility, absolute, in the user's units relative to 1 + |bound|
+  double tols = 1e-6; // dual feasibility
   double tolabspiv = 1e-7;
-  double tolrelpiv = 0.001;     // of the factor
-  double maxtime = -1;          // seconds from `starttime`, negative: none
-  double starttime = 0;         // clock reading at the start of the run
-  bool usecutlow = false;       // stop once a feasible point is known below cutlow (of the minimisation)
+  double tolrelpiv = 0.001; // of the factor
+  double maxtime = -1;      // seconds from `starttime`, negative: none
+  double starttime = 0;     // clock reading at the start of the run
+  bool usecutlow = false;   // stop once a feasible point is known below cutlow (of the minimisation)
   double cutlow = -1e30;
 };
 
 // Events handed to the progress function.
 enum class simplex_event : int32_t {
-  begin_primal, begin_setup, end_setup, iteration, end_primal, poll,
+  begin_primal,
+  begin_setup,
+  end_setup,
+  iteration,
+  end_primal,
+  poll,
 };
 
 struct simplex_counters {
@@ -87,10 +123,10 @@ struct simplex_info {
   double sumpinf = 0;                    // of the working problem
   double objective = 0;                  // of the working point in user units, offset included
   int32_t randomstate = 1;
-  bool forcelog = false;                 // print the next iteration line whatever its number
+  bool forcelog = false; // print the next iteration line whatever its number
   int64_t lnz = 0, unz = 0;
-  double mindiag = 0, maxdiag = 0;       // magnitudes on the diagonal of U
-  double primalviol = 0, dualviol = 0;   // worst relative violations on the user's data, set at the end
+  double mindiag = 0, maxdiag = 0;     // magnitudes on the diagonal of U
+  double primalviol = 0, dualviol = 0; // worst relative violations on the user's data, set at the end
 };
 
 // Nonzero stops the run: 1 is a stop by the user, 2 by a peer.
@@ -105,10 +141,10 @@ struct simplex_watch {
   const simplex_param& param;
   simplex_info& info;
   const simplex_progress& progress;
-  double last = 0;                        // clock reading of the last call to the user
-  simplex_code stop = simplex_code::ok;   // why the run must end
+  double last = 0;                      // clock reading of the last call to the user
+  simplex_code stop = simplex_code::ok; // why the run must end
 
-  bool stopped();                         // asks
+  bool stopped(); // asks
 };
 
 // The user's problem, minimised. Column j holds positions ptrb[j] .. ptre[j]-1.

@@ -52,7 +52,8 @@ void size_storage(simplex_fac& f) {
 constexpr int32_t maxtries = 20; // enlargements of the storage in one factorisation
 
 // r = -(A x - xc) over all columns, in long double.
-void equation_residual(const simplex_work& w, std::span<const double> x, buffer<double>& out, buffer<long double>& acc) {
+void equation_residual(const simplex_work& w, std::span<const double> x, buffer<double>& out,
+                       buffer<long double>& acc) {
   for (int32_t i = 0; i < w.m; i++) acc[i] = static_cast<long double>(x[static_cast<size_t>(i)]);
   for (int32_t k = 0; k < w.n; k++) {
     const long double v = x[static_cast<size_t>(w.m + k)];
@@ -100,8 +101,9 @@ factor_result TVN_simplex_factor(simplex_fac& f) {
     case lu_code::column_refused: TVN_lu_newwszedbg(f.factor, TVN_lu_getwszeproposal(f.factor)); break;
     case lu_code::stopped: return factor_result::stopped;
     case lu_code::no_memory: throw out_of_memory{};
-    default: TVN_sysenv_stopdbg(f.sys, "src/simplex/usimplex", __LINE__, "Unknown return code: lresp: %d",
-                                static_cast<int>(code));
+    default:
+      TVN_sysenv_stopdbg(f.sys, "src/simplex/usimplex", __LINE__, "Unknown return code: lresp: %d",
+                         static_cast<int>(code));
     }
   }
   return factor_result::failed;

@@ -10,21 +10,23 @@ namespace tvn {
 struct simplex_fac {
   sysenv* sys = nullptr;
   const simplex_work* work = nullptr;
-  buffer<int32_t> head;   // [m]
-  buffer<int32_t> pos;    // [total]
+  buffer<int32_t> head; // [m]
+  buffer<int32_t> pos;  // [total]
   lu factor;
-  buffer<int32_t> iwork;  // factor space, also the column map of a repair
+  buffer<int32_t> iwork; // factor space, also the column map of a repair
   buffer<double> rwork;
   buffer<double> rhs, sol; // [m] dense right-hand side and result, no contents between calls
   buffer<long double> acc; // [m] residuals
-  int32_t since = 0;      // updates since the last factorisation
-  bool usable = false;    // the factor is that of head
+  int32_t since = 0;       // updates since the last factorisation
+  bool usable = false;     // the factor is that of head
 };
 
 enum class factor_result : int32_t { full, singular, failed, stopped };
 
 // A column that a repair took out of the basis and the logical that stands in its position now.
-struct basis_exchange { int32_t leaving, entering; };
+struct basis_exchange {
+  int32_t leaving, entering;
+};
 
 void TVN_simplex_makefac(sysenv& sys, const simplex_work& work, simplex_fac& f);
 // Logicals in all positions.

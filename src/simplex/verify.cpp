@@ -16,7 +16,6 @@ void worsen(double& worst, double value) {
   if (!std::isnan(worst) && !(value <= worst)) worst = value;
 }
 
-
 double own_scale(double bound) { return 1 + std::fabs(bound); }
 
 void row_activities(const lp_view& lp, const double* xx, buffer<long double>& act, buffer<double>& largest) {

@@ -7,13 +7,13 @@ namespace tvn {
 
 // Worst breaches, relative as told. A NaN anywhere makes the figure NaN, so tests are written !(figure <= tolerance).
 struct lp_residuals {
-  double bound = 0;       // x outside its bounds, to 1 + |bound|
-  double row = 0;         // row activity outside its bounds, to 1 + |bound|
-  double activity = 0;    // |xc - A x| to 1 + largest term of the row
-  double dualeq = 0;      // |c - A'y - slx + sux| and |cslack + y - slc + suc|, to 1 + max|c|
-  double dualsign = 0;    // dual of wrong sign or at an infinite bound, to 1 + max|c|
-  double comp = 0;        // dual times distance to its bound, to 1 + |objective|
-  double objective = 0;   // primal, cfix included
+  double bound = 0;     // x outside its bounds, to 1 + |bound|
+  double row = 0;       // row activity outside its bounds, to 1 + |bound|
+  double activity = 0;  // |xc - A x| to 1 + largest term of the row
+  double dualeq = 0;    // |c - A'y - slx + sux| and |cslack + y - slc + suc|, to 1 + max|c|
+  double dualsign = 0;  // dual of wrong sign or at an infinite bound, to 1 + max|c|
+  double comp = 0;      // dual times distance to its bound, to 1 + |objective|
+  double objective = 0; // primal, cfix included
 };
 
 lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol);

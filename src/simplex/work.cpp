@@ -9,9 +9,7 @@ namespace tvn {
 
 namespace {
 
-bool keep_row(const lp_view& lp, int32_t i) {
-  return lp.bkc[i] != bk_fr || (lp.cslack && lp.cslack[i] != 0.0);
-}
+bool keep_row(const lp_view& lp, int32_t i) { return lp.bkc[i] != bk_fr || (lp.cslack && lp.cslack[i] != 0.0); }
 bool keep_col(const lp_view& lp, int32_t j) {
   return !(lp.bkx[j] == bk_fx || (lp.bkx[j] == bk_ra && lp.blx[j] == lp.bux[j]));
 }

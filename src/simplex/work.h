@@ -13,20 +13,20 @@
 namespace tvn {
 
 struct simplex_work {
-  int32_t m = 0, n = 0, total = 0;  // rows, columns, m + n
-  buffer<int64_t> colbeg;           // [n+1]
-  buffer<int32_t> colsub;           // row per entry
+  int32_t m = 0, n = 0, total = 0; // rows, columns, m + n
+  buffer<int64_t> colbeg;          // [n+1]
+  buffer<int32_t> colsub;          // row per entry
   buffer<double> colval;
-  buffer<int64_t> col2row;          // position of the same entry in the row copy
-  buffer<int64_t> rowbeg, rowend;   // [m+1], [m] end of the active part
-  buffer<int32_t> rowcol;           // column (0 .. n-1) per entry
+  buffer<int64_t> col2row;        // position of the same entry in the row copy
+  buffer<int64_t> rowbeg, rowend; // [m+1], [m] end of the active part
+  buffer<int32_t> rowcol;         // column (0 .. n-1) per entry
   buffer<double> rowval;
-  buffer<int64_t> row2col;          // position of the same entry in the column copy
-  buffer<double> lower, upper;      // [total] scaled bounds, +-infinity where none
-  buffer<double> cost;              // [total] scaled
-  buffer<double> rowscale, colscale; // [m], [n] powers of two
-  double offset = 0;                // objective of what was left out, cfix included
-  buffer<double> shift;             // [m] activity of the fixed columns, user units
+  buffer<int64_t> row2col;            // position of the same entry in the column copy
+  buffer<double> lower, upper;        // [total] scaled bounds, +-infinity where none
+  buffer<double> cost;                // [total] scaled
+  buffer<double> rowscale, colscale;  // [m], [n] powers of two
+  double offset = 0;                  // objective of what was left out, cfix included
+  buffer<double> shift;               // [m] activity of the fixed columns, user units
   buffer<int32_t> row2user, col2user; // [m], [n]
   buffer<int32_t> user2row, user2col; // [numcon], [numvar], -1: left out
 

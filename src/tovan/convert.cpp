@@ -40,7 +40,17 @@ int32_t TVN_convertprosta(int32_t prosta) noexcept {
 
 int32_t TVN_convertsolsta(int32_t solsta) noexcept {
   switch (solsta) {
-  case 1: case 2: case 3: case 4: case 5: case 6: case 8: case 9: case 10: case 12: case 13: return solsta;
+  case 1:
+  case 2:
+  case 3:
+  case 4:
+  case 5:
+  case 6:
+  case 8:
+  case 9:
+  case 10:
+  case 12:
+  case 13: return solsta;
   case 7: return TVN_SOL_STA_INTEGER_OPTIMAL;
   default: return TVN_SOL_STA_UNKNOWN;
   }

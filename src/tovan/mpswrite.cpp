@@ -1,13 +1,13 @@
 // The MPS writer: the problem of a task as a file that the reader takes back to the same problem.
 //
-// Text is gathered in a block and handed to the file when that is full. One pair of name and number stands on a line, at
-// the fixed columns as long as names are no longer than eight characters. An off-diagonal quadratic term stands in both
-// halves of its matrix with half its value each: added up, as readers do, they give the term, and a file that holds the
-// term once means the same. Cost: linear in the size of the problem, a few passes over the columns for A.
+// Text is gathered in a block and handed to the file when that is full. One pair of name and number stands on a line,
+// at the fixed columns as long as names are no longer than eight characters. An off-diagonal quadratic term stands in
+// both halves of its matrix with half its value each: added up, as readers do, they give the term, and a file that
+// holds the term once means the same. Cost: linear in the size of the problem, a few passes over the columns for A.
 #include "tovan/mpswrite.h"
 
-#include "tovan/data.h"
 #include "tovan/convert.h"
+#include "tovan/data.h"
 #include "tovan/log.h"
 #include "tovan/names.h"
 #include "tovan/param.h"
@@ -104,8 +104,10 @@ void put_item(mps_writer& w, int32_t item, int32_t i, size_t width = 8) {
 }
 
 void put_objective(mps_writer& w, size_t width = 8) {
-  if (w.generic) put_padded(w, "obj", width);
-  else put_text_name(w, objective_name(w.t), width);
+  if (w.generic)
+    put_padded(w, "obj", width);
+  else
+    put_text_name(w, objective_name(w.t), width);
 }
 
 // ---- sections ----
@@ -178,8 +180,10 @@ void vector_line(mps_writer& w, std::string_view vector, int32_t row, double val
   put(w, "    ");
   put_padded(w, vector, 8);
   put(w, "  ");
-  if (row < 0) put_objective(w);
-  else put_item(w, TVN_PI_CON, row);
+  if (row < 0)
+    put_objective(w);
+  else
+    put_item(w, TVN_PI_CON, row);
   put(w, "  ");
   put_number(w, value);
   put(w, "\n");
@@ -215,10 +219,14 @@ void integer_bounds(mps_writer& w, int32_t j) {
   const problem& p = w.t.prob;
   const int32_t bk = p.bkx[j];
   if (bk == TVN_BK_RA && p.blx[j] == 0 && p.bux[j] == 1) return bound_line(w, "BV", j, nullptr);
-  if (bk_has_lower(bk)) bound_line(w, "LI", j, &p.blx[j]);
-  else bound_line(w, "MI", j, nullptr);
-  if (bk == TVN_BK_FX) bound_line(w, "FX", j, &p.blx[j]); // the type stands by LI
-  else if (bk_has_upper(bk)) bound_line(w, "UI", j, &p.bux[j]);
+  if (bk_has_lower(bk))
+    bound_line(w, "LI", j, &p.blx[j]);
+  else
+    bound_line(w, "MI", j, nullptr);
+  if (bk == TVN_BK_FX)
+    bound_line(w, "FX", j, &p.blx[j]); // the type stands by LI
+  else if (bk_has_upper(bk))
+    bound_line(w, "UI", j, &p.bux[j]);
   // Without a finite bound the type would be lost: an infinite upper one carries it.
   if (bk == TVN_BK_FR) bound_line(w, "UI", j, &infinity);
 }
@@ -228,9 +236,7 @@ void continuous_bounds(mps_writer& w, int32_t j) {
   switch (p.bkx[j]) {
   case TVN_BK_FR: return bound_line(w, "FR", j, nullptr);
   case TVN_BK_FX: return bound_line(w, "FX", j, &p.blx[j]);
-  case TVN_BK_UP:
-    bound_line(w, "MI", j, nullptr);
-    return bound_line(w, "UP", j, &p.bux[j]);
+  case TVN_BK_UP: bound_line(w, "MI", j, nullptr); return bound_line(w, "UP", j, &p.bux[j]);
   default:
     if (p.blx[j] != 0) bound_line(w, "LO", j, &p.blx[j]);
     if (p.bkx[j] == TVN_BK_RA) bound_line(w, "UP", j, &p.bux[j]);
@@ -242,8 +248,10 @@ void write_bounds(mps_writer& w) {
   const bool integers = TVNP_getintparam(w.t, TVN_IPAR_WRITE_MPS_INT) != 0 && !p.vartype.empty();
   put(w, "BOUNDS\n");
   for (int32_t j = 0; j < p.numvar && is_going(w); j++) {
-    if (integers && p.vartype[j] == TVN_VAR_TYPE_INT) integer_bounds(w, j);
-    else continuous_bounds(w, j);
+    if (integers && p.vartype[j] == TVN_VAR_TYPE_INT)
+      integer_bounds(w, j);
+    else
+      continuous_bounds(w, j);
   }
 }
 
@@ -262,8 +270,10 @@ void write_qsection(mps_writer& w, int32_t row, int64_t begin, int64_t end) {
   if (begin >= end) return;
   const qterms& q = w.t.prob.q;
   put(w, "QSECTION      ");
-  if (row < 0) put_objective(w, 0);
-  else put_item(w, TVN_PI_CON, row);
+  if (row < 0)
+    put_objective(w, 0);
+  else
+    put_item(w, TVN_PI_CON, row);
   put(w, "\n");
   for (int64_t k = begin; k < end && is_going(w); k++) {
     if (q.subi[k] == q.subj[k]) {
@@ -355,13 +365,14 @@ int32_t realtostr(int32_t precision, double value, char* to) noexcept {
 TVNrescodee TVN_writemps(task& t, bool generic, sysfile& file, const char* filename) {
   mps_writer w{t, file};
   w.generic = generic;
-  w.quoted = TVNP_getintparam(t, TVN_IPAR_WRITE_MPS_STRICT) == 0 && TVNP_getintparam(t, TVN_IPAR_WRITE_MPS_QUOTED_NAMES) != 0;
+  w.quoted =
+      TVNP_getintparam(t, TVN_IPAR_WRITE_MPS_STRICT) == 0 && TVNP_getintparam(t, TVN_IPAR_WRITE_MPS_QUOTED_NAMES) != 0;
   w.freerows = TVNP_getintparam(t, TVN_IPAR_WRITE_FREE_CON) != 0;
   w.precision = TVNP_getintparam(t, TVN_IPAR_WRITE_PRECISION);
   w.block.reset(*t.sys, blocksize);
   write_head(w);
-  for (void (*section)(mps_writer&) : {write_rows, write_columns, write_rhs_and_ranges, write_bounds, write_quadratic,
-                                       write_cones})
+  for (void (*section)(mps_writer&) :
+       {write_rows, write_columns, write_rhs_and_ranges, write_bounds, write_quadratic, write_cones})
     if (is_going(w)) section(w);
   put(w, "ENDATA\n");
   if (TVNP_getintparam(t, TVN_IPAR_WRITE_DATA_PARAM) != 0) write_parameters(w);

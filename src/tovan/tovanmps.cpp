@@ -52,8 +52,8 @@ struct last_name {
   }
 };
 
-// True when a line of ROWS or COLUMNS can only be meant in free form: a name runs past its field without a blank, or the
-// library's own writer put one in quotes, and the number of words is that of free form.
+// True when a line of ROWS or COLUMNS can only be meant in free form: a name runs past its field without a blank, or
+// the library's own writer put one in quotes, and the number of words is that of free form.
 bool is_free_line(const rm_state& rm, mps_section section, std::string_view line, bool ourfile) noexcept {
   if (section != mps_section::rows && section != mps_section::columns) return false;
   const bool overflow = line.size() > 12 && line[11] != ' ' && line[12] != ' ';

@@ -6,6 +6,7 @@
 #include "tovan/tovanmps.h"
 
 #include "tovan/data.h"
+#include "tovan/index.h"
 #include "tovan/param.h"
 #include "tovan/report.h"
 
@@ -71,7 +72,8 @@ TVNrescodee put_rhs(mps_reader& r, int32_t i, double value, bool second) {
   }
   if (second && std::fabs(value) >= TVNP_getdouparam(r.t, TVN_DPAR_DATA_TOL_BOUND_WRN)) {
     const TVNrescodee bad =
-        report(r.t, label, __LINE__, TVN_RES_WRN_LARGE_BOUND, value, "constraint", r.rows.text(i), i);
+        report(r.t, label, __LINE__, TVN_RES_WRN_LARGE_BOUND, value, "constraint", r.rows.text(i),
+               TVN_userindex(r.t, i));
     if (bad) return bad;
   }
   const int32_t key = get_bound(r.t.prob, TVN_ACC_CON, i).bk;

@@ -1,7 +1,7 @@
 // The simplex road: settings and views for the simplex frame, its events as log lines, its result into the basic slot.
 //
-// No array is copied. A is lent by the store and locked for the run; a maximisation is negated in place before and after.
-// Both are undone by guards, so that every exit path, a stop by callback included, leaves the data as they were.
+// No array is copied. A is lent by the store and locked for the run; a maximisation is negated in place before and
+// after. Both are undone by guards, so that every exit path, a stop by callback included, leaves the data as they were.
 #include "tovan/convert.h"
 #include "tovan/data.h"
 #include "tovan/log.h"
@@ -60,7 +60,8 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   p.tolrelpiv = dv[TVN_DPAR_SIM_LU_TOL_REL_PIV];
   p.maxtime = dv[TVN_DPAR_OPTIMIZER_MAX_TIME];
   p.starttime = t.optstart;
-  // The cuts are on the user's objective; the frame minimises. Only the side that a falling objective can cross matters.
+  // The cuts are on the user's objective; the frame minimises. Only the side that a falling objective can cross
+  // matters.
   const bool low = dv[TVN_DPAR_LOWER_OBJ_CUT] > dv[TVN_DPAR_LOWER_OBJ_CUT_FINITE_TRH],
              upp = dv[TVN_DPAR_UPPER_OBJ_CUT] < dv[TVN_DPAR_UPPER_OBJ_CUT_FINITE_TRH];
   p.usecutlow = maximize ? upp : low;
@@ -70,14 +71,14 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
 // What the progress function needs to write its lines.
 struct sim_run {
   task* t;
-  double sense;       // +1 minimise, -1 maximise
-  double start;       // of the simplex optimizer
-  TVNrescodee trm;    // code of the callback that stopped the run
+  double sense;    // +1 minimise, -1 maximise
+  double start;    // of the simplex optimizer
+  TVNrescodee trm; // code of the callback that stopped the run
 };
 
 void log_head(task& t) {
-  echo(t, TVN_STREAM_MSG, "%-8s  %-10s  %-10s  %-10s  %-20s  %-20s  %-8s  %-8s\n", "ITER", "DEGITER(%)", "PFEAS", "DFEAS",
-       "POBJ", "DOBJ", "TIME", "TOTTIME");
+  echo(t, TVN_STREAM_MSG, "%-8s  %-10s  %-10s  %-10s  %-20s  %-20s  %-8s  %-8s\n", "ITER", "DEGITER(%)", "PFEAS",
+       "DFEAS", "POBJ", "DOBJ", "TIME", "TOTTIME");
 }
 
 void log_sizes(task& t, const simplex_info& info) {
@@ -269,8 +270,7 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
   t.sols.prosta[TVN_SOL_BAS] = TVN_convertprosta(info.prosta);
   t.sols.solsta[TVN_SOL_BAS] = TVN_convertsolsta(info.solsta);
   update_items(run, info);
-  const TVNrescodee code =
-      run.trm != TVN_RES_OK ? run.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
+  const TVNrescodee code = run.trm != TVN_RES_OK ? run.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
   constexpr int32_t taillevel = 4;
   if (is_logged(t, TVN_IPAR_LOG_SIM, taillevel)) TVN_simplex_printtail(t, info);
   if (is_logged(t, TVN_IPAR_LOG_SIM))

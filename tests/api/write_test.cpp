@@ -128,7 +128,9 @@ std::string make_name(std::mt19937_64& rng, int kind, const char* prefix, int32_
 void fill(TVNtask_t t, uint64_t seed) {
   std::mt19937_64 rng(seed);
   const auto pick = [&](int n) { return static_cast<int32_t>(rng() % static_cast<uint64_t>(n)); };
-  const auto number = [&] { return (pick(2) ? 1 : -1) * std::exp2(pick(20) - 10) * (1 + static_cast<double>(rng() % 1000003) / 7e5); };
+  const auto number = [&] {
+    return (pick(2) ? 1 : -1) * std::exp2(pick(20) - 10) * (1 + static_cast<double>(rng() % 1000003) / 7e5);
+  };
   const int32_t m = 1 + pick(8), n = 3 + pick(9);
   const int kind = pick(4);
   ASSERT_EQ(TVN_append(t, TVN_ACC_CON, m), TVN_RES_OK);
@@ -184,7 +186,8 @@ TEST_F(Write, AnyProblemReadsBackToItselfBitByBit) {
     // A range is read as the right-hand side plus its width, so its upper end may differ in the last place.
     for (size_t k = 0; k < want.keys.size() && k < got.keys.size(); k++)
       if (want.keys[k] == TVN_BK_RA && got.keys[k] == TVN_BK_RA && got.bounds.size() == want.bounds.size() &&
-          std::fabs(want.bounds[2 * k + 1] - got.bounds[2 * k + 1]) <= 1e-15 * (std::fabs(want.bounds[2 * k]) + std::fabs(want.bounds[2 * k + 1])))
+          std::fabs(want.bounds[2 * k + 1] - got.bounds[2 * k + 1]) <=
+              1e-15 * (std::fabs(want.bounds[2 * k]) + std::fabs(want.bounds[2 * k + 1])))
         want.bounds[2 * k + 1] = got.bounds[2 * k + 1];
     ASSERT_EQ(want.names, got.names);
     ASSERT_EQ(want.a, got.a);
@@ -204,9 +207,7 @@ TEST_F(Write, FilesAreNamedPackedAndRefusedAsTheParametersSay) {
   EXPECT_EQ(TVN_writedata(task, nullptr), TVN_RES_ERR_FILE_OPEN);
   EXPECT_EQ(TVN_writedata(task, (dir / "no" / "such" / "folder.mps").c_str()), TVN_RES_ERR_FILE_OPEN);
   EXPECT_EQ(TVN_writedata(task, (dir / "p.lp").c_str()), TVN_RES_ERR_INVALID_FORMAT_TYPE);
-  if (std::filesystem::exists("/dev/full")) {
-    EXPECT_EQ(TVN_writedata(task, "/dev/full"), TVN_RES_ERR_FILE_WRITE);
-  }
+  if (std::filesystem::exists("/dev/full")) { EXPECT_EQ(TVN_writedata(task, "/dev/full"), TVN_RES_ERR_FILE_WRITE); }
   TVN_putname(task, TVN_PI_VAR, 0, "a \"b\"");
   EXPECT_EQ(TVN_writedata(task, (dir / "p.mps").c_str()), TVN_RES_ERR_WRITE_MPS_INVALID_NAME);
 }

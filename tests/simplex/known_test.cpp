@@ -123,8 +123,10 @@ TEST(KnownOptimum, SurvivesBadUnitsWithAndWithoutPerturbation) {
   for (uint64_t seed = 1; seed <= 150; seed++) {
     SCOPED_TRACE(seed);
     std::mt19937_64 rng(seed * 7919);
-    const auto m = static_cast<int32_t>(5 + rng() % 90), n = static_cast<int32_t>(m / 2 + 1 + static_cast<int32_t>(rng() % 200));
-    known_case k = optimal_case(seed, m, n, (1.0 + static_cast<double>(rng() % 5)) / m, 0.1 * static_cast<double>(rng() % 11));
+    const auto m = static_cast<int32_t>(5 + rng() % 90),
+               n = static_cast<int32_t>(m / 2 + 1 + static_cast<int32_t>(rng() % 200));
+    known_case k =
+        optimal_case(seed, m, n, (1.0 + static_cast<double>(rng() % 5)) / m, 0.1 * static_cast<double>(rng() % 11));
     lp_case& p = k.p;
     std::uniform_real_distribution<double> decades(-8, 8);
     std::vector<double> rs(static_cast<size_t>(m)), cs(static_cast<size_t>(n));
@@ -206,8 +208,10 @@ TEST(NotFinite, DataNeverGiveAnOptimum) {
     const auto m = static_cast<int32_t>(3 + rng() % 30), n = static_cast<int32_t>(3 + rng() % 60);
     known_case k = optimal_case(seed, m, n, 3.0 / m, 0.3);
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    if (seed % 2) k.p.c[rng() % k.p.c.size()] = seed % 4 == 1 ? nan : std::numeric_limits<double>::infinity();
-    else k.p.val[rng() % k.p.val.size()] = nan;
+    if (seed % 2)
+      k.p.c[rng() % k.p.c.size()] = seed % 4 == 1 ? nan : std::numeric_limits<double>::infinity();
+    else
+      k.p.val[rng() % k.p.val.size()] = nan;
     tvn::simplex_param param;
     param.maxiterations = 5000;
     EXPECT_NE(solve(k.p, param).info.solsta, tvn::sol_optimal);

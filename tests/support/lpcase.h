@@ -13,12 +13,12 @@ struct lp_case {
   int32_t m = 0, n = 0;
   double cfix = 0;
   std::vector<double> c;
-  std::vector<int64_t> beg;              // n + 1
+  std::vector<int64_t> beg; // n + 1
   std::vector<int32_t> sub;
   std::vector<double> val;
   std::vector<double> blc, buc, blx, bux; // +-1e30 where there is no bound
 
-  std::vector<int32_t> bkc, bkx;         // filled by view()
+  std::vector<int32_t> bkc, bkx; // filled by view()
 
   static int32_t key(double lo, double up) {
     if (lo <= -1e30) return up >= 1e30 ? tvn::bk_fr : tvn::bk_up;
@@ -80,7 +80,10 @@ inline lp_case nasty_case(uint64_t seed) {
   auto bounds = [&](std::vector<double>& lo, std::vector<double>& up) {
     const int kind = pick(0, 5), x = pick(-2, 2), y = pick(-2, 2);
     lo.push_back(kind == 0 || kind == 1 ? -1e30 : kind == 5 && pick(0, 15) != 0 ? std::min(x, y) : x);
-    up.push_back(kind == 1 || kind == 2 ? 1e30 : kind == 3 ? x : kind == 5 && pick(0, 15) != 0 ? std::max(x, y) : std::max(x, y));
+    up.push_back(kind == 1 || kind == 2          ? 1e30
+                 : kind == 3                     ? x
+                 : kind == 5 && pick(0, 15) != 0 ? std::max(x, y)
+                                                 : std::max(x, y));
     if (kind == 4) lo.back() = 0, up.back() = 1e30;
   };
   for (int i = 0; i < p.m; i++) bounds(p.blc, p.buc);
@@ -138,7 +141,8 @@ inline known_case optimal_case(uint64_t seed, int32_t m, int32_t n, double densi
   for (int32_t j = 0; j < n; j++) {
     double d = 0;
     place(x[size_t(j)], d, p.blx, p.bux, unit(rng) < 0.6);
-    for (int64_t e = p.beg[size_t(j)]; e < p.beg[size_t(j) + 1]; e++) d += p.val[size_t(e)] * y[size_t(p.sub[size_t(e)])];
+    for (int64_t e = p.beg[size_t(j)]; e < p.beg[size_t(j) + 1]; e++)
+      d += p.val[size_t(e)] * y[size_t(p.sub[size_t(e)])];
     p.c.push_back(d);
     k.objective += d * x[size_t(j)];
   }

@@ -75,10 +75,14 @@ inline verdict judge(const lp_case& p, const lp_point& s) {
 inline double judge_infeasible(const lp_case& p, const lp_point& s) {
   double worst = 0, obj = 0;
   auto side = [&](double lo, double up, double sl, double su) {
-    if (lo > -1e30) obj += sl * lo;
-    else widen(worst, std::fabs(sl));
-    if (up < 1e30) obj -= su * up;
-    else widen(worst, std::fabs(su));
+    if (lo > -1e30)
+      obj += sl * lo;
+    else
+      widen(worst, std::fabs(sl));
+    if (up < 1e30)
+      obj -= su * up;
+    else
+      widen(worst, std::fabs(su));
     widen(worst, -sl);
     widen(worst, -su);
   };
@@ -118,7 +122,8 @@ inline void expect_optimal(const lp_case& p, const lp_point& s, double objective
   EXPECT_TRUE(v.dual <= tol) << v.dual;
   EXPECT_TRUE(v.comp <= tol) << v.comp;
   EXPECT_TRUE(v.gap <= tol) << v.gap;
-  EXPECT_TRUE(std::fabs(v.objective - objective) <= tol * (1 + std::fabs(objective))) << v.objective << " " << objective;
+  EXPECT_TRUE(std::fabs(v.objective - objective) <= tol * (1 + std::fabs(objective)))
+      << v.objective << " " << objective;
   EXPECT_EQ(v.basics, p.m);
 }
 

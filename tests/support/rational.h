@@ -59,7 +59,10 @@ public:
       size_t r = row.size();
       for (size_t i = 0; i < row.size(); i++) {
         if (row[i][q].sign() <= 0) continue;
-        if (r == row.size()) { r = i; continue; }
+        if (r == row.size()) {
+          r = i;
+          continue;
+        }
         const fraction diff = row[i].back() / row[i][q] - row[r].back() / row[r][q];
         if (diff.sign() < 0 || (diff.sign() == 0 && basis[i] < basis[r])) r = i;
       }
@@ -91,10 +94,17 @@ inline exact_result solve_exactly(const lp_case& p) {
   for (size_t j = 0; j < size_t(p.n); j++)
     if (p.blx[j] > p.bux[j]) return {exact_status::infeasible, 0};
   // x_j = shift_j + sum of sign * standard column.
-  struct column { size_t j; int sign; };
+  struct column {
+    size_t j;
+    int sign;
+  };
   std::vector<column> cols;
   std::vector<fraction> shift(size_t(p.n));
-  struct line { std::vector<fraction> a; fraction rhs; int sense; }; // a x (sense <= 0: <=, 0: =) rhs over cols
+  struct line {
+    std::vector<fraction> a;
+    fraction rhs;
+    int sense;
+  }; // a x (sense <= 0: <=, 0: =) rhs over cols
   std::vector<line> lines;
   std::vector<std::pair<size_t, fraction>> boxes;
   for (size_t j = 0; j < size_t(p.n); j++) {
@@ -120,7 +130,8 @@ inline exact_result solve_exactly(const lp_case& p) {
     for (size_t j = 0; j < size_t(p.n); j++) moved = moved + dense[i][j] * shift[j];
     for (const column& k : cols) a.push_back(dense[i][k.j] * fraction(k.sign));
     const bool lo = p.blc[i] > -1e30, up = p.buc[i] < 1e30;
-    if (lo && up && p.blc[i] == p.buc[i]) lines.push_back({a, exact(p.blc[i]) - moved, 0});
+    if (lo && up && p.blc[i] == p.buc[i])
+      lines.push_back({a, exact(p.blc[i]) - moved, 0});
     else {
       if (up) lines.push_back({a, exact(p.buc[i]) - moved, -1});
       if (lo) {
