@@ -1,6 +1,8 @@
 // Plain files on system descriptors with a buffer of ours, gzip files through zlib's gzopen family at level 9.
 #include "cpub/sysfile.h"
 
+#include "cpub/utf8.h"
+
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -118,7 +120,32 @@ bool refill(sysfile& f, sys_code& result) noexcept {
   return f.end > 0;
 }
 
+// The name in the other encoding: a first pass finds its length, a second writes it.
+template <class To, class From>
+void convert_name(sysenv& sys, utf8_code (*codec)(int64_t, int64_t&, int64_t&, To*, const From*) noexcept,
+                  const From* name, buffer<To>& to, sys_code& result) {
+  if (result != sys_code::ok) return;
+  int64_t len = 0, conv = 0;
+  if (!name)
+    result = sys_code::file_open;
+  else if (codec(0, len, conv, nullptr, name) != utf8_code::ok)
+    result = sys_code::invalid_file_name;
+  if (result != sys_code::ok) return;
+  to.reset(sys, len + 1);
+  (void)codec(len + 1, len, conv, to.data(), name);
+}
+
 } // namespace
+
+void TVN_sysenv_utf8towchar(sysenv& sys, const char* name, buffer<wchar_t>& wide, sys_code& result) {
+  convert_name(sys, TVN_UTF8toWChar, name, wide, result);
+}
+
+sysfile* TVN_sysenv_wfopen(sysenv& sys, const wchar_t* name, file_mode mode, bool compressed, sys_code& result) {
+  buffer<char> narrow;
+  convert_name(sys, TVN_WCharToUTF8, name, narrow, result);
+  return TVN_sysenv_fopen(sys, narrow.data(), mode, compressed, result);
+}
 
 sysfile* TVN_sysenv_fopen(sysenv& sys, const char* name, file_mode mode, bool compressed, sys_code& result) {
   if (result != sys_code::ok) return nullptr;

@@ -2,8 +2,9 @@
 //
 // Every call takes a result slot and acts only while the slot is ok: the first failure holds, so a run of calls needs
 // one test at the end. Only TVN_sysenv_fclose always acts. A gzip stream that ends too early is file_read, not an end
-// of file. Names are UTF-8 and go to the system as they are. Reading costs one copy for small pieces and none for
-// pieces of a block or more. zlib keeps its own tables outside the memory manager: it has no hook for them.
+// of file. Names are UTF-8 and go to the system as they are; wide names are turned into it first. Reading costs one
+// copy for small pieces and none for pieces of a block or more. zlib keeps its own tables outside the memory manager:
+// it has no hook for them.
 #pragma once
 
 #include "cpub/buffer.h"
@@ -16,6 +17,11 @@ enum class file_mode : int32_t { read, write, append };
 
 // Null unless the file is open. A missing, unreadable or null name and a directory are file_open. Throws out_of_memory.
 sysfile* TVN_sysenv_fopen(sysenv& sys, const char* name, file_mode mode, bool compressed, sys_code& result);
+// The same under a name in wide characters; one that has no UTF-8 form is invalid_file_name.
+sysfile* TVN_sysenv_wfopen(sysenv& sys, const wchar_t* name, file_mode mode, bool compressed, sys_code& result);
+// A name in wide characters with its end mark. `wide` stands when the slot is not ok or the name is not valid UTF-8
+// (invalid_file_name) or null (file_open). Throws out_of_memory.
+void TVN_sysenv_utf8towchar(sysenv& sys, const char* name, buffer<wchar_t>& wide, sys_code& result);
 // Closes and sets *file to null, whatever the slot holds; what could not be written at last is reported.
 void TVN_sysenv_fclose(sysfile** file, sys_code& result) noexcept;
 

@@ -5,6 +5,8 @@
 // double.
 #include "misc/outfmt.h"
 
+#include "cpub/utf8.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -12,17 +14,6 @@
 #include <iterator>
 
 namespace tvn {
-
-int32_t put_utf8(char* to, uint32_t c) noexcept {
-  const auto byte = [](uint32_t lead, uint32_t bits) { return static_cast<char>(lead | bits); };
-  const auto tail = [&](int shift) { return byte(0x80, (c >> shift) & 0x3F); };
-  if (c < 0x80) return to[0] = static_cast<char>(c), 1;
-  if (c < 0x800) return to[0] = byte(0xC0, c >> 6), to[1] = tail(0), 2;
-  if (c >= 0xD800 && c < 0xE000) return 0;
-  if (c < 0x10000) return to[0] = byte(0xE0, c >> 12), to[1] = tail(6), to[2] = tail(0), 3;
-  if (c < 0x110000) return to[0] = byte(0xF0, c >> 18), to[1] = tail(12), to[2] = tail(6), to[3] = tail(0), 4;
-  return 0;
-}
 
 namespace {
 

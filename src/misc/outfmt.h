@@ -24,7 +24,4 @@ using text_sink = void (*)(void* handle, std::string_view text);
 int64_t TVN_outfmtva(text_sink sink, void* handle, const char* fmt, va_list args) noexcept;
 int64_t TVN_outfmt(text_sink sink, void* handle, const char* fmt, ...) noexcept;
 
-// Writes the UTF-8 form of a code point to at least 4 bytes; the number of bytes, 0 for an invalid code.
-int32_t put_utf8(char* to, uint32_t code) noexcept;
-
 } // namespace tvn

@@ -7,6 +7,8 @@
 
 #include "misc/numtext.h"
 
+#include <utility>
+
 namespace tvn {
 
 namespace {
@@ -162,13 +164,22 @@ mps_status split_free(rm_state& rm, std::string_view line, mps_section section, 
   return mps_status::line;
 }
 
+// The first name field of the line that holds the character, 0 when none does.
+int32_t name_with(std::string_view line, const mps_fields& f, char c) noexcept {
+  const auto has = [c](std::string_view s) { return s.find(c) != std::string_view::npos; };
+  if (!has(line)) return 0;
+  return has(f.name2) ? 2 : has(f.name3) ? 3 : has(f.name5) ? 5 : 0;
+}
+
 mps_status split(rm_state& rm, std::string_view line, mps_section section, int32_t firstfree, mps_fields& f) noexcept {
   const mps_status status =
       rm.mode == mps_mode::free ? split_free(rm, line, section, firstfree, f) : split_fixed(rm, line, f);
-  if (line.find('\t') == std::string_view::npos) return status;
-  const auto has_tab = [](std::string_view s) { return s.find('\t') != std::string_view::npos; };
-  rm.badfield = has_tab(f.name2) ? 2 : has_tab(f.name3) ? 3 : has_tab(f.name5) ? 5 : rm.badfield;
-  return has_tab(f.name2) || has_tab(f.name3) || has_tab(f.name5) ? mps_status::tab_in_field : status;
+  // A name is a C string: a NUL would end it, and two names could become one.
+  if (const int32_t field = name_with(line, f, '\0')) return bad_field(rm, field);
+  const int32_t field = name_with(line, f, '\t');
+  if (field == 0) return status;
+  rm.badfield = field;
+  return mps_status::tab_in_field;
 }
 
 } // namespace
@@ -258,23 +269,44 @@ bool TVN_rm_checksechead(rm_state& rm, mps_section& section) {
   return false;
 }
 
-mps_status TVN_rm_readhead(rm_state& rm, mps_section section, mps_fields& fields) {
-  const std::string_view line = trim_right(rm.line);
-  const size_t keyword = std::string_view(mps_section_word(section)).size();
-  if (rm.mode == mps_mode::free) return split(rm, line.substr(keyword), section, 3, fields);
-  // The keyword stands where the fields 1 and 2 are, which a head does not have.
+namespace {
+
+// The keyword stands where the fields 1 and 2 are, which a head does not have.
+mps_status split_fixed_head(rm_state& rm, std::string_view line, size_t keyword, mps_section section, mps_fields& f) {
   char blanked[1024];
   const size_t len = std::min(line.size(), sizeof blanked);
   std::memset(blanked, ' ', len);
   if (len > keyword) std::memcpy(blanked + keyword, line.data() + keyword, len - keyword);
-  const mps_status status = split(rm, {blanked, len}, section, 3, fields);
+  const mps_status status = split(rm, {blanked, len}, section, 3, f);
   // Views into the copy become views into the line.
   const auto rebase = [&](std::string_view s) {
     return s.empty() ? s : line.substr(static_cast<size_t>(s.data() - blanked), s.size());
   };
-  fields.name2 = rebase(fields.name2);
-  fields.name3 = rebase(fields.name3);
-  fields.name5 = rebase(fields.name5);
+  f.key = {};
+  f.name2 = rebase(f.name2);
+  f.name3 = rebase(f.name3);
+  f.name5 = rebase(f.name5);
+  return status;
+}
+
+// The writer's own cone whose name or number did not fit into its field, though all names of rows and columns did.
+bool is_free_head(const rm_state& rm, mps_section section, mps_status status, const mps_fields& f) noexcept {
+  if (!rm.ours || rm.mode != mps_mode::relaxed || section != mps_section::csection) return false;
+  return status != mps_status::line || f.name5.empty() || (rm.quoted && f.name3.starts_with('"'));
+}
+
+} // namespace
+
+mps_status TVN_rm_readhead(rm_state& rm, mps_section section, mps_fields& fields) {
+  const std::string_view line = trim_right(rm.line);
+  const size_t keyword = std::string_view(mps_section_word(section)).size();
+  if (rm.mode != mps_mode::free) {
+    const mps_status status = split_fixed_head(rm, line, keyword, section, fields);
+    if (!is_free_head(rm, section, status, fields)) return status;
+  }
+  const mps_mode mode = std::exchange(rm.mode, mps_mode::free);
+  const mps_status status = split(rm, line.substr(std::min(keyword, line.size())), section, 3, fields);
+  rm.mode = mode;
   return status;
 }
 

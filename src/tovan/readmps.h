@@ -58,6 +58,7 @@ struct rm_state {
   sysfile* file = nullptr;
   mps_mode mode = mps_mode::relaxed;
   bool quoted = false;  // free mode: names may stand in double quotes
+  bool ours = false;    // the library's own writer made the file
   int64_t width = 1024; // of the longest data line
   sys_code filestate = sys_code::ok;
   buffer<char> block; // [begin, end) is not yet delivered

@@ -4,8 +4,8 @@
 // response codes. A file is opened before the old one is closed, so a name that cannot be opened changes nothing.
 #include "tovan/streams.h"
 
+#include "cpub/utf8.h"
 #include "misc/outfmt.h"
-#include "misc/utf8.h"
 #include "tovan/api.h"
 #include "tovan/report.h"
 #include "tovan/tovanio.h"

@@ -45,7 +45,7 @@ struct last_name {
   size_t len = std::numeric_limits<size_t>::max();
   // True when the name differs from the one before; long names may be counted too often, never too rarely.
   bool change(std::string_view name) noexcept {
-    if (name.size() == len && len <= sizeof text && std::memcmp(text, name.data(), len) == 0) return false;
+    if (len <= sizeof text && name == std::string_view(text, len)) return false;
     len = name.size();
     if (len > 0) std::memcpy(text, name.data(), std::min(len, sizeof text));
     return true;
@@ -54,15 +54,15 @@ struct last_name {
 
 // True when a line of ROWS or COLUMNS can only be meant in free form: a name runs past its field without a blank, or
 // the library's own writer put one in quotes, and the number of words is that of free form.
-bool is_free_line(const rm_state& rm, mps_section section, std::string_view line, bool ourfile) noexcept {
+bool is_free_line(const rm_state& rm, mps_section section, std::string_view line) noexcept {
   if (section != mps_section::rows && section != mps_section::columns) return false;
   const bool overflow = line.size() > 12 && line[11] != ' ' && line[12] != ' ';
-  const bool quotes = ourfile && rm.quoted && line.size() > 4 && line[4] == '"';
+  const bool quotes = rm.ours && rm.quoted && line.size() > 4 && line[4] == '"';
   if (!overflow && !quotes) return false;
   int32_t words = 0;
   bool inquotes = false, blank = true;
   for (const char ch : line) {
-    if (ch == '"' && rm.quoted) inquotes = !inquotes;
+    if (ch == '"' && rm.quoted && (inquotes || blank)) inquotes = !inquotes; // only a name's first one opens
     const bool isblank = (ch == ' ' || ch == '\t') && !inquotes;
     words += blank && !isblank;
     blank = isblank;
@@ -73,16 +73,15 @@ bool is_free_line(const rm_state& rm, mps_section section, std::string_view line
 TVNrescodee TVN_estimatesize(mps_reader& r, mps_counts& c) {
   rm_state& rm = r.rm;
   mps_section section = mps_section::none;
-  bool ourfile = false;
   last_name column;
   while (section != mps_section::endata && TVN_rm_getline(rm)) {
     const std::string_view line = rm.line;
-    ourfile = ourfile || line.starts_with("* Written by TOVAN version");
+    rm.ours = rm.ours || line.starts_with("* Written by TOVAN version");
     if (line.empty() || line[0] == '*') continue;
     if ((rm.linenumber & 0xFFFF) == 0) {
       if (const TVNrescodee stop = mps_tick(r)) return stop;
     }
-    if (rm.mode == mps_mode::relaxed && is_free_line(rm, section, line, ourfile)) {
+    if (rm.mode == mps_mode::relaxed && is_free_line(rm, section, line)) {
       rm.mode = mps_mode::free;
       if (logs_files(r.t)) echo(r.t, TVN_STREAM_LOG, "Names run past their fields: the file is read in free form.\n");
     }
@@ -306,12 +305,14 @@ TVNrescodee skip_section(mps_reader& r) {
 }
 
 TVNrescodee read_section(mps_reader& r, mps_section section) {
+  // Without ROWS there is nothing that the later sections could speak of.
+  if (section > mps_section::rows && r.objrow < 0) return choose_objective(r);
   switch (section) {
   case mps_section::name: return read_name(r);
   case mps_section::objsense: return read_objsense(r);
   case mps_section::objname: return read_objname(r);
   case mps_section::rows: return read_rows(r);
-  case mps_section::columns: return r.objrow < 0 ? choose_objective(r) : read_columns(r);
+  case mps_section::columns: return read_columns(r);
   case mps_section::rhs: return mps_read_rhs(r);
   case mps_section::ranges: return mps_read_ranges(r);
   case mps_section::bounds: return mps_read_bounds(r);

@@ -120,6 +120,21 @@ TEST(BigInt, HoldsTwoHundredAndFiftySixBitsAndFlagsMore) {
   EXPECT_EQ(c.overflow, 1u);
 }
 
+TEST(BigInt, ACopyIsWholeAndStandsAlone) {
+  bigint a = big(-123456789012345), b = big(99);
+  TVN_bigint_assign(b, a);
+  EXPECT_EQ(text(b), "-123456789012345");
+  TVN_bigint_addsizet(a, 5);
+  EXPECT_EQ(text(b), "-123456789012345");
+  TVN_bigint_divsizet(a, 0);
+  TVN_bigint_assign(b, a);
+  EXPECT_EQ(b.overflow, 1u);
+  TVN_bigint_assign(b, big(7)); // a shorter value leaves nothing of the longer one
+  EXPECT_EQ(b.overflow, 0u);
+  TVN_bigint_mulsizet(b, size_t{1} << 40);
+  EXPECT_EQ(text(b), "7696581394432");
+}
+
 TEST(BigInt, WritesWithinTheGivenSize) {
   char s[8] = "xxxxxxx";
   TVN_bigint_str(big(0), sizeof s, s);

@@ -76,6 +76,23 @@ TEST(MachineInfo, AskedValuesStandAndOthersAreDetected) {
   EXPECT_EQ(told.sizel2, 16);
 }
 
+TEST(MachineInfo, WhatTheSystemTellsFillsWhatWasNotAsked) {
+  const cpu_base base = detect_base();
+  sysinfo info;
+  TVN_sysenv_getsysinfo(info);
+  EXPECT_EQ(processor2code(info.processor), code_of(base));
+  EXPECT_EQ(info.has_sse3, (base.features2 & 1) != 0);
+  EXPECT_TRUE(info.has_sse2);
+  EXPECT_LT(info.sizel1, info.sizel2);
+  EXPECT_GE(info.numlogical, 1);
+  machinfo m;
+  TVN_sysenv_initmachinfo(m, 0, -1, -1);
+  EXPECT_EQ(m.cpucode, processor2code(info.processor));
+  EXPECT_EQ(m.sizel1, info.sizel1);
+  EXPECT_EQ(m.sizel2, info.sizel2);
+  EXPECT_EQ(m.has_sse3, info.has_sse3);
+}
+
 TEST(ProcessorCount, IdsFallIntoThreadsCoresAndPackages) {
   // 2 packages of 3 cores with 2 threads; 3 cores take 2 bits, so that ids have holes.
   std::vector<uint32_t> ids;

@@ -2,12 +2,17 @@
 // stopped by it.
 #include "cpub/sysenv.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <map>
 #include <random>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 using namespace tvn;
@@ -168,6 +173,77 @@ TEST_F(Manager, SizesBeyondTheMachineAreRefusedAndChangeNothing) {
   give(p);
 }
 
+TEST_F(Manager, EveryByteComesFromTheAllocatorOfTheUser) {
+  struct counts {
+    int taken = 0, given = 0;
+  } seen;
+  const malloc_fn take_it = [](void* p, size_t size) { return static_cast<counts*>(p)->taken++, std::malloc(size); };
+  const free_fn give_it = [](void* p, void* block) { static_cast<counts*>(p)->given++, std::free(block); };
+  for (const int32_t level : {0, 7}) {
+    memman* other = TVN_memman_make(here, 1, level, false, &seen, take_it, give_it);
+    EXPECT_EQ(TVN_memman_getdbgmemlev(*other), level);
+    EXPECT_EQ(TVN_memman_getmallocfunc(*other), take_it);
+    EXPECT_EQ(TVN_memman_getfreefunc(*other), give_it);
+    EXPECT_EQ(TVN_memman_getusrmallocptr(*other), &seen);
+    const int before = seen.taken;
+    char original[] = "twelve bytes";
+    char* copy = TVN_memman_strdup(*other, original, here, 1);
+    EXPECT_GT(seen.taken, before);
+    original[0] = 'x';
+    EXPECT_STREQ(copy, "twelve bytes");
+    size_t most = 0, now = 0;
+    TVN_memman_getmemusage(*other, most, now);
+    EXPECT_EQ(now, level > 0 ? 13u : 0u); // with the end mark
+    EXPECT_EQ(TVN_memman_strdup(*other, nullptr, here, 1), nullptr);
+    TVN_memman_free(*other, copy, here, 1);
+    EXPECT_EQ(TVN_memman_delete(here, 1, &other), 0u);
+    EXPECT_EQ(seen.taken, seen.given);
+  }
+}
+
+TEST_F(Manager, TheExitFunctionRunsOnceAfterTheLeaksAreTold) {
+  struct witness {
+    std::string* report;
+    int calls = 0;
+  } seen{&report};
+  take(1);
+  TVN_memman_putexitfunc(*m, &seen, [](void* handle) {
+    auto& w = *static_cast<witness*>(handle);
+    w.calls++;
+    *w.report += "exit\n";
+  });
+  EXPECT_EQ(TVN_memman_delete(here, 4, &m), 1u);
+  EXPECT_EQ(seen.calls, 1);
+  EXPECT_TRUE(reported("Done checking leaks\nexit\n")) << report;
+}
+
+TEST_F(Manager, TheEchoFileGetsEveryLineWhateverThePrintLevel) {
+  const auto dir = std::filesystem::temp_directory_path() / ("tvn_memman_" + std::to_string(getpid()));
+  std::filesystem::create_directories(dir);
+  const std::string first = dir / "first", second = dir / "second";
+  const auto contents = [](const std::string& name) {
+    std::ifstream in(name);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  };
+  ASSERT_TRUE(TVN_memman_openfile(*m, first.c_str(), "the title"));
+  TVN_memman_putprlev(*m, -5); // the echo function gets nothing
+  give(take(30));
+  TVN_memman_echotofile(*m, "own line\n");
+  const std::string lines = contents(first); // each line is there at once
+  EXPECT_EQ(lines.find("the title\nAllocated(memman)   # 0 "), 0u) << lines;
+  EXPECT_NE(lines.find("Deallocated(memman) #0 "), std::string::npos) << lines;
+  EXPECT_TRUE(lines.ends_with("in file 'here(3)'\nown line\n")) << lines;
+  EXPECT_EQ(report, "");
+  ASSERT_TRUE(TVN_memman_openfile(*m, second.c_str(), nullptr));
+  TVN_memman_echotofile(*m, "other\n");
+  EXPECT_EQ(contents(first), lines);
+  EXPECT_EQ(contents(second), "other\n");
+  EXPECT_FALSE(TVN_memman_openfile(*m, (dir / "missing" / "file").c_str(), "title"));
+  TVN_memman_echotofile(*m, "nowhere\n");
+  EXPECT_EQ(contents(second), "other\n");
+  std::filesystem::remove_all(dir);
+}
+
 TEST_F(Manager, ThePrintLevelSaysWhatReachesTheEchoFunction) {
   give(take(3));
   EXPECT_EQ(report, "");
@@ -215,6 +291,52 @@ TEST_F(Manager, TheFaultReachesTheExitHandlerOfItsOwner) {
   TVN_sysenv_checkrangedbg(*sys, copy, 5, here, 1);
   EXPECT_STREQ(copy, "text");
   EXPECT_EQ(TVN_sysenv_delete(&sys), sys_code::leaking);
+}
+
+TEST_F(Manager, TheCallsOfASystemEnvironmentReachItsManagerWithTheirPlace) {
+  sysenv* sys = TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  TVN_memman_putechofunc(*sys->mman, &report,
+                         [](void* to, const char* text) { *static_cast<std::string*>(to) += text; });
+  TVN_memman_putprlev(*sys->mman, 6);
+  auto* p = static_cast<unsigned char*>(TVN_sysenv_mallocdbg(*sys, opaque<size_t>(20), "one", 11));
+  auto* q = static_cast<unsigned char*>(TVN_sysenv_callocdbg(*sys, 3, 5, "two", 12));
+  EXPECT_TRUE(reported("of size 20 (20) in file 'one(11)'.\n") && reported("of size 15 (35) in file 'two(12)'.\n"));
+  EXPECT_EQ(std::count(q, q + 15, 0), 15);
+  std::memset(p, 7, 20);
+  p = static_cast<unsigned char*>(TVN_sysenv_reallocdbg(*sys, p, 20, 40, "three", 13));
+  EXPECT_EQ(std::count(p, p + 20, 7), 20);
+  EXPECT_TRUE(reported("of size 40 (75) in file 'three(13)'.\n")) << report;
+  TVN_sysenv_checkptrdbg(*sys, p + 39, "four", 14);
+  EXPECT_DEATH(TVN_sysenv_checkptrdbg(*sys, opaque(p) + 40, "four", 14), "Fatal error in file 'four\\(14\\)'");
+  EXPECT_EQ(TVN_sysenv_scanmemdbg(*sys, "five", 15), 0u);
+  opaque(q)[15]++;
+  EXPECT_EQ(TVN_sysenv_scanmemdbg(*sys, "five", 15), 1u);
+  EXPECT_TRUE(reported("Scanning memory at 'five'(15)\n"));
+  TVN_sysenv_freedbg(*sys, q, here, 1);
+  TVN_sysenv_freedbg(*sys, p, here, 1);
+  EXPECT_EQ(TVN_sysenv_delete(&sys), sys_code::ok);
+}
+
+TEST(FatalStop, TellsThePlaceAndEndsTheProcess) {
+  const auto code = testing::ExitedWithCode(255);
+  EXPECT_EXIT(TVN_sysenv_stopdbg(nullptr, "src/x/y", 17, "%d of %s", 3, "them"), code,
+              "\n\nFatal error\nFile : src/x/y\nLine : 17\nMsg. : 3 of them\n");
+  const std::string large(10000, 'z'); // cut, not written past its room
+  EXPECT_EXIT(TVN_sysenv_stopdbg(nullptr, "src/x/y", 17, "%s", large.c_str()), code, "Msg. : zzzz+\n");
+  sysenv* sys = TVN_sysenv_make(0, nullptr, nullptr, nullptr);
+  TVN_sysenv_putexithandler(
+      *sys,
+      [](void* handle, const char* file, int line, const char* msg) {
+        std::fprintf(stderr, "[%s %s %d %s]", static_cast<const char*>(handle), file, line, msg);
+      },
+      const_cast<char*>("mine"));
+  EXPECT_EXIT(TVN_sysenv_stopdbg(sys, "f", 1, "gone"), code, "^\\[mine f 1 gone\\]$"); // although it returns
+  EXPECT_EXIT(TVN_sysenv_assertdbg(sys, "f", 2, opaque(false), "a > b"), code, "f 2 Assertion failed: a > b");
+  EXPECT_EXIT(TVN_sysenv_assertspcdbg(sys, "f", 3, 5000000001, 5000000000), code,
+              "f 3 Assertion failed: 5000000001 of 5000000000");
+  TVN_sysenv_assertdbg(sys, "f", 4, true, "holds");
+  TVN_sysenv_assertspcdbg(sys, "f", 5, 8, 8); // just enough
+  EXPECT_EQ(TVN_sysenv_delete(&sys), sys_code::ok);
 }
 
 TEST_F(Manager, ManyThreadsMayShareOneManager) {

@@ -5,10 +5,15 @@
 #include "cpub/md5.h"
 #include "cpub/timer.h"
 
+#include <cmath>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <random>
 #include <string>
+#include <unistd.h>
 
 using namespace tvn;
 
@@ -108,6 +113,52 @@ TEST_F(Store, AFailedAppendLeavesTheContents) {
   EXPECT_EQ(TVN_sysenv_delete(&tight), sys_code::ok);
 }
 
+TEST_F(Store, RoomIsMadeInWholePagesAndGivenBack) {
+  bsto b;
+  TVN_bsto_make(*sys, 7, b);
+  TVN_bsto_append(b, 1, "x");
+  TVN_bsto_makeroom(b, 100);
+  EXPECT_EQ(TVN_bsto_getmaxsize(b), 105); // (1 + 100) / 7 + 1 pages
+  EXPECT_EQ(TVN_bsto_getsize(b), 1);
+  const uint64_t requests = sys->mman->numrequests;
+  TVN_bsto_makeroom(b, 50);
+  TVN_bsto_append(b, 104, std::string(104, 'y').data());
+  EXPECT_EQ(sys->mman->numrequests, requests);
+  EXPECT_THROW(TVN_bsto_makeroom(b, INT64_MAX), out_of_memory);
+  TVN_bsto_delete(b);
+  EXPECT_EQ(TVN_bsto_getsize(b) + TVN_bsto_getmaxsize(b), 0);
+  size_t most = 0, now = 1;
+  TVN_memman_getmemusage(*sys->mman, most, now);
+  EXPECT_EQ(now, 0u);
+  TVN_bsto_append(b, 3, "new"); // the page size stands
+  EXPECT_EQ(TVN_bsto_getmaxsize(b), 7);
+}
+
+TEST_F(Store, PagesGoToDiskButForTheLast) {
+  namespace fs = std::filesystem;
+  const fs::path home = fs::current_path(), dir = fs::temp_directory_path() / ("tvn_pages_" + std::to_string(getpid()));
+  fs::create_directories(dir);
+  fs::current_path(dir);
+  const auto page = [](const char* name) {
+    std::ifstream in(name, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  };
+  bsto b;
+  TVN_bsto_make(*sys, 4, b);
+  TVN_bsto_append(b, 6, "abcdef");
+  TVN_bsto_makeroom(b, 6);
+  EXPECT_EQ(TVN_bsto_writetodisk(b), sys_code::ok);
+  EXPECT_EQ(page("page0.out"), "abcd");
+  EXPECT_EQ(page("page1.out"), std::string("ef\0\0", 4)); // new pages are zeroed
+  EXPECT_EQ(page("page2.out"), std::string(4, '\0'));
+  EXPECT_FALSE(fs::exists("page3.out"));
+  fs::remove("page0.out");
+  fs::create_directory("page0.out");
+  EXPECT_EQ(TVN_bsto_writetodisk(b), sys_code::file_open);
+  fs::current_path(home);
+  fs::remove_all(dir);
+}
+
 TEST_F(Loader, FindsFunctionsAndTellsWhatIsMissing) {
   {
     text error;
@@ -141,13 +192,28 @@ TEST(Times, AddSubtractAndReadAsText) {
   const double seconds = TVN_sysenv_gettimer(sys);
   EXPECT_EQ(seconds, static_cast<double>(static_cast<int64_t>(seconds)));
   EXPECT_NEAR(seconds, TVN_sysenv_timetodouble(start), 5.0);
+  const double before = TVN_sysenv_gettime(), whole = TVN_sysenv_getwctime(), after = TVN_sysenv_gettime();
+  EXPECT_EQ(whole, std::floor(whole));
+  EXPECT_GE(whole, std::floor(before) - 1.0); // the two clocks may turn their second a tick apart
+  EXPECT_LE(whole, after);
 }
 
 TEST(IntegerGuards, NarrowOnlyWhatFits) {
+  for (const int64_t edge : {int64_t{INT32_MAX}, int64_t{INT32_MIN}}) {
+    EXPECT_TRUE(TVN_sysenv_isint32(edge));
+    EXPECT_FALSE(TVN_sysenv_isint32(edge > 0 ? edge + 1 : edge - 1));
+  }
+  EXPECT_FALSE(TVN_sysenv_isint32(int64_t{1} << 32)); // its low half is 0
   int32_t to = 5;
   EXPECT_FALSE(TVN_sysenv_int64to32(int64_t{INT32_MAX} + 1, to));
   EXPECT_FALSE(TVN_sysenv_int64to32(int64_t{INT32_MIN} - 1, to));
   EXPECT_EQ(to, 5);
   EXPECT_TRUE(TVN_sysenv_ptrdifftoint32(INT32_MIN, to));
   EXPECT_EQ(to, INT32_MIN);
+}
+
+TEST(SizeText, HoldsTheLargestSize) {
+  char to[24];
+  EXPECT_STREQ(TVN_sizettostr(SIZE_MAX, to), "18446744073709551615");
+  EXPECT_STREQ(TVN_sizettostr(0, to), "0");
 }

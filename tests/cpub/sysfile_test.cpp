@@ -100,6 +100,46 @@ TEST_F(SysFile, MissingFilesDirectoriesAndNullNamesCannotBeOpened) {
   EXPECT_EQ(code, sys_code::file_open);
 }
 
+TEST_F(SysFile, WideNamesReachTheFileOfTheSameUtf8Name) {
+  const std::string name = path("mod\xC3\xA8le \xE2\x82\xAC \xF0\x9D\x84\x9E");
+  write(name, "text", true);
+  {
+    sys_code code = sys_code::ok;
+    buffer<wchar_t> wide;
+    TVN_sysenv_utf8towchar(*sys, name.c_str(), wide, code);
+    ASSERT_EQ(code, sys_code::ok);
+    EXPECT_EQ(std::wstring(wide.data()), dir.wstring() + L"/mod\u00E8le \u20AC \U0001D11E");
+    file_owner f(TVN_sysenv_wfopen(*sys, wide.data(), file_mode::read, true, code));
+    ASSERT_NE(f.file, nullptr);
+    char got[8] = {};
+    EXPECT_EQ(TVN_sysenv_fread(*f.file, got, sizeof got, code), 4);
+    EXPECT_STREQ(got, "text");
+    EXPECT_EQ(TVN_sysenv_wfopen(*sys, L"missing \u20AC", file_mode::read, false, code), nullptr);
+    EXPECT_EQ(code, sys_code::file_open);
+  }
+}
+
+TEST_F(SysFile, NamesThatAreNoTextOpenNothing) {
+  const wchar_t surrogate[] = {L'a', static_cast<wchar_t>(0xD800), 0}, beyond[] = {static_cast<wchar_t>(0x110000), 0};
+  for (const wchar_t* name : {surrogate, beyond}) {
+    sys_code code = sys_code::ok;
+    EXPECT_EQ(TVN_sysenv_wfopen(*sys, name, file_mode::write, false, code), nullptr);
+    EXPECT_EQ(code, sys_code::invalid_file_name);
+  }
+  buffer<wchar_t> wide(*sys, 1, L'x');
+  for (const char* name : {"a\xC3", "\xC0\x80", "\xED\xA0\x80"}) { // cut, overlong, surrogate
+    sys_code code = sys_code::ok;
+    TVN_sysenv_utf8towchar(*sys, name, wide, code);
+    EXPECT_EQ(code, sys_code::invalid_file_name);
+  }
+  sys_code code = sys_code::ok;
+  EXPECT_EQ(TVN_sysenv_wfopen(*sys, nullptr, file_mode::read, false, code), nullptr);
+  EXPECT_EQ(code, sys_code::file_open);
+  TVN_sysenv_utf8towchar(*sys, "good", wide, code); // the first failure holds
+  EXPECT_EQ(code, sys_code::file_open);
+  EXPECT_EQ(wide.size(), 1);
+}
+
 TEST_F(SysFile, TheFirstFailureHoldsAndStopsLaterCalls) {
   write(path("f"), "text\n", false);
   sys_code code = sys_code::file_write;

@@ -1,7 +1,7 @@
 // If this finds an input: a file from somewhere brings the process of a caller down, or is not the problem it says.
 //
-// Build by the preset `fuzz`; run: mps_fuzz -dict=mps.dict -max_len=4096 -timeout=10 -rss_limit_mb=2048 FOUND corpus/mps
-// New inputs go to the folder FOUND.
+// Build by the preset `fuzz` and run in this folder; new inputs go to FOUND:
+// mps_fuzz -dict=mps.dict -max_len=4096 -timeout=10 -rss_limit_mb=2048 FOUND corpus/mps
 #include "mps_input.h"
 
 #include <cstdlib>

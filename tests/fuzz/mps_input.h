@@ -28,8 +28,8 @@ struct outline {
   int64_t numanz = 0;
   double cfix = 0;
   std::vector<double> c;
-  std::vector<int32_t> keys, types, cones; // keys of rows, then of columns
-  std::map<std::array<int32_t, 3>, double> q; // row (-1: objective), i, j; what is as small as the reader drops is left out
+  std::vector<int32_t> keys, types, cones;    // keys of rows, then of columns
+  std::map<std::array<int32_t, 3>, double> q; // row (-1: objective), i, j; without those that the reader would drop
   std::vector<std::string> names;
   bool operator==(const outline&) const = default;
 };
@@ -150,10 +150,14 @@ inline std::string difference(const outline& a, const outline& b) {
            " cones, " + std::to_string(o.numanz) + " elements";
   };
   std::string what;
-  for (const auto& [differs, name] :
-       {std::pair{a.sense != b.sense, " sense"}, {a.cfix != b.cfix, " cfix"}, {a.c != b.c, " c"},
-        {a.keys != b.keys, " keys"}, {a.types != b.types, " types"}, {a.cones != b.cones, " cones"},
-        {a.q != b.q, " quadratic"}, {a.names != b.names, " names"}})
+  for (const auto& [differs, name] : {std::pair{a.sense != b.sense, " sense"},
+                                      {a.cfix != b.cfix, " cfix"},
+                                      {a.c != b.c, " c"},
+                                      {a.keys != b.keys, " keys"},
+                                      {a.types != b.types, " types"},
+                                      {a.cones != b.cones, " cones"},
+                                      {a.q != b.q, " quadratic"},
+                                      {a.names != b.names, " names"}})
     if (differs) what += name;
   return "the written file differs:" + what + "; read " + sizes(a) + ", again " + sizes(b);
 }

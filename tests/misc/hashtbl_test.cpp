@@ -84,4 +84,21 @@ TEST_F(HashTable, FollowsAPlainMapThroughRandomEdits) {
   EXPECT_GE(s.meanlen, 1.0);
 }
 
+TEST_F(HashTable, ADeletedTableHoldsNoMemoryAndMayBeMadeAgain) {
+  const std::string pool("one\0two\0", 8);
+  const int64_t offset[] = {0, 4};
+  htbl t;
+  TVN_htbl_delete(t); // never made
+  for (int64_t items : {100, 2}) {
+    TVN_htbl_make(*sys, items, 1, t);
+    EXPECT_EQ(TVN_htbl_getstat(t).numused, 0);
+    EXPECT_TRUE(TVN_htbl_assign(t, offset, pool.data(), 1));
+    TVN_htbl_delete(t);
+    EXPECT_FALSE(t.made());
+    size_t most = 0, now = 1;
+    TVN_memman_getmemusage(*sys->mman, most, now);
+    EXPECT_EQ(now, 0u);
+  }
+}
+
 } // namespace

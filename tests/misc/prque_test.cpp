@@ -1,6 +1,7 @@
 // If these fail, the pivot search and the presolve queues skip elements or walk lists of removed ones.
 #include "misc/prque.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <random>
 #include <vector>
@@ -41,7 +42,44 @@ TEST_F(PrQue, AgreesWithAPlainModelUnderRandomCalls) {
     for (bool on = TVN_pq_tomin(q); on; on = TVN_pq_tonext(q)) got.push_back(q.current);
     ASSERT_EQ(got, want) << "step " << step;
     ASSERT_EQ(q.count, static_cast<int32_t>(want.size()));
+    std::vector<int32_t> heads, visited;
+    for (int32_t p = 0; p <= maxp; p++) {
+      const auto& b = bucket[static_cast<size_t>(p)];
+      ASSERT_EQ(TVN_pq_top(q, p), b.empty() ? n : b.back());
+      if (!b.empty()) heads.push_back(b.back());
+    }
+    for (bool on = TVN_pq_tomin(q); on; on = TVN_pq_tonextp(q)) visited.push_back(q.current);
+    ASSERT_EQ(visited, heads);
+    const auto at = std::find(want.begin(), want.end(), e);
+    ASSERT_EQ(TVN_pq_toe(q, e), at != want.end());
+    ASSERT_EQ(q.current, at != want.end() ? e : n);
+    if (at == want.end()) continue;
+    ASSERT_EQ(TVN_pq_tonext(q) ? q.current : n, at + 1 != want.end() ? at[1] : n);
   }
+}
+
+TEST_F(PrQue, IsEmptyAfterClearingAndHoldsNoMemoryAfterDeleting) {
+  pq q;
+  TVN_pq_make(*sys, 6, 3, q);
+  for (int32_t round = 0; round < 2; round++) {
+    for (int32_t e = 0; e < 6; e++) TVN_pq_putp(q, e, (e + round) % 4);
+    ASSERT_TRUE(TVN_pq_tomin(q));
+    EXPECT_EQ(q.current, round == 0 ? 4 : 3);
+    TVN_pq_clear(q);
+    EXPECT_EQ(q.current, 6); // the cursor left with the elements
+    EXPECT_FALSE(TVN_pq_tomin(q));
+    for (int32_t e = 0; e < 6; e++) EXPECT_EQ(TVN_pq_get(q, e), -1);
+    for (int32_t p = 0; p <= 3; p++) EXPECT_EQ(TVN_pq_top(q, p), 6);
+  }
+  TVN_pq_delete(q);
+  size_t most = 0, now = 1;
+  TVN_memman_getmemusage(*sys->mman, most, now);
+  EXPECT_EQ(now, 0u);
+  std::vector<int32_t> area(static_cast<size_t>(TVN_pq_space(2, 1)), 77);
+  ASSERT_TRUE(TVN_pq_setup(q, *sys, 2, 1, area));
+  TVN_pq_putp(q, 1, 1);
+  TVN_pq_delete(q); // space of the caller stays his
+  EXPECT_EQ(area[1], 1);
 }
 
 TEST_F(PrQue, MovesTheCursorOnWhenItsElementGoes) {

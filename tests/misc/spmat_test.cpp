@@ -75,8 +75,47 @@ TEST_F(CompressedVectors, ProductsAgreeWithTheDenseMatrix) {
   EXPECT_EQ((std::vector<double>{y, y + 3}), (std::vector<double>{2 * (2 + 2) - 1, 2 * 3 - 1, 2 * (10 + 16) - 1}));
   TVN_spmat_gemv(a, true, 1.0, u, 0.0, z);
   EXPECT_EQ((std::vector<double>{z, z + 4}), (std::vector<double>{32, 501, 0, 400}));
+  for (int32_t j = 0; j < 4; j++) EXPECT_EQ(TVN_spmat_doti(a, j, u), z[j]);
+  double w[] = {1, 1, 1};
+  TVN_spmat_aipy(a, 0, -2.0, w);
+  TVN_spmat_aipy(a, 2, 9.0, w); // empty
+  EXPECT_EQ((std::vector<double>{w, w + 3}), (std::vector<double>{-3, -5, 1}));
   sub[5] = 1;
   EXPECT_EQ(TVN_spmat_check(a), 4);
+}
+
+TEST_F(CompressedVectors, AVectorCutShortLosesItsLastEntriesOnly) {
+  const double u[] = {1, 10, 100};
+  TVN_spmat_putnzi(a, 0, 1);
+  int64_t numnz[4];
+  TVN_spmat_getvnz(a, numnz);
+  EXPECT_EQ((std::vector<int64_t>{numnz, numnz + 4}), (std::vector<int64_t>{1, 2, 0, 1}));
+  EXPECT_EQ(TVN_spmat_doti(a, 0, u), 30);
+  TVN_spmat_putnzi(a, 0, 2); // the entry was not overwritten
+  EXPECT_EQ(TVN_spmat_doti(a, 0, u), 32);
+}
+
+TEST_F(CompressedVectors, EntriesMayLieInArraysOfTheCaller) {
+  spmat b;
+  TVN_spmat_make(*sys, 2, 3, b);
+  TVN_spmat_init(b, 2, 3);
+  size_t most = 0, pointers = 0, now = 0;
+  TVN_memman_getmemusage(*sys->mman, most, pointers);
+  TVN_spmat_ialloc(b, 50);
+  ASSERT_TRUE(TVN_spmat_vresize(b, 0, 2));
+  int32_t index[3] = {};
+  double value[3] = {};
+  TVN_spmat_ealloc(b, 3, index, value);
+  TVN_memman_getmemusage(*sys->mman, most, now);
+  EXPECT_EQ(now, pointers); // its own entries went
+  EXPECT_EQ(TVN_spmat_getnz(b), 0);
+  ASSERT_TRUE(TVN_spmat_vresize(b, 1, 3));
+  EXPECT_FALSE(TVN_spmat_vresize(b, 0, 1));
+  for (int32_t k = 0; k < 3; k++) b.sub[b.ptrb[1] + k] = k, b.val[b.ptrb[1] + k] = k + 1.5;
+  EXPECT_EQ((std::vector<double>{value, value + 3}), (std::vector<double>{1.5, 2.5, 3.5}));
+  EXPECT_EQ(TVN_spmat_check(b), 0);
+  TVN_spmat_delete(b); // leaves the caller's arrays alone
+  EXPECT_EQ(index[2], 2);
 }
 
 TEST_F(CompressedVectors, TheAuditFindsVectorsThatShareAnEntry) {
@@ -328,6 +367,9 @@ TEST_F(CompressedVectors, WrittenFilesReadBackAndPrintsNameEveryEntry) {
   TVN_spmat_print(a, "A", sink, &printed);
   EXPECT_EQ(printed, "A: 4 vectors of length 3, 5 entries\n0: (1, 1.00000000e-01) (0, 2.00000000e+00)\n"
                      "1: (2, 5.00000000e+00) (0, 1.00000000e+00)\n2:\n3: (2, 4.00000000e+00)\n");
+  printed.clear();
+  TVN_spmat_printi(a, 3, sink, &printed);
+  EXPECT_EQ(printed, "3: (2, 4.00000000e+00)\n");
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 // If these fail, users miss messages in their log, see broken characters, or find numbers in the wrong column.
 #include "misc/stream.h"
 
+#include "cpub/utf8.h"
 #include "misc/numtext.h"
 #include "misc/outfmt.h"
-#include "misc/utf8.h"
 
 #include <cmath>
 #include <filesystem>

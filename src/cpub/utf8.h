@@ -5,6 +5,8 @@
 
 namespace tvn {
 
+// Writes the UTF-8 form of a code point to at least 4 bytes; the number of bytes, 0 for an invalid code.
+int32_t put_utf8(char* to, uint32_t code) noexcept;
 // Number of bytes of the UTF-8 character at `from` (NUL-terminated text) with its code; 0 when it is not valid.
 int32_t get_utf8(const char* from, uint32_t& code) noexcept;
 

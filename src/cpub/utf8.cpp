@@ -1,11 +1,20 @@
 // The two codecs. Overlong forms, surrogates and codes above 10FFFF are not valid in either direction.
-#include "misc/utf8.h"
-
-#include "misc/outfmt.h"
+#include "cpub/utf8.h"
 
 #include <cstring>
 
 namespace tvn {
+
+int32_t put_utf8(char* to, uint32_t c) noexcept {
+  const auto byte = [](uint32_t lead, uint32_t bits) { return static_cast<char>(lead | bits); };
+  const auto tail = [&](int shift) { return byte(0x80, (c >> shift) & 0x3F); };
+  if (c < 0x80) return to[0] = static_cast<char>(c), 1;
+  if (c < 0x800) return to[0] = byte(0xC0, c >> 6), to[1] = tail(0), 2;
+  if (c >= 0xD800 && c < 0xE000) return 0;
+  if (c < 0x10000) return to[0] = byte(0xE0, c >> 12), to[1] = tail(6), to[2] = tail(0), 3;
+  if (c < 0x110000) return to[0] = byte(0xF0, c >> 18), to[1] = tail(12), to[2] = tail(6), to[3] = tail(0), 4;
+  return 0;
+}
 
 int32_t get_utf8(const char* from, uint32_t& code) noexcept {
   const auto byte = [&](int k) { return static_cast<unsigned char>(from[k]); };
