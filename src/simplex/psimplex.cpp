@@ -13,7 +13,7 @@ namespace {
 
 constexpr int32_t maxresets = 6;      // returns to the true bounds that may be followed by new perturbation
 constexpr int64_t budgetreserve = 40; // iterations left: no more perturbation
-constexpr double tolpivmin = 1e-10, tolpivmax = 1e-4;
+constexpr double tolpivmax = 1e-4;
 constexpr int32_t maxupdates = 500;                        // on one factor, whatever the cost of a solve says
 constexpr int64_t stallperturbed = 2000, stallplain = 200; // degenerate steps in a row before random edges
 constexpr double smallstep = 1e-12;                        // steps up to this count as degenerate,
