@@ -1,5 +1,5 @@
-// Filling a task item by item: element writes in random order with the one column-wise read behind them, and names put
-// and looked up.
+// Filling a task item by item: element writes in random order with the one column-wise read behind them, names put and
+// looked up, columns and named cones appended one at a time, columns removed one and many at a time, capacities grown.
 //
 // The size doubles from case to case, so that a cost per write or per name that grows with their number shows at once.
 #include "tovan.h"
@@ -111,9 +111,98 @@ void name_lookup(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * n);
 }
 
+constexpr int32_t rows = 1000, collen = 5;
+
+// A task with count columns of collen elements each, appended and put one at a time.
+void append_columns(TVNtask_t task, int32_t count) {
+  const double val[collen] = {1, 2, 3, 4, 5};
+  int32_t sub[collen];
+  for (int32_t j = 0; j < count; j++) {
+    for (int32_t k = 0; k < collen; k++) sub[k] = (j * 7 + k * 199) % rows;
+    TVN_append(task, TVN_ACC_VAR, 1);
+    TVN_putcj(task, j, j);
+    TVN_putbound(task, TVN_ACC_VAR, j, TVN_BK_LO, 0, 0);
+    TVN_putavec(task, TVN_ACC_VAR, j, collen, sub, val);
+  }
+}
+
+void column_append(benchmark::State& state) {
+  const auto n = static_cast<int32_t>(state.range(0));
+  for (auto _ : state) {
+    state.PauseTiming();
+    {
+      session s(rows, 0);
+      state.ResumeTiming();
+      append_columns(s.task, n);
+      state.PauseTiming();
+    }
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(state.iterations() * n * collen);
+}
+
+// Work on a filled task that is made anew for each pass.
+template <class Work> void on_filled(benchmark::State& state, Work work) {
+  const auto n = static_cast<int32_t>(state.range(0));
+  for (auto _ : state) {
+    state.PauseTiming();
+    {
+      session s(rows, 0);
+      append_columns(s.task, n);
+      state.ResumeTiming();
+      work(s.task, n);
+      state.PauseTiming();
+    }
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(state.iterations() * n);
+}
+
+void column_remove(benchmark::State& state) {
+  on_filled(state, [](TVNtask_t task, int32_t n) {
+    std::vector<int32_t> sub;
+    for (int32_t j = 0; j < n; j += 32) sub.push_back(j);
+    TVN_remove(task, TVN_ACC_VAR, static_cast<int32_t>(sub.size()), sub.data());
+  });
+}
+
+void column_remove_last(benchmark::State& state) {
+  on_filled(state, [](TVNtask_t task, int32_t n) {
+    for (int32_t j = n - 1; j >= n / 2; j--) TVN_remove(task, TVN_ACC_VAR, 1, &j);
+  });
+}
+
+void column_resize(benchmark::State& state) {
+  on_filled(state, [](TVNtask_t task, int32_t n) { TVN_putmaxnumvar(task, 3 * n); });
+}
+
+void cone_append_named(benchmark::State& state) {
+  const auto n = static_cast<int32_t>(state.range(0));
+  const name_list list(n);
+  for (auto _ : state) {
+    state.PauseTiming();
+    {
+      session s(0, n);
+      state.ResumeTiming();
+      for (int32_t k = 0; k < n; k++) {
+        TVN_appendcone(s.task, TVN_CT_QUAD, 0, 1, &k);
+        TVN_putname(s.task, TVN_PI_CONE, k, list.names[static_cast<size_t>(k)].c_str());
+      }
+      state.PauseTiming();
+    }
+    state.ResumeTiming();
+  }
+  state.SetItemsProcessed(state.iterations() * n);
+}
+
 } // namespace
 
 BENCHMARK(putaij_random)->Arg(50000)->Arg(100000)->Arg(200000)->Arg(400000)->Unit(benchmark::kMillisecond);
 BENCHMARK(name_put)->Arg(50000)->Arg(100000)->Arg(200000)->Unit(benchmark::kMillisecond);
 BENCHMARK(name_lookup)->Arg(50000)->Arg(100000)->Arg(200000)->Unit(benchmark::kMillisecond);
+BENCHMARK(column_append)->Arg(50000)->Arg(100000)->Arg(200000)->Arg(400000)->Unit(benchmark::kMillisecond);
+BENCHMARK(column_remove)->Arg(50000)->Arg(100000)->Arg(200000)->Iterations(10)->Unit(benchmark::kMillisecond);
+BENCHMARK(column_remove_last)->Arg(50000)->Arg(100000)->Arg(200000)->Iterations(10)->Unit(benchmark::kMillisecond);
+BENCHMARK(column_resize)->Arg(50000)->Arg(100000)->Arg(200000)->Iterations(10)->Unit(benchmark::kMillisecond);
+BENCHMARK(cone_append_named)->Arg(50000)->Arg(100000)->Arg(200000)->Unit(benchmark::kMillisecond);
 BENCHMARK_MAIN();

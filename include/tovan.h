@@ -46,6 +46,32 @@ typedef int32_t (*TVN_callbackfunc)(TVNtask_t task, void *handle, int32_t code);
 /* Receives one line, or a piece of a long line, of a stream. */
 typedef void (*TVN_streamfunc)(void *handle, const char *text);
 
+/* The nonlinear part of a problem: f(x) is added to the objective, g_i(x) to the activity of constraint i. Both functions
+ * return 0, or anything else when they cannot answer, which ends the call or the run that asked with
+ * TVN_RES_ERR_USER_NLO_FUNC. They are called on the thread of that call, must answer alike each time, and must not change
+ * the task.
+ *
+ * The structure of one item. Outputs that are null are not asked for; numbers are asked for first, with null arrays, then
+ * the arrays with the numbers.
+ *   item      in: -1 the objective, 0 .. numcon - 1 a constraint.
+ *   numgrdnz  out: variables that the item's nonlinear part depends on; 0: the item has none.
+ *   grdsub    out, [numgrdnz]: these variables.
+ *   numhesnz  out: elements of the lower triangle of the item's Hessian that can be nonzero.
+ *   hessubi, hessubj  out, [numhesnz]: their rows and columns, hessubi[k] >= hessubj[k]. */
+typedef int32_t (*TVN_nlgetspfunc)(void *nlhandle, int32_t item, int32_t *numgrdnz, int32_t *grdsub, int32_t *numhesnz,
+                                   int32_t *hessubi, int32_t *hessubj);
+/* The values at a point. Outputs that are null are not asked for.
+ *   xx      in, [numvar]: the point.
+ *   yo, yc  in, yc [numcon]: multipliers of the Lagrangian yo f(x) - sum yc[i] g_i(x); yc is null when hesval is.
+ *   objval  out: f(xx).
+ *   conval  out, [numcon]: g_i(xx), 0 for a constraint without a nonlinear part.
+ *   grdval  out: gradients of the objective, then of constraint 0, 1, ..., one behind the other, each in the order that
+ *           its grdsub has.
+ *   hesval  out: Hessians of yo f, then of -yc[0] g_0, -yc[1] g_1, ..., each in the order of its hessubi; elements of the
+ *           Lagrangian's Hessian are the sums of those at the same place. */
+typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, const double *yc, double *objval,
+                                   double *conval, double *grdval, double *hesval);
+
 /* ==== constants ================================================================================================ */
 
 /* begin: from the tables */
@@ -1989,6 +2015,14 @@ TVN_API TVNrescodee TVN_removeall(TVNtask_t task, int32_t item);
  * Codes: TVN_RES_ERR_ARGUMENT_PERM_ARRAY. */
 TVN_API TVNrescodee TVN_permuteandremove(TVNtask_t task, int32_t accmode, int32_t newnum, const int32_t *perm);
 
+/* The nonlinear part of the problem; the problem is then of type TVN_PROBTYPE_GECO, or TVN_PROBTYPE_MIXED with cones. Two
+ * null functions take it away; it stays when the data of the task are deleted. Such a task cannot be cloned
+ * (TVN_RES_ERR_CANNOT_CLONE_NL) nor have its constraints permuted (TVN_RES_ERR_CANNOT_HANDLE_NL).
+ * Codes: TVN_RES_ERR_NULL_POINTER (one function without the other). */
+TVN_API TVNrescodee TVN_putnlfunc(TVNtask_t task, void *nlhandle, TVN_nlgetspfunc nlgetsp, TVN_nlgetvafunc nlgetva);
+/* Each output may be null. */
+TVN_API TVNrescodee TVN_getnlfunc(TVNtask_t task, void **nlhandle, TVN_nlgetspfunc *nlgetsp, TVN_nlgetvafunc *nlgetva);
+
 /* Looks for NaN in costs and bounds. Codes: TVN_RES_ERR_NAN_IN_BLC, _BUC, _C, _BLX, _BUX. */
 TVN_API TVNrescodee TVN_checkdata(TVNtask_t task);
 
@@ -2071,8 +2105,11 @@ TVN_API TVNrescodee TVN_solutionsummary(TVNtask_t task, int32_t whichstream);
 /* isdef out or null: 1 when the solution can be read. */
 TVN_API TVNrescodee TVN_solutiondef(TVNtask_t task, int32_t whichsol, int32_t *isdef);
 TVN_API TVNrescodee TVN_undefsolution(TVNtask_t task, int32_t whichsol);
-/* Frees its memory. */
+/* Room for the solution, all 0 and not yet defined; nothing when it has room. */
+TVN_API TVNrescodee TVN_makesolution(TVNtask_t task, int32_t whichsol);
+/* Frees the memory of one solution or of all. */
 TVN_API TVNrescodee TVN_deletesolution(TVNtask_t task, int32_t whichsol);
+TVN_API TVNrescodee TVN_deletesolutions(TVNtask_t task);
 /* Makes the solution defined, with all values 0 and unknown solution status. */
 TVN_API TVNrescodee TVN_makesolutionstatusunknown(TVNtask_t task, int32_t whichsol);
 
@@ -2092,6 +2129,13 @@ TVN_API TVNrescodee TVN_getsolutionstatuskeyslice(TVNtask_t task, int32_t accmod
                                                   int32_t last, int32_t *sk);
 /* prosta TVN_PRO_STA_*, solsta TVN_SOL_STA_*; each may be null. */
 TVN_API TVNrescodee TVN_getsolutionstatus(TVNtask_t task, int32_t whichsol, int32_t *prosta, int32_t *solsta);
+/* TVN_getsolution for a progress callback: the best integer solution known, when where, the code that the callback was
+ * called with, is TVN_CALLBACK_IM_MIO or TVN_CALLBACK_NEW_INT_MIO and whichsol is TVN_SOL_ITG.
+ * Codes: TVN_RES_ERR_NO_SOLUTION_IN_CALLBACK otherwise, or while there is none; nothing is printed then. */
+TVN_API TVNrescodee TVN_getsolutionincallback(TVNtask_t task, int32_t where, int32_t whichsol, int32_t *prosta,
+                                              int32_t *solsta, int32_t *skc, int32_t *skx, int32_t *skn, double *xc,
+                                              double *xx, double *y, double *slc, double *suc, double *slx,
+                                              double *sux, double *snx);
 /* slx - sux over the variables first .. last - 1. Codes: TVN_RES_ERR_NO_DUAL_FOR_ITG_SOL. */
 TVN_API TVNrescodee TVN_getreducedcosts(TVNtask_t task, int32_t whichsol, int32_t first, int32_t last,
                                         double *redcosts);
@@ -2108,15 +2152,20 @@ TVN_API TVNrescodee TVN_putsolutioni(TVNtask_t task, int32_t accmode, int32_t i,
                                      double sl, double su, double sn);
 /* The dual of constraint i; nothing for the integer solution. */
 TVN_API TVNrescodee TVN_putsolutionyi(TVNtask_t task, int32_t i, int32_t whichsol, double y);
+/* The defined flag and the statuses alone. */
+TVN_API TVNrescodee TVN_putsolini(TVNtask_t task, int32_t whichsol, int32_t flag);
 TVN_API TVNrescodee TVN_putprosta(TVNtask_t task, int32_t whichsol, int32_t prosta);
 TVN_API TVNrescodee TVN_putsolsta(TVNtask_t task, int32_t whichsol, int32_t solsta);
 
-/* Objective values, computed from the problem; -1e30 and 1e30 after a failure. */
+/* Objective values, computed from the problem; -1e30 and 1e30 after a failure. The dual one of a nonlinear problem is that
+ * of the Lagrangian at the solution. Codes: TVN_RES_ERR_MIXED_PROBLEM. */
 TVN_API TVNrescodee TVN_getprimalobj(TVNtask_t task, int32_t whichsol, double *primalobj);
 TVN_API TVNrescodee TVN_getdualobj(TVNtask_t task, int32_t whichsol, double *dualobj);
 
 /* Violations of the items sub[0 .. num - 1], one output each: bounds, dual bounds, A x = xc, dual equations, cones,
  * dual cones, integrality (entries of continuous variables stay). normalize nonzero divides by the size of the data.
+ * TVN_getpeqi counts the nonlinear terms of the constraints, TVN_getdeqi the gradient of user functions, but not that of
+ * quadratic terms; TVN_getsolutioninf counts all.
  * Codes: TVN_RES_ERR_INFEAS_UNDEFINED (no duals in the solution). */
 TVN_API TVNrescodee TVN_getpbi(TVNtask_t task, int32_t whichsol, int32_t accmode, const int32_t *sub, int32_t num,
                                double *pbi, int32_t normalize);
@@ -2130,9 +2179,8 @@ TVN_API TVNrescodee TVN_getpcni(TVNtask_t task, int32_t whichsol, const int32_t 
 TVN_API TVNrescodee TVN_getdcni(TVNtask_t task, int32_t whichsol, const int32_t *sub, int32_t num, double *dcni);
 TVN_API TVNrescodee TVN_getinti(TVNtask_t task, int32_t whichsol, const int32_t *sub, int32_t num, double *inti);
 
-/* Statuses, objective values and the largest violations of a linear or conic problem's solution; each output may be
- * null, the dual ones are 0 for the integer solution.
- * Codes: TVN_RES_ERR_INV_PROBLEM (other problem types), TVN_RES_ERR_MIXED_PROBLEM. */
+/* Statuses, objective values and the largest violations of a solution; each output may be null, the dual ones are 0 for
+ * the integer solution. Codes: TVN_RES_ERR_MIXED_PROBLEM, TVN_RES_ERR_USER_NLO_FUNC. */
 TVN_API TVNrescodee TVN_getsolutioninf(TVNtask_t task, int32_t whichsol, int32_t *prosta, int32_t *solsta,
                                        double *primalobj, double *maxpbi, double *maxpcni, double *maxpeqi,
                                        double *maxinti, double *dualobj, double *maxdbi, double *maxdcni,

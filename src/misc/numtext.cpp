@@ -1,9 +1,10 @@
 // from_chars and to_chars with the rules of our text formats.
 //
 // from_chars rounds correctly and knows no locale, but takes "inf" and "nan" and tells overflow and underflow with one
-// code: the first character and the sign of the exponent settle both.
+// code: the first character and the size of the number settle both.
 #include "misc/numtext.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 
@@ -11,11 +12,19 @@ namespace tvn {
 
 namespace {
 
-// The sign of the exponent decides, without one whether the integer part is 0.
-bool is_overflow(std::string_view digits) noexcept {
-  const size_t e = digits.find_first_of("eE");
-  if (e != std::string_view::npos && e + 1 < digits.size()) return digits[e + 1] != '-';
-  return digits.find_first_of("123456789") < digits.find('.');
+bool is_space(char c) noexcept { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+// The place of the first digit that is not 0, shifted by the exponent, decides.
+bool is_overflow(std::string_view number) noexcept {
+  const size_t e = std::min(number.find_first_of("eE"), number.size());
+  const std::string_view digits = number.substr(0, e);
+  std::string_view shift = number.substr(std::min(e + 1, number.size()));
+  if (shift.starts_with('+')) shift.remove_prefix(1);
+  int64_t exponent = 0;
+  if (std::from_chars(shift.data(), shift.data() + shift.size(), exponent).ec == std::errc::result_out_of_range)
+    return shift[0] != '-';
+  const size_t point = std::min(digits.find('.'), digits.size()), first = digits.find_first_of("123456789");
+  return first != std::string_view::npos && static_cast<int64_t>(point) - static_cast<int64_t>(first) + exponent > 0;
 }
 
 } // namespace
@@ -34,9 +43,9 @@ bool parse_real(std::string_view text, double& value) noexcept {
 }
 
 std::string_view trim(std::string_view text) noexcept {
-  const size_t first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+  while (!text.empty() && is_space(text.front())) text.remove_prefix(1);
+  while (!text.empty() && is_space(text.back())) text.remove_suffix(1);
+  return text;
 }
 
 bool TVN_strtoreal(std::string_view text, double& value) noexcept { return parse_real(trim(text), value); }

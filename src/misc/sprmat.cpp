@@ -78,14 +78,33 @@ void remap(sprmat& a, bool cols, const int32_t* map, int32_t newnum) {
     remap_minor(a, map, newnum);
 }
 
+// Major vectors behind the first that goes move down; those before it and the elements are not touched.
+void delete_major(sprmat& a, int32_t num, const int32_t* list) {
+  int32_t& count = a.colwise ? a.numcol : a.numrow;
+  const int32_t first = *std::min_element(list, list + num);
+  buffer<char> gone(*a.sys, num > 1 ? count - first : 0, 0);
+  for (int32_t k = 0; k < num && num > 1; k++) gone[list[k] - first] = 1;
+  int32_t to = first;
+  for (int32_t k = first; k < count; k++) {
+    if (num > 1 ? gone[k - first] != 0 : k == first) continue;
+    a.ptrb[to] = a.ptrb[k];
+    a.ptre[to++] = a.ptre[k];
+  }
+  count = to;
+}
+
 void delete_side(sprmat& a, bool cols, int32_t num, const int32_t* list) {
+  TVN_ASSERT(a.sys, label, !a.locked);
+  TVN_sprmat_flushcache(a);
+  if (num < 1) return;
+  if (cols == a.colwise) return delete_major(a, num, list);
   const int32_t count = cols ? a.numcol : a.numrow;
   buffer<int32_t> map(*a.sys, count, 0);
   for (int32_t k = 0; k < num; k++) map[list[k]] = -1;
   int32_t newnum = 0;
   for (int32_t& to : map)
     if (to == 0) to = newnum++;
-  remap(a, cols, map.data(), newnum);
+  remap_minor(a, map.data(), newnum);
 }
 
 } // namespace

@@ -87,6 +87,8 @@ void TVN_sprmat_permuteandremoverows(sprmat& a, int32_t newnum, const int32_t* p
 // With the cache off the vector is replaced; with it on, elements that are not listed stay.
 void TVN_sprmat_gathercolj(sprmat& a, int32_t j, int32_t n, const int32_t* sub, const double* densevalues);
 void TVN_sprmat_gatherrowi(sprmat& a, int32_t i, int32_t n, const int32_t* sub, const double* densevalues);
+// Replaces column j by n distinct rows and their values; values below tiny in size and exact zeros are left out.
+void TVN_sprmat_putcolj(sprmat& a, int32_t j, int32_t n, const int32_t* sub, const double* val, double tiny);
 void TVN_sprmat_putaij(sprmat& a, int32_t i, int32_t j, double value); // 0 removes the element
 void TVN_sprmat_flushcache(sprmat& a);
 void TVN_sprmat_transpose(sprmat& a);

@@ -6,6 +6,8 @@
 // Position 0 is never a cached one, so that 0 ends a chain: room asks for one position more while the cache is on.
 #include "misc/sprmatint.h"
 
+#include <cmath>
+
 namespace tvn {
 
 namespace {
@@ -161,12 +163,12 @@ void place_vector(sprmat& a, int32_t k, int32_t n) {
   a.top += n;
 }
 
-// Replaces major vector k.
-void replace_vector(sprmat& a, int32_t k, int32_t n, const int32_t* sub, const double* densevalues) {
+// Replaces major vector k; value_of(p) is the value of index sub[p].
+template <class Value> void replace_vector(sprmat& a, int32_t k, int32_t n, const int32_t* sub, Value value_of) {
   place_vector(a, k, n);
   int64_t to = a.ptrb[k];
   for (int32_t p = 0; p < n; p++) {
-    const double value = densevalues[sub[p]];
+    const double value = value_of(p);
     if (value == 0.0) continue;
     a.sub[to] = sub[p];
     a.val[to++] = value;
@@ -178,7 +180,7 @@ void gather(sprmat& a, bool col, int32_t index, int32_t n, const int32_t* sub, c
   TVN_ASSERT(a.sys, label, !a.locked);
   if (a.cache.on) return cache_vector(a, col, index, n, sub, densevalues);
   sprmat_orient(a, col);
-  replace_vector(a, index, n, sub, densevalues);
+  replace_vector(a, index, n, sub, [=](int32_t p) { return densevalues[sub[p]]; });
 }
 
 } // namespace
@@ -211,6 +213,12 @@ void TVN_sprmat_gathercolj(sprmat& a, int32_t j, int32_t n, const int32_t* sub, 
 
 void TVN_sprmat_gatherrowi(sprmat& a, int32_t i, int32_t n, const int32_t* sub, const double* densevalues) {
   gather(a, false, i, n, sub, densevalues);
+}
+
+void TVN_sprmat_putcolj(sprmat& a, int32_t j, int32_t n, const int32_t* sub, const double* val, double tiny) {
+  TVN_ASSERT(a.sys, label, !a.locked);
+  sprmat_orient(a, true);
+  replace_vector(a, j, n, sub, [=](int32_t p) { return std::fabs(val[p]) < tiny ? 0.0 : val[p]; });
 }
 
 void TVN_sprmat_putaij(sprmat& a, int32_t i, int32_t j, double value) {

@@ -47,7 +47,7 @@ void psimplex_updatephasecost(primal_state& s) {
   if (s.method == sel_partial) {
     for (int32_t p = 0; p < s.rho.count; p++) s.y[s.rho.idx[p]] += s.rho.val[s.rho.idx[p]];
   } else {
-    psimplex_formrow(s);
+    TVN_simplex_formrow(s.base);
     for (int32_t p = 0; p < s.alpha.count; p++) {
       const int32_t j = s.alpha.idx[p];
       s.d[j] -= s.alpha.val[j];

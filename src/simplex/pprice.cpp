@@ -33,16 +33,6 @@ int32_t list_length(const simplex_work& w, int32_t len) {
   return std::min(len, std::min(20000, std::max(5000, part)));
 }
 
-void set_listed(primal_state& s, int32_t j, bool in) {
-  if (s.inlist[j] == static_cast<uint8_t>(in)) return;
-  s.inlist[j] = in;
-  if (s.work.is_logical(j)) return;
-  if (in)
-    TVN_simplex_activate(s.work, j - s.work.m);
-  else
-    TVN_simplex_deactivate(s.work, j - s.work.m);
-}
-
 // Lists the `len` columns of best score, all when there are no more.
 void fill_list(primal_state& s) {
   const simplex_work& w = s.work;
@@ -59,8 +49,8 @@ void fill_list(primal_state& s) {
     };
     std::nth_element(s.cand.begin(), s.cand.begin() + len, s.cand.begin() + num, better);
   }
-  for (int32_t p = len; p < num; p++) set_listed(s, s.cand[p], false);
-  for (int32_t p = 0; p < len; p++) set_listed(s, s.cand[p], true);
+  for (int32_t p = len; p < num; p++) TVN_simplex_setlisted(s.base, s.cand[p], false);
+  for (int32_t p = 0; p < len; p++) TVN_simplex_setlisted(s.base, s.cand[p], true);
 }
 
 // The candidates of a circular scan, best first; false when a whole round finds none.
@@ -121,7 +111,7 @@ price_result select_partial(primal_state& s) {
 bool exact_weights(primal_state& s) {
   const simplex_work& w = s.work;
   for (int32_t j = 0; j < w.total; j++) {
-    if (j % 256 == 0 && psimplex_poll(s)) return false;
+    if (j % 256 == 0 && TVN_simplex_poll(s.base)) return false;
     if (s.fac.pos[j] >= 0 || w.is_fixed(j)) continue;
     TVN_simplex_loadcolumn(w, j, s.colrow);
     TVN_lu_ftranl(s.fac.factor, s.colrow);
@@ -200,12 +190,12 @@ void psimplex_resetweights(primal_state& s) {
 
 void psimplex_enterbasis(primal_state& s, int32_t j) noexcept {
   s.key[j] = sk_bas;
-  set_listed(s, j, false);
+  TVN_simplex_setlisted(s.base, j, false);
   psimplex_setcandidate(s, j);
 }
 
 void psimplex_leavebasis(primal_state& s, int32_t j) noexcept {
-  if (!s.work.is_fixed(j) && s.method != sel_partial) set_listed(s, j, true);
+  if (!s.work.is_fixed(j) && s.method != sel_partial) TVN_simplex_setlisted(s.base, j, true);
   psimplex_setcandidate(s, j);
 }
 
@@ -225,7 +215,7 @@ void psimplex_choosepricing(primal_state& s) {
   int64_t maxlen = 0;
   for (int32_t k = 0; k < w.n; k++) maxlen = std::max(maxlen, w.colbeg[k + 1] - w.colbeg[k]);
   const double m = std::max(1, w.m), r = (1.5 * m + w.n) / m;
-  const bool cold = s.param.hotstart == 0;
+  const bool cold = s.base.cold;
   const int32_t pct = s.param.restrictpct;
   s.wanted = sel_switch;
   if (s.param.selection != sel_free) {

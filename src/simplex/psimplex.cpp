@@ -34,21 +34,20 @@ loop_state finish(primal_state& s, simplex_code code, int32_t solsta) {
 }
 
 void set_objective(primal_state& s) {
-  double sum = s.work.offset;
-  for (int32_t j = 0; j < s.work.total; j++) sum += s.work.cost[j] * s.x[j];
-  s.info.objective = sum;
+  s.info.objective = TVN_simplex_pointobjective(s.base);
   s.info.sumpinf = s.phase == 1 ? s.suminf : 0.0;
   s.info.phase = s.phase;
 }
 
 simplex_code stop_code(int32_t stop) { return stop == 2 ? simplex_code::peer_stop : simplex_code::user_stop; }
 
-// The factor asks on the way; what the poll decides stands in s.stop.
-int32_t factor_progress(void* handle, int32_t, int32_t) { return psimplex_poll(*static_cast<primal_state*>(handle)); }
+// Of all optimizers of the run.
+int64_t total_iterations(const primal_state& s) {
+  return s.info.count[kind_primal].iterations + s.info.count[kind_dual].iterations;
+}
 
 // Clock, user and limits. The sums behind the log line are only formed when a line is due.
 loop_state check_limits(primal_state& s) {
-  auto& count = s.info.count[kind_primal];
   const bool line = s.param.logfreq > 0 && (s.iter % s.param.logfreq == 0 || s.info.forcelog);
   if (line) {
     if (s.phase == 1) psimplex_countinf(s);
@@ -57,9 +56,9 @@ loop_state check_limits(primal_state& s) {
       return finish(s, stop_code(stop), sol_unknown);
     s.info.forcelog = false;
   }
-  if (count.iterations >= s.param.maxiterations) return finish(s, simplex_code::max_iterations, sol_unknown);
+  if (total_iterations(s) >= s.param.maxiterations) return finish(s, simplex_code::max_iterations, sol_unknown);
   if (s.iter % 8 != 0) return loop_state::go_on;
-  if (psimplex_poll(s)) return loop_state::finished;
+  if (TVN_simplex_poll(s.base)) return loop_state::finished;
   if (s.phase == 2 && s.param.usecutlow && s.iter % 64 == 0) {
     set_objective(s);
     if (s.info.objective < s.param.cutlow) return finish(s, simplex_code::objective_range, sol_unknown);
@@ -91,11 +90,9 @@ void rest_at_bound(primal_state& s, int32_t j) {
   }
 }
 
-loop_state repair_singular(primal_state& s, std::span<basis_exchange> exchanges) {
-  if (!s.param.nonsingular) return finish(s, simplex_code::singular, sol_unknown);
-  const int32_t num = TVN_simplex_insertlogicals(s.fac, exchanges);
-  for (int32_t e = 0; e < num; e++) {
-    const auto [leaving, entering] = exchanges[static_cast<size_t>(e)];
+// Keys, lists and bans after a repair of the basis.
+loop_state follow_repair(primal_state& s, std::span<const basis_exchange> exchanges) {
+  for (const auto [leaving, entering] : exchanges) {
     rest_at_bound(s, leaving);
     psimplex_leavebasis(s, leaving);
     psimplex_enterbasis(s, entering);
@@ -104,34 +101,21 @@ loop_state repair_singular(primal_state& s, std::span<basis_exchange> exchanges)
       s.numbanned++;
     }
   }
-  s.info.count[kind_primal].artificials += num;
+  s.info.count[kind_primal].artificials += static_cast<int64_t>(exchanges.size());
   if (++s.successive > 1) {
     s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
     TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 2 * TVN_lu_gettol(s.fac.factor, 2)));
   }
-  return num > 0 && s.iter > 0 ? setback(s) : loop_state::go_on;
+  return !exchanges.empty() && s.iter > 0 ? setback(s) : loop_state::go_on;
 }
 
 loop_state refactor(primal_state& s) {
+  buffer<basis_exchange> exchanges(s.sys, s.work.m);
+  const int32_t num = TVN_simplex_refactor(s.base, kind_primal, exchanges);
+  if (num < 0) return loop_state::finished;
+  const loop_state state = num > 0 ? follow_repair(s, {exchanges.data(), static_cast<size_t>(num)}) : loop_state::go_on;
   s.refactor = s.soon = false;
-  for (int32_t attempt = 0;; attempt++) {
-    s.info.count[kind_primal].factorizations++;
-    const factor_result result = TVN_simplex_factor(s.fac);
-    if (s.info.basisrank < 0) s.info.basisrank = TVN_lu_getrank(s.fac.factor);
-    switch (result) {
-    case factor_result::full:
-      if (attempt == 0 && TVN_simplex_improvelu(s.fac)) continue;
-      return loop_state::go_on;
-    case factor_result::singular: {
-      buffer<basis_exchange> exchanges(s.sys, s.work.m);
-      const loop_state state = repair_singular(s, exchanges);
-      s.refactor = false;
-      return state == loop_state::finished ? state : loop_state::go_on;
-    }
-    case factor_result::stopped: return loop_state::finished;
-    case factor_result::failed: return finish(s, simplex_code::lu_tries, sol_unknown);
-    }
-  }
+  return state == loop_state::finished ? state : loop_state::go_on;
 }
 
 // Small infeasibilities of a point that was feasible are rounding: the working bound gives way to them.
@@ -219,13 +203,6 @@ loop_state end_of_pricing(primal_state& s) {
   s.phase = 1;
   s.refactor = true;
   return loop_state::recompute;
-}
-
-void solve_column(primal_state& s, int32_t q) {
-  TVN_simplex_loadcolumn(s.work, q, s.spike);
-  TVN_lu_ftranl(s.fac.factor, s.spike);
-  s.colrow.copy(s.spike);
-  TVN_lu_ftranus(s.fac.factor, s.colrow, s.aq, 0.0, 1e-16);
 }
 
 // Reduced cost of q from its column: the independent second value.
@@ -322,11 +299,6 @@ loop_state update_factor(primal_state& s, int32_t position) {
   return loop_state::go_on;
 }
 
-void row_of_inverse(primal_state& s, int32_t position) {
-  s.unit.push(position, 1.0);
-  TVN_lu_btrans(s.fac.factor, s.unit, s.rho, 1e-18, 1e-18);
-}
-
 void steepest_edge_vector(primal_state& s) {
   if (s.method != sel_se && s.method != sel_se + sel_restrict) return;
   for (int32_t p = 0; p < s.aq.count; p++) s.unit.push(s.aq.idx[p], s.aq.val[s.aq.idx[p]]);
@@ -337,11 +309,11 @@ void steepest_edge_vector(primal_state& s) {
 loop_state pivot(primal_state& s, int32_t q, double sigma, double dq, const ratio_result& r) {
   const int32_t leaving = s.fac.head[r.position];
   const double a = s.aq.val[r.position], theta = dq / a;
-  row_of_inverse(s, r.position);
+  TVN_simplex_rowofinverse(s.base, r.position);
   const bool full = s.method != sel_partial;
   if (full) {
     steepest_edge_vector(s);
-    psimplex_formrow(s);
+    s.workprice += static_cast<double>(TVN_simplex_formrow(s.base)) + s.alpha.count;
     const double arow = s.work.is_logical(q) ? -s.rho.val[q] : s.alpha.val[q];
     if (s.fac.since > 0 && std::fabs(arow - a) > 1e-3 * (std::fabs(a) + 1)) return setback(s);
     if (wants_refactor(s, arow, a)) s.soon = true;
@@ -395,15 +367,16 @@ void count_iteration(primal_state& s, double step, double gain) {
     s.stalled = 1;
   }
   s.successive = 0;
-  const double share = static_cast<double>(count.iterations) / std::max(1, s.param.maxiterations);
-  if ((share > 0.8 && s.iter > 20) || s.param.maxiterations - count.iterations < budgetreserve) s.allowperturb = false;
+  const int64_t done = total_iterations(s);
+  const double share = static_cast<double>(done) / std::max(1, s.param.maxiterations);
+  if ((share > 0.8 && s.iter > 20) || s.param.maxiterations - done < budgetreserve) s.allowperturb = false;
 }
 
 loop_state iterate(primal_state& s) {
   const price_result price = psimplex_select(s);
   if (price.j < 0) return end_of_pricing(s);
   const int32_t q = price.j;
-  solve_column(s, q);
+  TVN_simplex_solvecolumn(s.base, q);
   s.worksolve += s.aq.count + s.spike.count;
   const double dq = column_reducedcost(s, q), sigma = direction(s, q, dq);
   s.d[q] = dq;
@@ -436,40 +409,31 @@ loop_state iterate(primal_state& s) {
 
 } // namespace
 
-bool psimplex_poll(primal_state& s) {
-  return s.watch.stopped() && finish(s, s.watch.stop, sol_unknown) == loop_state::finished;
-}
+namespace {
 
-void psimplex_setup(primal_state& s) {
-  const simplex_work& w = s.work;
+void allocate(primal_state& s) {
   sysenv& sys = s.sys;
-  const int64_t m = w.m, total = w.total;
-  TVN_simplex_makefac(sys, w, s.fac);
-  TVN_lu_putprogressfunc(s.fac.factor, &s, factor_progress);
-  for (auto* b : {&s.x, &s.lo, &s.up, &s.d, &s.weight}) b->reset(sys, total, 0.0);
-  s.key.reset(sys, total, static_cast<uint8_t>(sk_low));
-  for (auto* b : {&s.inframe, &s.banned, &s.inlist}) b->reset(sys, total, uint8_t{0});
+  const int64_t m = s.work.m, total = s.work.total;
+  s.weight.reset(sys, total, 0.0);
+  for (auto* b : {&s.inframe, &s.banned}) b->reset(sys, total, uint8_t{0});
   s.cand.reset(sys, total);
   s.candpos.reset(sys, total, -1);
-  s.infeas.reset(sys, m, int8_t{0});
-  s.y.reset(sys, m, 0.0);
   s.plist.reset(sys, 64);
-  for (auto* v : {&s.spike, &s.colrow, &s.aq, &s.unit, &s.rho, &s.tau}) *v = spvec(sys, m);
-  s.alpha = spvec(sys, total);
   s.breaks.reset(sys, 2 * m);
   s.changed.reset(sys, m);
   s.delta.reset(sys, m);
-  std::copy(w.lower.begin(), w.lower.end(), s.lo.begin());
-  std::copy(w.upper.begin(), w.upper.end(), s.up.begin());
 }
 
+} // namespace
+
 void psimplex_optimize(primal_state& s) {
+  allocate(s);
   s.tolfeas = std::min(1e-8, s.param.tolx);
   s.tolpiv = s.param.tolabspiv;
   s.tols = s.param.tols;
   TVN_lu_puttol(s.fac.factor, 2, s.param.tolrelpiv);
   TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
-  const bool cold = s.param.hotstart == 0;
+  const bool cold = s.base.cold;
   s.allowperturb = s.param.degen != 0 && s.param.maxiterations >= budgetreserve;
   s.degenmode = !s.allowperturb ? 0 : cold && s.param.degen != 4 ? 3 : 1;
   psimplex_choosepricing(s);

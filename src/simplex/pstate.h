@@ -1,13 +1,11 @@
-// The state of a primal simplex run and the pieces of its loop.
-//
-// Spaces: everything here is in the working (scaled, compressed) problem. Arrays [total] are indexed by variable of the
-// joined space, [m] by row or by basis position as told.
+// The state of a primal simplex run and the pieces of its loop. What it shares with other optimizers lies in state.h
+// and is seen here under the same names.
 //
 // Who spoils what: a pivot spoils nothing that is maintained (x, d, weights, factor), each carries its rounding; a
 // refactorisation makes x and d fresh. Changing working bounds spoils x, changing the phase spoils d.
 #pragma once
 
-#include "simplex/usimplex.h"
+#include "simplex/state.h"
 
 namespace tvn {
 
@@ -24,43 +22,41 @@ struct price_result {
   double d = 0;   // its reduced cost
 };
 
-enum class loop_state : int32_t { go_on, recompute, finished };
-
 struct primal_state {
-  primal_state(sysenv& s, simplex_watch& wt, simplex_work& w)
-      : sys(s), watch(wt), param(wt.param), info(wt.info), progress(wt.progress), work(w) {}
+  explicit primal_state(simplex_state& b) : base(b) {}
 
-  sysenv& sys;
-  simplex_watch& watch;
-  const simplex_param& param;
-  simplex_info& info;
-  const simplex_progress& progress;
-  simplex_work& work; // its active parts follow the basis; all else is only read
-  simplex_fac fac;
+  simplex_state& base;
+  sysenv& sys = base.sys;
+  simplex_watch& watch = base.watch;
+  const simplex_param& param = base.param;
+  simplex_info& info = base.info;
+  const simplex_progress& progress = base.progress;
+  simplex_work& work = base.work;
+  simplex_fac& fac = base.fac;
+  buffer<double>&x = base.x, &lo = base.lo, &up = base.up; // working bounds are wider than the problem's when perturbed
+  buffer<uint8_t>&key = base.key, &inlist = base.inlist;   // listed: d and weight are maintained; restricted: not all
+  buffer<double>&d = base.d,
+  &y = base.y;                          // reduced costs of the phase; y maintained under partial pricing, else scratch
+  buffer<int8_t>& infeas = base.infeas; // -1 below, +1 above, 0 within the working bounds
+  spvec &spike = base.spike, &colrow = base.colrow, &aq = base.aq, &unit = base.unit, &rho = base.rho, &tau = base.tau,
+        &alpha = base.alpha;
+  simplex_code& stop = base.stop;
 
-  // The point.
-  buffer<double> x;       // [total]
-  buffer<uint8_t> key;    // [total] status_key
-  buffer<double> lo, up;  // [total] working bounds, wider than the problem's when perturbed
   bool perturbed = false; // some working bound differs from the problem's
   bool allowperturb = true;
 
   // Phase one: 1 while infeasible, 2 once feasible.
   int32_t phase = 1;
-  buffer<int8_t> infeas; // [m] by position: -1 below, +1 above, 0 within the working bounds
   int32_t numinf = 0;
   double suminf = 0;
 
   // Pricing.
-  buffer<double> d;        // [total] reduced costs of the nonbasics in the cost of the phase
   buffer<double> weight;   // [total]
   buffer<uint8_t> inframe; // [total] reference framework of devex
   buffer<uint8_t> banned;  // [total] does not enter until the next reset
-  buffer<uint8_t> inlist;  // [total] d and weight are maintained; all, unless pricing is restricted
   buffer<int32_t> cand;    // nonbasics with an attractive reduced cost, unordered
   buffer<int32_t> candpos; // [total] position in cand, -1: not there
   int32_t numcand = 0, numbanned = 0;
-  buffer<double> y; // [m] by row; maintained under partial pricing, else scratch
   int32_t method = sel_devex, wanted = sel_switch;
   int32_t scanstart = 0; // partial pricing: where the next scan begins
   buffer<int32_t> plist; // partial pricing: the candidates of the last scan
@@ -71,14 +67,6 @@ struct primal_state {
   // Tolerances; they move, see the loop.
   double tolfeas = 1e-8, tolpiv = 1e-7, tols = 1e-6;
 
-  // Vectors of an iteration, empty between iterations.
-  spvec spike;  // by row: entering column after L and etas
-  spvec colrow; // by row: scratch of the forward solve
-  spvec aq;     // by position: B^-1 a_q
-  spvec unit;   // by position: right-hand side of backward solves
-  spvec rho;    // by row: row of the inverse, or a change of y
-  spvec tau;    // by row: B^-T aq, steepest edge only
-  spvec alpha;  // by variable: pivot row
   struct breakpoint {
     double ratio;
     int32_t position;
@@ -109,11 +97,9 @@ struct primal_state {
   int64_t setbacks = 0;
   double workprice = 0, worksolve = 0; // units of work since the last switch of pricing
   int64_t lastswitch = 0;
-  simplex_code stop = simplex_code::ok;
 };
 
-// --- set-up and recomputation (psimplex.cpp, pphase.cpp)
-void psimplex_setup(primal_state& s);
+// --- recomputation (pphase.cpp)
 void psimplex_countinf(primal_state& s);
 void psimplex_formd(primal_state& s);
 // Adds the effect of the changed infeasibility statuses (s.changed, s.delta) to d; the list is then empty.
@@ -134,8 +120,6 @@ ratio_result psimplex_stepsize(primal_state& s, int32_t q, double sigma);
 ratio_result psimplex_stepsize_phaseone(primal_state& s, int32_t q, double sigma, double slope);
 
 // --- update (pupdate.cpp)
-// alpha = rho'A over the active columns and the nonbasic logicals.
-void psimplex_formrow(primal_state& s);
 void psimplex_updateduals(primal_state& s, int32_t q, int32_t leaving, double pivot, double dq);
 void psimplex_movebasics(primal_state& s, double sigma, double step);
 
@@ -149,9 +133,7 @@ void psimplex_variablereset(primal_state& s);
 // --- audit (pcheck.cpp): stops on a breach
 void psimplex_check(primal_state& s);
 
-// --- the loop (psimplex.cpp): state ready with keys, head and x of the nonbasics set.
+// --- the loop (psimplex.cpp): the shared state ready with keys, head and x of the nonbasics set.
 void psimplex_optimize(primal_state& s);
-// Asks clock and user; true: s.stop is set and the run must end.
-bool psimplex_poll(primal_state& s);
 
 } // namespace tvn

@@ -1,4 +1,4 @@
-// Update of the primal simplex after a step: pivot row, reduced costs and weights, values of the basics.
+// Update of the primal simplex after a step: reduced costs and weights, values of the basics.
 //
 // Weights: devex (Forrest and Goldfarb 1992, reference framework), steepest edge (Goldfarb and Reid 1977) and its
 // approximation that drops the product term.
@@ -10,7 +10,6 @@ namespace tvn {
 
 namespace {
 
-constexpr double droprow = 1e-14; // entries of rho at or below this are skipped
 constexpr double maxweight = 1e20;
 
 // Norm of the entering column in the terms of the method: the weight that the entering variable should have.
@@ -27,40 +26,6 @@ double true_weight(const primal_state& s, int32_t q) {
 bool is_method(const primal_state& s, int32_t base) { return s.method == base || s.method == base + sel_restrict; }
 
 } // namespace
-
-void psimplex_formrow(primal_state& s) {
-  const simplex_work& w = s.work;
-  const double* const rho = s.rho.val.data();
-  double* const val = s.alpha.val.data();
-  int32_t* const mark = s.alpha.mark.data();
-  int32_t* const idx = s.alpha.idx.data();
-  const int32_t* const rowcol = w.rowcol.data();
-  const double* const rowval = w.rowval.data();
-  int32_t count = 0;
-  double work = 0;
-  for (int32_t p = 0; p < s.rho.count; p++) {
-    const int32_t i = s.rho.idx[p];
-    const double r = rho[i];
-    if (std::fabs(r) <= droprow) continue;
-    if (s.fac.pos[i] < 0 && s.inlist[i]) {
-      val[i] = -r;
-      idx[count++] = i;
-    }
-    const int64_t end = w.rowend[i];
-    work += static_cast<double>(end - w.rowbeg[i]);
-    for (int64_t e = w.rowbeg[i]; e < end; e++) {
-      const int32_t j = w.m + rowcol[e];
-      if (!mark[j]) {
-        mark[j] = 1;
-        idx[count++] = j;
-      }
-      val[j] += r * rowval[e];
-    }
-  }
-  for (int32_t p = 0; p < count; p++) mark[idx[p]] = 0;
-  s.alpha.count = count;
-  s.workprice += work + count;
-}
 
 void psimplex_updateduals(primal_state& s, int32_t q, int32_t leaving, double pivot, double dq) {
   const double theta = dq / pivot;

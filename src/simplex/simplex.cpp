@@ -1,10 +1,11 @@
-// The frame: working problem, start basis, optimizer, the way back, proof, and a second run where the proof fails.
+// The direct road: working problem, start basis, optimizer, the way back, proof, and a second run where the proof fails.
 //
 // Road of one run: TVN_simplex_compressproblem (free rows and fixed columns out, scaling by powers of two) -> start
 // basis (logicals, or the caller's keys repaired) -> primal simplex -> polish (x and y of the final basis solved afresh
 // with refinement) -> user space -> residuals on the user's data. Only they decide the status.
-#include "simplex/simplex.h"
+#include "simplex/frame.h"
 
+#include "simplex/dstate.h"
 #include "simplex/pstate.h"
 #include "simplex/verify.h"
 
@@ -17,65 +18,14 @@ namespace {
 constexpr int32_t scalepasses = 6;
 constexpr double tolcertificate = 1e-7; // violation of a certificate relative to its objective
 
-bool crosses(int32_t bk, double bl, double bu) { return bk == bk_ra && bl > bu; }
-
-void clear_duals(const lp_view& lp, lp_solution& sol) {
-  for (double* v : {sol.y, sol.slc, sol.suc}) std::fill_n(v, lp.numcon, 0.0);
-  for (double* v : {sol.slx, sol.sux}) std::fill_n(v, lp.numvar, 0.0);
-}
-
-void clear_solution(const lp_view& lp, lp_solution& sol) {
-  std::fill_n(sol.skc, lp.numcon, static_cast<int32_t>(sk_bas));
-  std::fill_n(sol.xc, lp.numcon, 0.0);
-  for (int32_t j = 0; j < lp.numvar; j++)
-    sol.skx[j] = has_lower(lp.bkx[j]) ? sk_low : has_upper(lp.bkx[j]) ? sk_upr : sk_supbas;
-  std::fill_n(sol.xx, lp.numvar, 0.0);
-  clear_duals(lp, sol);
-}
-
-// Crossing bounds prove infeasibility by themselves: both duals of the item are 1.
-bool crossing_bounds(const lp_view& lp, simplex_info& info, lp_solution& sol) {
-  for (int32_t i = 0; i < lp.numcon + lp.numvar; i++) {
-    const bool row = i < lp.numcon;
-    const int32_t j = row ? i : i - lp.numcon;
-    if (!(row ? crosses(lp.bkc[j], lp.blc[j], lp.buc[j]) : crosses(lp.bkx[j], lp.blx[j], lp.bux[j]))) continue;
-    clear_solution(lp, sol);
-    (row ? sol.slc : sol.slx)[j] = 1;
-    (row ? sol.suc : sol.sux)[j] = 1;
-    info.prosta = pro_prim_infeas;
-    info.solsta = sol_prim_infeas_cer;
-    return true;
-  }
-  return false;
-}
-
 // --- start basis
-
-// Key and value of a nonbasic variable: the wished side if it has one, else the bound nearer to zero.
-void rest_nonbasic(primal_state& s, int32_t j, int32_t wish) {
-  const double lo = s.lo[j], up = s.up[j];
-  const bool haslo = lo > -bound_infinity, hasup = up < bound_infinity;
-  if (!haslo && !hasup) {
-    s.key[j] = sk_supbas;
-    s.x[j] = 0;
-  } else if (s.work.is_fixed(j)) {
-    s.key[j] = sk_fix;
-    s.x[j] = lo;
-  } else if (haslo && !(wish == sk_upr && hasup) && (wish == sk_low || !hasup || std::fabs(lo) <= std::fabs(up))) {
-    s.key[j] = sk_low;
-    s.x[j] = lo;
-  } else {
-    s.key[j] = sk_upr;
-    s.x[j] = up;
-  }
-}
 
 int32_t user_key(const simplex_work& w, const lp_solution& sol, int32_t j) {
   return w.is_logical(j) ? sol.skc[w.row2user[j]] : sol.skx[w.col2user[j - w.m]];
 }
 
 // Exactly m basics from the keys: structurals first, then logicals, then logicals that were not asked for.
-void basis_from_keys(primal_state& s, const lp_solution& sol) {
+void basis_from_keys(simplex_state& s, const lp_solution& sol) {
   const simplex_work& w = s.work;
   int32_t num = 0;
   auto take = [&](int32_t j) {
@@ -93,7 +43,7 @@ void basis_from_keys(primal_state& s, const lp_solution& sol) {
   for (int32_t j = 0; j < w.m; j++) take(j);
 }
 
-void start_basis(primal_state& s, const lp_solution* keys) {
+void start_basis(simplex_state& s, const lp_solution* keys) {
   const simplex_work& w = s.work;
   if (keys)
     basis_from_keys(s, *keys);
@@ -103,14 +53,14 @@ void start_basis(primal_state& s, const lp_solution* keys) {
     if (s.fac.pos[j] >= 0)
       s.key[j] = sk_bas;
     else
-      rest_nonbasic(s, j, keys ? user_key(w, *keys, j) : sk_unk);
+      TVN_simplex_restnonbasic(s, j, keys ? user_key(w, *keys, j) : sk_unk);
   }
 }
 
 // --- the way back
 
 // Solves x and y of the final basis afresh, y with one step of refinement in long double.
-void polish(primal_state& s, buffer<double>& y, bool phaseone) {
+void polish(simplex_state& s, buffer<double>& y, bool phaseone) {
   const simplex_work& w = s.work;
   auto cost = [&](int32_t k) { return phaseone ? static_cast<double>(s.infeas[k]) : w.cost[s.fac.head[k]]; };
   for (int32_t k = 0; k < w.m; k++) s.fac.rhs[k] = cost(k);
@@ -142,7 +92,7 @@ void split_dual(double d, int32_t key, double& sl, double& su) {
     (d >= 0 ? sl : su) = std::fabs(d);
 }
 
-void export_keys_and_x(const primal_state& s, const lp_view& lp, lp_solution& sol, bool ray) {
+void export_keys_and_x(const simplex_state& s, const lp_view& lp, lp_solution& sol, bool ray) {
   const simplex_work& w = s.work;
   for (int32_t j = 0; j < lp.numvar; j++) {
     const int32_t k = w.user2col[j];
@@ -155,7 +105,7 @@ void export_keys_and_x(const primal_state& s, const lp_view& lp, lp_solution& so
 }
 
 // Activities: a nonbasic row rests on its bound, a basic one is summed.
-void export_activities(sysenv& sys, const primal_state& s, const lp_view& lp, lp_solution& sol, bool ray) {
+void export_activities(sysenv& sys, const simplex_state& s, const lp_view& lp, lp_solution& sol, bool ray) {
   buffer<long double> act(sys, lp.numcon, 0.0L);
   for (int32_t j = 0; j < lp.numvar; j++)
     for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) act[lp.sub[p]] += static_cast<long double>(lp.val[p]) * sol.xx[j];
@@ -169,7 +119,7 @@ void export_activities(sysenv& sys, const primal_state& s, const lp_view& lp, lp
   }
 }
 
-void export_duals(const primal_state& s, const lp_view& lp, const buffer<double>& y, lp_solution& sol) {
+void export_duals(const simplex_state& s, const lp_view& lp, const buffer<double>& y, lp_solution& sol) {
   const simplex_work& w = s.work;
   for (int32_t i = 0; i < lp.numcon; i++) {
     const int32_t k = w.user2row[i];
@@ -182,7 +132,7 @@ void export_duals(const primal_state& s, const lp_view& lp, const buffer<double>
 }
 
 // The certificate of phase one: signs by value, so that any dual at an infinite bound shows as a violation.
-void export_certificate(const primal_state& s, const lp_view& lp, const buffer<double>& y, lp_solution& sol) {
+void export_certificate(const simplex_state& s, const lp_view& lp, const buffer<double>& y, lp_solution& sol) {
   const simplex_work& w = s.work;
   auto split = [](double d, double& sl, double& su) {
     sl = std::max(d, 0.0);
@@ -196,10 +146,72 @@ void export_certificate(const primal_state& s, const lp_view& lp, const buffer<d
   for (int32_t j = 0; j < lp.numvar; j++) split(TVN_simplex_userreducedcost(lp, j, 0.0, sol.y), sol.slx[j], sol.sux[j]);
 }
 
-// --- verdict
+// Runs one optimizer on the state; true: the primal simplex has to finish.
+bool run_optimizer(simplex_state& s, simplex_kind kind) {
+  s.info.kind = kind;
+  s.progress(simplex_event::begin, s.info);
+  s.progress(simplex_event::begin_setup, s.info);
+  s.progress(simplex_event::end_setup, s.info);
+  bool handover = false;
+  if (kind == kind_dual) {
+    dual_state d(s);
+    dsimplex_optimize(d);
+    handover = d.handover;
+  } else {
+    primal_state p(s);
+    psimplex_optimize(p);
+  }
+  s.progress(simplex_event::end, s.info);
+  return handover;
+}
+
+void run_chain(simplex_state& s) {
+  const simplex_kind kind = TVN_simplex_chooseoptimizer(s);
+  if (s.stop != simplex_code::ok || !run_optimizer(s, kind)) return;
+  s.cold = false;
+  run_optimizer(s, kind_primal);
+}
+
+// One run on one working problem; sol holds the point in the user's space afterwards, info the optimizer's claim.
+void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+              const simplex_progress& progress, lp_solution& sol, scale_request scale, const lp_solution* keys) {
+  simplex_work work;
+  simplex_watch watch{param, info, progress};
+  if (!TVN_simplex_compressproblem(sys, lp, scale, watch, work)) {
+    if (!keys) TVN_simplex_clearsolution(lp, sol); // else what stands stays
+    info.response = watch.stop;
+    info.solsta = sol_unknown;
+    return;
+  }
+  info.numcon = work.m;
+  info.numvar = work.n;
+  simplex_state s(sys, watch, work);
+  TVN_simplex_setupstate(s);
+  start_basis(s, keys);
+  s.cold = keys == nullptr;
+  run_chain(s);
+  info.response = s.stop;
+  buffer<double> y(sys, work.m, 0.0);
+  const bool ray = info.solsta == sol_dual_infeas_cer, cert = info.solsta == sol_prim_infeas_cer;
+  const bool factored = s.fac.usable;
+  if (factored) polish(s, y, cert);
+  export_keys_and_x(s, lp, sol, ray);
+  export_activities(sys, s, lp, sol, ray);
+  if (cert)
+    export_certificate(s, lp, y, sol);
+  else if (ray)
+    TVN_simplex_clearduals(lp, sol);
+  else
+    export_duals(s, lp, y, sol);
+  TVN_lu_getlusze(s.fac.factor, info.lnz, info.unz);
+  if (factored) TVN_lu_getcond2(s.fac.factor, info.mindiag, info.maxdiag, nullptr, nullptr);
+}
+
+} // namespace
 
 // Statuses that the residuals support; false when an optimizer's claim is not among them.
-bool settle_status(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info, lp_solution& sol) {
+bool TVN_simplex_settlestatus(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                              lp_solution& sol) {
   const int32_t claim = info.solsta;
   info.prosta = pro_unknown;
   info.solsta = sol_unknown;
@@ -228,72 +240,30 @@ bool settle_status(sysenv& sys, const lp_view& lp, const simplex_param& param, s
   return claim != sol_optimal || info.solsta == sol_optimal;
 }
 
-// One run on one working problem; sol holds the point in the user's space afterwards, info the optimizer's claim.
-void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-              const simplex_progress& progress, lp_solution& sol, scale_request scale, const lp_solution* keys) {
-  simplex_work work;
-  simplex_watch watch{param, info, progress};
-  if (!TVN_simplex_compressproblem(sys, lp, scale, watch, work)) {
-    if (!keys) clear_solution(lp, sol); // else what stands stays
-    info.response = watch.stop;
-    info.solsta = sol_unknown;
-    return;
-  }
-  info.numcon = work.m;
-  info.numvar = work.n;
-  primal_state s(sys, watch, work);
-  psimplex_setup(s);
-  start_basis(s, keys);
-  progress(simplex_event::end_setup, info);
-  psimplex_optimize(s);
-  info.response = s.stop;
-  buffer<double> y(sys, work.m, 0.0);
-  const bool ray = info.solsta == sol_dual_infeas_cer, cert = info.solsta == sol_prim_infeas_cer;
-  const bool factored = s.fac.usable;
-  if (factored) polish(s, y, cert);
-  export_keys_and_x(s, lp, sol, ray);
-  export_activities(sys, s, lp, sol, ray);
-  if (cert)
-    export_certificate(s, lp, y, sol);
-  else if (ray)
-    clear_duals(lp, sol);
-  else
-    export_duals(s, lp, y, sol);
-  TVN_lu_getlusze(s.fac.factor, info.lnz, info.unz);
-  if (factored) TVN_lu_getcond2(s.fac.factor, info.mindiag, info.maxdiag, nullptr, nullptr);
-}
-
-} // namespace
-
-void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                          const simplex_progress& progress, lp_solution& sol) {
-  info.response = simplex_code::ok;
-  if (crossing_bounds(lp, info, sol)) return;
-  progress(simplex_event::begin_primal, info);
-  progress(simplex_event::begin_setup, info);
+void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                               const simplex_progress& progress, lp_solution& sol) {
   scale_request scale;
   scale.on = param.scaling != 0;
   scale.equilibrate = param.scalingmethod == 1;
   scale.passes = param.scaling == 4 ? 2 * scalepasses : scalepasses;
   run_once(sys, lp, param, info, progress, sol, scale, param.hotstart != 0 ? &sol : nullptr);
   int32_t claim = info.solsta;
-  if (settle_status(sys, lp, param, info, sol) || info.response != simplex_code::ok)
-    return static_cast<void>(progress(simplex_event::end_primal, info));
+  if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) return;
   // The claim does not hold for the user: go on from its basis with tighter tolerances, an optimum on the unscaled
   // data. An infeasibility that stays without a proof is rounding: then bounds give way to it.
   for (int32_t attempt = 0; attempt < 2; attempt++) {
     simplex_param again = param;
     again.hotstart = 6;
+    again.optimizer = kind_primal; // it takes any basis, and is a second opinion on what the dual simplex claimed
     const bool infeasible = claim == sol_prim_infeas_cer, unscaled = !infeasible && attempt == 0;
     again.acceptinfeas = infeasible && attempt == 1;
     again.tols *= infeasible ? 1e-3 : 0.1;
     if (unscaled) again.tolx *= 0.1;
     run_once(sys, lp, again, info, progress, sol, unscaled ? scale_request{} : scale, &sol);
     claim = info.solsta;
-    if (settle_status(sys, lp, param, info, sol) || info.response != simplex_code::ok) break;
+    if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) break;
     if (attempt == 1) info.response = simplex_code::numerical;
   }
-  progress(simplex_event::end_primal, info);
 }
 
 } // namespace tvn

@@ -6,39 +6,12 @@
 #pragma once
 
 #include "cpub/buffer.h"
+#include "misc/optdef.h"
+#include "prslv/prslv.h"
 
 #include <array>
 
 namespace tvn {
-
-// Infinity of bound arrays is 1e30 in magnitude.
-inline constexpr double bound_infinity = 1e30;
-
-// Bound keys and status keys; the numbers are those of the public constants.
-enum bound_key : int32_t { bk_lo = 0, bk_up = 1, bk_fx = 2, bk_fr = 3, bk_ra = 4 };
-enum status_key : int32_t { sk_unk = 0, sk_bas = 1, sk_supbas = 2, sk_low = 3, sk_upr = 4, sk_fix = 5, sk_inf = 6 };
-constexpr bool has_lower(int32_t bk) noexcept { return bk == bk_lo || bk == bk_fx || bk == bk_ra; }
-constexpr bool has_upper(int32_t bk) noexcept { return bk == bk_up || bk == bk_fx || bk == bk_ra; }
-
-// Solution and problem statuses, numbered as outside.
-enum sol_status : int32_t {
-  sol_unknown = 0,
-  sol_optimal = 1,
-  sol_prim_feas = 2,
-  sol_dual_feas = 3,
-  sol_prim_and_dual_feas = 4,
-  sol_prim_infeas_cer = 5,
-  sol_dual_infeas_cer = 6,
-  sol_near_optimal = 8,
-};
-enum pro_status : int32_t {
-  pro_unknown = 0,
-  pro_prim_and_dual_feas = 1,
-  pro_prim_feas = 2,
-  pro_dual_feas = 3,
-  pro_prim_infeas = 4,
-  pro_dual_infeas = 5,
-};
 
 enum class simplex_code : int32_t {
   ok = 0,
@@ -77,13 +50,16 @@ enum select_method : int32_t {
 struct simplex_param {
   int32_t optimizer = kind_free;
   int32_t hotstart = 0;         // 0 none, 4 start primal feasible, 5 dual feasible, 6 otherwise
+  int32_t presolve = 0;         // 0 no, 1 yes, 2 free: yes unless the run is short or the start is good
+  prslv_param prslv;            // settings of presolve
   int32_t degen = 1;            // 0 none, 1 free, 2 aggressive, 3 moderate, 4 minimum
   int32_t scaling = 1;          // 0 none, 1 free, 3 moderate, 4 aggressive
   int32_t scalingmethod = 0;    // 0 geometric, 1 geometric, then equilibrated
   bool nonsingular = true;      // repair a singular basis
   bool acceptinfeas = false;    // infeasibility within tolx of each bound is rounding of the data: go on without it
-  int32_t selection = sel_free; // of the optimizer in hand, internal numbering
-  int32_t restrictpct = 50;     // percentage of restriction of the candidate list
+  int32_t selection = sel_free; // of the primal simplex, internal numbering
+  int32_t dualselection = sel_free;
+  int32_t restrictpct = 50; // percentage of restriction of the primal candidate list
   int32_t maxiterations = 10000000;
   int32_t maxsetbacks = 200;
   int32_t refactorfreq = 0; // 0 automatic
@@ -96,16 +72,21 @@ struct simplex_param {
   double starttime = 0;     // clock reading at the start of the run
   bool usecutlow = false;   // stop once a feasible point is known below cutlow (of the minimisation)
   double cutlow = -1e30;
+  bool usecutupp = false; // stop once it is known that no point lies below cutupp
+  double cutupp = 1e30;
 };
 
 // Events handed to the progress function.
 enum class simplex_event : int32_t {
-  begin_primal,
+  begin, // of the optimizer that the record names
   begin_setup,
   end_setup,
   iteration,
-  end_primal,
+  end,
   poll,
+  begin_presolve,
+  end_presolve,
+  presolve_line, // info.line holds a line of presolve's report
 };
 
 struct simplex_counters {
@@ -120,13 +101,18 @@ struct simplex_info {
   int32_t numcon = 0, numvar = 0;        // of the working problem
   int32_t numbasics = 0, basisrank = -1; // of the start: basic keys given, rank of the first factor
   int32_t phase = 0;                     // 1 or 2
-  double sumpinf = 0;                    // of the working problem
+  simplex_kind kind = kind_primal;       // the optimizer in hand
+  double sumpinf = 0, sumdinf = 0;       // of the working problem
   double objective = 0;                  // of the working point in user units, offset included
   int32_t randomstate = 1;
   bool forcelog = false; // print the next iteration line whatever its number
   int64_t lnz = 0, unz = 0;
   double mindiag = 0, maxdiag = 0;     // magnitudes on the diagonal of U
   double primalviol = 0, dualviol = 0; // worst relative violations on the user's data, set at the end
+  prslv_stats prslv;                   // of presolve
+  const char* line = nullptr;          // with the event presolve_line
+  int32_t cleanups = 0;                // runs on the user's problem after postsolve
+  int64_t cleaniterations = 0;
 };
 
 // Nonzero stops the run: 1 is a stop by the user, 2 by a peer.
@@ -158,12 +144,6 @@ struct lp_view {
   const double* val = nullptr;
   const int32_t *bkc = nullptr, *bkx = nullptr;
   const double *blc = nullptr, *buc = nullptr, *blx = nullptr, *bux = nullptr;
-};
-
-// The user's solution arrays, of lengths numcon and numvar.
-struct lp_solution {
-  int32_t *skc = nullptr, *skx = nullptr;
-  double *xc = nullptr, *xx = nullptr, *y = nullptr, *slc = nullptr, *suc = nullptr, *slx = nullptr, *sux = nullptr;
 };
 
 // The random generator of all perturbations; its state lies in the information record, so that runs repeat exactly.

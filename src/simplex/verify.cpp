@@ -128,7 +128,10 @@ double TVN_simplex_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solu
     if (std::isnan(v)) worst = v;
   };
   long double fall = 0;
-  for (int32_t i = 0; i < lp.numcon; i++) recede(static_cast<double>(act[i]), lp.bkc[i]);
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    recede(static_cast<double>(act[i]), lp.bkc[i]);
+    fall -= cslack(lp, i) * act[i];
+  }
   for (int32_t j = 0; j < lp.numvar; j++) {
     recede(sol.xx[j], lp.bkx[j]);
     fall -= static_cast<long double>(lp.c[j]) * sol.xx[j];

@@ -1,6 +1,8 @@
 // Tables between the optimizers' small code sets and the interface.
 #include "tovan/convert.h"
 
+#include "tovan/report.h"
+
 namespace tvn {
 
 TVNrescodee TVN_oresptomrespdbg(int32_t code) noexcept {
@@ -53,6 +55,17 @@ int32_t TVN_convertsolsta(int32_t solsta) noexcept {
   case 13: return solsta;
   case 7: return TVN_SOL_STA_INTEGER_OPTIMAL;
   default: return TVN_SOL_STA_UNKNOWN;
+  }
+}
+
+int32_t TVN_convertmprosta(int32_t prosta) noexcept { return prosta; }
+
+int32_t TVN_convertmsolsta(task& t, int32_t solsta) {
+  switch (solsta) {
+  case TVN_SOL_STA_INTEGER_OPTIMAL: return 7;
+  case TVN_SOL_STA_NEAR_INTEGER_OPTIMAL: return 14;
+  case 7: TVN_stoptask(t, "src/tovan/convert", __LINE__, " Unhandled solsta: %d\n", solsta); return TVN_SOL_STA_UNKNOWN;
+  default: return solsta;
   }
 }
 

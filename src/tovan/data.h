@@ -55,6 +55,8 @@ TVNrescodee sprmat_result(task& t, sprmat_code code);
 TVNrescodee TVN_putavecintern(task& t, int32_t accmode, int32_t i, int64_t nzi, const int32_t* subi, const double* vali,
                               const char* argname, int64_t argbase, int64_t& numtiny);
 TVNrescodee put_avec(task& t, int32_t accmode, int32_t i, int64_t nzi, const int32_t* subi, const double* vali);
+// Column j by distinct rows in range: needs no dense scratch. sub and val [n].
+TVNrescodee put_column(task& t, int32_t j, int32_t n, const int32_t* sub, const double* val);
 TVNrescodee put_aij(task& t, int32_t i, int32_t j, double aij);
 void TVN_commitachanges(task& t);
 // Lends A by columns to an optimizer, with room for extracols more; nothing may change A until TVN_putadbg.
@@ -71,6 +73,13 @@ bool has_qcon(const problem& p) noexcept;
 int64_t num_qcon_terms(const problem& p, int32_t k) noexcept;
 void TVN_chgqnz(task& t, int64_t target); // the pool packed into `target` entries, 0: none
 void free_qterms(problem& p) noexcept;
+struct qterm {
+  int32_t i, j; // i >= j
+  double val;
+};
+// Replaces the terms of the objective (k is -1) or of constraint k. Sorts the list and sums duplicates in place, so
+// that a large one needs no second copy. Indices are in range.
+TVNrescodee put_terms(task& t, int32_t k, vec<qterm>& terms);
 
 // Cones.
 TVNrescodee TVN_checkcone(task& t, int32_t firstindex, int32_t k, int32_t conetype, int32_t nummem,
@@ -80,8 +89,7 @@ void TVN_core_removecones(task& t, int32_t num, const int32_t* sub);
 int32_t least_members(int32_t conetype) noexcept; // -1: no such type
 
 // Whole problems.
-int32_t problem_type(const problem& p) noexcept; // TVN_PROBTYPE_*
-int32_t problem_type(const task& t) noexcept;
+int32_t problem_type(const task& t) noexcept; // TVN_PROBTYPE_*
 TVNrescodee TVN_checkdata(task& t);
 
 } // namespace tvn

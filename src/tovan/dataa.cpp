@@ -179,6 +179,20 @@ TVNrescodee put_avec(task& t, int32_t accmode, int32_t i, int64_t nzi, const int
   return code;
 }
 
+TVNrescodee put_column(task& t, int32_t j, int32_t n, const int32_t* sub, const double* val) {
+  const double tiny = t.params.dval[TVN_DPAR_DATA_TOL_AIJ];
+  int64_t numtiny = 0;
+  for (int32_t k = 0; k < n; k++) {
+    if (const TVNrescodee code = check_aij(t, sub[k], j, val[k])) return code;
+    numtiny += std::fabs(val[k]) <= tiny;
+  }
+  const int64_t before = get_a(t).maxsize;
+  TVN_updsolstafterachg(t, j);
+  TVN_sprmat_putcolj(t.prob.a, j, n, sub, val, tiny);
+  log_a_capacity(t, before);
+  return warn_tiny(t, TVN_ACC_VAR, j, numtiny);
+}
+
 TVNrescodee put_aij(task& t, int32_t i, int32_t j, double aij) {
   if (const TVNrescodee code = TVN_checkindexdbg(label, __LINE__, "", t, "i", TVN_PI_CON, i)) return code;
   if (const TVNrescodee code = TVN_checkindexdbg(label, __LINE__, "", t, "j", TVN_PI_VAR, j)) return code;

@@ -124,8 +124,7 @@ TVNrescodee append_cone(task& t, int32_t conetype, double conepar, int32_t numme
       return code;
   if (p.cone.surplus < nummem) pack_pool(t, -1);
   store_cone(t, k, conetype, conepar, nummem, submem);
-  TVN_deletenamemap(t.names, TVN_PI_CONE);
-  t.names.offset[TVN_PI_CONE][k] = 0;
+  t.names.offset[TVN_PI_CONE][k] = 0; // a map of names stands: what has no name is in none
   if (int32_t* skn = TVN_getsolptrs(t, TVN_SOL_ITR).skn) skn[k] = TVN_SK_UNK;
   p.numcone++;
   TVN_makestatusunknown(t);

@@ -66,6 +66,18 @@ void room_at_tail(task& t, qregion gone, int64_t n) {
   empty.packed = true;
 }
 
+// Sums neighbours with the same place; returns the number left.
+template <class Entry, class Same> int64_t sum_neighbours(Entry* e, int64_t n, Same same) noexcept {
+  int64_t kept = 0;
+  for (int64_t p = 0; p < n; p++) {
+    if (kept > 0 && same(e[kept - 1], e[p]))
+      e[kept - 1].val += e[p].val;
+    else
+      e[kept++] = e[p];
+  }
+  return kept;
+}
+
 // Sorts by constraint, column and row and sums duplicates; returns the number left.
 int64_t merge_entries(buffer<qentry>& e, int64_t n) noexcept {
   std::sort(e.begin(), e.begin() + n, [](const qentry& a, const qentry& b) {
@@ -73,14 +85,8 @@ int64_t merge_entries(buffer<qentry>& e, int64_t n) noexcept {
     if (a.j != b.j) return a.j < b.j;
     return a.i != b.i ? a.i < b.i : a.order < b.order;
   });
-  int64_t kept = 0;
-  for (int64_t p = 0; p < n; p++) {
-    if (kept > 0 && e[kept - 1].k == e[p].k && e[kept - 1].i == e[p].i && e[kept - 1].j == e[p].j)
-      e[kept - 1].val += e[p].val;
-    else
-      e[kept++] = e[p];
-  }
-  return kept;
+  return sum_neighbours(e.data(), n,
+                        [](const qentry& a, const qentry& b) { return a.k == b.k && a.i == b.i && a.j == b.j; });
 }
 
 // The entries that are large enough to keep, merged.
@@ -94,7 +100,7 @@ int64_t collect_entries(task& t, int64_t n, const int32_t* subk, const int32_t* 
   return merge_entries(e, kept);
 }
 
-void write_entries(qterms& q, int64_t at, const qentry* e, int64_t n) noexcept {
+template <class Entry> void write_entries(qterms& q, int64_t at, const Entry* e, int64_t n) noexcept {
   for (int64_t p = 0; p < n; p++) {
     q.subi[at + p] = e[p].i;
     q.subj[at + p] = e[p].j;
@@ -103,7 +109,7 @@ void write_entries(qterms& q, int64_t at, const qentry* e, int64_t n) noexcept {
 }
 
 // Replaces a region.
-void store_region(task& t, qregion r, const qentry* e, int64_t n) {
+template <class Entry> void store_region(task& t, qregion r, const Entry* e, int64_t n) {
   qterms& q = t.prob.q;
   if (n > *r.end - *r.begin) {
     room_at_tail(t, r, n);
@@ -358,6 +364,24 @@ void TVN_chgqnz(task& t, int64_t target) {
   q.val.swap(val);
   q.maxnumqnz = target;
   q.numqnzfree = target - to;
+}
+
+TVNrescodee put_terms(task& t, int32_t k, vec<qterm>& terms) {
+  for (int64_t p = 0; p < terms.size(); p++) {
+    if (std::isfinite(terms[p].val)) continue;
+    const TVNrescodee code = k < 0 ? TVN_RES_ERR_INV_QOBJ_VAL : TVN_RES_ERR_INV_QCON_VAL;
+    return report(t, label, __LINE__, code, terms[p].val, static_cast<int32_t>(p));
+  }
+  std::sort(terms.begin(), terms.end(),
+            [](const qterm& a, const qterm& b) { return a.j != b.j ? a.j < b.j : a.i < b.i; });
+  terms.resize(sum_neighbours(terms.data(), terms.size(),
+                              [](const qterm& a, const qterm& b) { return a.i == b.i && a.j == b.j; }));
+  if (k >= 0) make_con_regions(t);
+  qterms& q = t.prob.q;
+  store_region(t, k < 0 ? qregion{&q.objbegin, &q.objend} : qregion{&q.conbegin[k], &q.conend[k]}, terms.data(),
+               terms.size());
+  TVN_makestatusunknown(t);
+  return TVN_RES_OK;
 }
 
 TVNrescodee put_maxnumqnz(task& t, int64_t n) {

@@ -1,10 +1,11 @@
 // Removing variables and constraints, and permuting constraints.
 //
-// An index map (new place, or -1) drives every array of the side. What needs memory is done first: the work arrays and
-// A; the rest cannot fail, so a task is never left half changed.
+// An index map (new place, or -1) drives every array of the side from the first index that changes on. What needs
+// memory is done first: the work arrays and A; the rest cannot fail, so a task is never left half changed.
 #include "tovan/api.h"
 #include "tovan/data.h"
 #include "tovan/names.h"
+#include "tovan/nlfunc.h"
 #include "tovan/scratch.h"
 #include "tovan/sol.h"
 
@@ -14,30 +15,33 @@ namespace {
 
 const char label[] = "src/tovan/dataremove";
 
-// A map of one side with the work arrays that its users need.
+// A map of one side from the first index that changes on, with the work arrays that its users need.
 struct side_map {
-  scratch<int32_t> to;       // [count] new place, -1: goes
-  scratch<int32_t> keywork;  // [count]
-  scratch<double> work;      // [count]
-  scratch<int64_t> longwork; // [count]
-  int32_t count = 0, newcount = 0;
+  int32_t first, count, newcount;
+  scratch<int32_t> to;       // [count - first] new place, -1: goes
+  scratch<int32_t> keywork;  // likewise
+  scratch<double> work;      // likewise
+  scratch<int64_t> longwork; // likewise
 
-  side_map(scratch_pool& pool, int32_t n)
-      : to(pool, n, false), keywork(pool, n, false), work(pool, n, false), longwork(pool, n, false), count(n) {}
+  side_map(scratch_pool& pool, int32_t first_, int32_t n)
+      : first(first_), count(n), newcount(first_), to(pool, n - first, false), keywork(pool, n - first, false),
+        work(pool, n - first, false), longwork(pool, n - first, false) {}
+  int32_t at(int32_t i) noexcept { return i < first ? i : to[i - first]; }
 };
 
 template <class T> void remap(buffer<T>& values, side_map& m, scratch<T>& work) noexcept {
   if (values.empty()) return;
-  std::copy_n(values.data(), m.count, work.data());
-  for (int32_t i = 0; i < m.count; i++)
-    if (m.to[i] >= 0) values[m.to[i]] = work[i];
+  const int32_t n = m.count - m.first;
+  std::copy_n(values.data() + m.first, n, work.data());
+  for (int32_t k = 0; k < n; k++)
+    if (m.to[k] >= 0) values[m.to[k]] = work[k];
 }
 
 void list_to_map(side_map& m, int32_t num, const int32_t* sub) noexcept {
-  std::fill_n(m.to.data(), m.count, 0);
-  for (int32_t k = 0; k < num; k++) m.to[sub[k]] = -1;
-  for (int32_t i = 0; i < m.count; i++)
-    if (m.to[i] == 0) m.to[i] = m.newcount++;
+  std::fill_n(m.to.data(), m.count - m.first, 0);
+  for (int32_t k = 0; k < num; k++) m.to[sub[k] - m.first] = -1;
+  for (int32_t k = 0; k < m.count - m.first; k++)
+    if (m.to[k] == 0) m.to[k] = m.newcount++;
 }
 
 // A cone must keep the members that its kind needs at its head.
@@ -61,7 +65,7 @@ void renumber_cones(problem& p, side_map& m) noexcept {
   for (int32_t k = 0; k < p.numcone; k++) {
     int32_t to = p.cone.begin[k];
     for (int32_t q = p.cone.begin[k]; q < p.cone.end[k]; q++) {
-      const int32_t j = m.to[p.cone.members[q]];
+      const int32_t j = m.at(p.cone.members[q]);
       if (j >= 0) p.cone.members[to++] = j;
     }
     p.cone.end[k] = to;
@@ -72,7 +76,7 @@ void renumber_cones(problem& p, side_map& m) noexcept {
 void renumber_terms(qterms& q, side_map& m, int64_t begin, int64_t& end) noexcept {
   int64_t to = begin;
   for (int64_t p = begin; p < end; p++) {
-    const int32_t i = m.to[q.subi[p]], j = m.to[q.subj[p]];
+    const int32_t i = m.at(q.subi[p]), j = m.at(q.subj[p]);
     if (i < 0 || j < 0) continue;
     q.subi[to] = std::max(i, j);
     q.subj[to] = std::min(i, j);
@@ -84,7 +88,7 @@ void renumber_terms(qterms& q, side_map& m, int64_t begin, int64_t& end) noexcep
 void renumber_variables(task& t, side_map& m) noexcept {
   problem& p = t.prob;
   if (!p.vartype.empty())
-    for (int32_t j = 0; j < m.count; j++) p.numintvar -= m.to[j] < 0 && p.vartype[j] == TVN_VAR_TYPE_INT;
+    for (int32_t j = m.first; j < m.count; j++) p.numintvar -= m.at(j) < 0 && p.vartype[j] == TVN_VAR_TYPE_INT;
   remap(p.c, m, m.work);
   remap(p.bkx, m, m.keywork);
   remap(p.blx, m, m.work);
@@ -112,8 +116,9 @@ void renumber_constraints(task& t, side_map& m) noexcept {
 
 // Everything but A.
 void renumber(task& t, int32_t accmode, side_map& m) noexcept {
-  remap_solutions(t, accmode, m.count, m.to.data(), m.work.data(), m.keywork.data());
-  TVN_permuteandremovenames(t, accmode, m.count, m.to.data(), m.longwork.data());
+  const int32_t n = m.count - m.first;
+  remap_solutions(t, accmode, m.first, n, m.to.data(), m.work.data(), m.keywork.data());
+  TVN_permuteandremovenames(t, accmode, m.first, n, m.to.data(), m.longwork.data());
   if (accmode == TVN_ACC_CON)
     renumber_constraints(t, m);
   else
@@ -135,7 +140,7 @@ TVNrescodee remove_items(task& t, int32_t accmode, int32_t num, const int32_t* s
   if (const TVNrescodee code = TVN_checkindicies(t, "sub", 0, count, num, sub)) return code;
   if (!con)
     if (const TVNrescodee code = check_cone_heads(t, num, sub)) return code;
-  side_map m(t.buffers, count);
+  side_map m(t.buffers, *std::min_element(sub, sub + num), count);
   list_to_map(m, num, sub);
   if (p.a.made()) {
     if (con)
@@ -175,9 +180,10 @@ TVNrescodee check_permutation(task& t, int32_t n, const int32_t* perm) {
 TVNrescodee permute_and_remove(task& t, int32_t accmode, int32_t newnum, const int32_t* perm) {
   problem& p = t.prob;
   TVN_asserttaskdbg(label, __LINE__, t, accmode == TVN_ACC_CON);
+  if (has_nlfunc(t)) return report(t, label, __LINE__, TVN_RES_ERR_CANNOT_HANDLE_NL);
   if (const TVNrescodee code = check_arrays(t, label, __LINE__, p.numcon, {{perm, "perm"}})) return code;
   if (const TVNrescodee code = check_permutation(t, p.numcon, perm)) return code;
-  side_map m(t.buffers, p.numcon);
+  side_map m(t.buffers, 0, p.numcon);
   m.newcount = std::min(std::max(newnum, 0), p.numcon);
   for (int32_t i = 0; i < p.numcon; i++) m.to[i] = perm[i] < m.newcount ? perm[i] : -1;
   if (p.a.made()) TVN_sprmat_permuteandremoverows(p.a, m.newcount, perm);

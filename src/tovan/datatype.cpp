@@ -2,6 +2,7 @@
 #include "tovan/api.h"
 #include "tovan/data.h"
 #include "tovan/names.h"
+#include "tovan/nlfunc.h"
 
 namespace tvn {
 
@@ -48,14 +49,14 @@ TVNrescodee get_value(task& t, const buffer<int32_t>& from, int32_t j, int32_t* 
 
 } // namespace
 
-int32_t problem_type(const problem& p) noexcept {
-  const bool nonlinear = has_qobj(p) || has_qcon(p);
-  if (p.numcone > 0) return nonlinear ? TVN_PROBTYPE_MIXED : TVN_PROBTYPE_CONIC;
-  if (has_qcon(p)) return TVN_PROBTYPE_QCQO;
-  return has_qobj(p) ? TVN_PROBTYPE_QO : TVN_PROBTYPE_LO;
+int32_t problem_type(const task& t) noexcept {
+  const problem& p = t.prob;
+  const bool nonlinear = has_nlfunc(t), qcon = has_qcon(p), qobj = has_qobj(p);
+  if (p.numcone > 0) return nonlinear || qcon || qobj ? TVN_PROBTYPE_MIXED : TVN_PROBTYPE_CONIC;
+  if (nonlinear) return TVN_PROBTYPE_GECO;
+  if (qcon) return TVN_PROBTYPE_QCQO;
+  return qobj ? TVN_PROBTYPE_QO : TVN_PROBTYPE_LO;
 }
-
-int32_t problem_type(const task& t) noexcept { return problem_type(t.prob); }
 
 } // namespace tvn
 
@@ -106,7 +107,7 @@ TVNrescodee TVN_getvarbranchdir(TVNtask_t task, int32_t j, int32_t* direction) {
 
 TVNrescodee TVN_getprobtype(TVNtask_t task, int32_t* probtype) {
   return api(task, [&](tvn::task& t) {
-    if (probtype) *probtype = problem_type(t.prob);
+    if (probtype) *probtype = problem_type(t);
     return TVN_RES_OK;
   });
 }

@@ -73,21 +73,25 @@ void put_number(mps_writer& w, double value) {
 
 // ---- names ----
 
-// A name that a reader could not take apart: empty, with a line end or a tab, or with quotes where they have a meaning.
+// Without line ends, tabs and the like, which would end a line or a field.
+bool is_printable(std::string_view name) noexcept {
+  return std::none_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; });
+}
+
+// False for a name that no reader could take apart: empty, a keyword, or with quotes where they have a meaning.
 bool is_writable(const mps_writer& w, std::string_view name) noexcept {
-  if (name.empty() || name == "'MARKER'") return false;
-  for (const char c : name)
-    if (static_cast<unsigned char>(c) < ' ') return false;
+  if (name.empty() || name == "'MARKER'" || !is_printable(name)) return false;
   if (!w.quoted) return true;
   const bool blank = name.find(' ') != std::string_view::npos, quote = name.find('"') != std::string_view::npos;
   return name[0] != '"' && !(blank && quote);
 }
 
+void refuse_name(mps_writer& w, const char* name) {
+  if (w.code == TVN_RES_OK) w.code = report(w.t, label, __LINE__, TVN_RES_ERR_WRITE_MPS_INVALID_NAME, name);
+}
+
 void put_text_name(mps_writer& w, const char* name, size_t width) {
-  if (!is_writable(w, name)) {
-    if (w.code == TVN_RES_OK) w.code = report(w.t, label, __LINE__, TVN_RES_ERR_WRITE_MPS_INVALID_NAME, name);
-    return;
-  }
+  if (!is_writable(w, name)) return refuse_name(w, name);
   if (!w.quoted || !TVN_getwritename(name, " ")) return put_padded(w, name, width);
   put(w, "\"");
   put(w, name);
@@ -115,7 +119,10 @@ void put_objective(mps_writer& w, size_t width = 8) {
 void write_head(mps_writer& w) {
   if (!w.generic && !w.t.taskname.empty()) {
     put(w, "NAME           ");
-    put(w, w.t.taskname.view());
+    if (is_printable(w.t.taskname.view()))
+      put(w, w.t.taskname.view());
+    else
+      refuse_name(w, w.t.taskname.c_str());
     put(w, "\n");
   } else {
     put(w, "NAME\n");
@@ -162,7 +169,7 @@ void write_columns(mps_writer& w) {
     put(w, "  ");
     put_number(w, p.c[j]);
     put(w, "\n");
-    for (int64_t q = a.ptrb[j]; q < a.ptre[j]; q++) {
+    for (int64_t q = a.ptrb[j]; q < a.ptre[j] && is_going(w); q++) {
       if (!is_written(w, a.sub[q])) continue;
       put(w, "    ");
       put_item(w, TVN_PI_VAR, j);
@@ -255,33 +262,39 @@ void write_bounds(mps_writer& w) {
   }
 }
 
-void q_line(mps_writer& w, int32_t i, int32_t j, double value) {
-  put(w, "    ");
-  put_item(w, TVN_PI_VAR, i);
-  put(w, "  ");
-  put_item(w, TVN_PI_VAR, j);
-  put(w, "  ");
-  put_number(w, value);
-  put(w, "\n");
-}
+struct q_entry {
+  int32_t col, row;
+  double val;
+};
 
-// The terms [begin, end) of the pool as a full matrix.
+// The terms [begin, end) of the pool as a full matrix, column by column.
 void write_qsection(mps_writer& w, int32_t row, int64_t begin, int64_t end) {
   if (begin >= end) return;
   const qterms& q = w.t.prob.q;
+  vec<q_entry> full(*w.t.sys);
+  full.reserve(2 * (end - begin));
+  for (int64_t k = begin; k < end; k++) {
+    const bool diagonal = q.subi[k] == q.subj[k];
+    full.push_back({q.subj[k], q.subi[k], diagonal ? q.val[k] : 0.5 * q.val[k]});
+    if (!diagonal) full.push_back({q.subi[k], q.subj[k], 0.5 * q.val[k]});
+  }
+  std::sort(full.begin(), full.end(),
+            [](const q_entry& x, const q_entry& y) { return x.col != y.col ? x.col < y.col : x.row < y.row; });
   put(w, "QSECTION      ");
   if (row < 0)
     put_objective(w, 0);
   else
     put_item(w, TVN_PI_CON, row);
   put(w, "\n");
-  for (int64_t k = begin; k < end && is_going(w); k++) {
-    if (q.subi[k] == q.subj[k]) {
-      q_line(w, q.subi[k], q.subj[k], q.val[k]);
-      continue;
-    }
-    q_line(w, q.subi[k], q.subj[k], 0.5 * q.val[k]);
-    q_line(w, q.subj[k], q.subi[k], 0.5 * q.val[k]);
+  for (const q_entry& e : full) {
+    if (!is_going(w)) return;
+    put(w, "    ");
+    put_item(w, TVN_PI_VAR, e.col);
+    put(w, "  ");
+    put_item(w, TVN_PI_VAR, e.row);
+    put(w, "  ");
+    put_number(w, e.val);
+    put(w, "\n");
   }
 }
 

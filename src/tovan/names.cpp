@@ -81,7 +81,8 @@ void store_name(namestore& n, int64_t& offset, const char* name, int64_t len) no
     offset = n.poolsize - n.poolfree;
     n.poolfree -= len + 1;
   }
-  std::memcpy(n.pool.data() + offset, name, static_cast<size_t>(len) + 1);
+  std::memcpy(n.pool.data() + offset, name, static_cast<size_t>(len));
+  n.pool[offset + len] = '\0';
 }
 
 TVNrescodee check_item(task& t, int32_t item, int32_t i) {
@@ -196,6 +197,13 @@ TVNrescodee put_name(task& t, int32_t item, int32_t i, const char* name) {
   return TVN_RES_OK;
 }
 
+void append_name(task& t, int32_t item, int32_t i, std::string_view name) {
+  const auto len = static_cast<int64_t>(name.size());
+  room_for_name(t, item, i, len);
+  TVN_deletenamemap(t.names, item);
+  store_name(t.names, offset_of(t, item, i), name.data(), len);
+}
+
 TVNrescodee put_objname(task& t, const char* name) {
   if (!name) return report(t, label, __LINE__, TVN_RES_ERR_NAME_IS_NULL);
   const int64_t len = text_length(name);
@@ -219,10 +227,11 @@ void TVN_swapname(task& t, int32_t item, int32_t i, int32_t k) noexcept {
   std::swap(offset[i], offset[k]);
 }
 
-void TVN_permuteandremovenames(task& t, int32_t item, int32_t count, const int32_t* map, int64_t* work) noexcept {
+void TVN_permuteandremovenames(task& t, int32_t item, int32_t first, int32_t count, const int32_t* map,
+                               int64_t* work) noexcept {
   buffer<int64_t>& offset = t.names.offset[static_cast<size_t>(item)];
   TVN_deletenamemap(t.names, item);
-  std::copy_n(offset.data(), count, work);
+  if (count > 0) std::copy_n(offset.data() + first, count, work);
   for (int32_t i = 0; i < count; i++)
     if (map[i] >= 0) offset[map[i]] = work[i];
 }

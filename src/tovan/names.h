@@ -37,6 +37,8 @@ const char* item_name(const TVNtask& t, int32_t item, int32_t i) noexcept;
 const char* objective_name(const TVNtask& t) noexcept;
 
 TVNrescodee put_name(TVNtask& t, int32_t item, int32_t i, const char* name);
+// Names an item that has none. The name is known to be no other's of its kind, so no map is made to look it up.
+void append_name(TVNtask& t, int32_t item, int32_t i, std::string_view name);
 TVNrescodee put_objname(TVNtask& t, const char* name);
 // Index by name, or -1.
 int32_t find_name(TVNtask& t, int32_t item, const char* name);
@@ -48,8 +50,9 @@ void TVN_deletenamemap(namestore& names, int32_t item) noexcept;
 void TVN_chgnamespc(TVNtask& t, int64_t need);
 // Two items of a kind change names; the map of the kind is dropped.
 void TVN_swapname(TVNtask& t, int32_t item, int32_t i, int32_t k) noexcept;
-// Item i becomes item map[i], -1: its name goes; `count` is the number of items before. work: [count].
-void TVN_permuteandremovenames(TVNtask& t, int32_t item, int32_t count, const int32_t* map, int64_t* work) noexcept;
+// Item first + k becomes item map[k], -1: its name goes, for the last `count` items; work: [count].
+void TVN_permuteandremovenames(TVNtask& t, int32_t item, int32_t first, int32_t count, const int32_t* map,
+                               int64_t* work) noexcept;
 
 // Writes "x%d", "c%d" or "k%d" with the index plus TVN_IPAR_WRITE_GENERIC_NAMES_IO when generic is set, else the name.
 // The length is told even when maxlen is too small for it.

@@ -42,6 +42,9 @@ TVNrescodee TVN_inittaskbeforeoptimize(task& t) {
   info.intg[TVN_IINF_OPT_NUMCON] = t.prob.numcon;
   info.intg[TVN_IINF_OPT_NUMVAR] = t.prob.numvar;
   info.lint.fill(0);
+  info.private_dou.fill(0);
+  info.private_intg.fill(0);
+  info.private_lint.fill(0);
   for (const int32_t item :
        {TVN_DINF_BI_CLEAN_DUAL_TIME, TVN_DINF_BI_CLEAN_PRIMAL_DUAL_TIME, TVN_DINF_BI_CLEAN_PRIMAL_TIME,
         TVN_DINF_BI_CLEAN_TIME, TVN_DINF_BI_DUAL_TIME, TVN_DINF_BI_PRIMAL_TIME, TVN_DINF_BI_TIME, TVN_DINF_INTPNT_TIME,
@@ -53,23 +56,61 @@ TVNrescodee TVN_inittaskbeforeoptimize(task& t) {
   return t.params.ival[TVN_IPAR_AUTO_SORT_A_BEFORE_OPT] ? sort_columns(t) : TVN_RES_OK;
 }
 
+namespace {
+
+// A road that ends before its optimizer: the code that says the choice does not work, and why.
+TVNrescodee missing_optimizer(task& t, const char* name) {
+  const TVNrescodee code = report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, t.params.ival[TVN_IPAR_OPTIMIZER]);
+  echo(t, TVN_STREAM_ERR, "This version of the library has no %s.\n", name);
+  return code;
+}
+
+// A choice that cannot take problems of this type.
+TVNrescodee wrong_optimizer(task& t) {
+  return report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, t.params.ival[TVN_IPAR_OPTIMIZER]);
+}
+
+TVNrescodee TVN_conicoptimizer(task& t) {
+  const int32_t type = problem_type(t);
+  if (type != TVN_PROBTYPE_CONIC && type != TVN_PROBTYPE_LO) return wrong_optimizer(t);
+  return missing_optimizer(t, "conic optimizer");
+}
+
+} // namespace
+
 TVNrescodee TVN_contoptimizer(task& t) {
   const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER], type = problem_type(t);
-  const bool free_linear = optimizer == TVN_OPTIMIZER_FREE && type == TVN_PROBTYPE_LO;
-  if (!is_simplex(optimizer) && !free_linear) return report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, optimizer);
-  if (type != TVN_PROBTYPE_LO) return report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, optimizer);
-  if (free_linear && is_logged(t, TVN_IPAR_LOG_OPTIMIZER))
+  if (optimizer == TVN_OPTIMIZER_CONIC || (optimizer == TVN_OPTIMIZER_FREE && t.prob.numcone > 0))
+    return TVN_conicoptimizer(t);
+  if (is_simplex(optimizer)) return type == TVN_PROBTYPE_LO ? TVN_simplexoptimizer(t) : wrong_optimizer(t);
+  if (type == TVN_PROBTYPE_MIXED) return report(t, label, __LINE__, TVN_RES_ERR_MIXED_PROBLEM);
+  if (type == TVN_PROBTYPE_CONIC) return wrong_optimizer(t);
+  if (optimizer == TVN_OPTIMIZER_QCONE && type != TVN_PROBTYPE_GECO)
+    return missing_optimizer(t, "direct optimizer for quadratic problems");
+  if (optimizer != TVN_OPTIMIZER_FREE || type != TVN_PROBTYPE_LO)
+    return missing_optimizer(t, "interior-point optimizer");
+  if (is_logged(t, TVN_IPAR_LOG_OPTIMIZER))
     echo(t, TVN_STREAM_MSG, "The linear problem is solved by the simplex optimizer.\n");
   return TVN_simplexoptimizer(t);
 }
 
 namespace {
 
+TVNrescodee TVN_globaloptimizer(task& t) { return report(t, label, __LINE__, TVN_RES_ERR_MIO_NO_OPTIMIZER); }
+
+bool wants_reformulation(const task& t) {
+  const int32_t type = problem_type(t);
+  return (type == TVN_PROBTYPE_QO || type == TVN_PROBTYPE_QCQO) &&
+         (t.params.ival[TVN_IPAR_OPTIMIZER] == TVN_OPTIMIZER_CONIC ||
+          t.params.ival[TVN_IPAR_QO_SEPARABLE_REFORMULATION] == TVN_ON);
+}
+
 TVNrescodee run_road(task& t) {
   const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER];
-  if (optimizer == TVN_OPTIMIZER_CONCURRENT) return report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, optimizer);
+  if (optimizer == TVN_OPTIMIZER_CONCURRENT) return missing_optimizer(t, "concurrent optimizer");
   const bool integer = t.prob.numintvar > 0 && t.params.ival[TVN_IPAR_MIO_MODE] != TVN_MIO_MODE_IGNORED;
-  if (integer || optimizer == TVN_OPTIMIZER_NONCONVEX) return report(t, label, __LINE__, TVN_RES_ERR_MIO_NO_OPTIMIZER);
+  if (integer || optimizer == TVN_OPTIMIZER_NONCONVEX) return TVN_globaloptimizer(t);
+  if (wants_reformulation(t)) return missing_optimizer(t, "reformulation of quadratic problems");
   return TVN_contoptimizer(t);
 }
 

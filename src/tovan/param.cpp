@@ -30,39 +30,47 @@ TVNrescodee bad_index(task& t, int32_t param, const char* kind) noexcept {
   return report(t, label, __LINE__, TVN_RES_ERR_PARAM_INDEX, param, kind);
 }
 
-// The value broke its rule: says on which side.
-TVNrescodee bad_value(task& t, const char* value, const char* name, bool toosmall) noexcept {
-  return report(t, label, __LINE__, toosmall ? TVN_RES_ERR_PARAM_IS_TOO_SMALL : TVN_RES_ERR_PARAM_IS_TOO_LARGE, value,
-                name);
+// The values of one family of numbers in a task, with their rules.
+template <class T> struct number_family {
+  int32_t count;
+  T* values;
+  const int32_t* kind;
+  const T *min, *max;
+  const param_name* name;
+  const char *word, *format;
+};
+
+number_family<int32_t> integers(task& t) noexcept {
+  const param_tables& p = t.env->params;
+  return {num_iparam,    t.params.ival.data(), p.ikind.data(), p.imin.data(),
+          p.imax.data(), p.iname.data(),       "integer",      "%d"};
 }
 
-bool tests_minimum(int32_t kind) noexcept { return static_cast<param_kind>(kind) != param_kind::at_most; }
-
-TVNrescodee put_integer(task& t, int32_t param, int32_t value) noexcept {
-  if (!is_index(param, num_iparam)) return bad_index(t, param, "integer");
-  const auto k = static_cast<size_t>(param);
-  if (t.params.ival[k] == value) return TVN_RES_OK;
-  if (!TVNP_validateintparam(t, param, value)) {
-    const param_tables& tables = t.env->params;
-    char text[16];
-    std::snprintf(text, sizeof text, "%d", value);
-    return bad_value(t, text, tables.iname[k].data(), tests_minimum(tables.ikind[k]) && value < tables.imin[k]);
-  }
-  t.params.ival[k] = value;
-  return TVN_RES_OK;
+number_family<double> doubles(task& t) noexcept {
+  const param_tables& p = t.env->params;
+  return {num_dparam,    t.params.dval.data(), p.dkind.data(), p.dmin.data(),
+          p.dmax.data(), p.dname.data(),       "double",       "%g"};
 }
 
-TVNrescodee put_double(task& t, int32_t param, double value) noexcept {
-  if (!is_index(param, num_dparam)) return bad_index(t, param, "double");
-  const auto k = static_cast<size_t>(param);
-  if (t.params.dval[k] == value) return TVN_RES_OK;
-  if (!TVNP_validatedouparam(t, param, value)) {
-    const param_tables& tables = t.env->params;
-    char text[32];
-    std::snprintf(text, sizeof text, "%g", value);
-    return bad_value(t, text, tables.dname[k].data(), tests_minimum(tables.dkind[k]) && !(value >= tables.dmin[k]));
+template <class T> TVNrescodee put_number(task& t, const number_family<T>& f, int32_t param, T value) noexcept {
+  if (!is_index(param, f.count)) return bad_index(t, param, f.word);
+  if (f.values[param] == value) return TVN_RES_OK;
+  if (is_valid_param(f.kind[param], value, f.min[param], f.max[param])) {
+    f.values[param] = value;
+    return TVN_RES_OK;
   }
-  t.params.dval[k] = value;
+  char text[32];
+  std::snprintf(text, sizeof text, f.format, value);
+  const bool tests_minimum = static_cast<param_kind>(f.kind[param]) != param_kind::at_most;
+  const bool toosmall = tests_minimum && !(value >= f.min[param]);
+  return report(t, label, __LINE__, toosmall ? TVN_RES_ERR_PARAM_IS_TOO_SMALL : TVN_RES_ERR_PARAM_IS_TOO_LARGE, text,
+                f.name[param].data());
+}
+
+template <class T> TVNrescodee get_number(task& t, const number_family<T>& f, int32_t param, T* value) noexcept {
+  if (const TVNrescodee bad = check_pointer(t, label, __LINE__, value, "value")) return bad;
+  if (!is_index(param, f.count)) return bad_index(t, param, f.word);
+  *value = f.values[param];
   return TVN_RES_OK;
 }
 
@@ -124,11 +132,11 @@ void TVN_copyparam(const task& from, task& to) { copy_param_values(to.params, fr
 using namespace tvn;
 
 TVNrescodee TVN_putintparam(TVNtask_t task, int32_t param, int32_t value) {
-  return api(task, [&](tvn::task& t) { return put_integer(t, param, value); });
+  return api(task, [&](tvn::task& t) { return put_number(t, integers(t), param, value); });
 }
 
 TVNrescodee TVN_putdouparam(TVNtask_t task, int32_t param, double value) {
-  return api(task, [&](tvn::task& t) { return put_double(t, param, value); });
+  return api(task, [&](tvn::task& t) { return put_number(t, doubles(t), param, value); });
 }
 
 TVNrescodee TVN_putstrparam(TVNtask_t task, int32_t param, const char* value) {
@@ -136,21 +144,11 @@ TVNrescodee TVN_putstrparam(TVNtask_t task, int32_t param, const char* value) {
 }
 
 TVNrescodee TVN_getintparam(TVNtask_t task, int32_t param, int32_t* value) {
-  return api(task, [&](tvn::task& t) {
-    if (const TVNrescodee bad = check_pointer(t, label, __LINE__, value, "value")) return bad;
-    if (!is_index(param, num_iparam)) return bad_index(t, param, "integer");
-    *value = TVNP_getintparam(t, param);
-    return TVN_RES_OK;
-  });
+  return api(task, [&](tvn::task& t) { return get_number(t, integers(t), param, value); });
 }
 
 TVNrescodee TVN_getdouparam(TVNtask_t task, int32_t param, double* value) {
-  return api(task, [&](tvn::task& t) {
-    if (const TVNrescodee bad = check_pointer(t, label, __LINE__, value, "value")) return bad;
-    if (!is_index(param, num_dparam)) return bad_index(t, param, "double");
-    *value = TVNP_getdouparam(t, param);
-    return TVN_RES_OK;
-  });
+  return api(task, [&](tvn::task& t) { return get_number(t, doubles(t), param, value); });
 }
 
 TVNrescodee TVN_getstrparam64(TVNtask_t task, int32_t param, int64_t maxlen, int64_t* len, char* value) {

@@ -7,13 +7,15 @@
 
 #include "misc/numtext.h"
 
+#include <bit>
 #include <utility>
 
 namespace tvn {
 
 namespace {
 
-constexpr int64_t block_size = 1 << 20;
+constexpr int64_t block_size = 1 << 18;
+constexpr int64_t goeson_step = 4; // blocks
 
 constexpr const char* section_words[num_mps_sections] = {"NAME",     "OBJSENSE", "OBJNAME", "ROWS", "COLUMNS",
                                                          "RHS",      "RANGES",   "BOUNDS",  "SETS", "QUADOBJ",
@@ -23,6 +25,12 @@ struct field_place {
   size_t start, width;
 };
 constexpr field_place places[6] = {{1, 2}, {4, 8}, {14, 8}, {24, 12}, {39, 8}, {49, 12}};
+
+// Most files hold none of these characters: then no line is searched for them.
+void note_odd_characters(rm_state& rm, const char* text, size_t len) noexcept {
+  rm.hascr = rm.hascr || std::memchr(text, '\r', len);
+  rm.hasodd = rm.hasodd || std::memchr(text, '\t', len) || std::memchr(text, '\0', len);
+}
 
 // Makes room behind the text that is left and reads on. False when the file has no more.
 bool refill(rm_state& rm) {
@@ -41,6 +49,12 @@ bool refill(rm_state& rm) {
   rm.end = left + got;
   rm.atend = got < room;
   rm.newline = -1;
+  if (rm.numreads++ % goeson_step == 0 && rm.goeson && !rm.goeson(rm.handle)) {
+    rm.end = rm.begin;
+    rm.atend = true;
+    return false;
+  }
+  note_odd_characters(rm, rm.block.data() + left, static_cast<size_t>(got));
   return got > 0;
 }
 
@@ -79,9 +93,17 @@ bool is_gap(std::string_view line, size_t from, size_t to) noexcept {
   return true;
 }
 
+// The name of 8 characters at most, without the blanks at its end.
 std::string_view name_at(std::string_view line, const field_place& p) noexcept {
   if (line.size() <= p.start) return {};
-  std::string_view name = line.substr(p.start, p.width);
+  const char* from = line.data() + p.start;
+  if (line.size() >= p.start + sizeof(uint64_t)) { // the highest byte that is no blank ends the name
+    static_assert(std::endian::native == std::endian::little);
+    uint64_t word;
+    std::memcpy(&word, from, sizeof word);
+    return {from, sizeof word - static_cast<size_t>(std::countl_zero(word ^ 0x2020202020202020u) / 8)};
+  }
+  std::string_view name = line.substr(p.start);
   while (!name.empty() && name.back() == ' ') name.remove_suffix(1);
   return name;
 }
@@ -164,6 +186,16 @@ mps_status split_free(rm_state& rm, std::string_view line, mps_section section, 
   return mps_status::line;
 }
 
+// A marker that stands elsewhere than at the columns of its fields, as many files have it: name, 'MARKER' and a word in
+// quotes. At the fixed columns such a line can mean nothing else.
+bool split_marker(std::string_view line, mps_fields& f) noexcept {
+  f = {};
+  f.name2 = next_token(line, false);
+  f.name3 = next_token(line, false);
+  f.name5 = next_token(line, false);
+  return f.name3 == "'MARKER'" && f.name5.starts_with('\'') && trim_right(line).empty();
+}
+
 // The first name field of the line that holds the character, 0 when none does.
 int32_t name_with(std::string_view line, const mps_fields& f, char c) noexcept {
   const auto has = [c](std::string_view s) { return s.find(c) != std::string_view::npos; };
@@ -174,6 +206,7 @@ int32_t name_with(std::string_view line, const mps_fields& f, char c) noexcept {
 mps_status split(rm_state& rm, std::string_view line, mps_section section, int32_t firstfree, mps_fields& f) noexcept {
   const mps_status status =
       rm.mode == mps_mode::free ? split_free(rm, line, section, firstfree, f) : split_fixed(rm, line, f);
+  if (!rm.hasodd) return status;
   // A name is a C string: a NUL would end it, and two names could become one.
   if (const int32_t field = name_with(line, f, '\0')) return bad_field(rm, field);
   const int32_t field = name_with(line, f, '\t');
@@ -212,10 +245,13 @@ void TVN_rm_make(rm_state& rm, sysenv& sys, sysfile& file, mps_mode mode, bool q
 }
 
 void TVN_rm_rewind(rm_state& rm) {
-  TVN_sysenv_frewind(*rm.file, rm.filestate);
-  rm.begin = rm.end = rm.linenumber = 0;
+  rm.begin = rm.linenumber = 0;
   rm.newline = -1;
-  rm.atend = rm.pushedback = false;
+  rm.pushedback = false;
+  if (rm.atend && rm.numreads == 1) return; // the block still holds the whole file
+  TVN_sysenv_frewind(*rm.file, rm.filestate);
+  rm.end = rm.numreads = 0;
+  rm.atend = false;
 }
 
 bool TVN_rm_getline(rm_state& rm) {
@@ -226,7 +262,7 @@ bool TVN_rm_getline(rm_state& rm) {
   while (rm.filestate == sys_code::ok) {
     find_newline(rm);
     const char* from = rm.block.data() + rm.begin;
-    const void* cr = std::memchr(from, '\r', static_cast<size_t>(rm.newline - rm.begin));
+    const void* cr = rm.hascr ? std::memchr(from, '\r', static_cast<size_t>(rm.newline - rm.begin)) : nullptr;
     const int64_t at = cr ? static_cast<const char*>(cr) - rm.block.data() : rm.newline;
     // A CR at the end of the block may have its LF in the next one.
     if (cr && (at + 1 < rm.end || rm.atend))
@@ -249,10 +285,14 @@ mps_status TVN_rm_read(rm_state& rm, mps_section section, mps_fields& fields) {
     }
     if (static_cast<int64_t>(line.size()) > rm.width) return mps_status::too_long;
     const bool haskey = section == mps_section::rows || section == mps_section::bounds;
-    const mps_status status = split(rm, line, section, haskey ? 1 : 2, fields);
+    mps_status status = split(rm, line, section, haskey ? 1 : 2, fields);
     // Text in an unused field 1 is the sign of a file in free form: its fields would be taken for others.
     const bool nokey = section == mps_section::columns || section == mps_section::rhs || section == mps_section::ranges;
-    return nokey && !fields.key.empty() ? bad_field(rm, 1) : status;
+    if (nokey && !fields.key.empty()) status = bad_field(rm, 1);
+    if (status != mps_status::line && section == mps_section::columns && rm.mode == mps_mode::relaxed &&
+        split_marker(line, fields))
+      return mps_status::line;
+    return status;
   }
   return mps_status::end_of_file;
 }

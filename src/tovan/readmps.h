@@ -60,11 +60,16 @@ struct rm_state {
   bool quoted = false;  // free mode: names may stand in double quotes
   bool ours = false;    // the library's own writer made the file
   int64_t width = 1024; // of the longest data line
+  bool (*goeson)(void* handle) = nullptr; // called once a megabyte; the file ends where it answers false
+  void* handle = nullptr;
   sys_code filestate = sys_code::ok;
   buffer<char> block; // [begin, end) is not yet delivered
   int64_t begin = 0, end = 0;
   int64_t newline = -1;    // position of the next LF, `end` for none in the block, -1 not yet searched
+  int64_t numreads = 0;    // of the file since the last rewind
   bool atend = false;      // the file has no more
+  bool hascr = false;      // what was read so far holds a CR
+  bool hasodd = false;     // likewise a tab or a NUL
   std::string_view line;   // the present line without its end
   int64_t linenumber = 0;  // of the present line, from 1
   bool pushedback = false; // the present line is delivered again

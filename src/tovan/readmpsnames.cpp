@@ -32,16 +32,20 @@ uint64_t hash(std::string_view name) noexcept {
   return h * 0xD6E8FEB86659FD93u;
 }
 
+uint64_t first_slot(const mps_names& m, const mps_key& key) noexcept {
+  return key.hash >> (64 - std::countr_zero(static_cast<uint64_t>(m.slots.size())));
+}
+
 // The slot of the name, or the empty slot where it belongs.
-int64_t probe(const mps_names& m, std::string_view name) noexcept {
+int64_t probe(const mps_names& m, const mps_key& key) noexcept {
   const auto mask = static_cast<uint64_t>(m.slots.size()) - 1;
-  const uint64_t head = load(name.data(), name.size());
-  uint64_t at = hash(name) >> (64 - std::countr_zero(mask + 1));
+  const size_t len = key.name.size();
+  uint64_t at = first_slot(m, key);
   for (;; at = (at + 1) & mask) {
     const mps_names::slot& s = m.slots[static_cast<int64_t>(at)];
     if (s.index < 0) break;
-    if (s.head != head || s.len != static_cast<int32_t>(name.size())) continue;
-    if (name.size() <= 8 || std::memcmp(m.text(s.index), name.data(), name.size()) == 0) break;
+    if (s.head != key.head || s.len != static_cast<int32_t>(len)) continue;
+    if (len <= 8 || std::memcmp(m.text(s.index), key.name.data(), len) == 0) break;
   }
   return static_cast<int64_t>(at);
 }
@@ -50,40 +54,38 @@ void rehash(mps_names& m, int64_t numslots) {
   buffer<mps_names::slot> old(*m.sys, numslots, {0, -1, 0});
   old.swap(m.slots);
   for (const mps_names::slot& s : old)
-    if (s.index >= 0) m.slots[probe(m, m.view(s.index))] = s;
+    if (s.index >= 0) m.slots[probe(m, mps_key({m.text(s.index), static_cast<size_t>(s.len)}))] = s;
 }
 
 } // namespace
 
-void mps_names::make(sysenv& s, int64_t expected) {
+mps_key::mps_key(std::string_view name_) noexcept
+    : name(name_), head(load(name_.data(), name_.size())), hash(tvn::hash(name_)) {}
+
+void mps_names::make(sysenv& s, const buffer<char>& pool_, const buffer<int64_t>& offset_, int64_t expected) {
   sys = &s;
-  pool.attach(s);
-  offset.attach(s);
-  pool.reserve(expected * 9);
-  offset.reserve(expected);
+  pool = &pool_;
+  offset = &offset_;
+  count = 0;
+  slots.clear();
   rehash(*this, static_cast<int64_t>(std::bit_ceil(static_cast<uint64_t>(std::max<int64_t>(16, 2 * expected)))));
 }
 
-std::string_view mps_names::view(int32_t k) const noexcept {
-  const int64_t next = k + 1 < size() ? offset[k + 1] : pool.size();
-  return {text(k), static_cast<size_t>(next - offset[k] - 1)};
+void mps_names::prefetch(const mps_key& key) const noexcept {
+  __builtin_prefetch(slots.data() + first_slot(*this, key));
 }
 
-int32_t mps_names::find(std::string_view name) const noexcept { return slots[probe(*this, name)].index; }
+int32_t mps_names::find(const mps_key& key) const noexcept { return slots[probe(*this, key)].index; }
 
-int32_t mps_names::insert(std::string_view name) {
-  int64_t at = probe(*this, name);
+int32_t mps_names::insert(const mps_key& key) {
+  int64_t at = probe(*this, key);
   if (slots[at].index >= 0) return -1;
-  if (2 * (offset.size() + 1) > slots.size()) {
+  if (2 * (int64_t{count} + 1) > slots.size()) {
     rehash(*this, 2 * slots.size());
-    at = probe(*this, name);
+    at = probe(*this, key);
   }
-  const int32_t k = size();
-  offset.push_back(pool.size());
-  pool.append(name.data(), static_cast<int64_t>(name.size()));
-  pool.push_back('\0');
-  slots[at] = {load(name.data(), name.size()), k, static_cast<int32_t>(name.size())};
-  return k;
+  slots[at] = {key.head, count, static_cast<int32_t>(key.name.size())};
+  return count++;
 }
 
 } // namespace tvn

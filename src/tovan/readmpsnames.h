@@ -1,31 +1,42 @@
 // Names met while a file is read, numbered in the order of their first appearance.
 //
 // Open addressing with a table at most half full; a slot holds the first 8 bytes of the name, so that a name of a fixed
-// column is found without a look at the text. Texts lie NUL-terminated in one pool. Lookups cost no allocation.
+// column is found without a look at the text. The texts are those that the task keeps: they are not stored twice. The
+// table of a large file lies outside the cache, so a key can be made, and its slot fetched, before it is looked up.
 #pragma once
 
 #include "cpub/buffer.h"
 
 namespace tvn {
 
+// A name ready for lookups.
+struct mps_key {
+  std::string_view name;
+  uint64_t head = 0; // its first 8 bytes, 0 behind its end
+  uint64_t hash = 0;
+  mps_key() = default;
+  explicit mps_key(std::string_view name_) noexcept;
+};
+
 struct mps_names {
   struct slot {
-    uint64_t head; // the first 8 bytes of the name, 0 behind its end
+    uint64_t head;
     int32_t index; // -1: empty
     int32_t len;
   };
   sysenv* sys = nullptr;
-  buffer<slot> slots; // a power of two
-  vec<char> pool;
-  vec<int64_t> offset; // [size()] into pool
+  const buffer<char>* pool = nullptr;      // the text of name k begins at pool[offset[k]] and ends with 0
+  const buffer<int64_t>* offset = nullptr; // [size()]
+  buffer<slot> slots;                      // a power of two
+  int32_t count = 0;
 
-  void make(sysenv& s, int64_t expected);
-  int32_t size() const noexcept { return static_cast<int32_t>(offset.size()); }
-  const char* text(int32_t k) const noexcept { return pool.data() + offset[k]; }
-  std::string_view view(int32_t k) const noexcept;
-  int32_t find(std::string_view name) const noexcept; // -1 when it is not there
-  // The number of a new name, -1 when it is there already.
-  int32_t insert(std::string_view name);
+  void make(sysenv& s, const buffer<char>& pool_, const buffer<int64_t>& offset_, int64_t expected);
+  int32_t size() const noexcept { return count; }
+  const char* text(int32_t k) const noexcept { return pool->data() + (*offset)[k]; }
+  void prefetch(const mps_key& key) const noexcept;
+  int32_t find(const mps_key& key) const noexcept; // -1 when it is not there
+  // The number of a new name, -1 when it is there already. The text must stand in the pool before the next call.
+  int32_t insert(const mps_key& key);
 };
 
 } // namespace tvn

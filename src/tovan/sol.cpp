@@ -55,9 +55,9 @@ void copy_blocks(const sol_ptrs& from, const sol_ptrs& to, const problem& p) noe
 
 bool no_capacity(const problem& p) noexcept { return p.maxnumcon == 0 && p.maxnumvar == 0 && p.maxnumcone == 0; }
 
-template <class T> void remap_block(T* block, T* work, int32_t count, const int32_t* map) noexcept {
-  if (!block) return;
-  std::copy_n(block, count, work);
+template <class T> void remap_block(T* block, T* work, int32_t first, int32_t count, const int32_t* map) noexcept {
+  if (!block || count == 0) return;
+  std::copy_n(block + first, count, work);
   for (int32_t i = 0; i < count; i++)
     if (map[i] >= 0) block[map[i]] = work[i];
 }
@@ -163,17 +163,17 @@ void delete_solutions(solution_store& s) noexcept { s = solution_store{}; }
 
 void TVN_invalidallsol(task& t) noexcept { t.sols.defined.fill(0); }
 
-void remap_solutions(task& t, int32_t accmode, int32_t count, const int32_t* map, double* work,
+void remap_solutions(task& t, int32_t accmode, int32_t first, int32_t count, const int32_t* map, double* work,
                      int32_t* keywork) noexcept {
   for (int32_t which = 0; which < 3; which++) {
     if (t.sols.keys[static_cast<size_t>(which)].empty()) continue;
     const sol_ptrs s = TVN_getsolptrs(t, which);
     if (accmode == TVN_ACC_CON) {
-      remap_block(s.skc, keywork, count, map);
-      for (double* block : {s.xc, s.y, s.slc, s.suc}) remap_block(block, work, count, map);
+      remap_block(s.skc, keywork, first, count, map);
+      for (double* block : {s.xc, s.y, s.slc, s.suc}) remap_block(block, work, first, count, map);
     } else {
-      remap_block(s.skx, keywork, count, map);
-      for (double* block : {s.xx, s.slx, s.sux, s.snx}) remap_block(block, work, count, map);
+      remap_block(s.skx, keywork, first, count, map);
+      for (double* block : {s.xx, s.slx, s.sux, s.snx}) remap_block(block, work, first, count, map);
     }
   }
 }
@@ -194,6 +194,21 @@ TVNrescodee TVN_undefsolution(TVNtask_t task, int32_t whichsol) {
   return api(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
     t.sols.defined[static_cast<size_t>(whichsol)] = 0;
+    return TVN_RES_OK;
+  });
+}
+
+TVNrescodee TVN_makesolution(TVNtask_t task, int32_t whichsol) {
+  return api(task, [&](tvn::task& t) {
+    if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
+    tvn::TVN_makesolution(t, whichsol);
+    return TVN_RES_OK;
+  });
+}
+
+TVNrescodee TVN_deletesolutions(TVNtask_t task) {
+  return api(task, [&](tvn::task& t) {
+    delete_solutions(t.sols);
     return TVN_RES_OK;
   });
 }

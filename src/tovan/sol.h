@@ -30,8 +30,8 @@ void TVN_makesolutionstatusunknown(task& t, int32_t whichsol); // defined, all z
 void resize_solutions(task& t, int32_t maxnumcon, int32_t maxnumvar, int32_t maxnumcone);
 void delete_solutions(solution_store& s) noexcept;
 void TVN_invalidallsol(task& t) noexcept;
-// Entry i of a side becomes entry map[i], -1: it goes; `count` is the number before. work, keywork: [count].
-void remap_solutions(task& t, int32_t accmode, int32_t count, const int32_t* map, double* work,
+// Entry first + k of a side becomes entry map[k], -1: it goes, for the last `count` entries. work, keywork: [count].
+void remap_solutions(task& t, int32_t accmode, int32_t first, int32_t count, const int32_t* map, double* work,
                      int32_t* keywork) noexcept;
 
 // Rules by which a change of the problem lowers the statuses of all defined slots.
@@ -48,7 +48,5 @@ struct solution_measures {
 };
 TVNrescodee solution_infeasibility(task& t, int32_t whichsol, solution_measures& m);
 TVNrescodee TVN_updatesolutioninfo(task& t, int32_t whichsol);
-double primal_objective(task& t, int32_t whichsol);
-double dual_objective(task& t, int32_t whichsol);
 
 } // namespace tvn

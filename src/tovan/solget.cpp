@@ -105,6 +105,17 @@ TVNrescodee TVN_getsolution(TVNtask_t task, int32_t whichsol, int32_t* prosta, i
   });
 }
 
+TVNrescodee TVN_getsolutionincallback(TVNtask_t task, int32_t where, int32_t whichsol, int32_t* prosta, int32_t* solsta,
+                                      int32_t* skc, int32_t* skx, int32_t* skn, double* xc, double* xx, double* y,
+                                      double* slc, double* suc, double* slx, double* sux, double* snx) {
+  return api(task, [&](tvn::task& t) -> TVNrescodee {
+    const bool allowed = where == TVN_CALLBACK_IM_MIO || where == TVN_CALLBACK_NEW_INT_MIO;
+    if (!allowed || whichsol != TVN_SOL_ITG || !tvn::TVN_solutiondef(t, TVN_SOL_ITG))
+      return TVN_RES_ERR_NO_SOLUTION_IN_CALLBACK;
+    return TVN_getsolution(task, whichsol, prosta, solsta, skc, skx, skn, xc, xx, y, slc, suc, slx, sux, snx);
+  });
+}
+
 TVNrescodee TVN_getsolutioni(TVNtask_t task, int32_t accmode, int32_t i, int32_t whichsol, int32_t* sk, double* x,
                              double* sl, double* su, double* sn) {
   return api(task, [&](tvn::task& t) {

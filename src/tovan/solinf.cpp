@@ -1,15 +1,10 @@
-// Objective values and violations of a stored solution, recomputed from the problem alone.
+// Objective values and worst violations of a stored solution, for callers and for the information items.
 //
-// For a problem status that says infeasible the solution is a certificate, and the right-hand sides and costs count 0
-// (factor f). Sums run in long double: these are the figures that a user judges a solution by. A NaN anywhere shows
-// in the measure that it spoils. Cost of a full check: a few passes over A.
+// The figures of single items stand in solmeas.h. Cost of a full check: a few passes over A and the quadratic terms,
+// one call of the user's functions.
 #include "tovan/api.h"
-#include "tovan/convert.h"
-#include "tovan/data.h"
-#include "tovan/scratch.h"
-#include "tovan/sol.h"
-
-#include <cmath>
+#include "tovan/nlfunc.h"
+#include "tovan/solmeas.h"
 
 namespace tvn {
 
@@ -17,138 +12,27 @@ namespace {
 
 const char label[] = "src/tovan/solinf";
 
-// The larger of two, a NaN winning.
-double worse(double a, double b) noexcept { return std::isnan(a) || b <= a ? a : b; }
+// What a check looks at; released with its scope.
+struct solution_check {
+  task& t;
+  measured_solution m;
+  nonlinear_terms nl;
 
-double status_factor(const task& t, int32_t whichsol) noexcept {
-  switch (t.sols.prosta[static_cast<size_t>(whichsol)]) {
-  case TVN_PRO_STA_PRIM_INFEAS:
-  case TVN_PRO_STA_DUAL_INFEAS:
-  case TVN_PRO_STA_PRIM_AND_DUAL_INFEAS: return 0.0;
-  default: return 1.0;
-  }
-}
-
-bool is_certificate(const task& t, int32_t whichsol) noexcept {
-  switch (t.sols.solsta[static_cast<size_t>(whichsol)]) {
-  case TVN_SOL_STA_PRIM_INFEAS_CER:
-  case TVN_SOL_STA_DUAL_INFEAS_CER:
-  case TVN_SOL_STA_NEAR_PRIM_INFEAS_CER:
-  case TVN_SOL_STA_NEAR_DUAL_INFEAS_CER: return true;
-  default: return false;
-  }
-}
-
-// One side of the problem with the part of a solution that belongs to it.
-struct side_view {
-  bound_arrays b;
-  const double *x, *sl, *su;
+  solution_check(task& task_, int32_t whichsol) : t(task_), m(make_measured(task_, whichsol)) {}
 };
 
-side_view side_of(task& t, const sol_ptrs& s, int32_t accmode) noexcept {
-  if (accmode == TVN_ACC_CON) return {side_bounds(t.prob, accmode), s.xc, s.slc, s.suc};
-  return {side_bounds(t.prob, accmode), s.xx, s.slx, s.sux};
-}
+// Readies a check of a defined solution with the terms that the measure counts.
+TVNrescodee prepare(solution_check& c, nonlinear_kind kind) { return nonlinear_at(c.t, c.m, kind, c.nl); }
 
-double bound_violation(const side_view& v, int32_t i, double f, bool normalize) noexcept {
-  double worst = 0.0;
-  if (bk_has_lower(v.b.bk[i])) {
-    const double scale = normalize ? std::max(std::fabs(v.b.bl[i]), 1.0) : 1.0;
-    worst = worse(worst, (f * v.b.bl[i] - v.x[i]) / scale);
-  }
-  if (bk_has_upper(v.b.bk[i])) {
-    const double scale = normalize ? std::max(std::fabs(v.b.bu[i]), 1.0) : 1.0;
-    worst = worse(worst, (v.x[i] - f * v.b.bu[i]) / scale);
-  }
-  return worst;
-}
-
-// sign: -1 when minimising, 1 when maximising.
-double dual_bound_violation(const side_view& v, int32_t i, double sign) noexcept {
-  double worst = worse(worse(0.0, sign * v.sl[i]), sign * v.su[i]);
-  if (!bk_has_lower(v.b.bk[i])) worst = worse(worst, std::fabs(v.sl[i]));
-  if (!bk_has_upper(v.b.bk[i])) worst = worse(worst, std::fabs(v.su[i]));
-  return worst;
-}
-
-double dual_sign(const task& t) noexcept { return TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE ? 1.0 : -1.0; }
-
-// Residual xc - A xx of every row and the largest term of each, or 1. A running sum is kept as an unevaluated pair of
-// doubles, so that the terms of a row may come in any order without loss.
-struct row_sums {
-  scratch<double> high, low, scale; // [numcon]
-
-  row_sums(scratch_pool& pool, int32_t n) : high(pool, n, false), low(pool, n, false), scale(pool, n, false) {}
-  double residual(int32_t i) noexcept { return std::fabs(high[i] + low[i]); }
-};
-
-void row_residuals(task& t, const sol_ptrs& s, row_sums& r) {
-  const problem& p = t.prob;
-  for (int32_t i = 0; i < p.numcon; i++) {
-    r.high[i] = s.xc[i];
-    r.low[i] = 0.0;
-    r.scale[i] = std::max(1.0, std::fabs(s.xc[i]));
-  }
-  const sprmat_view a = TVN_sprmat_viewcols(get_a(t));
-  for (int32_t j = 0; j < p.numvar; j++) {
-    for (int64_t q = a.ptrb[j]; q < a.ptre[j]; q++) {
-      const int32_t i = a.sub[q];
-      const long double term = static_cast<long double>(a.val[q]) * s.xx[j];
-      const long double sum = static_cast<long double>(r.high[i]) + r.low[i] - term;
-      r.high[i] = static_cast<double>(sum);
-      r.low[i] = static_cast<double>(sum - r.high[i]);
-      r.scale[i] = std::max(r.scale[i], std::fabs(static_cast<double>(term)));
-    }
-  }
-}
-
-double dual_row_residual(const problem& p, const sol_ptrs& s, int32_t i, double f, bool normalize) noexcept {
-  const double cost = f * p.cslack[i];
-  const long double r = static_cast<long double>(cost) + s.y[i] - s.slc[i] + s.suc[i];
-  double scale = 1.0;
-  for (const double term : {cost, s.y[i], s.slc[i], s.suc[i]}) scale = std::max(scale, std::fabs(term));
-  return std::fabs(static_cast<double>(r)) / (normalize ? scale : 1.0);
-}
-
-double dual_column_residual(const problem& p, const sprmat_view& a, const sol_ptrs& s, int32_t j, double f,
-                            bool normalize) noexcept {
-  const double cost = f * p.c[j], snx = s.snx ? s.snx[j] : 0.0;
-  long double r = static_cast<long double>(cost) - s.slx[j] + s.sux[j] - snx;
-  double scale = 1.0;
-  for (const double term : {cost, s.slx[j], s.sux[j], snx}) scale = std::max(scale, std::fabs(term));
-  for (int64_t q = a.ptrb[j]; q < a.ptre[j]; q++) {
-    const long double term = static_cast<long double>(a.val[q]) * s.y[a.sub[q]];
-    r -= term;
-    scale = std::max(scale, std::fabs(static_cast<double>(term)));
-  }
-  return std::fabs(static_cast<double>(r)) / (normalize ? scale : 1.0);
-}
-
-double cone_violation(const cones& c, const double* x, int32_t k) noexcept {
-  const int32_t* m = c.members.data() + c.begin[k];
-  const int32_t len = c.end[k] - c.begin[k];
-  const bool rotated = c.type[k] == TVN_CT_RQUAD;
-  long double squares = 0, head = x[m[0]];
-  for (int32_t q = rotated ? 2 : 1; q < len; q++) squares += static_cast<long double>(x[m[q]]) * x[m[q]];
-  if (rotated) {
-    const long double gap = static_cast<long double>(x[m[0]]) - x[m[1]];
-    head = (static_cast<long double>(x[m[0]]) + x[m[1]]) / std::sqrt(2.0L);
-    squares += 0.5L * gap * gap;
-  }
-  return worse(0.0, static_cast<double>(std::sqrt(squares) - head));
-}
-
-double integer_violation(double x) noexcept { return worse(0.0, std::min(std::ceil(x) - x, x - std::floor(x))); }
-
-void primal_measures(task& t, int32_t whichsol, const sol_ptrs& s, solution_measures& m) {
-  const problem& p = t.prob;
-  const double f = status_factor(t, whichsol);
+void primal_measures(solution_check& c, solution_measures& m) {
+  const problem& p = c.t.prob;
+  const sol_ptrs& s = c.m.s;
+  m.primalobj = primal_objective(c.t, c.m, c.nl);
   for (const int32_t accmode : {TVN_ACC_VAR, TVN_ACC_CON}) {
-    const side_view v = side_of(t, s, accmode);
-    for (int32_t i = 0; i < v.b.count; i++) m.maxpbi = worse(m.maxpbi, bound_violation(v, i, f, false));
+    const side_view v = side_of(c.t, s, accmode);
+    for (int32_t i = 0; i < v.b.count; i++) m.maxpbi = worse(m.maxpbi, bound_violation(v, i, c.m.f, false));
   }
-  row_sums rows(t.buffers, p.numcon);
-  row_residuals(t, s, rows);
+  row_sums rows(c.t, s, c.nl);
   for (int32_t i = 0; i < p.numcon; i++) m.maxpeqi = worse(m.maxpeqi, rows.residual(i));
   for (int32_t k = 0; k < p.numcone; k++) m.maxpcni = worse(m.maxpcni, cone_violation(p.cone, s.xx, k));
   if (!p.vartype.empty())
@@ -156,16 +40,17 @@ void primal_measures(task& t, int32_t whichsol, const sol_ptrs& s, solution_meas
       if (p.vartype[j] == TVN_VAR_TYPE_INT) m.maxinti = worse(m.maxinti, integer_violation(s.xx[j]));
 }
 
-void dual_measures(task& t, int32_t whichsol, const sol_ptrs& s, solution_measures& m) {
-  const problem& p = t.prob;
-  const double f = status_factor(t, whichsol), sign = dual_sign(t);
+void dual_measures(solution_check& c, solution_measures& m) {
+  const problem& p = c.t.prob;
+  const sol_ptrs& s = c.m.s;
+  m.dualobj = dual_objective(c.t, c.m, c.nl);
   for (const int32_t accmode : {TVN_ACC_VAR, TVN_ACC_CON}) {
-    const side_view v = side_of(t, s, accmode);
-    for (int32_t i = 0; i < v.b.count; i++) m.maxdbi = worse(m.maxdbi, dual_bound_violation(v, i, sign));
+    const side_view v = side_of(c.t, s, accmode);
+    for (int32_t i = 0; i < v.b.count; i++) m.maxdbi = worse(m.maxdbi, dual_bound_violation(v, i, c.m.sign));
   }
-  for (int32_t i = 0; i < p.numcon; i++) m.maxdeqi = worse(m.maxdeqi, dual_row_residual(p, s, i, f, false));
-  const sprmat_view a = TVN_sprmat_viewcols(get_a(t));
-  for (int32_t j = 0; j < p.numvar; j++) m.maxdeqi = worse(m.maxdeqi, dual_column_residual(p, a, s, j, f, false));
+  for (int32_t i = 0; i < p.numcon; i++) m.maxdeqi = worse(m.maxdeqi, dual_row_residual(p, c.m, i, false));
+  const sprmat_view a = TVN_sprmat_viewcols(get_a(c.t));
+  for (int32_t j = 0; j < p.numvar; j++) m.maxdeqi = worse(m.maxdeqi, dual_column_residual(p, a, c.m, c.nl, j, false));
   if (s.snx)
     for (int32_t k = 0; k < p.numcone; k++) m.maxdcni = worse(m.maxdcni, cone_violation(p.cone, s.snx, k));
 }
@@ -187,126 +72,109 @@ TVNrescodee undefined_measure(task& t, const char* name) {
   return report(t, label, __LINE__, TVN_RES_ERR_INFEAS_UNDEFINED, name);
 }
 
+// One figure for each of the items sub[0 .. num - 1].
+template <class Figure> TVNrescodee each_item(int32_t num, const int32_t* sub, double* out, Figure figure) {
+  for (int32_t k = 0; k < num; k++) out[k] = figure(sub[k]);
+  return TVN_RES_OK;
+}
+
 TVNrescodee get_pbi(task& t, int32_t whichsol, int32_t accmode, const int32_t* sub, int32_t num, double* pbi,
                     bool normalize) {
   if (const TVNrescodee code = check_measured(t, whichsol, accmode, num, sub)) return code;
-  const side_view v = side_of(t, TVN_getsolptrs(t, whichsol), accmode);
-  const double f = status_factor(t, whichsol);
-  for (int32_t k = 0; k < num; k++) pbi[k] = bound_violation(v, sub[k], f, normalize);
-  return TVN_RES_OK;
+  const measured_solution m = make_measured(t, whichsol);
+  const side_view v = side_of(t, m.s, accmode);
+  return each_item(num, sub, pbi, [&](int32_t i) { return bound_violation(v, i, m.f, normalize); });
 }
 
 TVNrescodee get_dbi(task& t, int32_t whichsol, int32_t accmode, const int32_t* sub, int32_t num, double* dbi) {
   if (const TVNrescodee code = check_measured(t, whichsol, accmode, num, sub)) return code;
-  const side_view v = side_of(t, TVN_getsolptrs(t, whichsol), accmode);
+  const measured_solution m = make_measured(t, whichsol);
+  const side_view v = side_of(t, m.s, accmode);
   if (num > 0 && !v.sl) return undefined_measure(t, "dbi");
-  for (int32_t k = 0; k < num; k++) dbi[k] = dual_bound_violation(v, sub[k], dual_sign(t));
-  return TVN_RES_OK;
+  return each_item(num, sub, dbi, [&](int32_t i) { return dual_bound_violation(v, i, m.sign); });
 }
 
 TVNrescodee get_peqi(task& t, int32_t whichsol, const int32_t* sub, int32_t num, double* peqi, bool normalize) {
   if (const TVNrescodee code = check_measured(t, whichsol, TVN_ACC_CON, num, sub)) return code;
-  row_sums rows(t.buffers, t.prob.numcon);
-  row_residuals(t, TVN_getsolptrs(t, whichsol), rows);
-  for (int32_t k = 0; k < num; k++) peqi[k] = rows.residual(sub[k]) / (normalize ? rows.scale[sub[k]] : 1.0);
-  return TVN_RES_OK;
+  solution_check c(t, whichsol);
+  if (const TVNrescodee code = prepare(c, nonlinear_kind::all)) return code;
+  row_sums rows(t, c.m.s, c.nl);
+  return each_item(num, sub, peqi, [&](int32_t i) { return rows.residual(i) / (normalize ? rows.scale[i] : 1.0); });
 }
 
 TVNrescodee get_deqi(task& t, int32_t whichsol, int32_t accmode, const int32_t* sub, int32_t num, double* deqi,
                      bool normalize) {
   if (const TVNrescodee code = check_measured(t, whichsol, accmode, num, sub)) return code;
-  const sol_ptrs s = TVN_getsolptrs(t, whichsol);
-  if (num > 0 && !s.y) return undefined_measure(t, "deqi");
-  const double f = status_factor(t, whichsol);
+  solution_check c(t, whichsol);
+  if (num > 0 && !c.m.s.y) return undefined_measure(t, "deqi");
+  if (accmode == TVN_ACC_CON)
+    return each_item(num, sub, deqi, [&](int32_t i) { return dual_row_residual(t.prob, c.m, i, normalize); });
+  if (const TVNrescodee code = prepare(c, nonlinear_kind::user)) return code;
   const sprmat_view a = TVN_sprmat_viewcols(get_a(t));
-  for (int32_t k = 0; k < num; k++)
-    deqi[k] = accmode == TVN_ACC_CON ? dual_row_residual(t.prob, s, sub[k], f, normalize)
-                                     : dual_column_residual(t.prob, a, s, sub[k], f, normalize);
-  return TVN_RES_OK;
+  return each_item(num, sub, deqi, [&](int32_t j) { return dual_column_residual(t.prob, a, c.m, c.nl, j, normalize); });
 }
 
 template <class T> void put_out(T* out, T value) noexcept {
   if (out) *out = value;
 }
 
+// Quadratic terms and user functions do not stand beside cones in any problem that has a meaning here.
+TVNrescodee prepare_whole(solution_check& c) {
+  if (problem_type(c.t) == TVN_PROBTYPE_MIXED) return report(c.t, label, __LINE__, TVN_RES_ERR_MIXED_PROBLEM);
+  return prepare(c, nonlinear_kind::all);
+}
+
+// An objective value of a defined solution, by the function that tells it.
+template <class Objective>
+TVNrescodee get_objective(task& t, int32_t whichsol, double* out, double start, Objective objective) {
+  put_out(out, start);
+  if (const TVNrescodee code = check_defined(t, whichsol)) return code;
+  solution_check c(t, whichsol);
+  if (const TVNrescodee code = prepare_whole(c)) return code;
+  put_out(out, objective(t, c.m, c.nl));
+  return TVN_RES_OK;
+}
+
+// Where the figures of a slot go; no_item where it has none.
+constexpr int32_t no_item = -1;
+struct slot_items {
+  int32_t primalobj, maxpbi, maxpcni, maxpeqi, maxinti, dualobj, maxdbi, maxdcni, maxdeqi;
+  int32_t prosta, solsta;
+};
+constexpr slot_items items_of_slot[] = {
+    {TVN_DINF_SOL_ITR_PRIMAL_OBJ, TVN_DINF_SOL_ITR_MAX_PBI, TVN_DINF_SOL_ITR_MAX_PCNI, TVN_DINF_SOL_ITR_MAX_PEQI,
+     TVN_DINF_SOL_ITR_MAX_PINTI, TVN_DINF_SOL_ITR_DUAL_OBJ, TVN_DINF_SOL_ITR_MAX_DBI, TVN_DINF_SOL_ITR_MAX_DCNI,
+     TVN_DINF_SOL_ITR_MAX_DEQI, TVN_IINF_SOL_ITR_PROSTA, TVN_IINF_SOL_ITR_SOLSTA},
+    {TVN_DINF_SOL_BAS_PRIMAL_OBJ, TVN_DINF_SOL_BAS_MAX_PBI, no_item, TVN_DINF_SOL_BAS_MAX_PEQI,
+     TVN_DINF_SOL_BAS_MAX_PINTI, TVN_DINF_SOL_BAS_DUAL_OBJ, TVN_DINF_SOL_BAS_MAX_DBI, no_item,
+     TVN_DINF_SOL_BAS_MAX_DEQI, TVN_IINF_SOL_BAS_PROSTA, TVN_IINF_SOL_BAS_SOLSTA},
+    {TVN_DINF_SOL_INT_PRIMAL_OBJ, TVN_DINF_SOL_INT_MAX_PBI, no_item, TVN_DINF_SOL_INT_MAX_PEQI,
+     TVN_DINF_SOL_INT_MAX_PINTI, no_item, no_item, no_item, no_item, TVN_IINF_SOL_INT_PROSTA, TVN_IINF_SOL_INT_SOLSTA}};
+
 } // namespace
-
-double primal_objective(task& t, int32_t whichsol) {
-  const problem& p = t.prob;
-  const sol_ptrs s = TVN_getsolptrs(t, whichsol);
-  long double sum = is_certificate(t, whichsol) ? 0.0 : p.cfix;
-  for (int32_t j = 0; j < p.numvar; j++) sum += static_cast<long double>(p.c[j]) * s.xx[j];
-  return static_cast<double>(sum);
-}
-
-double dual_objective(task& t, int32_t whichsol) {
-  const sol_ptrs s = TVN_getsolptrs(t, whichsol);
-  long double sum = is_certificate(t, whichsol) ? 0.0 : t.prob.cfix;
-  for (const int32_t accmode : {TVN_ACC_CON, TVN_ACC_VAR}) {
-    const side_view v = side_of(t, s, accmode);
-    if (!v.sl) continue;
-    for (int32_t i = 0; i < v.b.count; i++) {
-      if (bk_has_lower(v.b.bk[i]) && v.sl[i] != 0.0) sum += static_cast<long double>(v.b.bl[i]) * v.sl[i];
-      if (bk_has_upper(v.b.bk[i]) && v.su[i] != 0.0) sum -= static_cast<long double>(v.b.bu[i]) * v.su[i];
-    }
-  }
-  return static_cast<double>(sum);
-}
 
 TVNrescodee solution_infeasibility(task& t, int32_t whichsol, solution_measures& m) {
   if (const TVNrescodee code = check_defined(t, whichsol)) return code;
-  const int32_t type = problem_type(t.prob);
-  if (type == TVN_PROBTYPE_MIXED) return report(t, label, __LINE__, TVN_RES_ERR_MIXED_PROBLEM);
-  if (type != TVN_PROBTYPE_LO && type != TVN_PROBTYPE_CONIC) return report(t, label, __LINE__, TVN_RES_ERR_INV_PROBLEM);
+  solution_check c(t, whichsol);
+  if (const TVNrescodee code = prepare_whole(c)) return code;
   m = solution_measures{};
-  const sol_ptrs s = TVN_getsolptrs(t, whichsol);
-  m.primalobj = primal_objective(t, whichsol);
-  primal_measures(t, whichsol, s, m);
-  if (whichsol == TVN_SOL_ITG) return TVN_RES_OK;
-  m.dualobj = dual_objective(t, whichsol);
-  dual_measures(t, whichsol, s, m);
+  primal_measures(c, m);
+  if (whichsol != TVN_SOL_ITG) dual_measures(c, m);
   return TVN_RES_OK;
 }
 
 TVNrescodee TVN_updatesolutioninfo(task& t, int32_t whichsol) {
   solution_measures m;
   if (const TVNrescodee code = solution_infeasibility(t, whichsol, m)) return code;
-  auto& d = t.info.dou;
-  auto& n = t.info.intg;
   const auto k = static_cast<size_t>(whichsol);
-  switch (whichsol) {
-  case TVN_SOL_ITR:
-    d[TVN_DINF_SOL_ITR_PRIMAL_OBJ] = m.primalobj;
-    d[TVN_DINF_SOL_ITR_MAX_PBI] = m.maxpbi;
-    d[TVN_DINF_SOL_ITR_MAX_PCNI] = m.maxpcni;
-    d[TVN_DINF_SOL_ITR_MAX_PEQI] = m.maxpeqi;
-    d[TVN_DINF_SOL_ITR_MAX_PINTI] = m.maxinti;
-    d[TVN_DINF_SOL_ITR_DUAL_OBJ] = m.dualobj;
-    d[TVN_DINF_SOL_ITR_MAX_DBI] = m.maxdbi;
-    d[TVN_DINF_SOL_ITR_MAX_DCNI] = m.maxdcni;
-    d[TVN_DINF_SOL_ITR_MAX_DEQI] = m.maxdeqi;
-    n[TVN_IINF_SOL_ITR_PROSTA] = t.sols.prosta[k];
-    n[TVN_IINF_SOL_ITR_SOLSTA] = t.sols.solsta[k];
-    break;
-  case TVN_SOL_BAS:
-    d[TVN_DINF_SOL_BAS_PRIMAL_OBJ] = m.primalobj;
-    d[TVN_DINF_SOL_BAS_MAX_PBI] = m.maxpbi;
-    d[TVN_DINF_SOL_BAS_MAX_PEQI] = m.maxpeqi;
-    d[TVN_DINF_SOL_BAS_MAX_PINTI] = m.maxinti;
-    d[TVN_DINF_SOL_BAS_DUAL_OBJ] = m.dualobj;
-    d[TVN_DINF_SOL_BAS_MAX_DBI] = m.maxdbi;
-    d[TVN_DINF_SOL_BAS_MAX_DEQI] = m.maxdeqi;
-    n[TVN_IINF_SOL_BAS_PROSTA] = t.sols.prosta[k];
-    n[TVN_IINF_SOL_BAS_SOLSTA] = t.sols.solsta[k];
-    break;
-  default:
-    d[TVN_DINF_SOL_INT_PRIMAL_OBJ] = m.primalobj;
-    d[TVN_DINF_SOL_INT_MAX_PBI] = m.maxpbi;
-    d[TVN_DINF_SOL_INT_MAX_PEQI] = m.maxpeqi;
-    d[TVN_DINF_SOL_INT_MAX_PINTI] = m.maxinti;
-    n[TVN_IINF_SOL_INT_PROSTA] = t.sols.prosta[k];
-    n[TVN_IINF_SOL_INT_SOLSTA] = t.sols.solsta[k];
-  }
+  const slot_items& to = items_of_slot[k];
+  for (const auto& [item, value] :
+       {std::pair{to.primalobj, m.primalobj}, std::pair{to.maxpbi, m.maxpbi}, std::pair{to.maxpcni, m.maxpcni},
+        std::pair{to.maxpeqi, m.maxpeqi}, std::pair{to.maxinti, m.maxinti}, std::pair{to.dualobj, m.dualobj},
+        std::pair{to.maxdbi, m.maxdbi}, std::pair{to.maxdcni, m.maxdcni}, std::pair{to.maxdeqi, m.maxdeqi}})
+    if (item != no_item) t.info.dou[static_cast<size_t>(item)] = value;
+  t.info.intg[static_cast<size_t>(to.prosta)] = t.sols.prosta[k];
+  t.info.intg[static_cast<size_t>(to.solsta)] = t.sols.solsta[k];
   return TVN_RES_OK;
 }
 
@@ -315,21 +183,15 @@ TVNrescodee TVN_updatesolutioninfo(task& t, int32_t whichsol) {
 using namespace tvn;
 
 TVNrescodee TVN_getprimalobj(TVNtask_t task, int32_t whichsol, double* primalobj) {
-  return api(task, [&](tvn::task& t) {
-    put_out(primalobj, -infinity);
-    if (const TVNrescodee code = check_defined(t, whichsol)) return code;
-    put_out(primalobj, primal_objective(t, whichsol));
-    return TVN_RES_OK;
-  });
+  return api(task, [&](tvn::task& t) { return get_objective(t, whichsol, primalobj, -infinity, primal_objective); });
 }
 
 TVNrescodee TVN_getdualobj(TVNtask_t task, int32_t whichsol, double* dualobj) {
   return api(task, [&](tvn::task& t) {
+    if (whichsol != TVN_SOL_ITG || !TVN_solutiondef(t, whichsol))
+      return get_objective(t, whichsol, dualobj, infinity, dual_objective);
     put_out(dualobj, infinity);
-    if (const TVNrescodee code = check_defined(t, whichsol)) return code;
-    if (whichsol == TVN_SOL_ITG) return report(t, label, __LINE__, TVN_RES_ERR_NO_DUAL_FOR_ITG_SOL);
-    put_out(dualobj, dual_objective(t, whichsol));
-    return TVN_RES_OK;
+    return report(t, label, __LINE__, TVN_RES_ERR_NO_DUAL_FOR_ITG_SOL);
   });
 }
 

@@ -81,6 +81,16 @@ TVNrescodee put_solution(task& t, int32_t whichsol, const sol_input& in) {
   return TVN_RES_OK;
 }
 
+// One of the three numbers of a slot, which is made when it is missing.
+TVNrescodee put_raw(TVNtask_t task, int32_t whichsol, std::array<int32_t, 3> solution_store::*numbers, int32_t value) {
+  return api(task, [&](tvn::task& t) {
+    if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
+    TVN_makesolution(t, whichsol);
+    (t.sols.*numbers)[static_cast<size_t>(whichsol)] = value;
+    return TVN_RES_OK;
+  });
+}
+
 } // namespace
 
 } // namespace tvn
@@ -125,20 +135,16 @@ TVNrescodee TVN_putsolutionyi(TVNtask_t task, int32_t i, int32_t whichsol, doubl
   });
 }
 
+TVNrescodee TVN_putsolini(TVNtask_t task, int32_t whichsol, int32_t flag) {
+  return put_raw(task, whichsol, &solution_store::defined, flag != 0);
+}
+
 TVNrescodee TVN_putprosta(TVNtask_t task, int32_t whichsol, int32_t prosta) {
-  return api(task, [&](tvn::task& t) {
-    if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
-    t.sols.prosta[static_cast<size_t>(whichsol)] = prosta;
-    return TVN_RES_OK;
-  });
+  return put_raw(task, whichsol, &solution_store::prosta, prosta);
 }
 
 TVNrescodee TVN_putsolsta(TVNtask_t task, int32_t whichsol, int32_t solsta) {
-  return api(task, [&](tvn::task& t) {
-    if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
-    t.sols.solsta[static_cast<size_t>(whichsol)] = solsta;
-    return TVN_RES_OK;
-  });
+  return put_raw(task, whichsol, &solution_store::solsta, solsta);
 }
 
 TVNrescodee TVN_makesolutionstatusunknown(TVNtask_t task, int32_t whichsol) {

@@ -26,18 +26,31 @@ template <class Owner> TVNrescodee finish(Owner& owner, int32_t whichstream, str
 
 bool is_stream(int32_t whichstream) noexcept { return whichstream >= 0 && whichstream < num_streams; }
 
-// The name has been opened; the file belongs to the stream afterwards.
-template <class Owner> TVNrescodee link_file(Owner& owner, int32_t whichstream, sysfile* file, bool append) noexcept {
+TVNrescodee open_file(task& t, const char* name, file_mode mode, sysfile** out) {
+  return TVN_fopentask(t, name, mode, false, out);
+}
+
+TVNrescodee open_file(env& e, const char* name, file_mode mode, sysfile** out) {
+  if (!name) return report(e, label, __LINE__, TVN_RES_ERR_INVALID_FILE_NAME, "");
+  sys_code code = sys_code::ok;
+  *out = TVN_sysenv_fopen(*e.sys, name, mode, false, code);
+  return code == sys_code::ok ? TVN_RES_OK : report(e, label, __LINE__, TVN_sysrestores(code), name);
+}
+
+// The file belongs to the stream once it is linked.
+template <class Owner> TVNrescodee link_file(Owner& owner, int32_t whichstream, const char* filename, bool append) {
+  if (!is_stream(whichstream)) return report(owner, label, __LINE__, TVN_RES_ERR_INVALID_STREAM, whichstream);
+  sysfile* file = nullptr;
+  const TVNrescodee bad = open_file(owner, filename, append ? file_mode::append : file_mode::write, &file);
+  if (bad) return bad;
   const stream_code code = TVN_linkfiletostream(owner.streams, whichstream, file, append);
   if (code == stream_code::bad_stream || code == stream_code::mutex_lock) file_owner closes(file);
   return finish(owner, whichstream, code);
 }
 
-TVNrescodee open_for_env(env& e, const char* name, bool append, sysfile** out) {
-  if (!name) return report(e, label, __LINE__, TVN_RES_ERR_INVALID_FILE_NAME, "");
-  sys_code code = sys_code::ok;
-  *out = TVN_sysenv_fopen(*e.sys, name, append ? file_mode::append : file_mode::write, false, code);
-  return code == sys_code::ok ? TVN_RES_OK : report(e, label, __LINE__, TVN_sysrestores(code), name);
+template <class Owner> TVNrescodee echo_arguments(Owner& owner, int32_t whichstream, const char* format, va_list args) {
+  if (!format) return report(owner, label, __LINE__, TVN_RES_ERR_NULL_POINTER, "format");
+  return finish(owner, whichstream, TVN_echostreamva(owner.streams, whichstream, format, args));
 }
 
 struct format_target {
@@ -106,21 +119,11 @@ TVNrescodee TVN_linkfunctoenvstream(TVNenv_t env, int32_t whichstream, void* han
 }
 
 TVNrescodee TVN_linkfiletotaskstream(TVNtask_t task, int32_t whichstream, const char* filename, int32_t append) {
-  return api(task, [&](tvn::task& t) {
-    if (!is_stream(whichstream)) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_STREAM, whichstream);
-    sysfile* file = nullptr;
-    const TVNrescodee bad = TVN_fopentask(t, filename, append ? file_mode::append : file_mode::write, false, &file);
-    return bad ? bad : link_file(t, whichstream, file, append != 0);
-  });
+  return api(task, [&](tvn::task& t) { return link_file(t, whichstream, filename, append != 0); });
 }
 
 TVNrescodee TVN_linkfiletoenvstream(TVNenv_t env, int32_t whichstream, const char* filename, int32_t append) {
-  return api(env, [&](tvn::env& e) {
-    if (!is_stream(whichstream)) return report(e, label, __LINE__, TVN_RES_ERR_INVALID_STREAM, whichstream);
-    sysfile* file = nullptr;
-    const TVNrescodee bad = open_for_env(e, filename, append != 0, &file);
-    return bad ? bad : link_file(e, whichstream, file, append != 0);
-  });
+  return api(env, [&](tvn::env& e) { return link_file(e, whichstream, filename, append != 0); });
 }
 
 TVNrescodee TVN_flushstreamtask(TVNtask_t task, int32_t whichstream) {
@@ -132,17 +135,11 @@ TVNrescodee TVN_flushstreamenv(TVNenv_t env, int32_t whichstream) {
 }
 
 TVNrescodee TVN_echotaskva(TVNtask_t task, int32_t whichstream, const char* format, va_list args) {
-  return api(task, [&](tvn::task& t) {
-    if (!format) return report(t, label, __LINE__, TVN_RES_ERR_NULL_POINTER, "format");
-    return finish(t, whichstream, TVN_echostreamva(t.streams, whichstream, format, args));
-  });
+  return api(task, [&](tvn::task& t) { return echo_arguments(t, whichstream, format, args); });
 }
 
 TVNrescodee TVN_echoenvva(TVNenv_t env, int32_t whichstream, const char* format, va_list args) {
-  return api(env, [&](tvn::env& e) {
-    if (!format) return report(e, label, __LINE__, TVN_RES_ERR_NULL_POINTER, "format");
-    return finish(e, whichstream, TVN_echostreamva(e.streams, whichstream, format, args));
-  });
+  return api(env, [&](tvn::env& e) { return echo_arguments(e, whichstream, format, args); });
 }
 
 TVNrescodee TVN_echotask(TVNtask_t task, int32_t whichstream, const char* format, ...) {

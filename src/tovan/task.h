@@ -11,12 +11,22 @@
 #include "tovan/scratch.h"
 #include "tovan/solution.h"
 
+namespace tvn {
+// The user's nonlinear functions; both or none. They stay when the data are deleted, as the callbacks do.
+struct nl_hook {
+  void* handle = nullptr;
+  TVN_nlgetspfunc getsp = nullptr;
+  TVN_nlgetvafunc getva = nullptr;
+};
+} // namespace tvn
+
 struct TVNtask {
   TVNenv_t env = nullptr;     // the task is valid only while this is not null
   tvn::sysenv* sys = nullptr; // owned
   int64_t taskid = 0;
   tvn::text taskname;
   tvn::problem prob; // sizes, objective, bounds, A, Q, cones, integers
+  tvn::nl_hook nl;
   tvn::namestore names;
   tvn::param_values params; // this task's values of all parameters
   tvn::solution_store sols; // three slots

@@ -5,6 +5,7 @@
 #include "tovan/api.h"
 #include "tovan/data.h"
 #include "tovan/names.h"
+#include "tovan/nlfunc.h"
 #include "tovan/sol.h"
 
 namespace tvn {
@@ -121,6 +122,7 @@ TVNrescodee TVN_clonetask(TVNtask_t task, TVNtask_t* clonedtask) {
   return api(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_pointer(t, label, __LINE__, clonedtask, "clonedtask")) return code;
     if (*clonedtask == task) return report(t, label, __LINE__, TVN_RES_ERR_IDENTICAL_TASKS);
+    if (has_nlfunc(t)) return report(t, label, __LINE__, TVN_RES_ERR_CANNOT_CLONE_NL);
     *clonedtask = nullptr;
     task_owner fresh;
     if (const TVNrescodee code = TVN_makeemptytask(t.env, &fresh.handle)) return code;

@@ -57,7 +57,7 @@ TVNrescodee fill_items(task& t) {
   TVNP_putintinf(t, TVN_IINF_RD_NUMCONE, p.numcone);
   TVNP_putintinf(t, TVN_IINF_RD_NUMINTVAR, p.numintvar);
   TVNP_putintinf(t, TVN_IINF_RD_NUMQ, numq);
-  TVNP_putintinf(t, TVN_IINF_RD_PROTYPE, problem_type(p));
+  TVNP_putintinf(t, TVN_IINF_RD_PROTYPE, problem_type(t));
   TVNP_putlintinf(t, TVN_LIINF_RD_NUMANZ, numanz);
   TVNP_putlintinf(t, TVN_LIINF_RD_NUMQNZ, numqnz);
   return TVN_RES_OK;

@@ -5,6 +5,7 @@
 // end, where all rows of type N leave together. The first fault stops the reader and what was entered stays.
 #pragma once
 
+#include "tovan/data.h"
 #include "tovan/readmps.h"
 #include "tovan/readmpsnames.h"
 #include "tovan/task.h"
@@ -19,17 +20,18 @@ struct mps_counts {
 struct mps_reader {
   task& t;
   rm_state& rm;
+  mps_counts counts;
+  TVNrescodee stop = TVN_RES_OK; // what a callback wants
   double starttime = 0; // seconds since the epoch
   mps_names rows, cols, cones;
   vec<char> isfree; // [rows] 1: of type N
   int32_t objrow = -1;
   double fixedterm = 0;
   bool keepint = true, keepfree = false;
-  vec<char> hasq;         // [rows] 1: has had its quadratic section; sized with the first such section
+  vec<char> hasq;         // [rows] 1: has quadratic terms; sized with the first quadratic section
   vec<int32_t> members;   // of the cone that is being read
   buffer<int32_t> incone; // [cols] the number of cones met when the variable was listed last, 0: never
-  vec<int32_t> qi, qj;    // entries of the quadratic section that is being read
-  vec<double> qval;
+  vec<qterm> terms;       // of the quadratic section that is being read
 
   mps_reader(task& task_, rm_state& rm_);
 };
@@ -43,28 +45,36 @@ TVNrescodee TVN_readmps(task& t, int32_t mode, sysfile& file, const char* name);
 TVNrescodee mps_fail(mps_reader& r, TVNrescodee code) noexcept;
 // The code of a status that is neither a line nor a head, reported.
 TVNrescodee mps_fault(mps_reader& r, mps_status status) noexcept;
-// Calls the progress callback now and then; nonzero when it wants to stop.
-TVNrescodee mps_tick(mps_reader& r) noexcept;
+// A code whose message holds a name.
+TVNrescodee mps_bad_name(mps_reader& r, TVNrescodee code, std::string_view name) noexcept;
 // Row or column with this name, or the code of an undefined name, reported.
 TVNrescodee mps_find_row(mps_reader& r, std::string_view name, int32_t& i) noexcept;
 TVNrescodee mps_find_var(mps_reader& r, std::string_view name, int32_t& j) noexcept;
 // "Using '%s' as %s vector".
 void mps_log_using(mps_reader& r, std::string_view name, const char* what) noexcept;
 
-// All data lines of a section; `handle` takes the fields and returns a response code.
-template <class Handle> TVNrescodee mps_each_line(mps_reader& r, mps_section section, Handle&& handle) {
+// All data lines of a section; `handle` takes the fields and returns a response code. `finish` does what the lines
+// have left over, before the end of the section and before a fault of a later line.
+template <class Handle, class Finish>
+TVNrescodee mps_each_line(mps_reader& r, mps_section section, Handle&& handle, Finish&& finish) {
   for (;;) {
     mps_fields f;
     const mps_status status = TVN_rm_read(r.rm, section, f);
-    if (status == mps_status::head) return TVN_RES_OK;
-    if (status != mps_status::line) return mps_fault(r, status);
-    if ((r.rm.linenumber & 0xFFFF) == 0) {
-      if (const TVNrescodee stop = mps_tick(r)) return stop;
+    if (status != mps_status::line) {
+      const TVNrescodee bad = finish();
+      return bad || status == mps_status::head ? bad : mps_fault(r, status);
     }
     if (const TVNrescodee bad = handle(f)) return bad;
   }
 }
 
+template <class Handle> TVNrescodee mps_each_line(mps_reader& r, mps_section section, Handle&& handle) {
+  return mps_each_line(r, section, handle, [] { return TVN_RES_OK; });
+}
+
+// The first pass: r.counts, and whether a file in relaxed mode is one in free form.
+TVNrescodee TVN_estimatesize(mps_reader& r);
+TVNrescodee mps_read_columns(mps_reader& r);
 TVNrescodee mps_read_rhs(mps_reader& r);
 TVNrescodee mps_read_ranges(mps_reader& r);
 TVNrescodee mps_read_bounds(mps_reader& r);

@@ -22,24 +22,24 @@ constexpr const char* label = "src/tovan/tovanmpsvec";
 struct vector_choice {
   const char* what; // in the log
   TVNrescodee splitcode;
-  char chosen[TVN_MAX_STR_LEN] = {};
+  vec<char> chosen;
   bool known = false; // the name is chosen
   bool started = false, left = false, warned = false;
 
   vector_choice(const mps_reader& r, int32_t param, const char* what_, TVNrescodee code)
-      : what(what_), splitcode(code) {
-    const c_name name(TVNP_getstrparam(r.t, param));
-    known = name.text[0] != '\0';
-    std::memcpy(chosen, name.text, sizeof chosen);
+      : what(what_), splitcode(code), chosen(*r.t.sys) {
+    const std::string_view name = TVNP_getstrparam(r.t, param);
+    if (!name.empty()) choose(name);
+  }
+
+  void choose(std::string_view name) {
+    chosen.append(name.data(), static_cast<int64_t>(name.size()));
+    known = true;
   }
 
   TVNrescodee use(mps_reader& r, std::string_view name, bool& used) {
-    if (!known) {
-      const c_name first(name);
-      std::memcpy(chosen, first.text, sizeof chosen);
-      known = true;
-    }
-    used = name == chosen;
+    if (!known) choose(name);
+    used = name == std::string_view(chosen.data(), static_cast<size_t>(chosen.size()));
     if (!used) {
       left = started;
       return TVN_RES_OK;
@@ -48,9 +48,12 @@ struct vector_choice {
     started = true;
     if (!left || warned) return TVN_RES_OK;
     warned = true;
-    return mps_fail(r, report(r.t, label, __LINE__, splitcode, chosen));
+    return mps_bad_name(r, splitcode, name);
   }
 };
+
+// A number that no double holds is read as infinite, and an infinite bound is 1e30.
+double bound_within(double value) noexcept { return std::clamp(value, -infinity, infinity); }
 
 // Calls `put(i, value)` for the pairs of a line; a blank name with value 0 is passed over.
 template <class Put> TVNrescodee each_pair(mps_reader& r, const mps_fields& f, Put&& put) {
@@ -67,18 +70,18 @@ template <class Put> TVNrescodee each_pair(mps_reader& r, const mps_fields& f, P
 
 TVNrescodee put_rhs(mps_reader& r, int32_t i, double value, bool second) {
   if (r.isfree[i]) {
-    if (i == r.objrow) r.fixedterm = -value;
-    return TVN_RES_OK;
+    if (i != r.objrow) return TVN_RES_OK;
+    r.fixedterm = -value;
+    return std::isfinite(value) ? TVN_RES_OK : report(r.t, label, __LINE__, TVN_RES_ERR_MPS_INV_FIELD, second ? 6 : 4);
   }
   if (second && std::fabs(value) >= TVNP_getdouparam(r.t, TVN_DPAR_DATA_TOL_BOUND_WRN)) {
-    const TVNrescodee bad =
-        report(r.t, label, __LINE__, TVN_RES_WRN_LARGE_BOUND, value, "constraint", r.rows.text(i),
-               TVN_userindex(r.t, i));
+    const TVNrescodee bad = report(r.t, label, __LINE__, TVN_RES_WRN_LARGE_BOUND, value, "constraint", r.rows.text(i),
+                                   TVN_userindex(r.t, i));
     if (bad) return bad;
   }
   const int32_t key = get_bound(r.t.prob, TVN_ACC_CON, i).bk;
-  const double lower = key == TVN_BK_UP ? -infinity : value;
-  const double upper = key == TVN_BK_LO ? infinity : value;
+  const double lower = key == TVN_BK_UP ? -infinity : bound_within(value);
+  const double upper = key == TVN_BK_LO ? infinity : bound_within(value);
   return put_bound(r.t, TVN_ACC_CON, i, key, lower, upper);
 }
 
@@ -173,11 +176,10 @@ TVNrescodee mps_read_bounds(mps_reader& r) {
     TVNrescodee bad = choice.use(r, f.name2, used);
     if (bad || !used) return bad;
     const bound_type type = find_bound_type(f.key);
-    if (type == bound_type::unknown)
-      return mps_fail(r, report(r.t, label, __LINE__, TVN_RES_ERR_MPS_INV_BOUND_KEY, c_name(f.key).text));
+    if (type == bound_type::unknown) return mps_bad_name(r, TVN_RES_ERR_MPS_INV_BOUND_KEY, f.key);
     int32_t j = 0;
     if ((bad = mps_find_var(r, f.name3, j))) return bad;
-    return mps_fail(r, put_typed_bound(r, type, j, f.value4));
+    return mps_fail(r, put_typed_bound(r, type, j, bound_within(f.value4)));
   });
 }
 

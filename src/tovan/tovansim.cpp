@@ -6,6 +6,7 @@
 #include "tovan/data.h"
 #include "tovan/log.h"
 #include "tovan/optimize.h"
+#include "tovan/presolvelog.h"
 #include "tovan/report.h"
 #include "tovan/sol.h"
 
@@ -40,15 +41,26 @@ int32_t scaling_number(int32_t value) {
   }
 }
 
+simplex_kind optimizer_number(int32_t value) {
+  switch (value) {
+  case TVN_OPTIMIZER_PRIMAL_SIMPLEX: return kind_primal;
+  case TVN_OPTIMIZER_DUAL_SIMPLEX: return kind_dual;
+  default: return kind_free;
+  }
+}
+
 void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   const auto& iv = t.params.ival;
   const auto& dv = t.params.dval;
-  p.optimizer = kind_primal;
+  p.optimizer = optimizer_number(iv[TVN_IPAR_OPTIMIZER]);
+  p.presolve = iv[TVN_IPAR_PRESOLVE_USE];
+  p.prslv = TVN_presolveparam(t);
   p.degen = iv[TVN_IPAR_SIM_DEGEN];
   p.scaling = scaling_number(iv[TVN_IPAR_SIM_SCALING]);
   p.scalingmethod = iv[TVN_IPAR_SIM_SCALING_METHOD] == TVN_SCALING_METHOD_FREE ? 1 : 0;
   p.nonsingular = iv[TVN_IPAR_SIM_NON_SINGULAR] != 0;
   p.selection = selection_number(iv[TVN_IPAR_SIM_PRIMAL_SELECTION]);
+  p.dualselection = selection_number(iv[TVN_IPAR_SIM_DUAL_SELECTION]);
   p.restrictpct = iv[TVN_IPAR_SIM_PRIMAL_RESTRICT_SELECTION];
   p.maxiterations = iv[TVN_IPAR_SIM_MAX_ITERATIONS];
   p.maxsetbacks = iv[TVN_IPAR_SIM_MAX_NUM_SETBACKS];
@@ -60,20 +72,25 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   p.tolrelpiv = dv[TVN_DPAR_SIM_LU_TOL_REL_PIV];
   p.maxtime = dv[TVN_DPAR_OPTIMIZER_MAX_TIME];
   p.starttime = t.optstart;
-  // The cuts are on the user's objective; the frame minimises. Only the side that a falling objective can cross
-  // matters.
+  // The cuts are on the user's objective; the frame minimises. The primal objective falls through the lower one, the
+  // dual objective rises through the upper one.
   const bool low = dv[TVN_DPAR_LOWER_OBJ_CUT] > dv[TVN_DPAR_LOWER_OBJ_CUT_FINITE_TRH],
              upp = dv[TVN_DPAR_UPPER_OBJ_CUT] < dv[TVN_DPAR_UPPER_OBJ_CUT_FINITE_TRH];
   p.usecutlow = maximize ? upp : low;
   p.cutlow = maximize ? -dv[TVN_DPAR_UPPER_OBJ_CUT] : dv[TVN_DPAR_LOWER_OBJ_CUT];
+  p.usecutupp = maximize ? low : upp;
+  p.cutupp = maximize ? -dv[TVN_DPAR_LOWER_OBJ_CUT] : dv[TVN_DPAR_UPPER_OBJ_CUT];
 }
 
 // What the progress function needs to write its lines.
 struct sim_run {
   task* t;
-  double sense;    // +1 minimise, -1 maximise
-  double start;    // of the simplex optimizer
-  TVNrescodee trm; // code of the callback that stopped the run
+  double sense;                       // +1 minimise, -1 maximise
+  double start;                       // of the simplex optimizer
+  TVNrescodee trm;                    // code of the callback that stopped the run
+  int32_t running = -1;               // simplex_kind of the optimizer at work
+  double begun = 0;                   // its start
+  std::array<double, 4> seconds = {}; // by simplex_kind, of those that have ended
 };
 
 void log_head(task& t) {
@@ -90,30 +107,43 @@ void log_sizes(task& t, const simplex_info& info) {
 }
 
 void log_line(const sim_run& run, const simplex_info& info) {
-  const auto& count = info.count[kind_primal];
+  const auto& count = info.count[info.kind];
   const double iters = static_cast<double>(std::max<int64_t>(1, count.iterations)), now = TVN_sysenv_gettime();
-  echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10.2e  %-10.2s  %-20.10e  %-20s  %-8.2f  %-8.2f\n",
-       static_cast<int>(count.iterations), 100.0 * static_cast<double>(count.degenerate) / iters, info.sumpinf, "NA",
-       run.sense * info.objective, "NA", now - run.start, now - run.t->optstart);
+  const double degenerate = 100.0 * static_cast<double>(count.degenerate) / iters, obj = run.sense * info.objective;
+  if (info.kind == kind_dual)
+    echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10s  %-10.2e  %-20s  %-20.10e  %-8.2f  %-8.2f\n",
+         static_cast<int>(count.iterations), degenerate, "NA", info.sumdinf, "NA", obj, now - run.start,
+         now - run.t->optstart);
+  else
+    echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10.2e  %-10.2s  %-20.10e  %-20s  %-8.2f  %-8.2f\n",
+         static_cast<int>(count.iterations), degenerate, info.sumpinf, "NA", obj, "NA", now - run.start,
+         now - run.t->optstart);
 }
 
 void update_items(const sim_run& run, const simplex_info& info) {
   auto& items = run.t->info;
-  const auto& count = info.count[kind_primal];
   const auto narrow = [](int64_t v) {
     return static_cast<int32_t>(std::min<int64_t>(v, std::numeric_limits<int32_t>::max()));
   };
-  items.intg[TVN_IINF_SIM_PRIMAL_ITER] = narrow(count.iterations);
-  items.intg[TVN_IINF_SIM_PRIMAL_DEG_ITER] = narrow(count.degenerate);
-  items.intg[TVN_IINF_SIM_PRIMAL_INF_ITER] = narrow(count.infeasible);
+  const auto &primal = info.count[kind_primal], &dual = info.count[kind_dual];
+  items.intg[TVN_IINF_SIM_PRIMAL_ITER] = narrow(primal.iterations);
+  items.intg[TVN_IINF_SIM_PRIMAL_DEG_ITER] = narrow(primal.degenerate);
+  items.intg[TVN_IINF_SIM_PRIMAL_INF_ITER] = narrow(primal.infeasible);
+  items.intg[TVN_IINF_SIM_DUAL_ITER] = narrow(dual.iterations);
+  items.intg[TVN_IINF_SIM_DUAL_DEG_ITER] = narrow(dual.degenerate);
+  items.intg[TVN_IINF_SIM_DUAL_INF_ITER] = narrow(dual.infeasible);
   items.intg[TVN_IINF_SIM_NUMCON] = info.numcon;
   items.intg[TVN_IINF_SIM_NUMVAR] = info.numvar;
-  items.private_intg[TVNP_IINF_NUM_LU_FACTORIZATIONS] = narrow(count.factorizations);
-  items.private_intg[TVNP_IINF_SIM_PRIMAL_NUM_SETBACKS] = narrow(count.setbacks);
-  items.private_intg[TVNP_IINF_SIM_NUM_PRIMAL_BOUNDSWAPS] = narrow(count.boundswaps);
+  items.private_intg[TVNP_IINF_NUM_LU_FACTORIZATIONS] = narrow(primal.factorizations + dual.factorizations);
+  items.private_intg[TVNP_IINF_SIM_PRIMAL_NUM_SETBACKS] = narrow(primal.setbacks);
+  items.private_intg[TVNP_IINF_SIM_DUAL_NUM_SETBACKS] = narrow(dual.setbacks);
+  items.private_intg[TVNP_IINF_SIM_NUM_PRIMAL_BOUNDSWAPS] = narrow(primal.boundswaps);
   items.dou[TVN_DINF_SIM_OBJ] = run.sense * info.objective;
-  items.dou[TVN_DINF_SIM_FEAS] = info.sumpinf;
-  items.dou[TVN_DINF_SIM_PRIMAL_TIME] = items.dou[TVN_DINF_SIM_TIME] = TVN_sysenv_gettime() - run.start;
+  items.dou[TVN_DINF_SIM_FEAS] = info.kind == kind_dual ? info.sumdinf : info.sumpinf;
+  const double now = TVN_sysenv_gettime();
+  items.dou[TVN_DINF_SIM_TIME] = now - run.start;
+  items.dou[TVN_DINF_SIM_PRIMAL_TIME] = run.seconds[kind_primal] + (run.running == kind_primal ? now - run.begun : 0);
+  items.dou[TVN_DINF_SIM_DUAL_TIME] = run.seconds[kind_dual] + (run.running == kind_dual ? now - run.begun : 0);
 }
 
 // What a run did, for those who raise the log level.
@@ -121,7 +151,7 @@ void TVN_simplex_printtail(task& t, const simplex_info& info) {
   const auto line = [&](const char* what, int64_t value) {
     echo(t, TVN_STREAM_MSG, "%-20s: %-lld\n", what, static_cast<long long>(value));
   };
-  const auto& count = info.count[kind_primal];
+  const auto& count = info.count[info.kind];
   line("Iterations", count.iterations);
   line("Deg. iterations", count.degenerate);
   line("Inf. iterations", count.infeasible);
@@ -136,32 +166,49 @@ void TVN_simplex_printtail(task& t, const simplex_info& info) {
   echo(t, TVN_STREAM_MSG, "%-20s: %-.2e\n", "min(abs(Uii))", info.mindiag);
 }
 
-int32_t event_code(simplex_event event) {
+int32_t event_code(simplex_event event, bool dual) {
   switch (event) {
-  case simplex_event::begin_primal: return TVN_CALLBACK_BEGIN_PRIMAL_SIMPLEX;
-  case simplex_event::end_primal: return TVN_CALLBACK_END_PRIMAL_SIMPLEX;
-  case simplex_event::iteration: return TVN_CALLBACK_UPDATE_PRIMAL_SIMPLEX;
+  case simplex_event::begin: return dual ? TVN_CALLBACK_BEGIN_DUAL_SIMPLEX : TVN_CALLBACK_BEGIN_PRIMAL_SIMPLEX;
+  case simplex_event::end: return dual ? TVN_CALLBACK_END_DUAL_SIMPLEX : TVN_CALLBACK_END_PRIMAL_SIMPLEX;
+  case simplex_event::iteration: return dual ? TVN_CALLBACK_UPDATE_DUAL_SIMPLEX : TVN_CALLBACK_UPDATE_PRIMAL_SIMPLEX;
+  case simplex_event::begin_presolve: return TVN_CALLBACK_BEGIN_PRESOLVE;
+  case simplex_event::end_presolve: return TVN_CALLBACK_END_PRESOLVE;
   case simplex_event::begin_setup:
   case simplex_event::end_setup:
-  case simplex_event::poll: return TVN_CALLBACK_IM_PRIMAL_SIMPLEX;
+  case simplex_event::presolve_line:
+  case simplex_event::poll: break;
   }
-  return TVN_CALLBACK_IM_PRIMAL_SIMPLEX;
+  return dual ? TVN_CALLBACK_IM_DUAL_SIMPLEX : TVN_CALLBACK_IM_PRIMAL_SIMPLEX;
+}
+
+void note_times(sim_run& run, simplex_event event, const simplex_info& info) {
+  if (event == simplex_event::begin) {
+    run.running = info.kind;
+    run.begun = TVN_sysenv_gettime();
+  } else if (event == simplex_event::end) {
+    run.seconds[info.kind] += TVN_sysenv_gettime() - run.begun;
+    run.running = -1;
+  }
 }
 
 int32_t simplex_progress_function(void* handle, simplex_event event, const simplex_info& info) {
   auto& run = *static_cast<sim_run*>(handle);
   task& t = *run.t;
+  note_times(run, event, info);
   update_items(run, info);
-  const bool logged = is_logged(t, TVN_IPAR_LOG_SIM);
+  if (event == simplex_event::presolve_line) TVN_logpresolveline(t, info.line);
+  if (event == simplex_event::end_presolve) TVN_logendpresolve(t, info.prslv);
+  const bool logged = is_logged(t, TVN_IPAR_LOG_SIM), dual = info.kind == kind_dual;
+  const char* const name = dual ? "Dual" : "Primal";
   if (logged && event == simplex_event::begin_setup)
-    echo(t, TVN_STREAM_MSG, "Primal simplex optimizer setup started.\n");
+    echo(t, TVN_STREAM_MSG, "%s simplex optimizer setup started.\n", name);
   if (logged && event == simplex_event::end_setup) {
     log_sizes(t, info);
-    echo(t, TVN_STREAM_MSG, "Primal simplex optimizer setup terminated.\n");
+    echo(t, TVN_STREAM_MSG, "%s simplex optimizer setup terminated.\n", name);
     log_head(t);
   }
   if (logged && event == simplex_event::iteration) log_line(run, info);
-  const TVNrescodee code = TVN_tovanlog(&t, event_code(event));
+  const TVNrescodee code = TVN_tovanlog(&t, event_code(event, dual));
   if (code == TVN_RES_OK) return 0;
   if (run.trm == TVN_RES_OK) run.trm = code;
   return code == TVN_RES_TRM_INTERNAL ? 2 : 1;
@@ -245,9 +292,9 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
   reset_items(t);
   const bool maximize = TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE;
   const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER];
-  if (optimizer == TVN_OPTIMIZER_DUAL_SIMPLEX || optimizer == TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX)
+  if (optimizer == TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX)
     return report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, optimizer);
-  sim_run run{&t, maximize ? -1.0 : 1.0, TVN_sysenv_gettime(), TVN_RES_OK};
+  sim_run run{&t, maximize ? -1.0 : 1.0, TVN_sysenv_gettime(), TVN_RES_OK, -1, 0, {}};
   if (const TVNrescodee code = TVN_tovanlog(&t, TVN_CALLBACK_BEGIN_SIMPLEX)) return code;
 
   TVN_makesolution(t, TVN_SOL_BAS);
@@ -273,6 +320,9 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
   const TVNrescodee code = run.trm != TVN_RES_OK ? run.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
   constexpr int32_t taillevel = 4;
   if (is_logged(t, TVN_IPAR_LOG_SIM, taillevel)) TVN_simplex_printtail(t, info);
+  if (is_logged(t, TVN_IPAR_LOG_SIM) && info.cleanups > 0)
+    echo(t, TVN_STREAM_MSG, "%*s - %*s : %*lld\n", -10, "Optimizer", -16, "clean-up iter.", -16,
+         static_cast<long long>(info.cleaniterations));
   if (is_logged(t, TVN_IPAR_LOG_SIM))
     echo(t, TVN_STREAM_MSG, "Simplex optimizer terminated. Time: %-.2f. %s\n", TVN_sysenv_gettime() - run.start, "");
   if (const TVNrescodee c = TVN_tovanlog(&t, TVN_CALLBACK_END_SIMPLEX); code == TVN_RES_OK) return c;

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <limits>
 #include <map>
-#include <random>
 
 namespace {
 
@@ -225,17 +224,6 @@ TEST_F(ProblemData, InputReplacesTheProblemAndRefusesFaultyColumnsBeforeItDoes) 
   EXPECT_EQ(maxanz, 3); // sized once
 }
 
-TEST_F(ProblemData, AppendedVariablesAndConstraintsAreFilled) {
-  const double c[] = {1, 2}, lo[] = {0, 0}, up[] = {1, 1}, val[] = {3, 4, 5};
-  const int32_t ptrb[] = {0, 1}, ptre[] = {1, 3}, sub[] = {0, 0, 1}, bk[] = {TVN_BK_RA, TVN_BK_RA};
-  ASSERT_EQ(TVN_appendvars(task, 2, c, nullptr, nullptr, nullptr, nullptr, bk, lo, up), TVN_RES_OK);
-  ASSERT_EQ(TVN_appendcons(task, 2, ptrb, ptre, sub, val, bk, lo, up), TVN_RES_OK);
-  EXPECT_EQ(aij(0, 0), 3.0);
-  EXPECT_EQ(aij(1, 1), 5.0);
-  EXPECT_EQ(key(TVN_ACC_CON, 1), TVN_BK_RA);
-  EXPECT_EQ(TVN_appendvars(task, -1, c, nullptr, nullptr, nullptr, nullptr, bk, lo, up), TVN_RES_ERR_IN_ARGUMENT);
-}
-
 TEST_F(ProblemData, QuadraticTermsMergeMoveAndShrink) {
   append(2, 3);
   const int32_t i[] = {1, 1, 2}, j[] = {0, 0, 2};
@@ -343,47 +331,6 @@ TEST_F(ProblemData, NanIsFoundByTheCheckOfTheData) {
   EXPECT_EQ(TVN_checkdata(task), TVN_RES_ERR_NAN_IN_C);
 }
 
-TEST_F(ProblemData, CloneStandsOnItsOwn) {
-  append(2, 3);
-  const int32_t sub[] = {0, 1}, mem[] = {2, 1}, skc[] = {1, 1}, skx[] = {3, 3, 3};
-  const double val[] = {1.5, -2.5}, xx[] = {4, 5, 6};
-  ASSERT_EQ(TVN_putavec(task, TVN_ACC_VAR, 2, 2, sub, val), TVN_RES_OK);
-  ASSERT_EQ(TVN_putaij(task, 0, 0, 7.0), TVN_RES_OK); // still in the cache
-  ASSERT_EQ(TVN_putcj(task, 1, 3.0), TVN_RES_OK);
-  ASSERT_EQ(TVN_putname(task, TVN_PI_VAR, 1, "flow"), TVN_RES_OK);
-  ASSERT_EQ(TVN_appendcone(task, TVN_CT_QUAD, 0.0, 2, mem), TVN_RES_OK);
-  ASSERT_EQ(TVN_putqobj(task, 2, sub, sub, val), TVN_RES_OK);
-  ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_LOG, 3), TVN_RES_OK);
-  ASSERT_EQ(TVN_putsolution(task, TVN_SOL_BAS, skc, skx, nullptr, nullptr, xx, nullptr, nullptr, nullptr, nullptr,
-                            nullptr, nullptr),
-            TVN_RES_OK);
-  TVNtask_t clone = task;
-  EXPECT_EQ(TVN_clonetask(task, &clone), TVN_RES_ERR_IDENTICAL_TASKS);
-  clone = nullptr;
-  ASSERT_EQ(TVN_clonetask(task, &clone), TVN_RES_OK);
-  ASSERT_EQ(TVN_remove(task, TVN_ACC_CON, 2, sub), TVN_RES_OK);
-  double a = 0, c = 0, q = 0, x = 0;
-  int32_t index = -1, num = 0, log = 0;
-  EXPECT_EQ(TVN_getaij(clone, 0, 0, &a), TVN_RES_OK);
-  EXPECT_EQ(a, 7.0);
-  EXPECT_EQ(TVN_getaij(clone, 1, 2, &a), TVN_RES_OK);
-  EXPECT_EQ(a, -2.5);
-  EXPECT_EQ(TVN_getcslice(clone, 1, 2, &c), TVN_RES_OK);
-  EXPECT_EQ(c, 3.0);
-  EXPECT_EQ(TVN_getnameindex(clone, TVN_PI_VAR, "flow", nullptr, &index), TVN_RES_OK);
-  EXPECT_EQ(index, 1);
-  EXPECT_EQ(TVN_getnumconemem(clone, 0, &num), TVN_RES_OK);
-  EXPECT_EQ(num, 2);
-  EXPECT_EQ(TVN_getqobjij(clone, 1, 1, &q), TVN_RES_OK);
-  EXPECT_EQ(q, -2.5);
-  EXPECT_EQ(TVN_getintparam(clone, TVN_IPAR_LOG, &log), TVN_RES_OK);
-  EXPECT_EQ(log, 3);
-  EXPECT_EQ(TVN_getsolutioni(clone, TVN_ACC_VAR, 2, TVN_SOL_BAS, nullptr, &x, nullptr, nullptr, nullptr), TVN_RES_OK);
-  EXPECT_EQ(x, 6.0);
-  EXPECT_EQ(TVN_append(clone, TVN_ACC_VAR, 5), TVN_RES_OK); // its arrays grow as any
-  EXPECT_EQ(TVN_deletetask(&clone), TVN_RES_OK);
-}
-
 TEST_F(ProblemData, NullArraysAndNegativeLengthsAreRefused) {
   append(2, 2);
   const int32_t sub[] = {0, 1};
@@ -394,79 +341,6 @@ TEST_F(ProblemData, NullArraysAndNegativeLengthsAreRefused) {
   EXPECT_EQ(TVN_remove(task, TVN_ACC_VAR, 2, nullptr), TVN_RES_ERR_NULL_POINTER);
   EXPECT_EQ(TVN_putqobj(task, 1, sub, sub, nullptr), TVN_RES_ERR_NULL_POINTER);
   EXPECT_EQ(TVN_putavec(task, TVN_ACC_VAR, 0, 0, nullptr, nullptr), TVN_RES_OK);
-}
-
-// A model of named rows and columns: each item carries a unique cost, bound, name and solution value, so that any array
-// that moves out of step with the others is seen.
-TEST_F(ProblemData, RemovalsAndPermutationsMoveEverythingTogether) {
-  std::mt19937 rng(11);
-  for (int round = 0; round < 40; round++) {
-    ASSERT_EQ(TVN_resizetask(task, 0, 0, 0, 0, 0), TVN_RES_OK);
-    const int32_t m = 6, n = 7;
-    append(m, n);
-    std::vector<int32_t> skc(m, TVN_SK_BAS), skx(n, TVN_SK_LOW);
-    std::vector<double> xc(m), xx(n);
-    for (int32_t i = 0; i < m; i++) {
-      xc[static_cast<size_t>(i)] = 100 + i;
-      ASSERT_EQ(TVN_putbound(task, TVN_ACC_CON, i, TVN_BK_LO, i, 0), TVN_RES_OK);
-      ASSERT_EQ(TVN_putname(task, TVN_PI_CON, i, ("c" + std::to_string(i)).c_str()), TVN_RES_OK);
-      for (int32_t j = 0; j < n; j++)
-        if (rng() % 2) { ASSERT_EQ(TVN_putaij(task, i, j, 1 + 10 * i + j), TVN_RES_OK); }
-      ASSERT_EQ(TVN_putqconk(task, i, 1, &i, &i, &xc[static_cast<size_t>(i)]), TVN_RES_OK);
-    }
-    for (int32_t j = 0; j < n; j++) {
-      xx[static_cast<size_t>(j)] = 200 + j;
-      ASSERT_EQ(TVN_putcj(task, j, j), TVN_RES_OK);
-      ASSERT_EQ(TVN_putname(task, TVN_PI_VAR, j, ("x" + std::to_string(j)).c_str()), TVN_RES_OK);
-    }
-    ASSERT_EQ(TVN_putsolution(task, TVN_SOL_BAS, skc.data(), skx.data(), nullptr, xc.data(), xx.data(), nullptr,
-                              nullptr, nullptr, nullptr, nullptr, nullptr),
-              TVN_RES_OK);
-    std::vector<double> before(static_cast<size_t>(m * n));
-    for (int32_t i = 0; i < m; i++)
-      for (int32_t j = 0; j < n; j++) before[static_cast<size_t>(i * n + j)] = aij(i, j);
-    std::vector<int32_t> perm{0, 1, 2, 3, 4, 5}, gone;
-    std::shuffle(perm.begin(), perm.end(), rng);
-    for (int32_t j = 0; j < n; j++)
-      if (rng() % 3 == 0) gone.push_back(j);
-    ASSERT_EQ(TVN_remove(task, TVN_ACC_VAR, static_cast<int32_t>(gone.size()), gone.data()), TVN_RES_OK);
-    ASSERT_EQ(TVN_permuteandremove(task, TVN_ACC_CON, 4, perm.data()), TVN_RES_OK);
-    int32_t numcon = 0, numvar = 0;
-    ASSERT_EQ(TVN_getnumcon(task, &numcon), TVN_RES_OK);
-    ASSERT_EQ(TVN_getnumvar(task, &numvar), TVN_RES_OK);
-    EXPECT_EQ(numcon, 4);
-    EXPECT_EQ(numvar, n - static_cast<int32_t>(gone.size()));
-    for (int32_t i = 0; i < numcon; i++) {
-      const int32_t oldi = static_cast<int32_t>(std::find(perm.begin(), perm.end(), i) - perm.begin());
-      char name[16];
-      double bl = 0, x = 0;
-      ASSERT_EQ(TVN_getname(task, TVN_PI_CON, i, sizeof name, nullptr, name), TVN_RES_OK);
-      EXPECT_EQ(name, "c" + std::to_string(oldi));
-      ASSERT_EQ(TVN_getbound(task, TVN_ACC_CON, i, nullptr, &bl, nullptr), TVN_RES_OK);
-      EXPECT_EQ(bl, oldi);
-      ASSERT_EQ(TVN_getsolutioni(task, TVN_ACC_CON, i, TVN_SOL_BAS, nullptr, &x, nullptr, nullptr, nullptr),
-                TVN_RES_OK);
-      EXPECT_EQ(x, 100 + oldi);
-      int32_t q = -1;
-      ASSERT_EQ(TVN_getnumqconknz(task, i, &q), TVN_RES_OK);
-      EXPECT_EQ(q, std::find(gone.begin(), gone.end(), oldi) == gone.end() ? 1 : 0);
-      for (int32_t j = 0; j < numvar; j++) {
-        double cj = 0;
-        ASSERT_EQ(TVN_getcslice(task, j, j + 1, &cj), TVN_RES_OK);
-        const auto oldj = static_cast<int32_t>(cj);
-        int32_t found = -1;
-        ASSERT_EQ(TVN_getnameindex(task, TVN_PI_VAR, ("x" + std::to_string(oldj)).c_str(), nullptr, &found),
-                  TVN_RES_OK);
-        EXPECT_EQ(found, j);
-        ASSERT_EQ(TVN_getsolutioni(task, TVN_ACC_VAR, j, TVN_SOL_BAS, nullptr, &x, nullptr, nullptr, nullptr),
-                  TVN_RES_OK);
-        EXPECT_EQ(x, 200 + oldj);
-        EXPECT_EQ(aij(i, j), before[static_cast<size_t>(oldi * n + oldj)]);
-      }
-    }
-  }
-  const int32_t bad[] = {0, 0, 1, 2};
-  EXPECT_EQ(TVN_permuteandremove(task, TVN_ACC_CON, 4, bad), TVN_RES_ERR_ARGUMENT_PERM_ARRAY);
 }
 
 } // namespace

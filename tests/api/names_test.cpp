@@ -1,9 +1,6 @@
 // If this fails, items of a file or a caller answer to the wrong name, or to none.
 #include "api/envtask.h"
 
-#include <map>
-#include <random>
-
 namespace {
 
 using apitest::EnvTask;
@@ -57,39 +54,6 @@ TEST_F(Names, TooShortABufferHoldsTheEmptyString) {
   ASSERT_EQ(TVN_puttaskname(task, "t"), TVN_RES_OK);
   EXPECT_EQ(TVN_gettaskname(task, 8, &len, buffer), TVN_RES_OK);
   EXPECT_STREQ(buffer, "t");
-}
-
-// Renaming at random through growth of the pool and of the capacities, against a plain map.
-TEST_F(Names, FollowAPlainMapThroughRenamingAndGrowth) {
-  std::mt19937 rng(3);
-  std::map<int32_t, std::string> model;
-  std::string objname;
-  int32_t count = 0;
-  for (int step = 0; step < 3000; step++) {
-    if (count == 0 || rng() % 20 == 0) {
-      ASSERT_EQ(TVN_append(task, TVN_ACC_VAR, 3), TVN_RES_OK);
-      count += 3;
-    }
-    const auto j = static_cast<int32_t>(rng() % static_cast<unsigned>(count));
-    std::string fresh = rng() % 5 == 0 ? "" : "n" + std::to_string(rng() % 400) + std::string(rng() % 40, '_');
-    bool taken = false;
-    for (const auto& [k, v] : model) taken = taken || (k != j && v == fresh && !fresh.empty());
-    ASSERT_EQ(TVN_putname(task, TVN_PI_VAR, j, fresh.c_str()), taken ? TVN_RES_ERR_DUP_NAME : TVN_RES_OK);
-    if (!taken) model[j] = fresh;
-    if (step % 100 == 0) {
-      objname = fresh + "!";
-      ASSERT_EQ(TVN_putobjname(task, objname.c_str()), TVN_RES_OK);
-    }
-  }
-  for (const auto& [j, v] : model) {
-    EXPECT_EQ(name(TVN_PI_VAR, j), v);
-    int32_t index = -1;
-    ASSERT_EQ(TVN_getnameindex(task, TVN_PI_VAR, v.c_str(), nullptr, &index), TVN_RES_OK);
-    EXPECT_EQ(index, v.empty() ? -1 : j);
-  }
-  char buffer[256];
-  ASSERT_EQ(TVN_getobjname(task, sizeof buffer, nullptr, buffer), TVN_RES_OK);
-  EXPECT_EQ(buffer, objname);
 }
 
 } // namespace

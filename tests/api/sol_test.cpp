@@ -151,57 +151,6 @@ TEST_F(Solutions, ChangedSenseOrConesLeaveNoOptimum) {
   expect_status(TVN_PRO_STA_UNKNOWN, TVN_SOL_STA_UNKNOWN);
 }
 
-TEST_F(Solutions, ChangedColumnKeepsThePrimalStatusOnlyWithAValue) {
-  fill(false);
-  ASSERT_EQ(TVN_putaij(task, 0, 1, 2.0), TVN_RES_OK);
-  expect_status(TVN_PRO_STA_PRIM_FEAS, TVN_SOL_STA_PRIM_FEAS);
-  put_optimum(-1);
-  ASSERT_EQ(TVN_putsolutioni(task, TVN_ACC_VAR, 0, TVN_SOL_BAS, TVN_SK_LOW, 0.0, 0, 0, 0), TVN_RES_OK);
-  set_status(TVN_PRO_STA_PRIM_AND_DUAL_FEAS, TVN_SOL_STA_OPTIMAL);
-  ASSERT_EQ(TVN_putaij(task, 0, 0, 2.0), TVN_RES_OK);
-  expect_status(TVN_PRO_STA_UNKNOWN, TVN_SOL_STA_UNKNOWN);
-}
-
-TEST_F(Solutions, AppendedItemsLeaveABasis) {
-  fill(false);
-  ASSERT_EQ(TVN_append(task, TVN_ACC_CON, 1), TVN_RES_OK);
-  EXPECT_EQ(sk(TVN_ACC_CON, 2), TVN_SK_BAS);
-  EXPECT_EQ(sk(TVN_ACC_CON, 0), TVN_SK_UPR); // moved with the blocks
-  EXPECT_EQ(sk(TVN_ACC_VAR, 1), TVN_SK_BAS);
-  expect_status(TVN_PRO_STA_DUAL_FEAS, TVN_SOL_STA_DUAL_FEAS);
-  fill(false);
-  set_status(TVN_PRO_STA_PRIM_AND_DUAL_FEAS, TVN_SOL_STA_PRIM_AND_DUAL_FEAS);
-  ASSERT_EQ(TVN_append(task, TVN_ACC_VAR, 1), TVN_RES_OK);
-  EXPECT_EQ(sk(TVN_ACC_VAR, 2), TVN_SK_FIX);
-  expect_status(TVN_PRO_STA_PRIM_FEAS, TVN_SOL_STA_PRIM_FEAS);
-}
-
-TEST_F(Solutions, BoundChangesFollowTheirTables) {
-  fill(false);
-  const auto put = [&](int32_t i, int32_t bk, double bl, double bu) {
-    ASSERT_EQ(TVN_putbound(task, TVN_ACC_VAR, i, bk, bl, bu), TVN_RES_OK);
-  };
-  put(1, TVN_BK_RA, 0.0, 10.0); // tightened without a violation
-  expect_status(TVN_PRO_STA_PRIM_AND_DUAL_FEAS, TVN_SOL_STA_OPTIMAL);
-  put(1, TVN_BK_RA, 0.0, 0.5); // violated
-  expect_status(TVN_PRO_STA_DUAL_FEAS, TVN_SOL_STA_DUAL_FEAS);
-  EXPECT_EQ(sk(TVN_ACC_VAR, 1), TVN_SK_BAS); // a basic key stays
-  EXPECT_EQ(sk(TVN_ACC_VAR, 0), TVN_SK_UPR);
-  set_status(TVN_PRO_STA_PRIM_AND_DUAL_FEAS, TVN_SOL_STA_OPTIMAL);
-  put(0, TVN_BK_RA, 0.0, 4.0); // relaxed: the value is no longer at its bound
-  expect_status(TVN_PRO_STA_PRIM_AND_DUAL_FEAS, TVN_SOL_STA_PRIM_AND_DUAL_FEAS);
-  EXPECT_EQ(sk(TVN_ACC_VAR, 0), TVN_SK_UNK);
-  set_status(TVN_PRO_STA_PRIM_AND_DUAL_FEAS, TVN_SOL_STA_OPTIMAL);
-  put(0, TVN_BK_LO, 0.0, 0.0); // a side dropped
-  expect_status(TVN_PRO_STA_PRIM_FEAS, TVN_SOL_STA_PRIM_FEAS);
-  set_status(TVN_PRO_STA_PRIM_AND_DUAL_INFEAS, TVN_SOL_STA_PRIM_INFEAS_CER);
-  put(0, TVN_BK_LO, -1.0, 0.0);
-  expect_status(TVN_PRO_STA_DUAL_INFEAS, TVN_SOL_STA_UNKNOWN);
-  set_status(TVN_PRO_STA_PRIM_INFEAS, TVN_SOL_STA_PRIM_INFEAS_CER);
-  put(0, TVN_BK_FR, 0.0, 0.0); // a dropped side is relaxed, too: the certificate may use it
-  expect_status(TVN_PRO_STA_UNKNOWN, TVN_SOL_STA_UNKNOWN);
-}
-
 TEST_F(Solutions, SlotsHaveTheirItemsAndNoOthers) {
   fill(false);
   double v[2];

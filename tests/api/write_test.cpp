@@ -1,91 +1,13 @@
 // If these fail, a user who writes a problem to a file and reads it back solves another problem.
-#include "tovan.h"
+#include "support/picture.h"
 
-#include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <map>
 #include <random>
-#include <sstream>
-#include <string>
 #include <unistd.h>
-#include <vector>
 
 namespace {
-
-// Everything that a file carries, in a form that compares by ==.
-struct picture {
-  int32_t numcon = 0, numvar = 0, numcone = 0, sense = 0;
-  double cfix = 0;
-  std::string objname;
-  std::vector<std::string> names;
-  std::vector<double> c, bounds;
-  std::vector<int32_t> keys, types;
-  std::map<std::pair<int32_t, int32_t>, double> a;
-  std::map<std::tuple<int32_t, int32_t, int32_t>, double> q; // row (-1: objective), i, j
-  std::vector<std::vector<int32_t>> cones;
-  bool operator==(const picture&) const = default;
-};
-
-void take_q(TVNtask_t t, int32_t row, picture& p) {
-  int32_t num = 0, surplus = 4096;
-  std::vector<int32_t> i(4096), j(4096);
-  std::vector<double> v(4096);
-  const TVNrescodee r = row < 0 ? TVN_getqobj(t, 4096, &surplus, &num, i.data(), j.data(), v.data())
-                                : TVN_getqconk(t, row, 4096, &surplus, &num, i.data(), j.data(), v.data());
-  ASSERT_EQ(r, TVN_RES_OK);
-  for (size_t k = 0; k < static_cast<size_t>(num); k++) p.q[{row, i[k], j[k]}] += v[k];
-}
-
-picture look(TVNtask_t t) {
-  picture p;
-  TVN_getnumcon(t, &p.numcon);
-  TVN_getnumvar(t, &p.numvar);
-  TVN_getnumcone(t, &p.numcone);
-  TVN_getobjsense(t, &p.sense);
-  TVN_getcfix(t, &p.cfix);
-  char name[256];
-  int32_t len = 0;
-  TVN_getobjname(t, sizeof name, &len, name);
-  p.objname = name;
-  for (const auto& [item, count] : {std::pair{TVN_PI_CON, p.numcon}, {TVN_PI_VAR, p.numvar}, {TVN_PI_CONE, p.numcone}})
-    for (int32_t k = 0; k < count; k++) {
-      TVN_getname(t, item, k, sizeof name, &len, name);
-      p.names.emplace_back(name);
-    }
-  p.c.resize(static_cast<size_t>(p.numvar));
-  TVN_getc(t, p.c.data());
-  for (const auto& [side, count] : {std::pair{TVN_ACC_CON, p.numcon}, {TVN_ACC_VAR, p.numvar}})
-    for (int32_t k = 0; k < count; k++) {
-      int32_t bk = 0;
-      double bl = 0, bu = 0;
-      TVN_getbound(t, side, k, &bk, &bl, &bu);
-      p.keys.push_back(bk);
-      p.bounds.insert(p.bounds.end(), {bl, bu});
-    }
-  for (int32_t j = 0; j < p.numvar; j++) {
-    int32_t type = 0, nz = 0;
-    TVN_getvartype(t, j, &type);
-    p.types.push_back(type);
-    std::vector<int32_t> sub(static_cast<size_t>(p.numcon) + 1);
-    std::vector<double> val(sub.size());
-    TVN_getavec(t, TVN_ACC_VAR, j, &nz, sub.data(), val.data());
-    for (size_t k = 0; k < static_cast<size_t>(nz); k++) p.a[{sub[k], j}] = val[k];
-  }
-  for (int32_t k = -1; k < p.numcon; k++) take_q(t, k, p);
-  for (int32_t k = 0; k < p.numcone; k++) {
-    int32_t type = 0, num = 0;
-    double par = 0;
-    std::vector<int32_t> members(static_cast<size_t>(p.numvar));
-    TVN_getcone(t, k, &type, &par, &num, members.data());
-    members.resize(static_cast<size_t>(num));
-    members.push_back(type);
-    p.cones.push_back(members);
-  }
-  return p;
-}
 
 struct Write : ::testing::Test {
   TVNenv_t env = nullptr;
@@ -181,20 +103,9 @@ TEST_F(Write, AnyProblemReadsBackToItselfBitByBit) {
     TVN_makeemptytask(env, &task);
     TVN_putintparam(task, TVN_IPAR_WRITE_PRECISION, 17);
     fill(task, seed);
-    picture want = look(task);
-    const picture got = round_trip(seed % 3 == 0 ? "p.mps.gz" : "p.mps");
-    // A range is read as the right-hand side plus its width, so its upper end may differ in the last place.
-    for (size_t k = 0; k < want.keys.size() && k < got.keys.size(); k++)
-      if (want.keys[k] == TVN_BK_RA && got.keys[k] == TVN_BK_RA && got.bounds.size() == want.bounds.size() &&
-          std::fabs(want.bounds[2 * k + 1] - got.bounds[2 * k + 1]) <=
-              1e-15 * (std::fabs(want.bounds[2 * k]) + std::fabs(want.bounds[2 * k + 1])))
-        want.bounds[2 * k + 1] = got.bounds[2 * k + 1];
-    ASSERT_EQ(want.names, got.names);
-    ASSERT_EQ(want.a, got.a);
-    ASSERT_EQ(want.keys, got.keys);
-    ASSERT_EQ(want.bounds, got.bounds);
-    ASSERT_EQ(want.q, got.q);
-    ASSERT_TRUE(want == got);
+    picture want = look(task), got = round_trip(seed % 3 == 0 ? "p.mps.gz" : "p.mps");
+    forgive(want, got);
+    ASSERT_EQ(difference(want, got), "");
   }
 }
 
@@ -208,8 +119,26 @@ TEST_F(Write, FilesAreNamedPackedAndRefusedAsTheParametersSay) {
   EXPECT_EQ(TVN_writedata(task, (dir / "no" / "such" / "folder.mps").c_str()), TVN_RES_ERR_FILE_OPEN);
   EXPECT_EQ(TVN_writedata(task, (dir / "p.lp").c_str()), TVN_RES_ERR_INVALID_FORMAT_TYPE);
   if (std::filesystem::exists("/dev/full")) { EXPECT_EQ(TVN_writedata(task, "/dev/full"), TVN_RES_ERR_FILE_WRITE); }
+  TVN_puttaskname(task, "two\nlines");
+  EXPECT_EQ(TVN_writedata(task, (dir / "p.mps").c_str()), TVN_RES_ERR_WRITE_MPS_INVALID_NAME);
+  TVN_puttaskname(task, "one");
   TVN_putname(task, TVN_PI_VAR, 0, "a \"b\"");
   EXPECT_EQ(TVN_writedata(task, (dir / "p.mps").c_str()), TVN_RES_ERR_WRITE_MPS_INVALID_NAME);
+}
+
+TEST_F(Write, QuadraticTermsStandColumnByColumnInBothHalves) {
+  TVN_append(task, TVN_ACC_VAR, 3);
+  const int32_t i[] = {2, 1, 2, 0}, j[] = {0, 0, 2, 0};
+  const double value[] = {3, 1, 8, -2};
+  TVN_putqobj(task, 4, i, j, value);
+  EXPECT_EQ(difference(round_trip("q.mps"), round_trip("q.mps")), "");
+  std::ifstream in(dir / "q.mps");
+  const std::string text{std::istreambuf_iterator<char>(in), {}};
+  EXPECT_NE(text.find("QSECTION      obj\n"
+                      "    x1        x1        -2\n    x1        x2        0.5\n    x1        x3        1.5\n"
+                      "    x2        x1        0.5\n    x3        x1        1.5\n    x3        x3        8\nENDATA\n"),
+            std::string::npos)
+      << text;
 }
 
 TEST_F(Write, MissingNamesBecomeGenericOnes) {
@@ -218,6 +147,5 @@ TEST_F(Write, MissingNamesBecomeGenericOnes) {
   TVN_putbound(task, TVN_ACC_CON, 0, TVN_BK_LO, 1, 0);
   TVN_putbound(task, TVN_ACC_CON, 1, TVN_BK_FX, 2, 2);
   const picture p = round_trip("p.mps");
-  EXPECT_EQ(p.names, (std::vector<std::string>{"c1", "c2", "x1", "x2"}));
-  EXPECT_EQ(p.objname, "obj");
+  EXPECT_EQ(p.names, (std::vector<std::string>{"obj", "c1", "c2", "x1", "x2"}));
 }

@@ -218,6 +218,83 @@ TEST(ShortMemory, WholeLifeOfATask) {
   std::filesystem::remove(log);
 }
 
+// Every change that reaches stored solutions, their figures for each type of problem, and the roads without an
+// optimizer.
+TEST(ShortMemory, SolutionsThroughChangesAndRoads) {
+  const int32_t sub[] = {0, 1, 2, 3}, key[] = {1, 1, 1, 1}, perm[] = {2, 0, 1}, b[] = {0, 1}, e[] = {1, 2};
+  const double val[] = {2, 1, 3, 1}, lo[] = {0, 0}, up[] = {5, 5};
+  const auto expected = [](TVNrescodee code, TVNrescodee want) { return code == want ? TVN_RES_OK : code; };
+  const auto figures = [](handles& h) {
+    double v = 0;
+    const TVNrescodee code =
+        TVN_getsolutioninf(h.task, TVN_SOL_ITR, nullptr, nullptr, &v, &v, &v, &v, &v, &v, &v, &v, &v);
+    return code == TVN_RES_OK ? TVN_updatesolutioninfo(h.task, TVN_SOL_ITR) : code;
+  };
+  const auto road = [&](handles& h) { return expected(TVN_optimize(h.task), TVN_RES_ERR_INV_OPTIMIZER); };
+  const auto once = [](int32_t count, TVNrescodee (*get)(TVNtask_t, int32_t*), auto act) {
+    return step([=](handles& h) { // a call that was made before its report failed is not made again
+      int32_t now = -1;
+      get(h.task, &now);
+      return now == count ? TVN_RES_OK : act(h);
+    });
+  };
+  const TVN_nlgetspfunc structure = [](void*, int32_t item, int32_t* n, int32_t* at, int32_t*, int32_t*, int32_t*) {
+    if (n) *n = item == 0;
+    if (at) *at = 1;
+    return int32_t{0};
+  };
+  const TVN_nlgetvafunc values = [](void*, const double* x, double, const double*, double* f, double* g, double* grad,
+                                    double*) {
+    *f = 0;
+    g[0] = x[1] * x[1];
+    grad[0] = 2 * x[1];
+    return int32_t{0};
+  };
+  expect_survived({init,
+                   make,
+                   once(2, TVN_getnumcon,
+                        [=](handles& h) {
+                          return TVN_inputdata(h.task, 0, 0, 2, 2, val, 0, b, e, sub, val, key, lo, up, key, lo, up);
+                        }),
+                   [=](handles& h) {
+                     for (const int32_t w : {TVN_SOL_ITR, TVN_SOL_BAS, TVN_SOL_ITG})
+                       if (const TVNrescodee code =
+                               TVN_putsolution(h.task, w, key, key, key, val, val, val, val, val, val, val, val))
+                         return code;
+                     return TVN_RES_OK;
+                   },
+                   once(4, TVN_getnumvar, [=](handles& h) { return TVN_append(h.task, TVN_ACC_VAR, 2); }),
+                   once(3, TVN_getnumcon, [=](handles& h) { return TVN_append(h.task, TVN_ACC_CON, 1); }),
+                   [=](handles& h) { return TVN_putaveclist(h.task, TVN_ACC_VAR, 2, sub + 2, b, e, sub, val); },
+                   [=](handles& h) { return TVN_putaij(h.task, 2, 3, 4.0); },
+                   [=](handles& h) { return TVN_putmaxnumvar(h.task, 9); },
+                   [=](handles& h) { return TVN_putmaxnumcon(h.task, 8); },
+                   [=](handles& h) { return TVN_permuteandremove(h.task, TVN_ACC_CON, 3, perm); },
+                   figures,
+                   [=](handles& h) { return TVN_putqobjij(h.task, 1, 0, 1.5); },
+                   [=](handles& h) { return TVN_putqcon(h.task, 2, sub, sub, sub, val); },
+                   figures,
+                   road,
+                   [=](handles& h) { return TVN_putnlfunc(h.task, nullptr, structure, values); },
+                   figures,
+                   road,
+                   [=](handles& h) { return expected(TVN_clonetask(h.task, &h.clone), TVN_RES_ERR_CANNOT_CLONE_NL); },
+                   [=](handles& h) { return TVN_putnlfunc(h.task, nullptr, nullptr, nullptr); },
+                   [=](handles& h) { return TVN_putqobj(h.task, 0, nullptr, nullptr, nullptr); },
+                   [=](handles& h) { return TVN_putqcon(h.task, 0, nullptr, nullptr, nullptr, nullptr); },
+                   once(1, TVN_getnumcone, [=](handles& h) { return TVN_appendcone(h.task, TVN_CT_QUAD, 0, 3, sub); }),
+                   [=](handles& h) { return TVN_putcone(h.task, 0, TVN_CT_RQUAD, 0, 4, sub); },
+                   figures,
+                   summary,
+                   road,
+                   [](handles& h) { return h.clone ? TVN_RES_OK : TVN_clonetask(h.task, &h.clone); },
+                   [](handles& h) { return TVN_removeall(h.task, TVN_PI_CONE); },
+                   [](handles& h) { return TVN_removeall(h.task, TVN_PI_VAR); },
+                   figures,
+                   [](handles& h) { return TVN_deletesolutions(h.task); },
+                   [](handles& h) { return TVN_makesolution(h.task, TVN_SOL_ITG); }});
+}
+
 TEST(ShortMemory, ReadAndSolve) {
   const std::string file =
       (std::filesystem::temp_directory_path() / ("tvn_fault_" + std::to_string(getpid()) + ".mps")).string();

@@ -5,98 +5,15 @@
 // corpus, which both take a nonempty answer for a fault.
 #pragma once
 
-#include "tovan.h"
+#include "support/picture.h"
 
-#include <array>
-#include <cmath>
-#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <map>
-#include <string>
 #include <unistd.h>
-#include <vector>
 
 namespace fuzz {
-
-// What a problem keeps on its way through a file. Free rows stay behind. Values of rows with two sides are written as a
-// difference, so bounds are compared by their keys only, and a row without width counts as fixed.
-struct outline {
-  int32_t numcon = 0, numvar = 0, numcone = 0, sense = 0;
-  int64_t numanz = 0;
-  double cfix = 0;
-  std::vector<double> c;
-  std::vector<int32_t> keys, types, cones;    // keys of rows, then of columns
-  std::map<std::array<int32_t, 3>, double> q; // row (-1: objective), i, j; without those that the reader would drop
-  std::vector<std::string> names;
-  bool operator==(const outline&) const = default;
-};
-
-inline std::string name_of(TVNtask_t task, int32_t item, int32_t i) {
-  int64_t len = 0;
-  TVN_getnamelen64(task, item, i, &len);
-  std::string name(static_cast<size_t>(len) + 1, '\0');
-  TVN_getnameapi64(task, item, i, len + 1, name.data());
-  return name.c_str();
-}
-
-// The terms of row `from`, -1: the objective, under the number `row`.
-inline void look_at_terms(TVNtask_t task, int32_t from, int32_t row, outline& o) {
-  int32_t num = 0;
-  from < 0 ? TVN_getnumqobjnz(task, &num) : TVN_getnumqconknz(task, from, &num);
-  const auto size = static_cast<size_t>(num);
-  std::vector<int32_t> i(size), j(size);
-  std::vector<double> value(size);
-  int32_t surplus = num;
-  from < 0 ? TVN_getqobj(task, num, &surplus, &num, i.data(), j.data(), value.data())
-           : TVN_getqconk(task, from, num, &surplus, &num, i.data(), j.data(), value.data());
-  for (size_t k = 0; k < size; k++)
-    if (std::fabs(value[k]) > 1e-15) o.q[{row, i[k], j[k]}] += value[k];
-}
-
-// The rows but for the free ones.
-inline void look_at_rows(TVNtask_t task, outline& o) {
-  int32_t numcon = 0;
-  TVN_getnumcon(task, &numcon);
-  for (int32_t i = 0; i < numcon; i++) {
-    int32_t key = 0, num = 0;
-    double lower = 0, upper = 0;
-    TVN_getbound(task, TVN_ACC_CON, i, &key, &lower, &upper);
-    if (key == TVN_BK_FR) continue;
-    look_at_terms(task, i, o.numcon++, o);
-    o.keys.push_back(key == TVN_BK_RA && lower == upper ? TVN_BK_FX : key);
-    o.names.push_back(name_of(task, TVN_PI_CON, i));
-    TVN_getavecnumnz(task, TVN_ACC_CON, i, &num);
-    o.numanz += num;
-  }
-}
-
-inline outline look(TVNtask_t task) {
-  outline o;
-  look_at_rows(task, o);
-  TVN_getnumvar(task, &o.numvar);
-  TVN_getnumcone(task, &o.numcone);
-  TVN_getobjsense(task, &o.sense);
-  TVN_getcfix(task, &o.cfix);
-  o.c.resize(static_cast<size_t>(o.numvar));
-  TVN_getc(task, o.c.data());
-  for (int32_t j = 0, key = 0, type = 0; j < o.numvar; j++) {
-    TVN_getbound(task, TVN_ACC_VAR, j, &key, nullptr, nullptr);
-    o.keys.push_back(key);
-    TVN_getvartype(task, j, &type);
-    o.types.push_back(type);
-  }
-  look_at_terms(task, -1, -1, o);
-  for (int32_t k = 0, type = 0, num = 0; k < o.numcone; k++) {
-    TVN_getconeinfo(task, k, &type, nullptr, &num);
-    o.cones.insert(o.cones.end(), {type, num});
-  }
-  for (const auto& [item, count] : {std::pair{TVN_PI_VAR, o.numvar}, {TVN_PI_CONE, o.numcone}})
-    for (int32_t k = 0; k < count; k++) o.names.push_back(name_of(task, item, k));
-  return o;
-}
 
 // Streams that take everything and keep its length.
 inline void swallow(void* handle, const char* text) { *static_cast<size_t*>(handle) += std::string(text).size(); }
@@ -143,25 +60,6 @@ struct scratch {
   ~scratch() { std::remove(path.c_str()); }
 };
 
-inline std::string difference(const outline& a, const outline& b) {
-  if (a == b) return "";
-  const auto sizes = [](const outline& o) {
-    return std::to_string(o.numcon) + " rows, " + std::to_string(o.numvar) + " columns, " + std::to_string(o.numcone) +
-           " cones, " + std::to_string(o.numanz) + " elements";
-  };
-  std::string what;
-  for (const auto& [differs, name] : {std::pair{a.sense != b.sense, " sense"},
-                                      {a.cfix != b.cfix, " cfix"},
-                                      {a.c != b.c, " c"},
-                                      {a.keys != b.keys, " keys"},
-                                      {a.types != b.types, " types"},
-                                      {a.cones != b.cones, " cones"},
-                                      {a.q != b.q, " quadratic"},
-                                      {a.names != b.names, " names"}})
-    if (differs) what += name;
-  return "the written file differs:" + what + "; read " + sizes(a) + ", again " + sizes(b);
-}
-
 // The problem of `task` goes through a file into another task. A name that no file can hold is no fault.
 inline std::string round_trip(TVNtask_t task) {
   const scratch file("_again.mps");
@@ -172,9 +70,11 @@ inline std::string round_trip(TVNtask_t task) {
   reading_task other(environment());
   const TVNrescodee read = TVN_readdata(other.task, file.path.c_str());
   if (read != TVN_RES_OK) return "reading what was written gives " + std::to_string(read);
-  const outline before = look(task), after = look(other.task);
+  picture before = look(task, false), after = look(other.task, false);
   if (const TVNrescodee left = other.finish()) return "deleting the second task gives " + std::to_string(left);
-  return difference(before, after);
+  forgive(before, after);
+  const std::string what = difference(before, after);
+  return what.empty() ? "" : "the written file differs:" + what;
 }
 
 // Empty when all is well. `*readcode` gets what the first read answered.

@@ -4,6 +4,7 @@
 #include "api/lptask.h"
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -209,5 +210,99 @@ TEST_F(PublicProblems, TakeTheSamePathByTheFreeChoiceAndByName) {
     EXPECT_EQ(free.iterations, named.iterations);
     EXPECT_EQ(free.solsta, named.solsta);
     EXPECT_EQ(free.objective, named.objective);
+  }
+}
+
+namespace {
+
+// One change of a solved problem that reaches into its basis; the solution status that is left for the start behind it.
+struct small_change {
+  const char* what;
+  int32_t solsta;
+  TVNrescodee (*make)(TVNtask_t task, int32_t j, double x);
+};
+const small_change small_changes[] = {
+    {"a cost", TVN_SOL_STA_PRIM_FEAS,
+     [](TVNtask_t t, int32_t j, double) {
+       double c = 0;
+       const TVNrescodee code = TVN_getcslice(t, j, j + 1, &c);
+       return code == TVN_RES_OK ? TVN_putcj(t, j, c + 0.125 * std::max(1.0, std::fabs(c))) : code;
+     }},
+    {"an element", TVN_SOL_STA_PRIM_FEAS,
+     [](TVNtask_t t, int32_t j, double) {
+       std::vector<int32_t> sub(100000);
+       std::vector<double> val(sub.size());
+       int32_t n = 0;
+       const TVNrescodee code = TVN_getavec(t, TVN_ACC_VAR, j, &n, sub.data(), val.data());
+       return code == TVN_RES_OK ? TVN_putaij(t, sub[0], j, 1.015625 * val[0]) : code;
+     }},
+    {"a bound", TVN_SOL_STA_DUAL_FEAS,
+     [](TVNtask_t t, int32_t j, double x) {
+       return TVN_chgbound(t, TVN_ACC_VAR, j, 0, 1, x - 0.015625 * std::fabs(x));
+     }},
+};
+
+int32_t iterations(TVNtask_t task) {
+  int32_t primal = 0, dual = 0;
+  EXPECT_EQ(TVN_getintinf(task, TVN_IINF_SIM_PRIMAL_ITER, &primal), TVN_RES_OK);
+  EXPECT_EQ(TVN_getintinf(task, TVN_IINF_SIM_DUAL_ITER, &dual), TVN_RES_OK);
+  return primal + dual;
+}
+
+// Hot and cold iterations behind the change, which goes to a basic variable that is not 0.
+void restart(TVNtask_t solved, const small_change& change, int32_t& hot, int32_t& cold) {
+  TVNtask_t task = nullptr;
+  int32_t numvar = 0, numcon = 0, solsta = -1;
+  ASSERT_EQ(TVN_getnumvar(solved, &numvar), TVN_RES_OK);
+  ASSERT_EQ(TVN_getnumcon(solved, &numcon), TVN_RES_OK);
+  std::vector<int32_t> key(static_cast<size_t>(numvar));
+  std::vector<double> x(key.size());
+  ASSERT_EQ(TVN_getsolutionstatuskeyslice(solved, TVN_ACC_VAR, TVN_SOL_BAS, 0, numvar, key.data()), TVN_RES_OK);
+  ASSERT_EQ(TVN_getsolutionslice(solved, TVN_SOL_BAS, TVN_SOL_ITEM_XX, 0, numvar, x.data()), TVN_RES_OK);
+  size_t j = 0;
+  while (j + 1 < key.size() && (key[j] != TVN_SK_BAS || std::fabs(x[j]) < 1e-3)) j++;
+  for (const bool warm : {true, false}) {
+    ASSERT_EQ(TVN_clonetask(solved, &task), TVN_RES_OK);
+    ASSERT_EQ(TVN_putprosta(task, TVN_SOL_BAS, TVN_PRO_STA_PRIM_AND_DUAL_FEAS), TVN_RES_OK);
+    ASSERT_EQ(TVN_putsolsta(task, TVN_SOL_BAS, TVN_SOL_STA_OPTIMAL), TVN_RES_OK);
+    ASSERT_EQ(change.make(task, static_cast<int32_t>(j), x[j]), TVN_RES_OK);
+    ASSERT_EQ(TVN_getsolutionstatus(task, TVN_SOL_BAS, nullptr, &solsta), TVN_RES_OK);
+    EXPECT_EQ(solsta, change.solsta) << change.what;
+    ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_SIM_HOTSTART, warm ? TVN_SIM_HOTSTART_FREE : TVN_SIM_HOTSTART_NONE),
+              TVN_RES_OK);
+    ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
+    (warm ? hot : cold) = iterations(task);
+    ASSERT_EQ(TVN_deletetask(&task), TVN_RES_OK);
+  }
+}
+
+} // namespace
+
+TEST_F(PublicProblems, ChangedALittleNeedFewerIterationsFromTheOldBasis) {
+  int32_t better[3] = {}, count = 0;
+  for (const reference& r : chosen("lp", 300)) {
+    SCOPED_TRACE(r.name);
+    TVNenv_t env = nullptr;
+    TVNtask_t task = nullptr;
+    ASSERT_EQ(TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr), TVN_RES_OK);
+    ASSERT_EQ(TVN_initenv(env), TVN_RES_OK);
+    ASSERT_EQ(TVN_makeemptytask(env, &task), TVN_RES_OK);
+    ASSERT_EQ(TVN_readdata(task, r.path.c_str()), TVN_RES_OK);
+    ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
+    if (r.status == "optimal") {
+      count++;
+      for (size_t k = 0; k < 3; k++) {
+        int32_t hot = 0, cold = 0;
+        restart(task, small_changes[k], hot, cold);
+        better[k] += hot < cold;
+      }
+    }
+    EXPECT_EQ(TVN_deletetask(&task), TVN_RES_OK);
+    EXPECT_EQ(TVN_deleteenv(&env), TVN_RES_OK);
+  }
+  EXPECT_GT(count, 20);
+  for (size_t k = 0; k < 3; k++) {
+    std::printf("%s: %d of %d\n", small_changes[k].what, better[k], count);
+    EXPECT_GE(10 * better[k], 9 * count) << small_changes[k].what;
   }
 }

@@ -20,7 +20,8 @@ struct recorder {
     if (event != tvn::simplex_event::iteration) return 0;
     // Between two iterations on one factor nothing may be allocated.
     const uint64_t now = r.sys->mman->numrequests;
-    const int64_t factorizations = info.count[tvn::kind_primal].factorizations;
+    const int64_t factorizations =
+        info.count[tvn::kind_primal].factorizations + info.count[tvn::kind_dual].factorizations;
     if (r.calls > 1 && factorizations == r.factorizations && now != r.requests_seen) r.moved++;
     r.requests_seen = now;
     r.factorizations = factorizations;
@@ -34,11 +35,24 @@ struct outcome {
   recorder seen;
 };
 
-outcome solve(lp_case& p, tvn::simplex_param param = {}, int64_t stop_at = -1, const lp_point* start = nullptr) {
+constexpr tvn::simplex_kind kinds[] = {tvn::kind_free, tvn::kind_primal, tvn::kind_dual};
+
+tvn::simplex_param by(tvn::simplex_kind kind) {
+  tvn::simplex_param param;
+  param.optimizer = kind;
+  return param;
+}
+
+int64_t iterations(const tvn::simplex_info& info) {
+  return info.count[tvn::kind_primal].iterations + info.count[tvn::kind_dual].iterations;
+}
+
+outcome solve(lp_case& p, tvn::simplex_param param = {}, int64_t stop_at = -1, const lp_point* start = nullptr,
+              int32_t logfreq = 1) {
   outcome o{{}, start ? *start : lp_point(p), {}};
   o.seen.sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
   o.seen.stop_at = stop_at;
-  param.logfreq = 1;
+  param.logfreq = logfreq;
   param.starttime = tvn::TVN_sysenv_gettime();
   tvn::lp_solution sol = o.point.view();
   tvn::TVN_simplex_optimize(*o.seen.sys, p.view(), param, o.info, {&o.seen, recorder::progress}, sol);
@@ -88,35 +102,38 @@ lp_case transformed(const lp_case& p, uint64_t seed) {
 
 TEST(KnownOptimum, IsFoundForTheProblemAndItsTwins) {
   for (uint64_t seed = 1; seed <= 40; seed++) {
-    SCOPED_TRACE(seed);
     const auto m = static_cast<int32_t>(10 + 7 * (seed % 12)), n = static_cast<int32_t>(m + m * (seed % 5) / 2 + 3);
     known_case k = optimal_case(seed, m, n, 3.0 / m, 0.1 * static_cast<double>(seed % 10));
-    const outcome o = solve(k.p);
-    ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
-    expect_optimal(k.p, o.point, k.objective, 1e-8);
-#if TVN_CHECK_LEVEL < 3 // the audit of every iteration takes memory
-    EXPECT_EQ(o.seen.moved, 0);
-#endif
     lp_case twin = transformed(k.p, seed);
-    const outcome t = solve(twin);
-    ASSERT_EQ(t.info.solsta, tvn::sol_optimal);
-    EXPECT_NEAR(t.info.objective, k.objective, 1e-8 * (1 + std::fabs(k.objective)));
+    for (const auto kind : kinds) {
+      SCOPED_TRACE(std::to_string(seed) + " by " + std::to_string(kind));
+      const outcome o = solve(k.p, by(kind));
+      ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
+      expect_optimal(k.p, o.point, k.objective, 1e-8);
+#if TVN_CHECK_LEVEL < 3 // the audit of every iteration takes memory
+      EXPECT_EQ(o.seen.moved, 0);
+#endif
+      const outcome t = solve(twin, by(kind));
+      ASSERT_EQ(t.info.solsta, tvn::sol_optimal);
+      EXPECT_NEAR(t.info.objective, k.objective, 1e-8 * (1 + std::fabs(k.objective)));
+    }
   }
 }
 
 TEST(KnownOptimum, IsTheSameUnderEveryRuleAndScaling) {
   known_case k = optimal_case(77, 120, 260, 0.03, 0.5);
-  for (int32_t selection = 0; selection <= 5; selection++)
-    for (const int32_t scaling : {0, 1, 4}) {
-      SCOPED_TRACE(std::to_string(selection) + " " + std::to_string(scaling));
-      tvn::simplex_param param;
-      param.selection = selection;
-      param.scaling = scaling;
-      param.restrictpct = scaling == 4 ? 90 : 50;
-      const outcome o = solve(k.p, param);
-      ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
-      expect_optimal(k.p, o.point, k.objective, 1e-8);
-    }
+  for (const auto kind : kinds)
+    for (int32_t selection = 0; selection <= 5; selection++)
+      for (const int32_t scaling : {0, 1, 4}) {
+        SCOPED_TRACE(std::to_string(kind) + " " + std::to_string(selection) + " " + std::to_string(scaling));
+        tvn::simplex_param param = by(kind);
+        param.selection = param.dualselection = selection;
+        param.scaling = scaling;
+        param.restrictpct = scaling == 4 ? 90 : 50;
+        const outcome o = solve(k.p, param);
+        ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
+        expect_optimal(k.p, o.point, k.objective, 1e-8);
+      }
 }
 
 TEST(KnownOptimum, SurvivesBadUnitsWithAndWithoutPerturbation) {
@@ -143,62 +160,124 @@ TEST(KnownOptimum, SurvivesBadUnitsWithAndWithoutPerturbation) {
       p.blc[i] = scaled(p.blc[i], rs[i]);
       p.buc[i] = scaled(p.buc[i], rs[i]);
     }
-    tvn::simplex_param param;
-    param.selection = static_cast<int32_t>(seed % 6);
-    param.degen = static_cast<int32_t>(seed / 6 % 5);
-    param.maxiterations = 50000; // a stall shows as the limit
-    const outcome o = solve(p, param);
-    ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
-    EXPECT_NEAR(o.info.objective, k.objective, 1e-6 * (1 + std::fabs(k.objective)));
+    for (const auto kind : {tvn::kind_primal, tvn::kind_dual}) {
+      SCOPED_TRACE(kind);
+      tvn::simplex_param param = by(kind);
+      param.selection = param.dualselection = static_cast<int32_t>(seed % 6);
+      param.degen = static_cast<int32_t>(seed / 6 % 5);
+      param.maxiterations = 50000; // a stall shows as the limit
+      const outcome o = solve(p, param);
+      ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
+      EXPECT_NEAR(o.info.objective, k.objective, 1e-6 * (1 + std::fabs(k.objective)));
+    }
   }
 }
 
-TEST(TwoRuns, GiveTheSameIterationsAndBits) {
+TEST(TwoRuns, GiveTheSameIterationsAndBitsWithLinesOrWithout) {
   known_case k = optimal_case(5, 150, 300, 0.03, 0.7);
-  const outcome a = solve(k.p), b = solve(k.p);
-  EXPECT_EQ(a.info.count[tvn::kind_primal].iterations, b.info.count[tvn::kind_primal].iterations);
-  EXPECT_EQ(0, std::memcmp(a.point.xx.data(), b.point.xx.data(), a.point.xx.size() * sizeof(double)));
-  EXPECT_EQ(0, std::memcmp(a.point.y.data(), b.point.y.data(), a.point.y.size() * sizeof(double)));
+  for (const auto kind : kinds) {
+    SCOPED_TRACE(kind);
+    const outcome a = solve(k.p, by(kind));
+    for (const int32_t logfreq : {1, 0}) {
+      const outcome b = solve(k.p, by(kind), -1, nullptr, logfreq);
+      EXPECT_EQ(iterations(a.info), iterations(b.info));
+      EXPECT_EQ(0, std::memcmp(a.point.xx.data(), b.point.xx.data(), a.point.xx.size() * sizeof(double)));
+      EXPECT_EQ(0, std::memcmp(a.point.y.data(), b.point.y.data(), a.point.y.size() * sizeof(double)));
+    }
+  }
 }
 
 TEST(HotStart, FromTheOptimalKeysNeedsNoPivotAndFromWildKeysStillSolves) {
   known_case k = optimal_case(9, 80, 160, 0.05, 0.3);
   const outcome cold = solve(k.p);
   ASSERT_EQ(cold.info.solsta, tvn::sol_optimal);
-  tvn::simplex_param param;
-  param.hotstart = 4;
-  const outcome hot = solve(k.p, param, -1, &cold.point);
-  EXPECT_EQ(hot.info.solsta, tvn::sol_optimal);
-  EXPECT_EQ(hot.info.count[tvn::kind_primal].iterations, 0);
-  // Keys that contradict the bounds, too many and too few basics, a singular choice.
-  for (uint64_t seed = 1; seed <= 20; seed++) {
-    SCOPED_TRACE(seed);
-    std::mt19937_64 rng(seed);
-    lp_point start = cold.point;
-    for (int32_t& sk : start.skx) sk = static_cast<int32_t>(rng() % (seed % 2 ? 7 : 2));
-    for (int32_t& sk : start.skc) sk = static_cast<int32_t>(rng() % 7);
-    for (double& x : start.xx) x = seed % 3 == 0 ? std::numeric_limits<double>::quiet_NaN() : 1e9;
-    param.hotstart = 6;
-    const outcome o = solve(k.p, param, -1, &start);
-    ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
-    expect_optimal(k.p, o.point, k.objective, 1e-8);
+  for (const auto kind : kinds) {
+    tvn::simplex_param param = by(kind);
+    param.hotstart = 4;
+    const outcome hot = solve(k.p, param, -1, &cold.point);
+    EXPECT_EQ(hot.info.solsta, tvn::sol_optimal);
+    EXPECT_EQ(iterations(hot.info), 0);
+    // Keys that contradict the bounds, too many and too few basics, a singular choice.
+    for (uint64_t seed = 1; seed <= 20; seed++) {
+      SCOPED_TRACE(std::to_string(kind) + " " + std::to_string(seed));
+      std::mt19937_64 rng(seed);
+      lp_point start = cold.point;
+      for (int32_t& sk : start.skx) sk = static_cast<int32_t>(rng() % (seed % 2 ? 7 : 2));
+      for (int32_t& sk : start.skc) sk = static_cast<int32_t>(rng() % 7);
+      for (double& x : start.xx) x = seed % 3 == 0 ? std::numeric_limits<double>::quiet_NaN() : 1e9;
+      param.hotstart = 6;
+      const outcome o = solve(k.p, param, -1, &start);
+      ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
+      expect_optimal(k.p, o.point, k.objective, 1e-8);
+    }
   }
+}
+
+// After a small change the old basis is near the new optimum: by geometric mean at most a fifth of the iterations.
+TEST(HotStart, AfterAChangeOfBoundsOrCostsTakesFewIterations) {
+  double logratio = 0;
+  int32_t num = 0;
+  for (uint64_t seed = 1; seed <= 30; seed++) {
+    SCOPED_TRACE(seed);
+    known_case k = optimal_case(seed, 120, 240, 0.03, 0.3);
+    const outcome first = solve(k.p);
+    ASSERT_EQ(first.info.solsta, tvn::sol_optimal);
+    std::mt19937_64 rng(seed);
+    lp_case& p = k.p;
+    for (int32_t change = 0; change < 2; change++) { // a hundredth of the columns
+      const size_t j = rng() % p.c.size();
+      if (seed % 2)
+        p.c[j] += 0.1 * (1 + std::fabs(p.c[j]));
+      else if (p.bux[j] < 1e30)
+        p.bux[j] += 0.5;
+      else if (p.blx[j] > -1e30)
+        p.blx[j] -= 0.5;
+    }
+    const outcome cold = solve(p);
+    tvn::simplex_param param;
+    param.hotstart = 6;
+    const outcome hot = solve(p, param, -1, &first.point);
+    ASSERT_EQ(cold.info.solsta, tvn::sol_optimal);
+    ASSERT_EQ(hot.info.solsta, tvn::sol_optimal);
+    EXPECT_NEAR(hot.info.objective, cold.info.objective, 1e-8 * (1 + std::fabs(cold.info.objective)));
+    logratio += std::log((1.0 + static_cast<double>(iterations(hot.info))) /
+                         (1.0 + static_cast<double>(iterations(cold.info))));
+    num++;
+  }
+  EXPECT_LE(std::exp(logratio / num), 0.2);
 }
 
 TEST(Limits, AreRespectedAndNeverCalledOptimal) {
   known_case k = optimal_case(3, 200, 400, 0.03, 0.3);
-  tvn::simplex_param param;
-  param.maxiterations = 17;
-  const outcome few = solve(k.p, param);
-  EXPECT_EQ(few.info.response, tvn::simplex_code::max_iterations);
-  EXPECT_LE(few.info.count[tvn::kind_primal].iterations, 17);
-  EXPECT_NE(few.info.solsta, tvn::sol_optimal);
-  param = {};
-  param.maxtime = 0;
-  EXPECT_EQ(solve(k.p, param).info.response, tvn::simplex_code::max_time);
-  const outcome stopped = solve(k.p, {}, 25);
-  EXPECT_EQ(stopped.info.response, tvn::simplex_code::user_stop);
-  EXPECT_EQ(stopped.seen.calls, 25);
+  for (const auto kind : kinds) {
+    SCOPED_TRACE(kind);
+    tvn::simplex_param param = by(kind);
+    param.maxiterations = 17;
+    const outcome few = solve(k.p, param);
+    EXPECT_EQ(few.info.response, tvn::simplex_code::max_iterations);
+    EXPECT_LE(iterations(few.info), 17);
+    EXPECT_NE(few.info.solsta, tvn::sol_optimal);
+    param = by(kind);
+    param.maxtime = 0;
+    EXPECT_EQ(solve(k.p, param).info.response, tvn::simplex_code::max_time);
+    const outcome stopped = solve(k.p, by(kind), 25);
+    EXPECT_EQ(stopped.info.response, tvn::simplex_code::user_stop);
+    EXPECT_EQ(stopped.seen.calls, 25);
+  }
+}
+
+// The dual objective rises to the optimum: a cut below it ends the run, one above it does not.
+TEST(Limits, AnObjectiveCutEndsTheDualSimplexOnlyWhenItIsReached) {
+  known_case k = optimal_case(11, 100, 200, 0.03, 0.3);
+  tvn::simplex_param param = by(tvn::kind_dual);
+  param.usecutupp = true;
+  param.refactorfreq = 1; // the objective is looked at when it is fresh
+  param.cutupp = k.objective - 0.01 * (1 + std::fabs(k.objective));
+  const outcome cut = solve(k.p, param);
+  EXPECT_EQ(cut.info.response, tvn::simplex_code::objective_range);
+  EXPECT_NE(cut.info.solsta, tvn::sol_optimal);
+  param.cutupp = k.objective + 0.01 * (1 + std::fabs(k.objective));
+  EXPECT_EQ(solve(k.p, param).info.solsta, tvn::sol_optimal);
 }
 
 TEST(NotFinite, DataNeverGiveAnOptimum) {
@@ -212,7 +291,7 @@ TEST(NotFinite, DataNeverGiveAnOptimum) {
       k.p.c[rng() % k.p.c.size()] = seed % 4 == 1 ? nan : std::numeric_limits<double>::infinity();
     else
       k.p.val[rng() % k.p.val.size()] = nan;
-    tvn::simplex_param param;
+    tvn::simplex_param param = by(kinds[seed / 4 % 3]);
     param.maxiterations = 5000;
     EXPECT_NE(solve(k.p, param).info.solsta, tvn::sol_optimal);
   }

@@ -1,5 +1,6 @@
 // If these fail, a fault inside the library ends the process without a trace, or a message names the wrong item.
 #include "tovan/api.h"
+#include "tovan/convert.h"
 #include "tovan/param.h"
 
 #include <filesystem>
@@ -221,4 +222,17 @@ TEST(SystemResults, BecomeResponseCodes) {
                                   TVN_RES_ERR_INVALID_FILE_NAME,
                                   TVN_RES_ERR_INTERNAL};
   for (int32_t k = 0; k < 10; k++) EXPECT_EQ(tvn::TVN_sysrestores(static_cast<tvn::sys_code>(k)), expected[k]) << k;
+}
+
+// The two ways are not inverses: a status that an optimizer cannot have comes back as unknown.
+TEST_F(Frame, StatusesOfTheOptimizersAreConvertedBothWays) {
+  const int32_t there[] = {0, 1, 2, 3, 4, 5, 6, -1, 8, 9, 10, 11, 12, 13, 7, 14};
+  const int32_t back[] = {0, 1, 2, 3, 4, 5, 6, 14, 8, 9, 10, 0, 12, 13, 0, 0};
+  for (int32_t k = 0; k < 16; k++) {
+    EXPECT_EQ(tvn::TVN_convertsolsta(k), back[k]) << k;
+    EXPECT_EQ(tvn::TVN_convertmprosta(k), k);
+    EXPECT_EQ(tvn::TVN_convertprosta(k), k < 8 ? k : 0);
+    if (k != 7) { EXPECT_EQ(tvn::TVN_convertmsolsta(*task, k), there[k]) << k; }
+  }
+  EXPECT_DEATH((void)tvn::TVN_convertmsolsta(*task, 7), "");
 }

@@ -62,7 +62,8 @@ TEST_F(Mps, EveryKindOfLineEndMakesTheSameLines) {
 }
 
 TEST_F(Mps, LinesThatMeetTheEndOfTheBlockAreWhole) {
-  // Blocks are a megabyte: lines of a length prime to it meet their end at every offset, with both kinds of line ends.
+  // Blocks are a quarter of a megabyte: lines of a length prime to it meet their end at every offset, with both kinds
+  // of line ends.
   for (const std::string end : {"\n", "\r\n", "\r"}) {
     std::string text;
     for (int k = 0; text.size() < 3300000; k++) text += std::string(static_cast<size_t>(k % 97), 'x') + end;
@@ -117,7 +118,10 @@ TEST_F(Mps, NumbersAreReadAsPeopleWriteThem) {
   EXPECT_TRUE(reads("-.5", -0.5));
   EXPECT_TRUE(reads("+ 1 000", 1000));
   EXPECT_TRUE(reads("   ", 0));
-  EXPECT_TRUE(reads("1e400", INFINITY));
+  EXPECT_TRUE(reads("1e400", INFINITY) && reads("-1e400", -INFINITY) && reads("1e99999999999999999999", INFINITY));
+  EXPECT_TRUE(reads("1e-400", 0) && reads("0e400", 0) && reads("1e-99999999999999999999", 0));
+  const std::string zeros(400, '0');
+  EXPECT_TRUE(reads(("0." + zeros + "1e+20").c_str(), 0) && reads(("1" + zeros + "e-20").c_str(), INFINITY));
   for (const char* bad : {"1.5d+3", "nan", "inf", "Infinity", "0x10", "12abc", "1.2.3", "-"})
     EXPECT_FALSE(parse_mps_number(bad, x)) << bad;
   EXPECT_FALSE(parse_mps_number(std::string(600, '1') + "Z", x));
@@ -178,19 +182,23 @@ TEST_F(Mps, HeadsAreFoundByTheirBeginningAndSplitLikeData) {
 }
 
 TEST_F(Mps, NamesAreNumberedInOrderAndToldApart) {
-  mps_names names;
-  names.make(*sys, 2);
   std::vector<std::string> all;
   for (int k = 0; k < 5000; k++) all.push_back((k % 3 ? "a_name_beyond_eight_" : "r") + std::to_string(k));
-  all.push_back("12345678");
-  all.push_back("123456789");
-  all.push_back(" 1234567");
-  for (size_t k = 0; k < all.size(); k++) ASSERT_EQ(names.insert(all[k]), static_cast<int32_t>(k));
+  for (const char* name : {"12345678", "123456789", " 1234567"}) all.emplace_back(name);
+  buffer<char> pool(*sys, 200000);
+  buffer<int64_t> offset(*sys, std::ssize(all));
+  mps_names names;
+  names.make(*sys, pool, offset, 2);
+  int64_t used = 0;
   for (size_t k = 0; k < all.size(); k++) {
-    EXPECT_EQ(names.find(all[k]), static_cast<int32_t>(k));
-    EXPECT_EQ(names.view(static_cast<int32_t>(k)), all[k]);
-    EXPECT_EQ(names.insert(all[k]), -1);
+    ASSERT_EQ(names.insert(mps_key(all[k])), static_cast<int32_t>(k));
+    offset[static_cast<int64_t>(k)] = used;
+    std::memcpy(pool.data() + used, all[k].c_str(), all[k].size() + 1);
+    used += std::ssize(all[k]) + 1;
   }
-  EXPECT_EQ(names.find("1234567"), -1);
-  EXPECT_EQ(names.find(""), -1);
+  for (size_t k = 0; k < all.size(); k++) {
+    EXPECT_EQ(names.find(mps_key(all[k])), static_cast<int32_t>(k));
+    EXPECT_EQ(names.insert(mps_key(all[k])), -1);
+  }
+  for (const char* name : {"1234567", "", "a_name_beyond_eight_"}) EXPECT_EQ(names.find(mps_key(name)), -1);
 }

@@ -1,0 +1,43 @@
+// The words that presolve and optimizers share: bound keys, status keys, statuses, and the arrays of a solution.
+#pragma once
+
+#include <cstdint>
+
+namespace tvn {
+
+// Infinity of bound arrays is 1e30 in magnitude.
+inline constexpr double bound_infinity = 1e30;
+
+// Bound keys and status keys; the numbers are those of the public constants.
+enum bound_key : int32_t { bk_lo = 0, bk_up = 1, bk_fx = 2, bk_fr = 3, bk_ra = 4 };
+enum status_key : int32_t { sk_unk = 0, sk_bas = 1, sk_supbas = 2, sk_low = 3, sk_upr = 4, sk_fix = 5, sk_inf = 6 };
+constexpr bool has_lower(int32_t bk) noexcept { return bk == bk_lo || bk == bk_fx || bk == bk_ra; }
+constexpr bool has_upper(int32_t bk) noexcept { return bk == bk_up || bk == bk_fx || bk == bk_ra; }
+
+// Solution and problem statuses, numbered as outside.
+enum sol_status : int32_t {
+  sol_unknown = 0,
+  sol_optimal = 1,
+  sol_prim_feas = 2,
+  sol_dual_feas = 3,
+  sol_prim_and_dual_feas = 4,
+  sol_prim_infeas_cer = 5,
+  sol_dual_infeas_cer = 6,
+  sol_near_optimal = 8,
+};
+enum pro_status : int32_t {
+  pro_unknown = 0,
+  pro_prim_and_dual_feas = 1,
+  pro_prim_feas = 2,
+  pro_dual_feas = 3,
+  pro_prim_infeas = 4,
+  pro_dual_infeas = 5,
+};
+
+// The user's solution arrays, of lengths numcon and numvar.
+struct lp_solution {
+  int32_t *skc = nullptr, *skx = nullptr;
+  double *xc = nullptr, *xx = nullptr, *y = nullptr, *slc = nullptr, *suc = nullptr, *slx = nullptr, *sux = nullptr;
+};
+
+} // namespace tvn

@@ -1,0 +1,152 @@
+// Row activities and the bounds that they imply.
+//
+// A term a x_j with x_j in [l, u] adds a l to the least and a u to the largest activity for a > 0, crosswise for a < 0;
+// an infinite one is counted instead. Sums are updated term by term; whoever is about to act on one recomputes it first
+// (TVN_prslv_conactivity), since updates lose digits.
+#include "prslv/prslvint.h"
+
+namespace tvn {
+
+namespace {
+
+void add_term(prslv_context& x, int32_t i, double a, double lo, double up, int32_t sign) {
+  const double atlow = a > 0 ? lo : up, atupp = a > 0 ? up : lo;
+  if (std::isinf(atlow))
+    x.ncilax[i] += sign;
+  else
+    x.lax[i] += sign * (a * atlow);
+  if (std::isinf(atupp))
+    x.nciuax[i] += sign;
+  else
+    x.uax[i] += sign * (a * atupp);
+}
+
+void put_bounds(int32_t& key, double& bl, double& bu, double lo, double up) {
+  key = key_of(lo, up);
+  if (lo > -prslv_inf) bl = lo;
+  if (up < prslv_inf) bu = up;
+}
+
+} // namespace
+
+void TVN_prslv_conactivity(prslv_context& x, int32_t i) {
+  x.lax[i] = x.uax[i] = 0;
+  x.ncilax[i] = x.nciuax[i] = 0;
+  for_row(x, i, [&](int32_t j, double a) { add_term(x, i, a, var_lower(x, j), var_upper(x, j), 1); });
+}
+
+void TVN_prslv_allactivities(prslv_context& x) {
+  for (int32_t i = 0; i < x.p.numcon; i++) {
+    if (!x.conlive[i]) continue;
+    TVN_prslv_conactivity(x, i);
+    if (TVN_prslv_stopped(x, x.connz[i])) return;
+  }
+}
+
+void TVN_prslv_putvarbounds(prslv_context& x, int32_t j, double lo, double up) {
+  const double oldlo = var_lower(x, j), oldup = var_upper(x, j);
+  put_bounds(x.p.bkx[j], x.p.blx[j], x.p.bux[j], lo, up);
+  for_col(x, j, [&](int32_t i, double a) {
+    add_term(x, i, a, oldlo, oldup, -1);
+    add_term(x, i, a, lo, up, 1);
+    TVN_prslv_updatelist(x.list, i);
+  });
+}
+
+void TVN_prslv_putconbounds(prslv_context& x, int32_t i, double lo, double up) {
+  put_bounds(x.p.bkc[i], x.p.blc[i], x.p.buc[i], lo, up);
+}
+
+void TVN_prslv_killcon(prslv_context& x, int32_t i) {
+  x.conlive[i] = 0;
+  x.p.bkc[i] = bk_fr;
+  x.stats->numconfree++;
+  for_row(x, i, [&](int32_t j, double) {
+    if (--x.varnz[j] == 1) TVN_prslv_updatelist(x.list, TVN_prslv_getvarsin(x, j).index);
+  });
+}
+
+void TVN_prslv_killvar(prslv_context& x, int32_t j, double value) {
+  const double lo = var_lower(x, j), up = var_upper(x, j);
+  x.varlive[j] = 0;
+  x.p.cfix += x.p.c[j] * value;
+  for_col(x, j, [&](int32_t i, double a) {
+    add_term(x, i, a, lo, up, -1);
+    const double shift = a * value;
+    if (con_lower(x, i) > -prslv_inf) x.p.blc[i] -= shift;
+    if (con_upper(x, i) < prslv_inf) x.p.buc[i] -= shift;
+    if (x.p.bkc[i] == bk_fx) x.p.buc[i] = x.p.blc[i];
+    x.connz[i]--;
+    TVN_prslv_updatelist(x.list, i);
+  });
+  x.p.bkx[j] = bk_fx;
+  x.p.blx[j] = x.p.bux[j] = value;
+  x.stats->numvarfixed++;
+}
+
+void TVN_prslv_impliedvarbound(const prslv_context& x, double a, int32_t i, int32_t j, double& lower, double& upper) {
+  const double bl = con_lower(x, i), bu = con_upper(x, i), l = var_lower(x, j), u = var_upper(x, j);
+  lower = -prslv_inf;
+  upper = prslv_inf;
+  // The rest of the row at its largest and at its least.
+  const double own_up = a > 0 ? u : l, own_low = a > 0 ? l : u;
+  double restup = prslv_inf, restlow = -prslv_inf;
+  if (x.nciuax[i] == 0)
+    restup = x.uax[i] - a * own_up;
+  else if (x.nciuax[i] == 1 && std::isinf(own_up))
+    restup = x.uax[i];
+  if (x.ncilax[i] == 0)
+    restlow = x.lax[i] - a * own_low;
+  else if (x.ncilax[i] == 1 && std::isinf(own_low))
+    restlow = x.lax[i];
+  if (bl > -prslv_inf && restup < prslv_inf) (a > 0 ? lower : upper) = (bl - restup) / a;
+  if (bu < prslv_inf && restlow > -prslv_inf) (a > 0 ? upper : lower) = (bu - restlow) / a;
+}
+
+prslv_implied TVN_prslv_impliedboundsonvarj(const prslv_context& x, int32_t j) {
+  prslv_implied best;
+  for_col(x, j, [&](int32_t i, double a) {
+    if (!x.conlin[i]) return;
+    double lo, up;
+    TVN_prslv_impliedvarbound(x, a, i, j, lo, up);
+    if (lo > best.lower) {
+      best.lower = lo;
+      best.lowrow = i;
+    }
+    if (up < best.upper) {
+      best.upper = up;
+      best.upprow = i;
+    }
+  });
+  return best;
+}
+
+namespace {
+
+// Proven on a fresh activity: row i implies bound `own` of column j on the side asked for.
+bool row_implies(prslv_context& x, int32_t i, int32_t j, bool lower, double own) {
+  if (i < 0) return false;
+  TVN_prslv_conactivity(x, i);
+  TVN_prslv_stopped(x, x.connz[i]);
+  double a = 0, lo, up;
+  for_row(x, i, [&](int32_t l, double v) {
+    if (l == j) a = v;
+  });
+  TVN_prslv_impliedvarbound(x, a, i, j, lo, up);
+  const double tol = 1e-3 * x.param.tolx * std::max(1.0, std::fabs(own));
+  return lower ? lo >= own - tol : up <= own + tol;
+}
+
+} // namespace
+
+bool TVN_prslv_impliedfreevar(prslv_context& x, int32_t j) {
+  const double l = var_lower(x, j), u = var_upper(x, j);
+  if (l == -prslv_inf && u == prslv_inf) return true;
+  const prslv_implied b = TVN_prslv_impliedboundsonvarj(x, j);
+  if (l > -prslv_inf && !(b.lower >= l - x.param.tolx * std::max(1.0, std::fabs(l)))) return false;
+  if (u < prslv_inf && !(b.upper <= u + x.param.tolx * std::max(1.0, std::fabs(u)))) return false;
+  return (l == -prslv_inf || row_implies(x, b.lowrow, j, true, l)) &&
+         (u == prslv_inf || row_implies(x, b.upprow, j, false, u));
+}
+
+} // namespace tvn

@@ -1,0 +1,97 @@
+// A row with one column is a bound on that column (Brearley, Mitra and Williams 1975).
+//
+// The feasible set stays, so optima do. Undo: when the column rests on a bound that the row gave it, its reduced cost d
+// is the row's: y_i grows by d/a, the column becomes basic and the row takes the place at its bound; otherwise the row
+// is basic. Either way one more basic item for the row that is back.
+#include "prslv/prslvint.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr int32_t none_implied = 64;
+
+} // namespace
+
+// Record: row, column, key of the bounds that the row tightened, keys of row and column; bounds of both, a, cost.
+void TVN_prslv_consin(prslv_context& x, int32_t i, int32_t rtype) {
+  const auto [j, a] = TVN_prslv_getconsin(x, i);
+  const double bl = con_lower(x, i), bu = con_upper(x, i), l = var_lower(x, j), u = var_upper(x, j);
+  double newl = a > 0 ? bl / a : bu / a, newu = a > 0 ? bu / a : bl / a;
+  if (!(std::fabs(newl) < bound_infinity)) newl = -prslv_inf;
+  if (!(std::fabs(newu) < bound_infinity)) newu = prslv_inf;
+  const bool low = newl > l, upp = newu < u;
+  TVN_prslv_beginpushstk(x, rtype);
+  push_int(x, i);
+  push_int(x, j);
+  push_int(x, low ? (upp ? bk_ra : bk_lo) : upp ? bk_up : none_implied);
+  push_int(x, x.p.bkc[i]);
+  push_int(x, x.p.bkx[j]);
+  push_real(x, x.p.blc[i]);
+  push_real(x, x.p.buc[i]);
+  push_real(x, x.p.blx[j]);
+  push_real(x, x.p.bux[j]);
+  push_real(x, a);
+  push_real(x, x.p.cc[i]);
+  TVN_prslv_endpushstk(x, rtype);
+  x.p.c[j] += x.p.cc[i] * a;
+  newl = std::max(newl, l);
+  newu = std::min(newu, u);
+  if (newl > newu && !TVN_prslv_isinfeasible(x, newl, newu)) { // within tolerance: the bound of the row gives way
+    if (low)
+      newl = newu;
+    else
+      newu = newl;
+  }
+  TVN_prslv_killcon(x, i);
+  if (low || upp) TVN_prslv_putvarbounds(x, j, newl, newu);
+  if (newl > newu) {
+    x.status = prs_prim_infeas;
+    x.certcol = j;
+    x.certcrossing = true;
+  } else if (TVN_prslv_canbefixed(x, newl, newu)) {
+    TVN_prslv_varfix(x, j, newl, rt_varfix);
+  }
+}
+
+void prslv_undoconsin(prslv_post& w) {
+  prslv_reader r(w.x);
+  lp_solution& s = w.s;
+  const int32_t i = r.i(), j = r.i(), implied = r.i(), rowkey = r.i();
+  r.i();
+  r.r();
+  r.r();
+  r.r();
+  r.r();
+  const double a = r.r(), cc = r.r();
+  s.y[i] = -w.df * cc;
+  s.slc[i] = s.suc[i] = 0;
+  s.xc[i] = a * s.xx[j];
+  s.skc[i] = w.rest();
+  auto take = [&](bool lower) {
+    double& d = lower ? s.slx[j] : s.sux[j];
+    const double move = (lower ? d : -d) / a; // into y
+    s.y[i] += move;
+    (lower == (a > 0) ? s.slc[i] : s.suc[i]) += std::fabs(move) * (d < 0 ? -1 : 1);
+    d = 0;
+    if (w.certificate()) return;
+    s.skx[j] = w.rest();
+    s.skc[i] = rowkey == bk_fx ? sk_fix : lower == (a > 0) ? sk_low : sk_upr;
+  };
+  const bool low = implied == bk_lo || implied == bk_ra, upp = implied == bk_up || implied == bk_ra;
+  if (w.certificate() || w.walk == prslv_walk::interior) {
+    if (low) take(true);
+    if (upp) take(false);
+    return;
+  }
+  int32_t side = s.skx[j];
+  if (side == sk_fix) side = s.slx[j] < s.sux[j] ? sk_upr : sk_low; // fixed by bounds from two sides
+  if (side == sk_low && low)
+    take(true);
+  else if (side == sk_upr && upp)
+    take(false);
+  else if (s.skx[j] == sk_fix)
+    s.skx[j] = side;
+}
+
+} // namespace tvn

@@ -1,0 +1,303 @@
+// Bounds on the row duals, and what they decide: dominated columns, rows that are tight, rows that a column satisfies.
+//
+// Andersen and Andersen 1995. Dual feasibility bounds each y_i: by the sign of a one-sided row, by a column of one row,
+// and by longer columns through the bounds of the other rows. Let d_j range over [dlo, dup] under such bounds.
+// - A strict sign of d_j (or of cc_i + y_i) over all dual feasible points makes the column's (row's) own sign condition
+//   redundant, however the bounds were found: the dual feasible set is convex, so it cannot leave through d_j = 0.
+//   The column goes to its bound, the row becomes an equality; the dual problem, hence the optimal value, stays.
+// - A weak sign (0 allowed) is believed only from bounds that stand on row signs and singleton columns, which are not
+//   the column itself.
+// Undo: the value comes back, d_j from the rows has the right sign by the same argument.
+#include "prslv/prslvint.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr int32_t tightenpasses = 2;
+
+struct range {
+  double lo, up;
+};
+
+void meet(double v, bool upper, double& yl, double& yu) {
+  if (upper)
+    yu = std::min(yu, v);
+  else
+    yl = std::max(yl, v);
+}
+
+// Signs of one-sided rows, then columns of one row: a y_i <= c without an upper bound, >= c without a lower one.
+void start_bounds(prslv_context& x) {
+  for (int32_t i = 0; i < x.p.numcon; i++) {
+    x.yl[i] = -prslv_inf;
+    x.yu[i] = prslv_inf;
+    if (!x.conlive[i]) continue;
+    if (con_upper(x, i) == prslv_inf) x.yl[i] = -x.p.cc[i];
+    if (con_lower(x, i) == -prslv_inf) x.yu[i] = -x.p.cc[i];
+  }
+  for (int32_t j = 0; j < x.p.numvar; j++) {
+    if (!x.varlive[j] || x.varnz[j] != 1 || !x.varlin[j]) continue;
+    const auto [i, a] = TVN_prslv_getvarsin(x, j);
+    const double v = x.p.c[j] / a;
+    if (var_upper(x, j) == prslv_inf) meet(v, a > 0, x.yl[i], x.yu[i]);
+    if (var_lower(x, j) == -prslv_inf) meet(v, a < 0, x.yl[i], x.yu[i]);
+  }
+  std::copy_n(x.yl.data(), x.p.numcon, x.tyl.data());
+  std::copy_n(x.yu.data(), x.p.numcon, x.tyu.data());
+}
+
+// Sum of a_ij y_i over the bounds, with the number of infinite terms on each side, and the size of the terms.
+struct dual_activity {
+  double lo = 0, up = 0, size = 0;
+  int32_t numlo = 0, numup = 0;
+};
+
+dual_activity sum_column(const prslv_context& x, int32_t j, const double* yl, const double* yu) {
+  dual_activity s;
+  for_col(x, j, [&](int32_t i, double a) {
+    const double lo = a > 0 ? a * yl[i] : a * yu[i], up = a > 0 ? a * yu[i] : a * yl[i];
+    if (std::isinf(lo)) {
+      s.numlo++;
+    } else {
+      s.lo += lo;
+      s.size += std::fabs(lo);
+    }
+    if (std::isinf(up)) {
+      s.numup++;
+    } else {
+      s.up += up;
+      s.size += std::fabs(up);
+    }
+  });
+  return s;
+}
+
+// a_j'y <= c (no upper bound) and a_j'y >= c (no lower bound) bound each y_i through the others.
+void tighten_by_column(prslv_context& x, int32_t j) {
+  const bool noupp = var_upper(x, j) == prslv_inf, nolow = var_lower(x, j) == -prslv_inf;
+  if (!noupp && !nolow) return;
+  const dual_activity s = sum_column(x, j, x.tyl.data(), x.tyu.data());
+  const double c = x.p.c[j];
+  if (s.size > 1e8 * (1 + std::fabs(c))) return; // the digits are gone
+  for_col(x, j, [&](int32_t i, double a) {
+    const double lo = a > 0 ? a * x.tyl[i] : a * x.tyu[i], up = a > 0 ? a * x.tyu[i] : a * x.tyl[i];
+    if (std::fabs(a) <= x.param.tols) return;
+    const bool ownlo = std::isinf(lo), ownup = std::isinf(up);
+    if (noupp && s.numlo == (ownlo ? 1 : 0)) meet((c - (s.lo - (ownlo ? 0 : lo))) / a, a > 0, x.tyl[i], x.tyu[i]);
+    if (nolow && s.numup == (ownup ? 1 : 0)) meet((c - (s.up - (ownup ? 0 : up))) / a, a < 0, x.tyl[i], x.tyu[i]);
+  });
+}
+
+range reduced_cost(const prslv_context& x, int32_t j, const double* yl, const double* yu, double& size) {
+  const dual_activity s = sum_column(x, j, yl, yu);
+  size = s.size + std::fabs(x.p.c[j]);
+  return {s.numup ? -prslv_inf : x.p.c[j] - s.up, s.numlo ? prslv_inf : x.p.c[j] - s.lo};
+}
+
+// Fixes column j when its reduced cost has a sign.
+void try_dominated(prslv_context& x, int32_t j) {
+  double size = 0;
+  const range strict = reduced_cost(x, j, x.tyl.data(), x.tyu.data(), size);
+  const double tol = x.param.tols * (1 + std::fabs(x.p.c[j])) + 1e-11 * size;
+  bool low = strict.lo > tol, upp = strict.up < -tol;
+  if (!low && !upp && x.varnz[j] >= 2) {
+    const range weak = reduced_cost(x, j, x.yl.data(), x.yu.data(), size);
+    low = weak.lo >= -1e-15 * size && size < 1e6;
+    upp = weak.up <= 1e-15 * size && size < 1e6;
+  }
+  if (low && var_lower(x, j) > -prslv_inf)
+    TVN_prslv_varfix(x, j, var_lower(x, j), rt_varfixlow);
+  else if (upp && var_upper(x, j) < prslv_inf)
+    TVN_prslv_varfix(x, j, var_upper(x, j), rt_varfixupr);
+}
+
+// A row whose dual slack is strictly positive (negative) rests on its lower (upper) bound.
+// Record: row, key; the bound dropped.
+void TVN_prslv_confixatbounddbg(prslv_context& x, int32_t i, bool lower) {
+  const int32_t rtype = lower ? rt_confixlow : rt_confixupr;
+  TVN_prslv_beginpushstk(x, rtype);
+  push_int(x, i);
+  push_int(x, x.p.bkc[i]);
+  push_real(x, lower ? x.p.buc[i] : x.p.blc[i]);
+  TVN_prslv_endpushstk(x, rtype);
+  const double b = lower ? x.p.blc[i] : x.p.buc[i];
+  TVN_prslv_putconbounds(x, i, b, b);
+  TVN_prslv_updatelist(x.list, i);
+}
+
+void try_tight_row(prslv_context& x, int32_t i) {
+  const double l = con_lower(x, i), u = con_upper(x, i), cc = x.p.cc[i];
+  if (l == u) return;
+  const double tol = x.param.tols * (1 + std::fabs(cc));
+  auto strict = [&](double d, double y) { return d > tol + 1e-9 * std::fabs(y); };
+  if (l > -prslv_inf && strict(x.tyl[i] + cc, x.tyl[i]))
+    TVN_prslv_confixatbounddbg(x, i, true);
+  else if (u < prslv_inf && strict(-(x.tyu[i] + cc), x.tyu[i]))
+    TVN_prslv_confixatbounddbg(x, i, false);
+}
+
+// Whether moving x_j up (sign 1) or down (-1) without end hurts no row and no bound.
+bool helps_all_rows(const prslv_context& x, int32_t j, int32_t sign) {
+  if ((sign > 0 ? var_upper(x, j) : -var_lower(x, j)) < prslv_inf) return false;
+  bool ok = true;
+  for_col(x, j, [&](int32_t i, double a) {
+    ok = ok && x.conlin[i] && (sign * a > 0 ? con_upper(x, i) == prslv_inf : con_lower(x, i) == -prslv_inf);
+  });
+  return ok;
+}
+
+// x_j satisfies all its rows by itself and costs nothing: the rows go, x_j afterwards takes the value that they need.
+// Achterberg and others 2020 (dual fixing at infinity). When it even earns, moving it is a ray.
+// Record: column, direction, n, rows; bound at the other end, per row coefficient and the side that x_j must meet.
+void try_varforce(prslv_context& x, int32_t j) {
+  for (const int32_t sign : {1, -1}) {
+    if (!helps_all_rows(x, j, sign)) continue;
+    double c = x.p.c[j], size = std::fabs(c);
+    for_col(x, j, [&](int32_t i, double a) {
+      c += a * x.p.cc[i];
+      size += std::fabs(a * x.p.cc[i]);
+    });
+    if (sign * c < -x.param.tols * (1 + size)) {
+      x.status = prs_dual_infeas;
+      x.certcol = j;
+      x.certcolval = sign;
+      return;
+    }
+    if (std::fabs(c) > 1e-15 * size) continue;
+    TVN_prslv_beginpushstk(x, rt_varforce);
+    push_int(x, j);
+    push_int(x, sign);
+    push_int(x, x.varnz[j]);
+    push_real(x, sign > 0 ? var_lower(x, j) : var_upper(x, j));
+    vec<int32_t>& ints = x.stk.ints;
+    for_col(x, j, [&](int32_t i, double a) {
+      push_int(x, i);
+      push_real(x, a);
+      push_real(x, sign * a > 0 ? x.p.blc[i] : x.p.buc[i]);
+    });
+    const int32_t n = ints[2];
+    std::copy_n(ints.data() + 3, n, x.subwork.data());
+    TVN_prslv_endpushstk(x, rt_varforce);
+    TVN_prslv_killvar(x, j, 0.0);
+    for (int32_t k = 0; k < n; k++) x.p.bkc[x.subwork[k]] = bk_fr;
+    for (int32_t k = 0; k < n; k++) TVN_prslv_conrelax(x, x.subwork[k]);
+    return;
+  }
+}
+
+// The one row that keeps x_j from moving down (sign -1) or up (sign 1); -1: none or several. `a` is its coefficient.
+int32_t only_lock(const prslv_context& x, int32_t j, int32_t sign, double& a) {
+  int32_t row = -1, num = 0;
+  for_col(x, j, [&](int32_t i, double v) {
+    const bool free = sign * v > 0 ? con_upper(x, i) == prslv_inf : con_lower(x, i) == -prslv_inf;
+    if (free && x.conlin[i]) return;
+    num++;
+    row = i;
+    a = v;
+  });
+  return num == 1 && x.conlin[row] ? row : -1;
+}
+
+// Cost and all rows but one want x_j down (up), and that row keeps it above its bound: then the row is tight, and the
+// bound may go. With d_j >= 0 no longer asked for, the dual slack of the row is c_j minus terms of the right sign, so
+// it has the right sign by itself. Achterberg and others 2020 (a single lock).
+void try_onelock(prslv_context& x, int32_t j) {
+  constexpr int32_t longest = 4; // beyond, the equality is not used for a substitution
+  if (x.varnz[j] > longest || x.varnz[j] < 2) return;
+  double c = x.p.c[j], size = std::fabs(c);
+  for_col(x, j, [&](int32_t i, double a) {
+    c += a * x.p.cc[i];
+    size += std::fabs(a * x.p.cc[i]);
+  });
+  for (const int32_t sign : {-1, 1}) {
+    if (sign * c > 1e-15 * size) continue;
+    double a = 0;
+    const int32_t i = only_lock(x, j, sign, a);
+    if (i < 0 || con_lower(x, i) == con_upper(x, i)) continue;
+    const bool down = sign < 0;
+    const double own = down ? var_lower(x, j) : var_upper(x, j);
+    if (!std::isinf(own)) {
+      double lo, up;
+      TVN_prslv_impliedvarbound(x, a, i, j, lo, up);
+      if (!(down ? lo >= own : up <= own)) continue;
+      TVN_prslv_conactivity(x, i); // believed only afresh
+      TVN_prslv_stopped(x, x.connz[i]);
+      TVN_prslv_impliedvarbound(x, a, i, j, lo, up);
+      if (!(down ? lo >= own : up <= own)) continue;
+      TVN_prslv_varrelax(x, j, down, !down);
+    }
+    TVN_prslv_confixatbounddbg(x, i, down == (a > 0));
+    return;
+  }
+}
+
+} // namespace
+
+prslv_code TVN_prslv_dualbounds(prslv_context& x) {
+  const prslv_clock clock(x, task_domvar);
+  start_bounds(x);
+  for (int32_t pass = 0; pass < tightenpasses; pass++)
+    for (int32_t j = 0; j < x.p.numvar; j++) {
+      if (!x.varlive[j] || x.varnz[j] < 2 || !x.varlin[j]) continue;
+      tighten_by_column(x, j);
+      if (TVN_prslv_stopped(x, 2 * x.varnz[j])) return prslv_code::stopped;
+    }
+  // Bounds that cross say that the problem has no dual point; the optimizer finds the ray.
+  for (int32_t i = 0; i < x.p.numcon; i++)
+    if (x.conlive[i] && !(x.tyl[i] <= x.tyu[i] + x.param.tols * (1 + std::fabs(x.tyu[i])))) return prslv_code::ok;
+  for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++) {
+    if (!x.varlive[j] || !x.varlin[j] || x.varnz[j] == 0) continue;
+    if (TVN_prslv_stopped(x, 2 * x.varnz[j])) return prslv_code::stopped;
+    try_dominated(x, j);
+  }
+  for (int32_t i = 0; i < x.p.numcon; i++)
+    if (x.conlive[i] && x.conlin[i]) try_tight_row(x, i);
+  for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++)
+    if (x.varlive[j] && x.varlin[j] && x.varnz[j] > 0) try_varforce(x, j);
+  for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided && !x.param.keepdual; j++) {
+    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
+    if (x.varlive[j] && x.varlin[j]) try_onelock(x, j);
+  }
+  return prslv_code::ok;
+}
+
+void prslv_undoconfix(prslv_post& w, int32_t rtype) {
+  prslv_reader r(w.x);
+  lp_solution& s = w.s;
+  const int32_t i = r.i();
+  if (s.skc[i] == sk_fix) s.skc[i] = rtype == rt_confixlow ? sk_low : sk_upr;
+}
+
+void prslv_undovarforce(prslv_post& w) {
+  prslv_reader r(w.x);
+  lp_solution& s = w.s;
+  const int32_t j = r.i(), sign = r.i(), n = r.i();
+  // The bound at the far end, or the row that asks most.
+  double best = w.bound(r.r());
+  int32_t row = -1;
+  bool lower = false;
+  const prslv_reader entries = r;
+  for (int32_t k = 0; k < n; k++) {
+    const int32_t i = r.i();
+    const double a = r.r(), b = w.bound(r.r()), need = (b - s.xc[i]) / a;
+    if (!(sign * need > sign * best)) continue;
+    best = need;
+    row = i;
+    lower = sign * a > 0;
+  }
+  s.xx[j] = best;
+  s.slx[j] = s.sux[j] = 0;
+  s.skx[j] = row >= 0 ? w.rest() : sign > 0 ? sk_low : sk_upr;
+  r = entries;
+  for (int32_t k = 0; k < n; k++) {
+    const int32_t i = r.i();
+    s.xc[i] += r.r() * best;
+    const double b = w.bound(r.r());
+    if (i != row) continue;
+    s.xc[i] = b;
+    s.skc[i] = lower ? sk_low : sk_upr;
+  }
+}
+
+} // namespace tvn

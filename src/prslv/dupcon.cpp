@@ -1,0 +1,94 @@
+// Rows that are multiples of one another: a_k = t a_r. Row r takes the tighter bounds, row k goes.
+//
+// Tomlin and Welch 1986. The feasible set stays. Undo: when row r rests on a bound that came from k, the dual slack d
+// of that bound becomes d/t on row k, which rests there, and r is basic; otherwise k is basic.
+#include "prslv/prslvint.h"
+
+#include "misc/spmat.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr double toldup = 1e-13; // relative, of the entries
+
+// Record: both rows, both keys, whether lower and upper came from k; t, both costs.
+void TVN_prslv_dupcon(prslv_context& x, int32_t r, int32_t k, double t) {
+  const double l = con_lower(x, r), u = con_upper(x, r);
+  const double lk = (t > 0 ? con_lower(x, k) : con_upper(x, k)) / t,
+               uk = (t > 0 ? con_upper(x, k) : con_lower(x, k)) / t;
+  const bool low = lk > l, upp = uk < u;
+  double newl = std::max(l, lk), newu = std::min(u, uk);
+  if (newl > newu && !TVN_prslv_isinfeasible(x, newl, newu)) (low ? newl : newu) = low ? newu : newl;
+  TVN_prslv_beginpushstk(x, rt_dupcon);
+  push_int(x, r);
+  push_int(x, k);
+  push_int(x, x.p.bkc[r]);
+  push_int(x, x.p.bkc[k]);
+  push_int(x, low);
+  push_int(x, upp);
+  push_real(x, t);
+  push_real(x, x.p.cc[r]);
+  push_real(x, x.p.cc[k]);
+  TVN_prslv_endpushstk(x, rt_dupcon);
+  x.p.cc[r] += t * x.p.cc[k];
+  TVN_prslv_killcon(x, k);
+  TVN_prslv_putconbounds(x, r, newl, newu);
+  TVN_prslv_updatelist(x.list, r);
+  x.stats->numdupdropped++;
+  if (newl <= newu) return;
+  x.status = prs_prim_infeas;
+  x.certrow = r;
+  x.certcrossing = true;
+}
+
+} // namespace
+
+prslv_code TVN_prslv_checkdupcon(prslv_context& x) {
+  const prslv_clock clock(x, task_dupcon);
+  TVN_prslv_cleana(x);
+  const int32_t m = x.p.numcon;
+  buffer<int64_t> end(*x.sys, m);
+  for (int32_t i = 0; i < m; i++) end[i] = x.row.beg[i] + (x.conlive[i] ? x.row.len[i] : 0);
+  spmat a;
+  TVN_spmat_emake(*x.sys, m, x.p.numvar, x.row.free, x.row.beg.data(), end.data(), x.row.sub.data(), x.row.val.data(),
+                  a);
+  buffer<int32_t> first(*x.sys, m);
+  buffer<double> scale(*x.sys, m);
+  TVN_spmat_dupvec(a, toldup, first.data(), scale.data());
+  for (int32_t k = 0; k < m && x.status == prs_undecided; k++) {
+    const int32_t r = first[k];
+    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
+    if (r == k || !x.conlive[k] || !x.conlive[r] || !x.conlin[k] || !x.conlin[r] || x.connz[k] == 0) continue;
+    TVN_prslv_dupcon(x, r, k, scale[k]);
+  }
+  return prslv_code::ok;
+}
+
+void prslv_undodupcon(prslv_post& w) {
+  prslv_reader rd(w.x);
+  lp_solution& s = w.s;
+  const int32_t r = rd.i(), k = rd.i(), keyr = rd.i(), keyk = rd.i();
+  const bool low = rd.i() != 0, upp = rd.i() != 0;
+  const double t = rd.r(), ccr = w.df * rd.r(), cck = w.df * rd.r();
+  int32_t side = s.skc[r];
+  if (side == sk_fix) side = s.slc[r] < s.suc[r] ? sk_upr : sk_low;
+  const bool all = w.walk != prslv_walk::basis;
+  const bool takelow = low && (all || side == sk_low), takeupp = upp && (all || side == sk_upr);
+  const double moved = (takelow ? s.slc[r] : 0.0) - (takeupp ? s.suc[r] : 0.0);
+  if (takelow) s.slc[r] = 0;
+  if (takeupp) s.suc[r] = 0;
+  s.y[r] = s.slc[r] - s.suc[r] - ccr;
+  s.y[k] = moved / t - cck;
+  TVN_prslv_splitdual(moved / t, sk_unk, s.slc[k], s.suc[k]);
+  s.xc[k] = t * s.xc[r];
+  if ((takelow && side == sk_low) || (takeupp && side == sk_upr)) {
+    s.skc[k] = keyk == bk_fx ? sk_fix : (side == sk_low) == (t > 0) ? sk_low : sk_upr;
+    s.skc[r] = w.rest();
+  } else {
+    if (s.skc[r] == sk_fix && keyr != bk_fx) s.skc[r] = side;
+    s.skc[k] = w.rest();
+  }
+}
+
+} // namespace tvn

@@ -1,0 +1,146 @@
+// Postsolve: the records undone, newest first; and the certificate that presolve itself found.
+//
+// The walk needs no matrix: each record holds the coefficients its undo uses. After a record is undone, the live part
+// of the solution at that depth satisfies the conditions of the problem at that depth; the costs that undos use are
+// those at the death of a column, which the problem's vector still holds.
+#include "prslv/prslvint.h"
+
+namespace tvn {
+
+void TVN_prslv_splitdual(double d, int32_t key, double& sl, double& su) {
+  sl = su = 0;
+  if (key == sk_low)
+    sl = d;
+  else if (key == sk_upr)
+    su = -d;
+  else
+    (d >= 0 ? sl : su) = std::fabs(d);
+}
+
+int32_t TVN_prslv_sidekey(int32_t bk, double d) {
+  switch (bk) {
+  case bk_fx: return sk_fix;
+  case bk_lo: return sk_low;
+  case bk_up: return sk_upr;
+  case bk_ra: return d >= 0 ? sk_low : sk_upr;
+  default: return sk_supbas;
+  }
+}
+
+namespace {
+
+constexpr const char* label = "src/prslv/postsolv";
+
+void undo(prslv_post& w, int32_t rtype) {
+  switch (rtype) {
+  case rt_conrelax:
+  case rt_initialfreecon: return prslv_undoconrelax(w);
+  case rt_consin:
+  case rt_initialconsin: return prslv_undoconsin(w);
+  case rt_conforce: return prslv_undoconforce(w);
+  case rt_varfix:
+  case rt_initialvarfix: return prslv_undovarfix(w, rt_varfix);
+  case rt_blkfix:
+  case rt_varfixlow:
+  case rt_varfixupr:
+  case rt_varfixfree: return prslv_undovarfix(w, rtype);
+  case rt_elimination: return prslv_undoelimination(w);
+  case rt_doubleton: return prslv_undodoubleton(w);
+  case rt_varslack: return prslv_undovarslack(w);
+  case rt_varforce: return prslv_undovarforce(w);
+  case rt_confixlow:
+  case rt_confixupr: return prslv_undoconfix(w, rtype);
+  case rt_dupcon: return prslv_undodupcon(w);
+  case rt_dupvar: return prslv_undodupvar(w);
+  case rt_droplow: // the duals of what was dropped are 0
+  case rt_dropupp:
+  case rt_varrelaxlow:
+  case rt_varrelaxupp:
+  case rt_varrelaxboth:
+  case rt_storebounds:
+  case rt_storecosts: return;
+  default: TVN_sysenv_stopdbg(w.x.sys, label, __LINE__, "Unknown rtype: %d", rtype);
+  }
+}
+
+void postsetup(prslv_post& w, int32_t solsta) {
+  switch (solsta) {
+  case sol_unknown:
+  case sol_optimal:
+  case sol_prim_and_dual_feas:
+  case sol_near_optimal: break;
+  case sol_prim_feas: w.df = 0; break;
+  case sol_dual_feas: w.pf = 0; break;
+  case sol_prim_infeas_cer:
+    w.pf = w.df = 0;
+    w.walk = prslv_walk::prim_certificate;
+    break;
+  case sol_dual_infeas_cer:
+    w.pf = w.df = 0;
+    w.walk = prslv_walk::dual_certificate;
+    break;
+  default: TVN_sysenv_stopdbg(w.x.sys, label, __LINE__, "solsta=%d", solsta);
+  }
+}
+
+void walk_back(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol, prslv_walk walk) {
+  x.stats = &stats;
+  const prslv_clock clock(x, task_post);
+  prslv_post w{x, sol, walk, 1, 1};
+  postsetup(w, solsta);
+  TVN_prslv_initpopstk(x);
+  for (int32_t rtype = TVN_prslv_popstk(x); rtype != 0; rtype = TVN_prslv_popstk(x)) {
+    undo(w, rtype);
+    if (x.audit.fn) x.audit.fn(x.audit.handle, x, true, rtype, &sol);
+  }
+  stats.numpostsolves++;
+}
+
+} // namespace
+
+void TVN_prslv_postsolve(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol) {
+  walk_back(x, stats, solsta, sol, prslv_walk::interior);
+}
+
+void TVN_prslv_postsolvebasis(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol) {
+  walk_back(x, stats, solsta, sol, prslv_walk::basis);
+}
+
+void TVN_prslv_getcertificate(const prslv_context& x, lp_solution& sol) {
+  for (int32_t i = 0; i < x.p.numcon; i++) {
+    sol.skc[i] = sk_bas;
+    sol.xc[i] = sol.y[i] = sol.slc[i] = sol.suc[i] = 0;
+  }
+  for (int32_t j = 0; j < x.p.numvar; j++) {
+    sol.skx[j] = TVN_prslv_sidekey(x.p.bkx[j], 0.0);
+    sol.xx[j] = sol.slx[j] = sol.sux[j] = 0;
+  }
+  if (x.certcrossing) {
+    const bool row = x.certrow >= 0;
+    (row ? sol.slc : sol.slx)[row ? x.certrow : x.certcol] = 1;
+    (row ? sol.suc : sol.sux)[row ? x.certrow : x.certcol] = 1;
+  } else if (x.status == prs_prim_infeas) {
+    auto weigh = [&](int32_t i, double y) {
+      sol.y[i] = y;
+      TVN_prslv_splitdual(y, sk_unk, sol.slc[i], sol.suc[i]);
+    };
+    if (x.certrow >= 0) weigh(x.certrow, x.certrowval);
+    for (int64_t k = 0; k < x.certrows.size(); k++) weigh(x.certrows[k], x.certvals[k]);
+    for (int32_t j = 0; j < x.p.numvar; j++) {
+      if (!x.varlive[j]) continue;
+      double d = 0;
+      for_col(x, j, [&](int32_t i, double a) { d -= a * sol.y[i]; });
+      TVN_prslv_splitdual(d, sk_unk, sol.slx[j], sol.sux[j]);
+    }
+  } else {
+    auto move = [&](int32_t j, double v) {
+      if (j < 0) return;
+      sol.xx[j] = v;
+      for_col(x, j, [&](int32_t i, double a) { sol.xc[i] += a * v; });
+    };
+    move(x.certcol, x.certcolval);
+    move(x.certcol2, x.certcol2val);
+  }
+}
+
+} // namespace tvn

@@ -1,0 +1,132 @@
+// Life of a context, its views, and the small things that all reductions use.
+#include "prslv/prslvint.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr const char* label = "src/prslv/prslv";
+
+} // namespace
+
+void TVN_prslv_initparam(prslv_param& param) { param = prslv_param{}; }
+
+prslv_context* TVN_prslv_make(sysenv& sys, const prslv_problem& problem) {
+  void* place = sys.alloc(sizeof(prslv_context), label, __LINE__);
+  auto* x = new (place) prslv_context;
+  x->sys = &sys;
+  x->p = problem;
+  try {
+    const int32_t m = problem.numcon, n = problem.numvar;
+    x->conlive.reset(sys, m, 1);
+    x->varlive.reset(sys, n, 1);
+    x->conlin.reset(sys, m, 1);
+    x->varlin.reset(sys, n, 1);
+    if (problem.conlin) std::copy_n(problem.conlin, m, x->conlin.data());
+    if (problem.varlin) std::copy_n(problem.varlin, n, x->varlin.data());
+    for (auto* b : {&x->lax, &x->uax}) b->reset(sys, m, 0.0);
+    for (auto* b : {&x->ncilax, &x->nciuax}) b->reset(sys, m, 0);
+    TVN_prslv_initlist(sys, m, x->list);
+    TVN_prslv_initwork(sys, *x);
+    x->stk.type.attach(sys);
+    x->stk.ints.attach(sys);
+    x->stk.reals.attach(sys);
+    x->certrows.attach(sys);
+    x->certvals.attach(sys);
+    TVN_bsto_make(sys, std::max<int64_t>(4096, 10 * std::max<int64_t>(m, n)), x->stk.store);
+    TVN_prslv_makematrix(*x);
+  } catch (const out_of_memory&) {
+    TVN_prslv_delete(x);
+    throw;
+  }
+  return x;
+}
+
+void TVN_prslv_delete(prslv_context* ctx) noexcept {
+  if (!ctx) return;
+  sysenv* sys = ctx->sys;
+  ctx->~prslv_context();
+  sys->release(ctx, label, __LINE__);
+}
+
+void TVN_prslv_putaudit(prslv_context& ctx, const prslv_audit& audit) { ctx.audit = audit; }
+void TVN_prslv_putsink(prslv_context& ctx, const prslv_sink& sink) { ctx.sink = sink; }
+const prslv_problem& TVN_prslv_getproblem(const prslv_context& ctx) { return ctx.p; }
+bool TVN_prslv_conislive(const prslv_context& ctx, int32_t i) { return ctx.conlive[i] != 0; }
+bool TVN_prslv_varislive(const prslv_context& ctx, int32_t j) { return ctx.varlive[j] != 0; }
+
+int64_t TVN_prslv_getnz(const prslv_context& ctx) {
+  int64_t nz = 0;
+  for (int32_t j = 0; j < ctx.p.numvar; j++)
+    if (ctx.varlive[j]) nz += ctx.varnz[j];
+  return nz;
+}
+
+int32_t TVN_prslv_getasimple(const prslv_context& ctx, bool byrow, int32_t index, int32_t* sub, double* val) {
+  int32_t num = 0;
+  auto put = [&](int32_t k, double a) {
+    sub[num] = k;
+    val[num++] = a;
+  };
+  if (byrow)
+    for_row(ctx, index, put);
+  else
+    for_col(ctx, index, put);
+  const int32_t kept = byrow ? ctx.connz[index] : ctx.varnz[index];
+  if (num != kept)
+    TVN_sysenv_stopdbg(ctx.sys, label, __LINE__, "%s. %s[%d]: %d != %d", byrow ? "Constraint" : "Variable",
+                       byrow ? "connz" : "varnz", index, kept, num);
+  return num;
+}
+
+prslv_entry TVN_prslv_getconsin(const prslv_context& x, int32_t i) {
+  for (int64_t p = x.row.beg[i], e = p + x.row.len[i]; p < e; p++)
+    if (x.varlive[x.row.sub[p]]) return {x.row.sub[p], x.row.val[p]};
+  TVN_sysenv_stopdbg(x.sys, label, __LINE__, "Constraint singleton not found i=%d\n", i);
+}
+
+prslv_entry TVN_prslv_getvarsin(const prslv_context& x, int32_t j) {
+  for (int64_t p = x.col.beg[j], e = p + x.col.len[j]; p < e; p++)
+    if (x.conlive[x.col.sub[p]]) return {x.col.sub[p], x.col.val[p]};
+  TVN_sysenv_stopdbg(x.sys, label, __LINE__, "Variable singleton not found j=%d\n", j);
+}
+
+bool TVN_prslv_stopped(prslv_context& x, int64_t work) {
+  constexpr int64_t worklimit = 50000; // entries, well below a millisecond
+  constexpr double interval = 0.02;    // seconds
+  x.work += work + 1;
+  if (x.stop || x.work < worklimit) return x.stop;
+  x.work = 0;
+  const double now = TVN_sysenv_gettime();
+  if (now - x.lastpoll < interval) return false;
+  x.lastpoll = now;
+  x.stop = x.progress.fn && x.progress.fn(x.progress.handle, 38) != 0;
+  return x.stop;
+}
+
+void TVN_prslv_initlist(sysenv& sys, int32_t n, prslv_list& l) {
+  l.item.reset(sys, std::max(n, 1));
+  l.in.reset(sys, n, 0);
+  l.head = l.size = 0;
+}
+
+void TVN_prslv_emptylist(prslv_list& l) {
+  while (TVN_prslv_poplist(l) >= 0) {}
+}
+
+void TVN_prslv_updatelist(prslv_list& l, int32_t i) {
+  if (l.in[i]) return;
+  l.in[i] = 1;
+  l.item[(l.head + static_cast<int64_t>(l.size++)) % l.item.size()] = i;
+}
+
+int32_t TVN_prslv_poplist(prslv_list& l) {
+  if (l.size == 0) return -1;
+  const int32_t i = l.item[l.head];
+  l.head = static_cast<int32_t>((l.head + int64_t{1}) % l.item.size());
+  l.size--;
+  l.in[i] = 0;
+  return i;
+}
+
+} // namespace tvn

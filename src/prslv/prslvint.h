@@ -1,0 +1,305 @@
+// Inside presolve: the context, its live matrix, the record stack, and the actions that reductions are made of.
+#pragma once
+
+#include "prslv/prslv.h"
+
+#include <cmath>
+#include <limits>
+
+namespace tvn {
+
+inline constexpr double prslv_inf = std::numeric_limits<double>::infinity();
+
+// One direction of the matrix: line k holds positions beg[k] .. beg[k]+len[k]-1 and may grow to cap[k] entries.
+// Entries of dead partners stay until TVN_prslv_cleana.
+struct prslv_lines {
+  buffer<int64_t> beg;
+  buffer<int32_t> len, cap;
+  buffer<int32_t> sub;
+  buffer<double> val;
+  int64_t free = 0; // first position behind all lines
+};
+
+// A record stack: types, and records in a byte store as integers, reals and, for sizes other than the type's default
+// (stored as a negative type), two counts.
+struct prslv_stack {
+  vec<int32_t> type;
+  bsto store;
+  vec<int32_t> ints; // of the open record, or of the one last popped
+  vec<double> reals;
+  bool open = false;
+  int64_t poptype = 0, popbyte = 0; // read position
+};
+
+// Rows due for a check: a ring of indices and their marks.
+struct prslv_list {
+  buffer<int32_t> item;
+  buffer<char> in;
+  int32_t head = 0, size = 0;
+};
+
+// Bounds of columns with the rows that imply them.
+struct prslv_boundset {
+  buffer<double> lower, upper;    // [numvar]
+  buffer<int32_t> lowrow, upprow; // [numvar] -1: the stored bound
+  buffer<char> held;              // [numcon] rows that others lean on
+};
+
+struct prslv_context {
+  sysenv* sys = nullptr;
+  prslv_problem p;
+  prslv_lines row, col;
+  buffer<char> conlive, varlive, conlin, varlin;
+  buffer<int32_t> connz, varnz;   // live entries
+  buffer<double> lax, uax;        // finite parts of the least and largest activity
+  buffer<int32_t> ncilax, nciuax; // infinite terms
+  prslv_list list;
+  prslv_stack stk;
+  prslv_param param;
+  prslv_stats* stats = nullptr;
+  prslv_progress progress;
+  prslv_audit audit;
+  prslv_sink sink;
+  int32_t status = prs_undecided;
+  bool stop = false;
+  double lastpoll = 0;
+  int64_t work = 0; // entries visited since the last look at the clock
+  // Scratch, clean between calls: colwork and rowwork 0, rowmark and colmark -1.
+  buffer<double> rowwork, colwork; // [numcon], [numvar]
+  buffer<int32_t> rowmark, colmark;
+  buffer<int32_t> subwork;
+  buffer<double> valwork; // [max(numcon, numvar)] each
+  // Bounds on row duals: what row signs and singleton columns say, and what all columns say.
+  buffer<double> yl, yu, tyl, tyu; // [numcon]
+  prslv_boundset implied;
+  // Certificate of the live problem.
+  int32_t certrow = -1, certcol = -1, certcol2 = -1;
+  double certrowval = 0, certcolval = 0, certcol2val = 0;
+  bool certcrossing = false;
+  vec<int32_t> certrows; // of a combination of equalities
+  vec<double> certvals;
+};
+
+// --- reading the live problem
+
+inline double con_lower(const prslv_context& x, int32_t i) {
+  return has_lower(x.p.bkc[i]) && x.p.blc[i] > -bound_infinity ? x.p.blc[i] : -prslv_inf;
+}
+inline double con_upper(const prslv_context& x, int32_t i) {
+  return has_upper(x.p.bkc[i]) && x.p.buc[i] < bound_infinity ? x.p.buc[i] : prslv_inf;
+}
+inline double var_lower(const prslv_context& x, int32_t j) {
+  return has_lower(x.p.bkx[j]) && x.p.blx[j] > -bound_infinity ? x.p.blx[j] : -prslv_inf;
+}
+inline double var_upper(const prslv_context& x, int32_t j) {
+  return has_upper(x.p.bkx[j]) && x.p.bux[j] < bound_infinity ? x.p.bux[j] : prslv_inf;
+}
+inline int32_t key_of(double lo, double up) {
+  if (lo == -prslv_inf) return up == prslv_inf ? bk_fr : bk_up;
+  return up == prslv_inf ? bk_lo : lo == up ? bk_fx : bk_ra;
+}
+
+// f(j, a) for the live entries of row i, f(i, a) for those of column j.
+template <class F> void for_row(const prslv_context& x, int32_t i, F f) {
+  for (int64_t p = x.row.beg[i], e = p + x.row.len[i]; p < e; p++)
+    if (x.varlive[x.row.sub[p]]) f(x.row.sub[p], x.row.val[p]);
+}
+template <class F> void for_col(const prslv_context& x, int32_t j, F f) {
+  for (int64_t p = x.col.beg[j], e = p + x.col.len[j]; p < e; p++)
+    if (x.conlive[x.col.sub[p]]) f(x.col.sub[p], x.col.val[p]);
+}
+
+inline bool TVN_prslv_canbefixed(const prslv_context& x, double l, double u) {
+  return std::fabs(u - l) <= x.param.tolx;
+}
+inline bool TVN_prslv_isinfeasible(const prslv_context& x, double l, double u) {
+  return l - u > x.param.tolx * std::max(1.0, std::fabs(u));
+}
+inline bool TVN_prslv_updateaiszero(const prslv_context& x, double a, double old) {
+  return std::fabs(a) <= std::max(x.param.reldrop * std::fabs(old), x.param.tolaij);
+}
+
+// The one live entry of a singleton.
+struct prslv_entry {
+  int32_t index;
+  double a;
+};
+prslv_entry TVN_prslv_getconsin(const prslv_context& x, int32_t i);
+prslv_entry TVN_prslv_getvarsin(const prslv_context& x, int32_t j);
+
+// True when the run must end; asks the user at most every 20 ms.
+bool TVN_prslv_stopped(prslv_context& x, int64_t work);
+
+// --- list of rows due
+
+void TVN_prslv_initlist(sysenv& sys, int32_t n, prslv_list& l);
+void TVN_prslv_emptylist(prslv_list& l);
+void TVN_prslv_updatelist(prslv_list& l, int32_t i);
+int32_t TVN_prslv_poplist(prslv_list& l); // -1: empty
+
+// --- matrix
+
+void TVN_prslv_makematrix(prslv_context& x);
+void TVN_prslv_cleana(prslv_context& x); // drops dead entries, closes gaps, renews the room for fill
+// Room for `need` more entries in line k; false when there is none.
+[[nodiscard]] bool TVN_prslv_growline(prslv_lines& l, int32_t k, int32_t need);
+// Room for the fill of a substitution of column j by row i; false when there is none.
+[[nodiscard]] bool TVN_prslv_pivotroom(prslv_context& x, int32_t i, int32_t j);
+// Every other row k of column j gets row k - a_kj/a_ij * row i, whose right-hand side is b; costs alike. Row i and
+// column j die. The room must have been made.
+void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, double b);
+
+// --- activities
+
+void TVN_prslv_conactivity(prslv_context& x, int32_t i); // afresh
+void TVN_prslv_allactivities(prslv_context& x);
+// New bounds of column j: activities of its rows, which become due.
+void TVN_prslv_putvarbounds(prslv_context& x, int32_t j, double lo, double up);
+void TVN_prslv_putconbounds(prslv_context& x, int32_t i, double lo, double up);
+struct prslv_implied {
+  double lower = -prslv_inf, upper = prslv_inf;
+  int32_t lowrow = -1, upprow = -1;
+};
+// Bounds that one row, or all live linear rows, imply on column j. The activities must be good.
+void TVN_prslv_impliedvarbound(const prslv_context& x, double a, int32_t i, int32_t j, double& lower, double& upper);
+prslv_implied TVN_prslv_impliedboundsonvarj(const prslv_context& x, int32_t j);
+// Whether rows imply the bounds of column j; proven on fresh activities.
+bool TVN_prslv_impliedfreevar(prslv_context& x, int32_t j);
+
+// --- stack
+
+// One open record at a time, begun before the problem is changed.
+void TVN_prslv_beginpushstk(prslv_context& x, int32_t rtype);
+void TVN_prslv_endpushstk(prslv_context& x, int32_t rtype);
+void TVN_prslv_initpopstk(prslv_context& x) noexcept;
+int32_t TVN_prslv_popstk(prslv_context& x); // the type, 0 at the bottom; the record stands in ints and reals
+inline void push_int(prslv_context& x, int32_t v) { x.stk.ints.push_back(v); }
+inline void push_real(prslv_context& x, double v) { x.stk.reals.push_back(v); }
+
+// --- actions on the problem that many reductions share
+
+void TVN_prslv_killcon(prslv_context& x,
+                       int32_t i); // dead, counts of its columns; a column left alone makes its row due
+void TVN_prslv_killvar(prslv_context& x, int32_t j, double value); // dead at a value that moves into bounds and cfix
+
+inline void TVN_prslv_initwork(sysenv& sys, prslv_context& x) {
+  const int64_t m = x.p.numcon, n = x.p.numvar, big = std::max(m, n) + 1;
+  x.rowwork.reset(sys, m, 0.0);
+  x.colwork.reset(sys, n, 0.0);
+  x.rowmark.reset(sys, m, -1);
+  x.colmark.reset(sys, n, -1);
+  x.subwork.reset(sys, big);
+  x.valwork.reset(sys, big);
+  for (auto* b : {&x.implied.lower, &x.implied.upper}) b->reset(sys, n);
+  for (auto* b : {&x.implied.lowrow, &x.implied.upprow}) b->reset(sys, n);
+  x.implied.held.reset(sys, m);
+  for (auto* b : {&x.yl, &x.yu, &x.tyl, &x.tyu}) b->reset(sys, m);
+}
+
+// --- postsolve
+
+struct prslv_post {
+  prslv_context& x;
+  lp_solution& s;
+  prslv_walk walk;
+  double pf, df; // factors of primal and dual right-hand sides
+  bool certificate() const { return walk == prslv_walk::prim_certificate || walk == prslv_walk::dual_certificate; }
+  int32_t rest() const { return walk == prslv_walk::basis ? sk_bas : sk_supbas; } // key of what is restored inside
+  double bound(double b) const { return std::isinf(b) ? b : pf * b; }
+};
+
+// Reads a record in order.
+struct prslv_reader {
+  const int32_t* ip;
+  const double* rp;
+  explicit prslv_reader(const prslv_context& x) : ip(x.stk.ints.data()), rp(x.stk.reals.data()) {}
+  int32_t i() { return *ip++; }
+  double r() { return *rp++; }
+};
+
+// Splits d of a row or column over its two slacks: by its key, or by sign.
+void TVN_prslv_splitdual(double d, int32_t key, double& sl, double& su);
+// The nonbasic key of an item of bound key bk with reduced cost d.
+int32_t TVN_prslv_sidekey(int32_t bk, double d);
+
+// --- reductions; each file holds reduce and restore
+
+// confree: redundant rows and sides, empty rows.
+void TVN_prslv_conrelax(prslv_context& x, int32_t i, int32_t rtype = rt_conrelax);
+void TVN_prslv_dropside(prslv_context& x, int32_t i, bool upper);
+void TVN_prslv_conempty(prslv_context& x, int32_t i);
+void TVN_prslv_coninfeasax(prslv_context& x, int32_t i, bool lower);
+void prslv_undoconrelax(prslv_post& w);
+// consin: a row with one column is a bound.
+void TVN_prslv_consin(prslv_context& x, int32_t i, int32_t rtype = rt_consin);
+void prslv_undoconsin(prslv_post& w);
+// conforce: a row that can only be met at its extreme.
+bool TVN_prslv_conforce(prslv_context& x, int32_t i, bool lower);
+void prslv_undoconforce(prslv_post& w);
+// varfix: a column goes to a value.
+void TVN_prslv_varfix(prslv_context& x, int32_t j, double value, int32_t rtype);
+void TVN_prslv_emptyvariables(prslv_context& x);
+void prslv_undovarfix(prslv_post& w, int32_t rtype);
+// varslack: a column of one row is taken into the row.
+bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a);
+void prslv_undovarslack(prslv_post& w);
+// doubleton: an equality of two columns.
+bool prslv_doubletoncon(prslv_context& x, int32_t i);
+prslv_code TVN_prslv_doubletoncons(prslv_context& x);
+void prslv_undodoubleton(prslv_post& w);
+// prselim: implied free columns by substitution.
+bool TVN_prslv_tryeliminator(prslv_context& x);
+prslv_code TVN_prslv_eliminator2(prslv_context& x);
+void prslv_undoelimination(prslv_post& w);
+// Entries of row i and of the rest of column j, as both substitutions record them.
+void TVN_prslv_pushpivot(prslv_context& x, int32_t i, int32_t j, double aij, double b);
+struct prslv_pivot {
+  int32_t i, j;
+  double aij, b, cj, cci;
+  int32_t rowkey;
+  double redcost; // c_j - sum over the other rows
+  double rowrest; // sum of the other entries of row i
+};
+prslv_pivot prslv_popp(prslv_post& w, prslv_reader& r); // also moves the other rows' activities back
+// dualbnd: bounds on row duals; dominated columns, forced rows.
+prslv_code TVN_prslv_dualbounds(prslv_context& x);
+void prslv_undoconfix(prslv_post& w, int32_t rtype);
+void prslv_undovarforce(prslv_post& w);
+// varrelax: column bounds that rows imply.
+void TVN_prslv_varrelax(prslv_context& x, int32_t j, bool low, bool upp);
+prslv_code TVN_prslv_relax(prslv_context& x);
+// dupcon, dupvar.
+prslv_code TVN_prslv_checkdupcon(prslv_context& x);
+prslv_code TVN_prslv_checkdupvar(prslv_context& x);
+void prslv_undodupcon(prslv_post& w);
+void prslv_undodupvar(prslv_post& w);
+// linblk: dependent equalities.
+prslv_code TVN_prslv_chklinblkcon(prslv_context& x);
+
+// implied: rows that bounds implied by other rows make redundant.
+prslv_code TVN_prslv_impliedrows(prslv_context& x);
+
+// checkpro, checkcon.
+prslv_code TVN_prslv_checkproblem(prslv_context& x);
+prslv_code TVN_prslv_checkconlist(prslv_context& x);
+
+// prlog.
+void TVN_prslv_print(const prslv_context& x, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+void TVN_prslv_printoptions(const prslv_context& x);
+void TVN_prslv_printsummary(const prslv_context& x);
+
+// Adds the time of a scope to a task.
+struct prslv_clock {
+  prslv_context& x;
+  prslv_task task;
+  double start;
+  prslv_clock(prslv_context& ctx, prslv_task t) : x(ctx), task(t), start(TVN_sysenv_gettime()) {}
+  ~prslv_clock() {
+    x.stats->seconds[task] += TVN_sysenv_gettime() - start;
+    x.stats->calls[task]++;
+  }
+  prslv_clock(const prslv_clock&) = delete;
+  prslv_clock& operator=(const prslv_clock&) = delete;
+};
+
+} // namespace tvn

@@ -1,0 +1,236 @@
+// The live matrix: by rows and by columns, with room to grow, dead entries skipped until the next cleaning.
+//
+// Invariants: a live entry stands in its row and in its column with the same value; connz and varnz count live entries;
+// lines do not overlap, and line k may grow to cap[k] entries before it moves to the free end. Killing a row or column
+// costs its own length (the counts of its partners); entries of the dead go at the next TVN_prslv_cleana.
+#include "prslv/prslvint.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr const char* label = "src/prslv/prslvmat";
+
+void size_lines(sysenv& sys, prslv_lines& l, int32_t num, int64_t room) {
+  l.beg.reset(sys, num);
+  l.len.reset(sys, num, 0);
+  l.cap.reset(sys, num, 0);
+  l.sub.reset(sys, room);
+  l.val.reset(sys, room);
+}
+
+int64_t spare_room(const prslv_context& x, int64_t nz) {
+  const int64_t vectors = 2 * (static_cast<int64_t>(x.p.numcon) + x.p.numvar);
+  return std::max(static_cast<int64_t>(x.param.fillfactor * static_cast<double>(nz)), vectors);
+}
+
+// Rows from live columns: the counts are set by the caller.
+void transpose_into_rows(prslv_context& x) {
+  int64_t at = 0;
+  for (int32_t i = 0; i < x.p.numcon; i++) {
+    x.row.beg[i] = at;
+    x.row.len[i] = 0;
+    x.row.cap[i] = x.conlive[i] ? x.connz[i] : 0;
+    at += x.row.cap[i];
+  }
+  x.row.free = at;
+  for (int32_t j = 0; j < x.p.numvar; j++) {
+    if (!x.varlive[j]) continue;
+    for_col(x, j, [&](int32_t i, double a) {
+      const int64_t p = x.row.beg[i] + x.row.len[i]++;
+      x.row.sub[p] = j;
+      x.row.val[p] = a;
+    });
+  }
+}
+
+void remove_from_line(prslv_lines& l, int32_t k, int64_t p) {
+  const int64_t last = l.beg[k] + --l.len[k];
+  l.sub[p] = l.sub[last];
+  l.val[p] = l.val[last];
+}
+
+void append_to_line(prslv_lines& l, int32_t k, int32_t sub, double val) {
+  const int64_t p = l.beg[k] + l.len[k]++;
+  l.sub[p] = sub;
+  l.val[p] = val;
+}
+
+} // namespace
+
+void TVN_prslv_makematrix(prslv_context& x) {
+  const prslv_problem& p = x.p;
+  int64_t nz = 0;
+  for (int32_t j = 0; j < p.numvar; j++) nz += p.ptre[j] - p.ptrb[j];
+  const int64_t room = nz + spare_room(x, nz);
+  size_lines(*x.sys, x.col, p.numvar, room);
+  size_lines(*x.sys, x.row, p.numcon, room);
+  x.connz.reset(*x.sys, p.numcon, 0);
+  x.varnz.reset(*x.sys, p.numvar, 0);
+  int64_t at = 0;
+  for (int32_t j = 0; j < p.numvar; j++) {
+    x.col.beg[j] = at;
+    for (int64_t q = p.ptrb[j]; q < p.ptre[j]; q++) {
+      if (p.val[q] == 0.0) continue;
+      x.col.sub[at] = p.sub[q];
+      x.col.val[at++] = p.val[q];
+      x.connz[p.sub[q]]++;
+    }
+    x.col.len[j] = x.col.cap[j] = x.varnz[j] = static_cast<int32_t>(at - x.col.beg[j]);
+  }
+  x.col.free = at;
+  transpose_into_rows(x);
+}
+
+void TVN_prslv_cleana(prslv_context& x) {
+  int64_t nz = 0;
+  for (int32_t j = 0; j < x.p.numvar; j++)
+    if (x.varlive[j]) nz += x.varnz[j];
+  prslv_lines fresh;
+  size_lines(*x.sys, fresh, x.p.numvar, std::max(nz + spare_room(x, nz), x.col.sub.size()));
+  int64_t at = 0;
+  for (int32_t j = 0; j < x.p.numvar; j++) {
+    fresh.beg[j] = at;
+    if (!x.varlive[j]) continue;
+    for_col(x, j, [&](int32_t i, double a) {
+      fresh.sub[at] = i;
+      fresh.val[at++] = a;
+    });
+    fresh.len[j] = fresh.cap[j] = static_cast<int32_t>(at - fresh.beg[j]);
+    if (fresh.len[j] != x.varnz[j])
+      TVN_sysenv_stopdbg(x.sys, label, __LINE__, "Variable. varnz[%d]: %d != %d", j, x.varnz[j], fresh.len[j]);
+  }
+  fresh.free = at;
+  std::swap(x.col.beg, fresh.beg);
+  std::swap(x.col.len, fresh.len);
+  std::swap(x.col.cap, fresh.cap);
+  std::swap(x.col.sub, fresh.sub);
+  std::swap(x.col.val, fresh.val);
+  x.col.free = fresh.free;
+  transpose_into_rows(x);
+  TVN_prslv_stopped(x, nz);
+}
+
+bool TVN_prslv_growline(prslv_lines& l, int32_t k, int32_t need) {
+  const int32_t want = l.len[k] + need;
+  if (want <= l.cap[k]) return true;
+  if (l.beg[k] + l.cap[k] == l.free) { // the last line grows where it stands
+    if (l.beg[k] + want > l.sub.size()) return false;
+    l.cap[k] = want;
+    l.free = l.beg[k] + want;
+    return true;
+  }
+  if (l.free + want > l.sub.size()) return false;
+  std::copy_n(l.sub.data() + l.beg[k], l.len[k], l.sub.data() + l.free);
+  std::copy_n(l.val.data() + l.beg[k], l.len[k], l.val.data() + l.free);
+  l.beg[k] = l.free;
+  l.cap[k] = want;
+  l.free += want;
+  return true;
+}
+
+namespace {
+
+// Drops the dead entries of a line, so that room and length are counted on live ones.
+void tidy(prslv_lines& l, int32_t k, const buffer<char>& live) {
+  for (int64_t p = l.beg[k] + l.len[k] - 1; p >= l.beg[k]; p--)
+    if (!live[l.sub[p]]) remove_from_line(l, k, p);
+}
+
+// Line k of `lines` gets -factor times the pattern of the pivot line: `sub`, `num` with values in `work` by index.
+// mark[s] == k tells that index s was met. Returns the change of the number of entries.
+int32_t add_multiple(prslv_context& x, prslv_lines& lines, int32_t k, double factor, const int32_t* sub, int32_t num,
+                     const buffer<double>& work, buffer<int32_t>& mark) {
+  int32_t change = 0;
+  for (int64_t p = lines.beg[k] + lines.len[k] - 1; p >= lines.beg[k]; p--) {
+    const int32_t s = lines.sub[p];
+    if (work[s] == 0.0) continue;
+    mark[s] = k;
+    const double old = lines.val[p];
+    lines.val[p] = old - factor * work[s];
+    if (!TVN_prslv_updateaiszero(x, lines.val[p], old)) continue;
+    remove_from_line(lines, k, p);
+    change--;
+  }
+  for (int32_t q = 0; q < num; q++) {
+    const int32_t s = sub[q];
+    if (mark[s] == k) continue;
+    const double v = -(factor * work[s]);
+    if (TVN_prslv_updateaiszero(x, v, 0.0)) continue;
+    append_to_line(lines, k, s, v);
+    change++;
+  }
+  for (int32_t q = 0; q < num; q++) mark[sub[q]] = -1;
+  return change;
+}
+
+} // namespace
+
+bool TVN_prslv_pivotroom(prslv_context& x, int32_t i, int32_t j) {
+  bool ok = true;
+  for_row(x, i, [&](int32_t l, double) {
+    if (l == j || !ok) return;
+    tidy(x.col, l, x.conlive);
+    ok = TVN_prslv_growline(x.col, l, x.varnz[j] - 1);
+  });
+  for_col(x, j, [&](int32_t k, double) {
+    if (k == i || !ok) return;
+    tidy(x.row, k, x.varlive);
+    ok = TVN_prslv_growline(x.row, k, x.connz[i] - 1);
+  });
+  return ok;
+}
+
+void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, double b) {
+  // The pivot row by column in colwork, the factors of the pivot column by row in rowwork.
+  int32_t numcols = 0, numrows = 0;
+  int32_t* cols = x.subwork.data();
+  for_row(x, i, [&](int32_t l, double a) {
+    if (l == j) return;
+    cols[numcols++] = l;
+    x.colwork[l] = a;
+  });
+  x.conlive[i] = 0;
+  x.varlive[j] = 0;
+  const double fc = x.p.c[j] / aij;
+  x.p.cfix += fc * b + x.p.cc[i] * b;
+  for (int32_t q = 0; q < numcols; q++) x.p.c[cols[q]] -= fc * x.colwork[cols[q]];
+  for_col(x, j, [&](int32_t k, double a) {
+    const double f = a / aij;
+    x.rowwork[k] = f;
+    numrows++;
+    remove_from_line(x.row, k, [&] {
+      int64_t p = x.row.beg[k];
+      while (x.row.sub[p] != j) p++;
+      return p;
+    }());
+    x.connz[k]--;
+    x.connz[k] += add_multiple(x, x.row, k, f, cols, numcols, x.colwork, x.colmark);
+    if (has_lower(x.p.bkc[k]) && std::fabs(x.p.blc[k]) < bound_infinity) x.p.blc[k] -= f * b;
+    if (has_upper(x.p.bkc[k]) && std::fabs(x.p.buc[k]) < bound_infinity) x.p.buc[k] -= f * b;
+    if (x.p.bkc[k] == bk_fx) x.p.buc[k] = x.p.blc[k];
+  });
+  // The same numbers once more along the columns.
+  vec<int32_t>& rows = x.stk.ints; // free between records
+  rows.clear();
+  for_col(x, j, [&](int32_t k, double) { rows.push_back(k); });
+  for (int32_t q = 0; q < numcols; q++) {
+    const int32_t l = cols[q];
+    const int32_t change = add_multiple(x, x.col, l, x.colwork[l], rows.data(), numrows, x.rowwork, x.rowmark);
+    x.varnz[l] += change - 1; // the pivot row goes
+    x.colwork[l] = 0;
+  }
+  for (int32_t q = 0; q < numrows; q++) x.rowwork[rows[q]] = 0;
+  x.p.bkc[i] = bk_fr;
+  x.p.bkx[j] = bk_fx;
+  x.stats->numconfree++;
+  x.stats->numvarfixed++;
+  for (int32_t q = 0; q < numrows; q++) {
+    TVN_prslv_conactivity(x, rows[q]);
+    TVN_prslv_updatelist(x.list, rows[q]);
+  }
+  for (int32_t q = 0; q < numcols; q++)
+    if (x.varnz[cols[q]] == 1) TVN_prslv_updatelist(x.list, TVN_prslv_getvarsin(x, cols[q]).index);
+}
+
+} // namespace tvn

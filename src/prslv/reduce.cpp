@@ -1,0 +1,249 @@
+// The driver: rounds of reductions until nothing changes, and the way back to the input.
+//
+// An outer pass lays out the matrix afresh and runs inner rounds; a round does the first thing that is due (simple
+// reductions, duplicate rows, duplicate columns, once relaxing and the dependency check) and then the eliminator while
+// it pays. A step that runs out of room for fill ends the pass, and the next one starts on a clean matrix.
+#include "prslv/prslvint.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr const char* label = "src/prslv/reduce";
+constexpr int32_t startpasses = 4, maxpasses = 25; // outer
+constexpr int32_t minrounds = 2;
+constexpr int32_t elimgain = 100; // eliminations that keep the eliminator on
+
+// --- snapshots of the input, the two oldest records
+
+void TVN_prslv_storeconbnd(prslv_context& x) {
+  const prslv_problem& p = x.p;
+  x.stk.ints.clear();
+  x.stk.reals.clear();
+  x.stk.open = true;
+  x.stk.ints.append(p.bkc, p.numcon);
+  x.stk.ints.append(p.bkx, p.numvar);
+  x.stk.reals.append(p.blc, p.numcon);
+  x.stk.reals.append(p.buc, p.numcon);
+  x.stk.reals.append(p.blx, p.numvar);
+  x.stk.reals.append(p.bux, p.numvar);
+  TVN_prslv_endpushstk(x, rt_storebounds);
+}
+
+void TVN_prslv_storeccandcx(prslv_context& x) {
+  const prslv_problem& p = x.p;
+  x.stk.ints.clear();
+  x.stk.reals.clear();
+  x.stk.open = true;
+  x.stk.reals.append(p.cc, p.numcon);
+  x.stk.reals.append(p.c, p.numvar);
+  push_real(x, p.cfix);
+  TVN_prslv_endpushstk(x, rt_storecosts);
+}
+
+// --- counts
+
+void count_bounds(prslv_bndcount& b, int32_t key) {
+  switch (key) {
+  case bk_lo: b.lower++; break;
+  case bk_up: b.upper++; break;
+  case bk_fx: b.fixed++; break;
+  case bk_fr: b.free++; break;
+  default: b.ranged++; break;
+  }
+}
+
+void count_problem(const prslv_context& x, prslv_bndcount& con, prslv_bndcount& var, int64_t& nz) {
+  con = var = {};
+  for (int32_t i = 0; i < x.p.numcon; i++) count_bounds(con, x.p.bkc[i]);
+  for (int32_t j = 0; j < x.p.numvar; j++) count_bounds(var, x.p.bkx[j]);
+  nz = TVN_prslv_getnz(x);
+}
+
+// --- the first pass over the input
+
+// Bounds that cross beyond tolerance prove infeasibility by themselves.
+bool crossing(prslv_context& x, int32_t index, bool row, double lo, double up) {
+  if (!TVN_prslv_isinfeasible(x, lo, up)) return false;
+  x.status = prs_prim_infeas;
+  (row ? x.certrow : x.certcol) = index;
+  x.certcrossing = true;
+  return true;
+}
+
+prslv_code prslv_init(prslv_context& x) {
+  const prslv_clock clock(x, task_setup);
+  for (int32_t i = 0; i < x.p.numcon; i++)
+    if (crossing(x, i, true, con_lower(x, i), con_upper(x, i))) return prslv_code::ok;
+  for (int32_t j = 0; j < x.p.numvar; j++)
+    if (crossing(x, j, false, var_lower(x, j), var_upper(x, j))) return prslv_code::ok;
+  TVN_prslv_allactivities(x);
+  for (int32_t i = 0; i < x.p.numcon; i++) {
+    if (con_lower(x, i) == -prslv_inf && con_upper(x, i) == prslv_inf && x.conlin[i])
+      TVN_prslv_conrelax(x, i, rt_initialfreecon);
+    if (TVN_prslv_stopped(x, x.connz[i])) return prslv_code::stopped;
+  }
+  for (int32_t j = 0; j < x.p.numvar; j++) {
+    const double l = var_lower(x, j), u = var_upper(x, j);
+    if (x.varlin[j] && TVN_prslv_canbefixed(x, l, u)) TVN_prslv_varfix(x, j, l, rt_initialvarfix);
+    if (TVN_prslv_stopped(x, x.varnz[j])) return prslv_code::stopped;
+  }
+  for (int32_t i = 0; i < x.p.numcon && x.status == prs_undecided; i++) {
+    if (!x.conlive[i] || !x.conlin[i] || x.connz[i] != 1) continue;
+    const auto [j, a] = TVN_prslv_getconsin(x, i);
+    if (x.varlin[j] && !(x.p.varint && x.p.varint[j]) && std::fabs(a) > 1e-9) TVN_prslv_consin(x, i, rt_initialconsin);
+    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
+  }
+  return prslv_code::ok;
+}
+
+// --- rounds
+
+struct due {
+  bool simple = true, rows = true, columns = true, relax = true, lindep = true;
+  bool eliminator = true;
+  int32_t tries = 0, eliminated = -1; // runs, and the number of records after the last look
+};
+
+prslv_code one_step(prslv_context& x, due& d, bool& changed) {
+  const int32_t before = TVN_prslv_getnumred(x);
+  prslv_code code = prslv_code::ok;
+  auto gained = [&] { return TVN_prslv_getnumred(x) > before; };
+  changed = true;
+  if (d.simple) {
+    d.simple = false;
+    code = TVN_prslv_checkproblem(x);
+    if (gained()) d.rows = d.columns = true;
+  } else if (d.rows) {
+    d.rows = false;
+    code = TVN_prslv_checkdupcon(x);
+    if (gained()) d.simple = d.columns = true;
+  } else if (d.columns) {
+    d.columns = false;
+    code = TVN_prslv_checkdupvar(x);
+    if (gained()) d.simple = true;
+  } else if (d.relax && x.param.relax && !x.param.keepprimal && !x.param.keepdual) {
+    d.relax = false;
+    code = TVN_prslv_relax(x);
+    if (gained()) d.simple = true;
+  } else if (d.lindep && x.param.lindep) {
+    d.lindep = false;
+    code = TVN_prslv_chklinblkcon(x);
+    if (gained()) d.simple = true;
+  } else {
+    changed = false;
+  }
+  return code;
+}
+
+// The eliminator runs when the simple reductions are exhausted, and again while a pass gains enough.
+prslv_code eliminate(prslv_context& x, due& d) {
+  if (!d.eliminator || (x.param.eliminatortries >= 0 && d.tries >= x.param.eliminatortries)) return prslv_code::ok;
+  if (d.simple || x.status != prs_undecided || d.eliminated == TVN_prslv_getnumred(x)) return prslv_code::ok;
+  TVN_prslv_cleana(x);
+  TVN_prslv_allactivities(x);
+  d.eliminated = TVN_prslv_getnumred(x);
+  if (!TVN_prslv_tryeliminator(x)) return x.stop ? prslv_code::stopped : prslv_code::ok;
+  const int64_t elims = x.stats->numred[rt_elimination];
+  const int32_t freed = x.stats->numconfree;
+  d.tries++;
+  const prslv_code code = TVN_prslv_eliminator2(x);
+  const int64_t gained = x.stats->numred[rt_elimination] - elims;
+  d.eliminated = TVN_prslv_getnumred(x);
+  if (gained > 0) d.simple = d.rows = d.columns = true;
+  if (gained < elimgain || x.stats->numconfree - freed < std::max(2, std::min(100, freed / 100 + 2)))
+    d.eliminator = false;
+  return code;
+}
+
+prslv_code rounds(prslv_context& x, due& d) {
+  for (bool changed = true; changed || x.stats->numrounds < minrounds;) {
+    if (x.stop) return prslv_code::stopped;
+    const int32_t before = TVN_prslv_getnumred(x);
+    prslv_code code = one_step(x, d, changed);
+    if (code == prslv_code::ok && x.status == prs_undecided) code = eliminate(x, d);
+    if (code != prslv_code::ok) return code;
+    if (x.status != prs_undecided) break;
+    changed = changed || TVN_prslv_getnumred(x) > before || d.simple || d.rows || d.columns;
+    x.stats->numrounds++;
+  }
+  return prslv_code::ok;
+}
+
+prslv_code passes(prslv_context& x) {
+  due d;
+  prslv_code code = prslv_init(x);
+  int32_t limit = startpasses;
+  for (int32_t pass = 0; pass < limit && code == prslv_code::ok && x.status == prs_undecided; pass++) {
+    if (pass > 0) TVN_prslv_cleana(x);
+    code = rounds(x, d);
+    if (code != prslv_code::nospace) break;
+    code = prslv_code::ok;
+    x.stats->outofspace = pass + 1 >= limit && limit >= maxpasses;
+    limit = std::min(limit + 1, maxpasses);
+    d.simple = true;
+  }
+  return code;
+}
+
+void finalize(prslv_context& x, prslv_stats& stats) {
+  const prslv_clock clock(x, task_finalize);
+  if (x.status == prs_undecided) TVN_prslv_emptyvariables(x);
+  TVN_prslv_cleana(x);
+  count_problem(x, stats.conafter, stats.varafter, stats.nzafter);
+  bool live = false;
+  for (int32_t i = 0; i < x.p.numcon; i++) live = live || x.conlive[i];
+  for (int32_t j = 0; j < x.p.numvar; j++) live = live || x.varlive[j];
+  if (!live && x.status == prs_undecided) x.status = prs_solved;
+  stats.status = x.status;
+}
+
+} // namespace
+
+prslv_code TVN_prslv_reduce(prslv_context& x, const prslv_param& param, prslv_stats& stats,
+                            const prslv_progress& progress) {
+  const double start = TVN_sysenv_gettime();
+  x.param = param;
+  x.stats = &stats;
+  x.progress = progress;
+  x.lastpoll = start;
+  TVN_prslv_printoptions(x);
+  TVN_prslv_storeconbnd(x);
+  TVN_prslv_storeccandcx(x);
+  count_problem(x, stats.conbefore, stats.varbefore, stats.nzbefore);
+  prslv_code code = prslv_code::ok;
+  if (progress.fn && progress.fn(progress.handle, 31) != 0) x.stop = true;
+  if (param.use != 0) code = x.stop ? prslv_code::stopped : passes(x);
+  finalize(x, stats);
+  stats.totalseconds = TVN_sysenv_gettime() - start;
+  TVN_prslv_printsummary(x);
+  if (progress.fn && progress.fn(progress.handle, 39) != 0) x.stop = true;
+  return x.stop ? prslv_code::stopped : code;
+}
+
+void TVN_prslv_unreduce(prslv_context& x) {
+  TVN_prslv_initpopstk(x);
+  prslv_problem& p = x.p;
+  for (int32_t rtype = TVN_prslv_popstk(x); rtype != 0; rtype = TVN_prslv_popstk(x)) {
+    const double* r = x.stk.reals.data();
+    if (rtype == rt_storecosts) {
+      std::copy_n(r, p.numcon, p.cc);
+      std::copy_n(r + p.numcon, p.numvar, p.c);
+      p.cfix = r[p.numcon + p.numvar];
+    } else if (rtype == rt_storebounds) {
+      TVN_ASSERT(x.sys, label, x.stk.ints.size() == p.numcon + static_cast<int64_t>(p.numvar));
+      std::copy_n(x.stk.ints.data(), p.numcon, p.bkc);
+      std::copy_n(x.stk.ints.data() + p.numcon, p.numvar, p.bkx);
+      auto take = [&](double* to, int32_t num) {
+        std::copy_n(r, num, to);
+        r += num;
+      };
+      take(p.blc, p.numcon);
+      take(p.buc, p.numcon);
+      take(p.blx, p.numvar);
+      take(p.bux, p.numvar);
+    }
+  }
+}
+
+} // namespace tvn

@@ -1,0 +1,72 @@
+// A column goes to a value: its bounds meet, its reduced cost has one sign, or nothing holds it.
+//
+// Andersen and Andersen 1995. The column moves into row bounds and the fixed term. Undo: the value comes back into the
+// activities, the reduced cost c_j - a_j'y is formed from the rows that were live, and lies on the bound's side.
+#include "prslv/prslvint.h"
+
+namespace tvn {
+
+// Record: number of rows, key, column, rows; value, lower, upper, coefficients.
+void TVN_prslv_varfix(prslv_context& x, int32_t j, double value, int32_t rtype) {
+  TVN_prslv_beginpushstk(x, rtype);
+  push_int(x, x.varnz[j]);
+  push_int(x, x.p.bkx[j]);
+  push_int(x, j);
+  push_real(x, value);
+  push_real(x, x.p.blx[j]);
+  push_real(x, x.p.bux[j]);
+  for_col(x, j, [&](int32_t i, double a) {
+    push_int(x, i);
+    push_real(x, a);
+  });
+  TVN_prslv_endpushstk(x, rtype);
+  TVN_prslv_killvar(x, j, value);
+}
+
+void prslv_undovarfix(prslv_post& w, int32_t rtype) {
+  prslv_reader r(w.x);
+  lp_solution& s = w.s;
+  const int32_t n = r.i(), key = r.i(), j = r.i();
+  const double at = r.r(), lo = r.r(), up = r.r(), value = w.pf * at;
+  double d = w.df * w.x.p.c[j];
+  for (int32_t k = 0; k < n; k++) {
+    const int32_t i = r.i();
+    const double a = r.r();
+    s.xc[i] += a * value;
+    d -= a * s.y[i];
+  }
+  s.xx[j] = value;
+  if (rtype == rt_varfixlow || (rtype == rt_blkfix && has_lower(key) && at == lo))
+    s.skx[j] = sk_low;
+  else if (rtype == rt_varfixupr || rtype == rt_blkfix)
+    s.skx[j] = sk_upr;
+  else if (rtype == rt_varfixfree)
+    s.skx[j] = sk_supbas;
+  else
+    s.skx[j] = TVN_prslv_sidekey(key, d);
+  if (rtype == rt_varfix && key == bk_ra && lo == up) s.skx[j] = sk_fix;
+  TVN_prslv_splitdual(d, w.certificate() || rtype == rt_varfixfree ? static_cast<int32_t>(sk_unk) : s.skx[j], s.slx[j],
+                      s.sux[j]);
+}
+
+// A column of no rows goes where its cost pulls it; to the bound nearest 0 when it has none.
+void TVN_prslv_emptyvariables(prslv_context& x) {
+  for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++) {
+    if (!x.varlive[j] || x.varnz[j] != 0 || !x.varlin[j]) continue;
+    const double c = x.p.c[j], lo = var_lower(x, j), up = var_upper(x, j);
+    const bool haslo = lo > -prslv_inf, hasup = up < prslv_inf;
+    if (std::fabs(c) > x.param.tols && !(c > 0 ? haslo : hasup)) {
+      x.status = prs_dual_infeas;
+      x.certcol = j;
+      x.certcolval = c > 0 ? -1 : 1;
+    } else if (!haslo && !hasup) {
+      TVN_prslv_varfix(x, j, 0.0, rt_varfixfree);
+    } else if (haslo && (c > 0 || !hasup || (c == 0 && std::fabs(lo) <= std::fabs(up)))) {
+      TVN_prslv_varfix(x, j, lo, rt_varfixlow);
+    } else if (hasup && (c < 0 || !haslo || c == 0)) {
+      TVN_prslv_varfix(x, j, up, rt_varfixupr);
+    }
+  }
+}
+
+} // namespace tvn

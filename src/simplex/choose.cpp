@@ -1,0 +1,67 @@
+// The free choice between primal and dual simplex, by the shape of the problem and the infeasibilities of the start.
+#include "simplex/state.h"
+
+#include <cmath>
+
+namespace tvn {
+
+namespace {
+
+struct start_measure {
+  int64_t numpinf = 0, numdinf = 0, numsuper = 0;
+  double sumpinf = 0, sumdinf = 0;
+};
+
+// Both sides of the start basis; the factor must be that of the header.
+start_measure measure(simplex_state& s) {
+  const simplex_work& w = s.work;
+  start_measure r;
+  TVN_simplex_formxb(s.fac, s.x);
+  for (int32_t k = 0; k < w.m; k++) s.fac.rhs[k] = w.cost[s.fac.head[k]];
+  TVN_simplex_formy(s.fac, s.y);
+  for (int32_t j = 0; j < w.total; j++) {
+    if (s.fac.pos[j] >= 0) {
+      const double v = std::max(w.lower[j] - s.x[j], s.x[j] - w.upper[j]);
+      if (!(v > s.param.tolx)) continue;
+      r.numpinf++;
+      r.sumpinf += v;
+      continue;
+    }
+    if (w.is_fixed(j)) continue;
+    const double d = w.cost[j] - TVN_simplex_columndot(w, j, s.y.data());
+    const double v = s.key[j] == sk_low ? -d : s.key[j] == sk_upr ? d : std::fabs(d);
+    r.numsuper += s.key[j] == sk_supbas;
+    if (!(v > s.param.tols)) continue;
+    r.numdinf++;
+    r.sumdinf += v;
+  }
+  return r;
+}
+
+simplex_kind choose_hot(const start_measure& r) {
+  if (r.numpinf == 0 || r.numdinf == 0) return r.numdinf < r.numpinf ? kind_dual : kind_primal;
+  const double primal = r.sumpinf * static_cast<double>(r.numpinf),
+               dual = r.sumdinf * static_cast<double>(r.numdinf) * static_cast<double>(r.numsuper + 1);
+  return primal < dual ? kind_primal : kind_dual;
+}
+
+simplex_kind choose_cold(const simplex_work& w, const start_measure& r) {
+  constexpr double flat = 100; // columns to rows
+  const bool primalready = r.numpinf == 0 && r.numdinf != 0;
+  if ((w.n + 1.0) / (w.m + 1.0) > flat) return kind_primal;
+  if (2 * static_cast<int64_t>(w.n) < w.m) return kind_dual;
+  return primalready ? kind_primal : kind_dual;
+}
+
+} // namespace
+
+simplex_kind TVN_simplex_chooseoptimizer(simplex_state& s) {
+  if (s.param.optimizer == kind_primal || s.param.optimizer == kind_dual)
+    return static_cast<simplex_kind>(s.param.optimizer);
+  // The primal simplex repairs a start that has no factor.
+  if (TVN_simplex_factor(s.fac) != factor_result::full) return kind_primal;
+  const start_measure r = measure(s);
+  return s.cold ? choose_cold(s.work, r) : choose_hot(r);
+}
+
+} // namespace tvn

@@ -1,0 +1,111 @@
+// The ratio test of the dual simplex: long steps through bound flips, with a tolerance on the reduced costs.
+//
+// Let t be the dual step. Along it the dual objective rises with the infeasibility of the leaving variable as slope;
+// each reduced cost that reaches zero lowers the slope by the range of its variable times the pivot, for that variable
+// can go to its other bound (Fourer 1994; Maros 2003). Breakpoints are taken in groups: a group holds all whose ratio
+// is within the least ratio relaxed by the tolerance (Harris 1973), and the largest pivot of a group may enter. The
+// last group that keeps the slope positive on entry is tried first; when its pivot is small beside the largest one of
+// all groups, earlier groups are tried (Koberstein 2005).
+// Cost: one pass over the pivot row, a few over the candidates that the step can pass, and a sort of the rest.
+#include "simplex/dstate.h"
+
+#include <cmath>
+
+namespace tvn {
+
+namespace {
+
+constexpr double growstep = 8; // between two attempts to bound the step
+constexpr double firststep = 1e-7;
+
+// Is a pivot of magnitude p good enough beside the largest one? All tests must hold.
+bool acceptable(double p, double largest) {
+  const double ratio = largest / p;
+  return (p >= 0.0001 || ratio <= 5) && (p >= 0.001 || ratio <= 10) && (p >= 1 || ratio <= 50) &&
+         (p >= 10 || ratio <= 1000);
+}
+
+int32_t collect(dual_state& s, double sigma) {
+  const double* const alpha = s.alpha.val.data();
+  int32_t num = 0;
+  for (int32_t p = 0; p < s.alpha.count; p++) {
+    const int32_t j = s.alpha.idx[p], mv = s.move[j];
+    if (mv == 0) continue;
+    const double a = mv == 2 ? std::fabs(alpha[j]) : mv * sigma * alpha[j];
+    if (!(a > s.tolpiv)) continue;
+    const double ratio = mv == 2 ? 0.0 : mv * s.d[j] / a;
+    if (std::fabs(ratio) < bound_infinity) s.cand[num++] = {ratio, a, j}; // data may be NaN
+  }
+  return num;
+}
+
+double slope_loss(const dual_state& s, const dual_candidate& c) {
+  const double range = s.up[c.j] - s.lo[c.j];
+  return range >= bound_infinity ? HUGE_VAL : range * c.pivot;
+}
+
+// Brings the candidates that a step with positive slope can pass, and a few more, to the front; returns their number.
+int32_t reduce(dual_state& s, int32_t num, double slope) {
+  int32_t kept = 0;
+  double limit = firststep;
+  while (kept < num) {
+    double next = HUGE_VAL;
+    for (int32_t p = kept; p < num; p++) {
+      dual_candidate& c = s.cand[p];
+      if (c.ratio <= limit) {
+        slope -= slope_loss(s, c);
+        std::swap(c, s.cand[kept++]);
+      } else {
+        next = std::min(next, c.ratio);
+      }
+    }
+    if (slope < 0) break;
+    limit = growstep * std::max(limit, next);
+  }
+  return kept;
+}
+
+bool earlier(const dual_candidate& a, const dual_candidate& b) {
+  return a.ratio < b.ratio || (a.ratio == b.ratio && a.j < b.j);
+}
+
+} // namespace
+
+dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta) {
+  const int32_t all = collect(s, sigma), num = reduce(s, all, delta);
+  dual_candidate* const c = s.cand.data();
+  std::sort(c, c + num, earlier);
+  double least = HUGE_VAL;
+  for (int32_t p = num - 1; p >= 0; p--) {
+    least = std::min(least, c[p].ratio + s.tolratio / c[p].pivot);
+    s.relaxed[p] = least;
+  }
+  int32_t groups = 0;
+  double slope = delta, largest = 0;
+  s.groupend[0] = 0;
+  for (int32_t p = 0; p < num && slope >= 0;) {
+    const double limit = s.relaxed[p];
+    for (; p < num && c[p].ratio <= limit; p++) {
+      slope -= slope_loss(s, c[p]);
+      largest = std::max(largest, c[p].pivot);
+    }
+    s.groupend[++groups] = p;
+  }
+  dual_ratio best;
+  // What is left of the infeasibility when all that can move has moved: beyond the tolerance no point is feasible.
+  if (slope > s.tolfeas || groups == 0) return best;
+  double bestpivot = 0;
+  for (int32_t g = groups - 1; g >= 0; g--) {
+    int32_t choice = s.groupend[g];
+    for (int32_t p = choice + 1; p < s.groupend[g + 1]; p++)
+      if (c[p].pivot > c[choice].pivot) choice = p;
+    if (c[choice].pivot > bestpivot) {
+      bestpivot = c[choice].pivot;
+      best = {c[choice].j, std::max(0.0, c[choice].ratio), s.groupend[g]};
+    }
+    if (acceptable(c[choice].pivot, largest)) return {c[choice].j, std::max(0.0, c[choice].ratio), s.groupend[g]};
+  }
+  return best;
+}
+
+} // namespace tvn

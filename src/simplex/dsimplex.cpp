@@ -1,0 +1,429 @@
+// The loop of the dual simplex: price, row, ratio, column, check, update; recomputation and recovery around it.
+//
+// Each named step answers go on, recompute (the factor, xb and d are made fresh before the next pricing) or finished
+// (s.base.stop and s.info.solsta say how). A verdict is reached only on fresh data; optimality on the true costs, and
+// when those have become dual infeasible the primal simplex is asked to finish. It is a verdict on the working problem,
+// and the frame proves it on the user's data.
+#include "simplex/dstate.h"
+
+#include <cmath>
+
+namespace tvn {
+
+namespace {
+
+constexpr int64_t budgetreserve = 40; // iterations left: no more perturbation
+constexpr int64_t tightreserve = 100; // iterations left: smaller tolerance of the ratio test
+constexpr double tolpivmax = 1e-5, tolpivmin = 1e-10;
+constexpr int32_t maxupdates = 500;   // on one factor, whatever the cost of a solve says
+constexpr int32_t minupdates = 10;    // after any number of singular bases
+constexpr double smallpivot = 1e-5;   // below it a pivot is taken on a fresh factor only
+constexpr double bannedweight = 1e15; // of a row whose pivot failed
+constexpr double smallstep = 1e-12;   // dual steps up to this count as degenerate
+constexpr double weightslack = 0.25;  // a weight below this part of the true one is put right before the row may leave
+constexpr double grosserror = 1e-4;   // relative difference of the two pivots at which the iteration is begun anew
+constexpr double worseerror = 1e-7;   // and at which the factor is renewed soon
+constexpr int64_t stalliterations = 2000;
+constexpr int32_t maxkicks = 8;
+
+loop_state finish(dual_state& s, simplex_code code, int32_t solsta) {
+  s.base.stop = code;
+  s.info.solsta = solsta;
+  return loop_state::finished;
+}
+
+loop_state hand_over(dual_state& s) {
+  s.handover = true;
+  return finish(s, simplex_code::ok, sol_unknown);
+}
+
+int64_t total_iterations(const dual_state& s) {
+  return s.info.count[kind_primal].iterations + s.info.count[kind_dual].iterations;
+}
+
+void store_xb(dual_state& s) {
+  for (int32_t k = 0; k < s.work.m; k++) s.x[s.fac.head[k]] = s.xb[k];
+}
+
+void set_objective(dual_state& s) {
+  store_xb(s);
+  s.info.objective = TVN_simplex_pointobjective(s.base);
+  dsimplex_countinf(s);
+  s.info.sumdinf = s.phase == 1 ? s.sumdinf : 0.0;
+  s.info.phase = s.phase;
+}
+
+simplex_code stop_code(int32_t stop) { return stop == 2 ? simplex_code::peer_stop : simplex_code::user_stop; }
+
+// Clock, user and limits. The sums behind the log line are only formed when a line is due.
+loop_state check_limits(dual_state& s) {
+  const bool line = s.param.logfreq > 0 && (s.iter % s.param.logfreq == 0 || s.info.forcelog);
+  if (line) {
+    set_objective(s);
+    if (const int32_t stop = s.base.progress(simplex_event::iteration, s.info))
+      return finish(s, stop_code(stop), sol_unknown);
+    s.info.forcelog = false;
+  }
+  const int64_t left = s.param.maxiterations - total_iterations(s);
+  if (left <= 0) return finish(s, simplex_code::max_iterations, sol_unknown);
+  if (left < tightreserve) s.tolratio = 0.01 * s.told;
+  if (left < budgetreserve) s.allowperturb = false;
+  return s.iter % 8 == 0 && TVN_simplex_poll(s.base) ? loop_state::finished : loop_state::go_on;
+}
+
+loop_state setback(dual_state& s) {
+  s.refactor = true;
+  s.info.count[kind_dual].setbacks = ++s.setbacks;
+  if (s.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
+  return s.perturbed ? hand_over(s) : finish(s, simplex_code::max_setbacks, sol_unknown);
+}
+
+void save_basis(dual_state& s) {
+  std::copy(s.fac.head.begin(), s.fac.head.end(), s.savedhead.begin());
+  std::copy(s.key.begin(), s.key.end(), s.savedkey.begin());
+  std::copy(s.weight.begin(), s.weight.end(), s.savedweight.begin());
+  s.savediter = s.iter;
+}
+
+// Back to the last basis that had a factor. What lies between led to a singular one, so pivots are chosen with more
+// care and fewer of them go on one factor.
+loop_state backtrack(dual_state& s) {
+  s.updatelimit = std::max(minupdates, static_cast<int32_t>(s.iter - s.savediter) / 2);
+  s.savediter = s.iter;
+  std::copy(s.savedhead.begin(), s.savedhead.end(), s.fac.head.begin());
+  std::copy(s.savedkey.begin(), s.savedkey.end(), s.key.begin());
+  std::copy(s.savedweight.begin(), s.savedweight.end(), s.weight.begin());
+  std::fill(s.fac.pos.begin(), s.fac.pos.end(), -1);
+  for (int32_t k = 0; k < s.work.m; k++) s.fac.pos[s.fac.head[k]] = k;
+  for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
+  dsimplex_placenonbasics(s);
+  s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
+  TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 1.5 * TVN_lu_gettol(s.fac.factor, 2)));
+  return setback(s);
+}
+
+// What a repair threw out rests at a bound, its successor's weight starts anew.
+loop_state follow_repair(dual_state& s, int32_t num) {
+  for (int32_t e = 0; e < num; e++) {
+    const auto [leaving, entering] = s.exchanges[e];
+    TVN_simplex_setlisted(s.base, entering, false);
+    if (!s.work.is_fixed(leaving)) TVN_simplex_setlisted(s.base, leaving, true);
+    s.key[entering] = sk_bas;
+    TVN_simplex_restnonbasic(s.base, leaving, sk_unk);
+    s.weight[s.fac.pos[entering]] = 2;
+  }
+  dsimplex_placenonbasics(s);
+  s.info.count[kind_dual].artificials += num;
+  return s.iter > 0 ? setback(s) : loop_state::go_on;
+}
+
+loop_state refactor(dual_state& s) {
+  loop_state state = loop_state::go_on;
+  for (;;) {
+    const int32_t num = TVN_simplex_refactor(s.base, kind_dual, s.exchanges);
+    if (num < 0) return loop_state::finished;
+    if (num == 0) break;
+    if (s.iter > s.savediter) {
+      state = backtrack(s);
+      if (state == loop_state::finished) return state;
+      continue;
+    }
+    state = follow_repair(s, num);
+    break;
+  }
+  s.refactor = s.soon = false;
+  if (state == loop_state::finished) return state;
+  save_basis(s);
+  return loop_state::go_on;
+}
+
+// Working objective: that of the perturbed problem, which alone rises without fail.
+double working_objective(const dual_state& s) {
+  double sum = 0;
+  for (int32_t j = 0; j < s.work.total; j++) sum += s.cost[j] * s.x[j];
+  return sum;
+}
+
+// Objectives that are fresh tell whether the run gets on. Steps can gain what the next recomputation takes back.
+loop_state watch_progress(dual_state& s) {
+  const double now = working_objective(s), scale = 1 + std::fabs(now);
+  if (now < s.lastobj - 0.1 * std::max(std::fabs(now), std::fabs(s.lastobj))) {
+    if (++s.losses >= 2) {
+      s.losses = 0;
+      s.lastobj = now;
+      s.info.count[kind_dual].setbacks = ++s.setbacks;
+    }
+  } else {
+    s.losses = 0;
+  }
+  s.lastobj = now;
+  if (now > s.bestobj + 1e-9 * scale) {
+    s.bestobj = now;
+    s.bestiter = s.iter;
+    return loop_state::go_on;
+  }
+  if (s.iter - s.bestiter <= stalliterations + 2 * s.work.m) return loop_state::go_on;
+  s.bestiter = s.iter;
+  if (++s.kicks > maxkicks) return hand_over(s);
+  if (s.param.degen != 0) dsimplex_kick(s, s.told * std::exp2(s.kicks));
+  return loop_state::go_on;
+}
+
+// The dual objective bounds every point from below, but only on the true costs.
+loop_state check_cut(dual_state& s) {
+  if (!s.param.usecutupp || s.phase != 2 || !(working_objective(s) + s.work.offset > s.param.cutupp))
+    return loop_state::go_on;
+  if (!s.perturbed) return finish(s, simplex_code::objective_range, sol_unknown);
+  // Once only: what has to be shifted again says nothing of the cut.
+  if (!s.allowperturb) return loop_state::go_on;
+  s.allowperturb = false;
+  dsimplex_restorecosts(s);
+  s.refactor = true;
+  return loop_state::go_on;
+}
+
+void begin_phase(dual_state& s, int32_t phase) {
+  if (phase == 1)
+    dsimplex_setphaseone(s);
+  else
+    dsimplex_setphasetwo(s);
+  s.lastobj = s.bestobj = -HUGE_VAL;
+  s.bestiter = s.iter;
+  s.losses = 0;
+  s.info.forcelog = true;
+}
+
+// Fresh factor, d, signs and xb.
+loop_state recompute(dual_state& s) {
+  if (refactor(s) == loop_state::finished) return loop_state::finished;
+  dsimplex_formd(s);
+  if (s.phase == 0) {
+    dsimplex_countinf(s);
+    begin_phase(s, s.numdinf > 0 ? 1 : 2);
+    if (s.allowperturb && s.base.cold) dsimplex_perturbinit(s);
+  }
+  dsimplex_correctsigns(s);
+  dsimplex_formxb(s);
+  s.fresh = true;
+  if (check_cut(s) == loop_state::finished || watch_progress(s) == loop_state::finished) return loop_state::finished;
+  if (s.refactor) return loop_state::recompute;
+#if TVN_CHECK_LEVEL >= 2
+  dsimplex_check(s);
+#endif
+  return loop_state::go_on;
+}
+
+// No row is infeasible in the box: dual feasible, or never.
+loop_state end_of_phaseone(dual_state& s) {
+  if (s.perturbed) {
+    dsimplex_restorecosts(s);
+    dsimplex_formd(s);
+  }
+  dsimplex_countinf(s);
+  if (s.numdinf == 0) {
+    begin_phase(s, 2);
+    if (s.allowperturb) dsimplex_perturbinit(s);
+    return s.refactor = true, loop_state::recompute;
+  }
+  // On the true costs the box may have more to give.
+  if (s.allowperturb) {
+    s.allowperturb = false;
+    s.refactor = true;
+    return loop_state::recompute;
+  }
+  return finish(s, simplex_code::ok, sol_dual_infeas_cer);
+}
+
+// The pricing found nothing.
+loop_state end_of_pricing(dual_state& s) {
+  if (!s.fresh || s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (s.phase == 1) return end_of_phaseone(s);
+  if (!s.perturbed) return finish(s, simplex_code::ok, sol_optimal);
+  dsimplex_restorecosts(s);
+  return hand_over(s);
+}
+
+// No entering variable: a proof, or lost digits.
+loop_state infeasible(dual_state& s, int32_t r, double sigma) {
+  if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (s.phase == 2 && dsimplex_checkcertificate(s, r, sigma)) {
+    std::fill(s.base.infeas.begin(), s.base.infeas.end(), int8_t{0});
+    s.base.infeas[r] = sigma > 0 ? 1 : -1;
+    return finish(s, simplex_code::ok, sol_prim_infeas_cer);
+  }
+  if (s.tolpiv > tolpivmin) {
+    s.tolpiv = tolpivmin;
+    TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 2 * TVN_lu_gettol(s.fac.factor, 2)));
+  } else {
+    s.weight[r] = bannedweight;
+  }
+  return setback(s);
+}
+
+// The leaving row: rho is formed on the way, and a weight that was far too small costs the row its place.
+int32_t choose_row(dual_state& s) {
+  for (;;) {
+    const int32_t r = dsimplex_select(s);
+    if (r < 0) return r;
+    TVN_simplex_rowofinverse(s.base, r);
+    if (s.method != sel_se && s.method != sel_ase) return r;
+    double norm = 1;
+    for (int32_t p = 0; p < s.rho.count; p++) norm += s.rho.val[s.rho.idx[p]] * s.rho.val[s.rho.idx[p]];
+    const double kept = s.weight[r];
+    if (kept < bannedweight || kept < norm) s.weight[r] = norm;
+    if (kept >= weightslack * norm || s.method == sel_ase) return r;
+    s.weighterrors++;
+    s.rho.clear();
+  }
+}
+
+void steepest_edge_vector(dual_state& s) {
+  if (s.method != sel_se) return;
+  s.colrow.copy(s.rho);
+  TVN_lu_ftranl(s.fac.factor, s.colrow);
+  TVN_lu_ftranus(s.fac.factor, s.colrow, s.tau, 0.0, 1e-16);
+}
+
+// Compares the pivot of the row with that of the column, and either with what a sound basis needs.
+loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
+  const double size = std::min(std::fabs(arow), std::fabs(acol)), error = std::fabs(arow - acol);
+  const bool lost = !(size > 0.5 * s.tolpiv) || !(error <= grosserror * (1 + size)) || !(error <= 0.1 * size);
+  if (!lost) {
+    if (size < smallpivot && s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+    if (error > worseerror * (1 + size) && s.fac.since >= minupdates) s.soon = true;
+    return loop_state::go_on;
+  }
+  if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  // On a fresh factor the row itself is bad.
+  s.weight[r] = bannedweight;
+  TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 1.5 * TVN_lu_gettol(s.fac.factor, 2)));
+  return setback(s);
+}
+
+loop_state update_factor(dual_state& s, int32_t position) {
+  switch (TVN_lu_supd(s.fac.factor, position, s.spike)) {
+  case lu_code::done: break;
+  case lu_code::refactor_advised: s.soon = true; break;
+  default:
+    // Refused: the new basis is factored afresh, with care.
+    s.fac.usable = false;
+    s.refactor = true;
+    TVN_lu_puttol(s.fac.factor, 2, std::min(1.5 * TVN_lu_gettol(s.fac.factor, 2), 0.1));
+    return setback(s);
+  }
+  if (++s.fac.since >= s.updatelimit) s.soon = true;
+  return loop_state::go_on;
+}
+
+void count_iteration(dual_state& s, double step) {
+  auto& count = s.info.count[kind_dual];
+  s.iter++;
+  count.iterations++;
+  if (s.phase == 1) count.infeasible++;
+  if (step > smallstep) return;
+  count.degenerate++;
+  s.perioddeg++;
+}
+
+loop_state iterate(dual_state& s) {
+  const int32_t r = choose_row(s);
+  if (r < 0) return end_of_pricing(s);
+  const double below = s.lb[r] - s.xb[r], above = s.xb[r] - s.ub[r], sigma = below > above ? -1.0 : 1.0;
+  TVN_simplex_formrow(s.base);
+  const dual_ratio ratio = dsimplex_minratio(s, sigma, std::max(below, above));
+  if (ratio.q < 0) return infeasible(s, r, sigma);
+  const int32_t q = ratio.q, leaving = s.fac.head[r];
+  TVN_simplex_solvecolumn(s.base, q);
+  const double arow = s.alpha.val[q], pivot = s.aq.val[r];
+  if (const loop_state state = check_pivot(s, r, arow, pivot); state != loop_state::go_on) return state;
+  steepest_edge_vector(s);
+  dsimplex_flip(s, ratio.numflips);
+  if (ratio.step == 0 && s.d[q] != 0) { // no negative step: the cost gives way
+    s.cost[q] -= s.d[q];
+    s.d[q] = 0;
+    s.perturbed = true;
+  }
+  dsimplex_updateduals(s, q, leaving, s.d[q] / arow);
+  const double bound = sigma > 0 ? s.ub[r] : s.lb[r], step = (s.xb[r] - bound) / pivot;
+  dsimplex_movebasics(s, step);
+  dsimplex_updateweights(s, r, pivot);
+  dsimplex_exchange(s, r, q, sigma > 0);
+  s.xb[r] = s.x[q] + step;
+  dsimplex_notechange(s, r);
+  s.fresh = false;
+  count_iteration(s, ratio.step);
+  return update_factor(s, r);
+}
+
+void clear_vectors(dual_state& s) noexcept {
+  s.spike.clear();
+  s.aq.clear();
+  s.rho.clear();
+  s.alpha.clear();
+  s.tau.clear();
+}
+
+void allocate(dual_state& s) {
+  sysenv& sys = s.sys;
+  const int64_t m = s.work.m, total = s.work.total;
+  s.cost.reset(sys, total);
+  s.move.reset(sys, total, int8_t{0});
+  for (auto* b : {&s.xb, &s.lb, &s.ub, &s.infeas}) b->reset(sys, m, 0.0);
+  s.weight.reset(sys, m);
+  s.list.reset(sys, m);
+  s.listed.reset(sys, m, uint8_t{0});
+  s.cand.reset(sys, total);
+  s.relaxed.reset(sys, total);
+  s.groupend.reset(sys, total + 1);
+  s.exchanges.reset(sys, m);
+  s.savedhead.reset(sys, m);
+  s.savedkey.reset(sys, total);
+  s.savedweight.reset(sys, m);
+}
+
+void start(dual_state& s) {
+  allocate(s);
+  s.tolfeas = std::min(1e-7, s.param.tolx);
+  s.told = std::min(1e-7, s.param.tols);
+  s.tolratio = 0.3 * s.told;
+  s.tolpiv = s.param.tolabspiv;
+  TVN_lu_puttol(s.fac.factor, 2, s.param.tolrelpiv);
+  TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
+  s.method = s.param.dualselection == sel_free ? sel_se : s.param.dualselection;
+  s.allowperturb = s.param.degen != 0 && s.param.maxiterations - total_iterations(s) >= budgetreserve;
+  dsimplex_restorecosts(s);
+  for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
+  dsimplex_resetweights(s);
+  s.info.forcelog = true;
+  s.updatelimit = maxupdates;
+  s.phase = 0; // undecided until the first reduced costs
+  s.refactor = true;
+}
+
+} // namespace
+
+void dsimplex_optimize(dual_state& s) {
+  start(s);
+  for (;;) {
+    if (s.refactor || s.soon) {
+      if (recompute(s) == loop_state::finished) break;
+      continue;
+    }
+    if (check_limits(s) == loop_state::finished) break;
+    const loop_state state = iterate(s);
+    clear_vectors(s);
+#if TVN_CHECK_LEVEL >= 3
+    if (state == loop_state::go_on && !s.refactor) dsimplex_check(s);
+#endif
+    if (state == loop_state::finished) break;
+  }
+  clear_vectors(s);
+  store_xb(s);
+  if (s.phase == 1 && s.info.solsta != sol_dual_infeas_cer) {
+    dsimplex_setphasetwo(s);
+    store_xb(s);
+  }
+  s.info.objective = TVN_simplex_pointobjective(s.base);
+}
+
+} // namespace tvn

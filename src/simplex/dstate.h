@@ -1,0 +1,139 @@
+// The state of a dual simplex run and the pieces of its loop. What it shares with other optimizers lies in state.h and
+// is seen here under the same names.
+//
+// The values of the basics lie by position in xb while the loop runs and go to x at its end. Phase one is phase two on
+// a problem with other bounds (a box around zero), so the loop knows no difference.
+//
+// Who spoils what: a pivot spoils nothing that is maintained (xb, d, weights, factor), each carries its rounding; a
+// refactorisation makes xb and d fresh and keeps the weights. Changing working bounds spoils xb, changing costs
+// spoils d.
+#pragma once
+
+#include "simplex/state.h"
+
+#include <cmath>
+
+namespace tvn {
+
+// Candidate of the ratio test.
+struct dual_candidate {
+  double ratio; // step at which the reduced cost is zero; a little below 0 when its sign is wrong within tolerance
+  double pivot; // magnitude of the entry in the pivot row
+  int32_t j;
+};
+
+struct dual_ratio {
+  int32_t q = -1;       // entering variable, -1: none
+  double step = 0;      // >= 0
+  int32_t numflips = 0; // leading candidates that go to their other bound
+};
+
+struct dual_state {
+  explicit dual_state(simplex_state& b) : base(b) {}
+
+  simplex_state& base;
+  sysenv& sys = base.sys;
+  const simplex_param& param = base.param;
+  simplex_info& info = base.info;
+  simplex_work& work = base.work;
+  simplex_fac& fac = base.fac;
+  buffer<double>&x = base.x, &lo = base.lo, &up = base.up, &d = base.d, &y = base.y;
+  buffer<uint8_t>&key = base.key, &inlist = base.inlist; // listed: nonbasic and not fixed
+  spvec &spike = base.spike, &colrow = base.colrow, &aq = base.aq, &unit = base.unit, &rho = base.rho, &tau = base.tau,
+        &alpha = base.alpha;
+
+  int32_t phase = 2;      // 1: the bounds are those of the box
+  buffer<double> cost;    // [total] working costs
+  bool perturbed = false; // some working cost differs from the problem's
+  bool allowperturb = true;
+  buffer<int8_t> move; // [total] direction off the bound: +1 at lower, -1 at upper, 2 free, 0 none
+
+  // By position.
+  buffer<double> xb, lb, ub; // [m] value and working bounds of the basics
+  buffer<double> weight;     // [m] 1 + squared norm of the row of the inverse, or its stand-in
+  buffer<double> infeas;     // [m] squared distance to the violated bound, 0 within tolerance
+  buffer<int32_t> list;      // [m] positions that may be infeasible; others are not
+  buffer<uint8_t> listed;    // [m] is in it
+  int32_t numlist = 0;
+  int32_t method = sel_se;
+  int32_t weighterrors = 0;
+  bool exactweights = false; // begun at a slack basis and kept since
+
+  buffer<dual_candidate> cand;      // [total] of the ratio test
+  buffer<double> relaxed;           // [total] least relaxed ratio from here to the end of the sorted candidates
+  buffer<int32_t> groupend;         // [total + 1]
+  buffer<basis_exchange> exchanges; // [m]
+
+  // The last basis that had a factor.
+  buffer<int32_t> savedhead;
+  buffer<uint8_t> savedkey;
+  buffer<double> savedweight;
+  int64_t savediter = 0;
+  int32_t updatelimit = 0; // on one factor; falls with singular bases
+
+  // Tolerances; they move, see the loop.
+  double tolfeas = 1e-7, told = 1e-7, tolratio = 3e-8, tolpiv = 1e-7;
+
+  // Control.
+  bool refactor = true;  // before the next pricing
+  bool soon = false;     // the factor advised it
+  bool fresh = false;    // xb and d were computed from scratch since the last pivot
+  bool handover = false; // the primal simplex has to finish
+  int64_t iter = 0;      // of this run
+  int64_t periodstart = 0, perioddeg = 0, kicks = 0;
+  int64_t setbacks = 0;
+  int32_t losses = 0;                              // fresh objectives in a row that fell by more than a tenth
+  double lastobj = -HUGE_VAL, bestobj = -HUGE_VAL; // fresh working objectives of this phase and cost
+  int64_t bestiter = 0;
+  int32_t numdinf = 0; // reduced costs of wrong sign on the true bounds, fresh
+  double sumdinf = 0;
+};
+
+// --- phases (dphase.cpp)
+// Reduced costs from the working costs.
+void dsimplex_formd(dual_state& s);
+// Makes the signs of d fit the keys: flips what has two bounds, shifts the cost of the rest.
+void dsimplex_correctsigns(dual_state& s);
+// Counts what is dual infeasible on the true bounds whatever the keys: s.numdinf, s.sumdinf.
+void dsimplex_countinf(dual_state& s);
+void dsimplex_setphaseone(dual_state& s);
+void dsimplex_setphasetwo(dual_state& s);
+// Keys of the nonbasics by the signs of d, then all that follows from keys: x and move of the nonbasics, bounds by
+// position.
+void dsimplex_restnonbasics(dual_state& s);
+void dsimplex_placenonbasics(dual_state& s);
+// xb from scratch.
+void dsimplex_formxb(dual_state& s);
+
+// --- pricing (dprice.cpp)
+void dsimplex_notechange(dual_state& s, int32_t k) noexcept; // infeasibility of position k from xb
+void dsimplex_rebuildlist(dual_state& s) noexcept;
+int32_t dsimplex_select(dual_state& s);
+void dsimplex_resetweights(dual_state& s);
+
+// --- ratio test (dratio.cpp): sigma +1 when the leaving variable goes down to its upper bound, -1 when up to its lower
+dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta);
+
+// --- update (dupdate.cpp)
+void dsimplex_setmove(dual_state& s, int32_t j) noexcept;
+void dsimplex_flip(dual_state& s, int32_t numflips);
+void dsimplex_updateduals(dual_state& s, int32_t q, int32_t leaving, double theta);
+void dsimplex_updateweights(dual_state& s, int32_t r, double pivot);
+void dsimplex_movebasics(dual_state& s, double step);
+void dsimplex_exchange(dual_state& s, int32_t r, int32_t q, bool to_upper);
+
+// --- perturbation (dperturb.cpp)
+void dsimplex_perturbinit(dual_state& s);
+void dsimplex_kick(dual_state& s, double size);
+void dsimplex_restorecosts(dual_state& s);
+
+// --- audit (dcheck.cpp): stops on a breach
+void dsimplex_check(dual_state& s);
+// Does the row of the inverse in rho prove that no point is feasible? r: its position, sigma as above.
+bool dsimplex_checkcertificate(dual_state& s, int32_t r, double sigma);
+
+// --- the loop (dsimplex.cpp): the shared state ready with keys, head and x of the nonbasics set. s.handover asks for
+// the primal simplex from the basis reached.
+void dsimplex_optimize(dual_state& s);
+
+} // namespace tvn

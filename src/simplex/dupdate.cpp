@@ -1,0 +1,121 @@
+// Update of the dual simplex after a step: flips, values, reduced costs, weights and the header.
+//
+// Steepest-edge weights are 1 plus the squared norm of a row of the inverse. With tau = B^-1 rho the recurrence of
+// Forrest and Goldfarb (1992) keeps them exact; the approximate form leaves the product term out.
+#include "simplex/dstate.h"
+
+#include <cmath>
+
+namespace tvn {
+
+namespace {
+
+constexpr double maxweight = 1e20;
+
+// Weights stay within [1, 1e20]; a little noise keeps ties apart.
+double bounded(dual_state& s, double w) {
+  if (!(w >= 1)) return 1 + 1e-8 * TVN_simplex_random(s.info.randomstate);
+  return w > maxweight ? maxweight * (1 - 1e-8 * TVN_simplex_random(s.info.randomstate)) : w;
+}
+
+} // namespace
+
+void dsimplex_setmove(dual_state& s, int32_t j) noexcept {
+  s.move[j] = s.fac.pos[j] >= 0 || s.lo[j] == s.up[j] ? int8_t{0}
+              : s.key[j] == sk_low                    ? int8_t{1}
+              : s.key[j] == sk_upr                    ? int8_t{-1}
+                                                      : int8_t{2};
+}
+
+void dsimplex_flip(dual_state& s, int32_t numflips) {
+  if (numflips == 0) return;
+  const simplex_work& w = s.work;
+  spvec& sum = s.colrow;
+  auto add = [&](int32_t i, double v) {
+    if (!sum.mark[i]) {
+      sum.mark[i] = 1;
+      sum.idx[sum.count++] = i;
+    }
+    sum.val[i] += v;
+  };
+  for (int32_t p = 0; p < numflips; p++) {
+    const int32_t j = s.cand[p].j;
+    const bool to_upper = s.key[j] == sk_low;
+    const double by = to_upper ? s.up[j] - s.lo[j] : s.lo[j] - s.up[j];
+    s.key[j] = to_upper ? sk_upr : sk_low;
+    s.x[j] = to_upper ? s.up[j] : s.lo[j];
+    s.move[j] = static_cast<int8_t>(-s.move[j]);
+    if (w.is_logical(j)) {
+      add(j, -by);
+      continue;
+    }
+    for (int64_t e = w.colbeg[j - w.m]; e < w.colbeg[j - w.m + 1]; e++) add(w.colsub[e], by * w.colval[e]);
+  }
+  for (int32_t p = 0; p < sum.count; p++) sum.mark[sum.idx[p]] = 0;
+  TVN_lu_ftranl(s.fac.factor, sum);
+  TVN_lu_ftranus(s.fac.factor, sum, s.unit, 0.0, 1e-16);
+  for (int32_t p = 0; p < s.unit.count; p++) {
+    const int32_t k = s.unit.idx[p];
+    s.xb[k] -= s.unit.val[k];
+    dsimplex_notechange(s, k);
+  }
+  s.unit.clear();
+  s.info.count[kind_dual].boundswaps += numflips;
+}
+
+void dsimplex_updateduals(dual_state& s, int32_t q, int32_t leaving, double theta) {
+  if (theta != 0) {
+    const double* const a = s.alpha.val.data();
+    for (int32_t p = 0; p < s.alpha.count; p++) {
+      const int32_t j = s.alpha.idx[p];
+      s.d[j] -= theta * a[j];
+    }
+  }
+  s.d[q] = 0;
+  s.d[leaving] = -theta;
+}
+
+void dsimplex_updateweights(dual_state& s, int32_t r, double pivot) {
+  if (s.method == sel_full || s.method == sel_partial) return;
+  const bool exact = s.method == sel_se;
+  const double wr = s.weight[r], norm = exact || s.method == sel_ase ? wr - 1 : wr;
+  for (int32_t p = 0; p < s.aq.count; p++) {
+    const int32_t k = s.aq.idx[p];
+    if (k == r) continue;
+    const double ratio = s.aq.val[k] / pivot;
+    if (exact) {
+      const double w = s.weight[k] + ratio * (ratio * norm - 2 * s.tau.val[k]);
+      s.weight[k] = bounded(s, w);
+    } else {
+      s.weight[k] = bounded(s, std::max(s.weight[k], 1 + ratio * ratio * norm));
+    }
+  }
+  s.weight[r] = bounded(s, 1 + norm / (pivot * pivot));
+}
+
+void dsimplex_movebasics(dual_state& s, double step) {
+  for (int32_t p = 0; p < s.aq.count; p++) {
+    const int32_t k = s.aq.idx[p];
+    s.xb[k] -= step * s.aq.val[k];
+    dsimplex_notechange(s, k);
+  }
+}
+
+void dsimplex_exchange(dual_state& s, int32_t r, int32_t q, bool to_upper) {
+  const int32_t leaving = s.fac.head[r];
+  s.fac.head[r] = q;
+  s.fac.pos[q] = r;
+  s.fac.pos[leaving] = -1;
+  s.x[leaving] = to_upper ? s.up[leaving] : s.lo[leaving];
+  const bool fixed = s.work.is_fixed(leaving);
+  s.key[leaving] = fixed ? sk_fix : to_upper ? sk_upr : sk_low;
+  s.key[q] = sk_bas;
+  s.move[q] = 0;
+  dsimplex_setmove(s, leaving);
+  TVN_simplex_setlisted(s.base, q, false);
+  if (!fixed) TVN_simplex_setlisted(s.base, leaving, true);
+  s.lb[r] = s.lo[q];
+  s.ub[r] = s.up[q];
+}
+
+} // namespace tvn

@@ -1,0 +1,170 @@
+// The frame: presolve or not, the way back, and the proof on the user's problem.
+//
+// With presolve: edit a copy of the vectors -> solve what is left as a problem of its own -> undo the records ->
+// residuals on the user's data. A basic solution that fails them is the start of a clean-up on the user's problem; a
+// certificate that fails them is looked for again without presolve.
+#include "simplex/frame.h"
+
+#include "simplex/presolved.h"
+#include "simplex/verify.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr int32_t shortrun = 50; // iterations below which presolve does not pay
+
+// Crossing bounds prove infeasibility by themselves: both duals of the item are 1.
+bool crossing_bounds(const lp_view& lp, simplex_info& info, lp_solution& sol) {
+  for (int32_t i = 0; i < lp.numcon + lp.numvar; i++) {
+    const bool row = i < lp.numcon;
+    const int32_t j = row ? i : i - lp.numcon;
+    const bool crosses =
+        row ? lp.bkc[j] == bk_ra && lp.blc[j] > lp.buc[j] : lp.bkx[j] == bk_ra && lp.blx[j] > lp.bux[j];
+    if (!crosses) continue;
+    TVN_simplex_clearsolution(lp, sol);
+    (row ? sol.slc : sol.slx)[j] = 1;
+    (row ? sol.suc : sol.sux)[j] = 1;
+    info.prosta = pro_prim_infeas;
+    info.solsta = sol_prim_infeas_cer;
+    return true;
+  }
+  return false;
+}
+
+// A start basis is worth more than presolve unless presolve is asked for.
+bool presolve_wanted(const simplex_param& param) {
+  if (param.presolve == 2) return param.hotstart == 0 && param.maxiterations > shortrun;
+  return param.presolve != 0;
+}
+
+// Activities and reduced costs of the user's problem from x and y, so that the identities hold to the last digit.
+void refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol) {
+  const bool certificate = solsta == sol_prim_infeas_cer || solsta == sol_dual_infeas_cer;
+  buffer<long double> act(sys, lp.numcon, 0.0L);
+  for (int32_t j = 0; j < lp.numvar; j++)
+    for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) act[lp.sub[p]] += static_cast<long double>(lp.val[p]) * sol.xx[j];
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    const int32_t key = certificate ? static_cast<int32_t>(sk_unk) : sol.skc[i];
+    sol.xc[i] = key == sk_low || key == sk_fix ? lp.blc[i] : key == sk_upr ? lp.buc[i] : static_cast<double>(act[i]);
+  }
+  if (solsta == sol_dual_infeas_cer) return TVN_simplex_clearduals(lp, sol);
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    const double d = TVN_simplex_userreducedcost(lp, j, certificate ? 0.0 : lp.c[j], sol.y);
+    if (certificate && sol.slx[j] > 0 && sol.sux[j] > 0) continue; // crossing bounds
+    const int32_t key = certificate ? static_cast<int32_t>(sk_unk) : sol.skx[j];
+    sol.slx[j] = key == sk_low ? d : key == sk_upr || key == sk_bas ? 0 : std::max(d, 0.0);
+    sol.sux[j] = key == sk_upr ? -d : key == sk_low || key == sk_bas ? 0 : std::max(-d, 0.0);
+  }
+}
+
+struct presolve_run {
+  sysenv& sys;
+  const lp_view& lp;
+  const simplex_param& param;
+  simplex_info& info;
+  const simplex_progress& progress;
+  lp_solution& sol;
+  prslv_context* ctx;
+
+  presolve_run(sysenv& sys_, const lp_view& lp_, const simplex_param& p, simplex_info& i, const simplex_progress& pr,
+               lp_solution& s, const prslv_problem& q)
+      : sys(sys_), lp(lp_), param(p), info(i), progress(pr), sol(s), ctx(TVN_prslv_make(sys_, q)) {}
+  ~presolve_run() { TVN_prslv_delete(ctx); }
+  presolve_run(const presolve_run&) = delete;
+  presolve_run& operator=(const presolve_run&) = delete;
+
+  simplex_code reduce();
+  void solve_reduced();
+  void back();
+};
+
+int32_t poll_watch(void* handle, int32_t) { return static_cast<simplex_watch*>(handle)->stopped() ? 1 : 0; }
+
+void print_line(void* handle, const char* line) {
+  auto& run = *static_cast<presolve_run*>(handle);
+  run.info.line = line;
+  run.progress(simplex_event::presolve_line, run.info);
+  run.info.line = nullptr;
+}
+
+simplex_code presolve_run::reduce() {
+  progress(simplex_event::begin_presolve, info);
+  simplex_watch watch{param, info, progress};
+  TVN_prslv_putsink(*ctx, {this, print_line});
+  const prslv_code code = TVN_prslv_reduce(*ctx, param.prslv, info.prslv, {&watch, poll_watch});
+  progress(simplex_event::end_presolve, info);
+  return code == prslv_code::stopped ? watch.stop : simplex_code::ok;
+}
+
+// Solution of what presolve left, in the live places of sol.
+void presolve_run::solve_reduced() {
+  reduced_problem r;
+  TVN_simplex_copyreduced(sys, *ctx, r);
+  if (param.hotstart != 0) TVN_simplex_gatherkeys(sol, r);
+  TVN_simplex_solvedirectly(sys, r.lp, param, info, progress, r.sol);
+  TVN_simplex_spreadreduced(r, lp.numcon, lp.numvar, sol);
+}
+
+void presolve_run::back() {
+  const int32_t claim = info.solsta;
+  TVN_prslv_postsolvebasis(*ctx, info.prslv, claim == sol_prim_feas || claim == sol_dual_feas ? sol_unknown : claim,
+                           sol);
+  refresh(sys, lp, claim, sol);
+}
+
+} // namespace
+
+void TVN_simplex_clearduals(const lp_view& lp, lp_solution& sol) {
+  for (double* v : {sol.y, sol.slc, sol.suc}) std::fill_n(v, lp.numcon, 0.0);
+  for (double* v : {sol.slx, sol.sux}) std::fill_n(v, lp.numvar, 0.0);
+}
+
+void TVN_simplex_clearsolution(const lp_view& lp, lp_solution& sol) {
+  std::fill_n(sol.skc, lp.numcon, static_cast<int32_t>(sk_bas));
+  std::fill_n(sol.xc, lp.numcon, 0.0);
+  for (int32_t j = 0; j < lp.numvar; j++)
+    sol.skx[j] = has_lower(lp.bkx[j]) ? sk_low : has_upper(lp.bkx[j]) ? sk_upr : sk_supbas;
+  std::fill_n(sol.xx, lp.numvar, 0.0);
+  TVN_simplex_clearduals(lp, sol);
+}
+
+void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                          const simplex_progress& progress, lp_solution& sol) {
+  info.response = simplex_code::ok;
+  if (crossing_bounds(lp, info, sol)) return;
+  if (!presolve_wanted(param)) return TVN_simplex_solvedirectly(sys, lp, param, info, progress, sol);
+  editable_problem e;
+  TVN_simplex_copyeditable(sys, lp, e);
+  {
+    presolve_run run(sys, lp, param, info, progress, sol, e.p);
+    info.response = run.reduce();
+    if (info.response != simplex_code::ok) {
+      if (param.hotstart == 0) TVN_simplex_clearsolution(lp, sol);
+      return;
+    }
+    if (info.prslv.status == prs_prim_infeas || info.prslv.status == prs_dual_infeas) {
+      info.solsta = info.prslv.status == prs_prim_infeas ? sol_prim_infeas_cer : sol_dual_infeas_cer;
+      TVN_prslv_getcertificate(*run.ctx, sol);
+    } else {
+      run.solve_reduced();
+    }
+    run.back();
+  }
+  const int32_t claim = info.solsta;
+  const bool holds = TVN_simplex_settlestatus(sys, lp, param, info, sol);
+  if (info.response != simplex_code::ok) return;
+  if (holds && claim != sol_unknown) return;
+  // Optimal for the presolved problem, not for the user's: go on from its basis. A proof that fails: begin anew.
+  simplex_param again = param;
+  again.presolve = 0;
+  again.optimizer = claim == sol_optimal ? static_cast<int32_t>(kind_free) : param.optimizer;
+  again.hotstart = claim == sol_optimal ? 6 : 0;
+  const auto iterations = [&] { return info.count[kind_primal].iterations + info.count[kind_dual].iterations; };
+  const int64_t before = iterations();
+  TVN_simplex_solvedirectly(sys, lp, again, info, progress, sol);
+  info.cleanups++;
+  info.cleaniterations += iterations() - before;
+}
+
+} // namespace tvn

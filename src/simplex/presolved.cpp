@@ -1,0 +1,158 @@
+// The bridge between the simplex frame and presolve: a compact copy of what presolve leaves, and the way back.
+#include "simplex/presolved.h"
+
+namespace tvn {
+
+namespace {
+
+// Cuts consecutive pieces out of one buffer.
+template <class T> struct cutter {
+  T* at;
+  T* take(int64_t n) {
+    T* p = at;
+    at += n;
+    return p;
+  }
+};
+
+void number_live(sysenv& sys, const prslv_context& ctx, const prslv_problem& p, reduced_problem& r,
+                 buffer<int32_t>& newrow) {
+  newrow.reset(sys, p.numcon, -1);
+  r.con2user.reset(sys, p.numcon);
+  r.var2user.reset(sys, p.numvar);
+  for (int32_t i = 0; i < p.numcon; i++)
+    if (TVN_prslv_conislive(ctx, i)) {
+      r.con2user[r.lp.numcon] = i;
+      newrow[i] = r.lp.numcon++;
+    }
+  for (int32_t j = 0; j < p.numvar; j++)
+    if (TVN_prslv_varislive(ctx, j)) r.var2user[r.lp.numvar++] = j;
+}
+
+void copy_matrix(sysenv& sys, const prslv_context& ctx, const prslv_problem& p, const buffer<int32_t>& newrow,
+                 int64_t nz, reduced_problem& r) {
+  buffer<int32_t> sub(sys, p.numcon + 1);
+  buffer<double> val(sys, p.numcon + 1);
+  r.ptr.reset(sys, r.lp.numvar + 1);
+  r.sub.reset(sys, nz);
+  r.val.reset(sys, nz);
+  int64_t at = 0;
+  for (int32_t k = 0; k < r.lp.numvar; k++) {
+    r.ptr[k] = at;
+    const int32_t num = TVN_prslv_getasimple(ctx, false, r.var2user[k], sub.data(), val.data());
+    for (int32_t q = 0; q < num; q++) {
+      r.sub[at] = newrow[sub[q]];
+      r.val[at++] = val[q];
+    }
+  }
+  r.ptr[r.lp.numvar] = at;
+}
+
+} // namespace
+
+void TVN_simplex_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_problem& r) {
+  const prslv_problem& p = TVN_prslv_getproblem(ctx);
+  buffer<int32_t> newrow;
+  number_live(sys, ctx, p, r, newrow);
+  copy_matrix(sys, ctx, p, newrow, TVN_prslv_getnz(ctx), r);
+  const int64_t m = r.lp.numcon, n = r.lp.numvar;
+  r.keys.reset(sys, 2 * (m + n));
+  r.reals.reset(sys, 7 * m + 6 * n);
+  cutter<int32_t> keys{r.keys.data()};
+  cutter<double> reals{r.reals.data()};
+  int32_t *bkc = keys.take(m), *bkx = keys.take(n);
+  double *blc = reals.take(m), *buc = reals.take(m), *cc = reals.take(m), *blx = reals.take(n), *bux = reals.take(n),
+         *c = reals.take(n);
+  for (int64_t i = 0; i < m; i++) {
+    const int32_t u = r.con2user[i];
+    bkc[i] = p.bkc[u];
+    blc[i] = has_lower(bkc[i]) ? p.blc[u] : -bound_infinity;
+    buc[i] = has_upper(bkc[i]) ? p.buc[u] : bound_infinity;
+    cc[i] = p.cc[u];
+  }
+  for (int64_t j = 0; j < n; j++) {
+    const int32_t u = r.var2user[j];
+    bkx[j] = p.bkx[u];
+    blx[j] = has_lower(bkx[j]) ? p.blx[u] : -bound_infinity;
+    bux[j] = has_upper(bkx[j]) ? p.bux[u] : bound_infinity;
+    c[j] = p.c[u];
+  }
+  r.lp.cfix = p.cfix;
+  r.lp.cslack = cc;
+  r.lp.c = c;
+  r.lp.ptrb = r.ptr.data();
+  r.lp.ptre = r.ptr.data() + 1;
+  r.lp.sub = r.sub.data();
+  r.lp.val = r.val.data();
+  r.lp.bkc = bkc;
+  r.lp.bkx = bkx;
+  r.lp.blc = blc;
+  r.lp.buc = buc;
+  r.lp.blx = blx;
+  r.lp.bux = bux;
+  r.sol.skc = keys.take(m);
+  r.sol.skx = keys.take(n);
+  for (double** v : {&r.sol.xc, &r.sol.y, &r.sol.slc, &r.sol.suc}) *v = reals.take(m);
+  for (double** v : {&r.sol.xx, &r.sol.slx, &r.sol.sux}) *v = reals.take(n);
+}
+
+void TVN_simplex_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t numvar, lp_solution& sol) {
+  for (double* v : {sol.xc, sol.y, sol.slc, sol.suc}) std::fill_n(v, numcon, 0.0);
+  for (double* v : {sol.xx, sol.slx, sol.sux}) std::fill_n(v, numvar, 0.0);
+  std::fill_n(sol.skc, numcon, static_cast<int32_t>(sk_unk));
+  std::fill_n(sol.skx, numvar, static_cast<int32_t>(sk_unk));
+  for (int32_t i = 0; i < r.lp.numcon; i++) {
+    const int32_t u = r.con2user[i];
+    sol.skc[u] = r.sol.skc[i];
+    sol.xc[u] = r.sol.xc[i];
+    sol.y[u] = r.sol.y[i];
+    sol.slc[u] = r.sol.slc[i];
+    sol.suc[u] = r.sol.suc[i];
+  }
+  for (int32_t j = 0; j < r.lp.numvar; j++) {
+    const int32_t u = r.var2user[j];
+    sol.skx[u] = r.sol.skx[j];
+    sol.xx[u] = r.sol.xx[j];
+    sol.slx[u] = r.sol.slx[j];
+    sol.sux[u] = r.sol.sux[j];
+  }
+}
+
+void TVN_simplex_gatherkeys(const lp_solution& sol, reduced_problem& r) {
+  for (int32_t i = 0; i < r.lp.numcon; i++) r.sol.skc[i] = sol.skc[r.con2user[i]];
+  for (int32_t j = 0; j < r.lp.numvar; j++) r.sol.skx[j] = sol.skx[r.var2user[j]];
+}
+
+void TVN_simplex_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e) {
+  const int64_t m = lp.numcon, n = lp.numvar;
+  e.keys.reset(sys, m + n);
+  e.reals.reset(sys, 3 * (m + n));
+  cutter<int32_t> keys{e.keys.data()};
+  cutter<double> reals{e.reals.data()};
+  auto copy = [](auto* to, const auto* from, int64_t num) {
+    std::copy_n(from, num, to);
+    return to;
+  };
+  prslv_problem& p = e.p;
+  p.numcon = lp.numcon;
+  p.numvar = lp.numvar;
+  p.ptrb = lp.ptrb;
+  p.ptre = lp.ptre;
+  p.sub = lp.sub;
+  p.val = lp.val;
+  p.bkc = copy(keys.take(m), lp.bkc, m);
+  p.bkx = copy(keys.take(n), lp.bkx, n);
+  p.blc = copy(reals.take(m), lp.blc, m);
+  p.buc = copy(reals.take(m), lp.buc, m);
+  p.blx = copy(reals.take(n), lp.blx, n);
+  p.bux = copy(reals.take(n), lp.bux, n);
+  p.c = copy(reals.take(n), lp.c, n);
+  p.cc = reals.take(m);
+  if (lp.cslack)
+    std::copy_n(lp.cslack, m, p.cc);
+  else
+    std::fill_n(p.cc, m, 0.0);
+  p.cfix = lp.cfix;
+}
+
+} // namespace tvn

@@ -1,0 +1,34 @@
+// The bridge between the simplex frame and presolve: a compact copy of what presolve leaves, and the way back.
+#pragma once
+
+#include "prslv/prslv.h"
+#include "simplex/types.h"
+
+namespace tvn {
+
+// The live problem with rows and columns renumbered, and room for its solution.
+struct reduced_problem {
+  lp_view lp;
+  lp_solution sol;
+  buffer<int32_t> con2user, var2user; // reduced index -> index before presolve
+  buffer<int64_t> ptr;                // [numvar + 1]
+  buffer<int32_t> sub, keys;
+  buffer<double> val, reals;
+};
+
+void TVN_simplex_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_problem& r);
+// Solution of the reduced problem into the live places of the full one; the others become 0.
+void TVN_simplex_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t numvar, lp_solution& sol);
+// Keys of the full problem at the live places, for a start of the reduced one.
+void TVN_simplex_gatherkeys(const lp_solution& sol, reduced_problem& r);
+
+// The vectors of a problem that presolve may edit, with the view of it. The matrix is not copied.
+struct editable_problem {
+  prslv_problem p;
+  buffer<int32_t> keys;
+  buffer<double> reals;
+};
+
+void TVN_simplex_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e);
+
+} // namespace tvn

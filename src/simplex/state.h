@@ -1,0 +1,70 @@
+// What the optimizers of one run share: the working problem with its basis, the point, and the vectors of an iteration.
+//
+// Spaces: everything here is in the working (scaled, compressed) problem. Arrays [total] are indexed by variable of the
+// joined space, [m] by row or by basis position as told. One optimizer hands over to the next by leaving keys, basis
+// and the values of the nonbasics in order; all else the next one forms afresh.
+#pragma once
+
+#include "simplex/usimplex.h"
+
+namespace tvn {
+
+// What a step of a loop asks for next.
+enum class loop_state : int32_t { go_on, recompute, finished };
+
+struct simplex_state {
+  simplex_state(sysenv& s, simplex_watch& wt, simplex_work& w)
+      : sys(s), watch(wt), param(wt.param), info(wt.info), progress(wt.progress), work(w) {}
+
+  sysenv& sys;
+  simplex_watch& watch;
+  const simplex_param& param;
+  simplex_info& info;
+  const simplex_progress& progress;
+  simplex_work& work; // its active parts follow the basis; all else is only read
+  simplex_fac fac;
+
+  buffer<double> x;       // [total]
+  buffer<uint8_t> key;    // [total] status_key
+  buffer<double> lo, up;  // [total] working bounds
+  buffer<double> d;       // [total] reduced costs of the nonbasics
+  buffer<double> y;       // [m] by row
+  buffer<uint8_t> inlist; // [total] the pivot row is wanted there: active in the row copy, when a structural
+  buffer<int8_t> infeas;  // [m] by position: cost of phase one, and of a certificate of infeasibility
+  simplex_code stop = simplex_code::ok;
+  bool cold = true;        // no start was given: perturbation and pricing may begin at their best
+  double rowdensity = 0.1; // running share of nonzeros in the pivot row
+
+  // Vectors of an iteration, empty between iterations.
+  spvec spike;  // by row: entering column after L and etas
+  spvec colrow; // by row: scratch of the forward solve
+  spvec aq;     // by position: B^-1 a_q
+  spvec unit;   // by position: right-hand side of backward solves
+  spvec rho;    // by row: row of the inverse, or a change of y
+  spvec tau;    // second solve of steepest edge: by row B^-T aq (primal), by position B^-1 rho (dual)
+  spvec alpha;  // by variable: pivot row
+};
+
+// Storage and working bounds; keys, header and x of the nonbasics are for the caller to set.
+void TVN_simplex_setupstate(simplex_state& s);
+// Key and value of a nonbasic: the wished side if it has one, else the working bound nearer to zero.
+void TVN_simplex_restnonbasic(simplex_state& s, int32_t j, int32_t wish);
+// Puts j into or out of the list; a structural moves in the row copy.
+void TVN_simplex_setlisted(simplex_state& s, int32_t j, bool in) noexcept;
+// spike = column q after L and etas, aq = B^-1 a_q.
+void TVN_simplex_solvecolumn(simplex_state& s, int32_t q);
+// rho = B^-T e at the position.
+void TVN_simplex_rowofinverse(simplex_state& s, int32_t position);
+// alpha = rho'A over the listed variables, from the active parts of the rows; returns the entries that were met.
+int64_t TVN_simplex_formrow(simplex_state& s);
+// Asks clock and user; true: s.stop is set and the run must end.
+bool TVN_simplex_poll(simplex_state& s);
+// Objective of the point in user units, offset included.
+double TVN_simplex_pointobjective(const simplex_state& s);
+// Fresh factor of the header, counted under `kind`; finished with s.stop set when there is none. exchanges: what a
+// repair did, room for m; returns their number, -1: no factor.
+int32_t TVN_simplex_refactor(simplex_state& s, simplex_kind kind, std::span<basis_exchange> exchanges);
+// The optimizer that the settings ask for, or, when they leave it free, the one that the start suggests (choose.cpp).
+simplex_kind TVN_simplex_chooseoptimizer(simplex_state& s);
+
+} // namespace tvn

@@ -1,0 +1,334 @@
+// If this failed in the field: presolve turns a right problem into a wrong one, or brings back a solution that is not
+// one of the user's problem. Every reduction is checked at its own depth.
+#include "support/prslvcase.h"
+#include "support/rational.h"
+
+#include <cstdlib>
+
+using namespace tvntest;
+
+namespace {
+
+struct outcome {
+  int32_t presolved = 0, solsta = 0;
+  lp_point point;
+  tvn::prslv_stats stats;
+  double objective = 0;
+  std::string trouble;
+};
+
+// Presolve, simplex without presolve on what is left, postsolve.
+outcome by_presolve(lp_case& p, const tvn::prslv_param& param) {
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  outcome o{0, 0, lp_point(p), {}, 0, {}};
+  tvn::lp_solution sol = o.point.view();
+  {
+    const tvn::lp_view lp = p.view();
+    tvn::editable_problem e;
+    tvn::TVN_simplex_copyeditable(*sys, lp, e);
+    tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
+    auditor audit;
+    tvn::TVN_prslv_putaudit(*ctx, audit.hook());
+    EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, param, o.stats, {}), tvn::prslv_code::ok);
+    o.presolved = o.stats.status;
+    if (o.presolved == tvn::prs_undecided || o.presolved == tvn::prs_solved) {
+      tvn::reduced_problem r;
+      tvn::TVN_simplex_copyreduced(*sys, *ctx, r);
+      tvn::simplex_info info;
+      tvn::simplex_param simplex;
+      simplex.presolve = 0;
+      simplex.optimizer = tvn::kind_primal;
+      tvn::TVN_simplex_optimize(*sys, r.lp, simplex, info, {}, r.sol);
+      o.solsta = info.solsta;
+      tvn::TVN_simplex_spreadreduced(r, p.m, p.n, sol);
+    } else {
+      o.solsta = o.presolved == tvn::prs_prim_infeas ? tvn::sol_prim_infeas_cer : tvn::sol_dual_infeas_cer;
+      tvn::TVN_prslv_getcertificate(*ctx, sol);
+    }
+    audit.solsta = o.solsta;
+    if (o.solsta != tvn::sol_unknown) tvn::TVN_prslv_postsolvebasis(*ctx, o.stats, o.solsta, sol);
+    o.trouble = audit.trouble;
+    tvn::TVN_prslv_unreduce(*ctx);
+    const auto same = [](const auto* a, const auto* b, int32_t num) { return std::equal(a, a + num, b); };
+    EXPECT_TRUE(same(e.p.bkc, lp.bkc, p.m) && same(e.p.blc, lp.blc, p.m) && same(e.p.buc, lp.buc, p.m));
+    EXPECT_TRUE(same(e.p.bkx, lp.bkx, p.n) && same(e.p.blx, lp.blx, p.n) && same(e.p.bux, lp.bux, p.n));
+    EXPECT_TRUE(same(e.p.c, lp.c, p.n));
+    EXPECT_EQ(tvn::TVN_prslv_getproblem(*ctx).cfix, p.cfix);
+    tvn::TVN_prslv_delete(ctx);
+  }
+  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
+  return o;
+}
+
+tvn::prslv_param settings(uint64_t seed) {
+  tvn::prslv_param param;
+  param.tolx = param.tols = 1e-8;
+  param.reldrop = 1e-12;
+  param.relax = seed % 4 == 3;
+  param.eliminatortries = seed % 5 == 4 ? 0 : -1;
+  return param;
+}
+
+tvn::simplex_info solve_directly(lp_case& p, lp_point& point) {
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  tvn::simplex_info info;
+  tvn::lp_solution sol = point.view();
+  tvn::simplex_param plain;
+  plain.presolve = 0;
+  plain.optimizer = tvn::kind_primal;
+  tvn::TVN_simplex_optimize(*sys, p.view(), plain, info, {}, sol);
+  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
+  return info;
+}
+
+// Whether the problem has a ray of falling objective, feasible points or not.
+bool has_ray(lp_case p) {
+  for (auto* v : {&p.blc, &p.buc, &p.blx, &p.bux})
+    for (double& b : *v)
+      if (std::fabs(b) < 1e30) b = 0;
+  lp_point point(p);
+  return solve_directly(p, point).solsta == tvn::sol_dual_infeas_cer;
+}
+
+void expect_same(lp_case& p, uint64_t seed, std::array<int64_t, tvn::rt_limit>& count) {
+  SCOPED_TRACE("reproduce with TOVAN_SEED=" + std::to_string(seed));
+  lp_point direct(p);
+  const tvn::simplex_info info = solve_directly(p, direct);
+  const outcome o = by_presolve(p, settings(seed));
+  for (size_t t = 0; t < count.size(); t++) count[t] += o.stats.numred[t];
+  if (info.solsta != tvn::sol_optimal && o.trouble != "") {
+    // Dual arguments hold where there is a dual point; without one the frame finds the proof without presolve.
+    ASSERT_TRUE(has_ray(p)) << o.trouble;
+    return;
+  }
+  ASSERT_EQ(o.trouble, "");
+  if (info.solsta == tvn::sol_optimal) {
+    ASSERT_EQ(o.solsta, tvn::sol_optimal);
+    expect_optimal(p, o.point, judge(p, direct).objective, 1e-8);
+  } else if (o.solsta == tvn::sol_prim_infeas_cer) { // both may be true at once
+    ASSERT_TRUE(judge_infeasible(p, o.point) <= 1e-8);
+  } else {
+    ASSERT_EQ(o.solsta, tvn::sol_dual_infeas_cer);
+    ASSERT_TRUE(judge_unbounded(p, o.point) <= 1e-8);
+  }
+}
+
+uint64_t first_seed() {
+  const char* s = std::getenv("TOVAN_SEED");
+  return s ? std::strtoull(s, nullptr, 10) : 1;
+}
+uint64_t num_seeds(uint64_t usual) {
+  const char* s = std::getenv("TOVAN_SEEDS");
+  return s ? std::strtoull(s, nullptr, 10) : usual;
+}
+
+} // namespace
+
+TEST(Presolve, AgreesWithTheDirectSolutionAtEveryDepth) {
+  std::array<int64_t, tvn::rt_limit> count{};
+  const uint64_t first = first_seed(), num = num_seeds(2000);
+  for (uint64_t seed = first; seed < first + num && !HasFatalFailure(); seed++) {
+    lp_case p = seed % 3 == 0 ? nasty_case(seed) : structured_case(seed);
+    expect_same(p, seed, count);
+  }
+  for (size_t t = 1; t < count.size(); t++)
+    if (count[t]) std::printf("type %zu: %lld\n", t, static_cast<long long>(count[t]));
+}
+
+// --- one structure at a time
+
+namespace {
+
+// Nothing in it can be reduced: unbounded activities on both sides, mixed signs in every row and column.
+case_maker irreducible(uint64_t seed) {
+  case_maker k(seed);
+  constexpr int m = 4, n = 5;
+  for (int j = 0; j < n; j++) k.add_col(0, 1e30, k.pick(1, 5));
+  for (int i = 0; i < m; i++) {
+    k.add_row(-1e30, k.pick(1, 9));
+    for (int j = 0; j < n; j++)
+      k.rows[size_t(i)][j] = ((i + j) % 2 ? -1 : 1) * (1 + ((i * 7 + j * 3) % 5)) + 0.25 * k.pick(0, 1);
+  }
+  return k;
+}
+
+// A column that takes part in two rows with both signs, so that only what is planted holds it.
+int mixed_column(case_maker& k, double lo, double up, double cost) {
+  const int j = k.add_col(lo, up, cost);
+  k.rows[0][j] = k.pick(1, 3);
+  k.rows[1][j] = -k.pick(1, 3);
+  return j;
+}
+
+struct planting {
+  int32_t rtype;
+  const char* what;
+  void (*plant)(case_maker& k);
+};
+
+const planting plantings[] = {
+    {tvn::rt_initialfreecon, "free row", [](case_maker& k) { k.rows[size_t(k.add_row(-1e30, 1e30))][1] = 2; }},
+    {tvn::rt_initialvarfix, "fixed column", [](case_maker& k) { mixed_column(k, 2, 2, 1); }},
+    {tvn::rt_initialconsin, "row of one column",
+     [](case_maker& k) { k.rows[size_t(k.add_row(-1e30, 4))][mixed_column(k, 0, 1e30, -1)] = 2; }},
+    {tvn::rt_varfixfree, "free column of no row", [](case_maker& k) { k.add_col(-1e30, 1e30, 0); }},
+    {tvn::rt_conrelax, "redundant row",
+     [](case_maker& k) {
+       const int i = k.add_row(-9, 9), a = mixed_column(k, 0, 1, -1), b = mixed_column(k, 0, 1, -2);
+       k.rows[size_t(i)][a] = 3;
+       k.rows[size_t(i)][b] = -4;
+     }},
+    {tvn::rt_droplow, "redundant lower side",
+     [](case_maker& k) {
+       const int i = k.add_row(-1, 3), a = mixed_column(k, 0, 1e30, -1), b = mixed_column(k, 0, 1e30, -2);
+       k.rows[size_t(i)][a] = 3;
+       k.rows[size_t(i)][b] = 4;
+     }},
+    {tvn::rt_dropupp, "redundant upper side",
+     [](case_maker& k) {
+       const int i = k.add_row(-3, 1), a = mixed_column(k, 0, 1e30, -1), b = mixed_column(k, 0, 1e30, -2);
+       k.rows[size_t(i)][a] = -3;
+       k.rows[size_t(i)][b] = -4;
+     }},
+    {tvn::rt_conforce, "forcing row",
+     [](case_maker& k) {
+       const int i = k.add_row(-1e30, 0), a = mixed_column(k, 0, 1e30, -1), b = mixed_column(k, 0, 1e30, -2);
+       k.rows[size_t(i)][a] = 3;
+       k.rows[size_t(i)][b] = 4;
+     }},
+    {tvn::rt_varslack, "slack of an equality",
+     [](case_maker& k) {
+       const int i = k.add_row(5, 5);
+       for (int j = 0; j < 4; j++) k.rows[size_t(i)][j] = k.coef();
+       k.rows[size_t(i)][k.add_col(0, 7, 2)] = 2;
+     }},
+    {tvn::rt_doubleton, "equality of two columns",
+     [](case_maker& k) {
+       const int i = k.add_row(3, 3);
+       k.rows[size_t(i)][0] = 2;
+       k.rows[size_t(i)][mixed_column(k, 0, 1e30, 1)] = -1;
+     }},
+    {tvn::rt_dupcon, "repeated row",
+     [](case_maker& k) {
+       const int i = k.add_row(-1e30, 2);
+       for (const auto& [j, a] : k.rows[0]) k.rows[size_t(i)][j] = 2 * a;
+     }},
+    {tvn::rt_dupvar, "repeated column",
+     [](case_maker& k) {
+       const int q = k.add_col(-1, 3, -2 * k.c[0]);
+       for (auto& row : k.rows) row[q] = -2 * row[0];
+     }},
+    {tvn::rt_varfixlow, "column that only costs",
+     [](case_maker& k) {
+       const int j = k.add_col(1, 1e30, 3);
+       k.rows[0][j] = 1;
+       k.rows[2][j] = 2;
+     }},
+    {tvn::rt_varfixupr, "column that only earns",
+     [](case_maker& k) {
+       const int j = k.add_col(0, 3, -3);
+       k.rows[0][j] = -1;
+       k.rows[2][j] = -2;
+     }},
+    {tvn::rt_confixlow, "row that a priced slack holds at its lower bound",
+     [](case_maker& k) {
+       const int i = k.add_row(2, 1e30);
+       for (int j = 0; j < 4; j++) k.rows[size_t(i)][j] = (j % 2 ? -1 : 1) * 2;
+       k.rows[size_t(i)][k.add_col(-1e30, 0, 2)] = 1;
+     }},
+    {tvn::rt_confixupr, "row that a priced slack holds at its upper bound",
+     [](case_maker& k) {
+       const int i = k.add_row(-1e30, 2);
+       for (int j = 0; j < 4; j++) k.rows[size_t(i)][j] = (j % 2 ? -1 : 1) * 2;
+       k.rows[size_t(i)][k.add_col(-1e30, 0, 2)] = -1;
+     }},
+    {tvn::rt_elimination, "free column in an equality",
+     [](case_maker& k) {
+       const int i = k.add_row(4, 4), j = k.add_col(-1e30, 1e30, 1);
+       for (int q = 0; q < 3; q++) k.rows[size_t(i)][q] = 1 + q;
+       k.rows[size_t(i)][j] = 2;
+       k.rows[0][j] = 1;
+     }},
+    {tvn::rt_varforce, "column that satisfies its row alone",
+     [](case_maker& k) {
+       const int i = k.add_row(3, 1e30), j = k.add_col(0, 1e30, 0);
+       for (int q = 0; q < 4; q++) k.rows[size_t(i)][q] = (q % 2 ? -1 : 1) * 2;
+       k.rows[size_t(i)][j] = 2;
+       k.rows[0][j] = -1;
+     }},
+    {tvn::rt_varrelaxlow, "lower bound that a row implies",
+     [](case_maker& k) {
+       const int i = k.add_row(2, 1e30), a = mixed_column(k, 0, 1e30, 1), b = mixed_column(k, 0, 1, -1);
+       k.rows[size_t(i)][a] = 1;
+       k.rows[size_t(i)][b] = -1;
+     }},
+    {tvn::rt_varrelaxupp, "upper bound that a row implies",
+     [](case_maker& k) {
+       const int i = k.add_row(-1e30, 2), a = mixed_column(k, 0, 5, -1), b = mixed_column(k, 0, 1, 1);
+       k.rows[size_t(i)][a] = 1;
+       k.rows[size_t(i)][b] = 1;
+     }},
+};
+
+} // namespace
+
+TEST(Presolve, EachReductionFiresOnTheStructureMadeForIt) {
+  constexpr uint64_t seeds = 20;
+  for (const planting& plant : plantings) {
+    SCOPED_TRACE(plant.what);
+    std::array<int64_t, tvn::rt_limit> count{};
+    for (uint64_t seed = 1; seed <= seeds; seed++) {
+      case_maker k = irreducible(seed);
+      plant.plant(k);
+      lp_case p = k.finish();
+      expect_same(p, 4 * seed + 3, count); // with relaxing
+      if (HasFatalFailure()) return;
+    }
+    EXPECT_GE(count[size_t(plant.rtype)], static_cast<int64_t>(seeds / 2));
+    std::printf("%s: %lld\n", plant.what, static_cast<long long>(count[size_t(plant.rtype)]));
+  }
+}
+
+TEST(Presolve, LeavesAnIrreducibleProblemAlone) {
+  lp_case p = irreducible(1).finish();
+  const outcome o = by_presolve(p, settings(1));
+  EXPECT_EQ(o.stats.conafter.free, 0);
+  EXPECT_EQ(o.stats.varafter.fixed, 0);
+  EXPECT_EQ(o.stats.nzafter, static_cast<int64_t>(p.sub.size()));
+}
+
+TEST(Presolve, FindsRowsThatAddUpAndProvesWhenTheirSidesDoNot) {
+  for (const bool consistent : {true, false}) {
+    case_maker k = irreducible(3);
+    for (int i = 0; i < 2; i++) {
+      const int r = k.add_row(4 + i, 4 + i);
+      for (int j = 0; j < 5; j++) k.rows[size_t(r)][j] = 1 + ((i + 1) * (j + 2)) % 5;
+    }
+    const int sum = k.add_row(consistent ? 9 : 10, consistent ? 9 : 10);
+    for (int j = 0; j < 5; j++) k.rows[size_t(sum)][j] = k.rows[4][j] + k.rows[5][j];
+    lp_case p = k.finish();
+    const outcome o = by_presolve(p, settings(1));
+    EXPECT_EQ(o.stats.numlindep, consistent ? 1 : 0);
+    if (consistent) continue;
+    EXPECT_EQ(o.presolved, tvn::prs_prim_infeas);
+    EXPECT_LE(judge_infeasible(p, o.point), 1e-9);
+  }
+}
+
+TEST(Presolve, StopsWhenAskedAndGivesTheProblemBack) {
+  lp_case p = structured_case(12);
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  {
+    const tvn::lp_view lp = p.view();
+    tvn::editable_problem e;
+    tvn::TVN_simplex_copyeditable(*sys, lp, e);
+    tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
+    tvn::prslv_stats stats;
+    const tvn::prslv_progress stop{nullptr, [](void*, int32_t) { return 1; }};
+    EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, settings(1), stats, stop), tvn::prslv_code::stopped);
+    tvn::TVN_prslv_unreduce(*ctx);
+    EXPECT_TRUE(std::equal(e.p.blx, e.p.blx + p.n, lp.blx) && std::equal(e.p.c, e.p.c + p.n, lp.c));
+    tvn::TVN_prslv_delete(ctx);
+  }
+  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok);
+}
