@@ -46,13 +46,13 @@ typedef int32_t (*TVN_callbackfunc)(TVNtask_t task, void *handle, int32_t code);
 /* Receives one line, or a piece of a long line, of a stream. */
 typedef void (*TVN_streamfunc)(void *handle, const char *text);
 
-/* The nonlinear part of a problem: f(x) is added to the objective, g_i(x) to the activity of constraint i. Both functions
- * return 0, or anything else when they cannot answer, which ends the call or the run that asked with
- * TVN_RES_ERR_USER_NLO_FUNC. They are called on the thread of that call, must answer alike each time, and must not change
- * the task.
+/* The nonlinear part of a problem: f(x) is added to the objective, g_i(x) to the activity of constraint i. Both
+ * functions return 0, or anything else when they cannot answer, which ends the call or the run that asked with
+ * TVN_RES_ERR_USER_NLO_FUNC. They are called on the thread of that call, must answer alike each time, and must not
+ * change the task.
  *
- * The structure of one item. Outputs that are null are not asked for; numbers are asked for first, with null arrays, then
- * the arrays with the numbers.
+ * The structure of one item. Outputs that are null are not asked for; numbers are asked for first, with null arrays,
+ * then the arrays with the numbers.
  *   item      in: -1 the objective, 0 .. numcon - 1 a constraint.
  *   numgrdnz  out: variables that the item's nonlinear part depends on; 0: the item has none.
  *   grdsub    out, [numgrdnz]: these variables.
@@ -67,8 +67,8 @@ typedef int32_t (*TVN_nlgetspfunc)(void *nlhandle, int32_t item, int32_t *numgrd
  *   conval  out, [numcon]: g_i(xx), 0 for a constraint without a nonlinear part.
  *   grdval  out: gradients of the objective, then of constraint 0, 1, ..., one behind the other, each in the order that
  *           its grdsub has.
- *   hesval  out: Hessians of yo f, then of -yc[0] g_0, -yc[1] g_1, ..., each in the order of its hessubi; elements of the
- *           Lagrangian's Hessian are the sums of those at the same place. */
+ *   hesval  out: Hessians of yo f, then of -yc[0] g_0, -yc[1] g_1, ..., each in the order of its hessubi; elements of
+ *           the Lagrangian's Hessian are the sums of those at the same place. */
 typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, const double *yc, double *objval,
                                    double *conval, double *grdval, double *hesval);
 
@@ -2015,9 +2015,9 @@ TVN_API TVNrescodee TVN_removeall(TVNtask_t task, int32_t item);
  * Codes: TVN_RES_ERR_ARGUMENT_PERM_ARRAY. */
 TVN_API TVNrescodee TVN_permuteandremove(TVNtask_t task, int32_t accmode, int32_t newnum, const int32_t *perm);
 
-/* The nonlinear part of the problem; the problem is then of type TVN_PROBTYPE_GECO, or TVN_PROBTYPE_MIXED with cones. Two
- * null functions take it away; it stays when the data of the task are deleted. Such a task cannot be cloned
- * (TVN_RES_ERR_CANNOT_CLONE_NL) nor have its constraints permuted (TVN_RES_ERR_CANNOT_HANDLE_NL).
+/* The nonlinear part of the problem; the problem is then of type TVN_PROBTYPE_GECO, or TVN_PROBTYPE_MIXED with cones.
+ * Two null functions take it away; it stays when the data of the task are deleted. Such a task cannot be cloned
+ * (TVN_RES_ERR_CANNOT_CLONE_NL) nor have its constraints permuted (TVN_RES_ERR_CANNOT_HANDLE_NL). No file holds it.
  * Codes: TVN_RES_ERR_NULL_POINTER (one function without the other). */
 TVN_API TVNrescodee TVN_putnlfunc(TVNtask_t task, void *nlhandle, TVN_nlgetspfunc nlgetsp, TVN_nlgetvafunc nlgetva);
 /* Each output may be null. */
@@ -2157,15 +2157,15 @@ TVN_API TVNrescodee TVN_putsolini(TVNtask_t task, int32_t whichsol, int32_t flag
 TVN_API TVNrescodee TVN_putprosta(TVNtask_t task, int32_t whichsol, int32_t prosta);
 TVN_API TVNrescodee TVN_putsolsta(TVNtask_t task, int32_t whichsol, int32_t solsta);
 
-/* Objective values, computed from the problem; -1e30 and 1e30 after a failure. The dual one of a nonlinear problem is that
- * of the Lagrangian at the solution. Codes: TVN_RES_ERR_MIXED_PROBLEM. */
+/* Objective values, computed from the problem; -1e30 and 1e30 after a failure. The dual one of a nonlinear problem is
+ * that of the Lagrangian at the solution. Codes: TVN_RES_ERR_MIXED_PROBLEM. */
 TVN_API TVNrescodee TVN_getprimalobj(TVNtask_t task, int32_t whichsol, double *primalobj);
 TVN_API TVNrescodee TVN_getdualobj(TVNtask_t task, int32_t whichsol, double *dualobj);
 
 /* Violations of the items sub[0 .. num - 1], one output each: bounds, dual bounds, A x = xc, dual equations, cones,
  * dual cones, integrality (entries of continuous variables stay). normalize nonzero divides by the size of the data.
- * TVN_getpeqi counts the nonlinear terms of the constraints, TVN_getdeqi the gradient of user functions, but not that of
- * quadratic terms; TVN_getsolutioninf counts all.
+ * TVN_getpeqi counts the nonlinear terms of the constraints, TVN_getdeqi the gradient of user functions, but not that
+ * of quadratic terms; TVN_getsolutioninf counts all.
  * Codes: TVN_RES_ERR_INFEAS_UNDEFINED (no duals in the solution). */
 TVN_API TVNrescodee TVN_getpbi(TVNtask_t task, int32_t whichsol, int32_t accmode, const int32_t *sub, int32_t num,
                                double *pbi, int32_t normalize);

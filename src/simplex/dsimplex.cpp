@@ -7,6 +7,8 @@
 #include "simplex/dstate.h"
 
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 
 namespace tvn {
 
@@ -347,6 +349,7 @@ loop_state iterate(dual_state& s) {
   const double bound = sigma > 0 ? s.ub[r] : s.lb[r], step = (s.xb[r] - bound) / pivot;
   dsimplex_movebasics(s, step);
   dsimplex_updateweights(s, r, pivot);
+  s.st[0]+=s.rho.count; s.st[1]+=s.aq.count; s.st[2]+=s.tau.count;
   dsimplex_exchange(s, r, q, sigma > 0);
   s.xb[r] = s.x[q] + step;
   dsimplex_notechange(s, r);
@@ -418,6 +421,7 @@ void dsimplex_optimize(dual_state& s) {
     if (state == loop_state::finished) break;
   }
   clear_vectors(s);
+  if (getenv("DSTAT")) fprintf(stderr,"DSTAT iter %ld fact %ld setbacks %ld rowdens %g werr %d flips %ld deg %ld rho %g aq %g tau %g\n", s.iter, s.info.count[kind_dual].factorizations, s.setbacks, s.base.rowdensity, s.weighterrors, s.info.count[kind_dual].boundswaps, s.info.count[kind_dual].degenerate, s.st[0]/double(s.iter*s.work.m),s.st[1]/double(s.iter*s.work.m),s.st[2]/double(s.iter*s.work.m));
   store_xb(s);
   if (s.phase == 1 && s.info.solsta != sol_dual_infeas_cer) {
     dsimplex_setphasetwo(s);

@@ -79,6 +79,7 @@ struct dual_state {
   bool soon = false;     // the factor advised it
   bool fresh = false;    // xb and d were computed from scratch since the last pivot
   bool handover = false; // the primal simplex has to finish
+  double st[3] = {};
   int64_t iter = 0;      // of this run
   int64_t periodstart = 0, perioddeg = 0, kicks = 0;
   int64_t setbacks = 0;

@@ -129,37 +129,49 @@ void TVN_simplex_clearsolution(const lp_view& lp, lp_solution& sol) {
   TVN_simplex_clearduals(lp, sol);
 }
 
+namespace {
+
+// With presolve; false when the direct road has to go on: from the keys in sol when `again.hotstart` is set.
+bool solve_with_presolve(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                         const simplex_progress& progress, lp_solution& sol, simplex_param& again) {
+  editable_problem e;
+  TVN_simplex_copyeditable(sys, lp, e);
+  presolve_run run(sys, lp, param, info, progress, sol, e.p);
+  info.response = run.reduce();
+  if (info.response != simplex_code::ok) {
+    if (param.hotstart == 0) TVN_simplex_clearsolution(lp, sol);
+    info.solsta = sol_unknown;
+    return true;
+  }
+  if (info.prslv.status == prs_dual_infeas) return false; // a ray says nothing of feasible points
+  if (info.prslv.status == prs_prim_infeas) {
+    info.solsta = sol_prim_infeas_cer;
+    TVN_prslv_getcertificate(*run.ctx, sol);
+  } else {
+    run.solve_reduced();
+    if (info.solsta == sol_unknown && info.response == simplex_code::ok) return false;
+  }
+  run.back();
+  const int32_t claim = info.solsta;
+  if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) return true;
+  if (claim == sol_optimal) { // for the presolved problem, not for the user's: go on from its basis
+    again.hotstart = 6;
+    again.optimizer = kind_free;
+  }
+  return false;
+}
+
+} // namespace
+
 void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
                           const simplex_progress& progress, lp_solution& sol) {
   info.response = simplex_code::ok;
   if (crossing_bounds(lp, info, sol)) return;
   if (!presolve_wanted(param)) return TVN_simplex_solvedirectly(sys, lp, param, info, progress, sol);
-  editable_problem e;
-  TVN_simplex_copyeditable(sys, lp, e);
-  {
-    presolve_run run(sys, lp, param, info, progress, sol, e.p);
-    info.response = run.reduce();
-    if (info.response != simplex_code::ok) {
-      if (param.hotstart == 0) TVN_simplex_clearsolution(lp, sol);
-      return;
-    }
-    if (info.prslv.status == prs_prim_infeas || info.prslv.status == prs_dual_infeas) {
-      info.solsta = info.prslv.status == prs_prim_infeas ? sol_prim_infeas_cer : sol_dual_infeas_cer;
-      TVN_prslv_getcertificate(*run.ctx, sol);
-    } else {
-      run.solve_reduced();
-    }
-    run.back();
-  }
-  const int32_t claim = info.solsta;
-  const bool holds = TVN_simplex_settlestatus(sys, lp, param, info, sol);
-  if (info.response != simplex_code::ok) return;
-  if (holds && claim != sol_unknown) return;
-  // Optimal for the presolved problem, not for the user's: go on from its basis. A proof that fails: begin anew.
   simplex_param again = param;
-  again.presolve = 0;
-  again.optimizer = claim == sol_optimal ? static_cast<int32_t>(kind_free) : param.optimizer;
-  again.hotstart = claim == sol_optimal ? 6 : 0;
+  again.presolve = again.hotstart = 0;
+  if (solve_with_presolve(sys, lp, param, info, progress, sol, again)) return;
+  info.response = simplex_code::ok;
   const auto iterations = [&] { return info.count[kind_primal].iterations + info.count[kind_dual].iterations; };
   const int64_t before = iterations();
   TVN_simplex_solvedirectly(sys, lp, again, info, progress, sol);

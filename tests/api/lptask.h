@@ -52,10 +52,11 @@ inline outcome basic_solution(TVNtask_t task, const lp_case& p) {
   return a;
 }
 
-inline int32_t primal_iterations(TVNtask_t task) {
-  int32_t n = -1;
-  EXPECT_EQ(TVN_getintinf(task, TVN_IINF_SIM_PRIMAL_ITER, &n), TVN_RES_OK);
-  return n;
+inline int32_t simplex_iterations(TVNtask_t task) {
+  int32_t primal = -1, dual = -1;
+  EXPECT_EQ(TVN_getintinf(task, TVN_IINF_SIM_PRIMAL_ITER, &primal), TVN_RES_OK);
+  EXPECT_EQ(TVN_getintinf(task, TVN_IINF_SIM_DUAL_ITER, &dual), TVN_RES_OK);
+  return primal + dual;
 }
 
 inline void negate(std::vector<double>& v) {
