@@ -130,6 +130,7 @@ TEST(KnownOptimum, IsTheSameUnderEveryRuleAndScaling) {
         param.selection = param.dualselection = selection;
         param.scaling = scaling;
         param.restrictpct = scaling == 4 ? 90 : 50;
+        param.presolve = scaling == 1;
         const outcome o = solve(k.p, param);
         ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
         expect_optimal(k.p, o.point, k.objective, 1e-8);
@@ -166,6 +167,7 @@ TEST(KnownOptimum, SurvivesBadUnitsWithAndWithoutPerturbation) {
       param.selection = param.dualselection = static_cast<int32_t>(seed % 6);
       param.degen = static_cast<int32_t>(seed / 6 % 5);
       param.maxiterations = 50000; // a stall shows as the limit
+      param.presolve = seed % 3 == 0;
       const outcome o = solve(p, param);
       ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
       EXPECT_NEAR(o.info.objective, k.objective, 1e-6 * (1 + std::fabs(k.objective)));
@@ -293,32 +295,40 @@ TEST(NotFinite, DataNeverGiveAnOptimum) {
       k.p.val[rng() % k.p.val.size()] = nan;
     tvn::simplex_param param = by(kinds[seed / 4 % 3]);
     param.maxiterations = 5000;
+    param.presolve = static_cast<int32_t>(seed / 12 % 2);
     EXPECT_NE(solve(k.p, param).info.solsta, tvn::sol_optimal);
   }
 }
 
 TEST(Trivial, ProblemsWithoutRowsOrColumnsAndCrossingBoundsAreSettled) {
-  lp_case none;
-  none.beg = {0};
-  EXPECT_EQ(solve(none).info.solsta, tvn::sol_optimal);
-  lp_case free_rows = none;
-  free_rows.m = 2;
-  free_rows.blc = {-1e30, -1};
-  free_rows.buc = {1e30, 1};
-  EXPECT_EQ(solve(free_rows).info.solsta, tvn::sol_optimal);
-  lp_case columns;
-  columns.n = 3;
-  columns.beg = {0, 0, 0, 0};
-  columns.c = {1, -1, 0};
-  columns.blx = {2, -5, -1e30};
-  columns.bux = {1e30, 4, 1e30};
-  const outcome o = solve(columns);
-  ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
-  EXPECT_DOUBLE_EQ(o.info.objective, -2);
-  columns.bux[1] = 1e30;
-  EXPECT_EQ(solve(columns).info.solsta, tvn::sol_dual_infeas_cer);
-  columns.bux[1] = -6;
-  const outcome crossed = solve(columns);
-  EXPECT_EQ(crossed.info.solsta, tvn::sol_prim_infeas_cer);
-  EXPECT_TRUE(judge_infeasible(columns, crossed.point) <= 1e-12);
+  for (const int32_t presolve : {0, 1}) {
+    const auto settled = [&](lp_case& p) {
+      tvn::simplex_param param;
+      param.presolve = presolve;
+      return solve(p, param);
+    };
+    lp_case none;
+    none.beg = {0};
+    EXPECT_EQ(settled(none).info.solsta, tvn::sol_optimal);
+    lp_case free_rows = none;
+    free_rows.m = 2;
+    free_rows.blc = {-1e30, -1};
+    free_rows.buc = {1e30, 1};
+    EXPECT_EQ(settled(free_rows).info.solsta, tvn::sol_optimal);
+    lp_case columns;
+    columns.n = 3;
+    columns.beg = {0, 0, 0, 0};
+    columns.c = {1, -1, 0};
+    columns.blx = {2, -5, -1e30};
+    columns.bux = {1e30, 4, 1e30};
+    const outcome o = settled(columns);
+    ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
+    EXPECT_DOUBLE_EQ(o.info.objective, -2);
+    columns.bux[1] = 1e30;
+    EXPECT_EQ(settled(columns).info.solsta, tvn::sol_dual_infeas_cer);
+    columns.bux[1] = -6;
+    const outcome crossed = settled(columns);
+    EXPECT_EQ(crossed.info.solsta, tvn::sol_prim_infeas_cer);
+    EXPECT_TRUE(judge_infeasible(columns, crossed.point) <= 1e-12);
+  }
 }

@@ -53,12 +53,18 @@ void expect_exact(uint64_t seed, const tvn::simplex_param& param) {
   }
 }
 
+uint64_t num_seeds(uint64_t usual) {
+  const char* s = std::getenv("TOVAN_SEEDS");
+  return s ? std::strtoull(s, nullptr, 10) : usual;
+}
+
 uint64_t first_seed() {
   const char* s = std::getenv("TOVAN_SEED");
   return s ? std::strtoull(s, nullptr, 10) : 1;
 }
 
-void expect_all_exact(tvn::simplex_kind kind, uint64_t num) {
+void expect_all_exact(tvn::simplex_kind kind, uint64_t usual) {
+  const uint64_t num = num_seeds(usual);
   const uint64_t first = first_seed();
   std::printf("seeds %llu to %llu\n", static_cast<unsigned long long>(first),
               static_cast<unsigned long long>(first + num - 1));
@@ -70,6 +76,8 @@ void expect_all_exact(tvn::simplex_kind kind, uint64_t num) {
     param.degen = static_cast<int32_t>(seed / 6 % 5);
     param.restrictpct = seed % 7 == 0 ? 80 : 50;
     param.refactorfreq = seed % 11 == 0 ? 1 : 0;
+    param.presolve = static_cast<int32_t>(seed % 2);
+    param.prslv.tolx = param.prslv.tols = 1e-8;
     expect_exact(seed, param);
   }
 }
