@@ -35,7 +35,7 @@ void check_header(const dual_state& s) {
     const int32_t j = s.fac.head[k];
     if (s.fac.pos[j] != k) breach(s, "header and position", k, s.fac.pos[j], k);
     if (s.key[j] != sk_bas || s.inlist[j] || s.move[j] != 0) breach(s, "key of a basic", j, s.key[j], sk_bas);
-    if (s.lb[k] != s.lo[j] || s.ub[k] != s.up[j]) breach(s, "bounds of a basic", k, s.lb[k], s.lo[j]);
+    if (s.basic[k].lo != s.lo[j] || s.basic[k].up != s.up[j]) breach(s, "bounds of a basic", k, s.basic[k].lo, s.lo[j]);
   }
 }
 
@@ -54,7 +54,7 @@ void check_rows(const dual_state& s) {
   const simplex_work& w = s.work;
   buffer<long double> act(s.sys, w.m);
   buffer<double> largest(s.sys, w.m, 0.0);
-  const auto value = [&](int32_t j) { return s.fac.pos[j] >= 0 ? s.xb[s.fac.pos[j]] : s.x[j]; };
+  const auto value = [&](int32_t j) { return s.fac.pos[j] >= 0 ? s.basic[s.fac.pos[j]].x : s.x[j]; };
   for (int32_t i = 0; i < w.m; i++) act[i] = -value(i);
   for (int32_t k = 0; k < w.n; k++)
     for (int64_t p = w.colbeg[k]; p < w.colbeg[k + 1]; p++) {
@@ -88,19 +88,21 @@ void check_duals(dual_state& s) {
 void check_weight(dual_state& s) {
   if (s.work.m == 0 || s.method != sel_se || !s.exactweights) return;
   const auto k = static_cast<int32_t>(s.iter * 7919 % s.work.m);
-  if (s.weight[k] >= 1e15) return;
+  if (s.basic[k].weight >= 1e15) return;
   TVN_simplex_rowofinverse(s.base, k);
   double norm = 1;
   for (int32_t p = 0; p < s.rho.count; p++) norm += s.rho.val[s.rho.idx[p]] * s.rho.val[s.rho.idx[p]];
   s.rho.clear();
-  if (!(std::fabs(s.weight[k] - norm) <= tolweight * norm)) breach(s, "weight", k, s.weight[k], norm);
+  if (!(std::fabs(s.basic[k].weight - norm) <= tolweight * norm)) breach(s, "weight", k, s.basic[k].weight, norm);
 }
 
 void check_lists(const dual_state& s) {
   for (int32_t k = 0; k < s.work.m; k++) {
-    const double v = std::max(s.lb[k] - s.xb[k], s.xb[k] - s.ub[k]), want = v > s.tolfeas ? v * v : 0.0;
-    if (s.infeas[k] != want) breach(s, "infeasibility", k, s.infeas[k], want);
-    if (want > 0 && !s.listed[k]) breach(s, "list of infeasibilities", k, 0, 1);
+    const dual_basic& b = s.basic[k];
+    const double v = std::max(b.lo - b.x, b.x - b.up), want = v > s.tolfeas ? v * v : 0.0;
+    if (b.infeas != want) breach(s, "infeasibility", k, b.infeas, want);
+    if (want > 0 && !(b.listed & on_list)) breach(s, "list of infeasibilities", k, 0, 1);
+    if (want > 0 && want >= s.cutoff * b.weight && !(b.listed & on_top)) breach(s, "short list", k, want, s.cutoff);
   }
   for (const spvec* v : {&s.spike, &s.colrow, &s.aq, &s.unit, &s.rho, &s.tau, &s.alpha}) {
     if (v->count != 0) breach(s, "scratch vector in use", -1, v->count, 0);

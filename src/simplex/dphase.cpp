@@ -28,8 +28,8 @@ double true_infeasibility(const simplex_work& w, int32_t j, double d) {
 
 void copy_bounds_of_basics(dual_state& s) {
   for (int32_t k = 0; k < s.work.m; k++) {
-    s.lb[k] = s.lo[s.fac.head[k]];
-    s.ub[k] = s.up[s.fac.head[k]];
+    s.basic[k].lo = s.lo[s.fac.head[k]];
+    s.basic[k].up = s.up[s.fac.head[k]];
   }
 }
 
@@ -125,7 +125,7 @@ void dsimplex_setphasetwo(dual_state& s) {
 
 void dsimplex_formxb(dual_state& s) {
   TVN_simplex_formxb(s.fac, s.x);
-  for (int32_t k = 0; k < s.work.m; k++) s.xb[k] = s.x[s.fac.head[k]];
+  for (int32_t k = 0; k < s.work.m; k++) s.basic[k].x = s.x[s.fac.head[k]];
   dsimplex_rebuildlist(s);
 }
 

@@ -25,18 +25,36 @@ bool acceptable(double p, double largest) {
          (p >= 10 || ratio <= 1000);
 }
 
+// Candidates hold the distance of the reduced cost from zero as ratio until sort_front divides.
 int32_t collect(dual_state& s, double sigma) {
   const double* const alpha = s.alpha.val.data();
+  const double* const d = s.d.data();
+  const int8_t* const move = s.move.data();
+  const int32_t* const idx = s.alpha.idx.data();
+  dual_candidate* const cand = s.cand.data();
+  const double tolpiv = s.tolpiv;
   int32_t num = 0;
   for (int32_t p = 0; p < s.alpha.count; p++) {
-    const int32_t j = s.alpha.idx[p], mv = s.move[j];
-    if (mv == 0) continue;
-    const double a = mv == 2 ? std::fabs(alpha[j]) : mv * sigma * alpha[j];
-    if (!(a > s.tolpiv)) continue;
-    const double ratio = mv == 2 ? 0.0 : mv * s.d[j] / a;
-    if (std::fabs(ratio) < bound_infinity) s.cand[num++] = {ratio, a, j}; // data may be NaN
+    const int32_t j = idx[p];
+    const double mv = move[j], a = mv * sigma * alpha[j], reduced = mv * d[j];
+    cand[num] = {reduced, a, j};
+    num += static_cast<int32_t>(a > tolpiv) | static_cast<int32_t>(mv == 2);
   }
   return num;
+}
+
+// Free variables and data that are not finite, which collect passes unseen.
+int32_t mend(dual_state& s, int32_t num) {
+  int32_t kept = 0;
+  for (int32_t p = 0; p < num; p++) {
+    dual_candidate c = s.cand[p];
+    if (s.move[c.j] == 2) {
+      c.ratio = 0;
+      c.pivot = std::fabs(0.5 * c.pivot);
+    }
+    if (c.pivot > s.tolpiv && c.ratio < bound_infinity) s.cand[kept++] = c;
+  }
+  return kept;
 }
 
 double slope_loss(const dual_state& s, const dual_candidate& c) {
@@ -46,20 +64,18 @@ double slope_loss(const dual_state& s, const dual_candidate& c) {
 
 // Brings the candidates that a step with positive slope can pass, and a few more, to the front; returns their number.
 int32_t reduce(dual_state& s, int32_t num, double slope) {
+  dual_candidate* const cand = s.cand.data();
   int32_t kept = 0;
-  double limit = firststep;
+  double limit = std::max(firststep, s.laststep);
   while (kept < num) {
-    double next = HUGE_VAL;
     for (int32_t p = kept; p < num; p++) {
-      dual_candidate& c = s.cand[p];
-      if (c.ratio <= limit) {
-        slope -= slope_loss(s, c);
-        std::swap(c, s.cand[kept++]);
-      } else {
-        next = std::min(next, c.ratio);
-      }
+      if (cand[p].ratio > limit * cand[p].pivot) continue;
+      slope -= slope_loss(s, cand[p]);
+      std::swap(cand[p], cand[kept++]);
     }
-    if (slope < 0) break;
+    if (slope < 0 || kept == num) break;
+    double next = HUGE_VAL;
+    for (int32_t p = kept; p < num; p++) next = std::min(next, cand[p].ratio / cand[p].pivot);
     limit = growstep * std::max(limit, next);
   }
   return kept;
@@ -72,8 +88,9 @@ bool earlier(const dual_candidate& a, const dual_candidate& b) {
 } // namespace
 
 dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta) {
-  const int32_t all = collect(s, sigma), num = reduce(s, all, delta);
+  const int32_t num = reduce(s, mend(s, collect(s, sigma)), delta);
   dual_candidate* const c = s.cand.data();
+  for (int32_t p = 0; p < num; p++) c[p].ratio /= c[p].pivot;
   std::sort(c, c + num, earlier);
   double least = HUGE_VAL;
   for (int32_t p = num - 1; p >= 0; p--) {

@@ -1,9 +1,9 @@
 // The loop of the dual simplex: price, row, ratio, column, check, update; recomputation and recovery around it.
 //
-// Each named step answers go on, recompute (the factor, xb and d are made fresh before the next pricing) or finished
-// (s.base.stop and s.info.solsta say how). A verdict is reached only on fresh data; optimality on the true costs, and
-// when those have become dual infeasible the primal simplex is asked to finish. It is a verdict on the working problem,
-// and the frame proves it on the user's data.
+// Each named step answers go on, recompute (the factor, values and d are made fresh before the next pricing) or
+// finished (s.base.stop and s.info.solsta say how). A verdict is reached only on fresh data; optimality on the true
+// costs, and when those have become dual infeasible the primal simplex is asked to finish. It is a verdict on the
+// working problem, and the frame proves it on the user's data.
 #include "simplex/dstate.h"
 
 #include <cmath>
@@ -19,7 +19,7 @@ constexpr int64_t tightreserve = 100; // iterations left: smaller tolerance of t
 constexpr double tolpivmax = 1e-5, tolpivmin = 1e-10;
 constexpr int32_t maxupdates = 500;   // on one factor, whatever the cost of a solve says
 constexpr int32_t minupdates = 10;    // after any number of singular bases
-constexpr double smallpivot = 1e-5;   // below it a pivot is taken on a fresh factor only
+static const double smallpivot = getenv("SP")?atof(getenv("SP")):1e-5;
 constexpr double bannedweight = 1e15; // of a row whose pivot failed
 constexpr double smallstep = 1e-12;   // dual steps up to this count as degenerate
 constexpr double weightslack = 0.25;  // a weight below this part of the true one is put right before the row may leave
@@ -44,7 +44,7 @@ int64_t total_iterations(const dual_state& s) {
 }
 
 void store_xb(dual_state& s) {
-  for (int32_t k = 0; k < s.work.m; k++) s.x[s.fac.head[k]] = s.xb[k];
+  for (int32_t k = 0; k < s.work.m; k++) s.x[s.fac.head[k]] = s.basic[k].x;
 }
 
 void set_objective(dual_state& s) {
@@ -83,7 +83,7 @@ loop_state setback(dual_state& s) {
 void save_basis(dual_state& s) {
   std::copy(s.fac.head.begin(), s.fac.head.end(), s.savedhead.begin());
   std::copy(s.key.begin(), s.key.end(), s.savedkey.begin());
-  std::copy(s.weight.begin(), s.weight.end(), s.savedweight.begin());
+  for (int32_t k = 0; k < s.work.m; k++) s.savedweight[k] = s.basic[k].weight;
   s.savediter = s.iter;
 }
 
@@ -94,7 +94,7 @@ loop_state backtrack(dual_state& s) {
   s.savediter = s.iter;
   std::copy(s.savedhead.begin(), s.savedhead.end(), s.fac.head.begin());
   std::copy(s.savedkey.begin(), s.savedkey.end(), s.key.begin());
-  std::copy(s.savedweight.begin(), s.savedweight.end(), s.weight.begin());
+  for (int32_t k = 0; k < s.work.m; k++) s.basic[k].weight = s.savedweight[k];
   std::fill(s.fac.pos.begin(), s.fac.pos.end(), -1);
   for (int32_t k = 0; k < s.work.m; k++) s.fac.pos[s.fac.head[k]] = k;
   for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
@@ -112,7 +112,7 @@ loop_state follow_repair(dual_state& s, int32_t num) {
     if (!s.work.is_fixed(leaving)) TVN_simplex_setlisted(s.base, leaving, true);
     s.key[entering] = sk_bas;
     TVN_simplex_restnonbasic(s.base, leaving, sk_unk);
-    s.weight[s.fac.pos[entering]] = 2;
+    s.basic[s.fac.pos[entering]].weight = 2;
   }
   dsimplex_placenonbasics(s);
   s.info.count[kind_dual].artificials += num;
@@ -195,7 +195,7 @@ void begin_phase(dual_state& s, int32_t phase) {
   s.info.forcelog = true;
 }
 
-// Fresh factor, d, signs and xb.
+// Fresh factor, d, signs and values.
 loop_state recompute(dual_state& s) {
   if (refactor(s) == loop_state::finished) return loop_state::finished;
   dsimplex_formd(s);
@@ -257,7 +257,7 @@ loop_state infeasible(dual_state& s, int32_t r, double sigma) {
     s.tolpiv = tolpivmin;
     TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 2 * TVN_lu_gettol(s.fac.factor, 2)));
   } else {
-    s.weight[r] = bannedweight;
+    s.basic[r].weight = bannedweight;
   }
   return setback(s);
 }
@@ -271,8 +271,8 @@ int32_t choose_row(dual_state& s) {
     if (s.method != sel_se && s.method != sel_ase) return r;
     double norm = 1;
     for (int32_t p = 0; p < s.rho.count; p++) norm += s.rho.val[s.rho.idx[p]] * s.rho.val[s.rho.idx[p]];
-    const double kept = s.weight[r];
-    if (kept < bannedweight || kept < norm) s.weight[r] = norm;
+    const double kept = s.basic[r].weight;
+    if (kept < bannedweight || kept < norm) s.basic[r].weight = norm;
     if (kept >= weightslack * norm || s.method == sel_ase) return r;
     s.weighterrors++;
     s.rho.clear();
@@ -297,7 +297,7 @@ loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
   }
   if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
   // On a fresh factor the row itself is bad.
-  s.weight[r] = bannedweight;
+  s.basic[r].weight = bannedweight;
   TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 1.5 * TVN_lu_gettol(s.fac.factor, 2)));
   return setback(s);
 }
@@ -330,10 +330,12 @@ void count_iteration(dual_state& s, double step) {
 loop_state iterate(dual_state& s) {
   const int32_t r = choose_row(s);
   if (r < 0) return end_of_pricing(s);
-  const double below = s.lb[r] - s.xb[r], above = s.xb[r] - s.ub[r], sigma = below > above ? -1.0 : 1.0;
+  dual_basic& b = s.basic[r];
+  const double below = b.lo - b.x, above = b.x - b.up, sigma = below > above ? -1.0 : 1.0;
   TVN_simplex_formrow(s.base);
   const dual_ratio ratio = dsimplex_minratio(s, sigma, std::max(below, above));
   if (ratio.q < 0) return infeasible(s, r, sigma);
+  s.laststep = ratio.step;
   const int32_t q = ratio.q, leaving = s.fac.head[r];
   TVN_simplex_solvecolumn(s.base, q);
   const double arow = s.alpha.val[q], pivot = s.aq.val[r];
@@ -346,13 +348,14 @@ loop_state iterate(dual_state& s) {
     s.perturbed = true;
   }
   dsimplex_updateduals(s, q, leaving, s.d[q] / arow);
-  const double bound = sigma > 0 ? s.ub[r] : s.lb[r], step = (s.xb[r] - bound) / pivot;
-  dsimplex_movebasics(s, step);
-  dsimplex_updateweights(s, r, pivot);
-  s.st[0]+=s.rho.count; s.st[1]+=s.aq.count; s.st[2]+=s.tau.count;
+  const double step = (b.x - (sigma > 0 ? b.up : b.lo)) / pivot;
+  dsimplex_updatebasics(s, r, step, pivot);
+  s.st[0] += s.rho.count;
+  s.st[1] += s.aq.count;
+  s.st[2] += s.tau.count;
   dsimplex_exchange(s, r, q, sigma > 0);
-  s.xb[r] = s.x[q] + step;
-  dsimplex_notechange(s, r);
+  b.x = s.x[q] + step;
+  dsimplex_notechange(s, r, b);
   s.fresh = false;
   count_iteration(s, ratio.step);
   return update_factor(s, r);
@@ -371,10 +374,9 @@ void allocate(dual_state& s) {
   const int64_t m = s.work.m, total = s.work.total;
   s.cost.reset(sys, total);
   s.move.reset(sys, total, int8_t{0});
-  for (auto* b : {&s.xb, &s.lb, &s.ub, &s.infeas}) b->reset(sys, m, 0.0);
-  s.weight.reset(sys, m);
+  s.basic.reset(sys, m, dual_basic{});
+  s.top.reset(sys, m);
   s.list.reset(sys, m);
-  s.listed.reset(sys, m, uint8_t{0});
   s.cand.reset(sys, total);
   s.relaxed.reset(sys, total);
   s.groupend.reset(sys, total + 1);
@@ -386,7 +388,7 @@ void allocate(dual_state& s) {
 
 void start(dual_state& s) {
   allocate(s);
-  s.tolfeas = std::min(1e-7, s.param.tolx);
+  s.tolfeas = std::min(1e-8, s.param.tolx);
   s.told = std::min(1e-7, s.param.tols);
   s.tolratio = 0.3 * s.told;
   s.tolpiv = s.param.tolabspiv;
@@ -421,7 +423,10 @@ void dsimplex_optimize(dual_state& s) {
     if (state == loop_state::finished) break;
   }
   clear_vectors(s);
-  if (getenv("DSTAT")) fprintf(stderr,"DSTAT iter %ld fact %ld setbacks %ld rowdens %g werr %d flips %ld deg %ld rho %g aq %g tau %g\n", s.iter, s.info.count[kind_dual].factorizations, s.setbacks, s.base.rowdensity, s.weighterrors, s.info.count[kind_dual].boundswaps, s.info.count[kind_dual].degenerate, s.st[0]/double(s.iter*s.work.m),s.st[1]/double(s.iter*s.work.m),s.st[2]/double(s.iter*s.work.m));
+  if (getenv("DSTAT")) {
+    const double im = double(s.iter) * s.work.m;
+    fprintf(stderr, "DSTAT fact %ld setb %ld werr %d flips %ld deg %ld rho %.3f aq %.3f tau %.3f alpha %.3f\n", s.info.count[kind_dual].factorizations, s.setbacks, s.weighterrors, s.info.count[kind_dual].boundswaps, s.info.count[kind_dual].degenerate, s.st[0] / im, s.st[1] / im, s.st[2] / im, s.st[3] / (double(s.iter) * s.work.total));
+  }
   store_xb(s);
   if (s.phase == 1 && s.info.solsta != sol_dual_infeas_cer) {
     dsimplex_setphasetwo(s);

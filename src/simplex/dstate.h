@@ -1,11 +1,11 @@
 // The state of a dual simplex run and the pieces of its loop. What it shares with other optimizers lies in state.h and
 // is seen here under the same names.
 //
-// The values of the basics lie by position in xb while the loop runs and go to x at its end. Phase one is phase two on
-// a problem with other bounds (a box around zero), so the loop knows no difference.
+// The values of the basics lie by position in `basic` while the loop runs and go to x at its end. Phase one is phase
+// two on a problem with other bounds (a box around zero), so the loop knows no difference.
 //
-// Who spoils what: a pivot spoils nothing that is maintained (xb, d, weights, factor), each carries its rounding; a
-// refactorisation makes xb and d fresh and keeps the weights. Changing working bounds spoils xb, changing costs
+// Who spoils what: a pivot spoils nothing that is maintained (values, d, weights, factor), each carries its rounding; a
+// refactorisation makes values and d fresh and keeps the weights. Changing working bounds spoils values, changing costs
 // spoils d.
 #pragma once
 
@@ -14,6 +14,16 @@
 #include <cmath>
 
 namespace tvn {
+
+// What pricing and update want of a basis position, together in one line of the cache.
+struct dual_basic {
+  double x;        // value
+  double lo, up;   // working bounds
+  double infeas;   // squared distance to the violated bound, 0 within tolerance
+  double weight;   // 1 + squared norm of the row of the inverse, or its stand-in
+  uint32_t listed; // on_list, on_top
+};
+constexpr uint32_t on_list = 1, on_top = 2;
 
 // Candidate of the ratio test.
 struct dual_candidate {
@@ -48,17 +58,16 @@ struct dual_state {
   bool allowperturb = true;
   buffer<int8_t> move; // [total] direction off the bound: +1 at lower, -1 at upper, 2 free, 0 none
 
-  // By position.
-  buffer<double> xb, lb, ub; // [m] value and working bounds of the basics
-  buffer<double> weight;     // [m] 1 + squared norm of the row of the inverse, or its stand-in
-  buffer<double> infeas;     // [m] squared distance to the violated bound, 0 within tolerance
-  buffer<int32_t> list;      // [m] positions that may be infeasible; others are not
-  buffer<uint8_t> listed;    // [m] is in it
-  int32_t numlist = 0;
+  buffer<dual_basic> basic; // [m] by position
+  buffer<int32_t> list;     // [m] positions that may be infeasible; others are not
+  buffer<int32_t> top;      // [m] those of them whose score may reach the cutoff; others do not
+  int32_t numlist = 0, numtop = 0;
+  double cutoff = 0;
   int32_t method = sel_se;
   int32_t weighterrors = 0;
   bool exactweights = false; // begun at a slack basis and kept since
 
+  double laststep = 0;              // of the last iteration, the first guess of the next
   buffer<dual_candidate> cand;      // [total] of the ratio test
   buffer<double> relaxed;           // [total] least relaxed ratio from here to the end of the sorted candidates
   buffer<int32_t> groupend;         // [total + 1]
@@ -79,8 +88,8 @@ struct dual_state {
   bool soon = false;     // the factor advised it
   bool fresh = false;    // xb and d were computed from scratch since the last pivot
   bool handover = false; // the primal simplex has to finish
-  double st[3] = {};
-  int64_t iter = 0;      // of this run
+  double st[8] = {};
+  int64_t iter = 0; // of this run
   int64_t periodstart = 0, perioddeg = 0, kicks = 0;
   int64_t setbacks = 0;
   int32_t losses = 0;                              // fresh objectives in a row that fell by more than a tenth
@@ -103,11 +112,24 @@ void dsimplex_setphasetwo(dual_state& s);
 // position.
 void dsimplex_restnonbasics(dual_state& s);
 void dsimplex_placenonbasics(dual_state& s);
-// xb from scratch.
+// Values of the basics from scratch.
 void dsimplex_formxb(dual_state& s);
 
 // --- pricing (dprice.cpp)
-void dsimplex_notechange(dual_state& s, int32_t k) noexcept; // infeasibility of position k from xb
+// After a change of value or weight of position k.
+inline void dsimplex_notechange(dual_state& s, int32_t k, dual_basic& b) noexcept {
+  const double v = std::max(b.lo - b.x, b.x - b.up);
+  if (!(v > s.tolfeas)) {
+    b.infeas = 0;
+    return;
+  }
+  b.infeas = v * v;
+  if (!(b.listed & on_list)) s.list[s.numlist++] = k;
+  b.listed |= on_list;
+  if ((b.listed & on_top) || b.infeas < s.cutoff * b.weight) return;
+  b.listed |= on_top;
+  s.top[s.numtop++] = k;
+}
 void dsimplex_rebuildlist(dual_state& s) noexcept;
 int32_t dsimplex_select(dual_state& s);
 void dsimplex_resetweights(dual_state& s);
@@ -119,8 +141,8 @@ dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta);
 void dsimplex_setmove(dual_state& s, int32_t j) noexcept;
 void dsimplex_flip(dual_state& s, int32_t numflips);
 void dsimplex_updateduals(dual_state& s, int32_t q, int32_t leaving, double theta);
-void dsimplex_updateweights(dual_state& s, int32_t r, double pivot);
-void dsimplex_movebasics(dual_state& s, double step);
+// Values and weights of the basics that aq touches; r: the leaving position.
+void dsimplex_updatebasics(dual_state& s, int32_t r, double step, double pivot);
 void dsimplex_exchange(dual_state& s, int32_t r, int32_t q, bool to_upper);
 
 // --- perturbation (dperturb.cpp)

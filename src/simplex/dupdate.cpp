@@ -12,7 +12,7 @@ namespace {
 
 constexpr double maxweight = 1e20;
 
-// Weights stay within [1, 1e20]; a little noise keeps ties apart.
+// Weights are kept within [1, 1e20]; a little noise keeps ties apart.
 double bounded(dual_state& s, double w) {
   if (!(w >= 1)) return 1 + 1e-8 * TVN_simplex_random(s.info.randomstate);
   return w > maxweight ? maxweight * (1 - 1e-8 * TVN_simplex_random(s.info.randomstate)) : w;
@@ -56,8 +56,8 @@ void dsimplex_flip(dual_state& s, int32_t numflips) {
   TVN_lu_ftranus(s.fac.factor, sum, s.unit, 0.0, 1e-16);
   for (int32_t p = 0; p < s.unit.count; p++) {
     const int32_t k = s.unit.idx[p];
-    s.xb[k] -= s.unit.val[k];
-    dsimplex_notechange(s, k);
+    s.basic[k].x -= s.unit.val[k];
+    dsimplex_notechange(s, k, s.basic[k]);
   }
   s.unit.clear();
   s.info.count[kind_dual].boundswaps += numflips;
@@ -75,30 +75,24 @@ void dsimplex_updateduals(dual_state& s, int32_t q, int32_t leaving, double thet
   s.d[leaving] = -theta;
 }
 
-void dsimplex_updateweights(dual_state& s, int32_t r, double pivot) {
-  if (s.method == sel_full || s.method == sel_partial) return;
-  const bool exact = s.method == sel_se;
-  const double wr = s.weight[r], norm = exact || s.method == sel_ase ? wr - 1 : wr;
+void dsimplex_updatebasics(dual_state& s, int32_t r, double step, double pivot) {
+  const double* const aq = s.aq.val.data();
+  const double* const tau = s.tau.val.data();
+  const bool exact = s.method == sel_se, weighted = s.method != sel_full && s.method != sel_partial;
+  const double wr = s.basic[r].weight, norm = exact || s.method == sel_ase ? wr - 1 : wr;
   for (int32_t p = 0; p < s.aq.count; p++) {
     const int32_t k = s.aq.idx[p];
-    if (k == r) continue;
-    const double ratio = s.aq.val[k] / pivot;
-    if (exact) {
-      const double w = s.weight[k] + ratio * (ratio * norm - 2 * s.tau.val[k]);
-      s.weight[k] = bounded(s, w);
-    } else {
-      s.weight[k] = bounded(s, std::max(s.weight[k], 1 + ratio * ratio * norm));
+    dual_basic& b = s.basic[k];
+    b.x -= step * aq[k];
+    if (weighted) {
+      const double ratio = aq[k] / pivot;
+      const double w =
+          exact ? b.weight + ratio * (ratio * norm - 2 * tau[k]) : std::max(b.weight, 1 + ratio * ratio * norm);
+      b.weight = w >= 1 && w <= maxweight ? w : bounded(s, w);
     }
+    dsimplex_notechange(s, k, b);
   }
-  s.weight[r] = bounded(s, 1 + norm / (pivot * pivot));
-}
-
-void dsimplex_movebasics(dual_state& s, double step) {
-  for (int32_t p = 0; p < s.aq.count; p++) {
-    const int32_t k = s.aq.idx[p];
-    s.xb[k] -= step * s.aq.val[k];
-    dsimplex_notechange(s, k);
-  }
+  if (weighted) s.basic[r].weight = bounded(s, 1 + norm / (pivot * pivot));
 }
 
 void dsimplex_exchange(dual_state& s, int32_t r, int32_t q, bool to_upper) {
@@ -114,8 +108,8 @@ void dsimplex_exchange(dual_state& s, int32_t r, int32_t q, bool to_upper) {
   dsimplex_setmove(s, leaving);
   TVN_simplex_setlisted(s.base, q, false);
   if (!fixed) TVN_simplex_setlisted(s.base, leaving, true);
-  s.lb[r] = s.lo[q];
-  s.ub[r] = s.up[q];
+  s.basic[r].lo = s.lo[q];
+  s.basic[r].up = s.up[q];
 }
 
 } // namespace tvn

@@ -10,10 +10,10 @@ namespace tvn {
 
 namespace {
 
-constexpr double droprow = 1e-14;   // entries of rho at or below this are skipped
-constexpr double densealpha = 0.25; // share of nonzeros in the pivot row from which on no list is kept on the way
-constexpr double denserho = 0.3;    // share of nonzeros in rho from which on the product goes by columns
-constexpr double memory = 0.9;      // of the running density
+constexpr double droprow = 1e-14;  // entries of rho and of the pivot row at or below this are left out
+constexpr double densealpha = 0.1; // share of nonzeros in the pivot row from which on no list is kept on the way
+constexpr double denserho = 0.3;   // share of nonzeros in rho from which on the product goes by columns
+constexpr double memory = 0.9;     // of the running density
 
 int64_t row_by_list(simplex_state& s) {
   const simplex_work& w = s.work;
@@ -29,7 +29,7 @@ int64_t row_by_list(simplex_state& s) {
     const int32_t i = s.rho.idx[p];
     const double r = rho[i];
     if (std::fabs(r) <= droprow) continue;
-    if (s.inlist[i] && s.fac.pos[i] < 0) {
+    if (s.inlist[i]) {
       val[i] = -r;
       idx[count++] = i;
     }
@@ -49,13 +49,16 @@ int64_t row_by_list(simplex_state& s) {
   return met;
 }
 
-// Lists what is not zero among the structurals, behind the logicals that are listed already.
+// Lists what counts among the structurals, behind the logicals that are listed already.
 void list_structurals(simplex_state& s, int32_t count) {
-  const double* const val = s.alpha.val.data();
+  double* const val = s.alpha.val.data();
   int32_t* const idx = s.alpha.idx.data();
   for (int32_t j = s.work.m; j < s.work.total; j++) {
-    idx[count] = j;
-    count += val[j] != 0.0;
+    if (val[j] == 0.0) continue;
+    if (std::fabs(val[j]) <= droprow)
+      val[j] = 0.0;
+    else
+      idx[count++] = j;
   }
   s.alpha.count = count;
 }
@@ -64,7 +67,7 @@ int32_t logicals_of_row(simplex_state& s) {
   int32_t count = 0;
   for (int32_t p = 0; p < s.rho.count; p++) {
     const int32_t i = s.rho.idx[p];
-    if (!s.inlist[i] || s.fac.pos[i] >= 0 || std::fabs(s.rho.val[i]) <= droprow) continue;
+    if (!s.inlist[i] || std::fabs(s.rho.val[i]) <= droprow) continue;
     s.alpha.val[i] = -s.rho.val[i];
     s.alpha.idx[count++] = i;
   }
@@ -100,12 +103,12 @@ int64_t row_by_columns(simplex_state& s) {
   int64_t met = 0;
   for (int32_t k = 0; k < w.n; k++) {
     const int32_t j = w.m + k;
-    if (!s.inlist[j] || s.fac.pos[j] >= 0) continue;
+    if (!s.inlist[j]) continue;
     const int64_t b = w.colbeg[k], e = w.colbeg[k + 1];
     double sum = 0;
     for (int64_t p = b; p < e; p++) sum += rho[sub[p]] * val[p];
     met += e - b;
-    if (sum == 0.0) continue;
+    if (std::fabs(sum) <= droprow) continue;
     s.alpha.val[j] = sum;
     idx[count++] = j;
   }
