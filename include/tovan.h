@@ -2188,6 +2188,42 @@ TVN_API TVNrescodee TVN_getsolutioninf(TVNtask_t task, int32_t whichsol, int32_t
 /* Stores the same in the information items TVN_DINF_SOL_* and TVN_IINF_SOL_* of the solution. */
 TVN_API TVNrescodee TVN_updatesolutioninfo(TVNtask_t task, int32_t whichsol);
 
+/* ==== basis solves ==============================================================================================
+ *
+ * Let m be the number of constraints. The basis matrix B has a column for each of the m items with key TVN_SK_BAS in
+ * the basic solution: the column of A for a variable, minus a unit vector for the slack of a constraint (the equations
+ * are A x - xc = 0), or plus a unit vector while TVN_IPAR_BASIS_SOLVE_USE_PLUS_ONE is on. The numbers are the user's
+ * own, without presolve and scaling. The factor of B stays in the task; it is that of the keys and of A as they were at
+ * TVN_initbasissolve, and is lost by a run of a simplex optimizer. A failed TVN_initbasissolve leaves no factor
+ * behind. */
+
+/* Room in the task for the factor; TVN_initbasissolve calls it. With TVN_IPAR_SIM_HOTSTART_LU off a factor that stands
+ * is deleted first. Returns TVN_RES_ERR_SPACE when memory is exhausted. */
+TVN_API TVNrescodee TVN_setupbasis(TVNtask_t task);
+
+/* Factors the basis of the basic solution. basis out [m] or null: what stands at each position, i < m is the slack of
+ * constraint i, m + j variable j. Returns TVN_RES_ERR_NO_BASIS_SOL without a basic solution, TVN_RES_ERR_BASIS when the
+ * number of basic items is not m, TVN_RES_ERR_BASIS_SINGULAR for dependent columns (the error stream tells the rank and
+ * a dependent item), TVN_RES_ERR_SPACE. */
+TVN_API TVNrescodee TVN_initbasissolve(TVNtask_t task, int32_t *basis);
+
+/* Solves B x = b (transp 0; b by constraint, x by position of the basis) or B' y = c (transp not 0; c by position, y by
+ * constraint), in place. numnz in/out: entries of sub; sub in/out [m]: indices of the entries that may be nonzero, in
+ * any order, one that occurs twice counts once; val in/out [m]: the values by index, those not in sub are not read and
+ * must be 0. On return the three hold the result, sub its nonzeros. sub and val have room for m entries whatever numnz
+ * is on entry.
+ * Returns TVN_RES_ERR_BASIS before TVN_initbasissolve or when m has changed since, TVN_RES_ERR_BASIS_FACTOR when the
+ * last factorisation failed or a simplex optimizer has run since, TVN_RES_ERR_NULL_POINTER, TVN_RES_ERR_IN_ARGUMENT for
+ * a numnz that is negative or above m, TVN_RES_ERR_INDEX_ARR_IS_TOO_SMALL and _LARGE for an index that is none,
+ * TVN_RES_ERR_NAN_IN_DOUBLE_DATA for an entry that is not finite, TVN_RES_ERR_OVERFLOW when the result is not. After an
+ * error the arrays are as they were. */
+TVN_API TVNrescodee TVN_solvewithbasis(TVNtask_t task, int32_t transp, int32_t *numnz, int32_t *sub, double *val);
+
+/* One-norms of the basis matrix and of its inverse, each may be null; their product is the condition number. The second
+ * is an estimate from below by a few solves (Hager 1984), mostly within a factor of 3. Factors the basis anew.
+ * Returns the codes of TVN_initbasissolve, and TVN_RES_ERR_OVERFLOW when a norm is not finite. */
+TVN_API TVNrescodee TVN_basiscond(TVNtask_t task, double *nrmbasis, double *nrminvbasis);
+
 #ifdef __cplusplus
 }
 #endif

@@ -115,7 +115,8 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
     queue(x, q, j);
   }
-  while (TVN_pq_tomin(q)) {
+  int64_t filled = 0;
+  while (TVN_pq_tomin(q) && filled <= x.param.elimfill * x.stats->nzbefore) {
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
     const int32_t j = q.current, old = TVN_pq_get(q, j);
     TVN_pq_remove(q, j);
@@ -126,7 +127,8 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
       TVN_pq_putp(q, j, e.score);
       continue;
     }
-    if (net_fill(x, e.i, j) > fillslack || !TVN_prslv_impliedfreevar(x, j) || !pivot_is_stable(x, e, j)) continue;
+    const int64_t fill = net_fill(x, e.i, j);
+    if (fill > fillslack || !TVN_prslv_impliedfreevar(x, j) || !pivot_is_stable(x, e, j)) continue;
     if (!TVN_prslv_pivotroom(x, e.i, j)) {
       x.stats->numelimspace++;
       return prslv_code::nospace;
@@ -136,6 +138,7 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
     TVN_prslv_pushpivot(x, e.i, j, e.a, b);
     TVN_prslv_endpushstk(x, rt_elimination);
     TVN_prslv_substitute(x, e.i, j, e.a, b);
+    filled += std::max<int64_t>(fill, 0);
     for_row(x, e.i, [&](int32_t l, double) { queue(x, q, l); });
   }
   return prslv_code::ok;

@@ -49,6 +49,23 @@ void TVN_prslv_delete(prslv_context* ctx) noexcept {
   sys->release(ctx, label, __LINE__);
 }
 
+void TVN_prslv_keeprecords(prslv_context& x) noexcept {
+  for (auto* l : {&x.row, &x.col}) {
+    l->beg.clear();
+    l->len.clear();
+    l->cap.clear();
+    l->sub.clear();
+    l->val.clear();
+  }
+  for (auto* b : {&x.lax, &x.uax, &x.rowwork, &x.colwork, &x.valwork, &x.yl, &x.yu, &x.tyl, &x.tyu, &x.implied.lower,
+                  &x.implied.upper})
+    b->clear();
+  for (auto* b : {&x.connz, &x.varnz, &x.ncilax, &x.nciuax, &x.rowmark, &x.colmark, &x.subwork, &x.implied.lowrow,
+                  &x.implied.upprow, &x.list.item})
+    b->clear();
+  for (auto* b : {&x.conlin, &x.varlin, &x.implied.held, &x.list.in}) b->clear();
+}
+
 void TVN_prslv_putaudit(prslv_context& ctx, const prslv_audit& audit) { ctx.audit = audit; }
 void TVN_prslv_putsink(prslv_context& ctx, const prslv_sink& sink) { ctx.sink = sink; }
 const prslv_problem& TVN_prslv_getproblem(const prslv_context& ctx) { return ctx.p; }

@@ -166,6 +166,9 @@ int32_t TVN_prslv_getasimple(const prslv_context& ctx, bool byrow, int32_t index
 // The certificate of an infeasibility that presolve found, for the live problem; the other arrays become 0.
 void TVN_prslv_getcertificate(const prslv_context& ctx, lp_solution& sol);
 
+// Gives back the matrix and all scratch: postsolve and unreduce need the records and vectors only.
+void TVN_prslv_keeprecords(prslv_context& ctx) noexcept;
+
 // Which right-hand sides an undo uses: all, or none for a certificate.
 enum class prslv_walk { interior, basis, prim_certificate, dual_certificate };
 

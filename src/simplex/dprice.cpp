@@ -57,6 +57,27 @@ row_choice read_list(dual_state& s) {
   return best;
 }
 
+// Partial pricing: a short list of what a circular scan meets, largest infeasibility first; a new scan when it is used
+// up, or at random.
+int32_t select_partial(dual_state& s) {
+  constexpr double emptyagain = 0.995; // a random draw above this empties the list
+  const int32_t m = s.work.m, target = m < 10000 ? 15 : m < 30000 ? 20 : m < 50000 ? 25 : 35;
+  if (TVN_simplex_random(s.info.randomstate) > emptyagain) s.numtop = 0;
+  s.cutoff = 0; // what stays infeasible stays on the list
+  row_choice best = read_top(s);
+  s.cutoff = HUGE_VAL;
+  if (best.k >= 0) return best.k;
+  int32_t k = s.scanstart < m ? s.scanstart : 0;
+  for (int32_t scanned = 0; scanned < m && s.numtop < target; scanned++, k = k + 1 == m ? 0 : k + 1) {
+    if (s.basic[k].infeas == 0) continue;
+    s.top[s.numtop++] = k;
+    improve(best, k, s.basic[k]);
+    if (scanned > m / 4 && s.numtop >= target / 2) break;
+  }
+  s.scanstart = k;
+  return best.k;
+}
+
 } // namespace
 
 void dsimplex_rebuildlist(dual_state& s) noexcept {
@@ -69,6 +90,7 @@ void dsimplex_rebuildlist(dual_state& s) noexcept {
 }
 
 int32_t dsimplex_select(dual_state& s) {
+  if (s.method == sel_partial) return select_partial(s);
   row_choice best = read_top(s);
   if (best.k >= 0) return best.k;
   best = read_list(s);

@@ -7,8 +7,6 @@
 #include "simplex/dstate.h"
 
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 
 namespace tvn {
 
@@ -19,7 +17,7 @@ constexpr int64_t tightreserve = 100; // iterations left: smaller tolerance of t
 constexpr double tolpivmax = 1e-5, tolpivmin = 1e-10;
 constexpr int32_t maxupdates = 500;   // on one factor, whatever the cost of a solve says
 constexpr int32_t minupdates = 10;    // after any number of singular bases
-static const double smallpivot = getenv("SP")?atof(getenv("SP")):1e-5;
+constexpr double smallpivot = 1e-5;   // below it a pivot is taken on a fresh factor only
 constexpr double bannedweight = 1e15; // of a row whose pivot failed
 constexpr double smallstep = 1e-12;   // dual steps up to this count as degenerate
 constexpr double weightslack = 0.25;  // a weight below this part of the true one is put right before the row may leave
@@ -350,9 +348,6 @@ loop_state iterate(dual_state& s) {
   dsimplex_updateduals(s, q, leaving, s.d[q] / arow);
   const double step = (b.x - (sigma > 0 ? b.up : b.lo)) / pivot;
   dsimplex_updatebasics(s, r, step, pivot);
-  s.st[0] += s.rho.count;
-  s.st[1] += s.aq.count;
-  s.st[2] += s.tau.count;
   dsimplex_exchange(s, r, q, sigma > 0);
   b.x = s.x[q] + step;
   dsimplex_notechange(s, r, b);
@@ -423,10 +418,6 @@ void dsimplex_optimize(dual_state& s) {
     if (state == loop_state::finished) break;
   }
   clear_vectors(s);
-  if (getenv("DSTAT")) {
-    const double im = double(s.iter) * s.work.m;
-    fprintf(stderr, "DSTAT fact %ld setb %ld werr %d flips %ld deg %ld rho %.3f aq %.3f tau %.3f alpha %.3f\n", s.info.count[kind_dual].factorizations, s.setbacks, s.weighterrors, s.info.count[kind_dual].boundswaps, s.info.count[kind_dual].degenerate, s.st[0] / im, s.st[1] / im, s.st[2] / im, s.st[3] / (double(s.iter) * s.work.total));
-  }
   store_xb(s);
   if (s.phase == 1 && s.info.solsta != sol_dual_infeas_cer) {
     dsimplex_setphasetwo(s);

@@ -63,6 +63,7 @@ struct dual_state {
   buffer<int32_t> top;      // [m] those of them whose score may reach the cutoff; others do not
   int32_t numlist = 0, numtop = 0;
   double cutoff = 0;
+  int32_t scanstart = 0; // partial pricing: where the next scan begins
   int32_t method = sel_se;
   int32_t weighterrors = 0;
   bool exactweights = false; // begun at a slack basis and kept since
@@ -88,8 +89,7 @@ struct dual_state {
   bool soon = false;     // the factor advised it
   bool fresh = false;    // xb and d were computed from scratch since the last pivot
   bool handover = false; // the primal simplex has to finish
-  double st[8] = {};
-  int64_t iter = 0; // of this run
+  int64_t iter = 0;      // of this run
   int64_t periodstart = 0, perioddeg = 0, kicks = 0;
   int64_t setbacks = 0;
   int32_t losses = 0;                              // fresh objectives in a row that fell by more than a tenth

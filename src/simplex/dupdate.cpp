@@ -1,7 +1,8 @@
 // Update of the dual simplex after a step: flips, values, reduced costs, weights and the header.
 //
 // Steepest-edge weights are 1 plus the squared norm of a row of the inverse. With tau = B^-1 rho the recurrence of
-// Forrest and Goldfarb (1992) keeps them exact; the approximate form leaves the product term out.
+// Forrest and Goldfarb (1992) keeps them exact; the approximate form leaves the product term out, and so does devex
+// with its weights in a reference framework.
 #include "simplex/dstate.h"
 
 #include <cmath>
@@ -78,8 +79,10 @@ void dsimplex_updateduals(dual_state& s, int32_t q, int32_t leaving, double thet
 void dsimplex_updatebasics(dual_state& s, int32_t r, double step, double pivot) {
   const double* const aq = s.aq.val.data();
   const double* const tau = s.tau.val.data();
-  const bool exact = s.method == sel_se, weighted = s.method != sel_full && s.method != sel_partial;
-  const double wr = s.basic[r].weight, norm = exact || s.method == sel_ase ? wr - 1 : wr;
+  const bool exact = s.method == sel_se, edges = exact || s.method == sel_ase;
+  const bool weighted = edges || s.method == sel_devex;
+  // Steepest edge keeps 1 + norm, devex a reference weight of at least 1.
+  const double own = edges ? 1.0 : 0.0, norm = s.basic[r].weight - own;
   for (int32_t p = 0; p < s.aq.count; p++) {
     const int32_t k = s.aq.idx[p];
     dual_basic& b = s.basic[k];
@@ -87,12 +90,12 @@ void dsimplex_updatebasics(dual_state& s, int32_t r, double step, double pivot) 
     if (weighted) {
       const double ratio = aq[k] / pivot;
       const double w =
-          exact ? b.weight + ratio * (ratio * norm - 2 * tau[k]) : std::max(b.weight, 1 + ratio * ratio * norm);
+          exact ? b.weight + ratio * (ratio * norm - 2 * tau[k]) : std::max(b.weight, own + ratio * ratio * norm);
       b.weight = w >= 1 && w <= maxweight ? w : bounded(s, w);
     }
     dsimplex_notechange(s, k, b);
   }
-  if (weighted) s.basic[r].weight = bounded(s, 1 + norm / (pivot * pivot));
+  if (weighted) s.basic[r].weight = bounded(s, own + norm / (pivot * pivot));
 }
 
 void dsimplex_exchange(dual_state& s, int32_t r, int32_t q, bool to_upper) {

@@ -101,6 +101,7 @@ simplex_code presolve_run::reduce() {
 void presolve_run::solve_reduced() {
   reduced_problem r;
   TVN_simplex_copyreduced(sys, *ctx, r);
+  TVN_prslv_keeprecords(*ctx);
   if (param.hotstart != 0) TVN_simplex_gatherkeys(sol, r);
   TVN_simplex_solvedirectly(sys, r.lp, param, info, progress, r.sol);
   TVN_simplex_spreadreduced(r, lp.numcon, lp.numvar, sol);

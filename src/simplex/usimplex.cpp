@@ -35,18 +35,18 @@ int64_t basis_nonzeros(const simplex_fac& f) {
   return nz;
 }
 
-void size_storage(simplex_fac& f) {
-  const int64_t m = f.work->m, have = TVN_lu_getwsze(f.factor);
+void size_storage(lu& f, int64_t nz) {
+  const int64_t m = f.nrow, have = TVN_lu_getwsze(f);
   int64_t want = have;
-  if (TVN_lu_incwsze(f.factor)) {
+  if (TVN_lu_incwsze(f)) {
     want = have + std::max(have, 5 * m);
-  } else if (TVN_lu_getnumgc(f.factor) > 2) {
+  } else if (TVN_lu_getnumgc(f) > 2) {
     want = have + std::max(have / 10, 2 * m);
   } else {
-    const int64_t target = std::max(3 * basis_nonzeros(f), 3 * m + 1);
+    const int64_t target = std::max(3 * nz, 3 * m + 1);
     if (have < target) want = std::max(target, 2 * have);
   }
-  if (want > have) TVN_lu_newwszedbg(f.factor, want);
+  if (want > have) TVN_lu_newwszedbg(f, want);
 }
 
 constexpr int32_t maxtries = 20; // enlargements of the storage in one factorisation
@@ -86,19 +86,15 @@ void TVN_simplex_slackbasis(simplex_fac& f) noexcept {
   for (int32_t i = 0; i < f.work->m; i++) f.head[i] = f.pos[i] = i;
 }
 
-factor_result TVN_simplex_factor(simplex_fac& f) {
-  size_storage(f);
-  f.since = 0;
-  f.usable = false;
+factor_result TVN_simplex_factorlu(lu& f, int64_t nz, std::span<int32_t> iwork, std::span<double> rwork) {
+  size_storage(f, nz);
   for (int32_t attempt = 0; attempt < maxtries; attempt++) {
-    TVN_lu_init(f.factor);
-    const lu_code code = TVN_lu_factor(f.factor, f.iwork, f.rwork);
+    TVN_lu_init(f);
+    const lu_code code = TVN_lu_factor(f, iwork, rwork);
     switch (code) {
-    case lu_code::done:
-      f.usable = TVN_lu_getrank(f.factor) == f.work->m;
-      return f.usable ? factor_result::full : factor_result::singular;
+    case lu_code::done: return TVN_lu_getrank(f) == f.nrow ? factor_result::full : factor_result::singular;
     case lu_code::no_storage:
-    case lu_code::column_refused: TVN_lu_newwszedbg(f.factor, TVN_lu_getwszeproposal(f.factor)); break;
+    case lu_code::column_refused: TVN_lu_newwszedbg(f, TVN_lu_getwszeproposal(f)); break;
     case lu_code::stopped: return factor_result::stopped;
     case lu_code::no_memory: throw out_of_memory{};
     default:
@@ -107,6 +103,14 @@ factor_result TVN_simplex_factor(simplex_fac& f) {
     }
   }
   return factor_result::failed;
+}
+
+factor_result TVN_simplex_factor(simplex_fac& f) {
+  f.since = 0;
+  f.usable = false;
+  const factor_result result = TVN_simplex_factorlu(f.factor, basis_nonzeros(f), f.iwork, f.rwork);
+  f.usable = result == factor_result::full;
+  return result;
 }
 
 int32_t TVN_simplex_insertlogicals(simplex_fac& f, std::span<basis_exchange> exchanges) {
@@ -128,20 +132,20 @@ int32_t TVN_simplex_insertlogicals(simplex_fac& f, std::span<basis_exchange> exc
   return num;
 }
 
-bool TVN_simplex_improvelu(simplex_fac& f) {
+bool TVN_simplex_improvelu(lu& f) {
   constexpr double toolarge = 1e12, toosmall = 1e-10, maxratio = 1e8;
   double mindiag = 0, maxdiag = 0, maxl = 0, maxu = 0;
   int32_t method = 0;
   int64_t lfill = 0, ufill = 0;
-  TVN_lu_getpivotinfo(f.factor, method, lfill, ufill);
-  TVN_lu_getcond2(f.factor, mindiag, maxdiag, &maxl, &maxu);
+  TVN_lu_getpivotinfo(f, method, lfill, ufill);
+  TVN_lu_getcond2(f, mindiag, maxdiag, &maxl, &maxu);
   if (method == 2 || mindiag == 0) return false;
   const double by = std::max(mindiag, 1.0);
   const bool bad = maxdiag > toolarge || mindiag < toosmall || maxl > toolarge || maxdiag / by > maxratio ||
                    maxl / by > maxratio || maxu / by > maxratio;
   if (!bad) return false;
-  TVN_lu_putpivotmethod(f.factor, 2);
-  TVN_lu_puttol(f.factor, 2, 0.001);
+  TVN_lu_putpivotmethod(f, 2);
+  TVN_lu_puttol(f, 2, 0.001);
   return true;
 }
 

@@ -32,12 +32,15 @@ void TVN_simplex_makefac(sysenv& sys, const simplex_work& work, simplex_fac& f);
 // Logicals in all positions.
 void TVN_simplex_slackbasis(simplex_fac& f) noexcept;
 
-// Factors head. Storage grows as long as the factor asks for it.
+// Factors a square matrix with nz entries through its column function. Storage grows as long as the factor asks for it.
+[[nodiscard]] factor_result TVN_simplex_factorlu(lu& f, int64_t nz, std::span<int32_t> iwork, std::span<double> rwork);
+// The same for head.
 [[nodiscard]] factor_result TVN_simplex_factor(simplex_fac& f);
 // After `singular`: completes the factor with logicals and tells the exchanges; returns their number.
 int32_t TVN_simplex_insertlogicals(simplex_fac& f, std::span<basis_exchange> exchanges);
 // Raises the pivot method and threshold when the fresh factor looks unstable; true: factor again.
-bool TVN_simplex_improvelu(simplex_fac& f);
+bool TVN_simplex_improvelu(lu& f);
+inline bool TVN_simplex_improvelu(simplex_fac& f) { return TVN_simplex_improvelu(f.factor); }
 
 // Column j of the joined space, by row, into an empty vector.
 void TVN_simplex_loadcolumn(const simplex_work& w, int32_t j, spvec& col) noexcept;

@@ -22,11 +22,23 @@ inline TVNrescodee check(const task* t) noexcept { return TVN_checktask(t); }
 TVNrescodee report_no_memory(task* t) noexcept;
 TVNrescodee report_no_memory(env* e) noexcept;
 
+// An error, reported, while a progress callback of the task runs.
+TVNrescodee check_no_callback(task& t) noexcept;
+
 template <class Handle, class Work> TVNrescodee api(Handle* h, Work&& work) noexcept {
   if (const TVNrescodee bad = check(h)) return bad;
   try {
     return work(*h);
   } catch (const out_of_memory&) { return report_no_memory(h); }
+}
+
+// The frame of a call that changes the problem, its solutions or the life of a task. A progress callback runs in the
+// middle of other work on the task, which holds views of its arrays: there such a call is refused.
+template <class Work> TVNrescodee api_change(task* h, Work&& work) noexcept {
+  return api(h, [&](task& t) -> TVNrescodee {
+    if (const TVNrescodee bad = check_no_callback(t)) return bad;
+    return work(t);
+  });
 }
 
 // The frame of a call that has no usable handle yet, or no longer.

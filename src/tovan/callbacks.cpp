@@ -1,6 +1,16 @@
 // The user functions that a task or an environment calls back.
 #include "tovan/api.h"
 
+namespace tvn {
+
+TVNrescodee check_no_callback(task& t) noexcept {
+  if (t.incallback == 0) return TVN_RES_OK;
+  return report(t, "src/tovan/callbacks", __LINE__, TVN_RES_ERR_INTERNAL,
+                "a progress callback may not change the task that calls it");
+}
+
+} // namespace tvn
+
 using namespace tvn;
 
 TVNrescodee TVN_putcallbackfunc(TVNtask_t task, TVN_callbackfunc func, void* handle) {

@@ -48,6 +48,9 @@ TVNrescodee TVN_checkobjectivesense(task& t);
 TVNrescodee put_bound(task& t, int32_t accmode, int32_t i, int32_t bk, double bl, double bu);
 bound_value get_bound(const problem& p, int32_t accmode, int32_t i) noexcept;
 
+// A vector of a list lies in positions begin to end - 1 of its arrays; k: its place in the list, for the message.
+TVNrescodee check_range(task& t, int32_t k, int64_t begin, int64_t end);
+
 // A. get_a makes it on first need.
 sprmat& get_a(task& t);
 void watch_a(task& t) noexcept; // lets A count its work in the information items of the task
@@ -85,6 +88,10 @@ TVNrescodee put_terms(task& t, int32_t k, vec<qterm>& terms);
 TVNrescodee TVN_checkcone(task& t, int32_t firstindex, int32_t k, int32_t conetype, int32_t nummem,
                           const int32_t* submem);
 TVNrescodee append_cone(task& t, int32_t conetype, double conepar, int32_t nummem, const int32_t* submem);
+// Many at once, the room for them taken in one step; stops at the first that is refused. conetype, ptrb, ptre: [num];
+// conepar: [num] or null for 0; submem: members of cone k in positions ptrb[k] to ptre[k] - 1.
+TVNrescodee TVN_core_appendcones(task& t, int32_t num, const int32_t* conetype, const double* conepar,
+                                 const int32_t* ptrb, const int32_t* ptre, const int32_t* submem);
 void TVN_core_removecones(task& t, int32_t num, const int32_t* sub);
 int32_t least_members(int32_t conetype) noexcept; // -1: no such type
 

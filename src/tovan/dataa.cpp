@@ -96,8 +96,8 @@ TVNrescodee put_aveclist(task& t, int32_t accmode, int32_t num, const int32_t* s
   const int64_t before = get_a(t).maxsize;
   TVNrescodee code = TVN_RES_OK;
   for (int32_t k = 0; k < num && !code; k++) {
-    const int64_t begin = ptrb[k], len = int64_t{ptre[k]} - begin;
-    if (len < 0) return report(t, label, __LINE__, TVN_RES_ERR_INV_APTRE, k);
+    if ((code = check_range(t, k, ptrb[k], ptre[k]))) break;
+    const int64_t len = int64_t{ptre[k]} - ptrb[k], begin = len > 0 ? ptrb[k] : 0;
     int64_t numtiny = 0;
     char arg[64];
     std::snprintf(arg, sizeof arg, "(asub+aptrb[%d])", k);
@@ -138,6 +138,11 @@ TVNrescodee sprmat_result(task& t, sprmat_code code) {
   }
   TVN_stoptask(t, label, __LINE__, "sprmat: %d\n", static_cast<int>(code));
   return TVN_RES_ERR_INTERNAL;
+}
+
+TVNrescodee check_range(task& t, int32_t k, int64_t begin, int64_t end) {
+  if (end < begin) return report(t, label, __LINE__, TVN_RES_ERR_INV_APTRE, k);
+  return begin >= 0 || begin == end ? TVN_RES_OK : report(t, label, __LINE__, TVN_RES_ERR_IN_ARGUMENT, "aptrb");
 }
 
 TVNrescodee TVN_putavecintern(task& t, int32_t accmode, int32_t i, int64_t nzi, const int32_t* subi, const double* vali,
@@ -244,25 +249,25 @@ TVNrescodee TVN_putavec(TVNtask_t task, int32_t accmode, int32_t i, int32_t nzi,
 
 TVNrescodee TVN_putavec64(TVNtask_t task, int32_t accmode, int32_t i, int64_t nzi, const int32_t* subi,
                           const double* vali) {
-  return api(task, [&](tvn::task& t) { return put_avec(t, accmode, i, nzi, subi, vali); });
+  return api_change(task, [&](tvn::task& t) { return put_avec(t, accmode, i, nzi, subi, vali); });
 }
 
 TVNrescodee TVN_putaveclist(TVNtask_t task, int32_t accmode, int32_t num, const int32_t* sub, const int32_t* ptrb,
                             const int32_t* ptre, const int32_t* asub, const double* aval) {
-  return api(task, [&](tvn::task& t) { return put_aveclist(t, accmode, num, sub, ptrb, ptre, asub, aval); });
+  return api_change(task, [&](tvn::task& t) { return put_aveclist(t, accmode, num, sub, ptrb, ptre, asub, aval); });
 }
 
 TVNrescodee TVN_putaveclist64(TVNtask_t task, int32_t accmode, int32_t num, const int32_t* sub, const int64_t* ptrb,
                               const int64_t* ptre, const int32_t* asub, const double* aval) {
-  return api(task, [&](tvn::task& t) { return put_aveclist(t, accmode, num, sub, ptrb, ptre, asub, aval); });
+  return api_change(task, [&](tvn::task& t) { return put_aveclist(t, accmode, num, sub, ptrb, ptre, asub, aval); });
 }
 
 TVNrescodee TVN_putaij(TVNtask_t task, int32_t i, int32_t j, double aij) {
-  return api(task, [&](tvn::task& t) { return put_aij(t, i, j, aij); });
+  return api_change(task, [&](tvn::task& t) { return put_aij(t, i, j, aij); });
 }
 
 TVNrescodee TVN_putaijlist(TVNtask_t task, int32_t num, const int32_t* subi, const int32_t* subj, const double* val) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     TVNrescodee code = check_arrays(t, label, __LINE__, num, {{subi, "subi"}, {subj, "subj"}, {val, "val"}});
     for (int32_t k = 0; k < num && !code; k++) code = put_aij(t, subi[k], subj[k], val[k]);
     return code;

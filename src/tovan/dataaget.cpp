@@ -12,13 +12,21 @@ int32_t side_count(const task& t, int32_t accmode) noexcept {
   return accmode == TVN_ACC_CON ? t.prob.numcon : t.prob.numvar;
 }
 
+// An optimizer that has A on loan by columns cannot let a callback turn it.
+TVNrescodee check_turnable(task& t, int32_t accmode) {
+  if (!t.prob.a.locked || t.prob.a.colwise == (accmode == TVN_ACC_VAR)) return TVN_RES_OK;
+  return report(t, label, __LINE__, TVN_RES_ERR_INTERNAL, "the rows of A cannot be read while an optimizer runs");
+}
+
 TVNrescodee check_side_slice(task& t, int32_t accmode, int32_t first, int32_t last) {
   if (const TVNrescodee code = check_accmode(t, accmode)) return code;
+  if (const TVNrescodee code = check_turnable(t, accmode)) return code;
   return check_slice(t, label, __LINE__, first, last, side_count(t, accmode));
 }
 
 TVNrescodee vector_length(task& t, int32_t accmode, int32_t i, int32_t& nzi) {
   if (const TVNrescodee code = check_accmode(t, accmode)) return code;
+  if (const TVNrescodee code = check_turnable(t, accmode)) return code;
   if (const TVNrescodee code = TVN_checkindexdbg(label, __LINE__, "", t, "i", accmode, i)) return code;
   sprmat& a = get_a(t);
   nzi = accmode == TVN_ACC_CON ? TVN_sprmat_getrownumnz(a, i) : TVN_sprmat_getcolnumnz(a, i);

@@ -53,6 +53,9 @@ bound_value normal_form(int32_t bk, double bl, double bu) noexcept {
   }
 }
 
+// Infinity is stored as 1e30.
+double stored(double value) noexcept { return std::isinf(value) ? std::copysign(infinity, value) : value; }
+
 // The key without the sides that are past the infinity threshold.
 int32_t key_within(int32_t bk, double bl, double bu, double inf) noexcept {
   const bool lower = bk_has_lower(bk) && !(bl <= -inf), upper = bk_has_upper(bk) && !(bu >= inf);
@@ -106,8 +109,8 @@ TVNrescodee put_bound(task& t, int32_t accmode, int32_t i, int32_t bk, double bl
   const bound_arrays side = side_bounds(t.prob, accmode);
   const bound_value old{side.bk[i], side.bl[i], side.bu[i]};
   const bound_value now = normal_form(bk, bl, bu);
-  side.bl[i] = now.bl;
-  side.bu[i] = now.bu;
+  side.bl[i] = stored(now.bl);
+  side.bu[i] = stored(now.bu);
   side.bk[i] = key_within(bk, now.bl, now.bu, t.params.dval[TVN_DPAR_DATA_TOL_BOUND_INF]);
   TVN_updsolstafterbndchg(t, accmode, i, old.bk, old.bl, old.bu);
   return TVN_RES_OK;
@@ -125,7 +128,7 @@ bound_value get_bound(const problem& p, int32_t accmode, int32_t i) noexcept {
 using namespace tvn;
 
 TVNrescodee TVN_putbound(TVNtask_t task, int32_t accmode, int32_t i, int32_t bk, double bl, double bu) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_accmode(t, accmode)) return code;
     return put_bound(t, accmode, i, bk, bl, bu);
   });
@@ -133,7 +136,7 @@ TVNrescodee TVN_putbound(TVNtask_t task, int32_t accmode, int32_t i, int32_t bk,
 
 TVNrescodee TVN_putboundlist(TVNtask_t task, int32_t accmode, int32_t num, const int32_t* sub, const int32_t* bk,
                              const double* bl, const double* bu) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_accmode(t, accmode)) return code;
     if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{sub, "sub"}})) return code;
     return put_bounds(t, accmode, num, sub, 0, bk, bl, bu);
@@ -142,7 +145,7 @@ TVNrescodee TVN_putboundlist(TVNtask_t task, int32_t accmode, int32_t num, const
 
 TVNrescodee TVN_putboundslice(TVNtask_t task, int32_t accmode, int32_t first, int32_t last, const int32_t* bk,
                               const double* bl, const double* bu) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_accmode(t, accmode)) return code;
     const int32_t count = side_bounds(t.prob, accmode).count;
     if (const TVNrescodee code = check_slice(t, label, __LINE__, first, last, count)) return code;
@@ -179,5 +182,5 @@ TVNrescodee TVN_getboundslice(TVNtask_t task, int32_t accmode, int32_t first, in
 }
 
 TVNrescodee TVN_chgbound(TVNtask_t task, int32_t accmode, int32_t i, int32_t lower, int32_t finite, double value) {
-  return api(task, [&](tvn::task& t) { return change_bound(t, accmode, i, lower != 0, finite != 0, value); });
+  return api_change(task, [&](tvn::task& t) { return change_bound(t, accmode, i, lower != 0, finite != 0, value); });
 }

@@ -131,6 +131,24 @@ TVNrescodee append_cone(task& t, int32_t conetype, double conepar, int32_t numme
   return TVN_RES_OK;
 }
 
+TVNrescodee TVN_core_appendcones(task& t, int32_t num, const int32_t* conetype, const double* conepar,
+                                 const int32_t* ptrb, const int32_t* ptre, const int32_t* submem) {
+  const problem& p = t.prob;
+  if (const TVNrescodee code = check_arrays(
+          t, label, __LINE__, num, {{conetype, "conetype"}, {ptrb, "ptrb"}, {ptre, "ptre"}, {submem, "submem"}}))
+    return code;
+  const int64_t count = int64_t{p.numcone} + num;
+  if (count > p.maxnumcone)
+    if (const TVNrescodee code = put_maxnumcone(t, static_cast<int32_t>(std::min<int64_t>(count, INT32_MAX))))
+      return code;
+  TVNrescodee code = TVN_RES_OK;
+  for (int32_t k = 0; k < num && !code; k++) {
+    code = check_range(t, k, ptrb[k], ptre[k]);
+    if (!code) code = append_cone(t, conetype[k], conepar ? conepar[k] : 0.0, ptre[k] - ptrb[k], submem + ptrb[k]);
+  }
+  return code;
+}
+
 // One pass from the lowest removed cone on: members are unmarked, later cones move down.
 void TVN_core_removecones(task& t, int32_t num, const int32_t* sub) {
   problem& p = t.prob;
@@ -166,16 +184,16 @@ void TVN_core_removecones(task& t, int32_t num, const int32_t* sub) {
 using namespace tvn;
 
 TVNrescodee TVN_appendcone(TVNtask_t task, int32_t conetype, double conepar, int32_t nummem, const int32_t* submem) {
-  return api(task, [&](tvn::task& t) { return append_cone(t, conetype, conepar, nummem, submem); });
+  return api_change(task, [&](tvn::task& t) { return append_cone(t, conetype, conepar, nummem, submem); });
 }
 
 TVNrescodee TVN_putcone(TVNtask_t task, int32_t k, int32_t conetype, double conepar, int32_t nummem,
                         const int32_t* submem) {
-  return api(task, [&](tvn::task& t) { return put_cone(t, k, conetype, conepar, nummem, submem); });
+  return api_change(task, [&](tvn::task& t) { return put_cone(t, k, conetype, conepar, nummem, submem); });
 }
 
 TVNrescodee TVN_removecone(TVNtask_t task, int32_t k) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (k < 0 || k >= t.prob.numcone) return report(t, label, __LINE__, TVN_RES_ERR_CONE_INDEX, TVN_userindex(t, k));
     TVN_core_removecones(t, 1, &k);
     return TVN_RES_OK;

@@ -32,7 +32,7 @@ TVNrescodee check_columns(task& t, int32_t numcon, int32_t numvar, const column_
   std::fill_n(mark.data(), numcon, -1);
   numnz = 0;
   for (int32_t j = 0; j < numvar; j++) {
-    if (a.ptre[j] < a.ptrb[j]) return report(t, label, __LINE__, TVN_RES_ERR_INV_APTRE, TVN_userindex(t, j));
+    if (const TVNrescodee code = check_range(t, TVN_userindex(t, j), a.ptrb[j], a.ptre[j])) return code;
     if (const TVNrescodee code =
             check_arrays(t, label, __LINE__, a.ptre[j] - a.ptrb[j], {{a.sub, "asub"}, {a.val, "aval"}}))
       return code;
@@ -57,8 +57,11 @@ TVNrescodee put_side(task& t, int32_t accmode, int32_t first, int32_t num, const
 template <class Ptr>
 TVNrescodee put_vectors(task& t, int32_t accmode, int32_t first, int32_t num, const column_data<Ptr>& a) {
   TVNrescodee code = TVN_RES_OK;
-  for (int32_t k = 0; k < num && !code; k++)
-    code = put_avec(t, accmode, first + k, int64_t{a.ptre[k]} - a.ptrb[k], a.sub + a.ptrb[k], a.val + a.ptrb[k]);
+  for (int32_t k = 0; k < num && !code; k++) {
+    if ((code = check_range(t, TVN_userindex(t, k), a.ptrb[k], a.ptre[k]))) break;
+    const int64_t len = int64_t{a.ptre[k]} - a.ptrb[k], begin = len > 0 ? a.ptrb[k] : 0;
+    code = put_avec(t, accmode, first + k, len, a.sub + begin, a.val + begin);
+  }
   return code;
 }
 
@@ -140,6 +143,7 @@ TVNrescodee TVN_checkdata(task& t) {
     else if (bk_has_upper(p.bkx[j]) && std::isnan(p.bux[j]))
       code = report_nan(t, TVN_RES_ERR_NAN_IN_BUX, TVN_ACC_VAR, j);
   }
+  if (!code && !std::isfinite(p.cfix)) code = report(t, label, __LINE__, TVN_RES_ERR_NAN_IN_DOUBLE_DATA, "cfix");
   return code;
 }
 
@@ -151,7 +155,7 @@ TVNrescodee TVN_inputdata(TVNtask_t task, int32_t maxnumcon, int32_t maxnumvar, 
                           const double* c, double cfix, const int32_t* aptrb, const int32_t* aptre, const int32_t* asub,
                           const double* aval, const int32_t* bkc, const double* blc, const double* buc,
                           const int32_t* bkx, const double* blx, const double* bux) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     const column_data<int32_t> a{aptrb, aptre, asub, aval};
     return input_data(t, maxnumcon, maxnumvar, numcon, numvar, c, cfix, a, {bkc, blc, buc}, {bkx, blx, bux});
   });
@@ -161,7 +165,7 @@ TVNrescodee TVN_inputdata64(TVNtask_t task, int32_t maxnumcon, int32_t maxnumvar
                             const double* c, double cfix, const int64_t* aptrb, const int64_t* aptre,
                             const int32_t* asub, const double* aval, const int32_t* bkc, const double* blc,
                             const double* buc, const int32_t* bkx, const double* blx, const double* bux) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     const column_data<int64_t> a{aptrb, aptre, asub, aval};
     return input_data(t, maxnumcon, maxnumvar, numcon, numvar, c, cfix, a, {bkc, blc, buc}, {bkx, blx, bux});
   });
@@ -170,14 +174,14 @@ TVNrescodee TVN_inputdata64(TVNtask_t task, int32_t maxnumcon, int32_t maxnumvar
 TVNrescodee TVN_appendvars(TVNtask_t task, int32_t num, const double* c, const int32_t* aptrb, const int32_t* aptre,
                            const int32_t* asub, const double* aval, const int32_t* bkx, const double* blx,
                            const double* bux) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     return append_filled(t, TVN_ACC_VAR, num, c, {aptrb, aptre, asub, aval}, {bkx, blx, bux});
   });
 }
 
 TVNrescodee TVN_appendcons(TVNtask_t task, int32_t num, const int32_t* aptrb, const int32_t* aptre, const int32_t* asub,
                            const double* aval, const int32_t* bkc, const double* blc, const double* buc) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     return append_filled(t, TVN_ACC_CON, num, nullptr, {aptrb, aptre, asub, aval}, {bkc, blc, buc});
   });
 }

@@ -44,7 +44,7 @@ TVNrescodee TVN_checkobjectivesense(task& t) {
 using namespace tvn;
 
 TVNrescodee TVN_putobjsense(TVNtask_t task, int32_t sense) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (sense >= TVN_OBJECTIVE_SENSE_UNDEFINED && sense <= TVN_OBJECTIVE_SENSE_MAXIMIZE) {
       const int32_t before = TVN_getoptobjsense(t);
       t.prob.objsense = sense;
@@ -66,11 +66,11 @@ TVNrescodee TVN_getobjsense(TVNtask_t task, int32_t* sense) {
 }
 
 TVNrescodee TVN_putcj(TVNtask_t task, int32_t j, double cj) {
-  return api(task, [&](tvn::task& t) { return put_cj(t, j, cj); });
+  return api_change(task, [&](tvn::task& t) { return put_cj(t, j, cj); });
 }
 
 TVNrescodee TVN_putclist(TVNtask_t task, int32_t num, const int32_t* subj, const double* val) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     TVNrescodee code = check_arrays(t, label, __LINE__, num, {{subj, "subj"}, {val, "val"}});
     for (int32_t k = 0; k < num && !code; k++) code = put_cj(t, subj[k], val[k]);
     return code;
@@ -96,7 +96,7 @@ TVNrescodee TVN_getc(TVNtask_t task, double* c) {
 }
 
 TVNrescodee TVN_putcfix(TVNtask_t task, double cfix) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     t.prob.cfix = cfix;
     return TVN_RES_OK;
   });

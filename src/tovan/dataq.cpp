@@ -259,7 +259,7 @@ void append_qobj(task& t, int32_t i, int32_t j, double qij) {
   const int64_t len = q.objend - q.objbegin;
   const bool last = len > 0 && q.objend == q.maxnumqnz - q.numqnzfree;
   if (q.numqnzfree < (last ? 1 : len + 1)) {
-    TVN_chgqnz(t, num_terms(t.prob) + t.params.ival[TVN_IPAR_ALLOC_ADD_QNZ] + len + 1);
+    TVN_chgqnz(t, std::max(q.maxnumqnz, num_terms(t.prob) + t.params.ival[TVN_IPAR_ALLOC_ADD_QNZ] + len + 1));
     return append_qobj(t, i, j, qij);
   }
   if (!last) {
@@ -396,21 +396,21 @@ using namespace tvn;
 
 TVNrescodee TVN_putqobj(TVNtask_t task, int32_t numqonz, const int32_t* qosubi, const int32_t* qosubj,
                         const double* qoval) {
-  return api(task, [&](tvn::task& t) { return put_qobj(t, numqonz, qosubi, qosubj, qoval); });
+  return api_change(task, [&](tvn::task& t) { return put_qobj(t, numqonz, qosubi, qosubj, qoval); });
 }
 
 TVNrescodee TVN_putqobjij(TVNtask_t task, int32_t i, int32_t j, double qoij) {
-  return api(task, [&](tvn::task& t) { return put_qobjij(t, i, j, qoij); });
+  return api_change(task, [&](tvn::task& t) { return put_qobjij(t, i, j, qoij); });
 }
 
 TVNrescodee TVN_putqconk(TVNtask_t task, int32_t k, int32_t numqcnz, const int32_t* qcsubi, const int32_t* qcsubj,
                          const double* qcval) {
-  return api(task, [&](tvn::task& t) { return put_qconk(t, k, numqcnz, qcsubi, qcsubj, qcval); });
+  return api_change(task, [&](tvn::task& t) { return put_qconk(t, k, numqcnz, qcsubi, qcsubj, qcval); });
 }
 
 TVNrescodee TVN_putqcon(TVNtask_t task, int32_t numqcnz, const int32_t* qcsubk, const int32_t* qcsubi,
                         const int32_t* qcsubj, const double* qcval) {
-  return api(task, [&](tvn::task& t) { return put_qcon(t, numqcnz, qcsubk, qcsubi, qcsubj, qcval); });
+  return api_change(task, [&](tvn::task& t) { return put_qcon(t, numqcnz, qcsubk, qcsubi, qcsubj, qcval); });
 }
 
 TVNrescodee TVN_getqobjij(TVNtask_t task, int32_t i, int32_t j, double* qoij) {

@@ -155,6 +155,7 @@ TVNrescodee remove_items(task& t, int32_t accmode, int32_t num, const int32_t* s
 
 TVNrescodee remove_all(task& t, int32_t item) {
   if (item == TVN_PI_CONE) {
+    if (t.prob.numcone == 0) return TVN_RES_OK; // no status is lost
     scratch<int32_t> all(t.buffers, t.prob.numcone, false);
     for (int32_t k = 0; k < t.prob.numcone; k++) all[k] = k;
     TVN_core_removecones(t, t.prob.numcone, all.data());
@@ -179,7 +180,9 @@ TVNrescodee check_permutation(task& t, int32_t n, const int32_t* perm) {
 
 TVNrescodee permute_and_remove(task& t, int32_t accmode, int32_t newnum, const int32_t* perm) {
   problem& p = t.prob;
+  if (const TVNrescodee code = check_accmode(t, accmode)) return code;
   TVN_asserttaskdbg(label, __LINE__, t, accmode == TVN_ACC_CON);
+  if (accmode != TVN_ACC_CON) return TVN_RES_ERR_INTERNAL; // the user's exit function came back
   if (has_nlfunc(t)) return report(t, label, __LINE__, TVN_RES_ERR_CANNOT_HANDLE_NL);
   if (const TVNrescodee code = check_arrays(t, label, __LINE__, p.numcon, {{perm, "perm"}})) return code;
   if (const TVNrescodee code = check_permutation(t, p.numcon, perm)) return code;
@@ -200,13 +203,13 @@ TVNrescodee permute_and_remove(task& t, int32_t accmode, int32_t newnum, const i
 using namespace tvn;
 
 TVNrescodee TVN_remove(TVNtask_t task, int32_t accmode, int32_t num, const int32_t* sub) {
-  return api(task, [&](tvn::task& t) { return remove_items(t, accmode, num, sub); });
+  return api_change(task, [&](tvn::task& t) { return remove_items(t, accmode, num, sub); });
 }
 
 TVNrescodee TVN_removeall(TVNtask_t task, int32_t item) {
-  return api(task, [&](tvn::task& t) { return remove_all(t, item); });
+  return api_change(task, [&](tvn::task& t) { return remove_all(t, item); });
 }
 
 TVNrescodee TVN_permuteandremove(TVNtask_t task, int32_t accmode, int32_t newnum, const int32_t* perm) {
-  return api(task, [&](tvn::task& t) { return permute_and_remove(t, accmode, newnum, perm); });
+  return api_change(task, [&](tvn::task& t) { return permute_and_remove(t, accmode, newnum, perm); });
 }

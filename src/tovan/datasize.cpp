@@ -250,31 +250,31 @@ TVNrescodee TVN_core_append(task& t, int32_t accmode, int32_t num, int32_t* firs
 using namespace tvn;
 
 TVNrescodee TVN_append(TVNtask_t task, int32_t accmode, int32_t num) {
-  return api(task, [&](tvn::task& t) { return TVN_core_append(t, accmode, num, nullptr); });
+  return api_change(task, [&](tvn::task& t) { return TVN_core_append(t, accmode, num, nullptr); });
 }
 
 TVNrescodee TVN_putmaxnumvar(TVNtask_t task, int32_t maxnumvar) {
-  return api(task, [&](tvn::task& t) { return put_maxnumvar(t, maxnumvar); });
+  return api_change(task, [&](tvn::task& t) { return put_maxnumvar(t, maxnumvar); });
 }
 
 TVNrescodee TVN_putmaxnumcon(TVNtask_t task, int32_t maxnumcon) {
-  return api(task, [&](tvn::task& t) { return put_maxnumcon(t, maxnumcon); });
+  return api_change(task, [&](tvn::task& t) { return put_maxnumcon(t, maxnumcon); });
 }
 
 TVNrescodee TVN_putmaxnumcone(TVNtask_t task, int32_t maxnumcone) {
-  return api(task, [&](tvn::task& t) { return put_maxnumcone(t, maxnumcone); });
+  return api_change(task, [&](tvn::task& t) { return put_maxnumcone(t, maxnumcone); });
 }
 
 TVNrescodee TVN_putmaxnumanz(TVNtask_t task, int32_t maxnumanz) { return TVN_putmaxnumanz64(task, maxnumanz); }
 
 TVNrescodee TVN_putmaxnumanz64(TVNtask_t task, int64_t maxnumanz) {
-  return api(task, [&](tvn::task& t) { return put_maxnumanz(t, maxnumanz); });
+  return api_change(task, [&](tvn::task& t) { return put_maxnumanz(t, maxnumanz); });
 }
 
 TVNrescodee TVN_putmaxnumqnz(TVNtask_t task, int32_t maxnumqnz) { return TVN_putmaxnumqnz64(task, maxnumqnz); }
 
 TVNrescodee TVN_putmaxnumqnz64(TVNtask_t task, int64_t maxnumqnz) {
-  return api(task, [&](tvn::task& t) { return put_maxnumqnz(t, maxnumqnz); });
+  return api_change(task, [&](tvn::task& t) { return put_maxnumqnz(t, maxnumqnz); });
 }
 
 TVNrescodee TVN_getnumvar(TVNtask_t task, int32_t* numvar) {

@@ -63,11 +63,11 @@ int32_t problem_type(const task& t) noexcept {
 using namespace tvn;
 
 TVNrescodee TVN_putvartype(TVNtask_t task, int32_t j, int32_t vartype) {
-  return api(task, [&](tvn::task& t) { return put_vartype(t, j, vartype); });
+  return api_change(task, [&](tvn::task& t) { return put_vartype(t, j, vartype); });
 }
 
 TVNrescodee TVN_putvartypelist(TVNtask_t task, int32_t num, const int32_t* subj, const int32_t* vartype) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     TVNrescodee code = check_arrays(t, label, __LINE__, num, {{subj, "subj"}, {vartype, "vartype"}});
     for (int32_t k = 0; k < num && !code; k++) code = put_vartype(t, subj[k], vartype[k]);
     return code;
@@ -87,7 +87,7 @@ TVNrescodee TVN_getvartypelist(TVNtask_t task, int32_t num, const int32_t* subj,
 }
 
 TVNrescodee TVN_putvarbranchorder(TVNtask_t task, int32_t j, int32_t priority, int32_t direction) {
-  return api(task, [&](tvn::task& t) { return put_branch_order(t, j, priority, direction); });
+  return api_change(task, [&](tvn::task& t) { return put_branch_order(t, j, priority, direction); });
 }
 
 TVNrescodee TVN_getvarbranchorder(TVNtask_t task, int32_t j, int32_t* priority, int32_t* direction) {

@@ -253,7 +253,7 @@ bool TVN_getwritename(const char* name, const char* badchars) noexcept {
 using namespace tvn;
 
 TVNrescodee TVN_putname(TVNtask_t task, int32_t item, int32_t i, const char* name) {
-  return api(task, [&](tvn::task& t) { return put_name(t, item, i, name); });
+  return api_change(task, [&](tvn::task& t) { return put_name(t, item, i, name); });
 }
 
 TVNrescodee TVN_getname(TVNtask_t task, int32_t item, int32_t i, int32_t maxlen, int32_t* len, char* name) {
@@ -301,7 +301,7 @@ TVNrescodee TVN_getmaxnamelen(TVNtask_t task, int32_t* maxlen) {
 }
 
 TVNrescodee TVN_putobjname(TVNtask_t task, const char* name) {
-  return api(task, [&](tvn::task& t) { return put_objname(t, name); });
+  return api_change(task, [&](tvn::task& t) { return put_objname(t, name); });
 }
 
 TVNrescodee TVN_getobjname(TVNtask_t task, int32_t maxlen, int32_t* len, char* name) {
@@ -309,7 +309,7 @@ TVNrescodee TVN_getobjname(TVNtask_t task, int32_t maxlen, int32_t* len, char* n
 }
 
 TVNrescodee TVN_puttaskname(TVNtask_t task, const char* name) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (!name) return report(t, label, __LINE__, TVN_RES_ERR_NAME_IS_NULL);
     t.taskname.assign(name);
     return TVN_RES_OK;

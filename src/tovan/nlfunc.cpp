@@ -79,7 +79,7 @@ TVNrescodee nl_evaluate(task& t, const double* xx, nl_values& v) {
 using namespace tvn;
 
 TVNrescodee TVN_putnlfunc(TVNtask_t task, void* nlhandle, TVN_nlgetspfunc nlgetsp, TVN_nlgetvafunc nlgetva) {
-  return api(task, [&](tvn::task& t) { return put_nlfunc(t, {nlhandle, nlgetsp, nlgetva}); });
+  return api_change(task, [&](tvn::task& t) { return put_nlfunc(t, {nlhandle, nlgetsp, nlgetva}); });
 }
 
 TVNrescodee TVN_getnlfunc(TVNtask_t task, void** nlhandle, TVN_nlgetspfunc* nlgetsp, TVN_nlgetvafunc* nlgetva) {

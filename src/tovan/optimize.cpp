@@ -147,7 +147,7 @@ TVNrescodee optimize(task& t) {
 } // namespace tvn
 
 TVNrescodee TVN_optimize(TVNtask_t task) {
-  return tvn::api(task, [](tvn::task& t) { return tvn::optimize(t); });
+  return tvn::api_change(task, [](tvn::task& t) { return tvn::optimize(t); });
 }
 
 TVNrescodee TVN_optimizetrm(TVNtask_t task, TVNrescodee* trmcode) {

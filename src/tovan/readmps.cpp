@@ -37,6 +37,11 @@ bool refill(rm_state& rm) {
   if (rm.atend) return false;
   const int64_t left = rm.end - rm.begin;
   if (left > 0 && rm.begin == 0 && rm.end == rm.block.size()) { // a line longer than the block
+    if (left >= rm.maxline) {
+      rm.endless = true;
+      rm.filestate = sys_code::file_read;
+      return false;
+    }
     buffer<char> larger(*rm.sys, 2 * rm.block.size());
     std::memcpy(larger.data(), rm.block.data(), static_cast<size_t>(left));
     rm.block.swap(larger);

@@ -60,6 +60,7 @@ struct rm_state {
   bool quoted = false;  // free mode: names may stand in double quotes
   bool ours = false;    // the library's own writer made the file
   int64_t width = 1024; // of the longest data line
+  int64_t maxline = int64_t{1} << 30; // a line that fills such a block ends the reading: no file of text has it
   bool (*goeson)(void* handle) = nullptr; // called once a megabyte; the file ends where it answers false
   void* handle = nullptr;
   sys_code filestate = sys_code::ok;
@@ -68,6 +69,7 @@ struct rm_state {
   int64_t newline = -1;    // position of the next LF, `end` for none in the block, -1 not yet searched
   int64_t numreads = 0;    // of the file since the last rewind
   bool atend = false;      // the file has no more
+  bool endless = false;    // a line is longer than maxline; filestate is a read error then
   bool hascr = false;      // what was read so far holds a CR
   bool hasodd = false;     // likewise a tab or a NUL
   std::string_view line;   // the present line without its end

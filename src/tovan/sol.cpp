@@ -191,7 +191,7 @@ TVNrescodee TVN_solutiondef(TVNtask_t task, int32_t whichsol, int32_t* isdef) {
 }
 
 TVNrescodee TVN_undefsolution(TVNtask_t task, int32_t whichsol) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
     t.sols.defined[static_cast<size_t>(whichsol)] = 0;
     return TVN_RES_OK;
@@ -199,7 +199,7 @@ TVNrescodee TVN_undefsolution(TVNtask_t task, int32_t whichsol) {
 }
 
 TVNrescodee TVN_makesolution(TVNtask_t task, int32_t whichsol) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
     tvn::TVN_makesolution(t, whichsol);
     return TVN_RES_OK;
@@ -207,14 +207,14 @@ TVNrescodee TVN_makesolution(TVNtask_t task, int32_t whichsol) {
 }
 
 TVNrescodee TVN_deletesolutions(TVNtask_t task) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     delete_solutions(t.sols);
     return TVN_RES_OK;
   });
 }
 
 TVNrescodee TVN_deletesolution(TVNtask_t task, int32_t whichsol) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
     const auto k = static_cast<size_t>(whichsol);
     t.sols.keys[k].clear();

@@ -55,16 +55,17 @@ void dual_measures(solution_check& c, solution_measures& m) {
     for (int32_t k = 0; k < p.numcone; k++) m.maxdcni = worse(m.maxdcni, cone_violation(p.cone, s.snx, k));
 }
 
-TVNrescodee check_measured(task& t, int32_t whichsol, int32_t accmode, int32_t num, const int32_t* sub) {
+TVNrescodee check_measured(task& t, int32_t whichsol, int32_t accmode, int32_t num, const int32_t* sub,
+                           const array_argument& out) {
   if (const TVNrescodee code = check_accmode(t, accmode)) return code;
   if (const TVNrescodee code = check_defined(t, whichsol)) return code;
-  if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{sub, "sub"}})) return code;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{sub, "sub"}, out})) return code;
   return TVN_checkindicies(t, "sub", 0, side_bounds(t.prob, accmode).count, num, sub);
 }
 
-TVNrescodee check_cones(task& t, int32_t whichsol, int32_t num, const int32_t* sub) {
+TVNrescodee check_cones(task& t, int32_t whichsol, int32_t num, const int32_t* sub, const array_argument& out) {
   if (const TVNrescodee code = check_defined(t, whichsol)) return code;
-  if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{sub, "sub"}})) return code;
+  if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{sub, "sub"}, out})) return code;
   return TVN_checkindicies(t, "sub", 0, t.prob.numcone, num, sub);
 }
 
@@ -80,14 +81,14 @@ template <class Figure> TVNrescodee each_item(int32_t num, const int32_t* sub, d
 
 TVNrescodee get_pbi(task& t, int32_t whichsol, int32_t accmode, const int32_t* sub, int32_t num, double* pbi,
                     bool normalize) {
-  if (const TVNrescodee code = check_measured(t, whichsol, accmode, num, sub)) return code;
+  if (const TVNrescodee code = check_measured(t, whichsol, accmode, num, sub, {pbi, "pbi"})) return code;
   const measured_solution m = make_measured(t, whichsol);
   const side_view v = side_of(t, m.s, accmode);
   return each_item(num, sub, pbi, [&](int32_t i) { return bound_violation(v, i, m.f, normalize); });
 }
 
 TVNrescodee get_dbi(task& t, int32_t whichsol, int32_t accmode, const int32_t* sub, int32_t num, double* dbi) {
-  if (const TVNrescodee code = check_measured(t, whichsol, accmode, num, sub)) return code;
+  if (const TVNrescodee code = check_measured(t, whichsol, accmode, num, sub, {dbi, "dbi"})) return code;
   const measured_solution m = make_measured(t, whichsol);
   const side_view v = side_of(t, m.s, accmode);
   if (num > 0 && !v.sl) return undefined_measure(t, "dbi");
@@ -95,7 +96,7 @@ TVNrescodee get_dbi(task& t, int32_t whichsol, int32_t accmode, const int32_t* s
 }
 
 TVNrescodee get_peqi(task& t, int32_t whichsol, const int32_t* sub, int32_t num, double* peqi, bool normalize) {
-  if (const TVNrescodee code = check_measured(t, whichsol, TVN_ACC_CON, num, sub)) return code;
+  if (const TVNrescodee code = check_measured(t, whichsol, TVN_ACC_CON, num, sub, {peqi, "peqi"})) return code;
   solution_check c(t, whichsol);
   if (const TVNrescodee code = prepare(c, nonlinear_kind::all)) return code;
   row_sums rows(t, c.m.s, c.nl);
@@ -104,7 +105,7 @@ TVNrescodee get_peqi(task& t, int32_t whichsol, const int32_t* sub, int32_t num,
 
 TVNrescodee get_deqi(task& t, int32_t whichsol, int32_t accmode, const int32_t* sub, int32_t num, double* deqi,
                      bool normalize) {
-  if (const TVNrescodee code = check_measured(t, whichsol, accmode, num, sub)) return code;
+  if (const TVNrescodee code = check_measured(t, whichsol, accmode, num, sub, {deqi, "deqi"})) return code;
   solution_check c(t, whichsol);
   if (num > 0 && !c.m.s.y) return undefined_measure(t, "deqi");
   if (accmode == TVN_ACC_CON)
@@ -217,7 +218,7 @@ TVNrescodee TVN_getdeqi(TVNtask_t task, int32_t whichsol, int32_t accmode, const
 
 TVNrescodee TVN_getpcni(TVNtask_t task, int32_t whichsol, const int32_t* sub, int32_t num, double* pcni) {
   return api(task, [&](tvn::task& t) {
-    if (const TVNrescodee code = check_cones(t, whichsol, num, sub)) return code;
+    if (const TVNrescodee code = check_cones(t, whichsol, num, sub, {pcni, "pcni"})) return code;
     const double* x = TVN_getsolptrs(t, whichsol).xx;
     for (int32_t k = 0; k < num; k++) pcni[k] = cone_violation(t.prob.cone, x, sub[k]);
     return TVN_RES_OK;
@@ -226,7 +227,7 @@ TVNrescodee TVN_getpcni(TVNtask_t task, int32_t whichsol, const int32_t* sub, in
 
 TVNrescodee TVN_getdcni(TVNtask_t task, int32_t whichsol, const int32_t* sub, int32_t num, double* dcni) {
   return api(task, [&](tvn::task& t) {
-    if (const TVNrescodee code = check_cones(t, whichsol, num, sub)) return code;
+    if (const TVNrescodee code = check_cones(t, whichsol, num, sub, {dcni, "dcni"})) return code;
     const double* s = TVN_getsolptrs(t, whichsol).snx;
     if (num > 0 && !s) return undefined_measure(t, "dcni");
     for (int32_t k = 0; k < num; k++) dcni[k] = cone_violation(t.prob.cone, s, sub[k]);
@@ -236,7 +237,7 @@ TVNrescodee TVN_getdcni(TVNtask_t task, int32_t whichsol, const int32_t* sub, in
 
 TVNrescodee TVN_getinti(TVNtask_t task, int32_t whichsol, const int32_t* sub, int32_t num, double* inti) {
   return api(task, [&](tvn::task& t) {
-    if (const TVNrescodee code = check_measured(t, whichsol, TVN_ACC_VAR, num, sub)) return code;
+    if (const TVNrescodee code = check_measured(t, whichsol, TVN_ACC_VAR, num, sub, {inti, "inti"})) return code;
     const double* x = TVN_getsolptrs(t, whichsol).xx;
     if (t.prob.vartype.empty()) return TVN_RES_OK;
     for (int32_t k = 0; k < num; k++)

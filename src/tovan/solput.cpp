@@ -54,7 +54,8 @@ TVNrescodee check_input(task& t, int32_t whichsol, const sol_input& in) {
   if (p.numvar > 0)
     if (const TVNrescodee code = check_pointer(t, label, __LINE__, in.skx, "skx")) return code;
   if (const TVNrescodee code = check_keys(t, TVN_RES_ERR_INV_SKC, in.skc, p.numcon)) return code;
-  return check_keys(t, TVN_RES_ERR_INV_SKX, in.skx, p.numvar);
+  if (const TVNrescodee code = check_keys(t, TVN_RES_ERR_INV_SKX, in.skx, p.numvar)) return code;
+  return whichsol == TVN_SOL_ITR ? check_keys(t, TVN_RES_ERR_INV_SKN, in.skn, p.numcone) : TVN_RES_OK;
 }
 
 TVNrescodee put_solution(task& t, int32_t whichsol, const sol_input& in) {
@@ -83,7 +84,7 @@ TVNrescodee put_solution(task& t, int32_t whichsol, const sol_input& in) {
 
 // One of the three numbers of a slot, which is made when it is missing.
 TVNrescodee put_raw(TVNtask_t task, int32_t whichsol, std::array<int32_t, 3> solution_store::*numbers, int32_t value) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
     TVN_makesolution(t, whichsol);
     (t.sols.*numbers)[static_cast<size_t>(whichsol)] = value;
@@ -100,14 +101,14 @@ using namespace tvn;
 TVNrescodee TVN_putsolution(TVNtask_t task, int32_t whichsol, const int32_t* skc, const int32_t* skx,
                             const int32_t* skn, const double* xc, const double* xx, const double* y, const double* slc,
                             const double* suc, const double* slx, const double* sux, const double* snx) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     return put_solution(t, whichsol, {skc, skx, skn, xc, xx, y, slc, suc, slx, sux, snx});
   });
 }
 
 TVNrescodee TVN_putsolutioni(TVNtask_t task, int32_t accmode, int32_t i, int32_t whichsol, int32_t sk, double x,
                              double sl, double su, double sn) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_accmode(t, accmode)) return code;
     if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
     if (const TVNrescodee code = TVN_checkindexdbg(label, __LINE__, "", t, "i", accmode, i)) return code;
@@ -126,7 +127,7 @@ TVNrescodee TVN_putsolutioni(TVNtask_t task, int32_t accmode, int32_t i, int32_t
 }
 
 TVNrescodee TVN_putsolutionyi(TVNtask_t task, int32_t i, int32_t whichsol, double y) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
     if (const TVNrescodee code = TVN_checkindexdbg(label, __LINE__, "", t, "i", TVN_PI_CON, i)) return code;
     make_if_undefined(t, whichsol);
@@ -148,7 +149,7 @@ TVNrescodee TVN_putsolsta(TVNtask_t task, int32_t whichsol, int32_t solsta) {
 }
 
 TVNrescodee TVN_makesolutionstatusunknown(TVNtask_t task, int32_t whichsol) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
     tvn::TVN_makesolutionstatusunknown(t, whichsol);
     return TVN_RES_OK;

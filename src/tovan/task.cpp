@@ -106,6 +106,7 @@ TVNrescodee make_task(env& e, int32_t maxnumcon, int32_t maxnumvar, TVNtask_t& o
 
 void delete_task_data(task& t) noexcept {
   delete_solutions(t.sols);
+  TVN_simplex_deletebasis(t.basis);
   const int32_t objsense = t.prob.objsense;
   t.prob = problem{};
   t.prob.objsense = objsense;
@@ -141,7 +142,7 @@ TVNrescodee TVN_makeemptytask(TVNenv_t env, TVNtask_t* task) { return TVN_maketa
 
 TVNrescodee TVN_deletetask(TVNtask_t* task) {
   if (!task || !*task) return TVN_RES_OK;
-  return api(*task, [&](tvn::task& t) {
+  return api_change(*task, [&](tvn::task& t) {
     *task = nullptr;
     return destroy_task(&t);
   });
@@ -149,7 +150,7 @@ TVNrescodee TVN_deletetask(TVNtask_t* task) {
 
 TVNrescodee TVN_resizetask(TVNtask_t task, int32_t maxnumcon, int32_t maxnumvar, int32_t maxnumcone, int32_t maxnumanz,
                            int32_t maxnumqnz) {
-  return api(task,
+  return api_change(task,
              [&](tvn::task& t) { return resize_task(t, maxnumcon, maxnumvar, maxnumcone, maxnumanz, maxnumqnz); });
 }
 
@@ -169,7 +170,7 @@ TVNrescodee TVN_setdefaults(TVNtask_t task) {
 }
 
 TVNrescodee TVN_deletetaskdata(TVNtask_t task) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     delete_task_data(t);
     return TVN_RES_OK;
   });

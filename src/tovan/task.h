@@ -11,6 +11,8 @@
 #include "tovan/scratch.h"
 #include "tovan/solution.h"
 
+#include "simplex/bsimplex.h"
+
 namespace tvn {
 // The user's nonlinear functions; both or none. They stay when the data are deleted, as the callbacks do.
 struct nl_hook {
@@ -30,6 +32,7 @@ struct TVNtask {
   tvn::namestore names;
   tvn::param_values params; // this task's values of all parameters
   tvn::solution_store sols; // three slots
+  tvn::simplex_basis basis; // for basis solves, made on first need
   tvn::scratch_pool buffers;
   int32_t logheadprinted = 0;
   std::array<int32_t, 1000> warningcount{};
@@ -39,6 +42,7 @@ struct TVNtask {
   void* callbackhandle = nullptr;
   TVN_callbackfunc syscallback = nullptr;
   void* syscallbackhandle = nullptr;
+  int32_t incallback = 0; // progress callbacks that run now, one inside the other
   TVN_responsefunc responsefunc = nullptr;
   void* responsehandle = nullptr;
   tvn::stream_block streams;

@@ -10,18 +10,22 @@
 #include "tovan/log.h"
 #include "tovan/mpswrite.h"
 #include "tovan/names.h"
+#include "tovan/nlfunc.h"
 #include "tovan/param.h"
 #include "tovan/report.h"
 #include "tovan/symcontext.h"
 #include "tovan/tovanmps.h"
 
 #include <array>
+#include <cmath>
 
 namespace tvn {
 
 namespace {
 
 constexpr const char* label = "src/tovan/tovanio";
+
+constexpr int64_t longest_line = int64_t{1} << 30; // what has no line end before is no file of text
 
 constexpr const char* read_extensions[] = {"tbt", "mps", "lp", "opf", "xml", "fmps"};
 constexpr int32_t read_formats[] = {TVN_DATA_FORMAT_TBT, TVN_DATA_FORMAT_MPS, TVN_DATA_FORMAT_LP,
@@ -137,12 +141,30 @@ TVNrescodee choose_names(task& t, bool& generic) {
   return report(t, label, __LINE__, TVN_RES_WRN_USING_GENERIC_NAMES);
 }
 
+// What no file of a written format can hold: functions of the user, and numbers that are none.
+TVNrescodee check_writable(task& t) {
+  if (has_nlfunc(t)) return report(t, label, __LINE__, TVN_RES_ERR_CANNOT_HANDLE_NL);
+  if (const TVNrescodee bad = TVN_checkdata(t)) return bad;
+  for (int32_t k = 0; k < t.prob.numcone; k++)
+    if (!std::isfinite(t.prob.cone.par[k]))
+      return report(t, label, __LINE__, TVN_RES_ERR_NAN_IN_DOUBLE_DATA, "conepar");
+  return TVN_RES_OK;
+}
+
+// The objective is a row of the file: its name may not be that of a constraint there.
+TVNrescodee check_objective_name(task& t) {
+  const int32_t i = find_name(t, TVN_PI_CON, objective_name(t));
+  if (i < 0 || (t.prob.bkc[i] == TVN_BK_FR && TVNP_getintparam(t, TVN_IPAR_WRITE_FREE_CON) == 0)) return TVN_RES_OK;
+  return report(t, label, __LINE__, TVN_RES_ERR_INVALID_OBJ_NAME, objective_name(t));
+}
+
 TVNrescodee write_data(task& t, const char* filename) {
   text name(*t.sys);
   name.assign(filename && *filename ? std::string_view(filename) : TVNP_getstrparam(t, TVN_SPAR_DATA_FILE_NAME));
   if (name.empty()) return report(t, label, __LINE__, TVN_RES_ERR_FILE_OPEN, "");
   const file_format f = write_format(t, name);
   if (!has_writer(f.format)) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_FORMAT_TYPE, f.format);
+  if (const TVNrescodee bad = check_writable(t)) return bad;
   file_owner file;
   if (const TVNrescodee bad = TVN_fopentask(t, name.c_str(), file_mode::write, f.compressed, &file.file)) return bad;
   bool generic = false;
@@ -202,6 +224,8 @@ bool TVN_readline(sysfile& file, vec<char>& line, sys_code& result) {
   line.clear();
   char piece[1024];
   while (TVN_sysenv_fgets(file, piece, sizeof piece, result)) {
+    if (line.size() > longest_line) result = sys_code::file_read;
+    if (result != sys_code::ok) break;
     line.append(piece, static_cast<int64_t>(std::strlen(piece)));
     if (line.empty() || line.back() != '\n') continue;
     line.pop_back();
@@ -238,7 +262,7 @@ void read_summary(task& t, int32_t s) {
 using namespace tvn;
 
 TVNrescodee TVN_readdata(TVNtask_t task, const char* filename) {
-  return api(task, [&](tvn::task& t) { return read_data(t, filename); });
+  return api_change(task, [&](tvn::task& t) { return read_data(t, filename); });
 }
 
 TVNrescodee TVN_writedata(TVNtask_t task, const char* filename) {
@@ -247,6 +271,8 @@ TVNrescodee TVN_writedata(TVNtask_t task, const char* filename) {
 
 TVNrescodee TVN_readsummary(TVNtask_t task, int32_t whichstream) {
   return api(task, [&](tvn::task& t) {
+    if (whichstream < 0 || whichstream >= num_streams)
+      return report(t, label, __LINE__, TVN_RES_ERR_INVALID_STREAM, whichstream);
     read_summary(t, whichstream);
     return TVN_RES_OK;
   });

@@ -263,6 +263,9 @@ TVNrescodee TVN_readmps(task& t, int32_t mode, sysfile& file, const char* name) 
     TVN_rm_rewind(rm);
     code = TVN_readmpsfile(r);
   }
+  if (rm.endless)
+    echo(t, TVN_STREAM_ERR, "Line %lld is longer than %lld characters.\n", static_cast<long long>(rm.linenumber + 1),
+         static_cast<long long>(rm.maxline));
   // A damaged file is told as such, whatever its last line looked like.
   const TVNrescodee filecode = report_file(t, label, __LINE__, rm.filestate, name);
   return filecode ? filecode : code;

@@ -298,6 +298,7 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
   if (const TVNrescodee code = TVN_tovanlog(&t, TVN_CALLBACK_BEGIN_SIMPLEX)) return code;
 
   TVN_makesolution(t, TVN_SOL_BAS);
+  TVN_lu_invfac(t.basis.factor); // of a basis that the run leaves
   simplex_param param;
   tovansim_setparam(t, maximize, param);
   param.hotstart = hotstart_mode(t);
