@@ -39,7 +39,7 @@ typedef void *(*TVN_mallocfunc)(void *usrptr, size_t size);
 typedef void (*TVN_freefunc)(void *usrptr, void *block);
 /* Receives every reported code with its message; the result counts for warnings only: nonzero makes it a failure. */
 typedef TVNrescodee (*TVN_responsefunc)(void *handle, TVNrescodee code, const char *message);
-/* Called on a fatal internal error; the process ends when it returns. */
+/* Called on a fatal internal error. It should not return: the call that met the error would go on. */
 typedef void (*TVN_exitfunc)(void *handle, const char *file, int line, const char *message);
 /* Progress: code is one of TVN_CALLBACK_*; a nonzero result stops the run. */
 typedef int32_t (*TVN_callbackfunc)(TVNtask_t task, void *handle, int32_t code);
@@ -1451,8 +1451,10 @@ TVN_API TVNrescodee TVN_getbuildinfo(char *buildstate, char *builddate, char *bu
 
 /* ==== streams and callbacks ==================================================================================== */
 
-/* The progress callback, called while a file is read and while an optimizer runs.
- *   func   in: null takes the callback away. A nonzero result ends the run with TVN_RES_TRM_USER_CALLBACK.
+/* The progress callback, called while a file is read or written and while an optimizer runs.
+ *   func   in: null takes the callback away. A nonzero result ends the run with TVN_RES_TRM_USER_CALLBACK. It may read
+ *              the task, but a call that changes the problem or its solutions, runs an optimizer, reads a file or
+ *              deletes the task fails there with TVN_RES_ERR_INTERNAL and does nothing.
  *   handle in: passed to func. */
 TVN_API TVNrescodee TVN_putcallbackfunc(TVNtask_t task, TVN_callbackfunc func, void *handle);
 /* Each output may be null. */
@@ -1886,7 +1888,7 @@ TVN_API TVNrescodee TVN_putcfix(TVNtask_t task, double cfix);
 TVN_API TVNrescodee TVN_getcfix(TVNtask_t task, double *cfix);
 
 /* Bounds of an item: bk is TVN_BK_LO, _UP, _FX, _FR or _RA and says which of bl and bu count (FX takes bl). A side at
- * or past TVN_DPAR_DATA_TOL_BOUND_INF is infinite and leaves the key.
+ * or past TVN_DPAR_DATA_TOL_BOUND_INF is infinite and leaves the key. HUGE_VAL is stored as 1e30.
  * Codes: TVN_RES_ERR_INV_BKC, TVN_RES_ERR_INV_BKX; warnings TVN_RES_WRN_LARGE_LO_BOUND, TVN_RES_WRN_LARGE_UP_BOUND,
  * TVN_RES_WRN_LARGE_CON_FX. A fixed item with two values is reported (TVN_RES_ERR_FIXED_BOUND_VALUES) and fixed at
  * bl. */
@@ -1914,7 +1916,8 @@ TVN_API TVNrescodee TVN_putavec(TVNtask_t task, int32_t accmode, int32_t i, int3
                                 const double *vali);
 TVN_API TVNrescodee TVN_putavec64(TVNtask_t task, int32_t accmode, int32_t i, int64_t nzi, const int32_t *subi,
                                   const double *vali);
-/* The vectors sub[k], given by asub, aval [ptrb[k] .. ptre[k] - 1]. Codes: also TVN_RES_ERR_INV_APTRE. */
+/* The vectors sub[k], given by asub, aval [ptrb[k] .. ptre[k] - 1]. Codes: also TVN_RES_ERR_INV_APTRE and
+ * TVN_RES_ERR_IN_ARGUMENT (a negative begin). */
 TVN_API TVNrescodee TVN_putaveclist(TVNtask_t task, int32_t accmode, int32_t num, const int32_t *sub,
                                     const int32_t *ptrb, const int32_t *ptre, const int32_t *asub, const double *aval);
 TVN_API TVNrescodee TVN_putaveclist64(TVNtask_t task, int32_t accmode, int32_t num, const int32_t *sub,
@@ -2011,19 +2014,21 @@ TVN_API TVNrescodee TVN_remove(TVNtask_t task, int32_t accmode, int32_t num, con
 /* item: TVN_PI_VAR, TVN_PI_CON or TVN_PI_CONE. Codes: TVN_RES_ERR_PRO_ITEM. */
 TVN_API TVNrescodee TVN_removeall(TVNtask_t task, int32_t item);
 /* Constraint i becomes constraint perm[i]; those that come to newnum or behind are removed.
- *   accmode in: TVN_ACC_CON; anything else is a fatal stop.
- * Codes: TVN_RES_ERR_ARGUMENT_PERM_ARRAY. */
+ *   accmode in: TVN_ACC_CON; TVN_ACC_VAR is a fatal stop.
+ * Codes: TVN_RES_ERR_ARGUMENT_PERM_ARRAY, TVN_RES_ERR_INVALID_ACCMODE. */
 TVN_API TVNrescodee TVN_permuteandremove(TVNtask_t task, int32_t accmode, int32_t newnum, const int32_t *perm);
 
 /* The nonlinear part of the problem; the problem is then of type TVN_PROBTYPE_GECO, or TVN_PROBTYPE_MIXED with cones.
  * Two null functions take it away; it stays when the data of the task are deleted. Such a task cannot be cloned
- * (TVN_RES_ERR_CANNOT_CLONE_NL) nor have its constraints permuted (TVN_RES_ERR_CANNOT_HANDLE_NL). No file holds it.
+ * (TVN_RES_ERR_CANNOT_CLONE_NL) nor have its constraints permuted (TVN_RES_ERR_CANNOT_HANDLE_NL). No file
+ * holds it: TVN_writedata refuses such a task.
  * Codes: TVN_RES_ERR_NULL_POINTER (one function without the other). */
 TVN_API TVNrescodee TVN_putnlfunc(TVNtask_t task, void *nlhandle, TVN_nlgetspfunc nlgetsp, TVN_nlgetvafunc nlgetva);
 /* Each output may be null. */
 TVN_API TVNrescodee TVN_getnlfunc(TVNtask_t task, void **nlhandle, TVN_nlgetspfunc *nlgetsp, TVN_nlgetvafunc *nlgetva);
 
-/* Looks for NaN in costs and bounds. Codes: TVN_RES_ERR_NAN_IN_BLC, _BUC, _C, _BLX, _BUX. */
+/* Looks for NaN in costs and bounds, and for a constant of the objective that is no number. Codes:
+ * TVN_RES_ERR_NAN_IN_BLC, _BUC, _C, _BLX, _BUX, _DOUBLE_DATA. */
 TVN_API TVNrescodee TVN_checkdata(TVNtask_t task);
 
 /* ==== names ====================================================================================================
@@ -2067,10 +2072,13 @@ TVN_API TVNrescodee TVN_readdata(TVNtask_t task, const char *filename);
  * that ends in "gz" makes a gzip stream; TVN_IPAR_WRITE_DATA_COMPRESSED does too and appends ".gz" to the name. When an
  * item has no name all names are replaced by generic ones, with TVN_RES_WRN_USING_GENERIC_NAMES. The task is unchanged.
  * Returns TVN_RES_ERR_FILE_OPEN, TVN_RES_ERR_FILE_WRITE, TVN_RES_ERR_INVALID_FORMAT_TYPE for a format that cannot be
- * written, TVN_RES_ERR_WRITE_MPS_INVALID_NAME for a name that could not be read back, or the code of a callback. */
+ * written, TVN_RES_ERR_WRITE_MPS_INVALID_NAME for a name that could not be read back, or the code of a callback; and
+ * before the file is touched TVN_RES_ERR_CANNOT_HANDLE_NL (functions of the user), TVN_RES_ERR_INVALID_OBJ_NAME (the
+ * objective has the name of a constraint) or a code of TVN_checkdata. */
 TVN_API TVNrescodee TVN_writedata(TVNtask_t task, const char *filename);
 
-/* Writes four lines about the file that was read last to a stream, when TVN_IPAR_LOG is at least 1. */
+/* Writes four lines about the file that was read last to a stream, when TVN_IPAR_LOG is at least 1.
+ * Codes: TVN_RES_ERR_INVALID_STREAM. */
 TVN_API TVNrescodee TVN_readsummary(TVNtask_t task, int32_t whichstream);
 
 /* ==== optimize ================================================================================================= */
@@ -2142,7 +2150,7 @@ TVN_API TVNrescodee TVN_getreducedcosts(TVNtask_t task, int32_t whichsol, int32_
 
 /* Puts a whole solution, for instance as a start; the statuses become unknown. Null arrays store 0.
  * Codes: TVN_RES_ERR_NULL_POINTER (skc with constraints, skx with variables), TVN_RES_ERR_INV_SKC,
- * TVN_RES_ERR_INV_SKX. */
+ * TVN_RES_ERR_INV_SKX, TVN_RES_ERR_INV_SKN. */
 TVN_API TVNrescodee TVN_putsolution(TVNtask_t task, int32_t whichsol, const int32_t *skc, const int32_t *skx,
                                     const int32_t *skn, const double *xc, const double *xx, const double *y,
                                     const double *slc, const double *suc, const double *slx, const double *sux,

@@ -81,7 +81,10 @@ double TVN_lu_getfactorwork(const lu& f);
 double TVN_lu_getupdatework(const lu& f);
 void TVN_lu_gettotalwork(const lu& f, bigint& total); // all tasks since TVN_lu_make
 
-// Estimate of the one-norm of the inverse (Hager 1984). rwork: 2 * nrow.
-[[nodiscard]] lu_code TVN_lu_onenormestimate(lu& f, double& estimate, std::span<double> rwork);
+// Estimate of the one-norm of the inverse (Hager 1984). rwork: 2 * nrow. With scales it is that of the inverse of A,
+// where diag(rowscale) A diag(colscale) was factored; both empty: no scales.
+[[nodiscard]] lu_code TVN_lu_onenormestimate(lu& f, double& estimate, std::span<double> rwork,
+                                             std::span<const double> rowscale = {},
+                                             std::span<const double> colscale = {});
 
 } // namespace tvn

@@ -20,9 +20,14 @@ double norm_one(std::span<const double> x) {
   return s;
 }
 
+void scale_by(std::span<const double> scale, std::span<double> x) {
+  for (size_t k = 0; k < scale.size(); k++) x[k] *= scale[k];
+}
+
 } // namespace
 
-lu_code TVN_lu_onenormestimate(lu& f, double& estimate, std::span<double> rwork) {
+lu_code TVN_lu_onenormestimate(lu& f, double& estimate, std::span<double> rwork, std::span<const double> rowscale,
+                               std::span<const double> colscale) {
   estimate = -1.0;
   if (f.nrow != f.ncol) return lu_code::not_square;
   if (f.state != lu_factored) return lu_code::not_factored;
@@ -36,7 +41,9 @@ lu_code TVN_lu_onenormestimate(lu& f, double& estimate, std::span<double> rwork)
   std::fill(x.begin(), x.end(), 1.0 / static_cast<double>(m));
   double last = 0.0;
   for (int32_t cycle = 0; cycle < maxcycles; cycle++) {
+    scale_by(rowscale, x);
     if (TVN_lu_ftransafe(f, x, y, growthlimit) != lu_code::done) return lu_code::cond_gave_up;
+    scale_by(colscale, y);
     const double e = norm_one(y);
     estimate = std::max(estimate, e);
     if (e <= last) break;
@@ -46,7 +53,9 @@ lu_code TVN_lu_onenormestimate(lu& f, double& estimate, std::span<double> rwork)
       v = v > 0.0 ? 1.0 : (v < 0.0 ? -1.0 : 0.0);
     }
     if (!anysign) break;
+    scale_by(colscale, y);
     TVN_lu_btran(f, y, x);
+    scale_by(rowscale, x);
     size_t at = 0;
     for (size_t i = 1; i < m; i++)
       if (std::fabs(x[i]) > std::fabs(x[at])) at = i;

@@ -1,9 +1,10 @@
 // Factor of the user's basis.
 //
-// The optimizers factor a scaled matrix; this one is as the user entered it. A basis that an optimizer found may
-// therefore hold pivots far below the usual absolute tolerance, so that a factorisation that lacks rank is tried again
-// with a tolerance near the rounding of the largest element. A threshold of 0.1 costs little fill and keeps the growth
-// small (Suhl and Suhl 1990): callers solve a few systems and want them accurate.
+// The optimizers factor a scaled matrix; this one is as the user entered it, and a basis that an optimizer found may
+// hold elements far below the usual tolerances. A factorisation that lacks rank is therefore tried again with rows and
+// columns scaled to a maximum near 1 and a tolerance near rounding; being powers of two, the scales cost no digit.
+// A threshold of 0.1 costs little fill and keeps the growth small (Suhl and Suhl 1990): callers solve a few systems and
+// want them accurate.
 #include "simplex/bsimplex.h"
 
 #include "simplex/usimplex.h"
@@ -16,7 +17,7 @@ namespace {
 
 constexpr double tolrelpiv = 0.1;
 constexpr double tolabspiv = 1e-8;
-constexpr double tolrounding = 1e-12; // of the second try, relative to the largest element when that is above 1
+constexpr double tolrounding = 1e-11; // smallest pivot of the second try
 
 struct column_source {
   const basis_source& a;
@@ -36,10 +37,12 @@ bool get_column(void* handle, int64_t space, int32_t k, int32_t& count, int32_t*
   if (item < a.numcon) {
     sub[0] = item;
     val[0] = -1.0;
-    return true;
+  } else {
+    std::copy_n(a.sub + a.ptrb[item - a.numcon], n, sub);
+    std::copy_n(a.val + a.ptrb[item - a.numcon], n, val);
   }
-  std::copy_n(a.sub + a.ptrb[item - a.numcon], n, sub);
-  std::copy_n(a.val + a.ptrb[item - a.numcon], n, val);
+  if (!b.rowscale.empty())
+    for (int32_t p = 0; p < count; p++) val[p] *= b.rowscale[sub[p]] * b.colscale[k];
   return true;
 }
 
@@ -59,23 +62,44 @@ void resize(simplex_basis& b, int32_t m) {
   b.m = m;
 }
 
-struct basis_sizes {
+// Fills idx; returns the nonzeros of the columns.
+int64_t collect(const basis_source& a, simplex_basis& b) noexcept {
   int64_t nonzeros = 0;
-  double largest = 1.0; // element, at least that of a slack
-};
-
-basis_sizes collect(const basis_source& a, simplex_basis& b) noexcept {
-  basis_sizes s;
   int32_t k = 0;
   for (int32_t item = 0; item < a.numcon + a.numvar; item++) {
     if ((item < a.numcon ? a.skc[item] : a.skx[item - a.numcon]) != sk_bas) continue;
     b.idx[k++] = item;
-    s.nonzeros += column_count(a, item);
-    if (item < a.numcon) continue;
-    for (int64_t p = a.ptrb[item - a.numcon]; p < a.ptre[item - a.numcon]; p++)
-      s.largest = std::max(s.largest, std::fabs(a.val[p]));
+    nonzeros += column_count(a, item);
   }
-  return s;
+  return nonzeros;
+}
+
+// The power of two that brings a magnitude to between 1 and 2.
+double scale_of(double largest) noexcept { return largest > 0.0 ? std::ldexp(1.0, -std::ilogb(largest)) : 1.0; }
+
+// Rows first, then columns; a slack counts as an element 1 of its row.
+void compute_scales(const basis_source& a, simplex_basis& b) {
+  buffer<double> row(*b.sys, b.m, 0.0), col(*b.sys, b.m, 0.0);
+  const auto each = [&](auto visit) {
+    for (int32_t k = 0; k < b.m; k++) {
+      const int32_t j = b.idx[k] - a.numcon;
+      if (j < 0)
+        visit(b.idx[k], k, 1.0);
+      else
+        for (int64_t p = a.ptrb[j]; p < a.ptre[j]; p++) visit(a.sub[p], k, std::fabs(a.val[p]));
+    }
+  };
+  each([&](int32_t i, int32_t, double v) { row[i] = std::max(row[i], v); });
+  for (double& r : row) r = scale_of(r);
+  each([&](int32_t i, int32_t k, double v) { col[k] = std::max(col[k], row[i] * v); });
+  for (double& c : col) c = scale_of(c);
+  b.rowscale.swap(row);
+  b.colscale.swap(col);
+}
+
+void scale_by(const buffer<double>& scale, spvec& x) noexcept {
+  if (scale.empty()) return;
+  for (int32_t p = 0; p < x.count; p++) x.val[x.idx[p]] *= scale[x.idx[p]];
 }
 
 } // namespace
@@ -91,7 +115,9 @@ simplex_code TVN_simplex_verifybasis(const basis_source& a, simplex_basis& b) {
   TVN_lu_invfac(b.factor);
   if (count_basics(a) != a.numcon) return simplex_code::bad_basis;
   resize(b, a.numcon);
-  const basis_sizes size = collect(a, b);
+  const int64_t nonzeros = collect(a, b);
+  b.rowscale.clear();
+  b.colscale.clear();
   int64_t isize = 0, rsize = 0;
   TVN_lu_getfactorspace(b.m, b.m, isize, rsize);
   buffer<int32_t> iwork(*b.sys, isize);
@@ -101,13 +127,14 @@ simplex_code TVN_simplex_verifybasis(const basis_source& a, simplex_basis& b) {
   TVN_lu_putgeta(b.factor, &source, get_column);
   TVN_lu_puttol(b.factor, 1, tolabspiv);
   TVN_lu_puttol(b.factor, 2, tolrelpiv);
-  factor_result result = TVN_simplex_factorlu(b.factor, size.nonzeros, iwork, rwork);
+  factor_result result = TVN_simplex_factorlu(b.factor, nonzeros, iwork, rwork);
   if (result == factor_result::singular) {
-    TVN_lu_puttol(b.factor, 1, tolrounding * size.largest);
-    result = TVN_simplex_factorlu(b.factor, size.nonzeros, iwork, rwork);
+    compute_scales(a, b);
+    TVN_lu_puttol(b.factor, 1, tolrounding);
+    result = TVN_simplex_factorlu(b.factor, nonzeros, iwork, rwork);
   } else if (result == factor_result::full && TVN_simplex_improvelu(b.factor)) {
     TVN_lu_puttol(b.factor, 2, tolrelpiv);
-    result = TVN_simplex_factorlu(b.factor, size.nonzeros, iwork, rwork);
+    result = TVN_simplex_factorlu(b.factor, nonzeros, iwork, rwork);
   }
   TVN_lu_putgeta(b.factor, nullptr, nullptr);
   b.rank = TVN_lu_getrank(b.factor);
@@ -119,11 +146,17 @@ simplex_code TVN_simplex_verifybasis(const basis_source& a, simplex_basis& b) {
 }
 
 void TVN_simplex_solvebasis(simplex_basis& b) {
+  scale_by(b.rowscale, b.byrow);
   TVN_lu_ftranl(b.factor, b.byrow);
   TVN_lu_ftranus(b.factor, b.byrow, b.byposition, 0.0, 0.0);
+  scale_by(b.colscale, b.byposition);
 }
 
-void TVN_simplex_solvebasistransposed(simplex_basis& b) { TVN_lu_btrans(b.factor, b.byposition, b.byrow, 0.0, 0.0); }
+void TVN_simplex_solvebasistransposed(simplex_basis& b) {
+  scale_by(b.colscale, b.byposition);
+  TVN_lu_btrans(b.factor, b.byposition, b.byrow, 0.0, 0.0);
+  scale_by(b.rowscale, b.byrow);
+}
 
 bool TVN_simplex_estimatenormofbasis(const basis_source& a, const simplex_basis& b, double& norm) {
   norm = 0.0;
@@ -138,7 +171,8 @@ bool TVN_simplex_estimatenormofbasis(const basis_source& a, const simplex_basis&
 
 bool TVN_simplex_estimatenormofbasisinverse(simplex_basis& b, double& norm) {
   buffer<double> work(*b.sys, 2 * int64_t{b.m});
-  return TVN_lu_onenormestimate(b.factor, norm, work) == lu_code::done && std::isfinite(norm);
+  const buffer<double>&rowscale = b.rowscale, &colscale = b.colscale;
+  return TVN_lu_onenormestimate(b.factor, norm, work, rowscale, colscale) == lu_code::done && std::isfinite(norm);
 }
 
 } // namespace tvn

@@ -1,8 +1,8 @@
 // The basis that a task keeps between calls: which item stands at each position, and the factor of its matrix.
 //
 // Items are numbered in the joined index space: 0 .. m-1 the slacks of the constraints, whose columns are minus unit
-// vectors, from m on the variables. The matrix holds the user's own unscaled numbers. It is read only while the basis
-// is verified; afterwards the factor stands alone, whatever becomes of A.
+// vectors, from m on the variables. The matrix holds the user's own numbers. It is read only while the basis is
+// verified; afterwards the factor stands alone, whatever becomes of A.
 #pragma once
 
 #include "lu/lu.h"
@@ -23,7 +23,9 @@ struct simplex_basis {
   sysenv* sys = nullptr;    // null: not made
   int32_t m = -1;           // positions, -1: no basis was ever verified
   buffer<int32_t> idx;      // [m] item at each position, ascending
-  lu factor;                // of the columns of idx while its state is lu_factored
+  lu factor;                // of diag(rowscale) B diag(colscale) while its state is lu_factored
+  buffer<double> rowscale;  // [m] by row, powers of two; empty: all 1
+  buffer<double> colscale;  // [m] by position, likewise
   spvec byrow, byposition;  // [m] right-hand side and result of a solve, empty between solves
   int32_t rank = 0;         // of the last factorisation
   int32_t firstlacking = 0; // a position whose column depends on the others, when rank < m

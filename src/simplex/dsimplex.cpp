@@ -14,9 +14,8 @@ namespace {
 
 constexpr int64_t budgetreserve = 40; // iterations left: no more perturbation
 constexpr int64_t tightreserve = 100; // iterations left: smaller tolerance of the ratio test
-constexpr double tolpivmax = 1e-5, tolpivmin = 1e-10;
+constexpr double tolpivmin = 1e-10;
 constexpr int32_t maxupdates = 500;   // on one factor, whatever the cost of a solve says
-constexpr int32_t minupdates = 10;    // after any number of singular bases
 constexpr double smallpivot = 1e-5;   // below it a pivot is taken on a fresh factor only
 constexpr double bannedweight = 1e15; // of a row whose pivot failed
 constexpr double smallstep = 1e-12;   // dual steps up to this count as degenerate
@@ -25,17 +24,6 @@ constexpr double grosserror = 1e-4;   // relative difference of the two pivots a
 constexpr double worseerror = 1e-7;   // and at which the factor is renewed soon
 constexpr int64_t stalliterations = 2000;
 constexpr int32_t maxkicks = 8;
-
-loop_state finish(dual_state& s, simplex_code code, int32_t solsta) {
-  s.base.stop = code;
-  s.info.solsta = solsta;
-  return loop_state::finished;
-}
-
-loop_state hand_over(dual_state& s) {
-  s.handover = true;
-  return finish(s, simplex_code::ok, sol_unknown);
-}
 
 int64_t total_iterations(const dual_state& s) {
   return s.info.count[kind_primal].iterations + s.info.count[kind_dual].iterations;
@@ -61,80 +49,14 @@ loop_state check_limits(dual_state& s) {
   if (line) {
     set_objective(s);
     if (const int32_t stop = s.base.progress(simplex_event::iteration, s.info))
-      return finish(s, stop_code(stop), sol_unknown);
+      return dsimplex_finish(s, stop_code(stop), sol_unknown);
     s.info.forcelog = false;
   }
   const int64_t left = s.param.maxiterations - total_iterations(s);
-  if (left <= 0) return finish(s, simplex_code::max_iterations, sol_unknown);
+  if (left <= 0) return dsimplex_finish(s, simplex_code::max_iterations, sol_unknown);
   if (left < tightreserve) s.tolratio = 0.01 * s.told;
   if (left < budgetreserve) s.allowperturb = false;
   return s.iter % 8 == 0 && TVN_simplex_poll(s.base) ? loop_state::finished : loop_state::go_on;
-}
-
-loop_state setback(dual_state& s) {
-  s.refactor = true;
-  s.info.count[kind_dual].setbacks = ++s.setbacks;
-  if (s.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
-  return s.perturbed ? hand_over(s) : finish(s, simplex_code::max_setbacks, sol_unknown);
-}
-
-void save_basis(dual_state& s) {
-  std::copy(s.fac.head.begin(), s.fac.head.end(), s.savedhead.begin());
-  std::copy(s.key.begin(), s.key.end(), s.savedkey.begin());
-  for (int32_t k = 0; k < s.work.m; k++) s.savedweight[k] = s.basic[k].weight;
-  s.savediter = s.iter;
-}
-
-// Back to the last basis that had a factor. What lies between led to a singular one, so pivots are chosen with more
-// care and fewer of them go on one factor.
-loop_state backtrack(dual_state& s) {
-  s.updatelimit = std::max(minupdates, static_cast<int32_t>(s.iter - s.savediter) / 2);
-  s.savediter = s.iter;
-  std::copy(s.savedhead.begin(), s.savedhead.end(), s.fac.head.begin());
-  std::copy(s.savedkey.begin(), s.savedkey.end(), s.key.begin());
-  for (int32_t k = 0; k < s.work.m; k++) s.basic[k].weight = s.savedweight[k];
-  std::fill(s.fac.pos.begin(), s.fac.pos.end(), -1);
-  for (int32_t k = 0; k < s.work.m; k++) s.fac.pos[s.fac.head[k]] = k;
-  for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
-  dsimplex_placenonbasics(s);
-  s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
-  TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 1.5 * TVN_lu_gettol(s.fac.factor, 2)));
-  return setback(s);
-}
-
-// What a repair threw out rests at a bound, its successor's weight starts anew.
-loop_state follow_repair(dual_state& s, int32_t num) {
-  for (int32_t e = 0; e < num; e++) {
-    const auto [leaving, entering] = s.exchanges[e];
-    TVN_simplex_setlisted(s.base, entering, false);
-    if (!s.work.is_fixed(leaving)) TVN_simplex_setlisted(s.base, leaving, true);
-    s.key[entering] = sk_bas;
-    TVN_simplex_restnonbasic(s.base, leaving, sk_unk);
-    s.basic[s.fac.pos[entering]].weight = 2;
-  }
-  dsimplex_placenonbasics(s);
-  s.info.count[kind_dual].artificials += num;
-  return s.iter > 0 ? setback(s) : loop_state::go_on;
-}
-
-loop_state refactor(dual_state& s) {
-  loop_state state = loop_state::go_on;
-  for (;;) {
-    const int32_t num = TVN_simplex_refactor(s.base, kind_dual, s.exchanges);
-    if (num < 0) return loop_state::finished;
-    if (num == 0) break;
-    if (s.iter > s.savediter) {
-      state = backtrack(s);
-      if (state == loop_state::finished) return state;
-      continue;
-    }
-    state = follow_repair(s, num);
-    break;
-  }
-  s.refactor = s.soon = false;
-  if (state == loop_state::finished) return state;
-  save_basis(s);
-  return loop_state::go_on;
 }
 
 // Working objective: that of the perturbed problem, which alone rises without fail.
@@ -164,7 +86,7 @@ loop_state watch_progress(dual_state& s) {
   }
   if (s.iter - s.bestiter <= stalliterations + 2 * s.work.m) return loop_state::go_on;
   s.bestiter = s.iter;
-  if (++s.kicks > maxkicks) return hand_over(s);
+  if (++s.kicks > maxkicks) return dsimplex_handover(s);
   if (s.param.degen != 0) dsimplex_kick(s, s.told * std::exp2(s.kicks));
   return loop_state::go_on;
 }
@@ -173,7 +95,7 @@ loop_state watch_progress(dual_state& s) {
 loop_state check_cut(dual_state& s) {
   if (!s.param.usecutupp || s.phase != 2 || !(working_objective(s) + s.work.offset > s.param.cutupp))
     return loop_state::go_on;
-  if (!s.perturbed) return finish(s, simplex_code::objective_range, sol_unknown);
+  if (!s.perturbed) return dsimplex_finish(s, simplex_code::objective_range, sol_unknown);
   // Once only: what has to be shifted again says nothing of the cut.
   if (!s.allowperturb) return loop_state::go_on;
   s.allowperturb = false;
@@ -195,7 +117,7 @@ void begin_phase(dual_state& s, int32_t phase) {
 
 // Fresh factor, d, signs and values.
 loop_state recompute(dual_state& s) {
-  if (refactor(s) == loop_state::finished) return loop_state::finished;
+  if (dsimplex_refactor(s) == loop_state::finished) return loop_state::finished;
   dsimplex_formd(s);
   if (s.phase == 0) {
     dsimplex_countinf(s);
@@ -204,6 +126,7 @@ loop_state recompute(dual_state& s) {
   }
   dsimplex_correctsigns(s);
   dsimplex_formxb(s);
+  dsimplex_savebasis(s);
   s.fresh = true;
   if (check_cut(s) == loop_state::finished || watch_progress(s) == loop_state::finished) return loop_state::finished;
   if (s.refactor) return loop_state::recompute;
@@ -215,32 +138,27 @@ loop_state recompute(dual_state& s) {
 
 // No row is infeasible in the box: dual feasible, or never.
 loop_state end_of_phaseone(dual_state& s) {
-  if (s.perturbed) {
+  const bool waschanged = s.perturbed;
+  if (waschanged) {
     dsimplex_restorecosts(s);
     dsimplex_formd(s);
   }
   dsimplex_countinf(s);
-  if (s.numdinf == 0) {
-    begin_phase(s, 2);
-    if (s.allowperturb) dsimplex_perturbinit(s);
-    return s.refactor = true, loop_state::recompute;
-  }
-  // On the true costs the box may have more to give.
-  if (s.allowperturb) {
-    s.allowperturb = false;
-    s.refactor = true;
-    return loop_state::recompute;
-  }
-  return finish(s, simplex_code::ok, sol_dual_infeas_cer);
+  if (s.numdinf > 0 && !waschanged) return dsimplex_finish(s, simplex_code::ok, sol_dual_infeas_cer);
+  s.refactor = true;
+  if (s.numdinf > 0) return loop_state::recompute; // on the true costs the box may have more to give
+  begin_phase(s, 2);
+  if (s.allowperturb) dsimplex_perturbinit(s);
+  return loop_state::recompute;
 }
 
 // The pricing found nothing.
 loop_state end_of_pricing(dual_state& s) {
   if (!s.fresh || s.fac.since > 0) return s.refactor = true, loop_state::recompute;
   if (s.phase == 1) return end_of_phaseone(s);
-  if (!s.perturbed) return finish(s, simplex_code::ok, sol_optimal);
+  if (!s.perturbed) return dsimplex_finish(s, simplex_code::ok, sol_optimal);
   dsimplex_restorecosts(s);
-  return hand_over(s);
+  return dsimplex_handover(s);
 }
 
 // No entering variable: a proof, or lost digits.
@@ -249,7 +167,7 @@ loop_state infeasible(dual_state& s, int32_t r, double sigma) {
   if (s.phase == 2 && dsimplex_checkcertificate(s, r, sigma)) {
     std::fill(s.base.infeas.begin(), s.base.infeas.end(), int8_t{0});
     s.base.infeas[r] = sigma > 0 ? 1 : -1;
-    return finish(s, simplex_code::ok, sol_prim_infeas_cer);
+    return dsimplex_finish(s, simplex_code::ok, sol_prim_infeas_cer);
   }
   if (s.tolpiv > tolpivmin) {
     s.tolpiv = tolpivmin;
@@ -257,7 +175,7 @@ loop_state infeasible(dual_state& s, int32_t r, double sigma) {
   } else {
     s.basic[r].weight = bannedweight;
   }
-  return setback(s);
+  return dsimplex_setback(s);
 }
 
 // The leaving row: rho is formed on the way, and a weight that was far too small costs the row its place.
@@ -290,14 +208,14 @@ loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
   const bool lost = !(size > 0.5 * s.tolpiv) || !(error <= grosserror * (1 + size)) || !(error <= 0.1 * size);
   if (!lost) {
     if (size < smallpivot && s.fac.since > 0) return s.refactor = true, loop_state::recompute;
-    if (error > worseerror * (1 + size) && s.fac.since >= minupdates) s.soon = true;
+    if (error > worseerror * (1 + size) && s.fac.since >= dual_minupdates) s.soon = true;
     return loop_state::go_on;
   }
   if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
   // On a fresh factor the row itself is bad.
   s.basic[r].weight = bannedweight;
   TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 1.5 * TVN_lu_gettol(s.fac.factor, 2)));
-  return setback(s);
+  return dsimplex_setback(s);
 }
 
 loop_state update_factor(dual_state& s, int32_t position) {
@@ -309,7 +227,7 @@ loop_state update_factor(dual_state& s, int32_t position) {
     s.fac.usable = false;
     s.refactor = true;
     TVN_lu_puttol(s.fac.factor, 2, std::min(1.5 * TVN_lu_gettol(s.fac.factor, 2), 0.1));
-    return setback(s);
+    return dsimplex_setback(s);
   }
   if (++s.fac.since >= s.updatelimit) s.soon = true;
   return loop_state::go_on;
@@ -419,9 +337,10 @@ void dsimplex_optimize(dual_state& s) {
   }
   clear_vectors(s);
   store_xb(s);
-  if (s.phase == 1 && s.info.solsta != sol_dual_infeas_cer) {
+  // A run that ends before the true bounds have come back leaves a basic point of the true problem all the same.
+  if (s.phase != 2 && s.info.solsta != sol_dual_infeas_cer) {
     dsimplex_setphasetwo(s);
-    store_xb(s);
+    if (s.fac.usable) dsimplex_formxb(s);
   }
   s.info.objective = TVN_simplex_pointobjective(s.base);
 }

@@ -99,6 +99,16 @@ struct dual_state {
   double sumdinf = 0;
 };
 
+// --- ends, setbacks and the factor (drefactor.cpp)
+constexpr int32_t dual_minupdates = 10; // on one factor, after any number of singular bases
+loop_state dsimplex_finish(dual_state& s, simplex_code code, int32_t solsta);
+// The primal simplex goes on from here.
+loop_state dsimplex_handover(dual_state& s);
+loop_state dsimplex_setback(dual_state& s);
+void dsimplex_savebasis(dual_state& s);
+// Fresh factor of the header, or of an earlier one.
+loop_state dsimplex_refactor(dual_state& s);
+
 // --- phases (dphase.cpp)
 // Reduced costs from the working costs.
 void dsimplex_formd(dual_state& s);

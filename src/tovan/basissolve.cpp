@@ -49,6 +49,7 @@ TVNrescodee report_singular(task& t) {
 }
 
 TVNrescodee init_basis(task& t, int32_t* basis) {
+  TVN_lu_invfac(t.basis.factor); // no failure leaves the factor of an earlier basis
   if (!TVN_solutiondef(t, TVN_SOL_BAS)) return report(t, label, __LINE__, TVN_RES_ERR_NO_BASIS_SOL);
   if (const TVNrescodee code = setup_basis(t)) return code;
   switch (TVN_simplex_verifybasis(basis_columns(t), t.basis)) {

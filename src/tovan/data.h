@@ -94,6 +94,8 @@ TVNrescodee TVN_core_appendcones(task& t, int32_t num, const int32_t* conetype, 
                                  const int32_t* ptrb, const int32_t* ptre, const int32_t* submem);
 void TVN_core_removecones(task& t, int32_t num, const int32_t* sub);
 int32_t least_members(int32_t conetype) noexcept; // -1: no such type
+// The members of all cones to the front of another pool, in cone order; their number.
+int32_t pack_members(problem& p, buffer<int32_t>& members) noexcept;
 
 // Whole problems.
 int32_t problem_type(const task& t) noexcept; // TVN_PROBTYPE_*

@@ -44,20 +44,16 @@ void unmark(problem& p, int32_t k) noexcept {
   for (int32_t q = p.cone.begin[k]; q < p.cone.end[k]; q++) p.cone.which[p.cone.members[q]] = 0;
 }
 
-// Packs the pool in cone order, without the room of the members of cone `gone`, which go and are unmarked; -1: none.
+// Packs the pool, without the members of cone `gone`, which go and are unmarked; -1: none.
 void pack_pool(task& t, int32_t gone) {
   problem& p = t.prob;
   buffer<int32_t> members(*t.sys, p.maxnumvar, 0);
-  int32_t used = 0;
-  for (int32_t k = 0; k < p.numcone; k++) {
-    if (k == gone) unmark(p, k);
-    const int32_t len = k == gone ? 0 : p.cone.end[k] - p.cone.begin[k];
-    std::copy_n(p.cone.members.data() + p.cone.begin[k], len, members.data() + used);
-    p.cone.begin[k] = used;
-    p.cone.end[k] = used += len;
+  if (gone >= 0) {
+    unmark(p, gone);
+    p.cone.end[gone] = p.cone.begin[gone];
   }
+  p.cone.surplus = p.maxnumvar - pack_members(p, members);
   p.cone.members.swap(members);
-  p.cone.surplus = p.maxnumvar - used;
 }
 
 // Lays cone k, whose old members are no longer marked, at the tail.
@@ -103,6 +99,17 @@ int32_t least_members(int32_t conetype) noexcept {
   case TVN_CT_RQUAD: return 2;
   default: return -1;
   }
+}
+
+int32_t pack_members(problem& p, buffer<int32_t>& members) noexcept {
+  int32_t used = 0;
+  for (int32_t k = 0; k < p.numcone; k++) {
+    const int32_t len = p.cone.end[k] - p.cone.begin[k];
+    std::copy_n(p.cone.members.data() + p.cone.begin[k], len, members.data() + used);
+    p.cone.begin[k] = used;
+    p.cone.end[k] = used += len;
+  }
+  return used;
 }
 
 TVNrescodee TVN_checkcone(task& t, int32_t firstindex, int32_t k, int32_t conetype, int32_t nummem,

@@ -37,18 +37,6 @@ side_arrays make_side(task& t, const buffer<double>& c, const buffer<int32_t>& b
           resized(sys, bk, n, count, false), resized(sys, offset, n, count, false)};
 }
 
-// The members of all cones packed from 0 on.
-int32_t pack_members(problem& p, buffer<int32_t>& members) noexcept {
-  int32_t used = 0;
-  for (int32_t k = 0; k < p.numcone; k++) {
-    const int32_t len = p.cone.end[k] - p.cone.begin[k];
-    std::copy_n(p.cone.members.data() + p.cone.begin[k], len, members.data() + used);
-    p.cone.begin[k] = used;
-    p.cone.end[k] = used += len;
-  }
-  return used;
-}
-
 void grow_a(task& t, int32_t maxnumcon, int32_t maxnumvar) {
   sprmat& a = t.prob.a;
   if (!a.made()) return;

@@ -57,10 +57,10 @@ struct rm_state {
   sysenv* sys = nullptr;
   sysfile* file = nullptr;
   mps_mode mode = mps_mode::relaxed;
-  bool quoted = false;  // free mode: names may stand in double quotes
-  bool ours = false;    // the library's own writer made the file
-  int64_t width = 1024; // of the longest data line
-  int64_t maxline = int64_t{1} << 30; // a line that fills such a block ends the reading: no file of text has it
+  bool quoted = false;                    // free mode: names may stand in double quotes
+  bool ours = false;                      // the library's own writer made the file
+  int64_t width = 1024;                   // of the longest data line
+  int64_t maxline = int64_t{1} << 30;     // a line that fills such a block ends the reading: no file of text has it
   bool (*goeson)(void* handle) = nullptr; // called once a megabyte; the file ends where it answers false
   void* handle = nullptr;
   sys_code filestate = sys_code::ok;

@@ -97,23 +97,20 @@ sol_ptrs TVN_getsolptrs(task& t, int32_t whichsol) {
 void TVN_getsolptrs(task& t, int32_t whichsol, int32_t** prosta, int32_t** solsta, int32_t** skc, int32_t** skx,
                     int32_t** skn, double** xc, double** xx, double** y, double** slc, double** suc, double** slx,
                     double** sux, double** snx) {
-  const auto put = [](auto** out, auto* value) {
-    if (out) *out = value;
-  };
   const sol_ptrs s = TVN_getsolptrs(t, whichsol);
-  put(prosta, &t.sols.prosta[static_cast<size_t>(whichsol)]);
-  put(solsta, &t.sols.solsta[static_cast<size_t>(whichsol)]);
-  put(skc, s.skc);
-  put(skx, s.skx);
-  put(skn, s.skn);
-  put(xc, s.xc);
-  put(xx, s.xx);
-  put(y, s.y);
-  put(slc, s.slc);
-  put(suc, s.suc);
-  put(slx, s.slx);
-  put(sux, s.sux);
-  put(snx, s.snx);
+  put_out(prosta, &t.sols.prosta[static_cast<size_t>(whichsol)]);
+  put_out(solsta, &t.sols.solsta[static_cast<size_t>(whichsol)]);
+  put_out(skc, s.skc);
+  put_out(skx, s.skx);
+  put_out(skn, s.skn);
+  put_out(xc, s.xc);
+  put_out(xx, s.xx);
+  put_out(y, s.y);
+  put_out(slc, s.slc);
+  put_out(suc, s.suc);
+  put_out(slx, s.slx);
+  put_out(sux, s.sux);
+  put_out(snx, s.snx);
 }
 
 void TVN_makesolution(task& t, int32_t whichsol) {

@@ -16,6 +16,11 @@ struct sol_ptrs {
   double *slx = nullptr, *sux = nullptr, *snx = nullptr;
 };
 
+// An output that may be null.
+template <class T> void put_out(T* out, T value) noexcept {
+  if (out) *out = value;
+}
+
 // Slots. whichsol is valid.
 TVNrescodee check_whichsol(task& t, int32_t whichsol);
 TVNrescodee check_defined(task& t, int32_t whichsol); // valid and defined, else reported

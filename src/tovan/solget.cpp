@@ -59,10 +59,6 @@ TVNrescodee get_key_slice(task& t, int32_t accmode, int32_t whichsol, int32_t fi
 
 double entry(const double* values, int32_t i) noexcept { return values ? values[i] : 0.0; }
 
-template <class T> void put_out(T* out, T value) noexcept {
-  if (out) *out = value;
-}
-
 TVNrescodee get_reduced_costs(task& t, int32_t whichsol, int32_t first, int32_t last, double* redcosts) {
   if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
   if (whichsol == TVN_SOL_ITG) return report(t, label, __LINE__, TVN_RES_ERR_NO_DUAL_FOR_ITG_SOL);

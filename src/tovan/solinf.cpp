@@ -115,10 +115,6 @@ TVNrescodee get_deqi(task& t, int32_t whichsol, int32_t accmode, const int32_t* 
   return each_item(num, sub, deqi, [&](int32_t j) { return dual_column_residual(t.prob, a, c.m, c.nl, j, normalize); });
 }
 
-template <class T> void put_out(T* out, T value) noexcept {
-  if (out) *out = value;
-}
-
 // Quadratic terms and user functions do not stand beside cones in any problem that has a meaning here.
 TVNrescodee prepare_whole(solution_check& c) {
   if (problem_type(c.t) == TVN_PROBTYPE_MIXED) return report(c.t, label, __LINE__, TVN_RES_ERR_MIXED_PROBLEM);

@@ -46,26 +46,15 @@ int32_t solsta_after_c(int32_t sta) noexcept {
   }
 }
 
+// As after a change of c, but a certificate of infeasibility rests on A.
 int32_t prosta_after_a(int32_t sta) noexcept {
-  switch (sta) {
-  case TVN_PRO_STA_PRIM_AND_DUAL_FEAS:
-  case TVN_PRO_STA_PRIM_FEAS: return TVN_PRO_STA_PRIM_FEAS;
-  case TVN_PRO_STA_NEAR_PRIM_AND_DUAL_FEAS:
-  case TVN_PRO_STA_NEAR_PRIM_FEAS: return TVN_PRO_STA_NEAR_PRIM_FEAS;
-  default: return TVN_PRO_STA_UNKNOWN;
-  }
+  const int32_t kept = prosta_keep_primal(sta);
+  return kept == TVN_PRO_STA_PRIM_INFEAS ? static_cast<int32_t>(TVN_PRO_STA_UNKNOWN) : kept;
 }
 
 int32_t solsta_after_a(int32_t sta) noexcept {
-  switch (sta) {
-  case TVN_SOL_STA_OPTIMAL:
-  case TVN_SOL_STA_PRIM_FEAS:
-  case TVN_SOL_STA_PRIM_AND_DUAL_FEAS:
-  case TVN_SOL_STA_INTEGER_OPTIMAL: return TVN_SOL_STA_PRIM_FEAS;
-  case TVN_SOL_STA_NEAR_PRIM_FEAS:
-  case TVN_SOL_STA_NEAR_PRIM_AND_DUAL_FEAS: return TVN_SOL_STA_NEAR_PRIM_FEAS;
-  default: return TVN_SOL_STA_UNKNOWN;
-  }
+  const int32_t kept = solsta_after_c(sta);
+  return kept == TVN_SOL_STA_PRIM_INFEAS_CER ? static_cast<int32_t>(TVN_SOL_STA_UNKNOWN) : kept;
 }
 
 int32_t prosta_after_constraint(int32_t sta) noexcept {
@@ -93,15 +82,10 @@ int32_t solsta_after_constraint(int32_t sta) noexcept {
   }
 }
 
+// As after a change of c, but of an optimum nothing is kept.
 int32_t solsta_after_variable(int32_t sta) noexcept {
-  switch (sta) {
-  case TVN_SOL_STA_PRIM_FEAS:
-  case TVN_SOL_STA_PRIM_AND_DUAL_FEAS: return TVN_SOL_STA_PRIM_FEAS;
-  case TVN_SOL_STA_PRIM_INFEAS_CER: return TVN_SOL_STA_PRIM_INFEAS_CER;
-  case TVN_SOL_STA_NEAR_PRIM_FEAS:
-  case TVN_SOL_STA_NEAR_PRIM_AND_DUAL_FEAS: return TVN_SOL_STA_NEAR_PRIM_FEAS;
-  default: return TVN_SOL_STA_UNKNOWN;
-  }
+  const bool optimal = sta == TVN_SOL_STA_OPTIMAL || sta == TVN_SOL_STA_INTEGER_OPTIMAL;
+  return optimal ? static_cast<int32_t>(TVN_SOL_STA_UNKNOWN) : solsta_after_c(sta);
 }
 
 void new_constraint_entry(task& t, int32_t which, int32_t i) noexcept {

@@ -150,8 +150,8 @@ TVNrescodee TVN_deletetask(TVNtask_t* task) {
 
 TVNrescodee TVN_resizetask(TVNtask_t task, int32_t maxnumcon, int32_t maxnumvar, int32_t maxnumcone, int32_t maxnumanz,
                            int32_t maxnumqnz) {
-  return api_change(task,
-             [&](tvn::task& t) { return resize_task(t, maxnumcon, maxnumvar, maxnumcone, maxnumanz, maxnumqnz); });
+  return api_change(
+      task, [&](tvn::task& t) { return resize_task(t, maxnumcon, maxnumvar, maxnumcone, maxnumanz, maxnumqnz); });
 }
 
 TVNrescodee TVN_getenv(TVNtask_t task, TVNenv_t* env) {

@@ -134,12 +134,7 @@ file_format write_format(const task& t, text& name) {
 // Formats that this library writes.
 bool has_writer(int32_t format) noexcept { return format == TVN_DATA_FORMAT_MPS || format == TVN_DATA_FORMAT_FREE_MPS; }
 
-TVNrescodee choose_names(task& t, bool& generic) {
-  generic = TVNP_getintparam(t, TVN_IPAR_WRITE_GENERIC_NAMES) != 0;
-  if (generic || (TVN_getnamestats(t).numempty == 0 && *objective_name(t) != '\0')) return TVN_RES_OK;
-  generic = true;
-  return report(t, label, __LINE__, TVN_RES_WRN_USING_GENERIC_NAMES);
-}
+bool has_all_names(const task& t) noexcept { return TVN_getnamestats(t).numempty == 0 && *objective_name(t) != '\0'; }
 
 // What no file of a written format can hold: functions of the user, and numbers that are none.
 TVNrescodee check_writable(task& t) {
@@ -165,10 +160,13 @@ TVNrescodee write_data(task& t, const char* filename) {
   const file_format f = write_format(t, name);
   if (!has_writer(f.format)) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_FORMAT_TYPE, f.format);
   if (const TVNrescodee bad = check_writable(t)) return bad;
+  const bool asked = TVNP_getintparam(t, TVN_IPAR_WRITE_GENERIC_NAMES) != 0, generic = asked || !has_all_names(t);
+  if (!generic)
+    if (const TVNrescodee bad = check_objective_name(t)) return bad;
   file_owner file;
   if (const TVNrescodee bad = TVN_fopentask(t, name.c_str(), file_mode::write, f.compressed, &file.file)) return bad;
-  bool generic = false;
-  TVNrescodee code = choose_names(t, generic);
+  TVNrescodee code = TVN_RES_OK;
+  if (generic && !asked) code = report(t, label, __LINE__, TVN_RES_WRN_USING_GENERIC_NAMES);
   if (logs_files(t)) echo(t, TVN_STREAM_LOG, "Start writing.\n");
   const double start = TVN_sysenv_gettime();
   if (code == TVN_RES_OK) code = TVN_tovanlog(&t, TVN_CALLBACK_BEGIN_WRITE);

@@ -8,6 +8,7 @@
 #include "tovan/optimize.h"
 #include "tovan/presolvelog.h"
 #include "tovan/report.h"
+#include "tovan/rescode.h"
 #include "tovan/sol.h"
 
 #include "simplex/simplex.h"
@@ -286,6 +287,14 @@ void reset_items(task& t) {
     t.info.intg[static_cast<size_t>(item)] = 0;
 }
 
+// The last line of a run: its time and how it ended, by the code that stopped it or by what the solution is.
+void log_end(task& t, double seconds, TVNrescodee code) {
+  char word[TVN_MAX_STR_LEN] = "";
+  const rescode_entry* const stopped = find_rescode(code);
+  if (!stopped) TVN_solstatostr(&t, t.sols.solsta[TVN_SOL_BAS], word);
+  echo(t, TVN_STREAM_MSG, "Simplex optimizer terminated. Time: %-.2f. %s\n", seconds, stopped ? stopped->name : word);
+}
+
 } // namespace
 
 TVNrescodee TVN_simplexoptimizer(task& t) {
@@ -324,8 +333,7 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
   if (is_logged(t, TVN_IPAR_LOG_SIM) && info.cleanups > 0)
     echo(t, TVN_STREAM_MSG, "%*s - %*s : %*lld\n", -10, "Optimizer", -16, "clean-up iter.", -16,
          static_cast<long long>(info.cleaniterations));
-  if (is_logged(t, TVN_IPAR_LOG_SIM))
-    echo(t, TVN_STREAM_MSG, "Simplex optimizer terminated. Time: %-.2f. %s\n", TVN_sysenv_gettime() - run.start, "");
+  if (is_logged(t, TVN_IPAR_LOG_SIM)) log_end(t, TVN_sysenv_gettime() - run.start, code);
   if (const TVNrescodee c = TVN_tovanlog(&t, TVN_CALLBACK_END_SIMPLEX); code == TVN_RES_OK) return c;
   return code;
 }

@@ -38,7 +38,8 @@ template <class Result, class... Args, class Function> void call_with_nothing(co
     else if constexpr ((std::is_same_v<Args, TVNenv_t> || ...))
       EXPECT_EQ(got, TVN_RES_ERR_NULL_ENV) << name;
     else
-      EXPECT_TRUE(got == 0 || got == 1 || got == TVN_RES_ERR_NULL_POINTER || got == TVN_RES_ERR_NULL_ENV) << name << " " << got;
+      EXPECT_TRUE(got == 0 || got == 1 || got == TVN_RES_ERR_NULL_POINTER || got == TVN_RES_ERR_NULL_ENV)
+          << name << " " << got;
   }
 }
 template <class Result, class... Args> void answer_nothing(const char* name, Result (*f)(Args...)) {
@@ -99,6 +100,7 @@ TEST(BadCall, AnEnvironmentThatIsNotReadyRefusesWork) {
   EXPECT_EQ(TVN_maketask(env, -1, 0, &task), TVN_RES_ERR_MAXNUMCON);
   EXPECT_EQ(TVN_maketask(env, 0, -1, &task), TVN_RES_ERR_MAXNUMVAR);
   EXPECT_EQ(task, nullptr);
+  EXPECT_EQ(TVN_deletetask(&task), TVN_RES_OK) << "there is none";
   EXPECT_EQ(TVN_checkversion(env, 6, 0, 0, 136), TVN_RES_ERR_OLDER_DLL);
   EXPECT_EQ(TVN_checkversion(env, 5, 9, 9, 999), TVN_RES_ERR_NEWER_DLL);
   EXPECT_EQ(TVN_deleteenv(&env), TVN_RES_OK) << "failed tasks do not count as living";

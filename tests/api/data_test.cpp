@@ -97,6 +97,24 @@ TEST_F(ProblemData, BoundsPastTheThresholdLeaveTheKey) {
   EXPECT_EQ(TVN_putbound(task, TVN_ACC_VAR, 0, -1, 1.0, 2.0), TVN_RES_ERR_INV_BKX);
 }
 
+TEST_F(ProblemData, InfinityIsStoredAsOneNumberOnEverySide) {
+  append(1, 1);
+  double bl = 0, bu = 0;
+  for (const int32_t accmode : {TVN_ACC_VAR, TVN_ACC_CON}) {
+    ASSERT_EQ(TVN_putbound(task, accmode, 0, TVN_BK_UP, 0.0, -inf_value), TVN_RES_OK);
+    EXPECT_EQ(TVN_getbound(task, accmode, 0, nullptr, nullptr, &bu), TVN_RES_OK);
+    EXPECT_EQ(bu, -1e30);
+    ASSERT_EQ(TVN_putbound(task, accmode, 0, TVN_BK_LO, inf_value, 0.0), TVN_RES_OK);
+    EXPECT_EQ(TVN_getbound(task, accmode, 0, nullptr, &bl, nullptr), TVN_RES_OK);
+    EXPECT_EQ(bl, 1e30);
+    // Whatever counts as infinite, an infinity of the machine does.
+    ASSERT_EQ(TVN_putdouparam(task, TVN_DPAR_DATA_TOL_BOUND_INF, 1e40), TVN_RES_OK);
+    ASSERT_EQ(TVN_putbound(task, accmode, 0, TVN_BK_RA, -inf_value, inf_value), TVN_RES_OK);
+    EXPECT_EQ(key(accmode, 0), TVN_BK_FR);
+    ASSERT_EQ(TVN_putdouparam(task, TVN_DPAR_DATA_TOL_BOUND_INF, 1e16), TVN_RES_OK);
+  }
+}
+
 TEST_F(ProblemData, ChangingOneSideMovesTheKeyAlongItsTable) {
   append(0, 1);
   double bl = 0, bu = 0;
@@ -215,6 +233,14 @@ TEST_F(ProblemData, InputReplacesTheProblemAndRefusesFaultyColumnsBeforeItDoes) 
   EXPECT_EQ(TVN_getcslice(task, 0, 1, &cj), TVN_RES_OK);
   EXPECT_EQ(cj, 9.0);
   ptre[1] = 3;
+  ptrb[0] = INT32_MIN;
+  ptre[0] = INT32_MAX;
+  EXPECT_EQ(input(), TVN_RES_ERR_IN_ARGUMENT) << "a column longer than 32 bits tell";
+  const int32_t column[] = {0};
+  EXPECT_EQ(TVN_putaveclist(task, TVN_ACC_VAR, 1, column, ptrb, ptre, sub, val), TVN_RES_ERR_IN_ARGUMENT);
+  EXPECT_EQ(TVN_appendvars(task, 1, c, ptrb, ptre, sub, val, nullptr, nullptr, nullptr), TVN_RES_ERR_IN_ARGUMENT);
+  ptrb[0] = 0;
+  ptre[0] = 2;
   EXPECT_EQ(input(), TVN_RES_OK);
   EXPECT_EQ(aij(1, 0), 2.0);
   EXPECT_EQ(aij(1, 1), 3.0);
@@ -270,6 +296,25 @@ TEST_F(ProblemData, QuadraticTermsMergeMoveAndShrink) {
   EXPECT_GT(max, 0); // the capacity stays
   EXPECT_EQ(TVN_getprobtype(task, &type), TVN_RES_OK);
   EXPECT_EQ(type, TVN_PROBTYPE_LO);
+}
+
+TEST_F(ProblemData, APoolOfTermsThatIsPackedKeepsTheRoomThatWasAskedFor) {
+  append(1, 6);
+  int32_t i[20], j[20], max = 0;
+  double v[20];
+  for (int32_t k = 0, row = 0, col = 0; k < 20; k++, col == row ? (row++, col = 0) : col++) {
+    i[k] = row;
+    j[k] = col;
+    v[k] = 1;
+  }
+  ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_ALLOC_ADD_QNZ, 0), TVN_RES_OK);
+  ASSERT_EQ(TVN_putmaxnumqnz(task, 24), TVN_RES_OK);
+  ASSERT_EQ(TVN_putqobj(task, 1, i, j, v), TVN_RES_OK);
+  ASSERT_EQ(TVN_putqconk(task, 0, 20, i, j, v), TVN_RES_OK);
+  ASSERT_EQ(TVN_putqconk(task, 0, 0, i, j, v), TVN_RES_OK); // a hole
+  for (int32_t row = 1; row < 6; row++) ASSERT_EQ(TVN_putqobjij(task, row, 0, 1.0), TVN_RES_OK);
+  EXPECT_EQ(TVN_getmaxnumqnz(task, &max), TVN_RES_OK);
+  EXPECT_EQ(max, 24);
 }
 
 TEST_F(ProblemData, ConesAreDisjointAndReplaceable) {
@@ -329,6 +374,12 @@ TEST_F(ProblemData, NanIsFoundByTheCheckOfTheData) {
   EXPECT_EQ(TVN_putbound(task, TVN_ACC_CON, 0, TVN_BK_FR, 0, 0), TVN_RES_OK);
   EXPECT_EQ(TVN_putcj(task, 0, nan_value), TVN_RES_OK);
   EXPECT_EQ(TVN_checkdata(task), TVN_RES_ERR_NAN_IN_C);
+  EXPECT_EQ(TVN_putcj(task, 0, 1.0), TVN_RES_OK);
+  for (const double bad : {nan_value, -inf_value}) {
+    EXPECT_EQ(TVN_putcfix(task, bad), TVN_RES_OK);
+    EXPECT_EQ(TVN_checkdata(task), TVN_RES_ERR_NAN_IN_DOUBLE_DATA);
+    EXPECT_EQ(TVN_optimize(task), TVN_RES_ERR_NAN_IN_DOUBLE_DATA);
+  }
 }
 
 TEST_F(ProblemData, NullArraysAndNegativeLengthsAreRefused) {
@@ -341,6 +392,7 @@ TEST_F(ProblemData, NullArraysAndNegativeLengthsAreRefused) {
   EXPECT_EQ(TVN_remove(task, TVN_ACC_VAR, 2, nullptr), TVN_RES_ERR_NULL_POINTER);
   EXPECT_EQ(TVN_putqobj(task, 1, sub, sub, nullptr), TVN_RES_ERR_NULL_POINTER);
   EXPECT_EQ(TVN_putavec(task, TVN_ACC_VAR, 0, 0, nullptr, nullptr), TVN_RES_OK);
+  EXPECT_EQ(TVN_permuteandremove(task, 7, 2, sub), TVN_RES_ERR_INVALID_ACCMODE);
 }
 
 } // namespace

@@ -24,22 +24,6 @@ void count_free(void* usrptr, void* block) {
   std::free(block);
 }
 
-TEST(Environment, HandlesAreCheckedBeforeAnyWork) {
-  TVNenv_t env = nullptr;
-  TVNtask_t task = nullptr;
-  EXPECT_EQ(TVN_makeenv(nullptr, nullptr, nullptr, nullptr, nullptr), TVN_RES_ERR_NULL_ENV);
-  EXPECT_EQ(TVN_initenv(nullptr), TVN_RES_ERR_NULL_ENV);
-  EXPECT_EQ(TVN_maketask(nullptr, 0, 0, &task), TVN_RES_ERR_NULL_ENV);
-  EXPECT_EQ(TVN_append(nullptr, TVN_ACC_VAR, 1), TVN_RES_ERR_NULL_TASK);
-  EXPECT_EQ(TVN_deletetask(&task), TVN_RES_OK);
-  EXPECT_EQ(TVN_deletetask(nullptr), TVN_RES_OK);
-  EXPECT_EQ(TVN_deleteenv(&env), TVN_RES_OK);
-  ASSERT_EQ(TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr), TVN_RES_OK);
-  EXPECT_EQ(TVN_maketask(env, 0, 0, &task), TVN_RES_ERR_NO_INIT_ENV);
-  EXPECT_EQ(task, nullptr);
-  EXPECT_EQ(TVN_deleteenv(&env), TVN_RES_OK);
-}
-
 TEST(Environment, ProcessorDefaultsAreOverriddenBetweenMakeAndInit) {
   TVNenv_t env = nullptr;
   TVNtask_t task = nullptr;

@@ -73,23 +73,6 @@ TEST_F(Param, PutsObeyTheRuleOfTheKind) {
   EXPECT_EQ(real(TVN_DPAR_SIM_LU_TOL_REL_PIV), 0.5);
 }
 
-TEST_F(Param, IndicesOutsideTheFamilyAreRefusedEverywhere) {
-  for (const int32_t bad : {-1, 202, 205, 210, 211, 1 << 30}) {
-    int32_t value = 0;
-    EXPECT_EQ(TVN_putintparam(task, bad, 0), TVN_RES_ERR_PARAM_INDEX) << bad;
-    EXPECT_EQ(TVN_getintparam(task, bad, &value), TVN_RES_ERR_PARAM_INDEX) << bad;
-  }
-  double d = 0;
-  char text[8], *al = nullptr;
-  EXPECT_EQ(TVN_putdouparam(task, 67, 0), TVN_RES_ERR_PARAM_INDEX);
-  EXPECT_EQ(TVN_getdouparam(task, 67, &d), TVN_RES_ERR_PARAM_INDEX);
-  EXPECT_EQ(TVN_putstrparam(task, 25, "x"), TVN_RES_ERR_PARAM_INDEX);
-  EXPECT_EQ(TVN_getstrparam(task, 25, 8, nullptr, text), TVN_RES_ERR_PARAM_INDEX);
-  EXPECT_EQ(TVN_getstrparamal(task, 25, 0, &al), TVN_RES_ERR_PARAM_INDEX);
-  EXPECT_EQ(TVN_getintparam(task, 0, nullptr), TVN_RES_ERR_NULL_POINTER);
-  EXPECT_EQ(TVN_putintparam(nullptr, 0, 0), TVN_RES_ERR_NULL_TASK);
-}
-
 TEST_F(Param, StringsLoseTheirQuotesAndAreCutToTheBuffer) {
   TVN_putstrparam(task, TVN_SPAR_DATA_FILE_NAME, "\"a \\\"b\\\" c\" rest");
   EXPECT_EQ(string(TVN_SPAR_DATA_FILE_NAME), "a \"b\" c");

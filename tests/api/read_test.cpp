@@ -426,6 +426,7 @@ TEST_F(Read, ALongReadStopsWhenTheCallbackAsksForIt) {
 
 TEST_F(Read, TheSummaryTellsWhatWasRead) {
   ASSERT_EQ(read(with("")), TVN_RES_OK);
+  EXPECT_EQ(TVN_readsummary(task, 4), TVN_RES_ERR_INVALID_STREAM);
   log.clear();
   TVN_readsummary(task, TVN_STREAM_LOG);
   EXPECT_TRUE(log.starts_with("Read - objective sense      : undefined     problem type         : ")) << log;

@@ -111,6 +111,15 @@ TEST_F(Solutions, ConesAndIntegersAreMeasured) {
   EXPECT_NEAR(v[0], std::sqrt(9.5) - 3 / std::sqrt(2.0), 1e-15);
   ASSERT_EQ(TVN_getdcni(task, TVN_SOL_ITR, which, 1, v), TVN_RES_OK);
   EXPECT_GT(v[0], 0.0);
+  const int32_t badkey[] = {9};
+  EXPECT_EQ(TVN_putsolution(task, TVN_SOL_ITR, none, none, badkey, nullptr, x, nullptr, nullptr, nullptr, nullptr,
+                            nullptr, x),
+            TVN_RES_ERR_INV_SKN);
+  EXPECT_EQ(TVN_getpcni(task, TVN_SOL_ITR, which, 1, nullptr), TVN_RES_ERR_NULL_POINTER);
+  EXPECT_EQ(TVN_getdcni(task, TVN_SOL_ITR, which, 1, nullptr), TVN_RES_ERR_NULL_POINTER);
+  EXPECT_EQ(TVN_getinti(task, TVN_SOL_ITR, all, 3, nullptr), TVN_RES_ERR_NULL_POINTER);
+  for (const auto measure : {TVN_getpbi, TVN_getdbi, TVN_getdeqi})
+    EXPECT_EQ(measure(task, TVN_SOL_ITR, TVN_ACC_VAR, all, 3, nullptr, 0), TVN_RES_ERR_NULL_POINTER);
   ASSERT_EQ(TVN_putsolutioni(task, TVN_ACC_VAR, 1, TVN_SOL_ITR, TVN_SK_SUPBAS, 2.25, 0, 0, 0), TVN_RES_OK);
   v[0] = -1;
   ASSERT_EQ(TVN_getinti(task, TVN_SOL_ITR, all, 3, v), TVN_RES_OK);
@@ -147,6 +156,8 @@ TEST_F(Solutions, ChangedSenseOrConesLeaveNoOptimum) {
   ASSERT_EQ(TVN_putobjsense(task, TVN_OBJECTIVE_SENSE_MAXIMIZE), TVN_RES_OK);
   expect_status(TVN_PRO_STA_PRIM_FEAS, TVN_SOL_STA_PRIM_FEAS);
   const int32_t one[] = {1};
+  ASSERT_EQ(TVN_removeall(task, TVN_PI_CONE), TVN_RES_OK); // there is none
+  expect_status(TVN_PRO_STA_PRIM_FEAS, TVN_SOL_STA_PRIM_FEAS);
   ASSERT_EQ(TVN_appendcone(task, TVN_CT_QUAD, 0, 1, one), TVN_RES_OK);
   expect_status(TVN_PRO_STA_UNKNOWN, TVN_SOL_STA_UNKNOWN);
 }

@@ -126,6 +126,44 @@ TEST_F(Write, FilesAreNamedPackedAndRefusedAsTheParametersSay) {
   EXPECT_EQ(TVN_writedata(task, (dir / "p.mps").c_str()), TVN_RES_ERR_WRITE_MPS_INVALID_NAME);
 }
 
+TEST_F(Write, WhatNoFileCanHoldIsRefusedAndTheOldFileStays) {
+  fill(task, 1);
+  const std::string path = (dir / "kept.mps").string();
+  ASSERT_EQ(TVN_writedata(task, path.c_str()), TVN_RES_OK);
+  const auto text = [&] {
+    std::ifstream in(path);
+    return std::string{std::istreambuf_iterator<char>(in), {}};
+  };
+  const std::string kept = text();
+  const auto expect = [&](TVNrescodee code) {
+    EXPECT_EQ(TVN_writedata(task, path.c_str()), code);
+    EXPECT_EQ(text(), kept) << code;
+  };
+  TVN_putcfix(task, INFINITY);
+  expect(TVN_RES_ERR_NAN_IN_DOUBLE_DATA);
+  TVN_putcfix(task, 0);
+  TVN_putbound(task, TVN_ACC_VAR, 0, TVN_BK_UP, 0, NAN);
+  expect(TVN_RES_ERR_NAN_IN_BUX);
+  TVN_putbound(task, TVN_ACC_VAR, 0, TVN_BK_UP, 0, -INFINITY);
+  const int32_t free_variable[] = {0};
+  TVN_removeall(task, TVN_PI_CONE);
+  TVN_appendcone(task, TVN_CT_QUAD, NAN, 1, free_variable);
+  TVN_putname(task, TVN_PI_CONE, 0, "k");
+  expect(TVN_RES_ERR_NAN_IN_DOUBLE_DATA);
+  TVN_removeall(task, TVN_PI_CONE);
+  TVN_putname(task, TVN_PI_CON, 0, "both");
+  TVN_putobjname(task, "both");
+  expect(TVN_RES_ERR_INVALID_OBJ_NAME);
+  TVN_putbound(task, TVN_ACC_CON, 0, TVN_BK_FR, 0, 0); // such a row is not written
+  EXPECT_EQ(TVN_writedata(task, (dir / "free.mps").c_str()), TVN_RES_OK);
+  const auto getsp = [](void*, int32_t, int32_t*, int32_t*, int32_t*, int32_t*, int32_t*) -> int32_t { return 0; };
+  const auto getva = [](void*, const double*, double, const double*, double*, double*, double*, double*) -> int32_t {
+    return 0;
+  };
+  ASSERT_EQ(TVN_putnlfunc(task, nullptr, getsp, getva), TVN_RES_OK);
+  expect(TVN_RES_ERR_CANNOT_HANDLE_NL);
+}
+
 TEST_F(Write, QuadraticTermsStandColumnByColumnInBothHalves) {
   TVN_append(task, TVN_ACC_VAR, 3);
   const int32_t i[] = {2, 1, 2, 0}, j[] = {0, 0, 2, 0};

@@ -155,6 +155,30 @@ TEST(ShortMemory, PutByPieces) {
                    optimize, optimal, [](handles& h) { return TVN_clonetask(h.task, &h.clone); }});
 }
 
+TEST(ShortMemory, BasisSolves) {
+  expect_survived({init, make,
+                   [](handles& h) {
+                     auto& p = problem();
+                     const TVNrescodee code =
+                         TVN_inputdata64(h.task, p.m, p.n, p.m, p.n, p.c.data(), 0, p.beg.data(), p.beg.data() + 1,
+                                         p.sub.data(), p.val.data(), p.bkc.data(), p.blc.data(), p.buc.data(),
+                                         p.bkx.data(), p.blx.data(), p.bux.data());
+                     return code ? code : TVN_makesolutionstatusunknown(h.task, TVN_SOL_BAS);
+                   },
+                   [](handles& h) { // the slack basis
+                     const std::vector<int32_t> skc(25, TVN_SK_BAS), skx(40, TVN_SK_LOW);
+                     return TVN_putsolution(h.task, TVN_SOL_BAS, skc.data(), skx.data(), nullptr, nullptr, nullptr,
+                                            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+                   },
+                   [](handles& h) { return TVN_initbasissolve(h.task, nullptr); },
+                   [](handles& h) {
+                     int32_t num = 1, sub[25] = {3};
+                     double val[25] = {0, 0, 0, 1};
+                     return TVN_solvewithbasis(h.task, 1, &num, sub, val);
+                   },
+                   [](handles& h) { return TVN_basiscond(h.task, nullptr, nullptr); }});
+}
+
 // Everything a task can hold, its copy, its files and its end.
 TEST(ShortMemory, WholeLifeOfATask) {
   const std::string stem = (std::filesystem::temp_directory_path() / ("tvn_life_" + std::to_string(getpid()))).string();

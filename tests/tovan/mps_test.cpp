@@ -79,6 +79,16 @@ TEST_F(Mps, LinesThatMeetTheEndOfTheBlockAreWhole) {
   }
 }
 
+TEST_F(Mps, ALineWithoutEndStopsTheReadingBeforeItTakesAllMemory) {
+  open("first\n" + std::string(3000000, 'x'));
+  rm.maxline = 1 << 20;
+  EXPECT_TRUE(TVN_rm_getline(rm));
+  EXPECT_FALSE(TVN_rm_getline(rm));
+  EXPECT_TRUE(rm.endless);
+  EXPECT_EQ(rm.filestate, sys_code::file_read);
+  EXPECT_LE(rm.block.size(), 1 << 20);
+}
+
 TEST_F(Mps, FieldsStandAtTheirColumnsAndNamesMayHoldBlanks) {
   mps_fields f;
   ASSERT_EQ(one(" UP BND  1    MY VAR 1          12.5", f, mps_mode::relaxed, mps_section::bounds), mps_status::line);

@@ -62,17 +62,6 @@ TEST_F(Tables, EveryParameterIsFoundByItsNameAndStartsInsideItsRule) {
   EXPECT_EQ(find_dparam(*t, "TVN_DPAR_ZZZ"), num_dparam);
 }
 
-TEST_F(Tables, SomeRowsAreWhatTheyShouldBe) {
-  EXPECT_EQ(t->idef[TVN_IPAR_SIM_NETWORK_DETECT], 101);
-  EXPECT_EQ(t->idef[TVN_IPAR_WRITE_LP_LINE_WIDTH], 80);
-  EXPECT_EQ(t->imin[TVN_IPAR_WRITE_LP_LINE_WIDTH], 40);
-  EXPECT_EQ(t->imax[TVN_IPAR_MIO_FEASPUMP_LEVEL], 3);
-  EXPECT_EQ(t->ddef[TVN_DPAR_UPPER_OBJ_CUT_FINITE_TRH], 5e29);
-  EXPECT_EQ(t->dmax[TVN_DPAR_INTPNT_TOL_REL_STEP], 0.999999);
-  EXPECT_STREQ(t->sdef[TVN_SPAR_PARAM_COMMENT_SIGN].c_str(), "%%");
-  EXPECT_STREQ(t->sname[TVN_SPAR_WRITE_LP_GEN_VAR_NAME].data(), "TVN_SPAR_WRITE_LP_GEN_VAR_NAME");
-}
-
 TEST_F(Tables, DefaultsAreCopiedWithTheirStrings) {
   auto v = std::make_unique<param_values>();
   attach_param_values(*v, *sys);

@@ -116,6 +116,24 @@ TEST_F(TaskInside, NamesForWritingAreGenericOrQuoted) {
   EXPECT_FALSE(tvn::TVN_getwritename("row", " \t"));
 }
 
+TEST_F(TaskInside, ManyConesComeInOneStepUpToTheFirstThatIsRefused) {
+  ASSERT_EQ(TVN_append(task, TVN_ACC_VAR, 7), TVN_RES_OK);
+  const int32_t type[] = {TVN_CT_QUAD, TVN_CT_RQUAD, TVN_CT_QUAD}, ptrb[] = {4, 0, 2}, ptre[] = {6, 2, 4};
+  const int32_t sub[] = {0, 1, 2, 1, 5, 6};
+  const double par[] = {1.5, 2.5, 3.5};
+  EXPECT_EQ(tvn::TVN_core_appendcones(*task, 3, type, par, ptrb, ptre, sub), TVN_RES_ERR_CONE_OVERLAP);
+  ASSERT_EQ(task->prob.numcone, 2);
+  EXPECT_EQ(task->prob.maxnumcone, 3);
+  int32_t k = 0, num = 0, members[2];
+  double kept = 0;
+  ASSERT_EQ(TVN_getcone(task, 0, &k, &kept, &num, members), TVN_RES_OK);
+  EXPECT_EQ(std::vector<int32_t>(members, members + num), (std::vector<int32_t>{5, 6}));
+  EXPECT_EQ(kept, 1.5);
+  EXPECT_EQ(tvn::TVN_core_appendcones(*task, 1, type, nullptr, ptre, ptrb, sub), TVN_RES_ERR_INV_APTRE);
+  EXPECT_EQ(tvn::TVN_core_appendcones(*task, -1, type, nullptr, ptrb, ptre, sub), TVN_RES_ERR_IN_ARGUMENT);
+  EXPECT_EQ(task->prob.numcone, 2);
+}
+
 struct stop_seen {
   std::string file, message;
   int line = 0;
