@@ -4,13 +4,9 @@
 // of that bound becomes d/t on row k, which rests there, and r is basic; otherwise k is basic.
 #include "prslv/prslvint.h"
 
-#include "misc/spmat.h"
-
 namespace tvn {
 
 namespace {
-
-constexpr double toldup = 1e-13; // relative, of the entries
 
 // Record: both rows, both keys, whether lower and upper came from k; t, both costs.
 void TVN_prslv_dupcon(prslv_context& x, int32_t r, int32_t k, double t) {
@@ -46,21 +42,13 @@ void TVN_prslv_dupcon(prslv_context& x, int32_t r, int32_t k, double t) {
 
 prslv_code TVN_prslv_checkdupcon(prslv_context& x) {
   const prslv_clock clock(x, task_dupcon);
-  TVN_prslv_cleana(x);
-  const int32_t m = x.p.numcon;
-  buffer<int64_t> end(*x.sys, m);
-  for (int32_t i = 0; i < m; i++) end[i] = x.row.beg[i] + (x.conlive[i] ? x.row.len[i] : 0);
-  spmat a;
-  TVN_spmat_emake(*x.sys, m, x.p.numvar, x.row.free, x.row.beg.data(), end.data(), x.row.sub.data(), x.row.val.data(),
-                  a);
-  buffer<int32_t> first(*x.sys, m);
-  buffer<double> scale(*x.sys, m);
-  TVN_spmat_dupvec(a, toldup, first.data(), scale.data());
-  for (int32_t k = 0; k < m && x.status == prs_undecided; k++) {
-    const int32_t r = first[k];
+  prslv_multiples found;
+  TVN_prslv_findmultiples(x, true, found);
+  for (int32_t k = 0; k < x.p.numcon && x.status == prs_undecided; k++) {
+    const int32_t r = found.first[k];
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
     if (r == k || !x.conlive[k] || !x.conlive[r] || !x.conlin[k] || !x.conlin[r] || x.connz[k] == 0) continue;
-    TVN_prslv_dupcon(x, r, k, scale[k]);
+    TVN_prslv_dupcon(x, r, k, found.scale[k]);
   }
   return prslv_code::ok;
 }

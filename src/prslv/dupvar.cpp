@@ -7,13 +7,10 @@
 // merged column was; d_k = t d_j.
 #include "prslv/prslvint.h"
 
-#include "misc/spmat.h"
-
 namespace tvn {
 
 namespace {
 
-constexpr double toldup = 1e-13; // relative, of the entries
 constexpr double tolcost = 1e-14;
 
 double times(double t, double b) { return std::isinf(b) ? (t > 0 ? b : -b) : t * b; }
@@ -57,22 +54,14 @@ void TVN_prslv_fixdupvar(prslv_context& x, int32_t j, int32_t k, double t, doubl
 
 prslv_code TVN_prslv_checkdupvar(prslv_context& x) {
   const prslv_clock clock(x, task_dupvar);
-  TVN_prslv_cleana(x);
-  const int32_t n = x.p.numvar;
-  buffer<int64_t> end(*x.sys, n);
-  for (int32_t j = 0; j < n; j++) end[j] = x.col.beg[j] + (x.varlive[j] ? x.col.len[j] : 0);
-  spmat a;
-  TVN_spmat_emake(*x.sys, n, x.p.numcon, x.col.free, x.col.beg.data(), end.data(), x.col.sub.data(), x.col.val.data(),
-                  a);
-  buffer<int32_t> first(*x.sys, n);
-  buffer<double> scale(*x.sys, n);
-  TVN_spmat_dupvec(a, toldup, first.data(), scale.data());
-  for (int32_t k = 0; k < n && x.status == prs_undecided; k++) {
-    const int32_t j = first[k];
+  prslv_multiples found;
+  TVN_prslv_findmultiples(x, false, found);
+  for (int32_t k = 0; k < x.p.numvar && x.status == prs_undecided; k++) {
+    const int32_t j = found.first[k];
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
     if (j == k || !x.varlive[k] || !x.varlive[j] || !x.varlin[k] || !x.varlin[j] || x.varnz[k] == 0) continue;
     if (x.p.varint && (x.p.varint[j] || x.p.varint[k])) continue;
-    const double t = scale[k], ck = x.p.c[k], cj = x.p.c[j], g = ck - t * cj;
+    const double t = found.scale[k], ck = x.p.c[k], cj = x.p.c[j], g = ck - t * cj;
     if (std::fabs(g) <= tolcost * (std::fabs(ck) + std::fabs(t * cj)))
       TVN_prslv_dupvar(x, j, k, t);
     else if (!x.param.keepprimal && std::fabs(g) > x.param.tols * (1 + std::fabs(ck)))

@@ -149,6 +149,14 @@ void TVN_prslv_cleana(prslv_context& x); // drops dead entries, closes gaps, ren
 // column j die. The room must have been made.
 void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, double b);
 
+// Live rows or columns that are multiples of others: vector k is scale[k] times vector first[k] <= k. Cleans the
+// matrix.
+struct prslv_multiples {
+  buffer<int32_t> first;
+  buffer<double> scale;
+};
+void TVN_prslv_findmultiples(prslv_context& x, bool byrow, prslv_multiples& found);
+
 // --- activities
 
 void TVN_prslv_conactivity(prslv_context& x, int32_t i); // afresh

@@ -5,6 +5,8 @@
 // costs its own length (the counts of its partners); entries of the dead go at the next TVN_prslv_cleana.
 #include "prslv/prslvint.h"
 
+#include "misc/spmat.h"
+
 namespace tvn {
 
 namespace {
@@ -231,6 +233,21 @@ void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, do
   }
   for (int32_t q = 0; q < numcols; q++)
     if (x.varnz[cols[q]] == 1) TVN_prslv_updatelist(x.list, TVN_prslv_getvarsin(x, cols[q]).index);
+}
+
+void TVN_prslv_findmultiples(prslv_context& x, bool byrow, prslv_multiples& found) {
+  constexpr double toldup = 1e-13; // relative, of the entries
+  TVN_prslv_cleana(x);
+  prslv_lines& l = byrow ? x.row : x.col;
+  const buffer<char>& live = byrow ? x.conlive : x.varlive;
+  const int32_t num = byrow ? x.p.numcon : x.p.numvar, length = byrow ? x.p.numvar : x.p.numcon;
+  buffer<int64_t> end(*x.sys, num);
+  for (int32_t k = 0; k < num; k++) end[k] = l.beg[k] + (live[k] ? l.len[k] : 0);
+  spmat a;
+  TVN_spmat_emake(*x.sys, num, length, l.free, l.beg.data(), end.data(), l.sub.data(), l.val.data(), a);
+  found.first.reset(*x.sys, num);
+  found.scale.reset(*x.sys, num);
+  TVN_spmat_dupvec(a, toldup, found.first.data(), found.scale.data());
 }
 
 } // namespace tvn

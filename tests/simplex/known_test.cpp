@@ -207,6 +207,7 @@ TEST(HotStart, FromTheOptimalKeysNeedsNoPivotAndFromWildKeysStillSolves) {
       for (int32_t& sk : start.skx) sk = static_cast<int32_t>(rng() % (seed % 2 ? 7 : 2));
       for (int32_t& sk : start.skc) sk = static_cast<int32_t>(rng() % 7);
       for (double& x : start.xx) x = seed % 3 == 0 ? std::numeric_limits<double>::quiet_NaN() : 1e9;
+      param.presolve = seed % 4 == 1; // the keys of what is left, repaired
       param.hotstart = 6;
       const outcome o = solve(k.p, param, -1, &start);
       ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
