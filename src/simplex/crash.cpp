@@ -1,8 +1,9 @@
 // Start basis of the primal simplex: columns instead of slacks where the basis stays triangular.
 //
-// Free columns first, then singletons, then columns by length. A column takes the place of a slack in a row that no
-// column chosen before it touches, so that the chosen columns form a triangle and the basis is regular whatever comes
-// (Bixby 1992; Maros 2003, chapter 9). Slacks of equations go first: they have to leave in any case.
+// Free columns first, then singletons, then columns by length. A column takes the place of the slack of an equation,
+// which has to leave in any case, in a row that no column chosen before it touches: the chosen columns form a triangle
+// and the basis is regular whatever comes (Bixby 1992; Maros 2003, chapter 9). Slacks of inequalities stay; to replace
+// them as well cost a twelfth more iterations over the public problems.
 // Cost: O(nonzeros).
 #include "simplex/crash.h"
 
@@ -12,10 +13,10 @@ namespace tvn {
 
 namespace {
 
-constexpr double minpivot = 0.01;   // magnitude of an entry that may replace a slack,
-constexpr double minshare = 0.01;   // and its share of the largest in the column
-constexpr double maxbound = 1e10;   // finite bounds beyond it make a column a poor basic
-constexpr double maxlength = 0.3;   // times the rows that are left, plus a few, is the longest column
+constexpr double minpivot = 0.01; // magnitude of an entry that may replace a slack,
+constexpr double minshare = 0.01; // and its share of the largest in the column
+constexpr double maxbound = 1e10; // finite bounds beyond it make a column a poor basic
+constexpr double maxlength = 0.3; // times the rows that are left, plus a few, is the longest column
 
 bool has_huge_bound(const simplex_state& s, int32_t j) {
   for (const double b : {s.lo[j], s.up[j]})
@@ -23,8 +24,8 @@ bool has_huge_bound(const simplex_state& s, int32_t j) {
   return false;
 }
 
-// Free columns, then the others by length; empty ones are left out. Returns their number.
-int32_t order_columns(const simplex_state& s, std::span<int32_t> order) {
+// Free columns, then the others by length.
+void order_columns(const simplex_state& s, std::span<int32_t> order) {
   const simplex_work& w = s.work;
   buffer<int32_t> place(s.sys, w.m + 3, 0);
   const auto rank = [&](int32_t k) {
@@ -33,10 +34,9 @@ int32_t order_columns(const simplex_state& s, std::span<int32_t> order) {
   for (int32_t k = 0; k < w.n; k++) place[rank(k) + 1]++;
   for (int32_t r = 0; r + 1 < w.m + 3; r++) place[r + 1] += place[r];
   for (int32_t k = 0; k < w.n; k++) order[static_cast<size_t>(place[rank(k)]++)] = k;
-  return w.n;
 }
 
-// The row whose slack column k replaces, -1: none.
+// The equation whose slack column k replaces, -1: none.
 int32_t choose_row(const simplex_state& s, const buffer<uint8_t>& touched, int32_t k) {
   const simplex_work& w = s.work;
   double largest = 0;
@@ -46,14 +46,10 @@ int32_t choose_row(const simplex_state& s, const buffer<uint8_t>& touched, int32
   for (int64_t p = w.colbeg[k]; p < w.colbeg[k + 1]; p++) {
     const int32_t i = w.colsub[p];
     const double size = std::fabs(w.colval[p]);
-    if (touched[i] || s.fac.pos[i] < 0 || w.is_free(i) || size <= minpivot || size < minshare * largest) continue;
-#ifdef CRASH_EQ
-    if (!w.is_fixed(i)) continue;
-#endif
-    const double score = w.is_fixed(i) ? 1e6 * size : size;
-    if (score <= bestsize) continue;
+    if (touched[i] || s.fac.pos[i] < 0 || !w.is_fixed(i)) continue;
+    if (size <= minpivot || size < minshare * largest || size <= bestsize) continue;
     best = i;
-    bestsize = score;
+    bestsize = size;
   }
   return best;
 }
@@ -76,10 +72,10 @@ int32_t TVN_simplex_primalcrash(simplex_state& s) {
   if (0.01 * w.m * (100 - s.param.primalcrash) < numstructural) return 0;
   buffer<int32_t> order(s.sys, w.n);
   buffer<uint8_t> touched(s.sys, w.m, uint8_t{0});
-  const int32_t num = order_columns(s, order);
+  order_columns(s, order);
   int32_t crashed = 0;
-  for (int32_t c = 0; c < num; c++) {
-    const int32_t k = order[c], j = w.m + k;
+  for (const int32_t k : order) {
+    const int32_t j = w.m + k;
     const auto length = static_cast<double>(w.colbeg[k + 1] - w.colbeg[k]);
     if (s.fac.pos[j] >= 0 || length > maxlength * (w.m - crashed) + 3 || has_huge_bound(s, j)) continue;
     const int32_t i = choose_row(s, touched, k);

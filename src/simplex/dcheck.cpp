@@ -14,8 +14,9 @@ namespace {
 
 constexpr double tolactivity = 1e-6; // residual of a row, relative to 1 + its largest term
 constexpr double tolduals = 1e-5;    // kept against fresh reduced cost, relative to 1 + largest cost and dual term
-constexpr double tolweight = 0.5;    // kept against true weight, relative, while no error of weights has shown
-constexpr double tolproof = 1e-9;    // gap of a proof, relative to its terms
+constexpr double tolweight = 0.5;    // kept against true weight, relative, while no lost digits have shown
+constexpr int64_t weightiterations = 1000; // updates after which rounding alone may make the difference
+constexpr double tolproof = 1e-9;          // gap of a proof, relative to its terms
 
 [[noreturn]] void breach(const dual_state& s, const char* what, int32_t index, double got, double want) {
   TVN_sysenv_stopdbg(&s.sys, "src/simplex/dcheck", __LINE__, "%s: index %d iteration %lld got %.17g want %.17g", what,
@@ -86,7 +87,7 @@ void check_duals(dual_state& s) {
 
 // One row, another in each iteration.
 void check_weight(dual_state& s) {
-  if (s.work.m == 0 || s.method != sel_se || !s.exactweights) return;
+  if (s.work.m == 0 || s.method != sel_se || !s.exactweights || s.iter > weightiterations) return;
   const auto k = static_cast<int32_t>(s.iter * 7919 % s.work.m);
   if (s.basic[k].weight >= 1e15) return;
   TVN_simplex_rowofinverse(s.base, k);

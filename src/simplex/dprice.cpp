@@ -101,7 +101,6 @@ int32_t dsimplex_select(dual_state& s) {
 }
 
 void dsimplex_resetweights(dual_state& s) {
-  s.weighterrors = 0;
   s.exactweights = true;
   for (const int32_t j : s.fac.head) s.exactweights = s.exactweights && s.work.is_logical(j);
   const double start = s.method == sel_se || s.method == sel_ase ? 2.0 : 1.0;

@@ -190,7 +190,7 @@ int32_t choose_row(dual_state& s) {
     const double kept = s.basic[r].weight;
     if (kept < bannedweight || kept < norm) s.basic[r].weight = norm;
     if (kept >= weightslack * norm || s.method == sel_ase) return r;
-    s.weighterrors++;
+    s.exactweights = false;
     s.rho.clear();
   }
 }
@@ -206,6 +206,7 @@ void steepest_edge_vector(dual_state& s) {
 loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
   const double size = std::min(std::fabs(arow), std::fabs(acol)), error = std::fabs(arow - acol);
   const bool lost = !(size > 0.5 * s.tolpiv) || !(error <= grosserror * (1 + size)) || !(error <= 0.1 * size);
+  if (error > worseerror * (1 + size)) s.exactweights = false; // their updates share these digits
   if (!lost) {
     if (size < smallpivot && s.fac.since > 0) return s.refactor = true, loop_state::recompute;
     if (error > worseerror * (1 + size) && s.fac.since >= dual_minupdates) s.soon = true;

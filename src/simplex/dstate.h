@@ -65,8 +65,7 @@ struct dual_state {
   double cutoff = 0;
   int32_t scanstart = 0; // partial pricing: where the next scan begins
   int32_t method = sel_se;
-  int32_t weighterrors = 0;
-  bool exactweights = false; // begun at a slack basis and kept since
+  bool exactweights = false; // begun at a slack basis and kept since without a sign of lost digits
 
   double laststep = 0;              // of the last iteration, the first guess of the next
   buffer<dual_candidate> cand;      // [total] of the ratio test

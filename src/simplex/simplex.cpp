@@ -5,6 +5,7 @@
 // with refinement) -> user space -> residuals on the user's data. Only they decide the status.
 #include "simplex/frame.h"
 
+#include "simplex/crash.h"
 #include "simplex/dstate.h"
 #include "simplex/pstate.h"
 #include "simplex/verify.h"
@@ -167,7 +168,9 @@ bool run_optimizer(simplex_state& s, simplex_kind kind) {
 
 void run_chain(simplex_state& s) {
   const simplex_kind kind = TVN_simplex_chooseoptimizer(s);
-  if (s.stop != simplex_code::ok || !run_optimizer(s, kind)) return;
+  if (s.stop != simplex_code::ok) return;
+  if (kind == kind_primal && s.cold) TVN_simplex_primalcrash(s);
+  if (!run_optimizer(s, kind)) return;
   s.cold = false;
   run_optimizer(s, kind_primal);
 }

@@ -59,7 +59,7 @@ struct simplex_param {
   bool acceptinfeas = false;    // infeasibility within tolx of each bound is rounding of the data: go on without it
   int32_t selection = sel_free; // of the primal simplex, internal numbering
   int32_t dualselection = sel_free;
-  int32_t primalcrash = 101; // crash of a cold start unless more than 100 minus this percent of it are structurals
+  int32_t primalcrash = 90; // percent of slacks from which on a cold start is crashed, above 100: never
   int32_t restrictpct = 50; // percentage of restriction of the primal candidate list
   int32_t maxiterations = 10000000;
   int32_t maxsetbacks = 200;

@@ -258,8 +258,9 @@ TVNrescodee TVN_readmps(task& t, int32_t mode, sysfile& file, const char* name) 
     return reader.stop == TVN_RES_OK;
   };
   TVNrescodee code = TVN_estimatesize(r);
-  if (code == TVN_RES_OK) code = size_task(r);
-  if (code == TVN_RES_OK) {
+  const bool filled = code == TVN_RES_OK && !rm.endless;
+  if (filled) code = size_task(r);
+  if (filled && code == TVN_RES_OK) {
     TVN_rm_rewind(rm);
     code = TVN_readmpsfile(r);
   }

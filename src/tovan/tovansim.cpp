@@ -62,6 +62,7 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   p.nonsingular = iv[TVN_IPAR_SIM_NON_SINGULAR] != 0;
   p.selection = selection_number(iv[TVN_IPAR_SIM_PRIMAL_SELECTION]);
   p.dualselection = selection_number(iv[TVN_IPAR_SIM_DUAL_SELECTION]);
+  p.primalcrash = iv[TVN_IPAR_SIM_PRIMAL_CRASH];
   p.restrictpct = iv[TVN_IPAR_SIM_PRIMAL_RESTRICT_SELECTION];
   p.maxiterations = iv[TVN_IPAR_SIM_MAX_ITERATIONS];
   p.maxsetbacks = iv[TVN_IPAR_SIM_MAX_NUM_SETBACKS];
