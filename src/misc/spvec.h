@@ -9,9 +9,9 @@
 namespace tvn {
 
 struct spvec {
-  buffer<double> val;    // [dim], 0 where not listed
-  buffer<int32_t> idx;   // [dim], first `count` are in use, each position at most once
-  buffer<int32_t> mark;  // [dim], all 0 between calls
+  buffer<double> val;   // [dim], 0 where not listed
+  buffer<int32_t> idx;  // [dim], first `count` are in use, each position at most once
+  buffer<int32_t> mark; // [dim], all 0 between calls
   int32_t count = 0;
 
   spvec() = default;

@@ -84,6 +84,8 @@ int32_t TVN_simplex_primalcrash(simplex_state& s) {
     for (int64_t p = w.colbeg[k]; p < w.colbeg[k + 1]; p++) touched[w.colsub[p]] = 1;
     crashed++;
   }
+  TVN_lu_newwszedbg(s.fac.factor, 0); // whoever factored the former basis leaves no trace in the order of sums
+  s.fac.usable = false;
   return crashed;
 }
 

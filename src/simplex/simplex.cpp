@@ -1,4 +1,5 @@
-// The direct road: working problem, start basis, optimizer, the way back, proof, and a second run where the proof fails.
+// The direct road: working problem, start basis, optimizer, the way back, proof, and a second run where the proof
+// fails.
 //
 // Road of one run: TVN_simplex_compressproblem (free rows and fixed columns out, scaling by powers of two) -> start
 // basis (logicals, or the caller's keys repaired) -> primal simplex -> polish (x and y of the final basis solved afresh

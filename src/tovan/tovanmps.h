@@ -22,7 +22,7 @@ struct mps_reader {
   rm_state& rm;
   mps_counts counts;
   TVNrescodee stop = TVN_RES_OK; // what a callback wants
-  double starttime = 0; // seconds since the epoch
+  double starttime = 0;          // seconds since the epoch
   mps_names rows, cols, cones;
   vec<char> isfree; // [rows] 1: of type N
   int32_t objrow = -1;

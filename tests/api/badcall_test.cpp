@@ -67,7 +67,7 @@ void collect(const std::string&, ...) {}
 
 TEST(BadCall, NullHandlesAreAnsweredByEveryFunction) {
 #define TVN_FUNC(name, family, since) answer_nothing(#name, name);
-#include "../../src/tovan/api.def"
+#include "api.def"
 #undef TVN_FUNC
   EXPECT_EQ(TVN_makeenv(nullptr, nullptr, nullptr, nullptr, nullptr), TVN_RES_ERR_NULL_ENV);
   const TVNrescodee null = TVN_RES_ERR_NULL_POINTER;
@@ -276,7 +276,7 @@ TEST_F(BadCallOnTask, StreamsThatDoNotExistOrCannotBeOpenedLeaveTheOldLinks) {
 
 TEST_F(BadCallOnTask, EveryConstantBelongsToOneFamilyThatFindsItBothWays) {
 #define TVN_FUNC(name, family, since) collect(#name, name);
-#include "../../src/tovan/api.def"
+#include "api.def"
 #undef TVN_FUNC
   int32_t num = 0, value = 0;
   ASSERT_EQ(TVN_getsymbcondim(env, &num, nullptr), TVN_RES_OK);
