@@ -68,30 +68,24 @@ void prslv_undoconsin(prslv_post& w) {
   s.slc[i] = s.suc[i] = 0;
   s.xc[i] = a * s.xx[j];
   s.skc[i] = w.rest();
+  int32_t side = s.skx[j];
+  if (side == sk_fix) side = s.slx[j] < s.sux[j] ? sk_upr : sk_low; // fixed by bounds from two sides
+  // What the column's bound bore goes to the row; the key follows where the column rests on that bound.
   auto take = [&](bool lower) {
     double& d = lower ? s.slx[j] : s.sux[j];
     const double move = (lower ? d : -d) / a; // into y
     s.y[i] += move;
     (lower == (a > 0) ? s.slc[i] : s.suc[i]) += std::fabs(move) * (d < 0 ? -1 : 1);
     d = 0;
-    if (w.certificate()) return;
+    if (w.certificate() || side != (lower ? sk_low : sk_upr)) return;
     s.skx[j] = w.rest();
     s.skc[i] = rowkey == bk_fx ? sk_fix : lower == (a > 0) ? sk_low : sk_upr;
   };
-  const bool low = implied == bk_lo || implied == bk_ra, upp = implied == bk_up || implied == bk_ra;
-  if (w.certificate() || w.walk == prslv_walk::interior) {
-    if (low) take(true);
-    if (upp) take(false);
-    return;
-  }
-  int32_t side = s.skx[j];
-  if (side == sk_fix) side = s.slx[j] < s.sux[j] ? sk_upr : sk_low; // fixed by bounds from two sides
-  if (side == sk_low && low)
-    take(true);
-  else if (side == sk_upr && upp)
-    take(false);
-  else if (s.skx[j] == sk_fix)
-    s.skx[j] = side;
+  const bool low = implied == bk_lo || implied == bk_ra, upp = implied == bk_up || implied == bk_ra,
+             all = w.walk != prslv_walk::basis;
+  if (low && (all || side == sk_low)) take(true);
+  if (upp && (all || side == sk_upr)) take(false);
+  if (!w.certificate() && s.skx[j] == sk_fix) s.skx[j] = side;
 }
 
 } // namespace tvn

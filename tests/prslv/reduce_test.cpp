@@ -18,7 +18,7 @@ struct outcome {
 };
 
 // Presolve, simplex without presolve on what is left, postsolve.
-outcome by_presolve(lp_case& p, const tvn::prslv_param& param) {
+outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true) {
   tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
   outcome o{0, 0, lp_point(p), {}, 0, {}};
   tvn::lp_solution sol = o.point.view();
@@ -46,7 +46,9 @@ outcome by_presolve(lp_case& p, const tvn::prslv_param& param) {
       tvn::TVN_prslv_getcertificate(*ctx, sol);
     }
     audit.solsta = o.solsta;
-    if (o.solsta != tvn::sol_unknown) tvn::TVN_prslv_postsolvebasis(*ctx, o.stats, o.solsta, sol);
+    audit.basis = basis;
+    if (o.solsta != tvn::sol_unknown)
+      (basis ? tvn::TVN_prslv_postsolvebasis : tvn::TVN_prslv_postsolve)(*ctx, o.stats, o.solsta, sol);
     o.trouble = audit.trouble;
     tvn::TVN_prslv_unreduce(*ctx);
     const auto same = [](const auto* a, const auto* b, int32_t num) { return std::equal(a, a + num, b); };
@@ -133,6 +135,23 @@ TEST(Presolve, AgreesWithTheDirectSolutionAtEveryDepth) {
   }
   for (size_t t = 1; t < count.size(); t++)
     if (count[t]) std::printf("type %zu: %lld\n", t, static_cast<long long>(count[t]));
+}
+
+TEST(Presolve, BringsBackASolutionWithoutABasisToo) {
+  int32_t optimal = 0;
+  for (uint64_t seed = 1; seed <= 1000; seed++) {
+    SCOPED_TRACE(seed);
+    lp_case p = structured_case(seed);
+    lp_point direct(p);
+    if (solve_directly(p, direct).solsta != tvn::sol_optimal) continue;
+    const outcome o = by_presolve(p, settings(seed), false);
+    optimal++;
+    ASSERT_EQ(o.solsta, tvn::sol_optimal);
+    ASSERT_EQ(o.trouble, "");
+    const verdict v = judge(p, o.point);
+    ASSERT_TRUE(v.primal <= 1e-8 && v.dual <= 1e-8 && v.comp <= 1e-8);
+  }
+  EXPECT_GT(optimal, 200);
 }
 
 // --- one structure at a time
