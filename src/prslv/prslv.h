@@ -160,7 +160,6 @@ bool TVN_prslv_conislive(const prslv_context& ctx, int32_t i);
 bool TVN_prslv_varislive(const prslv_context& ctx, int32_t j);
 int64_t TVN_prslv_getnz(const prslv_context& ctx); // live entries
 int32_t TVN_prslv_getnumred(const prslv_context& ctx);
-void TVN_prslv_emptystk(prslv_context& ctx) noexcept;
 // Live entries of row i or column j into sub and val, which have room for all rows or columns; the number.
 int32_t TVN_prslv_getasimple(const prslv_context& ctx, bool byrow, int32_t index, int32_t* sub, double* val);
 // The certificate of an infeasibility that presolve found, for the live problem; the other arrays become 0.

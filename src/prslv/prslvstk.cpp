@@ -86,10 +86,4 @@ int32_t TVN_prslv_popstk(prslv_context& x) {
 
 int32_t TVN_prslv_getnumred(const prslv_context& ctx) { return static_cast<int32_t>(ctx.stk.type.size()); }
 
-void TVN_prslv_emptystk(prslv_context& ctx) noexcept {
-  ctx.stk.type.clear();
-  TVN_bsto_clear(ctx.stk.store);
-  TVN_prslv_initpopstk(ctx);
-}
-
 } // namespace tvn

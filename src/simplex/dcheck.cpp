@@ -23,14 +23,6 @@ constexpr double tolproof = 1e-9;          // gap of a proof, relative to its te
                      index, static_cast<long long>(s.iter), got, want);
 }
 
-bool is_finite(const simplex_work& w) {
-  for (int64_t p = 0; p < w.colbeg[w.n]; p++)
-    if (!std::isfinite(w.colval[p])) return false;
-  for (int32_t j = 0; j < w.total; j++)
-    if (!std::isfinite(w.cost[j]) || std::isnan(w.lower[j]) || std::isnan(w.upper[j])) return false;
-  return true;
-}
-
 void check_header(const dual_state& s) {
   for (int32_t k = 0; k < s.work.m; k++) {
     const int32_t j = s.fac.head[k];
@@ -121,7 +113,7 @@ void check_lists(const dual_state& s) {
 } // namespace
 
 void dsimplex_check(dual_state& s) {
-  if (!is_finite(s.work)) return; // such data end without a verdict, and every figure here would be NaN
+  if (!TVN_simplex_isfinite(s.work)) return; // such data end without a verdict, and every figure here would be NaN
   check_header(s);
   check_nonbasics(s);
   check_rows(s);

@@ -139,4 +139,12 @@ void TVN_simplex_deactivate(simplex_work& w, int32_t j) noexcept {
   for (int64_t p = w.colbeg[j]; p < w.colbeg[j + 1]; p++) swap_entries(w, w.col2row[p], --w.rowend[w.colsub[p]]);
 }
 
+bool TVN_simplex_isfinite(const simplex_work& w) {
+  for (int64_t p = 0; p < w.colbeg[w.n]; p++)
+    if (!std::isfinite(w.colval[p])) return false;
+  for (int32_t j = 0; j < w.total; j++)
+    if (!std::isfinite(w.cost[j]) || std::isnan(w.lower[j]) || std::isnan(w.upper[j])) return false;
+  return true;
+}
+
 } // namespace tvn

@@ -52,4 +52,7 @@ bool TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, scale_request s
 void TVN_simplex_activate(simplex_work& work, int32_t j) noexcept;
 void TVN_simplex_deactivate(simplex_work& work, int32_t j) noexcept;
 
+// No NaN in the data, and no infinity but in bounds: what the audits can judge.
+bool TVN_simplex_isfinite(const simplex_work& w);
+
 } // namespace tvn
