@@ -32,8 +32,11 @@ struct simplex_state {
   buffer<uint8_t> inlist; // [total] the pivot row is wanted there: active in the row copy, when a structural
   buffer<int8_t> infeas;  // [m] by position: cost of phase one, and of a certificate of infeasibility
   simplex_code stop = simplex_code::ok;
-  bool cold = true;        // no start was given: perturbation and pricing may begin at their best
-  double rowdensity = 0.1; // running share of nonzeros in the pivot row
+  bool cold = true;           // no start was given: perturbation and pricing may begin at their best
+  double rowdensity = 0.1;    // running share of nonzeros in the pivot row
+  buffer<double> dualweight;  // [total] or empty: pricing weights of the dual simplex, of the basics of the start, and
+                              // on return of the last basis
+  int32_t dualweightkind = 0; // select_method they belong to, 0: none
 
   // Vectors of an iteration, empty between iterations.
   spvec spike;  // by row: entering column after L and etas
