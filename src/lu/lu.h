@@ -5,7 +5,7 @@
 // (btran) B'y = x takes x by position and gives y by row.
 //
 // References: Markowitz 1957; Suhl and Suhl 1990 (singletons, threshold pivoting); Forrest and Tomlin 1972 and
-// Suhl and Suhl 1993 (update with row etas); Gilbert and Peierls 1988 (symbolic phase of sparse solves); Hager 1984
+// Suhl and Suhl 1993 (update with row etas); Gilbert and Peierls 1988 (sparse solves); Hager 1984
 // (norm estimate).
 #pragma once
 

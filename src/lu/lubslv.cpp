@@ -15,44 +15,47 @@ inline void axpy(double* __restrict x, double t, const int32_t* __restrict ind, 
   for (int32_t q = b; q < e; q++) x[ind[q]] += t * val[q];
 }
 
-// One column of U': takes x[c], gives the value of its row.
-inline void eliminate_column(lu& f, double* __restrict x, int32_t c, spvec& y, double tol1, double tol2,
-                             int64_t& work) {
+// One column of U', pivoted on row r: takes x[c], gives the value of its row. touch(j): x[j] was changed.
+template <class Touch>
+inline void eliminate_column(const lu& f, double* __restrict x, int32_t r, spvec& y, double tol1, double tol2,
+                             int64_t& work, Touch touch) {
+  const int32_t c = f.rowpivcol[r];
   double v = x[c];
   x[c] = 0.0;
   if (!(std::fabs(v) > tol1)) return;
-  const int32_t r = f.colpivrow[c];
   v /= f.diag[r];
   if (!(std::fabs(v) > tol2)) return;
   y.push(r, v);
-  axpy(x, -v, f.rcol.data(), f.rval.data(), f.rbeg[r], f.rbeg[r] + f.rlen[r]);
-  work += f.rlen[r];
+  const int32_t* __restrict col = f.rcol.data();
+  const double* __restrict val = f.rval.data();
+  const int32_t b = f.rbeg[r], e = b + f.rlen[r];
+  for (int32_t q = b; q < e; q++) {
+    x[col[q]] -= v * val[q];
+    touch(col[q]);
+  }
+  work += e - b;
 }
 
-void solve_u_sparse(lu& f, spvec& x, spvec& y, double tol1, double tol2) {
-  const int32_t* pivrow = f.colpivrow.data();
-  const int32_t* rbeg = f.rbeg.data();
-  const int32_t* rlen = f.rlen.data();
-  const lu_reach s = try_reach(
-      f, lk_btranu, x.idx.data(), x.count, f.rcol.data(), [=](int32_t c) { return rbeg[pivrow[c]]; },
-      [=](int32_t c) { return rlen[pivrow[c]]; });
+void solve_u(lu& f, spvec& x, spvec& y, double tol1, double tol2) {
   double* val = x.val.data();
   int64_t work = 0;
+  const int32_t n = x.count;
   x.count = 0;
-  if (s.complete) {
-    for (int32_t k = s.count - 1; k >= 0; k--) {
-      f.mark[f.topo[k]] = 0;
-      eliminate_column(f, val, f.topo[k], y, tol1, tol2, work);
-    }
-    f.work[lt_bsparse] += work + s.count;
-  } else {
-    for (int32_t k = 0; k < f.uend; k++) {
-      const int32_t r = f.uorder[k];
-      if (r < 0) continue;
-      if (const int32_t c = f.rowpivcol[r]; val[c] != 0.0) eliminate_column(f, val, c, y, tol1, tol2, work);
-    }
+  if (expects_dense(f, lk_btranu, n)) {
+    for (int32_t k = 0; k < f.uend; k++)
+      if (const int32_t r = f.uorder[k]; r >= 0 && val[f.rowpivcol[r]] != 0.0)
+        eliminate_column(f, val, r, y, tol1, tol2, work, [](int32_t) {});
     f.work[lt_bdense] += work + f.uend;
+  } else {
+    lu_agenda agenda(f);
+    const int32_t* __restrict colplace = f.colplace.data();
+    for (int32_t k = 0; k < n; k++) agenda.add(colplace[x.idx[k]]);
+    agenda.ascend([&](int32_t k) {
+      eliminate_column(f, val, f.uorder[k], y, tol1, tol2, work, [&](int32_t j) { agenda.add(colplace[j]); });
+    });
+    f.work[lt_bsparse] += work + y.count;
   }
+  note_result(f, lk_btranu, n, y.count);
 }
 
 // Every listed value is nonzero on entry; rows that etas change are marked, so that none is listed twice.
@@ -89,28 +92,49 @@ int64_t solve_l_full(const lu& f, double* __restrict x) {
   return f.numl + f.wsze - f.lbegin;
 }
 
-void solve_l_sparse(lu& f, spvec& y) {
-  const int32_t* ltbeg = f.ltbeg.data();
-  const int32_t* ltlen = f.ltlen.data();
-  const lu_reach s = try_reach(
-      f, lk_btranl, y.idx.data(), y.count, f.crow.data(), [=](int32_t r) { return ltbeg[r]; },
-      [=](int32_t r) { return ltlen[r]; });
-  if (!s.complete) {
+// By rows of L. Rows without an L column have their value from the start, the others follow from the last to the first.
+void solve_l_agenda(lu& f, spvec& y) {
+  double* __restrict val = y.val.data();
+  const int32_t* __restrict lplace = f.lplace.data();
+  const int32_t* __restrict row = f.crow.data();
+  const double* __restrict mult = f.cval.data();
+  const int32_t n = y.count;
+  int32_t count = 0;
+  int64_t work = 0;
+  lu_agenda agenda(f);
+  const auto spread = [&](int32_t r) {
+    y.idx[count++] = r;
+    const double t = val[r];
+    const int32_t b = f.ltbeg[r], e = b + f.ltlen[r];
+    for (int32_t q = b; q < e; q++) {
+      val[row[q]] += t * mult[q];
+      agenda.add(lplace[row[q]]);
+    }
+    work += e - b;
+  };
+  for (int32_t k = 0; k < n; k++) {
+    const int32_t r = y.idx[k];
+    if (lplace[r] < 0)
+      spread(r);
+    else
+      agenda.add(lplace[r]);
+  }
+  agenda.descend([&](int32_t k) {
+    if (const int32_t r = f.lorder[k]; val[r] != 0.0) spread(r);
+  });
+  y.count = count;
+  f.work[lt_bsparse] += work + count;
+}
+
+void solve_l(lu& f, spvec& y) {
+  const int32_t n = y.count;
+  if (expects_dense(f, lk_btranl, n)) {
     f.work[lt_bdense] += solve_l_full(f, y.val.data()) + f.nrow;
     relist(y, f.nrow);
-    return;
+  } else {
+    solve_l_agenda(f, y);
   }
-  double* __restrict val = y.val.data();
-  int32_t count = 0;
-  for (int32_t k = s.count - 1; k >= 0; k--) {
-    const int32_t r = f.topo[k];
-    f.mark[r] = 0;
-    if (val[r] == 0.0) continue;
-    y.idx[count++] = r;
-    if (ltlen[r] > 0) axpy(val, val[r], f.crow.data(), f.cval.data(), ltbeg[r], ltbeg[r] + ltlen[r]);
-  }
-  y.count = count;
-  f.work[lt_bsparse] += s.visited + s.count;
+  note_result(f, lk_btranl, n, y.count);
 }
 
 } // namespace
@@ -118,9 +142,9 @@ void solve_l_sparse(lu& f, spvec& y) {
 void TVN_lu_btrans(lu& f, spvec& x, spvec& y, double droptol1, double droptol2) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored && y.count == 0);
   if (x.count == 0) return;
-  solve_u_sparse(f, x, y, droptol1, droptol2);
+  solve_u(f, x, y, droptol1, droptol2);
   if (f.numetas > 0) solve_etas(f, y);
-  if (f.numl > 0) solve_l_sparse(f, y);
+  if (f.numl > 0) solve_l(f, y);
 }
 
 void TVN_lu_btran(lu& f, std::span<double> x, std::span<double> y) {

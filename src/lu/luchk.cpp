@@ -40,7 +40,7 @@ const char* check_order(const lu& f) {
   for (int32_t k = 0; k < f.uend; k++) {
     const int32_t i = f.uorder[k];
     if (i < 0) continue;
-    if (f.uplace[i] != k) return "order of U and places differ";
+    if (f.uplace[i] != k || f.colplace[f.rowpivcol[i]] != k) return "order of U and places differ";
     if (f.colpivrow[f.rowpivcol[i]] != i) return "pivot maps differ";
     if (f.diag[i] == 0.0) return "zero on the diagonal";
     num++;
@@ -55,6 +55,7 @@ const char* check_l(const lu& f) {
   for (int32_t k = 0; k < f.numl; k++) {
     const int32_t r = f.lorder[k];
     if (f.lbeg[r] < f.lbegin || f.lbeg[r] + f.llen[r] > f.wsze) return "L column outside of its region";
+    if (f.lplace[r] != k) return "order of L and places differ";
     num += f.llen[r];
   }
   for (int32_t i = 0; i < f.nrow; i++) num -= f.ltlen[i];
@@ -66,6 +67,8 @@ const char* check_scratch(const lu& f) {
     if (v != 0) return "mark not clean";
   for (const double v : std::span<const double>(f.ework))
     if (v != 0.0) return "work not clean";
+  for (const uint64_t v : std::span<const uint64_t>(f.agenda))
+    if (v != 0) return "agenda not clean";
   return nullptr;
 }
 

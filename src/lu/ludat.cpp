@@ -29,14 +29,16 @@ void TVN_lu_make(sysenv& sys, int32_t nrow, int32_t ncol, lu& f) {
   f.ncol = f.maxncol = ncol;
   f.maxetas = 2 * nrow;
   for (buffer<int32_t>* b : {&f.prow, &f.prowinv, &f.rowpivcol, &f.rbeg, &f.rlen, &f.rcap, &f.lbeg, &f.llen, &f.ltbeg,
-                             &f.ltlen, &f.lorder, &f.uplace})
+                             &f.ltlen, &f.lorder, &f.uplace, &f.lplace})
     b->reset(sys, nrow);
-  for (buffer<int32_t>* b : {&f.colpivrow, &f.cbeg, &f.clen, &f.ccap, &f.stack, &f.topo}) b->reset(sys, ncol);
+  for (buffer<int32_t>* b : {&f.colpivrow, &f.cbeg, &f.clen, &f.ccap, &f.stack, &f.topo, &f.colplace})
+    b->reset(sys, ncol);
   f.diag.reset(sys, nrow);
   f.uorder.reset(sys, 2 * int64_t{nrow} + 64);
   f.etabeg.reset(sys, 2 * int64_t{nrow} + 1);
   f.etarow.reset(sys, 2 * int64_t{nrow});
   f.mark.reset(sys, ncol, 0);
+  f.agenda.reset(sys, f.uorder.size() / 64 + 1, uint64_t{0});
   f.ework.reset(sys, ncol, 0.0);
   f.lwork.reset(sys, ncol);
   TVN_lu_init(f);
@@ -81,7 +83,7 @@ void TVN_lu_init(lu& f) {
   f.sumcount = 0.0;
   TVN_bigint_addsizet(f.formerwork, static_cast<size_t>(sum_of_work(f, 0, lt_numtasks - 1)));
   std::fill(std::begin(f.work), std::end(f.work), int64_t{0});
-  std::fill(std::begin(f.habit), std::end(f.habit), lu_habit{});
+  for (auto& d : f.density) d[0] = d[1] = 0;
   TVN_lu_resetufre(f);
 }
 

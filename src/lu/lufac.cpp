@@ -109,9 +109,12 @@ lu_code finish(lu& f) {
     const int32_t i = f.prow[k];
     f.uorder[k] = i;
     f.uplace[i] = k;
+    f.colplace[f.rowpivcol[i]] = k;
     f.unz += f.rlen[i];
   }
   TVN_lu_initupdate(f);
+  std::fill_n(f.lplace.data(), f.nrow, -1);
+  for (int32_t k = 0; k < f.numl; k++) f.lplace[f.lorder[k]] = k;
   transpose_l(f);
   f.work[lt_finish] += f.unz + f.wsze - f.lubot + f.nrow;
   TVN_lu_resetufre(f);

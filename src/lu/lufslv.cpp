@@ -1,6 +1,6 @@
 // Forward solves B y = x: L by columns, row etas in the order of creation, U by columns.
 //
-// The sparse forms run along the nonzeros of the right-hand side; see lusolve.h for the choice between the search and
+// The sparse forms run along the nonzeros of the right-hand side; see lusolve.h for the choice between the agenda and
 // the full pass. A result list holds each position that may be nonzero exactly once.
 #include "lu/lusolve.h"
 
@@ -45,28 +45,57 @@ int64_t solve_l_full(const lu& f, double* x) {
   return work;
 }
 
-void solve_l_sparse(lu& f, spvec& x) {
-  const int32_t* lbeg = f.lbeg.data();
-  const int32_t* llen = f.llen.data();
-  const lu_reach s = try_reach(
-      f, lk_ftranl, x.idx.data(), x.count, f.rcol.data(), [=](int32_t r) { return lbeg[r]; },
-      [=](int32_t r) { return llen[r]; });
-  if (!s.complete) {
-    f.work[lt_fdense] += solve_l_full(f, x.val.data()) + f.nrow;
-    relist(x, f.nrow);
-    return;
-  }
+// By columns of L. A row without an L column is listed when it is first met, the others when they are visited.
+void solve_l_agenda(lu& f, spvec& x) {
   double* __restrict val = x.val.data();
+  int32_t* __restrict mark = f.mark.data();
+  int32_t* __restrict met = f.topo.data();
+  const int32_t* __restrict lplace = f.lplace.data();
+  const int32_t* __restrict row = f.rcol.data();
+  const double* __restrict mult = f.rval.data();
+  int32_t nummet = 0;
+  int64_t work = 0;
+  lu_agenda agenda(f);
+  const auto meet = [&](int32_t i) {
+    if (lplace[i] >= 0) {
+      agenda.add(lplace[i]);
+    } else if (mark[i] == 0) {
+      mark[i] = 1;
+      met[nummet++] = i;
+    }
+  };
+  for (int32_t k = 0; k < x.count; k++) meet(x.idx[k]);
+  agenda.ascend([&](int32_t k) {
+    const int32_t r = f.lorder[k];
+    const double t = val[r];
+    if (t == 0.0) return;
+    met[nummet++] = r;
+    const int32_t b = f.lbeg[r], e = b + f.llen[r];
+    for (int32_t q = b; q < e; q++) {
+      val[row[q]] += t * mult[q];
+      meet(row[q]);
+    }
+    work += e - b;
+  });
   int32_t count = 0;
-  for (int32_t k = s.count - 1; k >= 0; k--) {
-    const int32_t r = f.topo[k];
-    f.mark[r] = 0;
-    if (val[r] == 0.0) continue;
-    x.idx[count++] = r;
-    if (llen[r] > 0) add_lcol(val, val[r], f.rcol.data(), f.rval.data(), lbeg[r], lbeg[r] + llen[r]);
+  for (int32_t k = 0; k < nummet; k++) {
+    const int32_t r = met[k];
+    mark[r] = 0;
+    if (val[r] != 0.0) x.idx[count++] = r;
   }
   x.count = count;
-  f.work[lt_fsparse] += s.visited + s.count;
+  f.work[lt_fsparse] += work + nummet;
+}
+
+void solve_l(lu& f, spvec& x) {
+  const int32_t n = x.count;
+  if (expects_dense(f, lk_ftranl, n)) {
+    f.work[lt_fdense] += solve_l_full(f, x.val.data()) + f.nrow;
+    relist(x, f.nrow);
+  } else {
+    solve_l_agenda(f, x);
+  }
+  note_result(f, lk_ftranl, n, x.count);
 }
 
 void drop_zeros(spvec& x) {
@@ -96,17 +125,24 @@ void solve_etas(lu& f, spvec& x) {
   f.work[lt_etas] += f.etabeg[0] - f.etabeg[f.numetas] + f.numetas;
 }
 
-// One row of U: takes x[r], gives the value of its column.
-inline void eliminate_row(lu& f, double* __restrict x, int32_t r, spvec& y, double tol1, double tol2, int64_t& work) {
+// One row of U: takes x[r], gives the value of its column. touch(i): x[i] was changed.
+template <class Touch>
+inline void eliminate_row(const lu& f, double* __restrict x, int32_t r, spvec& y, double tol1, double tol2,
+                          int64_t& work, Touch touch) {
   double t = x[r];
   x[r] = 0.0;
   if (!(std::fabs(t) > tol1)) return;
   t /= f.diag[r];
   if (!(std::fabs(t) > tol2)) return;
-  const int32_t j = f.rowpivcol[r], b = f.cbeg[j], n = f.clen[j];
+  const int32_t j = f.rowpivcol[r], b = f.cbeg[j], e = b + f.clen[j];
   y.push(j, t);
-  subtract_column(x, t, f.crow.data(), f.cval.data(), b, b + n);
-  work += n;
+  const int32_t* __restrict row = f.crow.data();
+  const double* __restrict val = f.cval.data();
+  for (int32_t p = b; p < e; p++) {
+    x[row[p]] -= t * val[p];
+    touch(row[p]);
+  }
+  work += e - b;
 }
 
 } // namespace
@@ -115,7 +151,7 @@ void TVN_lu_ftranl(lu& f, spvec& x) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored);
   if (x.count == 0) return;
   if (f.numl > 0)
-    solve_l_sparse(f, x);
+    solve_l(f, x);
   else
     drop_zeros(x);
   if (f.numetas > 0) solve_etas(f, x);
@@ -123,26 +159,25 @@ void TVN_lu_ftranl(lu& f, spvec& x) {
 
 void TVN_lu_ftranus(lu& f, spvec& x, spvec& y, double droptol1, double droptol2) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored && y.count == 0);
-  const int32_t* pivcol = f.rowpivcol.data();
-  const int32_t* cbeg = f.cbeg.data();
-  const int32_t* clen = f.clen.data();
-  const lu_reach s = try_reach(
-      f, lk_ftranu, x.idx.data(), x.count, f.crow.data(), [=](int32_t r) { return cbeg[pivcol[r]]; },
-      [=](int32_t r) { return clen[pivcol[r]]; });
   double* val = x.val.data();
   int64_t work = 0;
+  const int32_t n = x.count;
   x.count = 0;
-  if (s.complete) {
-    for (int32_t k = s.count - 1; k >= 0; k--) {
-      f.mark[f.topo[k]] = 0;
-      eliminate_row(f, val, f.topo[k], y, droptol1, droptol2, work);
-    }
-    f.work[lt_fsparse] += work + s.count;
-  } else {
+  if (expects_dense(f, lk_ftranu, n)) {
     for (int32_t k = f.uend - 1; k >= 0; k--)
-      if (const int32_t r = f.uorder[k]; r >= 0 && val[r] != 0.0) eliminate_row(f, val, r, y, droptol1, droptol2, work);
+      if (const int32_t r = f.uorder[k]; r >= 0 && val[r] != 0.0)
+        eliminate_row(f, val, r, y, droptol1, droptol2, work, [](int32_t) {});
     f.work[lt_fdense] += work + f.uend;
+  } else {
+    lu_agenda agenda(f);
+    const int32_t* __restrict uplace = f.uplace.data();
+    for (int32_t k = 0; k < n; k++) agenda.add(uplace[x.idx[k]]);
+    agenda.descend([&](int32_t k) {
+      eliminate_row(f, val, f.uorder[k], y, droptol1, droptol2, work, [&](int32_t i) { agenda.add(uplace[i]); });
+    });
+    f.work[lt_fsparse] += work + y.count;
   }
+  note_result(f, lk_ftranu, n, y.count);
 }
 
 namespace {

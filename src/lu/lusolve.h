@@ -1,92 +1,60 @@
-// Symbolic phase of the sparse triangular solves (Gilbert and Peierls 1988).
+// What the sparse triangular solves share: the agenda of places to visit, and the choice of the full pass.
 //
-// A node is a row (forward) or a column (backward); its adjacency are the nodes that its value changes. reach() lists
-// all nodes that the right-hand side can touch so that each follows the nodes that it changes: the numeric phase walks
-// the list from its end. Cost: the adjacency of the visited nodes. The search gives up once that exceeds a quarter of
-// the dimension: then a plain pass over the pivot order is cheaper.
+// A solve visits the places of a pivot order whose value is or becomes nonzero, each once and in order. The agenda
+// keeps them as bits of a word string: a place that an elimination touches is noted by setting its bit, and the next
+// place is the next bit. So no search for the reach goes ahead of the numbers (Gilbert and Peierls 1988) and the order
+// of sums is that of the full pass. Cost: the elements of the visited places, and a word for every 64 places between
+// the first and the last. When earlier results of the same kind were dense the full pass, which looks at every value,
+// is cheaper.
 #pragma once
 
 #include "lu/luint.h"
 
 namespace tvn {
 
-constexpr int32_t symbolicshare = 4; // the search may cost nrow / symbolicshare
+constexpr double fullshare = 0.15;  // of the dimension: results from here on are dense
+constexpr int32_t longrhs = 16;     // elements from which on a right-hand side counts as long
+constexpr double newestshare = 0.2; // of the last result in the running density
 
-struct lu_reach {
-  bool complete; // false: given up, all marks are clean
-  int32_t count; // nodes in f.topo, each marked in f.mark
-  int64_t visited;
+class lu_agenda {
+public:
+  explicit lu_agenda(lu& f) noexcept : bits(f.agenda.data()) {}
+
+  void add(int32_t place) noexcept {
+    const int32_t w = place >> 6;
+    bits[w] |= uint64_t{1} << (place & 63);
+    first = std::min(first, w);
+    last = std::max(last, w);
+  }
+  // visit may add places behind (ascend), or before (descend), the one it is called with.
+  template <class Visit> void ascend(Visit visit) {
+    for (int32_t w = first; w <= last; w++)
+      while (const uint64_t word = bits[w]) {
+        bits[w] = word & (word - 1);
+        visit(64 * w + std::countr_zero(word));
+      }
+  }
+  template <class Visit> void descend(Visit visit) {
+    for (int32_t w = last; w >= first; w--)
+      while (const uint64_t word = bits[w]) {
+        const int32_t b = 63 - std::countl_zero(word);
+        bits[w] = word & ~(uint64_t{1} << b);
+        visit(64 * w + b);
+      }
+  }
+
+private:
+  uint64_t* __restrict bits;
+  int32_t first = INT32_MAX, last = -1; // words that may hold bits
 };
 
-// beg(v), len(v): adjacency of node v in adj. mark[v]: 0, or one plus the next position to scan. Without a budget the
-// search is always completed.
-template <bool budgeted = true, class Beg, class Len>
-inline lu_reach reach(lu& f, const int32_t* list, int32_t n, const int32_t* __restrict adj, Beg beg, Len len) {
-  const int64_t budget = budgeted ? f.nrow / symbolicshare : INT64_MAX;
-  int32_t* __restrict mark = f.mark.data();
-  int32_t* __restrict stack = f.stack.data();
-  int32_t* __restrict topo = f.topo.data();
-  int64_t visited = 0;
-  int32_t count = 0, depth = 0;
-  const auto give_up = [&]() -> lu_reach {
-    for (int32_t k = 0; k < count; k++) mark[topo[k]] = 0;
-    for (int32_t k = 0; k < depth; k++) mark[stack[k]] = 0;
-    return {false, 0, visited};
-  };
-  for (int32_t k = 0; k < n; k++) {
-    const int32_t root = list[k];
-    if (mark[root] != 0) continue;
-    mark[root] = 1;
-    const int32_t rootlen = len(root);
-    if (rootlen == 0) {
-      topo[count++] = root;
-      continue;
-    }
-    stack[depth++] = root;
-    visited += rootlen;
-    if (visited >= budget) return give_up();
-    while (depth > 0) {
-      const int32_t v = stack[depth - 1], b = beg(v), e = b + len(v);
-      int32_t p = b + mark[v] - 1;
-      bool deeper = false;
-      while (p < e && !deeper) {
-        const int32_t w = adj[p++];
-        if (mark[w] != 0) continue;
-        mark[w] = 1;
-        const int32_t wlen = len(w);
-        if (wlen == 0) {
-          topo[count++] = w;
-          continue;
-        }
-        mark[v] = p - b + 1;
-        stack[depth++] = w;
-        visited += wlen;
-        if (visited >= budget) return give_up();
-        deeper = true;
-      }
-      if (deeper) continue;
-      depth--;
-      topo[count++] = v;
-    }
-  }
-  return {true, count, visited};
+// Long and short right-hand sides of one kind have estimates of their own.
+inline bool expects_dense(const lu& f, lu_kind kind, int32_t rhscount) {
+  return f.density[kind][rhscount >= longrhs] >= fullshare;
 }
-
-// The search of a sparse solve. When three in a row gave up, right-hand sides as long as theirs go to the full pass at
-// once, but every eighth is searched again: densities change slowly within a run.
-template <class Beg, class Len>
-inline lu_reach try_reach(lu& f, lu_kind kind, const int32_t* list, int32_t n, const int32_t* adj, Beg beg, Len len) {
-  lu_habit& h = f.habit[kind];
-  if (h.giveups >= 3 && n >= h.leastcount && ++h.leftout % 8 != 0) return {false, 0, 0};
-  const lu_reach s = reach(f, list, n, adj, beg, len);
-  f.work[lt_symbolic] += s.visited;
-  if (s.complete) {
-    h.giveups = 0;
-  } else {
-    h.leastcount = h.giveups == 0 ? n : std::min(h.leastcount, n);
-    h.giveups++;
-  }
-  return s;
+inline void note_result(lu& f, lu_kind kind, int32_t rhscount, int32_t count) {
+  double& d = f.density[kind][rhscount >= longrhs];
+  d += newestshare * (static_cast<double>(count) / f.nrow - d);
 }
 
 // Fills the list of x from its values; for results of a full pass.

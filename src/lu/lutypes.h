@@ -53,9 +53,8 @@ enum lu_task : int32_t {
   lt_eliminate = 12,
   lt_search = 13,
   lt_queues = 14,
-  lt_symbolic = 15, // depth-first searches
-  lt_fsparse = 16,  // forward solves along the search result
-  lt_fdense = 17,   // forward solves by a full pass
+  lt_fsparse = 16, // forward solves along the search result
+  lt_fdense = 17,  // forward solves by a full pass
   lt_bsparse = 18,
   lt_bdense = 19,
   lt_etas = 20,
@@ -70,12 +69,7 @@ using lu_getcol = bool (*)(void* handle, int64_t space, int32_t j, int32_t& coun
 // Progress: code 0 start, 2 report with pivots so far, 3 end; nonzero return stops.
 using lu_progress = int32_t (*)(void* handle, int32_t code, int32_t numpivots);
 
-// What the last solves of one kind showed: a run of searches that gave up is a reason to leave the search out.
-struct lu_habit {
-  int32_t giveups = 0;    // searches in a row that gave up
-  int32_t leastcount = 0; // shortest right-hand side among them
-  int32_t leftout = 0;    // searches left out since
-};
+// Kinds of sparse solves, each with its own expectation of the result.
 enum lu_kind : int32_t { lk_ftranl = 0, lk_ftranu = 1, lk_btranu = 2, lk_btranl = 3, lk_num = 4 };
 
 struct lu {
@@ -112,11 +106,13 @@ struct lu {
   buffer<int32_t> ltbeg, ltlen; // [maxnrow] L row of a row, in cval/crow; valid when factored
   buffer<int32_t> lorder;       // [maxnrow] pivot rows with a nonempty L column, in order of elimination
   int32_t numl = 0;             // length of lorder
+  buffer<int32_t> lplace;       // [maxnrow] place of a row in lorder, -1: its L column is empty; valid when factored
 
   // U order and row etas. Holes (-1) are left where an update took a row away and put it at the end.
-  buffer<int32_t> uorder; // [2 * maxnrow + 64] rows of U from first to last
-  buffer<int32_t> uplace; // [maxnrow] place of a row in uorder
-  int32_t uend = 0;       // length of uorder in use
+  buffer<int32_t> uorder;   // [2 * maxnrow + 64] rows of U from first to last
+  buffer<int32_t> uplace;   // [maxnrow] place of a row in uorder
+  buffer<int32_t> colplace; // [maxncol] place of the row that is pivoted on a column
+  int32_t uend = 0;         // length of uorder in use
   int32_t numupds = 0, numetas = 0, maxetas = 0;
   buffer<int32_t> etabeg; // [maxetas + 1] eta k lies in [etabeg[k + 1], etabeg[k]) of rval/rcol
   buffer<int32_t> etarow; // [maxetas] row that eta k changes
@@ -157,10 +153,11 @@ struct lu {
   int64_t bestn = 0, besttotal = 0; // updates and total work where the average cost was least
   int64_t ring[50] = {};            // update work after each of the last 50 updates
   bigint formerwork;                // all tasks before the last TVN_lu_init
-  lu_habit habit[lk_num];           // by kind of sparse solve, since TVN_lu_init
+  double density[lk_num][2] = {};   // of the results of sparse solves, by kind, for short and long right-hand sides
 
   // Scratch, clean between calls.
   buffer<int32_t> mark;        // [maxncol] 0
+  buffer<uint64_t> agenda;     // bits 0: places of an order that a solve has still to visit
   buffer<double> ework;        // [maxncol] 0.0
   buffer<int32_t> stack, topo; // [maxncol] unset
   buffer<double> lwork;        // [maxncol] unset

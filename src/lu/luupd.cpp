@@ -22,42 +22,42 @@ constexpr int32_t minupdates = 10;    // no automatic advice before
 constexpr int32_t earlyupdates = 101; // a full store before this many updates asks for a bigger one
 
 struct lu_eta {
-  int32_t count = 0; // rows in f.topo, multipliers in f.lwork
+  int32_t count = 0; // rows in f.stack, multipliers in f.lwork
   double dot = 0.0;  // with the spike
   double max = 0.0;  // largest magnitude
 };
 
-// Rows behind p that row p of U depends on, and their multipliers. The search has no budget: there is no full pass that
-// would be cheaper than the rows it meets. f.ework is clean on entry and exit.
+// Rows behind p that row p of U depends on, and their multipliers. f.ework is clean on entry and exit.
 lu_eta form_eta(lu& f, int32_t p, const double* __restrict w) {
-  const int32_t b = f.rbeg[p], n = f.rlen[p];
-  const int32_t* pivrow = f.colpivrow.data();
-  const int32_t* rbeg = f.rbeg.data();
-  const int32_t* rlen = f.rlen.data();
-  const lu_reach s = reach<false>(
-      f, f.rcol.data() + b, n, f.rcol.data(), [=](int32_t c) { return rbeg[pivrow[c]]; },
-      [=](int32_t c) { return rlen[pivrow[c]]; });
   double* __restrict e = f.ework.data();
   const double* __restrict val = f.rval.data();
   const int32_t* __restrict col = f.rcol.data();
-  for (int32_t q = b; q < b + n; q++) e[col[q]] = val[q];
+  const int32_t* __restrict colplace = f.colplace.data();
   lu_eta eta;
-  // The search result is consumed from its end, the eta grows at the front of the stack array.
-  for (int32_t k = s.count - 1; k >= 0; k--) {
-    const int32_t c = f.topo[k], r = pivrow[c];
-    f.mark[c] = 0;
+  lu_agenda agenda(f);
+  int64_t work = f.rlen[p];
+  for (int32_t q = f.rbeg[p], end = q + f.rlen[p]; q < end; q++) {
+    e[col[q]] = val[q];
+    agenda.add(colplace[col[q]]);
+  }
+  agenda.ascend([&](int32_t k) {
+    const int32_t r = f.uorder[k], c = f.rowpivcol[r];
     double t = e[c];
     e[c] = 0.0;
-    if (!(std::fabs(t) > toleta)) continue;
+    if (!(std::fabs(t) > toleta)) return;
     t /= f.diag[r];
-    if (!(std::fabs(t) > toleta)) continue;
+    if (!(std::fabs(t) > toleta)) return;
     f.stack[eta.count] = r;
     f.lwork[eta.count++] = t;
     eta.dot += t * w[r];
     eta.max = std::max(eta.max, std::fabs(t));
-    for (int32_t q = rbeg[r], end = q + rlen[r]; q < end; q++) e[col[q]] -= t * val[q];
-  }
-  f.work[lt_updrow] += 2 * s.visited + s.count + n;
+    for (int32_t q = f.rbeg[r], end = q + f.rlen[r]; q < end; q++) {
+      e[col[q]] -= t * val[q];
+      agenda.add(colplace[col[q]]);
+    }
+    work += f.rlen[r] + 1;
+  });
+  f.work[lt_updrow] += work;
   return eta;
 }
 
@@ -171,11 +171,13 @@ void move_to_end(lu& f, int32_t p) {
       const int32_t r = f.uorder[k];
       if (r < 0) continue;
       f.uplace[r] = n;
+      f.colplace[f.rowpivcol[r]] = n;
       f.uorder[n++] = r;
     }
     f.uend = n;
   }
   f.uplace[p] = f.uend;
+  f.colplace[f.rowpivcol[p]] = f.uend;
   f.uorder[f.uend++] = p;
 }
 
