@@ -94,7 +94,7 @@ lindep2_code factor(sysenv& sys, lu& f, int32_t ncol, int64_t nz) {
   TVN_lu_getfactorspace(f.nrow, ncol, isize, rsize);
   buffer<int32_t> iwork(sys, isize);
   buffer<double> rwork(sys, rsize);
-  TVN_lu_newwszedbg(f, std::max<int64_t>(3 * nz, 3 * static_cast<int64_t>(ncol) + 1));
+  TVN_lu_newwszedbg(f, std::max<int64_t>(nz + nz / 2, ncol + 1));
   for (int32_t attempt = 0; attempt < maxtries; attempt++) {
     TVN_lu_init(f);
     switch (TVN_lu_factor(f, iwork, rwork)) {

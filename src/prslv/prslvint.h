@@ -179,6 +179,7 @@ bool TVN_prslv_impliedfreevar(prslv_context& x, int32_t j);
 // One open record at a time, begun before the problem is changed.
 void TVN_prslv_beginpushstk(prslv_context& x, int32_t rtype);
 void TVN_prslv_endpushstk(prslv_context& x, int32_t rtype);
+void TVN_prslv_freestaging(prslv_context& x) noexcept; // gives back the room of the open record
 void TVN_prslv_initpopstk(prslv_context& x) noexcept;
 int32_t TVN_prslv_popstk(prslv_context& x); // the type, 0 at the bottom; the record stands in ints and reals
 inline void push_int(prslv_context& x, int32_t v) { x.stk.ints.push_back(v); }

@@ -60,6 +60,11 @@ void TVN_prslv_endpushstk(prslv_context& x, int32_t rtype) {
   x.stats->numred[static_cast<size_t>(rtype)]++;
 }
 
+void TVN_prslv_freestaging(prslv_context& x) noexcept {
+  x.stk.ints = vec<int32_t>(*x.sys);
+  x.stk.reals = vec<double>(*x.sys);
+}
+
 void TVN_prslv_initpopstk(prslv_context& x) noexcept {
   x.stk.poptype = x.stk.type.size();
   x.stk.popbyte = TVN_bsto_getsize(x.stk.store);

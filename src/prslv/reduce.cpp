@@ -210,6 +210,7 @@ prslv_code TVN_prslv_reduce(prslv_context& x, const prslv_param& param, prslv_st
   TVN_prslv_printoptions(x);
   TVN_prslv_storeconbnd(x);
   TVN_prslv_storeccandcx(x);
+  TVN_prslv_freestaging(x); // no other record is as long as these two
   count_problem(x, stats.conbefore, stats.varbefore, stats.nzbefore);
   prslv_code code = prslv_code::ok;
   if (progress.fn && progress.fn(progress.handle, 31) != 0) x.stop = true;
