@@ -79,6 +79,13 @@ bool pivot_is_stable(prslv_context& x, const candidate& e, int32_t j) {
   return ok;
 }
 
+// Room for the substitution, by closing the gaps in the matrix if need be.
+bool has_room(prslv_context& x, int32_t i, int32_t j) {
+  if (TVN_prslv_pivotroom(x, i, j)) return true;
+  TVN_prslv_cleana(x);
+  return TVN_prslv_pivotroom(x, i, j);
+}
+
 void queue(prslv_context& x, pq& q, int32_t j) {
   if (!may_go(x, j)) return;
   const candidate e = best_row(x, j);
@@ -129,7 +136,7 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
     }
     const int64_t fill = net_fill(x, e.i, j);
     if (fill > fillslack || !TVN_prslv_impliedfreevar(x, j) || !pivot_is_stable(x, e, j)) continue;
-    if (!TVN_prslv_pivotroom(x, e.i, j)) {
+    if (!has_room(x, e.i, j)) {
       x.stats->numelimspace++;
       return prslv_code::nospace;
     }

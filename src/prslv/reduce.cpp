@@ -136,24 +136,27 @@ prslv_code one_step(prslv_context& x, due& d, bool& changed) {
   return code;
 }
 
-// The eliminator runs when the simple reductions are exhausted, and again while a pass gains enough.
+// The eliminator runs when the simple reductions are exhausted, again and again while that gains enough: what one run
+// substitutes makes other columns free. A round that gains little (each elimination frees a row) is the last one.
 prslv_code eliminate(prslv_context& x, due& d) {
-  if (!d.eliminator || (x.param.eliminatortries >= 0 && d.tries >= x.param.eliminatortries)) return prslv_code::ok;
-  if (d.simple || x.status != prs_undecided || d.eliminated == TVN_prslv_getnumred(x)) return prslv_code::ok;
-  TVN_prslv_cleana(x);
-  TVN_prslv_allactivities(x);
+  if (!d.eliminator || d.simple || x.status != prs_undecided || d.eliminated == TVN_prslv_getnumred(x))
+    return prslv_code::ok;
+  const auto num = [&] { return x.stats->numred[rt_elimination]; };
+  const auto allowed = [&] { return x.param.eliminatortries < 0 || d.tries < x.param.eliminatortries; };
+  const int64_t first = num();
+  prslv_code code = prslv_code::ok;
+  for (int64_t gained = elimgain; code == prslv_code::ok && gained >= elimgain && allowed(); d.tries++) {
+    const int64_t before = num();
+    TVN_prslv_cleana(x);
+    TVN_prslv_allactivities(x);
+    if (!TVN_prslv_tryeliminator(x)) break;
+    code = TVN_prslv_eliminator2(x);
+    gained = num() - before;
+  }
   d.eliminated = TVN_prslv_getnumred(x);
-  if (!TVN_prslv_tryeliminator(x)) return x.stop ? prslv_code::stopped : prslv_code::ok;
-  const int64_t elims = x.stats->numred[rt_elimination];
-  const int32_t freed = x.stats->numconfree;
-  d.tries++;
-  const prslv_code code = TVN_prslv_eliminator2(x);
-  const int64_t gained = x.stats->numred[rt_elimination] - elims;
-  d.eliminated = TVN_prslv_getnumred(x);
-  if (gained > 0) d.simple = d.rows = d.columns = true;
-  if (gained < elimgain || x.stats->numconfree - freed < std::max(2, std::min(100, freed / 100 + 2)))
-    d.eliminator = false;
-  return code;
+  if (num() > first) d.simple = d.rows = d.columns = true;
+  if (num() - first < elimgain) d.eliminator = false;
+  return x.stop ? prslv_code::stopped : code;
 }
 
 prslv_code rounds(prslv_context& x, due& d) {
