@@ -65,11 +65,12 @@ struct presolve_run {
   simplex_info& info;
   const simplex_progress& progress;
   lp_solution& sol;
+  kept_basis* kept;
   prslv_context* ctx;
 
   presolve_run(sysenv& sys_, const lp_view& lp_, const simplex_param& p, simplex_info& i, const simplex_progress& pr,
-               lp_solution& s, const prslv_problem& q)
-      : sys(sys_), lp(lp_), param(p), info(i), progress(pr), sol(s), ctx(TVN_prslv_make(sys_, q)) {}
+               lp_solution& s, kept_basis* k, const prslv_problem& q)
+      : sys(sys_), lp(lp_), param(p), info(i), progress(pr), sol(s), kept(k), ctx(TVN_prslv_make(sys_, q)) {}
   ~presolve_run() { TVN_prslv_delete(ctx); }
   presolve_run(const presolve_run&) = delete;
   presolve_run& operator=(const presolve_run&) = delete;
@@ -103,7 +104,14 @@ void presolve_run::solve_reduced() {
   TVN_simplex_copyreduced(sys, *ctx, r);
   TVN_prslv_keeprecords(*ctx);
   if (param.hotstart != 0) TVN_simplex_gatherkeys(sol, r);
-  TVN_simplex_solvedirectly(sys, r.lp, param, info, progress, r.sol);
+  simplex_param inner = param;
+  inner.savelu = false; // a factor of the reduced basis is of no use to the next run
+  kept_basis left;
+  TVN_simplex_solvedirectly(sys, r.lp, inner, info, progress, r.sol, kept ? &left : nullptr);
+  if (kept) {
+    TVN_simplex_renamebasis(left, r.con2user.data(), r.var2user.data());
+    *kept = std::move(left);
+  }
   TVN_simplex_spreadreduced(r, lp.numcon, lp.numvar, sol);
 }
 
@@ -134,10 +142,10 @@ namespace {
 
 // With presolve; false when the direct road has to go on: from the keys in sol when `again.hotstart` is set.
 bool solve_with_presolve(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                         const simplex_progress& progress, lp_solution& sol, simplex_param& again) {
+                         const simplex_progress& progress, lp_solution& sol, kept_basis* kept, simplex_param& again) {
   editable_problem e;
   TVN_simplex_copyeditable(sys, lp, e);
-  presolve_run run(sys, lp, param, info, progress, sol, e.p);
+  presolve_run run(sys, lp, param, info, progress, sol, kept, e.p);
   info.response = run.reduce();
   if (info.response != simplex_code::ok) {
     if (param.hotstart == 0) TVN_simplex_clearsolution(lp, sol);
@@ -154,7 +162,11 @@ bool solve_with_presolve(sysenv& sys, const lp_view& lp, const simplex_param& pa
   }
   run.back();
   const int32_t claim = info.solsta;
-  if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) return true;
+  if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) {
+    if (kept && param.savelu && info.solsta == sol_optimal)
+      TVN_simplex_keepfactor(sys, lp, param, info, progress, sol, *kept);
+    return true;
+  }
   if (claim == sol_optimal) { // for the presolved problem, not for the user's: go on from its basis
     again.hotstart = 6;
     again.optimizer = kind_free;
@@ -165,17 +177,17 @@ bool solve_with_presolve(sysenv& sys, const lp_view& lp, const simplex_param& pa
 } // namespace
 
 void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                          const simplex_progress& progress, lp_solution& sol) {
+                          const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
   info.response = simplex_code::ok;
   if (crossing_bounds(lp, info, sol)) return;
-  if (!presolve_wanted(param)) return TVN_simplex_solvedirectly(sys, lp, param, info, progress, sol);
+  if (!presolve_wanted(param)) return TVN_simplex_solvedirectly(sys, lp, param, info, progress, sol, kept);
   simplex_param again = param;
   again.presolve = again.hotstart = 0;
-  if (solve_with_presolve(sys, lp, param, info, progress, sol, again)) return;
+  if (solve_with_presolve(sys, lp, param, info, progress, sol, kept, again)) return;
   info.response = simplex_code::ok;
   const auto iterations = [&] { return info.count[kind_primal].iterations + info.count[kind_dual].iterations; };
   const int64_t before = iterations();
-  TVN_simplex_solvedirectly(sys, lp, again, info, progress, sol);
+  TVN_simplex_solvedirectly(sys, lp, again, info, progress, sol, kept);
   info.cleanups++;
   info.cleaniterations += iterations() - before;
 }

@@ -1,6 +1,7 @@
 // The pieces of the simplex frame that its files share.
 #pragma once
 
+#include "simplex/keptbasis.h"
 #include "simplex/simplex.h"
 
 namespace tvn {
@@ -10,7 +11,11 @@ void TVN_simplex_clearsolution(const lp_view& lp, lp_solution& sol); // logical 
 
 // The road without presolve, with the ladder of repairs; sol holds the keys of a start when param.hotstart is set.
 void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                               const simplex_progress& progress, lp_solution& sol);
+                               const simplex_progress& progress, lp_solution& sol, kept_basis* kept);
+
+// Factors the basis that the keys in sol name and keeps it, when it has a full factor.
+void TVN_simplex_keepfactor(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                            const simplex_progress& progress, const lp_solution& sol, kept_basis& kept);
 
 // Replaces the claim info.solsta by what the residuals of sol on the user's problem support; false when an optimizer's
 // claim is not supported.

@@ -6,6 +6,8 @@
 // not narrow the spread of the elements. Cost: O(nonzeros) a pass.
 #include "simplex/scale.h"
 
+#include "simplex/keptbasis.h"
+
 #include <cmath>
 
 namespace tvn {
@@ -68,7 +70,17 @@ void col_pass(simplex_work& w, bool to_maximum) {
 
 } // namespace
 
-bool TVN_simplex_computescaling(sysenv& sys, scale_request scale, simplex_watch& watch, simplex_work& w) {
+void TVN_simplex_scalecolumns(simplex_work& w) {
+  col_pass(w, false);
+  for (int32_t k = 0; k < w.n; k++) w.colscale[k] = power_of_two(w.colscale[k]);
+}
+
+bool TVN_simplex_computescaling(sysenv& sys, const scale_request& scale, simplex_watch& watch, simplex_work& w) {
+  if (scale.kept) {
+    TVN_simplex_scaleaskept(*scale.kept, w);
+    return true;
+  }
+  if (!scale.on) return false;
   const spread before = matrix_spread(w);
   if (before.largest == 0 || is_even(w, before.largest)) return false;
   buffer<double> lo(sys, w.m), hi(sys, w.m);

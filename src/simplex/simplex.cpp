@@ -45,9 +45,13 @@ void basis_from_keys(simplex_state& s, const lp_solution& sol) {
   for (int32_t j = 0; j < w.m; j++) take(j);
 }
 
-void start_basis(simplex_state& s, const lp_solution* keys) {
+// Header, keys and values of the nonbasics. fitting: a kept basis whose factor is that of the keys, or null.
+void start_basis(simplex_state& s, const lp_solution* keys, kept_basis* fitting) {
   const simplex_work& w = s.work;
-  if (keys)
+  if (fitting) {
+    s.info.numbasics = w.m;
+    TVN_simplex_takefactor(*fitting, s);
+  } else if (keys)
     basis_from_keys(s, *keys);
   else
     TVN_simplex_slackbasis(s.fac);
@@ -173,15 +177,33 @@ void run_chain(simplex_state& s) {
   if (kind == kind_primal && s.cold) TVN_simplex_primalcrash(s);
   if (!run_optimizer(s, kind)) return;
   s.cold = false;
+  s.factorready = s.fac.since == 0;
   run_optimizer(s, kind_primal);
 }
 
+// A run that ended in one of these ways leaves a basis worth going on from.
+bool leaves_basis(simplex_code code) {
+  switch (code) {
+  case simplex_code::ok:
+  case simplex_code::max_iterations:
+  case simplex_code::max_time:
+  case simplex_code::user_stop:
+  case simplex_code::objective_range: return true;
+  default: return false;
+  }
+}
+
 // One run on one working problem; sol holds the point in the user's space afterwards, info the optimizer's claim.
+// keys: of the start, or null. kept: what an earlier run left and this one leaves, or null.
 void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-              const simplex_progress& progress, lp_solution& sol, scale_request scale, const lp_solution* keys) {
+              const simplex_progress& progress, lp_solution& sol, scale_request scale, const lp_solution* keys,
+              kept_basis* kept) {
   simplex_work work;
   simplex_watch watch{param, info, progress};
-  if (!TVN_simplex_compressproblem(sys, lp, scale, watch, work)) {
+  info.warmfactor = kept && keys && param.uselu && (scale.on || !TVN_simplex_isscaled(*kept)) &&
+                    TVN_simplex_basisfits(sys, *kept, lp, *keys);
+  if (info.warmfactor) scale.kept = kept;
+  if (!TVN_simplex_compressproblem(sys, lp, scale, watch, work, keys)) {
     if (!keys) TVN_simplex_clearsolution(lp, sol); // else what stands stays
     info.response = watch.stop;
     info.solsta = sol_unknown;
@@ -191,7 +213,8 @@ void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simple
   info.numvar = work.n;
   simplex_state s(sys, watch, work);
   TVN_simplex_setupstate(s);
-  start_basis(s, keys);
+  start_basis(s, keys, info.warmfactor ? kept : nullptr);
+  if (kept && keys) TVN_simplex_getweights(*kept, s);
   s.cold = keys == nullptr;
   run_chain(s);
   info.response = s.stop;
@@ -209,9 +232,31 @@ void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simple
     export_duals(s, lp, y, sol);
   TVN_lu_getlusze(s.fac.factor, info.lnz, info.unz);
   if (factored) TVN_lu_getcond2(s.fac.factor, info.mindiag, info.maxdiag, nullptr, nullptr);
+  if (kept) TVN_simplex_updatebasis(*kept, s, lp, param.savelu && leaves_basis(s.stop));
+}
+
+scale_request make_request(const simplex_param& param) {
+  scale_request scale;
+  scale.on = param.scaling != 0;
+  scale.equilibrate = param.scalingmethod == 1;
+  scale.passes = param.scaling == 4 ? 2 * scalepasses : scalepasses;
+  return scale;
 }
 
 } // namespace
+
+void TVN_simplex_keepfactor(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                            const simplex_progress& progress, const lp_solution& sol, kept_basis& kept) {
+  simplex_work work;
+  simplex_watch watch{param, info, progress};
+  if (!TVN_simplex_compressproblem(sys, lp, make_request(param), watch, work, &sol)) return;
+  simplex_state s(sys, watch, work);
+  TVN_simplex_setupstate(s);
+  basis_from_keys(s, sol);
+  if (s.info.numbasics != work.m || TVN_simplex_factor(s.fac) != factor_result::full) return;
+  TVN_simplex_getweights(kept, s);
+  TVN_simplex_updatebasis(kept, s, lp, true);
+}
 
 // Statuses that the residuals support; false when an optimizer's claim is not among them.
 bool TVN_simplex_settlestatus(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
@@ -245,12 +290,9 @@ bool TVN_simplex_settlestatus(sysenv& sys, const lp_view& lp, const simplex_para
 }
 
 void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                               const simplex_progress& progress, lp_solution& sol) {
-  scale_request scale;
-  scale.on = param.scaling != 0;
-  scale.equilibrate = param.scalingmethod == 1;
-  scale.passes = param.scaling == 4 ? 2 * scalepasses : scalepasses;
-  run_once(sys, lp, param, info, progress, sol, scale, param.hotstart != 0 ? &sol : nullptr);
+                               const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
+  const scale_request scale = make_request(param);
+  run_once(sys, lp, param, info, progress, sol, scale, param.hotstart != 0 ? &sol : nullptr, kept);
   int32_t claim = info.solsta;
   if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) return;
   // The claim does not hold for the user: go on from its basis with tighter tolerances, an optimum on the unscaled
@@ -263,7 +305,7 @@ void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_par
     again.acceptinfeas = infeasible && attempt == 1;
     again.tols *= infeasible ? 1e-3 : 0.1;
     if (unscaled) again.tolx *= 0.1;
-    run_once(sys, lp, again, info, progress, sol, unscaled ? scale_request{} : scale, &sol);
+    run_once(sys, lp, again, info, progress, sol, unscaled ? scale_request{} : scale, &sol, kept);
     claim = info.solsta;
     if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) break;
     if (attempt == 1) info.response = simplex_code::numerical;

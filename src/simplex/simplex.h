@@ -5,11 +5,14 @@
 
 namespace tvn {
 
+struct kept_basis; // keptbasis.h
+
 // Minimises lp. On entry with param.hotstart != 0 the keys in sol tell the start; on return all arrays of sol are set,
 // and info holds response, problem and solution status. The statuses rest on the residuals of sol on lp itself:
 // an optimum or certificate that fails them is repaired by a second run on the unscaled problem, or not claimed.
+// kept: what the last run on this problem left for this one, which leaves its own; or null.
 // Throws out_of_memory.
 void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                          const simplex_progress& progress, lp_solution& sol);
+                          const simplex_progress& progress, lp_solution& sol, kept_basis* kept = nullptr);
 
 } // namespace tvn

@@ -201,6 +201,10 @@ double TVN_simplex_pointobjective(const simplex_state& s) {
 }
 
 int32_t TVN_simplex_refactor(simplex_state& s, simplex_kind kind, std::span<basis_exchange> exchanges) {
+  if (std::exchange(s.factorready, false) && s.fac.usable) {
+    if (s.info.basisrank < 0) s.info.basisrank = s.work.m;
+    return 0;
+  }
   for (int32_t attempt = 0;; attempt++) {
     s.info.count[kind].factorizations++;
     const factor_result result = TVN_simplex_factor(s.fac);

@@ -34,8 +34,9 @@ struct simplex_state {
   simplex_code stop = simplex_code::ok;
   bool cold = true;           // no start was given: perturbation and pricing may begin at their best
   double rowdensity = 0.1;    // running share of nonzeros in the pivot row
+  bool factorready = false;   // whoever had the state before left a factor of the header: the first one asked for
   buffer<double> dualweight;  // [total] or empty: pricing weights of the dual simplex, of the basics of the start, and
-                              // on return of the last basis
+                              // on return of the last basis; 0: not known
   int32_t dualweightkind = 0; // select_method they belong to, 0: none
 
   // Vectors of an iteration, empty between iterations.

@@ -56,6 +56,8 @@ struct simplex_param {
   int32_t scaling = 1;          // 0 none, 1 free, 3 moderate, 4 aggressive
   int32_t scalingmethod = 0;    // 0 geometric, 1 geometric, then equilibrated
   bool nonsingular = true;      // repair a singular basis
+  bool savelu = false;          // leave the factor of the last basis to the next run
+  bool uselu = true;            // take the factor that the last run left, when it fits
   bool acceptinfeas = false;    // infeasibility within tolx of each bound is rounding of the data: go on without it
   int32_t selection = sel_free; // of the primal simplex, internal numbering
   int32_t dualselection = sel_free;
@@ -101,6 +103,7 @@ struct simplex_info {
   std::array<simplex_counters, 4> count; // by simplex_kind
   int32_t numcon = 0, numvar = 0;        // of the working problem
   int32_t numbasics = 0, basisrank = -1; // of the start: basic keys given, rank of the first factor
+  bool warmfactor = false;               // the factor of the start was left by an earlier run
   int32_t phase = 0;                     // 1 or 2
   simplex_kind kind = kind_primal;       // the optimizer in hand
   double sumpinf = 0, sumdinf = 0;       // of the working problem

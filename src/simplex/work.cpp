@@ -9,18 +9,18 @@ namespace tvn {
 
 namespace {
 
-bool keep_row(const lp_view& lp, int32_t i) { return lp.bkc[i] != bk_fr || (lp.cslack && lp.cslack[i] != 0.0); }
-bool keep_col(const lp_view& lp, int32_t j) {
-  return !(lp.bkx[j] == bk_fx || (lp.bkx[j] == bk_ra && lp.blx[j] == lp.bux[j]));
+bool keep_col(const lp_view& lp, const lp_solution* keys, int32_t j) {
+  const bool fixed = lp.bkx[j] == bk_fx || (lp.bkx[j] == bk_ra && lp.blx[j] == lp.bux[j]);
+  return !fixed || (keys && keys->skx[j] == sk_bas);
 }
 
 // Fills the maps between user and working indices; returns through w.m, w.n.
-void make_maps(sysenv& sys, const lp_view& lp, simplex_work& w) {
+void make_maps(sysenv& sys, const lp_view& lp, const lp_solution* keys, simplex_work& w) {
   w.user2row.reset(sys, lp.numcon);
   w.user2col.reset(sys, lp.numvar);
   w.m = w.n = 0;
-  for (int32_t i = 0; i < lp.numcon; i++) w.user2row[i] = keep_row(lp, i) ? w.m++ : -1;
-  for (int32_t j = 0; j < lp.numvar; j++) w.user2col[j] = keep_col(lp, j) ? w.n++ : -1;
+  for (int32_t i = 0; i < lp.numcon; i++) w.user2row[i] = TVN_simplex_keepsrow(lp, keys, i) ? w.m++ : -1;
+  for (int32_t j = 0; j < lp.numvar; j++) w.user2col[j] = keep_col(lp, keys, j) ? w.n++ : -1;
   w.total = w.m + w.n;
   w.row2user.reset(sys, w.m);
   w.col2user.reset(sys, w.n);
@@ -115,14 +115,18 @@ void swap_entries(simplex_work& w, int64_t a, int64_t b) noexcept {
 
 } // namespace
 
-bool TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, scale_request scale, simplex_watch& watch,
-                                 simplex_work& w) {
-  make_maps(sys, lp, w);
+bool TVN_simplex_keepsrow(const lp_view& lp, const lp_solution* keys, int32_t i) noexcept {
+  return lp.bkc[i] != bk_fr || (lp.cslack && lp.cslack[i] != 0.0) || (keys && keys->skc[i] != sk_bas);
+}
+
+bool TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, const scale_request& scale, simplex_watch& watch,
+                                 simplex_work& w, const lp_solution* keys) {
+  make_maps(sys, lp, keys, w);
   copy_columns(sys, lp, w);
   w.rowscale.reset(sys, w.m, 1.0);
   w.colscale.reset(sys, w.n, 1.0);
   if (watch.stopped()) return false;
-  if (scale.on && TVN_simplex_computescaling(sys, scale, watch, w))
+  if (TVN_simplex_computescaling(sys, scale, watch, w))
     for (int32_t k = 0; k < w.n; k++)
       for (int64_t p = w.colbeg[k]; p < w.colbeg[k + 1]; p++) w.colval[p] *= w.rowscale[w.colsub[p]] * w.colscale[k];
   if (watch.stopped()) return false;

@@ -12,6 +12,8 @@
 
 namespace tvn {
 
+struct kept_basis;
+
 struct simplex_work {
   int32_t m = 0, n = 0, total = 0; // rows, columns, m + n
   buffer<int64_t> colbeg;          // [n+1]
@@ -42,11 +44,15 @@ struct scale_request {
   bool on = false;
   bool equilibrate = false; // a last pass to maximum 1
   int32_t passes = 0;
+  const kept_basis* kept = nullptr; // scales as these were, in place of all the above
 };
 
 // Builds the working copy; scaling factors are computed when asked for and found worth it. False: stopped on the way.
-bool TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, scale_request scale, simplex_watch& watch,
-                                 simplex_work& work);
+// keys: of a start, or null. A column that they call basic and a row that they call nonbasic stay whatever their
+// bounds, so that a start keeps its number of basics.
+bool TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, const scale_request& scale, simplex_watch& watch,
+                                 simplex_work& work, const lp_solution* keys = nullptr);
+bool TVN_simplex_keepsrow(const lp_view& lp, const lp_solution* keys, int32_t i) noexcept;
 
 // Moves column j (0 .. n-1) into or out of the active part of its rows. The caller knows on which side it stands.
 void TVN_simplex_activate(simplex_work& work, int32_t j) noexcept;

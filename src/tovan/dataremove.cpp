@@ -118,6 +118,7 @@ void renumber_constraints(task& t, side_map& m) noexcept {
 void renumber(task& t, int32_t accmode, side_map& m) noexcept {
   const int32_t n = m.count - m.first;
   remap_solutions(t, accmode, m.first, n, m.to.data(), m.work.data(), m.keywork.data());
+  TVN_simplex_remapbasis(t.kept, accmode == TVN_ACC_CON, m.first, {m.to.data(), static_cast<size_t>(n)});
   TVN_permuteandremovenames(t, accmode, m.first, n, m.to.data(), m.longwork.data());
   if (accmode == TVN_ACC_CON)
     renumber_constraints(t, m);

@@ -206,6 +206,7 @@ TVNrescodee TVN_makesolution(TVNtask_t task, int32_t whichsol) {
 TVNrescodee TVN_deletesolutions(TVNtask_t task) {
   return api_change(task, [&](tvn::task& t) {
     delete_solutions(t.sols);
+    t.kept = kept_basis{};
     return TVN_RES_OK;
   });
 }

@@ -107,6 +107,7 @@ TVNrescodee make_task(env& e, int32_t maxnumcon, int32_t maxnumvar, TVNtask_t& o
 void delete_task_data(task& t) noexcept {
   delete_solutions(t.sols);
   TVN_simplex_deletebasis(t.basis);
+  t.kept = kept_basis{};
   const int32_t objsense = t.prob.objsense;
   t.prob = problem{};
   t.prob.objsense = objsense;

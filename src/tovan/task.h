@@ -12,6 +12,7 @@
 #include "tovan/solution.h"
 
 #include "simplex/bsimplex.h"
+#include "simplex/keptbasis.h"
 
 namespace tvn {
 // The user's nonlinear functions; both or none. They stay when the data are deleted, as the callbacks do.
@@ -33,6 +34,7 @@ struct TVNtask {
   tvn::param_values params; // this task's values of all parameters
   tvn::solution_store sols; // three slots
   tvn::simplex_basis basis; // for basis solves, made on first need
+  tvn::kept_basis kept;     // what the last simplex run leaves for the next one
   tvn::scratch_pool buffers;
   int32_t logheadprinted = 0;
   std::array<int32_t, 1000> warningcount{};

@@ -59,6 +59,8 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   p.degen = iv[TVN_IPAR_SIM_DEGEN];
   p.scaling = scaling_number(iv[TVN_IPAR_SIM_SCALING]);
   p.scalingmethod = iv[TVN_IPAR_SIM_SCALING_METHOD] == TVN_SCALING_METHOD_FREE ? 1 : 0;
+  p.savelu = iv[TVN_IPAR_SIM_SAVE_LU] != 0;
+  p.uselu = iv[TVN_IPAR_SIM_BASIS_FACTOR_USE] != 0;
   p.nonsingular = iv[TVN_IPAR_SIM_NON_SINGULAR] != 0;
   p.selection = selection_number(iv[TVN_IPAR_SIM_PRIMAL_SELECTION]);
   p.dualselection = selection_number(iv[TVN_IPAR_SIM_DUAL_SELECTION]);
@@ -321,7 +323,7 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
     const lent_matrix matrix(t);
     if (maximize && param.hotstart != 0) negate_duals(t, sol);
     const simplex_progress progress{&run, simplex_progress_function};
-    TVN_simplex_optimize(*t.sys, make_view(t, matrix.a), param, info, progress, sol);
+    TVN_simplex_optimize(*t.sys, make_view(t, matrix.a), param, info, progress, sol, &t.kept);
     if (maximize) negate_duals(t, sol);
   }
   t.sols.defined[TVN_SOL_BAS] = 1;

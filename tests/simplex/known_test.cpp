@@ -14,17 +14,19 @@ struct recorder {
   int64_t calls = 0, stop_at = -1;
   uint64_t requests_seen = 0;
   int64_t factorizations = -1, moved = 0;
+  tvn::simplex_kind kind = tvn::kind_free;
   tvn::sysenv* sys = nullptr;
   static int32_t progress(void* handle, tvn::simplex_event event, const tvn::simplex_info& info) {
     auto& r = *static_cast<recorder*>(handle);
     if (event != tvn::simplex_event::iteration) return 0;
-    // Between two iterations on one factor nothing may be allocated.
+    // Between two iterations of an optimizer on one factor nothing may be allocated.
     const uint64_t now = r.sys->mman->numrequests;
     const int64_t factorizations =
         info.count[tvn::kind_primal].factorizations + info.count[tvn::kind_dual].factorizations;
-    if (r.calls > 1 && factorizations == r.factorizations && now != r.requests_seen) r.moved++;
+    if (r.calls > 1 && info.kind == r.kind && factorizations == r.factorizations && now != r.requests_seen) r.moved++;
     r.requests_seen = now;
     r.factorizations = factorizations;
+    r.kind = info.kind;
     return ++r.calls == r.stop_at;
   }
 };
