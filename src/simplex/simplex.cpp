@@ -238,6 +238,7 @@ void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simple
 scale_request make_request(const simplex_param& param) {
   scale_request scale;
   scale.on = param.scaling != 0;
+  scale.choose = param.scaling == 1;
   scale.equilibrate = param.scalingmethod == 1;
   scale.passes = param.scaling == 4 ? 2 * scalepasses : scalepasses;
   return scale;

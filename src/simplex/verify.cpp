@@ -8,8 +8,8 @@ namespace tvn {
 
 namespace {
 
-// A sum this small beside its terms is rounding of the data, and proves nothing.
-constexpr long double roundoff = 1e-12L;
+// What is this small beside the terms of a sum is rounding: as a violation it is none, and it proves nothing.
+constexpr double roundoff = 1e-12;
 
 // Keeps the larger; a NaN wins and stays.
 void worsen(double& worst, double value) {
@@ -31,11 +31,20 @@ void row_activities(const lp_view& lp, const double* xx, buffer<long double>& ac
   }
 }
 
-double outside(double v, int32_t bk, double bl, double bu) {
+// A violation up to `rounding` counts as none.
+double outside(double v, int32_t bk, double bl, double bu, double rounding) {
   double worst = 0;
-  if (has_lower(bk)) worsen(worst, (bl - v) / own_scale(bl));
-  if (has_upper(bk)) worsen(worst, (v - bu) / own_scale(bu));
+  if (has_lower(bk) && !(bl - v <= rounding)) worsen(worst, (bl - v) / own_scale(bl));
+  if (has_upper(bk) && !(v - bu <= rounding)) worsen(worst, (v - bu) / own_scale(bu));
   return std::isnan(v) ? v : worst;
+}
+
+// A change of x_j by this is rounding in every row that it is in. 0 for an empty column.
+double rounding_of(const lp_view& lp, int32_t j, const buffer<double>& largest) {
+  double least = std::numeric_limits<double>::infinity();
+  for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++)
+    if (lp.val[p] != 0.0) least = std::min(least, largest[lp.sub[p]] / std::fabs(lp.val[p]));
+  return least < std::numeric_limits<double>::infinity() ? roundoff * least : 0.0;
 }
 
 // Wrong sign, or a dual where there is no bound.
@@ -75,7 +84,7 @@ lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solu
   };
   for (int32_t i = 0; i < lp.numcon; i++) {
     const auto a = static_cast<double>(act[i]);
-    worsen(r.row, outside(a, lp.bkc[i], lp.blc[i], lp.buc[i]));
+    worsen(r.row, outside(a, lp.bkc[i], lp.blc[i], lp.buc[i], roundoff * largest[i]));
     worsen(r.activity, std::fabs(sol.xc[i] - a) / (1 + largest[i]));
     worsen(r.dualeq, std::fabs(cslack(lp, i) + sol.y[i] - sol.slc[i] + sol.suc[i]) / cscale);
     worsen(r.dualsign, wrong_sign(sol.slc[i], has_lower(lp.bkc[i])) / cscale);
@@ -83,7 +92,8 @@ lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solu
     complementarity(a, lp.bkc[i], lp.blc[i], lp.buc[i], sol.slc[i], sol.suc[i]);
   }
   for (int32_t j = 0; j < lp.numvar; j++) {
-    worsen(r.bound, outside(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j]));
+    const double v = outside(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j], 0.0);
+    if (v != 0) worsen(r.bound, outside(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j], rounding_of(lp, j, largest)));
     const double d = TVN_simplex_userreducedcost(lp, j, lp.c[j], sol.y);
     worsen(r.dualeq, std::fabs(d - sol.slx[j] + sol.sux[j]) / cscale);
     worsen(r.dualsign, wrong_sign(sol.slx[j], has_lower(lp.bkx[j])) / cscale);
@@ -94,15 +104,17 @@ lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solu
 }
 
 double TVN_simplex_primalcertificate(const lp_view& lp, const lp_solution& sol) {
-  long double obj = 0, terms = 0;
+  long double obj = 0, terms = 0, multipliers = 0;
   double worst = 0;
-  auto add = [&](long double term) {
+  auto add = [&](double multiplier, double bound) {
+    const long double term = static_cast<long double>(multiplier) * bound;
     obj += term;
     terms += std::fabs(term);
+    if (bound != 0) multipliers += std::fabs(multiplier);
   };
   auto take = [&](int32_t bk, double bl, double bu, double sl, double su) {
-    if (has_lower(bk)) add(static_cast<long double>(sl) * bl);
-    if (has_upper(bk)) add(-static_cast<long double>(su) * bu);
+    if (has_lower(bk)) add(sl, bl);
+    if (has_upper(bk)) add(-su, bu);
     worsen(worst, wrong_sign(sl, has_lower(bk)));
     worsen(worst, wrong_sign(su, has_upper(bk)));
   };
@@ -114,7 +126,10 @@ double TVN_simplex_primalcertificate(const lp_view& lp, const lp_solution& sol) 
     take(lp.bkx[j], lp.blx[j], lp.bux[j], sol.slx[j], sol.sux[j]);
     worsen(worst, std::fabs(TVN_simplex_userreducedcost(lp, j, 0.0, sol.y) - sol.slx[j] + sol.sux[j]));
   }
-  return obj > roundoff * terms ? worst / static_cast<double>(obj) : std::numeric_limits<double>::infinity();
+  if (!(obj > roundoff * terms)) return std::numeric_limits<double>::infinity();
+  // Points of the size that the bounds speak of must not make up for the violation.
+  const long double size = std::max(1.0L, terms / multipliers);
+  return static_cast<double>(worst * size / obj);
 }
 
 double TVN_simplex_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol) {

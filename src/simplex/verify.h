@@ -5,7 +5,8 @@
 
 namespace tvn {
 
-// Worst breaches, relative as told. A NaN anywhere makes the figure NaN, so tests are written !(figure <= tolerance).
+// Worst breaches, relative as told; what is rounding beside the terms of its row is none. A NaN anywhere makes the
+// figure NaN, so tests are written !(figure <= tolerance).
 struct lp_residuals {
   double bound = 0;     // x outside its bounds, to 1 + |bound|
   double row = 0;       // row activity outside its bounds, to 1 + |bound|
@@ -19,7 +20,7 @@ struct lp_residuals {
 lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol);
 
 // Violation of a certificate divided by the certificate's own objective; infinity when that is not positive or is
-// nothing but rounding beside its terms.
+// nothing but rounding beside its terms. That of a primal one is for points as large as the bounds that it adds up.
 // Primal: y, slc, suc, slx, sux prove that no point is feasible. Dual: xx is a ray along which the objective falls.
 double TVN_simplex_primalcertificate(const lp_view& lp, const lp_solution& sol);
 double TVN_simplex_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol);

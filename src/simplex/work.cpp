@@ -14,6 +14,8 @@ bool keep_col(const lp_view& lp, const lp_solution* keys, int32_t j) {
   return !fixed || (keys && keys->skx[j] == sk_bas);
 }
 
+bool is_infinite(double bound) { return std::fabs(bound) >= bound_infinity; }
+
 // Fills the maps between user and working indices; returns through w.m, w.n.
 void make_maps(sysenv& sys, const lp_view& lp, const lp_solution* keys, simplex_work& w) {
   w.user2row.reset(sys, lp.numcon);
@@ -82,24 +84,34 @@ void make_rows(sysenv& sys, simplex_work& w) {
   for (int32_t i = 0; i < w.m; i++) w.rowend[i] = w.rowbeg[i];
 }
 
-double scaled_bound(double value, double by) { return std::fabs(value) >= bound_infinity ? value : value * by; }
-
+// In the user's units; scaled afterwards.
 void set_bounds_and_cost(sysenv& sys, const lp_view& lp, simplex_work& w) {
   w.lower.reset(sys, w.total);
   w.upper.reset(sys, w.total);
   w.cost.reset(sys, w.total);
   for (int32_t i = 0; i < w.m; i++) {
     const int32_t u = w.row2user[i];
-    w.lower[i] = has_lower(lp.bkc[u]) ? scaled_bound(lp.blc[u] - w.shift[i], w.rowscale[i]) : -bound_infinity;
-    w.upper[i] = has_upper(lp.bkc[u]) ? scaled_bound(lp.buc[u] - w.shift[i], w.rowscale[i]) : bound_infinity;
+    w.lower[i] = !has_lower(lp.bkc[u]) ? -bound_infinity : is_infinite(lp.blc[u]) ? lp.blc[u] : lp.blc[u] - w.shift[i];
+    w.upper[i] = !has_upper(lp.bkc[u]) ? bound_infinity : is_infinite(lp.buc[u]) ? lp.buc[u] : lp.buc[u] - w.shift[i];
     if (lp.bkc[u] == bk_fx) w.upper[i] = w.lower[i];
-    w.cost[i] = lp.cslack ? lp.cslack[u] / w.rowscale[i] : 0.0;
+    w.cost[i] = lp.cslack ? lp.cslack[u] : 0.0;
   }
   for (int32_t k = 0; k < w.n; k++) {
     const int32_t u = w.col2user[k], j = w.m + k;
-    w.lower[j] = has_lower(lp.bkx[u]) ? scaled_bound(lp.blx[u], 1.0 / w.colscale[k]) : -bound_infinity;
-    w.upper[j] = has_upper(lp.bkx[u]) ? scaled_bound(lp.bux[u], 1.0 / w.colscale[k]) : bound_infinity;
-    w.cost[j] = lp.c[u] * w.colscale[k];
+    w.lower[j] = has_lower(lp.bkx[u]) ? lp.blx[u] : -bound_infinity;
+    w.upper[j] = has_upper(lp.bkx[u]) ? lp.bux[u] : bound_infinity;
+    w.cost[j] = lp.c[u];
+  }
+}
+
+void apply_scales(simplex_work& w) {
+  for (int32_t k = 0; k < w.n; k++)
+    for (int64_t p = w.colbeg[k]; p < w.colbeg[k + 1]; p++) w.colval[p] *= w.rowscale[w.colsub[p]] * w.colscale[k];
+  for (int32_t j = 0; j < w.total; j++) {
+    const double f = w.factor(j);
+    if (!is_infinite(w.lower[j])) w.lower[j] /= f;
+    if (!is_infinite(w.upper[j])) w.upper[j] /= f;
+    w.cost[j] *= f;
   }
 }
 
@@ -126,12 +138,10 @@ bool TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, const scale_req
   w.rowscale.reset(sys, w.m, 1.0);
   w.colscale.reset(sys, w.n, 1.0);
   if (watch.stopped()) return false;
-  if (TVN_simplex_computescaling(sys, scale, watch, w))
-    for (int32_t k = 0; k < w.n; k++)
-      for (int64_t p = w.colbeg[k]; p < w.colbeg[k + 1]; p++) w.colval[p] *= w.rowscale[w.colsub[p]] * w.colscale[k];
+  set_bounds_and_cost(sys, lp, w);
+  if (TVN_simplex_computescaling(sys, scale, watch, w)) apply_scales(w);
   if (watch.stopped()) return false;
   make_rows(sys, w);
-  set_bounds_and_cost(sys, lp, w);
   return !watch.stopped();
 }
 

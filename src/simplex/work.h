@@ -42,6 +42,7 @@ struct simplex_work {
 
 struct scale_request {
   bool on = false;
+  bool choose = true;       // leave it when it is not worth it
   bool equilibrate = false; // a last pass to maximum 1
   int32_t passes = 0;
   const kept_basis* kept = nullptr; // scales as these were, in place of all the above
