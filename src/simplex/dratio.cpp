@@ -25,20 +25,20 @@ bool acceptable(double p, double largest) {
          (p >= 10 || ratio <= 1000);
 }
 
-// Candidates hold the distance of the reduced cost from zero as ratio until sort_front divides.
-int32_t collect(dual_state& s, double sigma) {
+// Candidates whose ratio is at most the limit, and free variables. They hold the distance of the reduced cost from zero
+// as ratio until it is divided by the pivot. The sign of the move is looked up only where the magnitudes allow a
+// candidate: most entries of a long row end at that first test.
+int32_t collect(dual_state& s, double sigma, double limit) {
   const double* const alpha = s.alpha.val.data();
   const double* const d = s.d.data();
-  const int8_t* const move = s.move.data();
   const int32_t* const idx = s.alpha.idx.data();
-  dual_candidate* const cand = s.cand.data();
-  const double tolpiv = s.tolpiv;
+  const double slack = 10 * s.told;
   int32_t num = 0;
   for (int32_t p = 0; p < s.alpha.count; p++) {
     const int32_t j = idx[p];
-    const double mv = move[j], a = mv * sigma * alpha[j], reduced = mv * d[j];
-    cand[num] = {reduced, a, j};
-    num += static_cast<int32_t>(a > tolpiv) | static_cast<int32_t>(mv == 2);
+    if (!(std::fabs(d[j]) <= limit * std::fabs(alpha[j]) + slack)) continue;
+    const double mv = s.move[j], a = mv * sigma * alpha[j], reduced = mv * d[j];
+    if ((a > s.tolpiv && reduced <= limit * a) || mv == 2) s.cand[num++] = {reduced, a, j};
   }
   return num;
 }
@@ -81,6 +81,15 @@ int32_t reduce(dual_state& s, int32_t num, double slope) {
   return kept;
 }
 
+// The candidates that a step with positive slope can pass are few, and seldom beyond a multiple of the last step: only
+// when those do not use up the slope are all of them collected.
+int32_t collect_passable(dual_state& s, double sigma, double slope) {
+  const int32_t num = mend(s, collect(s, sigma, growstep * std::max(firststep, s.laststep)));
+  double left = slope;
+  for (int32_t p = 0; p < num; p++) left -= slope_loss(s, s.cand[p]);
+  return left < 0 ? num : reduce(s, mend(s, collect(s, sigma, HUGE_VAL)), slope);
+}
+
 bool earlier(const dual_candidate& a, const dual_candidate& b) {
   return a.ratio < b.ratio || (a.ratio == b.ratio && a.j < b.j);
 }
@@ -88,7 +97,7 @@ bool earlier(const dual_candidate& a, const dual_candidate& b) {
 } // namespace
 
 dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta) {
-  const int32_t num = reduce(s, mend(s, collect(s, sigma)), delta);
+  const int32_t num = collect_passable(s, sigma, delta);
   dual_candidate* const c = s.cand.data();
   for (int32_t p = 0; p < num; p++) c[p].ratio /= c[p].pivot;
   std::sort(c, c + num, earlier);
