@@ -42,9 +42,17 @@ void dsimplex_perturbinit(dual_state& s) {
   }
 }
 
-void dsimplex_kick(dual_state& s, double size) {
+void dsimplex_kick(dual_state& s, int32_t level) {
+  constexpr double sizes[] = {0, 1e-8, 1e-6, 1e-5};
+  constexpr double largecost = 100, hugecost = 1e6; // from the latter on a cost is left alone
+  constexpr double narrow = 1e-4;                   // range of a variable that may move further
+  const double depth = 1 + static_cast<double>(s.iter) / (1.0 + s.work.total);
+  const double e = (s.param.degen == 2 ? 5 : 1) * sizes[level] * depth;
   for (int32_t j = 0; j < s.work.total; j++) {
-    if (!s.inlist[j] || s.move[j] == 0 || s.move[j] == 2 || std::fabs(s.d[j]) > 100 * size) continue;
+    if (!s.inlist[j] || s.move[j] == 0 || s.move[j] == 2 || !(std::fabs(s.d[j]) <= 100 * std::max(s.told, e))) continue;
+    const double c = std::fabs(s.work.cost[j]);
+    if (c >= hugecost) continue;
+    const double size = s.up[j] - s.lo[j] < narrow ? std::min(10 * e, narrow) : c >= largecost ? 0.01 * e : e;
     shift(s, j, s.move[j] * size * (0.5 + TVN_simplex_random(s.info.randomstate)));
   }
 }

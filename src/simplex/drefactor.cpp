@@ -5,11 +5,15 @@
 // singular from the start is repaired. Every such event is a setback; their number is limited.
 #include "simplex/dstate.h"
 
+#include <cstdio>
+
 namespace tvn {
 
 namespace {
 
-constexpr double tolpivmax = 1e-5;
+constexpr double tolpivmin = 1e-10, tolpivmax = 1e-5;
+constexpr int32_t badpivots = 5; // more of them raise the pivot tolerance
+constexpr int32_t calmtimes = 6; // recomputations without a setback lower it
 
 // Back to the last basis that had a factor. What lies between led to a singular one, so pivots are chosen with more
 // care and fewer of them go on one factor.
@@ -43,6 +47,14 @@ loop_state follow_repair(dual_state& s, int32_t num) {
   return s.iter > 0 ? dsimplex_setback(s) : loop_state::go_on;
 }
 
+void tell_too_many(dual_state& s) {
+  char line[64];
+  std::snprintf(line, sizeof line, "Too many (%d) bad events\n", static_cast<int>(s.setbacks));
+  s.info.line = line;
+  s.base.progress(simplex_event::poll, s.info);
+  s.info.line = nullptr;
+}
+
 } // namespace
 
 loop_state dsimplex_finish(dual_state& s, simplex_code code, int32_t solsta) {
@@ -60,7 +72,22 @@ loop_state dsimplex_setback(dual_state& s) {
   s.refactor = true;
   s.info.count[kind_dual].setbacks = ++s.setbacks;
   if (s.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
+  tell_too_many(s);
   return s.perturbed ? dsimplex_handover(s) : dsimplex_finish(s, simplex_code::max_setbacks, sol_unknown);
+}
+
+void dsimplex_notebadpivot(dual_state& s) {
+  if (++s.badpivots <= badpivots) return;
+  s.badpivots = 0;
+  s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
+}
+
+void dsimplex_notecalm(dual_state& s) {
+  s.calm = s.setbacks == s.calmsetbacks ? s.calm + 1 : 0;
+  s.calmsetbacks = s.setbacks;
+  if (s.calm < calmtimes) return;
+  s.calm = 0;
+  s.tolpiv = std::max(tolpivmin, 0.1 * s.tolpiv);
 }
 
 void dsimplex_savebasis(dual_state& s) {

@@ -7,6 +7,7 @@
 #include "simplex/dstate.h"
 
 #include <cmath>
+#include <limits>
 
 namespace tvn {
 
@@ -20,8 +21,9 @@ constexpr double smallpivot = 1e-5;   // below it a pivot is taken on a fresh fa
 constexpr double bannedweight = 1e15; // of a row whose pivot failed
 constexpr double smallstep = 1e-12;   // dual steps up to this count as degenerate
 constexpr double weightslack = 0.25;  // a weight below this part of the true one is put right before the row may leave
-constexpr double grosserror = 1e-4;   // relative difference of the two pivots at which the iteration is begun anew
-constexpr double worseerror = 1e-7;   // and at which the factor is renewed soon
+constexpr double grosserror = 0.1;    // of a pivot: difference between its two values at which it is not taken
+constexpr double worseerror = 1e-7;   // at which weights lose digits too
+constexpr double sizable = 0.01;      // smaller pivots tell nothing by a relative difference
 constexpr int64_t stalliterations = 2000;
 constexpr int32_t maxkicks = 8;
 
@@ -73,7 +75,8 @@ loop_state watch_progress(dual_state& s) {
     if (++s.losses >= 2) {
       s.losses = 0;
       s.lastobj = now;
-      s.info.count[kind_dual].setbacks = ++s.setbacks;
+      if (dsimplex_setback(s) == loop_state::finished) return loop_state::finished;
+      s.refactor = false; // the factor is fresh
     }
   } else {
     s.losses = 0;
@@ -87,7 +90,7 @@ loop_state watch_progress(dual_state& s) {
   if (s.iter - s.bestiter <= stalliterations + 2 * s.work.m) return loop_state::go_on;
   s.bestiter = s.iter;
   if (++s.kicks > maxkicks) return dsimplex_handover(s);
-  if (s.param.degen != 0) dsimplex_kick(s, s.told * std::exp2(s.kicks));
+  if (s.param.degen != 0) dsimplex_kick(s, static_cast<int32_t>(std::min<int64_t>(s.kicks, 3)));
   return loop_state::go_on;
 }
 
@@ -127,6 +130,7 @@ loop_state recompute(dual_state& s) {
   dsimplex_correctsigns(s);
   dsimplex_formxb(s);
   dsimplex_savebasis(s);
+  dsimplex_notecalm(s);
   s.fresh = true;
   if (check_cut(s) == loop_state::finished || watch_progress(s) == loop_state::finished) return loop_state::finished;
   if (s.refactor) return loop_state::recompute;
@@ -202,35 +206,61 @@ void steepest_edge_vector(dual_state& s) {
   TVN_lu_ftranus(s.fac.factor, s.colrow, s.tau, 0.0, 1e-16);
 }
 
+// What the difference between the two values of a pivot asks for: by its decade, the number of updates above which the
+// factor is renewed before the pivot is taken, and that from which on it is renewed soon. A factor with few updates has
+// no better values to give.
+struct pivot_rule {
+  int32_t now, soon;
+};
+constexpr int32_t never = std::numeric_limits<int32_t>::max();
+
+pivot_rule rule_of(double error) {
+  constexpr pivot_rule rules[] = {{5, 11}, {5, 11}, {15, 16}, {30, 31}, {30, 71}, {30, 71}};
+  const double decade = -std::floor(std::log10(std::max(error, 1e-15)));
+  return decade > 5 ? pivot_rule{never, never} : rules[decade < 1 ? 0 : static_cast<size_t>(decade)];
+}
+
 // Compares the pivot of the row with that of the column, and either with what a sound basis needs.
 loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
   const double size = std::min(std::fabs(arow), std::fabs(acol)), error = std::fabs(arow - acol);
-  const bool lost = !(size > 0.5 * s.tolpiv) || !(error <= grosserror * (1 + size)) || !(error <= 0.1 * size);
+  const bool lost = !(size > 0.5 * s.tolpiv) || !(error <= grosserror * size);
   if (error > worseerror * (1 + size)) s.exactweights = false; // their updates share these digits
   if (!lost) {
     if (size < smallpivot && s.fac.since > 0) return s.refactor = true, loop_state::recompute;
-    if (error > worseerror * (1 + size) && s.fac.since >= dual_minupdates) s.soon = true;
+    if (std::fabs(arow) <= sizable) return loop_state::go_on;
+    const pivot_rule rule = rule_of(error / (std::fabs(arow) + 1));
+    if (s.fac.since > rule.now) return s.refactor = true, loop_state::recompute;
+    if (s.fac.since >= rule.soon) s.soon = true;
     return loop_state::go_on;
   }
   if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
   // On a fresh factor the row itself is bad.
   s.basic[r].weight = bannedweight;
+  dsimplex_notebadpivot(s);
   TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 1.5 * TVN_lu_gettol(s.fac.factor, 2)));
   return dsimplex_setback(s);
 }
 
-loop_state update_factor(dual_state& s, int32_t position) {
-  switch (TVN_lu_supd(s.fac.factor, position, s.spike)) {
-  case lu_code::done: break;
-  case lu_code::refactor_advised: s.soon = true; break;
-  default:
-    // Refused: the new basis is factored afresh, with care.
-    s.fac.usable = false;
-    s.refactor = true;
-    TVN_lu_puttol(s.fac.factor, 2, std::min(1.5 * TVN_lu_gettol(s.fac.factor, 2), 0.1));
-    return dsimplex_setback(s);
+// Refused: the new basis is factored afresh. A second failure asks for more care in the factor; one on a fresh factor
+// speaks against the pivot, and its row does not come back soon.
+loop_state refused_update(dual_state& s, int32_t position) {
+  s.fac.usable = false;
+  if (s.failedupdates++ > 0) TVN_lu_puttol(s.fac.factor, 2, std::min(1.5 * TVN_lu_gettol(s.fac.factor, 2), 0.1));
+  if (s.fac.since == 0) {
+    dsimplex_notebadpivot(s);
+    s.basic[position].weight = bannedweight;
   }
-  if (++s.fac.since >= s.updatelimit) s.soon = true;
+  return dsimplex_setback(s);
+}
+
+loop_state update_factor(dual_state& s, int32_t position) {
+  lu& f = s.fac.factor;
+  const double tolabs = TVN_lu_gettol(f, 1);
+  TVN_lu_puttol(f, 1, std::min(0.1 * s.tolpiv, tolabs));
+  const lu_code code = TVN_lu_supd(f, position, s.spike);
+  TVN_lu_puttol(f, 1, tolabs);
+  if (code != lu_code::done && code != lu_code::refactor_advised) return refused_update(s, position);
+  if (++s.fac.since >= s.updatelimit || code == lu_code::refactor_advised) s.soon = true;
   return loop_state::go_on;
 }
 

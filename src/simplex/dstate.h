@@ -91,6 +91,10 @@ struct dual_state {
   int64_t iter = 0;      // of this run
   int64_t periodstart = 0, perioddeg = 0, kicks = 0;
   int64_t setbacks = 0;
+  int32_t badpivots = 0; // events that the pivot tolerance answers for, since it was last raised
+  int32_t calm = 0;      // recomputations in a row without a setback
+  int64_t calmsetbacks = 0;
+  int32_t failedupdates = 0;                       // of the factor
   int32_t losses = 0;                              // fresh objectives in a row that fell by more than a tenth
   double lastobj = -HUGE_VAL, bestobj = -HUGE_VAL; // fresh working objectives of this phase and cost
   int64_t bestiter = 0;
@@ -104,6 +108,9 @@ loop_state dsimplex_finish(dual_state& s, simplex_code code, int32_t solsta);
 // The primal simplex goes on from here.
 loop_state dsimplex_handover(dual_state& s);
 loop_state dsimplex_setback(dual_state& s);
+// The pivot tolerance rises after several bad pivots and falls in calm times.
+void dsimplex_notebadpivot(dual_state& s);
+void dsimplex_notecalm(dual_state& s);
 void dsimplex_savebasis(dual_state& s);
 // Fresh factor of the header, or of an earlier one.
 loop_state dsimplex_refactor(dual_state& s);
@@ -156,7 +163,8 @@ void dsimplex_exchange(dual_state& s, int32_t r, int32_t q, bool to_upper);
 
 // --- perturbation (dperturb.cpp)
 void dsimplex_perturbinit(dual_state& s);
-void dsimplex_kick(dual_state& s, double size);
+// Levels 1 to 3: how far the costs of the nonbasics near zero reduced cost are moved.
+void dsimplex_kick(dual_state& s, int32_t level);
 void dsimplex_restorecosts(dual_state& s);
 
 // --- audit (dcheck.cpp): stops on a breach
