@@ -27,6 +27,12 @@ void check_header(const primal_state& s) {
     basics += basic;
     if (basic != (s.key[j] == sk_bas)) breach(s, "key of a basic", j, s.key[j], sk_bas);
   }
+  for (int32_t k = 0; k < s.work.m; k++) {
+    const int32_t j = s.fac.head[k];
+    const basic_entry& b = s.basics[k];
+    if (b.x != s.x[j] || b.lo != s.lo[j] || b.up != s.up[j] || b.cost != s.work.cost[j])
+      breach(s, "entry of a basic", j, b.x, s.x[j]);
+  }
   if (basics != s.work.m) breach(s, "number of basics", -1, basics, s.work.m);
 }
 
@@ -60,14 +66,14 @@ void check_duals(primal_state& s) {
   buffer<double> y(s.sys, s.work.m);
   double scale = 1;
   for (int32_t k = 0; k < s.work.m; k++) {
-    s.fac.rhs[k] = s.phase == 1 ? static_cast<double>(s.infeas[k]) : s.work.cost[s.fac.head[k]];
+    s.fac.rhs[k] = static_cast<double>(s.infeas[k]) + s.cost(s.fac.head[k]);
     scale = std::max(scale, std::fabs(s.fac.rhs[k]));
   }
   TVN_simplex_formy(s.fac, y);
   for (const double v : y) scale = std::max(scale, std::fabs(v));
   for (int32_t j = 0; j < s.work.total; j++) {
     if (s.fac.pos[j] >= 0 || !s.inlist[j]) continue;
-    const double want = (s.phase == 1 ? 0.0 : s.work.cost[j]) - TVN_simplex_columndot(s.work, j, y.data());
+    const double want = s.cost(j) - TVN_simplex_columndot(s.work, j, y.data());
     if (!(std::fabs(s.d[j] - want) <= tolduals * (scale + std::fabs(want)))) breach(s, "reduced cost", j, s.d[j], want);
   }
 }

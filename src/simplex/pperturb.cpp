@@ -95,6 +95,7 @@ void widen_tight_basics(primal_state& s, double size) {
       any = true;
     }
   }
+  psimplex_gatherbasics(s);
   s.perturbed = s.perturbed || any;
   if (any && s.phase == 1) s.refactor = true; // the phase-one cost may have changed
 }

@@ -9,6 +9,13 @@
 
 namespace tvn {
 
+void psimplex_gatherbasics(primal_state& s) noexcept {
+  for (int32_t k = 0; k < s.work.m; k++) {
+    const int32_t j = s.fac.head[k];
+    s.basics[k] = {s.x[j], s.lo[j], s.up[j], s.work.cost[j]};
+  }
+}
+
 void psimplex_countinf(primal_state& s) {
   s.numinf = 0;
   s.suminf = 0;
@@ -24,8 +31,7 @@ void psimplex_countinf(primal_state& s) {
 
 void psimplex_formd(primal_state& s) {
   const simplex_work& w = s.work;
-  for (int32_t k = 0; k < w.m; k++)
-    s.fac.rhs[k] = s.phase == 1 ? static_cast<double>(s.infeas[k]) : w.cost[s.fac.head[k]];
+  for (int32_t k = 0; k < w.m; k++) s.fac.rhs[k] = static_cast<double>(s.infeas[k]) + s.cost(s.fac.head[k]);
   TVN_simplex_formy(s.fac, s.y);
   for (int32_t j = 0; j < w.total; j++) {
     if (s.fac.pos[j] >= 0) {
@@ -33,7 +39,7 @@ void psimplex_formd(primal_state& s) {
       continue;
     }
     if (w.is_fixed(j)) continue;
-    s.d[j] = (s.phase == 1 ? 0.0 : w.cost[j]) - TVN_simplex_columndot(w, j, s.y.data());
+    s.d[j] = s.cost(j) - TVN_simplex_columndot(w, j, s.y.data());
   }
   s.freshd = true;
 }
@@ -51,7 +57,7 @@ void psimplex_updatephasecost(primal_state& s) {
     for (int32_t p = 0; p < s.alpha.count; p++) {
       const int32_t j = s.alpha.idx[p];
       s.d[j] -= s.alpha.val[j];
-      psimplex_setcandidate(s, j);
+      psimplex_reprice(s, j);
     }
     s.alpha.clear();
   }

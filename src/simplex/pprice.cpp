@@ -13,6 +13,10 @@ namespace {
 
 constexpr double freefactor = 100;      // free variables enter first
 constexpr int64_t switchperiod = 1000;  // iterations between looks at the switch
+constexpr int64_t edgeperiod = 500;     // the same for exact weights,
+constexpr double edgeshare = 1.0;       // which may cost this multiple of all other work
+constexpr double rowshare = 0.75;       // of the work saved that may go into pivot rows,
+constexpr double lookshare = 0.1;       // work of the choice by columns
 constexpr double degenerateshare = 0.7; // of a period: go to approximate steepest edge
 
 bool attractive(const primal_state& s, int32_t j, double d) {
@@ -69,7 +73,7 @@ bool partial_scan(primal_state& s) {
   int32_t j = s.scanstart;
   for (int32_t scanned = 1; scanned <= total; scanned++, j = j + 1 == total ? 0 : j + 1) {
     if (s.fac.pos[j] < 0 && !w.is_fixed(j) && !s.banned[j]) {
-      s.d[j] = (s.phase == 1 ? 0.0 : w.cost[j]) - TVN_simplex_columndot(w, j, s.y.data());
+      s.d[j] = s.cost(j) - TVN_simplex_columndot(w, j, s.y.data());
       if (attractive(s, j, s.d[j])) s.plist[s.numplist++] = j;
     }
     const bool enough = (scanned >= first && s.numplist >= t->target) ||
@@ -88,7 +92,7 @@ price_result partial_best(primal_state& s) {
   for (int32_t p = 0; p < s.numplist; p++) {
     const int32_t j = s.plist[p];
     if (s.fac.pos[j] >= 0) continue;
-    const double d = (s.phase == 1 ? 0.0 : s.work.cost[j]) - TVN_simplex_columndot(s.work, j, s.y.data());
+    const double d = s.cost(j) - TVN_simplex_columndot(s.work, j, s.y.data());
     s.d[j] = d;
     if (!attractive(s, j, d)) continue;
     s.plist[kept++] = j;
@@ -130,14 +134,18 @@ price_result best_candidate(primal_state& s) {
     return {s.cand[p], s.d[s.cand[p]]};
   }
   price_result best;
-  double bestscore = 0;
-  for (int32_t p = 0; p < s.numcand; p++) {
-    const int32_t j = s.cand[p];
-    const double d = s.d[j];
-    double score = d * d / s.weight[j];
-    if (s.key[j] == sk_supbas) score *= freefactor;
-    if (score > bestscore) {
+  double bestscore = 0, bestweight = 1; // compared crosswise, without a division
+  const int32_t* const cand = s.cand.data();
+  const double *const reduced = s.d.data(), *const weight = s.weight.data();
+  const uint8_t* const side = s.side.data();
+  for (int32_t p = 0, num = s.numcand; p < num; p++) {
+    const int32_t j = cand[p];
+    const double d = reduced[j], w = weight[j];
+    double score = d * d;
+    if (side[j] == (side_free | side_listed)) score *= freefactor;
+    if (score * bestweight > bestscore * w) {
       bestscore = score;
+      bestweight = w;
       best = {j, d};
     }
   }
@@ -146,23 +154,31 @@ price_result best_candidate(primal_state& s) {
 
 } // namespace
 
-void psimplex_setcandidate(primal_state& s, int32_t j) noexcept {
-  const bool in = s.inlist[j] && attractive(s, j, s.d[j]);
-  const int32_t p = s.candpos[j];
-  if (in == (p >= 0)) return;
-  if (in) {
+void psimplex_movecandidate(primal_state& s, int32_t j) noexcept {
+  s.side[j] ^= side_listed;
+  if (s.side[j] & side_listed) {
     s.candpos[j] = s.numcand;
     s.cand[s.numcand++] = j;
     return;
   }
-  const int32_t moved = s.cand[--s.numcand];
+  const int32_t moved = s.cand[--s.numcand], p = s.candpos[j];
   s.cand[p] = moved;
   s.candpos[moved] = p;
-  s.candpos[j] = -1;
+}
+
+void psimplex_setcandidate(primal_state& s, int32_t j) noexcept {
+  uint8_t side = side_none;
+  if (s.inlist[j] && !s.banned[j])
+    side = s.key[j] == sk_low      ? side_low
+           : s.key[j] == sk_upr    ? side_upr
+           : s.key[j] == sk_supbas ? side_free
+                                   : side_none;
+  s.side[j] = static_cast<uint8_t>(side | (s.side[j] & side_listed));
+  psimplex_reprice(s, j);
 }
 
 void psimplex_rebuildcandidates(primal_state& s) noexcept {
-  for (int32_t j = 0; j < s.work.total; j++) s.candpos[j] = -1;
+  for (int32_t j = 0; j < s.work.total; j++) s.side[j] = side_none;
   s.numcand = 0;
   if (s.method == sel_partial) {
     s.numplist = 0;
@@ -245,21 +261,33 @@ void psimplex_choosepricing(primal_state& s) {
   if (pct > 50 && s.method >= sel_full && s.method <= sel_devex) s.method += sel_restrict;
 }
 
+namespace {
+
+// Work of factorisations, updates and solves since the last switch.
+double factor_work(const primal_state& s) { return s.workfactor + TVN_lu_getupdatework(s.fac.factor); }
+
+} // namespace
+
 bool psimplex_choosepricingswitch(primal_state& s) {
   if (s.wanted != sel_switch || s.iter < 10) return true;
   const simplex_work& w = s.work;
   const double r = (1.5 * w.m + w.n) / std::max(1, w.m);
   int32_t to = s.method;
   if (s.method == sel_partial) {
-    // A weighted rule takes a third to a sixth of the iterations; its price is a pivot row in each.
+    // Exact weights take a third to a sixth of the iterations; their price is a pivot row in each, a second solve and
+    // a look at many more candidates.
     const double fewer = r >= 20 ? 6 : r >= 12 ? 5 : 3;
     const auto since = static_cast<double>(s.iter - s.lastswitch);
-    const double row = static_cast<double>(w.colbeg[w.n]) * s.workprice / (since * std::max(1, w.m));
-    if (since >= 10 && row < (fewer - 1) * s.worksolve / since) to = sel_ase + sel_restrict;
-  } else if (s.lastswitch == 0 && (s.method == sel_devex || s.method == sel_ase + sel_restrict) && !s.restricted) {
+    const double row = static_cast<double>(w.colbeg[w.n]) * s.workprice / std::max(1, w.m) + lookshare * w.n * since;
+    if (since >= 10 && row < rowshare * fewer * (factor_work(s) + s.workprice)) to = sel_se;
+  } else if (s.lastswitch == 0 && (s.method == sel_devex || s.method == sel_ase + sel_restrict)) {
     // Exact weights save about a third of the iterations for one more solve in each. They are formed while the basis is
     // still nearly all logicals, where each costs a few operations.
     to = sel_se;
+  } else if (s.iter - s.lastswitch >= edgeperiod && s.method == sel_se &&
+             s.workedge > edgeshare * (factor_work(s) - s.workedge + s.workprice)) {
+    // Hyper-sparse: the solve for the exact weights costs more than all else, and devex takes a few iterations more.
+    to = sel_devex;
   } else if (s.iter - s.lastswitch >= switchperiod && s.method == sel_devex &&
              static_cast<double>(s.info.count[kind_primal].degenerate) >
                  degenerateshare * static_cast<double>(s.iter)) {
@@ -268,7 +296,8 @@ bool psimplex_choosepricingswitch(primal_state& s) {
   if (to == s.method) return true;
   s.method = to;
   s.lastswitch = s.iter;
-  s.worksolve = s.workprice = 0;
+  s.workprice = s.workedge = 0;
+  s.workfactor = -TVN_lu_getupdatework(s.fac.factor);
   psimplex_formd(s);
   psimplex_resetweights(s);
   const bool done = to != sel_se || exact_weights(s);

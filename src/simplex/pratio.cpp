@@ -22,20 +22,31 @@ double own_range(const primal_state& s, int32_t q) {
   return s.key[q] == sk_supbas || range >= bound_infinity ? bound_infinity : range;
 }
 
-double harris_limit(const primal_state& s, double sigma) {
-  double tmax = bound_infinity;
-  for (int32_t p = 0; p < s.aq.count; p++) {
-    const int32_t k = s.aq.idx[p];
-    const double rate = -sigma * s.aq.val[k];
-    if (std::fabs(rate) <= s.tolpiv) continue;
-    const int32_t j = s.fac.head[k];
-    if (rate < 0) {
-      if (s.lo[j] > -bound_infinity) tmax = std::min(tmax, (s.x[j] - s.lo[j] + s.tolfeas) / -rate);
-    } else if (s.up[j] < bound_infinity) {
-      tmax = std::min(tmax, (s.up[j] - s.x[j] + s.tolfeas) / rate);
-    }
+struct harris_result {
+  double tmax;
+  int32_t num; // in s.near: all positions whose true ratio is within tmax are among them
+};
+
+harris_result harris_limit(primal_state& s, double sigma) {
+  harris_result r{bound_infinity, 0};
+  const double tolpiv = s.tolpiv, tolfeas = s.tolfeas;
+  const int32_t* const idx = s.aq.idx.data();
+  const double* const aq = s.aq.val.data();
+  const basic_entry* const basics = s.basics.data();
+  int32_t* const near = s.near.data();
+  for (int32_t p = 0, count = s.aq.count; p < count; p++) {
+    const int32_t k = idx[p];
+    const double rate = -sigma * aq[k], size = std::fabs(rate);
+    if (size <= tolpiv) continue;
+    const basic_entry& b = basics[k];
+    const double bound = rate < 0 ? b.lo : b.up;
+    if (std::fabs(bound) >= bound_infinity) continue;
+    const double gap = rate < 0 ? b.x - bound : bound - b.x;
+    if (!(gap <= r.tmax * size)) continue;
+    near[r.num++] = k;
+    if (gap + tolfeas < r.tmax * size) r.tmax = (gap + tolfeas) / size;
   }
-  return tmax;
+  return r;
 }
 
 // Is a pivot of magnitude p good enough beside the largest candidate? All tests must hold; the last is the strictest,
@@ -50,15 +61,15 @@ bool acceptable(double p, double largest) {
 
 ratio_result psimplex_stepsize(primal_state& s, int32_t q, double sigma) {
   ratio_result r;
-  const double tmax = harris_limit(s, sigma), range = own_range(s, q);
+  const auto [tmax, num] = harris_limit(s, sigma);
+  const double range = own_range(s, q);
   int32_t drawn = 0;
-  for (int32_t p = 0; p < s.aq.count; p++) {
-    const int32_t k = s.aq.idx[p];
+  for (int32_t p = 0; p < num; p++) {
+    const int32_t k = s.near[p];
     const double rate = -sigma * s.aq.val[k], size = std::fabs(rate);
-    if (size <= s.tolpiv || (size <= r.pivot && !s.random)) continue;
-    const int32_t j = s.fac.head[k];
-    const double gap = rate < 0 ? s.x[j] - s.lo[j] : s.up[j] - s.x[j];
-    if (gap >= bound_infinity) continue;
+    if (size <= r.pivot && !s.random) continue;
+    const basic_entry& b = s.basics[k];
+    const double gap = rate < 0 ? b.x - b.lo : b.up - b.x;
     const double ratio = std::max(0.0, gap / size);
     if (ratio > tmax) continue;
     // When stalled, any candidate whose pivot is not far smaller may win, the n-th with probability 1/n.
@@ -85,14 +96,14 @@ int32_t collect_breakpoints(primal_state& s, double sigma) {
     const int32_t k = s.aq.idx[p];
     const double rate = -sigma * s.aq.val[k], size = std::fabs(rate);
     if (size <= s.tolpiv) continue;
-    const int32_t j = s.fac.head[k];
-    const bool haslo = s.lo[j] > -bound_infinity, hasup = s.up[j] < bound_infinity;
+    const basic_entry& b = s.basics[k];
+    const bool haslo = b.lo > -bound_infinity, hasup = b.up < bound_infinity;
     if (rate < 0) {
-      if (s.infeas[k] > 0) add((s.x[j] - s.up[j]) / size, k, size, true);
-      if (s.infeas[k] >= 0 && haslo) add((s.x[j] - s.lo[j]) / size, k, size, false);
+      if (s.infeas[k] > 0) add((b.x - b.up) / size, k, size, true);
+      if (s.infeas[k] >= 0 && haslo) add((b.x - b.lo) / size, k, size, false);
     } else {
-      if (s.infeas[k] < 0) add((s.lo[j] - s.x[j]) / size, k, size, false);
-      if (s.infeas[k] <= 0 && hasup) add((s.up[j] - s.x[j]) / size, k, size, true);
+      if (s.infeas[k] < 0) add((b.lo - b.x) / size, k, size, false);
+      if (s.infeas[k] <= 0 && hasup) add((b.up - b.x) / size, k, size, true);
     }
   }
   return num;

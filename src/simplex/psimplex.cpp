@@ -111,8 +111,10 @@ loop_state follow_repair(primal_state& s, std::span<const basis_exchange> exchan
 
 loop_state refactor(primal_state& s) {
   buffer<basis_exchange> exchanges(s.sys, s.work.m);
+  s.workfactor += TVN_lu_getupdatework(s.fac.factor);
   const int32_t num = TVN_simplex_refactor(s.base, kind_primal, exchanges);
   if (num < 0) return loop_state::finished;
+  s.workfactor += TVN_lu_getfactorwork(s.fac.factor);
   const loop_state state = num > 0 ? follow_repair(s, {exchanges.data(), static_cast<size_t>(num)}) : loop_state::go_on;
   s.refactor = s.soon = false;
   return state == loop_state::finished ? state : loop_state::go_on;
@@ -159,6 +161,7 @@ loop_state recompute(primal_state& s) {
   psimplex_countinf(s);
   const bool wasfeasible = s.phase == 2;
   if (wasfeasible && s.numinf > 0 && s.allowperturb) absorb_infeasibilities(s, 0);
+  psimplex_gatherbasics(s);
   s.phase = s.numinf > 0 ? 1 : 2;
   if (wasfeasible != (s.phase == 2)) s.info.forcelog = true;
   if (wasfeasible && s.phase == 1) s.setbacks++;
@@ -205,13 +208,18 @@ loop_state end_of_pricing(primal_state& s) {
   return loop_state::recompute;
 }
 
-// Reduced cost of q from its column: the independent second value.
-double column_reducedcost(const primal_state& s, int32_t q) {
-  double d = s.phase == 1 ? 0.0 : s.work.cost[q];
+// Reduced cost of q from its column: the independent second value. The sum of squares comes with it.
+double column_reducedcost(primal_state& s, int32_t q) {
+  const double* const aq = s.aq.val.data();
+  const bool first = s.phase == 1;
+  double d = s.cost(q), norm = 0;
   for (int32_t p = 0; p < s.aq.count; p++) {
     const int32_t k = s.aq.idx[p];
-    d -= s.aq.val[k] * (s.phase == 1 ? static_cast<double>(s.infeas[k]) : s.work.cost[s.fac.head[k]]);
+    const double a = aq[k];
+    d -= a * (first ? static_cast<double>(s.infeas[k]) : s.basics[k].cost);
+    norm += a * a;
   }
+  s.colnorm = norm;
   return d;
 }
 
@@ -301,8 +309,10 @@ loop_state update_factor(primal_state& s, int32_t position) {
 
 void steepest_edge_vector(primal_state& s) {
   if (s.method != sel_se && s.method != sel_se + sel_restrict) return;
+  const double before = TVN_lu_getupdatework(s.fac.factor);
   for (int32_t p = 0; p < s.aq.count; p++) s.unit.push(s.aq.idx[p], s.aq.val[s.aq.idx[p]]);
   TVN_lu_btrans(s.fac.factor, s.unit, s.tau, 1e-18, 1e-18);
+  s.workedge += TVN_lu_getupdatework(s.fac.factor) - before;
 }
 
 // Exchange of q with the variable at r.position, all quantities updated.
@@ -338,6 +348,7 @@ loop_state pivot(primal_state& s, int32_t q, double sigma, double dq, const rati
     s.d[leaving] -= oldcost; // a nonbasic has no phase-one cost
   }
   s.fac.head[r.position] = q;
+  s.basics[r.position] = {s.x[q], s.lo[q], s.up[q], s.work.cost[q]};
   s.fac.pos[q] = r.position;
   s.fac.pos[leaving] = -1;
   s.infeas[r.position] = 0;
@@ -377,7 +388,6 @@ loop_state iterate(primal_state& s) {
   if (price.j < 0) return end_of_pricing(s);
   const int32_t q = price.j;
   TVN_simplex_solvecolumn(s.base, q);
-  s.worksolve += s.aq.count + s.spike.count;
   const double dq = column_reducedcost(s, q), sigma = direction(s, q, dq);
   s.d[q] = dq;
   if (dq * sigma > -0.1 * s.tols) {
@@ -415,11 +425,13 @@ void allocate(primal_state& s) {
   sysenv& sys = s.sys;
   const int64_t m = s.work.m, total = s.work.total;
   s.weight.reset(sys, total, 0.0);
-  for (auto* b : {&s.inframe, &s.banned}) b->reset(sys, total, uint8_t{0});
+  for (auto* b : {&s.inframe, &s.banned, &s.side}) b->reset(sys, total, uint8_t{0});
   s.cand.reset(sys, total);
   s.candpos.reset(sys, total, -1);
   s.plist.reset(sys, 64);
   s.breaks.reset(sys, 2 * m);
+  s.near.reset(sys, m);
+  s.basics.reset(sys, m);
   s.changed.reset(sys, m);
   s.delta.reset(sys, m);
 }

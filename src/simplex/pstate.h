@@ -7,6 +7,8 @@
 
 #include "simplex/state.h"
 
+#include <cmath>
+
 namespace tvn {
 
 struct ratio_result {
@@ -21,6 +23,14 @@ struct price_result {
   int32_t j = -1; // entering variable, -1: none
   double d = 0;   // its reduced cost
 };
+
+// What the ratio test reads of a basic variable, in one place by position: a column of the tableau meets few of them.
+struct basic_entry {
+  double x, lo, up, cost; // value, working bounds, cost of phase two
+};
+
+// How pricing sees a variable: which sign of its reduced cost makes it attractive, and whether it is a candidate.
+enum price_side : uint8_t { side_none = 0, side_low = 1, side_upr = 2, side_free = 3, side_mask = 3, side_listed = 4 };
 
 struct primal_state {
   explicit primal_state(simplex_state& b) : base(b) {}
@@ -50,7 +60,14 @@ struct primal_state {
   int32_t numinf = 0;
   double suminf = 0;
 
+  // Cost of j in the objective of the phase, infeasibility left out.
+  double cost(int32_t j) const noexcept { return phase == 1 ? 0.0 : work.cost[j]; }
+
+  buffer<basic_entry> basics; // [m] by position; x is also kept in place
+  double colnorm = 0;         // sum of squares of the entering column
+
   // Pricing.
+  buffer<uint8_t> side;    // [total] price_side, follows key, ban and list
   buffer<double> weight;   // [total]
   buffer<uint8_t> inframe; // [total] reference framework of devex
   buffer<uint8_t> banned;  // [total] does not enter until the next reset
@@ -74,6 +91,7 @@ struct primal_state {
     bool upper;
   };
   buffer<breakpoint> breaks; // [2m]
+  buffer<int32_t> near;      // [m] positions that may block the step
   buffer<int32_t> changed;   // [m] positions whose infeasibility status changed ...
   buffer<int8_t> delta;      // [m] ... and by how much
   int32_t numchanged = 0;
@@ -95,18 +113,31 @@ struct primal_state {
   bool accepting = false;                // true bounds gave way within the tolerance asked for: they do not come back
   int32_t successive = 0;                // recoveries without a good iteration between
   int64_t setbacks = 0;
-  double workprice = 0, worksolve = 0; // units of work since the last switch of pricing
+  double workprice = 0;                // units of work since the last switch of pricing: pivot rows and lists,
+  double workfactor = 0, workedge = 0; // the factor up to its last refactorisation, the solves for exact weights
   int64_t lastswitch = 0;
 };
 
 // --- recomputation (pphase.cpp)
+void psimplex_gatherbasics(primal_state& s) noexcept; // s.basics from x, bounds and cost
 void psimplex_countinf(primal_state& s);
 void psimplex_formd(primal_state& s);
 // Adds the effect of the changed infeasibility statuses (s.changed, s.delta) to d; the list is then empty.
 void psimplex_updatephasecost(primal_state& s);
 
 // --- pricing (pprice.cpp)
-void psimplex_setcandidate(primal_state& s, int32_t j) noexcept;
+void psimplex_setcandidate(primal_state& s, int32_t j) noexcept;  // after a change of key, ban, list or d
+void psimplex_movecandidate(primal_state& s, int32_t j) noexcept; // into the list or out of it
+inline bool psimplex_isattractive(uint8_t side, double d, double tols) noexcept {
+  static constexpr double sign[] = {0, 1, -1, 0};
+  side &= side_mask;
+  return (side == side_free ? -std::fabs(d) : sign[side] * d) < -tols;
+}
+// After a change of d alone.
+inline void psimplex_reprice(primal_state& s, int32_t j) noexcept {
+  if (psimplex_isattractive(s.side[j], s.d[j], s.tols) != ((s.side[j] & side_listed) != 0))
+    psimplex_movecandidate(s, j);
+}
 void psimplex_rebuildcandidates(primal_state& s) noexcept;
 void psimplex_resetweights(primal_state& s);
 price_result psimplex_select(primal_state& s);

@@ -1,7 +1,7 @@
 // The pieces of an iteration that primal and dual share.
 //
 // The pivot row has three forms (Hall and McKinnon 2005): by rows along the nonzeros of rho with a list of what was
-// met, by rows into dense values when the result has been dense of late, and by columns when rho itself is dense.
+// met, by rows into dense values when they hold many entries, and by columns when rho itself is dense.
 #include "simplex/state.h"
 
 #include <cmath>
@@ -10,16 +10,15 @@ namespace tvn {
 
 namespace {
 
-constexpr double droprow = 1e-14;  // entries of rho and of the pivot row at or below this are left out
-constexpr double densealpha = 0.1; // share of nonzeros in the pivot row from which on no list is kept on the way
-constexpr double denserho = 0.3;   // share of nonzeros in rho from which on the product goes by columns
-constexpr double memory = 0.9;     // of the running density
+constexpr double cancelled = 1e-100; // stands for a sum of exactly zero: what is listed is never zero
+constexpr double droprow = 1e-14;    // entries of rho and of the pivot row at or below this are left out
+constexpr double longrow = 0.5;      // entries in the rows of rho, by columns, from which on no list is kept on the way
+constexpr double denserho = 0.3;     // share of nonzeros in rho from which on the product goes by columns
 
 int64_t row_by_list(simplex_state& s) {
   const simplex_work& w = s.work;
   const double* const rho = s.rho.val.data();
   double* const val = s.alpha.val.data();
-  int32_t* const mark = s.alpha.mark.data();
   int32_t* const idx = s.alpha.idx.data();
   const int32_t* const rowcol = w.rowcol.data();
   const double* const rowval = w.rowval.data();
@@ -37,14 +36,11 @@ int64_t row_by_list(simplex_state& s) {
     met += end - w.rowbeg[i];
     for (int64_t e = w.rowbeg[i]; e < end; e++) {
       const int32_t j = w.m + rowcol[e];
-      if (!mark[j]) {
-        mark[j] = 1;
-        idx[count++] = j;
-      }
-      val[j] += r * rowval[e];
+      const double before = val[j], after = before + r * rowval[e];
+      if (before == 0.0) idx[count++] = j;
+      val[j] = after != 0.0 ? after : cancelled;
     }
   }
-  for (int32_t p = 0; p < count; p++) mark[idx[p]] = 0;
   s.alpha.count = count;
   return met;
 }
@@ -177,13 +173,25 @@ void TVN_simplex_rowofinverse(simplex_state& s, int32_t position) {
   TVN_lu_btrans(s.fac.factor, s.unit, s.rho, 1e-18, 1e-18);
 }
 
+namespace {
+
+// Do the rows of rho hold so many entries that a pass over all columns is cheaper than a list of those met?
+bool is_long_row(const simplex_state& s) {
+  const simplex_work& w = s.work;
+  const auto limit = static_cast<int64_t>(longrow * w.n);
+  int64_t sum = 0;
+  for (int32_t p = 0; p < s.rho.count && sum <= limit; p++) sum += w.rowend[s.rho.idx[p]] - w.rowbeg[s.rho.idx[p]];
+  return sum > limit;
+}
+
+} // namespace
+
 int64_t TVN_simplex_formrow(simplex_state& s) {
   int64_t met = 0;
   if (s.rho.count >= denserho * s.work.m)
     met = row_by_columns(s);
   else
-    met = s.rowdensity < densealpha ? row_by_list(s) : row_by_values(s);
-  s.rowdensity = memory * s.rowdensity + (1 - memory) * s.alpha.count / std::max(1, s.work.total);
+    met = is_long_row(s) ? row_by_values(s) : row_by_list(s);
   return met;
 }
 

@@ -33,7 +33,6 @@ struct simplex_state {
   buffer<int8_t> infeas;  // [m] by position: cost of phase one, and of a certificate of infeasibility
   simplex_code stop = simplex_code::ok;
   bool cold = true;           // no start was given: perturbation and pricing may begin at their best
-  double rowdensity = 0.1;    // running share of nonzeros in the pivot row
   bool factorready = false;   // whoever had the state before left a factor of the header: the first one asked for
   buffer<double> dualweight;  // [total] or empty: pricing weights of the dual simplex, of the basics of the start, and
                               // on return of the last basis; 0: not known
