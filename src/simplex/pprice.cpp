@@ -228,8 +228,7 @@ price_result psimplex_select(primal_state& s) {
 
 void psimplex_choosepricing(primal_state& s) {
   const simplex_work& w = s.work;
-  int64_t maxlen = 0;
-  for (int32_t k = 0; k < w.n; k++) maxlen = std::max(maxlen, w.colbeg[k + 1] - w.colbeg[k]);
+  for (int32_t k = 0; k < w.n; k++) s.maxcollen = std::max(s.maxcollen, w.colbeg[k + 1] - w.colbeg[k]);
   const double m = std::max(1, w.m), r = (1.5 * m + w.n) / m;
   const bool cold = s.base.cold;
   const int32_t pct = s.param.restrictpct;
@@ -237,7 +236,7 @@ void psimplex_choosepricing(primal_state& s) {
   if (s.param.selection != sel_free) {
     s.method = s.wanted = s.param.selection;
   } else if (cold) {
-    if (maxlen <= 2 && r > 3)
+    if (s.maxcollen <= 2 && r > 3)
       s.method = s.wanted = sel_partial;
     else if (r < 4)
       s.method = sel_devex;

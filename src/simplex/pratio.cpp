@@ -14,6 +14,9 @@ namespace tvn {
 namespace {
 
 constexpr double swapslack = 1e-12; // the entering variable's own bound wins when it is this close
+constexpr double nearties = 1.01;   // ratios within this multiple of the least tie with it
+constexpr int32_t manyties = 4;
+constexpr double goodscore = 5;
 constexpr double flatslope = 1e-9;  // of the first slope: from here on the infeasibility does not fall any more
 
 // The step at which the entering variable meets its other bound.
@@ -49,6 +52,35 @@ harris_result harris_limit(primal_state& s, double sigma) {
   return r;
 }
 
+// Among many near ties the leaving variable is drawn: the first, from a random place in a random direction, whose pivot
+// is not far below the largest and whose column is not among the shortest. The largest takes over from a poor one.
+ratio_result settle_ties(primal_state& s, const ratio_result& best, double sigma, int32_t num) {
+  double least = bound_infinity;
+  const auto ratio_at = [&](int32_t k) {
+    const double rate = -sigma * s.aq.val[k];
+    const basic_entry& b = s.basics[k];
+    return std::max(0.0, (rate < 0 ? b.x - b.lo : b.up - b.x) / std::fabs(rate));
+  };
+  int32_t ties = 0;
+  for (int32_t p = 0; p < num; p++) least = std::min(least, ratio_at(s.near[p]));
+  const double limit = std::max(nearties * least, best.step);
+  for (int32_t p = 0; p < num; p++)
+    if (ratio_at(s.near[p]) <= limit) s.near[ties++] = s.near[p];
+  if (ties < manyties) return best;
+  int32_t at = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * ties);
+  const int32_t by = TVN_simplex_random(s.info.randomstate) < 0.5 ? 1 : ties - 1;
+  for (int32_t seen = 0; seen < ties; seen++, at = (at + by) % ties) {
+    const int32_t k = s.near[at];
+    const double p = std::fabs(s.aq.val[k]), count = static_cast<double>(s.work.colcount(s.fac.head[k]));
+    const double score = (0.8 * best.pivot / p + 0.2 * static_cast<double>(s.maxcollen) / count) *
+                         (1 + TVN_simplex_random(s.info.randomstate) / 0.1);
+    if (!(score < goodscore)) continue;
+    if ((p < 0.001 && best.pivot / p > 1.1) || best.pivot / p > 2) return best;
+    return {k, ratio_at(k), -sigma * s.aq.val[k] > 0, false, p};
+  }
+  return best;
+}
+
 // Is a pivot of magnitude p good enough beside the largest candidate? All tests must hold; the last is the strictest,
 // so that a large pivot has no free pass over much larger ones.
 bool acceptable(double p, double largest) {
@@ -79,6 +111,7 @@ ratio_result psimplex_stepsize(primal_state& s, int32_t q, double sigma) {
     drawn = std::max(drawn, 1);
     r = {k, ratio, rate > 0, false, size};
   }
+  if (num >= (getenv("NT")?atoi(getenv("NT")):1000000) && r.position >= 0 && !s.random) r = settle_ties(s, r, sigma, num);
   if (range < bound_infinity && (r.position < 0 || range <= r.step + swapslack))
     r = {-1, std::max(0.0, range), false, true, 1.0};
   return r;

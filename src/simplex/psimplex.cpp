@@ -19,6 +19,7 @@ constexpr int64_t stallperturbed = 2000, stallplain = 200; // degenerate steps i
 constexpr double smallstep = 1e-12;                        // steps up to this count as degenerate,
 constexpr double smallprogress = 1e-9;                     // of the objective, between two fresh values far apart
 constexpr double smallgain = 1e-11;  // and gains up to this part of the objective as standing still
+constexpr double minshare = 1e-9;    // of the largest entry of its column: a smaller pivot is rounding
 constexpr double feasibleshift = 10; // times tolfeas: infeasibility that a shift of the working bound absorbs
 
 double direction(const primal_state& s, int32_t q, double d) {
@@ -182,6 +183,7 @@ loop_state end_of_pricing(primal_state& s) {
   if (s.numbanned > 0) {
     for (int32_t j = 0; j < s.work.total; j++) s.banned[j] = 0;
     s.numbanned = 0;
+    s.lenient = true;
     return setback(s);
   }
   if (s.phase == 1 && !s.perturbed) {
@@ -212,14 +214,16 @@ loop_state end_of_pricing(primal_state& s) {
 double column_reducedcost(primal_state& s, int32_t q) {
   const double* const aq = s.aq.val.data();
   const bool first = s.phase == 1;
-  double d = s.cost(q), norm = 0;
+  double d = s.cost(q), norm = 0, largest = 0;
   for (int32_t p = 0; p < s.aq.count; p++) {
     const int32_t k = s.aq.idx[p];
     const double a = aq[k];
     d -= a * (first ? static_cast<double>(s.infeas[k]) : s.basics[k].cost);
     norm += a * a;
+    largest = std::max(largest, std::fabs(a));
   }
   s.colnorm = norm;
+  s.colmax = largest;
   return d;
 }
 
@@ -378,6 +382,7 @@ void count_iteration(primal_state& s, double step, double gain) {
     s.stalled = 1;
   }
   s.successive = 0;
+  s.lenient = false;
   const int64_t done = total_iterations(s);
   const double share = static_cast<double>(done) / std::max(1, s.param.maxiterations);
   if ((share > 0.8 && s.iter > 20) || s.param.maxiterations - done < budgetreserve) s.allowperturb = false;
@@ -401,6 +406,11 @@ loop_state iterate(primal_state& s) {
       s.phase == 1 ? psimplex_stepsize_phaseone(s, q, sigma, -std::fabs(dq)) : psimplex_stepsize(s, q, sigma);
   if (r.position < 0 && !r.swap) return unbounded(s, q, sigma);
   if (!r.swap && r.pivot < 1e-5 && s.fac.since > 5) return s.refactor = true, loop_state::recompute;
+  if (!r.swap && r.pivot < minshare * s.colmax && !s.lenient) {
+    if (s.fac.since > 5) return s.refactor = true, loop_state::recompute;
+    ban(s, q);
+    return loop_state::go_on;
+  }
   loop_state state = loop_state::go_on;
   if (r.swap)
     swap_bound(s, q, sigma, r.step);

@@ -64,7 +64,8 @@ struct primal_state {
   double cost(int32_t j) const noexcept { return phase == 1 ? 0.0 : work.cost[j]; }
 
   buffer<basic_entry> basics; // [m] by position; x is also kept in place
-  double colnorm = 0;         // sum of squares of the entering column
+  double colnorm = 0;         // sum of squares of the entering column,
+  double colmax = 0;          // and its largest magnitude
 
   // Pricing.
   buffer<uint8_t> side;    // [total] price_side, follows key, ban and list
@@ -74,6 +75,7 @@ struct primal_state {
   buffer<int32_t> cand;    // nonbasics with an attractive reduced cost, unordered
   buffer<int32_t> candpos; // [total] position in cand, -1: not there
   int32_t numcand = 0, numbanned = 0;
+  int64_t maxcollen = 0; // entries of the longest column
   int32_t method = sel_devex, wanted = sel_switch;
   int32_t scanstart = 0; // partial pricing: where the next scan begins
   buffer<int32_t> plist; // partial pricing: the candidates of the last scan
@@ -111,6 +113,7 @@ struct primal_state {
   int64_t stalled = 0;                   // degenerate steps in a row
   bool random = false;                   // stalled for long: entering and leaving variables are drawn (random edge)
   bool accepting = false;                // true bounds gave way within the tolerance asked for: they do not come back
+  bool lenient = false;                  // nothing but refused columns is left: their small pivots count until the next step
   int32_t successive = 0;                // recoveries without a good iteration between
   int64_t setbacks = 0;
   double workprice = 0;                // units of work since the last switch of pricing: pivot rows and lists,
