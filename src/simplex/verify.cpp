@@ -8,8 +8,10 @@ namespace tvn {
 
 namespace {
 
-// What is this small beside the terms of a sum is rounding: as a violation it is none, and it proves nothing.
+// A sum this small beside its terms is rounding of the data, and proves nothing.
 constexpr double roundoff = 1e-12;
+// Violations that a change of the point by a few units in its last place can cause are none.
+constexpr double lastplaces = 0x1p-48;
 
 // Keeps the larger; a NaN wins and stays.
 void worsen(double& worst, double value) {
@@ -39,12 +41,12 @@ double outside(double v, int32_t bk, double bl, double bu, double rounding) {
   return std::isnan(v) ? v : worst;
 }
 
-// A change of x_j by this is rounding in every row that it is in. 0 for an empty column.
+// A change of x_j by this is lost in the last places of every row that it is in. 0 for an empty column.
 double rounding_of(const lp_view& lp, int32_t j, const buffer<double>& largest) {
   double least = std::numeric_limits<double>::infinity();
   for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++)
     if (lp.val[p] != 0.0) least = std::min(least, largest[lp.sub[p]] / std::fabs(lp.val[p]));
-  return least < std::numeric_limits<double>::infinity() ? roundoff * least : 0.0;
+  return least < std::numeric_limits<double>::infinity() ? lastplaces * least : 0.0;
 }
 
 // Wrong sign, or a dual where there is no bound.
@@ -84,7 +86,7 @@ lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solu
   };
   for (int32_t i = 0; i < lp.numcon; i++) {
     const auto a = static_cast<double>(act[i]);
-    worsen(r.row, outside(a, lp.bkc[i], lp.blc[i], lp.buc[i], roundoff * largest[i]));
+    worsen(r.row, outside(a, lp.bkc[i], lp.blc[i], lp.buc[i], lastplaces * largest[i]));
     worsen(r.activity, std::fabs(sol.xc[i] - a) / (1 + largest[i]));
     worsen(r.dualeq, std::fabs(cslack(lp, i) + sol.y[i] - sol.slc[i] + sol.suc[i]) / cscale);
     worsen(r.dualsign, wrong_sign(sol.slc[i], has_lower(lp.bkc[i])) / cscale);
