@@ -28,22 +28,34 @@ public:
   }
   // visit may add places behind (ascend), or before (descend), the one it is called with.
   template <class Visit> void ascend(Visit visit) {
-    for (int32_t w = first; w <= last; w++)
+    for (int32_t w = first; w <= last; w++) {
+      while (w + stretch <= last && is_empty(w)) w += stretch;
       while (const uint64_t word = bits[w]) {
         bits[w] = word & (word - 1);
         visit(64 * w + std::countr_zero(word));
       }
+    }
   }
   template <class Visit> void descend(Visit visit) {
-    for (int32_t w = last; w >= first; w--)
+    for (int32_t w = last; w >= first; w--) {
+      while (w - stretch >= first && is_empty(w - stretch + 1)) w -= stretch;
       while (const uint64_t word = bits[w]) {
         const int32_t b = 63 - std::countl_zero(word);
         bits[w] = word & ~(uint64_t{1} << b);
         visit(64 * w + b);
       }
+    }
   }
 
 private:
+  static constexpr int32_t stretch = 8; // words that are passed over at once
+
+  bool is_empty(int32_t w) const noexcept {
+    uint64_t any = 0;
+    for (int32_t k = 0; k < stretch; k++) any |= bits[w + k];
+    return any == 0;
+  }
+
   uint64_t* __restrict bits;
   int32_t first = INT32_MAX, last = -1; // words that may hold bits
 };
