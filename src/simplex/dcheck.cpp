@@ -83,8 +83,7 @@ void check_weight(dual_state& s) {
   const auto k = static_cast<int32_t>(s.iter * 7919 % s.work.m);
   if (s.basic[k].weight >= 1e15) return;
   TVN_simplex_rowofinverse(s.base, k);
-  double norm = 1;
-  for (int32_t p = 0; p < s.rho.count; p++) norm += s.rho.val[s.rho.idx[p]] * s.rho.val[s.rho.idx[p]];
+  const double norm = dsimplex_rownorm(s);
   s.rho.clear();
   if (!(std::fabs(s.basic[k].weight - norm) <= tolweight * norm)) breach(s, "weight", k, s.basic[k].weight, norm);
 }

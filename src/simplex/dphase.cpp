@@ -18,14 +18,6 @@ constexpr double freebox = 10000; // half width of the box of a free variable
 
 bool is_boxed(const dual_state& s, int32_t j) { return s.lo[j] > -bound_infinity && s.up[j] < bound_infinity; }
 
-// A variable that may rest on no other side, with a reduced cost of wrong sign.
-double true_infeasibility(const simplex_work& w, int32_t j, double d) {
-  const bool haslo = w.lower[j] > -bound_infinity, hasup = w.upper[j] < bound_infinity;
-  if (haslo && hasup) return 0;
-  if (haslo) return std::max(0.0, -d);
-  return hasup ? std::max(0.0, d) : std::fabs(d);
-}
-
 void copy_bounds_of_basics(dual_state& s) {
   for (int32_t k = 0; k < s.work.m; k++) {
     s.basic[k].lo = s.lo[s.fac.head[k]];
@@ -44,6 +36,13 @@ uint8_t side(const dual_state& s, int32_t j) {
 }
 
 } // namespace
+
+double dsimplex_trueinfeasibility(const simplex_work& w, int32_t j, double d) {
+  const bool haslo = w.lower[j] > -bound_infinity, hasup = w.upper[j] < bound_infinity;
+  if (haslo && hasup) return 0;
+  if (haslo) return std::max(0.0, -d);
+  return hasup ? std::max(0.0, d) : std::fabs(d);
+}
 
 void dsimplex_formd(dual_state& s) {
   const simplex_work& w = s.work;
@@ -76,7 +75,7 @@ void dsimplex_countinf(dual_state& s) {
   s.sumdinf = 0;
   for (int32_t j = 0; j < s.work.total; j++) {
     if (!s.inlist[j]) continue;
-    const double v = true_infeasibility(s.work, j, s.d[j]);
+    const double v = dsimplex_trueinfeasibility(s.work, j, s.d[j]);
     if (!(v > s.told)) continue;
     s.numdinf++;
     s.sumdinf += v;

@@ -107,4 +107,20 @@ void dsimplex_resetweights(dual_state& s) {
   for (dual_basic& b : s.basic) b.weight = start;
 }
 
+bool dsimplex_takeweights(dual_state& s) {
+  const buffer<double>& kept = s.base.dualweight;
+  if (s.base.dualweightkind != s.method || kept.size() != s.work.total) return false;
+  for (int32_t k = 0; k < s.work.m; k++) {
+    const double w = kept[s.fac.head[k]];
+    s.basic[k].weight = w >= 1 && w <= 1e20 ? w : 2.0;
+  }
+  s.exactweights = false; // the run that left them may have lost digits
+  return true;
+}
+
+void dsimplex_leaveweights(dual_state& s) {
+  for (int32_t k = 0; k < s.work.m; k++) s.base.dualweight[s.fac.head[k]] = s.basic[k].weight;
+  s.base.dualweightkind = s.method;
+}
+
 } // namespace tvn

@@ -44,7 +44,9 @@ loop_state follow_repair(dual_state& s, int32_t num) {
   }
   dsimplex_placenonbasics(s);
   s.info.count[kind_dual].artificials += num;
-  return s.iter > 0 ? dsimplex_setback(s) : loop_state::go_on;
+  if (s.iter > 0) return dsimplex_setback(s);
+  dsimplex_resetweights(s); // of a start that is not the one they came with
+  return loop_state::go_on;
 }
 
 void tell_too_many(dual_state& s) {

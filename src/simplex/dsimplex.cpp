@@ -118,15 +118,23 @@ void begin_phase(dual_state& s, int32_t phase) {
   s.info.forcelog = true;
 }
 
+// Shifted costs make any basis dual feasible; the primal simplex finishes on the true ones.
+constexpr int32_t shiftedcosts = 2;
+
+loop_state first_phase(dual_state& s) {
+  dsimplex_countinf(s);
+  const bool boxed = s.numdinf > 0 && (s.feasonly || s.param.dualphaseone != shiftedcosts);
+  begin_phase(s, boxed ? 1 : 2);
+  if (s.feasonly && !boxed) return dsimplex_finish(s, simplex_code::ok, sol_dual_feas);
+  if (s.allowperturb && s.base.cold) dsimplex_perturbinit(s);
+  return loop_state::go_on;
+}
+
 // Fresh factor, d, signs and values.
 loop_state recompute(dual_state& s) {
   if (dsimplex_refactor(s) == loop_state::finished) return loop_state::finished;
   dsimplex_formd(s);
-  if (s.phase == 0) {
-    dsimplex_countinf(s);
-    begin_phase(s, s.numdinf > 0 ? 1 : 2);
-    if (s.allowperturb && s.base.cold) dsimplex_perturbinit(s);
-  }
+  if (s.phase == 0 && first_phase(s) == loop_state::finished) return loop_state::finished;
   dsimplex_correctsigns(s);
   dsimplex_formxb(s);
   dsimplex_savebasis(s);
@@ -152,6 +160,7 @@ loop_state end_of_phaseone(dual_state& s) {
   s.refactor = true;
   if (s.numdinf > 0) return loop_state::recompute; // on the true costs the box may have more to give
   begin_phase(s, 2);
+  if (s.feasonly) return dsimplex_finish(s, simplex_code::ok, sol_dual_feas);
   if (s.allowperturb) dsimplex_perturbinit(s);
   return loop_state::recompute;
 }
@@ -160,6 +169,7 @@ loop_state end_of_phaseone(dual_state& s) {
 loop_state end_of_pricing(dual_state& s) {
   if (!s.fresh || s.fac.since > 0) return s.refactor = true, loop_state::recompute;
   if (s.phase == 1) return end_of_phaseone(s);
+  if (!s.perturbed && dsimplex_rmsuperbasics(s) > 0) return loop_state::recompute;
   if (!s.perturbed) return dsimplex_finish(s, simplex_code::ok, sol_optimal);
   dsimplex_restorecosts(s);
   return dsimplex_handover(s);
@@ -189,9 +199,7 @@ int32_t choose_row(dual_state& s) {
     if (r < 0) return r;
     TVN_simplex_rowofinverse(s.base, r);
     if (s.method != sel_se && s.method != sel_ase) return r;
-    double norm = 1;
-    for (int32_t p = 0; p < s.rho.count; p++) norm += s.rho.val[s.rho.idx[p]] * s.rho.val[s.rho.idx[p]];
-    const double kept = s.basic[r].weight;
+    const double norm = dsimplex_rownorm(s), kept = s.basic[r].weight;
     if (kept < bannedweight || kept < norm) s.basic[r].weight = norm;
     if (kept >= weightslack * norm || s.method == sel_ase) return r;
     s.exactweights = false;
@@ -328,6 +336,7 @@ void allocate(dual_state& s) {
   s.savedhead.reset(sys, m);
   s.savedkey.reset(sys, total);
   s.savedweight.reset(sys, m);
+  if (s.base.dualweight.size() != total) s.base.dualweight.reset(sys, total, 0.0);
 }
 
 void start(dual_state& s) {
@@ -341,8 +350,9 @@ void start(dual_state& s) {
   s.method = s.param.dualselection == sel_free ? sel_se : s.param.dualselection;
   s.allowperturb = s.param.degen != 0 && s.param.maxiterations - total_iterations(s) >= budgetreserve;
   dsimplex_restorecosts(s);
+  if (s.base.cold) TVN_dsimplex_dualcrash(s);
   for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
-  dsimplex_resetweights(s);
+  if (!dsimplex_takeweights(s)) dsimplex_resetweights(s);
   s.info.forcelog = true;
   s.updatelimit = maxupdates;
   s.phase = 0; // undecided until the first reduced costs
@@ -368,12 +378,20 @@ void dsimplex_optimize(dual_state& s) {
   }
   clear_vectors(s);
   store_xb(s);
+  dsimplex_leaveweights(s);
   // A run that ends before the true bounds have come back leaves a basic point of the true problem all the same.
   if (s.phase != 2 && s.info.solsta != sol_dual_infeas_cer) {
     dsimplex_setphasetwo(s);
     if (s.fac.usable) dsimplex_formxb(s);
   }
   s.info.objective = TVN_simplex_pointobjective(s.base);
+}
+
+bool TVN_simplex_dualfeas(simplex_state& base) {
+  dual_state s(base);
+  s.feasonly = true;
+  dsimplex_optimize(s);
+  return base.stop == simplex_code::ok && base.info.solsta == sol_dual_feas;
 }
 
 } // namespace tvn

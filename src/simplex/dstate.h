@@ -56,7 +56,8 @@ struct dual_state {
   buffer<double> cost;    // [total] working costs
   bool perturbed = false; // some working cost differs from the problem's
   bool allowperturb = true;
-  buffer<int8_t> move; // [total] direction off the bound: +1 at lower, -1 at upper, 2 free, 0 none
+  bool feasonly = false; // stop at the first dual feasible basis
+  buffer<int8_t> move;   // [total] direction off the bound: +1 at lower, -1 at upper, 2 free, 0 none
 
   buffer<dual_basic> basic; // [m] by position
   buffer<int32_t> list;     // [m] positions that may be infeasible; others are not
@@ -120,6 +121,8 @@ loop_state dsimplex_refactor(dual_state& s);
 void dsimplex_formd(dual_state& s);
 // Makes the signs of d fit the keys: flips what has two bounds, shifts the cost of the rest.
 void dsimplex_correctsigns(dual_state& s);
+// Size of a reduced cost of wrong sign; 0 for what can rest on the other side.
+double dsimplex_trueinfeasibility(const simplex_work& w, int32_t j, double d);
 // Counts what is dual infeasible on the true bounds whatever the keys: s.numdinf, s.sumdinf.
 void dsimplex_countinf(dual_state& s);
 void dsimplex_setphaseone(dual_state& s);
@@ -146,9 +149,18 @@ inline void dsimplex_notechange(dual_state& s, int32_t k, dual_basic& b) noexcep
   b.listed |= on_top;
   s.top[s.numtop++] = k;
 }
+// 1 plus the squared norm of rho: the true weight of its row.
+inline double dsimplex_rownorm(const dual_state& s) noexcept {
+  double norm = 1;
+  for (int32_t p = 0; p < s.rho.count; p++) norm += s.rho.val[s.rho.idx[p]] * s.rho.val[s.rho.idx[p]];
+  return norm;
+}
 void dsimplex_rebuildlist(dual_state& s) noexcept;
 int32_t dsimplex_select(dual_state& s);
 void dsimplex_resetweights(dual_state& s);
+// Weights of an earlier run for the basics of the start; false: there are none of this kind.
+bool dsimplex_takeweights(dual_state& s);
+void dsimplex_leaveweights(dual_state& s);
 
 // --- ratio test (dratio.cpp): sigma +1 when the leaving variable goes down to its upper bound, -1 when up to its lower
 dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta);
@@ -167,6 +179,12 @@ void dsimplex_perturbinit(dual_state& s);
 void dsimplex_kick(dual_state& s, int32_t level);
 void dsimplex_restorecosts(dual_state& s);
 
+// --- start and end (dcrash.cpp, dsuper.cpp)
+// Columns into a slack basis; returns their number. The factor is stale if there are any.
+int32_t TVN_dsimplex_dualcrash(dual_state& s);
+// At an optimum on fresh data: free nonbasics into the basis; returns how many, and then all is to be formed afresh.
+int32_t dsimplex_rmsuperbasics(dual_state& s);
+
 // --- audit (dcheck.cpp): stops on a breach
 void dsimplex_check(dual_state& s);
 // Does the row of the inverse in rho prove that no point is feasible? r: its position, sigma as above.
@@ -175,5 +193,7 @@ bool dsimplex_checkcertificate(dual_state& s, int32_t r, double sigma);
 // --- the loop (dsimplex.cpp): the shared state ready with keys, head and x of the nonbasics set. s.handover asks for
 // the primal simplex from the basis reached.
 void dsimplex_optimize(dual_state& s);
+// Runs until the basis is dual feasible: true, or no basis is (s.info.solsta tells the ray) or a limit came first.
+bool TVN_simplex_dualfeas(simplex_state& base);
 
 } // namespace tvn

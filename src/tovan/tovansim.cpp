@@ -65,6 +65,8 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   p.selection = selection_number(iv[TVN_IPAR_SIM_PRIMAL_SELECTION]);
   p.dualselection = selection_number(iv[TVN_IPAR_SIM_DUAL_SELECTION]);
   p.primalcrash = iv[TVN_IPAR_SIM_PRIMAL_CRASH];
+  p.dualcrash = iv[TVN_IPAR_SIM_DUAL_CRASH];
+  p.dualphaseone = iv[TVN_IPAR_SIM_DUAL_PHASEONE_METHOD];
   p.restrictpct = iv[TVN_IPAR_SIM_PRIMAL_RESTRICT_SELECTION];
   p.maxiterations = iv[TVN_IPAR_SIM_MAX_ITERATIONS];
   p.maxsetbacks = iv[TVN_IPAR_SIM_MAX_NUM_SETBACKS];

@@ -1,0 +1,245 @@
+// If this failed in the field: a start made by the crash or taken over from an earlier run would be singular or send
+// the dual simplex a long way round, free variables would be left between their bounds, and a run in trouble would not
+// end.
+#include "simplex/dstate.h"
+#include "support/oracle.h"
+
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+using namespace tvntest;
+
+namespace {
+
+// The dual simplex on the working problem itself, without the frame.
+struct bench {
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  tvn::simplex_param param;
+  tvn::simplex_info info;
+  std::string line;
+  tvn::simplex_progress progress{this, note_line};
+  tvn::simplex_watch watch{param, info, progress};
+  tvn::simplex_work work;
+  std::unique_ptr<tvn::simplex_state> state;
+
+  explicit bench(lp_case& p) {
+    EXPECT_TRUE(tvn::TVN_simplex_compressproblem(*sys, p.view(), {}, watch, work));
+    state = std::make_unique<tvn::simplex_state>(*sys, watch, work);
+    tvn::TVN_simplex_setupstate(*state);
+    tvn::TVN_simplex_slackbasis(state->fac);
+    for (int32_t j = 0; j < work.total; j++) {
+      if (state->fac.pos[j] >= 0)
+        state->key[j] = tvn::sk_bas;
+      else
+        tvn::TVN_simplex_restnonbasic(*state, j, tvn::sk_unk);
+    }
+  }
+  ~bench() {
+    state.reset();
+    work = tvn::simplex_work();
+    EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
+  }
+  static int32_t note_line(void* handle, tvn::simplex_event, const tvn::simplex_info& i) {
+    if (i.line) static_cast<bench*>(handle)->line = i.line;
+    return 0;
+  }
+
+  // Sum of dual infeasibilities of the basis in hand, recomputed from the true costs.
+  double dual_infeasibility() {
+    tvn::simplex_state& s = *state;
+    EXPECT_EQ(tvn::TVN_simplex_factor(s.fac), tvn::factor_result::full);
+    for (int32_t k = 0; k < work.m; k++) s.fac.rhs[k] = work.cost[s.fac.head[k]];
+    tvn::TVN_simplex_formy(s.fac, s.y);
+    double sum = 0;
+    for (int32_t j = 0; j < work.total; j++)
+      if (s.fac.pos[j] < 0 && !work.is_fixed(j))
+        sum += tvn::dsimplex_trueinfeasibility(work, j, work.cost[j] - tvn::TVN_simplex_columndot(work, j, s.y.data()));
+    return sum;
+  }
+};
+
+// A state as the loop's setup leaves it for the crash.
+struct crash_bench : bench {
+  tvn::dual_state dual;
+  explicit crash_bench(lp_case& p) : bench(p), dual(*state) {}
+};
+
+tvn::simplex_info solve(lp_case& p, const tvn::simplex_param& param, lp_point& point) {
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  tvn::simplex_info info;
+  tvn::lp_solution sol = point.view();
+  tvn::TVN_simplex_optimize(*sys, p.view(), param, info, {}, sol);
+  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
+  return info;
+}
+
+// Free columns and negative costs: dual infeasible from the slacks.
+lp_case hard_start(uint64_t seed) {
+  lp_case p = optimal_case(seed, 40, 60, 0.08, 0.3).p;
+  for (size_t j = seed % 3; j < p.blx.size(); j += 3) {
+    p.blx[j] = -1e30;
+    if (j % 2 == 0) p.bux[j] = 1e30;
+  }
+  return p;
+}
+
+} // namespace
+
+TEST(DualCrash, GivesARegularBasisThatIsNoFurtherFromDualFeasibility) {
+  int32_t crashed = 0;
+  for (uint64_t seed = 1; seed <= 60; seed++) {
+    lp_case p = seed % 2 ? hard_start(seed) : nasty_case(seed);
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    crash_bench b(p);
+    const double before = b.dual_infeasibility();
+    const int32_t num = tvn::TVN_dsimplex_dualcrash(b.dual);
+    crashed += num;
+    int32_t structurals = 0;
+    for (int32_t k = 0; k < b.work.m; k++) {
+      EXPECT_EQ(b.state->fac.pos[b.state->fac.head[k]], k);
+      structurals += !b.work.is_logical(b.state->fac.head[k]);
+    }
+    EXPECT_EQ(structurals, num);
+    EXPECT_LE(b.dual_infeasibility(), before * (1 + 1e-12) + 1e-9);
+  }
+  EXPECT_GT(crashed, 100);
+}
+
+TEST(DualCrash, IsLeftOutWhenThePercentageSaysSo) {
+  lp_case p = hard_start(3);
+  crash_bench b(p);
+  b.param.dualcrash = 101;
+  EXPECT_EQ(tvn::TVN_dsimplex_dualcrash(b.dual), 0);
+}
+
+TEST(DualFeasibility, IsReachedOrRefusedByPhaseOneAlone) {
+  int32_t feasible = 0, refused = 0;
+  for (uint64_t seed = 1; seed <= 200; seed++) {
+    lp_case p = seed % 2 ? hard_start(seed) : nasty_case(seed);
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    bench b(p);
+    if (tvn::TVN_simplex_dualfeas(*b.state)) {
+      feasible++;
+      EXPECT_LE(b.dual_infeasibility(), 1e-6);
+      for (int32_t j = 0; j < b.work.total; j++) EXPECT_EQ(b.state->key[j] == tvn::sk_bas, b.state->fac.pos[j] >= 0);
+    } else {
+      refused++;
+      EXPECT_EQ(b.info.solsta, tvn::sol_dual_infeas_cer);
+    }
+  }
+  EXPECT_GT(feasible, 20);
+  EXPECT_GT(refused, 20);
+}
+
+TEST(DualStart, EveryWayToDualFeasibilityEndsAtTheSameAnswer) {
+  for (uint64_t seed = 1; seed <= 150; seed++) {
+    lp_case p = seed % 3 ? hard_start(seed) : nasty_case(seed);
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    tvn::simplex_param param;
+    param.optimizer = tvn::kind_primal;
+    lp_point point(p);
+    const tvn::simplex_info want = solve(p, param, point);
+    param.optimizer = tvn::kind_dual;
+    for (const int32_t method : {0, 1, 2})
+      for (const int32_t crash : {90, 101}) {
+        param.dualphaseone = method;
+        param.dualcrash = crash;
+        const tvn::simplex_info got = solve(p, param, point);
+        const bool either = want.solsta >= tvn::sol_prim_infeas_cer && got.solsta >= tvn::sol_prim_infeas_cer;
+        EXPECT_TRUE(either || got.solsta == want.solsta) << "method " << method << " crash " << crash;
+        if (want.solsta == tvn::sol_optimal) {
+          EXPECT_NEAR(got.objective, want.objective, 1e-7 * (1 + std::fabs(want.objective)));
+        }
+      }
+  }
+}
+
+// The weights that a run leaves are those of its last basis, and a run from there begins with them.
+TEST(DualWeights, PassFromOneRunToTheNext) {
+  for (uint64_t seed = 1; seed <= 30; seed++) {
+    lp_case p = optimal_case(seed, 40, 60, 0.08, 0.3).p;
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    bench b(p);
+    b.param.dualcrash = 101;
+    tvn::simplex_state& s = *b.state;
+    {
+      tvn::dual_state first(s);
+      tvn::dsimplex_optimize(first);
+    }
+    ASSERT_EQ(s.dualweightkind, tvn::sel_se);
+    ASSERT_EQ(s.dualweight.size(), b.work.total);
+    ASSERT_EQ(tvn::TVN_simplex_factor(s.fac), tvn::factor_result::full);
+    tvn::dual_state next(s);
+    next.basic.reset(*b.sys, b.work.m, tvn::dual_basic{});
+    ASSERT_TRUE(tvn::dsimplex_takeweights(next));
+    for (int32_t k = 0; k < b.work.m; k++) {
+      tvn::TVN_simplex_rowofinverse(s, k);
+      const double norm = tvn::dsimplex_rownorm(next);
+      s.rho.clear();
+      EXPECT_NEAR(next.basic[k].weight, norm, 1e-6 * norm);
+    }
+    next.method = tvn::sel_devex;
+    EXPECT_FALSE(tvn::dsimplex_takeweights(next));
+  }
+}
+
+// x0 + x1 >= 1 with x1 free and costless: any split is optimal, a basic solution has x1 in the basis.
+TEST(DualEnd, BringsSuperbasicsIntoTheBasis) {
+  for (uint64_t seed = 1; seed <= 100; seed++) {
+    known_case known = optimal_case(seed, 15, 25, 0.2, 0.5);
+    lp_case& p = known.p;
+    // A free copy of a column whose reduced cost is zero, so that it has no reason to enter.
+    const size_t from = seed % 25;
+    const auto b = static_cast<size_t>(p.beg[from]), e = static_cast<size_t>(p.beg[from + 1]);
+    if (p.blx[from] == p.bux[from]) continue;
+    for (size_t q = b; q < e; q++) {
+      p.sub.push_back(p.sub[q]);
+      p.val.push_back(p.val[q]);
+    }
+    p.n++;
+    p.beg.push_back(static_cast<int64_t>(p.sub.size()));
+    p.c.push_back(p.c[from]);
+    p.blx.push_back(-1e30);
+    p.bux.push_back(1e30);
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    tvn::simplex_param param;
+    param.optimizer = tvn::kind_dual;
+    param.degen = static_cast<int32_t>(seed % 2); // without perturbation the dual simplex itself ends the run
+    lp_point point(p);
+    const tvn::simplex_info info = solve(p, param, point);
+    if (info.solsta != tvn::sol_optimal) continue;
+    EXPECT_NE(point.skx.back(), tvn::sk_supbas);
+  }
+}
+
+TEST(DualTrouble, EndsWithALineWhenThereAreTooManyBadEvents) {
+  lp_case p = hard_start(5);
+  crash_bench b(p);
+  b.param.maxsetbacks = 2;
+  EXPECT_EQ(tvn::dsimplex_setback(b.dual), tvn::loop_state::recompute);
+  EXPECT_EQ(tvn::dsimplex_setback(b.dual), tvn::loop_state::recompute);
+  EXPECT_EQ(b.line, "");
+  EXPECT_EQ(tvn::dsimplex_setback(b.dual), tvn::loop_state::finished);
+  EXPECT_EQ(b.line, "Too many (3) bad events\n");
+  EXPECT_EQ(b.state->stop, tvn::simplex_code::max_setbacks);
+}
+
+TEST(DualTrouble, MovesThePivotToleranceWithinItsLimits) {
+  lp_case p = hard_start(5);
+  crash_bench b(p);
+  b.dual.tolpiv = 1e-7;
+  for (int i = 0; i < 5; i++) tvn::dsimplex_notebadpivot(b.dual);
+  EXPECT_EQ(b.dual.tolpiv, 1e-7);
+  tvn::dsimplex_notebadpivot(b.dual);
+  EXPECT_DOUBLE_EQ(b.dual.tolpiv, 1e-6);
+  for (int i = 0; i < 100; i++) tvn::dsimplex_notebadpivot(b.dual);
+  EXPECT_EQ(b.dual.tolpiv, 1e-5);
+  for (int i = 0; i < 5; i++) tvn::dsimplex_notecalm(b.dual);
+  EXPECT_EQ(b.dual.tolpiv, 1e-5);
+  b.dual.setbacks++; // not calm any more
+  for (int i = 0; i < 6; i++) tvn::dsimplex_notecalm(b.dual);
+  EXPECT_EQ(b.dual.tolpiv, 1e-5);
+  for (int i = 0; i < 200; i++) tvn::dsimplex_notecalm(b.dual);
+  EXPECT_DOUBLE_EQ(b.dual.tolpiv, 1e-10);
+}
