@@ -168,6 +168,7 @@ dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta);
 // --- update (dupdate.cpp)
 void dsimplex_setmove(dual_state& s, int32_t j) noexcept;
 void dsimplex_flip(dual_state& s, int32_t numflips);
+// Uses up the pivot row.
 void dsimplex_updateduals(dual_state& s, int32_t q, int32_t leaving, double theta);
 // Values and weights of the basics that aq touches; r: the leaving position.
 void dsimplex_updatebasics(dual_state& s, int32_t r, double step, double pivot);

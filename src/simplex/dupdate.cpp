@@ -66,11 +66,14 @@ void dsimplex_flip(dual_state& s, int32_t numflips) {
 
 void dsimplex_updateduals(dual_state& s, int32_t q, int32_t leaving, double theta) {
   if (theta != 0) {
-    const double* const a = s.alpha.val.data();
+    double* __restrict const a = s.alpha.val.data();
+    double* __restrict const d = s.d.data();
     for (int32_t p = 0; p < s.alpha.count; p++) {
       const int32_t j = s.alpha.idx[p];
-      s.d[j] -= theta * a[j];
+      d[j] -= theta * a[j];
+      a[j] = 0; // the row is not wanted any more: one pass less over it
     }
+    s.alpha.count = 0;
   }
   s.d[q] = 0;
   s.d[leaving] = -theta;

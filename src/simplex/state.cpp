@@ -83,7 +83,14 @@ int64_t row_by_values(simplex_state& s) {
     if (std::fabs(r) <= droprow) continue;
     const int64_t end = w.rowend[i];
     met += end - w.rowbeg[i];
-    for (int64_t e = w.rowbeg[i]; e < end; e++) val[rowcol[e]] += r * rowval[e];
+    int64_t e = w.rowbeg[i];
+    for (; e + 3 < end; e += 4) { // the loop's own cost is a third of the work
+      val[rowcol[e]] += r * rowval[e];
+      val[rowcol[e + 1]] += r * rowval[e + 1];
+      val[rowcol[e + 2]] += r * rowval[e + 2];
+      val[rowcol[e + 3]] += r * rowval[e + 3];
+    }
+    for (; e < end; e++) val[rowcol[e]] += r * rowval[e];
   }
   list_structurals(s, count);
   return met;
