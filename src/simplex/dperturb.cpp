@@ -28,11 +28,11 @@ void shift(dual_state& s, int32_t j, double by) {
 
 } // namespace
 
-void dsimplex_perturbinit(dual_state& s) {
+void dsimplex_perturb(dual_state& s, double factor) {
   const simplex_work& w = s.work;
   double largest = 0;
   for (int32_t j = 0; j < w.total; j++) largest = std::max(largest, std::fabs(w.cost[j]));
-  double size = relsize * (largest > 100 ? std::sqrt(std::sqrt(largest)) : 1.0);
+  double size = factor * relsize * (largest > 100 ? std::sqrt(std::sqrt(largest)) : 1.0);
   if (s.param.degen == 2) size *= 10;
   if (s.param.degen == 4) size *= 0.01;
   for (int32_t j = 0; j < w.total; j++) {

@@ -68,6 +68,23 @@ double working_objective(const dual_state& s) {
   return sum;
 }
 
+// Runs of many times the rows are those of degenerate problems whose ties the first perturbation is too small for; a
+// thousand times it brings qap12 from 160,000 iterations to 50,000, and the primal simplex to 2,400 more.
+constexpr int32_t longrows = 4, longleast = 500;
+constexpr double longfactor = 1000;
+
+bool is_long(const dual_state& s) {
+  return s.phase == 2 && !s.longrun && s.allowperturb &&
+         s.iter - s.phasestart > longleast + static_cast<int64_t>(longrows) * s.work.m;
+}
+
+loop_state perturb_far(dual_state& s) {
+  s.longrun = true;
+  dsimplex_perturb(s, longfactor);
+  s.lastobj = s.bestobj = -HUGE_VAL; // of other costs
+  return loop_state::go_on;
+}
+
 // Objectives that are fresh tell whether the run gets on. Steps can gain what the next recomputation takes back.
 loop_state watch_progress(dual_state& s) {
   const double now = working_objective(s), scale = 1 + std::fabs(now);
@@ -82,6 +99,7 @@ loop_state watch_progress(dual_state& s) {
     s.losses = 0;
   }
   s.lastobj = now;
+  if (is_long(s)) return perturb_far(s);
   if (now > s.bestobj + 1e-9 * scale) {
     s.bestobj = now;
     s.bestiter = s.iter;
@@ -113,7 +131,7 @@ void begin_phase(dual_state& s, int32_t phase) {
   else
     dsimplex_setphasetwo(s);
   s.lastobj = s.bestobj = -HUGE_VAL;
-  s.bestiter = s.iter;
+  s.bestiter = s.phasestart = s.iter;
   s.losses = 0;
   s.info.forcelog = true;
 }
@@ -126,7 +144,7 @@ loop_state first_phase(dual_state& s) {
   const bool boxed = s.numdinf > 0 && (s.feasonly || s.param.dualphaseone != shiftedcosts);
   begin_phase(s, boxed ? 1 : 2);
   if (s.feasonly && !boxed) return dsimplex_finish(s, simplex_code::ok, sol_dual_feas);
-  if (s.allowperturb && s.base.cold) dsimplex_perturbinit(s);
+  if (s.allowperturb && s.base.cold) dsimplex_perturb(s, 1);
   return loop_state::go_on;
 }
 
@@ -161,7 +179,7 @@ loop_state end_of_phaseone(dual_state& s) {
   if (s.numdinf > 0) return loop_state::recompute; // on the true costs the box may have more to give
   begin_phase(s, 2);
   if (s.feasonly) return dsimplex_finish(s, simplex_code::ok, sol_dual_feas);
-  if (s.allowperturb) dsimplex_perturbinit(s);
+  if (s.allowperturb) dsimplex_perturb(s, 1);
   return loop_state::recompute;
 }
 

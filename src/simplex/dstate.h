@@ -99,7 +99,9 @@ struct dual_state {
   int32_t losses = 0;                              // fresh objectives in a row that fell by more than a tenth
   double lastobj = -HUGE_VAL, bestobj = -HUGE_VAL; // fresh working objectives of this phase and cost
   int64_t bestiter = 0;
-  int32_t numdinf = 0; // reduced costs of wrong sign on the true bounds, fresh
+  int64_t phasestart = 0; // iteration
+  bool longrun = false;   // the costs have been moved far because the phase is long
+  int32_t numdinf = 0;    // reduced costs of wrong sign on the true bounds, fresh
   double sumdinf = 0;
 };
 
@@ -175,7 +177,8 @@ void dsimplex_updatebasics(dual_state& s, int32_t r, double step, double pivot);
 void dsimplex_exchange(dual_state& s, int32_t r, int32_t q, bool to_upper);
 
 // --- perturbation (dperturb.cpp)
-void dsimplex_perturbinit(dual_state& s);
+// Moves the costs of all nonbasics, `factor` times as far as at the start of a phase.
+void dsimplex_perturb(dual_state& s, double factor);
 // Levels 1 to 3: how far the costs of the nonbasics near zero reduced cost are moved.
 void dsimplex_kick(dual_state& s, int32_t level);
 void dsimplex_restorecosts(dual_state& s);

@@ -213,6 +213,33 @@ TEST(DualEnd, BringsSuperbasicsIntoTheBasis) {
   }
 }
 
+// Whatever is done to the costs, signs stay right, huge costs stay, and the true costs come back.
+TEST(DualPerturbation, NeverMakesADualInfeasibility) {
+  for (uint64_t seed = 1; seed <= 60; seed++) {
+    lp_case p = seed % 2 ? hard_start(seed) : nasty_case(seed);
+    p.c[0] = 2e6;
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    crash_bench b(p);
+    b.param.degen = static_cast<int32_t>(seed % 5);
+    tvn::dual_state& s = b.dual;
+    tvn::dsimplex_optimize(s);
+    if (b.state->stop != tvn::simplex_code::ok || !s.fac.usable || s.phase != 2) continue;
+    tvn::dsimplex_restorecosts(s);
+    tvn::dsimplex_formd(s);
+    tvn::dsimplex_correctsigns(s);
+    const double huge = s.cost[b.work.m];
+    for (const int32_t level : {1, 2, 3}) tvn::dsimplex_kick(s, level);
+    EXPECT_EQ(s.cost[b.work.m], huge);
+    tvn::dsimplex_perturb(s, 1000);
+    for (int32_t j = 0; j < b.work.total; j++) {
+      if (!s.inlist[j] || s.move[j] == 0) continue;
+      EXPECT_LE(s.move[j] == 2 ? std::fabs(s.d[j]) : -s.move[j] * s.d[j], s.told) << j;
+    }
+    tvn::dsimplex_restorecosts(s);
+    EXPECT_EQ(std::memcmp(s.cost.data(), b.work.cost.data(), sizeof(double) * size_t(b.work.total)), 0);
+  }
+}
+
 TEST(DualTrouble, EndsWithALineWhenThereAreTooManyBadEvents) {
   lp_case p = hard_start(5);
   crash_bench b(p);
