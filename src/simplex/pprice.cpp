@@ -15,7 +15,7 @@ constexpr double freefactor = 100;      // free variables enter first
 constexpr int64_t switchperiod = 1000;  // iterations between looks at the switch
 constexpr int64_t edgeperiod = 500;     // the same for exact weights,
 constexpr double edgeshare = 1.0;       // which may cost this multiple of all other work
-constexpr double rowshare = 0.75;       // of the work saved that may go into pivot rows,
+constexpr double rowshare = 0.9;        // of the work saved that may go into pivot rows,
 constexpr double lookshare = 0.1;       // work of the choice by columns
 constexpr double degenerateshare = 0.7; // of a period: go to approximate steepest edge
 

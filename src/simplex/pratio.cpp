@@ -17,7 +17,7 @@ constexpr double swapslack = 1e-12; // the entering variable's own bound wins wh
 constexpr double nearties = 1.01;   // ratios within this multiple of the least tie with it
 constexpr int32_t manyties = 4;
 constexpr double goodscore = 5;
-constexpr double flatslope = 1e-9;  // of the first slope: from here on the infeasibility does not fall any more
+constexpr double flatslope = 1e-9; // of the first slope: from here on the infeasibility does not fall any more
 
 // The step at which the entering variable meets its other bound.
 double own_range(const primal_state& s, int32_t q) {
@@ -54,7 +54,7 @@ harris_result harris_limit(primal_state& s, double sigma) {
 
 // Among many near ties the leaving variable is drawn: the first, from a random place in a random direction, whose pivot
 // is not far below the largest and whose column is not among the shortest. The largest takes over from a poor one.
-ratio_result settle_ties(primal_state& s, const ratio_result& best, double sigma, int32_t num) {
+ratio_result settle_ties(primal_state& s, const ratio_result& best, double sigma, harris_result h) {
   double least = bound_infinity;
   const auto ratio_at = [&](int32_t k) {
     const double rate = -sigma * s.aq.val[k];
@@ -62,9 +62,9 @@ ratio_result settle_ties(primal_state& s, const ratio_result& best, double sigma
     return std::max(0.0, (rate < 0 ? b.x - b.lo : b.up - b.x) / std::fabs(rate));
   };
   int32_t ties = 0;
-  for (int32_t p = 0; p < num; p++) least = std::min(least, ratio_at(s.near[p]));
-  const double limit = std::max(nearties * least, best.step);
-  for (int32_t p = 0; p < num; p++)
+  for (int32_t p = 0; p < h.num; p++) least = std::min(least, ratio_at(s.near[p]));
+  const double limit = std::min(h.tmax, std::max(nearties * least, best.step));
+  for (int32_t p = 0; p < h.num; p++)
     if (ratio_at(s.near[p]) <= limit) s.near[ties++] = s.near[p];
   if (ties < manyties) return best;
   int32_t at = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * ties);
@@ -111,7 +111,7 @@ ratio_result psimplex_stepsize(primal_state& s, int32_t q, double sigma) {
     drawn = std::max(drawn, 1);
     r = {k, ratio, rate > 0, false, size};
   }
-  if (num >= (getenv("NT")?atoi(getenv("NT")):1000000) && r.position >= 0 && !s.random) r = settle_ties(s, r, sigma, num);
+  if (num >= manyties && r.position >= 0 && !s.random) r = settle_ties(s, r, sigma, {tmax, num});
   if (range < bound_infinity && (r.position < 0 || range <= r.step + swapslack))
     r = {-1, std::max(0.0, range), false, true, 1.0};
   return r;

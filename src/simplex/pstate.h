@@ -113,8 +113,8 @@ struct primal_state {
   int64_t stalled = 0;                   // degenerate steps in a row
   bool random = false;                   // stalled for long: entering and leaving variables are drawn (random edge)
   bool accepting = false;                // true bounds gave way within the tolerance asked for: they do not come back
-  bool lenient = false;                  // nothing but refused columns is left: their small pivots count until the next step
-  int32_t successive = 0;                // recoveries without a good iteration between
+  bool lenient = false;   // nothing but refused columns is left: their small pivots count until the next step
+  int32_t successive = 0; // recoveries without a good iteration between
   int64_t setbacks = 0;
   double workprice = 0;                // units of work since the last switch of pricing: pivot rows and lists,
   double workfactor = 0, workedge = 0; // the factor up to its last refactorisation, the solves for exact weights
