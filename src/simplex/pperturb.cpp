@@ -124,7 +124,9 @@ void psimplex_kick(primal_state& s) {
   const double f = static_cast<double>(s.perioddeg) / static_cast<double>(s.degenperiod);
   s.periodstart = s.iter;
   s.perioddeg = 0;
+  const double toldegs = std::min(10.0, 10 * s.param.tols);
   if (s.degenmode == 0 || !s.allowperturb || f <= 0.05) return;
+  if (s.phase == 2 && 100 * toldegs > std::fabs(s.info.objective)) return;
   const double tolx = s.param.tolx;
   const double strong = 0.05 * std::min(1e-6, tolx), medium = 0.01 * std::min(1e-7, tolx),
                weak = 0.005 * std::min(1e-7, tolx);
@@ -166,6 +168,7 @@ void psimplex_variablereset(primal_state& s) {
     s.up[j] = s.work.upper[j];
     if (s.key[j] == sk_low || s.key[j] == sk_fix) s.x[j] = s.lo[j];
     if (s.key[j] == sk_upr) s.x[j] = s.up[j];
+    if (s.key[j] == sk_supbas) s.x[j] = std::min(s.up[j], std::max(s.lo[j], s.x[j]));
   }
   for (int32_t j = 0; j < s.work.total && s.numbanned > 0; j++) s.banned[j] = 0;
   s.numbanned = 0;

@@ -11,13 +11,14 @@ namespace tvn {
 
 namespace {
 
-constexpr double freefactor = 100;      // free variables enter first
-constexpr int64_t switchperiod = 1000;  // iterations between looks at the switch
-constexpr int64_t edgeperiod = 500;     // the same for exact weights,
-constexpr double edgeshare = 1.0;       // which may cost this multiple of all other work
-constexpr double rowshare = 0.9;        // of the work saved that may go into pivot rows,
-constexpr double lookshare = 0.1;       // work of the choice by columns
-constexpr double degenerateshare = 0.7; // of a period: go to approximate steepest edge
+constexpr double freefactor = 100;       // free variables enter first
+constexpr int64_t switchperiod = 1000;   // iterations between looks at the switch
+constexpr int64_t edgeperiod = 500;      // the same for exact weights,
+constexpr double edgeshare = 1.0;        // which may cost this multiple of all other work
+constexpr int64_t refreshperiod = 10000; // iterations on one reference framework, or m
+constexpr double rowshare = 0.9;         // of the work saved that may go into pivot rows,
+constexpr double lookshare = 0.1;        // work of the choice by columns
+constexpr double degenerateshare = 0.7;  // of a period: go to approximate steepest edge
 
 bool attractive(const primal_state& s, int32_t j, double d) {
   if (s.banned[j]) return false;
@@ -185,6 +186,7 @@ void psimplex_rebuildcandidates(primal_state& s) noexcept {
     return;
   }
   fill_list(s);
+  s.listed = s.iter;
   s.numcand = 0;
   for (int32_t j = 0; j < s.work.total; j++)
     if (s.fac.pos[j] < 0) psimplex_setcandidate(s, j);
@@ -193,6 +195,7 @@ void psimplex_rebuildcandidates(primal_state& s) noexcept {
 void psimplex_resetweights(primal_state& s) {
   const simplex_work& w = s.work;
   s.weighterrors = 0;
+  s.refreshed = s.iter;
   bool slack = true;
   for (int32_t k = 0; k < w.m && slack; k++) slack = w.is_logical(s.fac.head[k]);
   const bool norms = slack && (s.method == sel_se || s.method == sel_se + sel_restrict);
@@ -231,6 +234,7 @@ void psimplex_choosepricing(primal_state& s) {
   for (int32_t k = 0; k < w.n; k++) s.maxcollen = std::max(s.maxcollen, w.colbeg[k + 1] - w.colbeg[k]);
   const double m = std::max(1, w.m), r = (1.5 * m + w.n) / m;
   const bool cold = s.base.cold;
+  s.resetmode = r > 50;
   const int32_t pct = s.param.restrictpct;
   s.wanted = sel_switch;
   if (s.param.selection != sel_free) {
@@ -279,6 +283,9 @@ bool psimplex_choosepricingswitch(primal_state& s) {
     const auto since = static_cast<double>(s.iter - s.lastswitch);
     const double row = static_cast<double>(w.colbeg[w.n]) * s.workprice / std::max(1, w.m) + lookshare * w.n * since;
     if (since >= 10 && row < rowshare * fewer * (factor_work(s) + s.workprice)) to = sel_se;
+  } else if (s.method == sel_devex && s.iter - s.refreshed >= std::max<int64_t>(refreshperiod, w.m)) {
+    psimplex_resetweights(s);
+    return true;
   } else if (s.lastswitch == 0 && (s.method == sel_devex || s.method == sel_ase + sel_restrict)) {
     // Exact weights save about a third of the iterations for one more solve in each. They are formed while the basis is
     // still nearly all logicals, where each costs a few operations.

@@ -19,12 +19,6 @@ constexpr int32_t manyties = 4;
 constexpr double goodscore = 5;
 constexpr double flatslope = 1e-9; // of the first slope: from here on the infeasibility does not fall any more
 
-// The step at which the entering variable meets its other bound.
-double own_range(const primal_state& s, int32_t q) {
-  const double range = s.up[q] - s.lo[q];
-  return s.key[q] == sk_supbas || range >= bound_infinity ? bound_infinity : range;
-}
-
 struct harris_result {
   double tmax;
   int32_t num; // in s.near: all positions whose true ratio is within tmax are among them
@@ -91,10 +85,14 @@ bool acceptable(double p, double largest) {
 
 } // namespace
 
-ratio_result psimplex_stepsize(primal_state& s, int32_t q, double sigma) {
+double psimplex_ownrange(const primal_state& s, int32_t q, double sigma) {
+  const double bound = sigma > 0 ? s.up[q] : s.lo[q];
+  return std::fabs(bound) >= bound_infinity ? bound_infinity : std::max(0.0, sigma * (bound - s.x[q]));
+}
+
+ratio_result psimplex_stepsize(primal_state& s, double sigma, double range) {
   ratio_result r;
   const auto [tmax, num] = harris_limit(s, sigma);
-  const double range = own_range(s, q);
   int32_t drawn = 0;
   for (int32_t p = 0; p < num; p++) {
     const int32_t k = s.near[p];
@@ -149,7 +147,7 @@ ratio_result psimplex_stepsize_phaseone(primal_state& s, int32_t q, double sigma
   const auto later = [](const breakpoint& a, const breakpoint& b) {
     return a.ratio > b.ratio || (a.ratio == b.ratio && a.position > b.position);
   };
-  const double range = own_range(s, q);
+  const double range = psimplex_ownrange(s, q, sigma);
   const int32_t num = collect_breakpoints(s, sigma);
   breakpoint* const first = s.breaks.begin();
   breakpoint* last = first + num; // [first, last) is the heap, [last, first + num) the passed ones, newest first

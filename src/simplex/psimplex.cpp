@@ -11,33 +11,20 @@ namespace tvn {
 
 namespace {
 
-constexpr int32_t maxresets = 6;      // returns to the true bounds that may be followed by new perturbation
 constexpr int64_t budgetreserve = 40; // iterations left: no more perturbation
-constexpr double tolpivmax = 1e-4;
-constexpr int32_t maxupdates = 500;                        // on one factor, whatever the cost of a solve says
-constexpr int64_t stallperturbed = 2000, stallplain = 200; // degenerate steps in a row before random edges
-constexpr double smallstep = 1e-12;                        // steps up to this count as degenerate,
-constexpr double smallprogress = 1e-9;                     // of the objective, between two fresh values far apart
-constexpr double smallgain = 1e-11;  // and gains up to this part of the objective as standing still
-constexpr double minshare = 1e-9;    // of the largest entry of its column: a smaller pivot is rounding
-constexpr double feasibleshift = 10; // times tolfeas: infeasibility that a shift of the working bound absorbs
+constexpr int32_t maxupdates = 500;   // on one factor, whatever the cost of a solve says
+constexpr int64_t stallplain = 200;   // degenerate steps in a row before random edges
+constexpr int64_t calmperiod = 1000;  // iterations between looks at the pivot tolerance
+constexpr int64_t listperiod = 5000;  // and between two fillings of a restricted list
+constexpr int32_t maxtries = 10;      // setbacks at one iteration: its column is banned
+constexpr double smallstep = 1e-12;   // steps up to this count as degenerate,
+constexpr double smallgain = 1e-11;   // and gains up to this part of the objective as standing still
+constexpr double minshare = 1e-9;     // of the largest entry of its column: a smaller pivot is rounding
 
 double direction(const primal_state& s, int32_t q, double d) {
   if (s.key[q] == sk_low) return 1.0;
   if (s.key[q] == sk_upr) return -1.0;
   return d < 0 ? 1.0 : -1.0;
-}
-
-loop_state finish(primal_state& s, simplex_code code, int32_t solsta) {
-  s.stop = code;
-  s.info.solsta = solsta;
-  return loop_state::finished;
-}
-
-void set_objective(primal_state& s) {
-  s.info.objective = TVN_simplex_pointobjective(s.base);
-  s.info.sumpinf = s.phase == 1 ? s.suminf : 0.0;
-  s.info.phase = s.phase;
 }
 
 simplex_code stop_code(int32_t stop) { return stop == 2 ? simplex_code::peer_stop : simplex_code::user_stop; }
@@ -52,129 +39,39 @@ loop_state check_limits(primal_state& s) {
   const bool line = s.param.logfreq > 0 && (s.iter % s.param.logfreq == 0 || s.info.forcelog);
   if (line) {
     if (s.phase == 1) psimplex_countinf(s);
-    set_objective(s);
+    psimplex_setobjective(s);
     if (const int32_t stop = s.progress(simplex_event::iteration, s.info))
-      return finish(s, stop_code(stop), sol_unknown);
+      return psimplex_finish(s, stop_code(stop), sol_unknown);
     s.info.forcelog = false;
   }
-  if (total_iterations(s) >= s.param.maxiterations) return finish(s, simplex_code::max_iterations, sol_unknown);
+  if (total_iterations(s) >= s.param.maxiterations)
+    return psimplex_finish(s, simplex_code::max_iterations, sol_unknown);
   if (s.iter % 8 != 0) return loop_state::go_on;
   if (TVN_simplex_poll(s.base)) return loop_state::finished;
   if (s.phase == 2 && s.param.usecutlow && s.iter % 64 == 0) {
-    set_objective(s);
-    if (s.info.objective < s.param.cutlow) return finish(s, simplex_code::objective_range, sol_unknown);
+    psimplex_setobjective(s);
+    if (s.info.objective < s.param.cutlow) return psimplex_finish(s, simplex_code::objective_range, sol_unknown);
   }
   return loop_state::go_on;
 }
 
-loop_state setback(primal_state& s) {
-  s.refactor = true;
-  auto& count = s.info.count[kind_primal];
-  count.setbacks = ++s.setbacks;
-  return s.setbacks > s.param.maxsetbacks ? finish(s, simplex_code::max_setbacks, sol_unknown) : loop_state::recompute;
+void clear_vectors(primal_state& s) noexcept {
+  s.spike.clear();
+  s.aq.clear();
+  s.rho.clear();
+  s.alpha.clear();
+  s.tau.clear();
 }
 
-// A variable that a repair threw out rests at its nearest bound and may not come back before the next reset.
-void rest_at_bound(primal_state& s, int32_t j) {
-  const double lo = s.lo[j], up = s.up[j];
-  if (lo <= -bound_infinity && up >= bound_infinity) {
-    s.key[j] = sk_supbas;
-  } else if (s.work.is_fixed(j)) {
-    s.key[j] = sk_fix;
-    s.x[j] = s.work.lower[j];
-  } else if (up >= bound_infinity || (lo > -bound_infinity && std::fabs(s.x[j] - lo) <= std::fabs(up - s.x[j]))) {
-    s.key[j] = sk_low;
-    s.x[j] = lo;
-  } else {
-    s.key[j] = sk_upr;
-    s.x[j] = up;
+// An optimum is reached, but some nonbasics stand between their bounds.
+loop_state remove_superbasics(primal_state& s) {
+  for (int32_t j = psimplex_findsuperbasic(s); j >= 0; j = psimplex_findsuperbasic(s)) {
+    const loop_state state = psimplex_rmsuperbasic(s, j);
+    clear_vectors(s);
+    if (state == loop_state::finished || check_limits(s) == loop_state::finished) return loop_state::finished;
+    if (state == loop_state::recompute || s.soon) break;
   }
-}
-
-// Keys, lists and bans after a repair of the basis.
-loop_state follow_repair(primal_state& s, std::span<const basis_exchange> exchanges) {
-  for (const auto [leaving, entering] : exchanges) {
-    rest_at_bound(s, leaving);
-    psimplex_leavebasis(s, leaving);
-    psimplex_enterbasis(s, entering);
-    if (s.iter > 0 && !s.banned[leaving]) {
-      s.banned[leaving] = 1;
-      s.numbanned++;
-    }
-  }
-  s.info.count[kind_primal].artificials += static_cast<int64_t>(exchanges.size());
-  if (++s.successive > 1) {
-    s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
-    TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 2 * TVN_lu_gettol(s.fac.factor, 2)));
-  }
-  return !exchanges.empty() && s.iter > 0 ? setback(s) : loop_state::go_on;
-}
-
-loop_state refactor(primal_state& s) {
-  buffer<basis_exchange> exchanges(s.sys, s.work.m);
-  s.workfactor += TVN_lu_getupdatework(s.fac.factor);
-  const int32_t num = TVN_simplex_refactor(s.base, kind_primal, exchanges);
-  if (num < 0) return loop_state::finished;
-  s.workfactor += TVN_lu_getfactorwork(s.fac.factor);
-  const loop_state state = num > 0 ? follow_repair(s, {exchanges.data(), static_cast<size_t>(num)}) : loop_state::go_on;
-  s.refactor = s.soon = false;
-  return state == loop_state::finished ? state : loop_state::go_on;
-}
-
-// Small infeasibilities of a point that was feasible are rounding: the working bound gives way to them.
-// `relative` is to the bound in the user's units.
-bool absorb_infeasibilities(primal_state& s, double relative) {
-  for (int32_t k = 0; k < s.work.m; k++) {
-    const int32_t j = s.fac.head[k];
-    const double below = s.lo[j] - s.x[j], above = s.x[j] - s.up[j], f = s.work.factor(j);
-    const double limit =
-        std::max(feasibleshift * s.tolfeas, relative * (1 / f + std::fabs(below > above ? s.lo[j] : s.up[j])));
-    if (std::max(below, above) > limit) return false;
-  }
-  for (int32_t k = 0; k < s.work.m; k++) {
-    const int32_t j = s.fac.head[k];
-    s.lo[j] = std::min(s.lo[j], s.x[j]);
-    s.up[j] = std::max(s.up[j], s.x[j]);
-  }
-  s.perturbed = true;
-  psimplex_countinf(s);
-  return true;
-}
-
-// Steps can gain what the next recomputation takes back. Over many steps only the fresh objective tells progress.
-void watch_progress(primal_state& s) {
-  const double now = s.phase == 1 ? s.suminf : s.info.objective;
-  if (s.phase != s.bestphase || s.resets != s.bestresets || now < s.best - smallprogress * s.objscale) {
-    s.best = now;
-    s.bestiter = s.iter;
-    s.bestphase = s.phase;
-    s.bestresets = s.resets;
-  } else if (s.iter - s.bestiter > stallperturbed + 2 * s.work.m) {
-    s.random = !psimplex_unstall(s);
-    s.bestphase = 0; // begin anew
-  }
-}
-
-// Fresh factor, x, phase and d.
-loop_state recompute(primal_state& s) {
-  if (refactor(s) == loop_state::finished) return loop_state::finished;
-  TVN_simplex_formxb(s.fac, s.x);
-  psimplex_countinf(s);
-  const bool wasfeasible = s.phase == 2;
-  if (wasfeasible && s.numinf > 0 && s.allowperturb) absorb_infeasibilities(s, 0);
-  psimplex_gatherbasics(s);
-  s.phase = s.numinf > 0 ? 1 : 2;
-  if (wasfeasible != (s.phase == 2)) s.info.forcelog = true;
-  if (wasfeasible && s.phase == 1) s.setbacks++;
-  set_objective(s);
-  s.objscale = 1 + std::fabs(s.phase == 1 ? s.suminf : s.info.objective);
-  watch_progress(s);
-  psimplex_formd(s);
-  psimplex_rebuildcandidates(s);
-#if TVN_CHECK_LEVEL >= 2
-  psimplex_check(s);
-#endif
-  return loop_state::go_on;
+  return s.refactor = true, loop_state::recompute;
 }
 
 // The pricing found nothing.
@@ -184,21 +81,22 @@ loop_state end_of_pricing(primal_state& s) {
     for (int32_t j = 0; j < s.work.total; j++) s.banned[j] = 0;
     s.numbanned = 0;
     s.lenient = true;
-    return setback(s);
+    return psimplex_setback(s);
   }
   if (s.phase == 1 && !s.perturbed) {
-    if (!s.param.acceptinfeas || s.accepting || !absorb_infeasibilities(s, s.param.tolx))
-      return finish(s, simplex_code::ok, sol_prim_infeas_cer);
+    if (!s.param.acceptinfeas || s.accepting || !psimplex_absorb(s, s.param.tolx))
+      return psimplex_finish(s, simplex_code::ok, sol_prim_infeas_cer);
     s.accepting = true;
     s.allowperturb = false;
     return s.refactor = true, loop_state::recompute;
   }
+  if (s.phase == 2 && !s.perturbed && psimplex_findsuperbasic(s) >= 0) return remove_superbasics(s);
   if (s.phase == 2 && (!s.perturbed || s.accepting)) {
     if (s.accepting) {
       psimplex_variablereset(s);
       TVN_simplex_formxb(s.fac, s.x);
     }
-    return finish(s, simplex_code::ok, sol_optimal);
+    return psimplex_finish(s, simplex_code::ok, sol_optimal);
   }
   psimplex_variablereset(s);
   if (++s.resets >= maxresets) s.allowperturb = false;
@@ -210,8 +108,9 @@ loop_state end_of_pricing(primal_state& s) {
   return loop_state::recompute;
 }
 
-// Reduced cost of q from its column: the independent second value. The sum of squares comes with it.
-double column_reducedcost(primal_state& s, int32_t q) {
+} // namespace
+
+double psimplex_columnreducedcost(primal_state& s, int32_t q) {
   const double* const aq = s.aq.val.data();
   const bool first = s.phase == 1;
   double d = s.cost(q), norm = 0, largest = 0;
@@ -227,6 +126,8 @@ double column_reducedcost(primal_state& s, int32_t q) {
   return d;
 }
 
+namespace {
+
 // Compares two values of one quantity; the more digits agree the more updates the factor may carry.
 bool wants_refactor(const primal_state& s, double a, double b) {
   const double e = std::max(std::fabs(a - b) / (std::fabs(b) + 1), 1e-15);
@@ -239,32 +140,18 @@ bool wants_refactor(const primal_state& s, double a, double b) {
   return k <= 7 && u > 150;
 }
 
-void clear_vectors(primal_state& s) noexcept {
-  s.spike.clear();
-  s.aq.clear();
-  s.rho.clear();
-  s.alpha.clear();
-  s.tau.clear();
-}
-
-void ban(primal_state& s, int32_t q) {
-  s.banned[q] = 1;
-  s.numbanned++;
-  psimplex_setcandidate(s, q);
-}
-
 // No blocking bound.
 loop_state unbounded(primal_state& s, int32_t q, double sigma) {
   if (s.phase == 1) {
     // The composite objective is bounded below, so the column has lost its digits.
-    ban(s, q);
-    return setback(s);
+    psimplex_ban(s, q);
+    return psimplex_setback(s);
   }
   if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
   if (s.perturbed) {
     psimplex_variablereset(s);
     s.phase = 1;
-    return setback(s);
+    return psimplex_setback(s);
   }
   if (s.tolpiv > s.param.tolabspiv) {
     s.tolpiv = std::max(1e-12, 0.1 * s.tolpiv);
@@ -273,7 +160,7 @@ loop_state unbounded(primal_state& s, int32_t q, double sigma) {
   for (int32_t j = 0; j < s.work.total; j++) s.x[j] = 0;
   s.x[q] = sigma;
   for (int32_t p = 0; p < s.aq.count; p++) s.x[s.fac.head[s.aq.idx[p]]] = -sigma * s.aq.val[s.aq.idx[p]];
-  return finish(s, simplex_code::ok, sol_dual_infeas_cer);
+  return psimplex_finish(s, simplex_code::ok, sol_dual_infeas_cer);
 }
 
 void swap_bound(primal_state& s, int32_t q, double sigma, double step) {
@@ -300,12 +187,7 @@ loop_state update_factor(primal_state& s, int32_t position) {
   switch (TVN_lu_supd(s.fac.factor, position, s.spike)) {
   case lu_code::done: break;
   case lu_code::refactor_advised: s.soon = true; break;
-  default:
-    // Refused: the new basis is factored afresh, with care.
-    s.fac.usable = false;
-    s.refactor = true;
-    TVN_lu_puttol(s.fac.factor, 2, std::min(1.5 * TVN_lu_gettol(s.fac.factor, 2), 0.1));
-    return setback(s);
+  default: return psimplex_refusedupdate(s, position);
   }
   if (++s.fac.since >= maxupdates) s.soon = true;
   return loop_state::go_on;
@@ -319,8 +201,9 @@ void steepest_edge_vector(primal_state& s) {
   s.workedge += TVN_lu_getupdatework(s.fac.factor) - before;
 }
 
-// Exchange of q with the variable at r.position, all quantities updated.
-loop_state pivot(primal_state& s, int32_t q, double sigma, double dq, const ratio_result& r) {
+} // namespace
+
+loop_state psimplex_pivot(primal_state& s, int32_t q, double sigma, double dq, const ratio_result& r) {
   const int32_t leaving = s.fac.head[r.position];
   const double a = s.aq.val[r.position], theta = dq / a;
   TVN_simplex_rowofinverse(s.base, r.position);
@@ -329,7 +212,7 @@ loop_state pivot(primal_state& s, int32_t q, double sigma, double dq, const rati
     steepest_edge_vector(s);
     s.workprice += static_cast<double>(TVN_simplex_formrow(s.base)) + s.alpha.count;
     const double arow = s.work.is_logical(q) ? -s.rho.val[q] : s.alpha.val[q];
-    if (s.fac.since > 0 && std::fabs(arow - a) > 1e-3 * (std::fabs(a) + 1)) return setback(s);
+    if (s.fac.since > 0 && std::fabs(arow - a) > 1e-3 * (std::fabs(a) + 1)) return psimplex_losepivot(s);
     if (wants_refactor(s, arow, a)) s.soon = true;
   } else {
     s.workprice += s.rho.count;
@@ -362,6 +245,8 @@ loop_state pivot(primal_state& s, int32_t q, double sigma, double dq, const rati
   return update_factor(s, r.position);
 }
 
+namespace {
+
 // `gain` is the fall of the objective of the phase.
 void count_iteration(primal_state& s, double step, double gain) {
   auto& count = s.info.count[kind_primal];
@@ -392,30 +277,35 @@ loop_state iterate(primal_state& s) {
   const price_result price = psimplex_select(s);
   if (price.j < 0) return end_of_pricing(s);
   const int32_t q = price.j;
+  if (s.iter == s.triesiter && s.tries > maxtries) {
+    s.tries = 0;
+    psimplex_ban(s, q);
+    return loop_state::go_on;
+  }
   TVN_simplex_solvecolumn(s.base, q);
-  const double dq = column_reducedcost(s, q), sigma = direction(s, q, dq);
+  const double dq = psimplex_columnreducedcost(s, q), sigma = direction(s, q, dq);
   s.d[q] = dq;
   if (dq * sigma > -0.1 * s.tols) {
     // The sign is gone: the reduced cost was rounding.
-    if (s.fac.since > 0 || !s.freshd) return setback(s);
-    ban(s, q);
+    if (s.fac.since > 0 || !s.freshd) return psimplex_setback(s);
+    psimplex_ban(s, q);
     return loop_state::go_on;
   }
   if (std::fabs(price.d) > 0.01 && wants_refactor(s, price.d, dq)) s.soon = true;
-  const ratio_result r =
-      s.phase == 1 ? psimplex_stepsize_phaseone(s, q, sigma, -std::fabs(dq)) : psimplex_stepsize(s, q, sigma);
+  const ratio_result r = s.phase == 1 ? psimplex_stepsize_phaseone(s, q, sigma, -std::fabs(dq))
+                                      : psimplex_stepsize(s, sigma, psimplex_ownrange(s, q, sigma));
   if (r.position < 0 && !r.swap) return unbounded(s, q, sigma);
   if (!r.swap && r.pivot < 1e-5 && s.fac.since > 5) return s.refactor = true, loop_state::recompute;
   if (!r.swap && r.pivot < minshare * s.colmax && !s.lenient) {
     if (s.fac.since > 5) return s.refactor = true, loop_state::recompute;
-    ban(s, q);
+    psimplex_ban(s, q);
     return loop_state::go_on;
   }
   loop_state state = loop_state::go_on;
   if (r.swap)
     swap_bound(s, q, sigma, r.step);
   else
-    state = pivot(s, q, sigma, dq, r);
+    state = psimplex_pivot(s, q, sigma, dq, r);
   count_iteration(s, r.step, std::fabs(dq) * r.step);
   if (state != loop_state::go_on) return state;
   if (s.phase == 1) {
@@ -428,6 +318,13 @@ loop_state iterate(primal_state& s) {
 }
 
 } // namespace
+
+bool TVN_simplex_primalfeas(simplex_state& s) {
+  primal_state p(s);
+  p.tofeasible = true;
+  psimplex_optimize(p);
+  return s.stop == simplex_code::ok && s.info.solsta == sol_prim_feas;
+}
 
 namespace {
 
@@ -448,6 +345,20 @@ void allocate(primal_state& s) {
 
 } // namespace
 
+namespace {
+
+// Feasible within the working bounds: the answer when these are the true ones, which else come back now.
+loop_state rest_feasible(primal_state& s) {
+  if (!s.perturbed) return psimplex_finish(s, simplex_code::ok, sol_prim_feas);
+  psimplex_variablereset(s);
+  s.allowperturb = false;
+  s.phase = 1;
+  s.refactor = true;
+  return loop_state::recompute;
+}
+
+} // namespace
+
 void psimplex_optimize(primal_state& s) {
   allocate(s);
   s.tolfeas = std::min(1e-8, s.param.tolx);
@@ -457,8 +368,8 @@ void psimplex_optimize(primal_state& s) {
   TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
   const bool cold = s.base.cold;
   s.allowperturb = s.param.degen != 0 && s.param.maxiterations >= budgetreserve;
-  s.degenmode = !s.allowperturb ? 0 : cold && s.param.degen != 4 ? 3 : 1;
   psimplex_choosepricing(s);
+  s.degenmode = !s.allowperturb ? 0 : s.param.degen == 4 ? 1 : cold ? 3 : s.resetmode ? 1 : 2;
   if (s.allowperturb && cold) psimplex_perturbinit(s);
   psimplex_resetweights(s);
   s.info.forcelog = true;
@@ -466,12 +377,18 @@ void psimplex_optimize(primal_state& s) {
   s.refactor = true;
   for (;;) {
     if (s.refactor || s.soon) {
-      if (recompute(s) == loop_state::finished) break;
+      if (psimplex_recompute(s) == loop_state::finished) break;
+      if (s.tofeasible && s.phase == 2 && rest_feasible(s) == loop_state::finished) break;
       continue;
     }
     if (check_limits(s) == loop_state::finished) break;
     if (s.iter - s.periodstart >= s.degenperiod) psimplex_kick(s);
     if (s.iter % 100 == 0 && !psimplex_choosepricingswitch(s)) break;
+    if (s.iter % calmperiod == 0) psimplex_calm(s);
+    if (s.restricted && s.iter - s.listed >= listperiod) {
+      psimplex_formd(s);
+      psimplex_rebuildcandidates(s);
+    }
     if (s.weighterrors > 3) psimplex_resetweights(s);
     const loop_state state = iterate(s);
     clear_vectors(s);
@@ -481,7 +398,7 @@ void psimplex_optimize(primal_state& s) {
     if (state == loop_state::finished) break;
   }
   clear_vectors(s);
-  set_objective(s);
+  psimplex_setobjective(s);
 }
 
 } // namespace tvn

@@ -113,13 +113,36 @@ struct primal_state {
   int64_t stalled = 0;                   // degenerate steps in a row
   bool random = false;                   // stalled for long: entering and leaving variables are drawn (random edge)
   bool accepting = false;                // true bounds gave way within the tolerance asked for: they do not come back
-  bool lenient = false;   // nothing but refused columns is left: their small pivots count until the next step
-  int32_t successive = 0; // recoveries without a good iteration between
+  bool lenient = false;     // nothing but refused columns is left: their small pivots count until the next step
+  bool tofeasible = false;  // the run ends at the first point that is feasible within the true bounds
+  bool resetmode = false;   // many more columns than rows: widened bounds come back at the next recomputation
+  bool careful = false;     // the next factorisation refuses small pivots
+  int64_t triesiter = -1;   // iteration of the last setback,
+  int32_t tries = 0;        // and how many it has had
+  int64_t calmsetbacks = 0; // setbacks at the last calm check
+  int64_t refreshed = 0;    // iteration at which the reference framework was set,
+  int64_t listed = 0;       // and the one at which a restricted list was filled
+  int32_t successive = 0;   // recoveries without a good iteration between
   int64_t setbacks = 0;
   double workprice = 0;                // units of work since the last switch of pricing: pivot rows and lists,
   double workfactor = 0, workedge = 0; // the factor up to its last refactorisation, the solves for exact weights
   int64_t lastswitch = 0;
 };
+
+constexpr int32_t maxresets = 6;         // returns to the true bounds that may be followed by new perturbation
+constexpr int64_t stallperturbed = 2000; // and as many steps plus 2m without progress are a stall
+
+// --- factor, point and bad events (prefactor.cpp)
+loop_state psimplex_finish(primal_state& s, simplex_code code, int32_t solsta);
+void psimplex_setobjective(primal_state& s);
+void psimplex_ban(primal_state& s, int32_t q); // it does not enter before the next reset
+loop_state psimplex_setback(primal_state& s);
+loop_state psimplex_losepivot(primal_state& s);                       // two values of a pivot disagree
+loop_state psimplex_refusedupdate(primal_state& s, int32_t position); // the factor would not take a pivot
+void psimplex_calm(primal_state& s);                                  // lowers the pivot tolerance after a calm period
+// Widens the working bounds of the basics by small infeasibilities; false: some are larger.
+bool psimplex_absorb(primal_state& s, double relative);
+loop_state psimplex_recompute(primal_state& s);
 
 // --- recomputation (pphase.cpp)
 void psimplex_gatherbasics(primal_state& s) noexcept; // s.basics from x, bounds and cost
@@ -150,7 +173,9 @@ void psimplex_enterbasis(primal_state& s, int32_t j) noexcept;
 void psimplex_leavebasis(primal_state& s, int32_t j) noexcept;
 
 // --- ratio tests (pratio.cpp); sigma is the direction of the entering variable, +1 or -1
-ratio_result psimplex_stepsize(primal_state& s, int32_t q, double sigma);
+// range: the step at which the entering variable meets an end of its own.
+double psimplex_ownrange(const primal_state& s, int32_t q, double sigma);
+ratio_result psimplex_stepsize(primal_state& s, double sigma, double range);
 ratio_result psimplex_stepsize_phaseone(primal_state& s, int32_t q, double sigma, double slope);
 
 // --- update (pupdate.cpp)
@@ -164,10 +189,22 @@ void psimplex_kick(primal_state& s);
 bool psimplex_unstall(primal_state& s);
 void psimplex_variablereset(primal_state& s);
 
+// --- superbasics (psuper.cpp): nonbasics with the key sk_supbas off their bounds; a free one rests at zero
+// The first one, -1: none.
+int32_t psimplex_findsuperbasic(const primal_state& s);
+// Moves j to its nearest bound or, where a basic blocks the way, into the basis. Its reduced cost is within tolerance.
+loop_state psimplex_rmsuperbasic(primal_state& s, int32_t j);
+
 // --- audit (pcheck.cpp): stops on a breach
 void psimplex_check(primal_state& s);
 
 // --- the loop (psimplex.cpp): the shared state ready with keys, head and x of the nonbasics set.
 void psimplex_optimize(primal_state& s);
+// Exchange of q with the variable at r.position, all quantities updated; dq its reduced cost, sigma its direction.
+loop_state psimplex_pivot(primal_state& s, int32_t q, double sigma, double dq, const ratio_result& r);
+// Reduced cost of q from its column in s.aq: the independent second value. Norm and largest entry come with it.
+double psimplex_columnreducedcost(primal_state& s, int32_t q);
+// Runs to feasibility only; true: s.x is within the bounds. For callers that need a feasible basis and no optimum.
+bool TVN_simplex_primalfeas(simplex_state& s);
 
 } // namespace tvn

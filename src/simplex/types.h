@@ -92,6 +92,7 @@ enum class simplex_event : int32_t {
   begin_presolve,
   end_presolve,
   presolve_line, // info.line holds a line of presolve's report
+  line,          // info.line holds a line of the optimizer in hand
 };
 
 struct simplex_counters {
@@ -116,7 +117,7 @@ struct simplex_info {
   double mindiag = 0, maxdiag = 0;     // magnitudes on the diagonal of U
   double primalviol = 0, dualviol = 0; // worst relative violations on the user's data, set at the end
   prslv_stats prslv;                   // of presolve
-  const char* line = nullptr;          // with the event presolve_line
+  const char* line = nullptr;          // with the events presolve_line and line
   int32_t cleanups = 0;                // runs on the user's problem after postsolve
   int64_t cleaniterations = 0;
 };

@@ -182,6 +182,7 @@ int32_t event_code(simplex_event event, bool dual) {
   case simplex_event::begin_setup:
   case simplex_event::end_setup:
   case simplex_event::presolve_line:
+  case simplex_event::line:
   case simplex_event::poll: break;
   }
   return dual ? TVN_CALLBACK_IM_DUAL_SIMPLEX : TVN_CALLBACK_IM_PRIMAL_SIMPLEX;
@@ -214,6 +215,7 @@ int32_t simplex_progress_function(void* handle, simplex_event event, const simpl
     log_head(t);
   }
   if (logged && event == simplex_event::iteration) log_line(run, info);
+  if (logged && event == simplex_event::line) echo(t, TVN_STREAM_MSG, "%s", info.line);
   const TVNrescodee code = TVN_tovanlog(&t, event_code(event, dual));
   if (code == TVN_RES_OK) return 0;
   if (run.trm == TVN_RES_OK) run.trm = code;
