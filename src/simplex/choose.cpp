@@ -59,7 +59,7 @@ simplex_kind TVN_simplex_chooseoptimizer(simplex_state& s) {
   if (s.param.optimizer == kind_primal || s.param.optimizer == kind_dual)
     return static_cast<simplex_kind>(s.param.optimizer);
   // The primal simplex repairs a start that has no factor.
-  if (!s.factorready && TVN_simplex_factor(s.fac) != factor_result::full) return kind_primal;
+  if (!s.factorready && (!s.cold || TVN_simplex_factor(s.fac) != factor_result::full)) return kind_primal;
   s.factorready = !s.cold; // a cold run takes the same path whether its optimizer was named or chosen
   const start_measure r = measure(s);
   return s.cold ? choose_cold(s.work, r) : choose_hot(r);

@@ -16,6 +16,7 @@ namespace {
 constexpr double minpivot = 0.01; // magnitude of an entry that may replace a slack,
 constexpr double minshare = 0.01; // and its share of the largest in the column
 constexpr double maxbound = 1e10; // finite bounds beyond it make a column a poor basic
+constexpr int32_t figures = 4;    // log level of the account
 constexpr double maxlength = 0.3; // times the rows that are left, plus a few, is the longest column
 
 bool has_huge_bound(const simplex_state& s, int32_t j) {
@@ -63,6 +64,26 @@ void exchange(simplex_state& s, int32_t entering, int32_t leaving) {
   TVN_simplex_restnonbasic(s, leaving, sk_unk);
 }
 
+void tell_result(simplex_state& s, int32_t crashed) {
+  const simplex_work& w = s.work;
+  int64_t nz = 0;
+  int32_t structurals = 0, singletons = 0, free = 0, fixed = 0;
+  for (const int32_t j : s.fac.head) {
+    fixed += w.is_fixed(j);
+    if (w.is_logical(j)) continue;
+    structurals++;
+    nz += w.colcount(j);
+    singletons += w.colcount(j) == 1;
+    free += w.is_free(j);
+  }
+  TVN_simplex_tell(s, figures, "%-20s: %-.1f\n", "Bas. slack pct", 100.0 * (w.m - structurals) / std::max(1, w.m));
+  TVN_simplex_tell(s, figures, "%-20s: %-d\n", "Num. fixed", fixed);
+  TVN_simplex_tell(s, figures, "%-20s: %-d\n", "Num. crashed", crashed);
+  TVN_simplex_tell(s, figures, "%-20s: %-lld\n", "Nz.  bas   ex. slacks", static_cast<long long>(nz));
+  TVN_simplex_tell(s, figures, "%-20s: %-d\n", "Singletons ex. slacks", singletons);
+  TVN_simplex_tell(s, figures, "%-20s: %-d\n", "Free       ex. slacks", free);
+}
+
 } // namespace
 
 int32_t TVN_simplex_primalcrash(simplex_state& s) {
@@ -70,6 +91,7 @@ int32_t TVN_simplex_primalcrash(simplex_state& s) {
   int32_t numstructural = 0;
   for (const int32_t j : s.fac.head) numstructural += !w.is_logical(j);
   if (0.01 * w.m * (100 - s.param.primalcrash) < numstructural) return 0;
+  TVN_simplex_tell(s, figures, "Try crashing\n");
   buffer<int32_t> order(s.sys, w.n);
   buffer<uint8_t> touched(s.sys, w.m, uint8_t{0});
   order_columns(s, order);
@@ -84,6 +106,7 @@ int32_t TVN_simplex_primalcrash(simplex_state& s) {
     for (int64_t p = w.colbeg[k]; p < w.colbeg[k + 1]; p++) touched[w.colsub[p]] = 1;
     crashed++;
   }
+  tell_result(s, crashed);
   TVN_lu_newwszedbg(s.fac.factor, 0); // whoever factored the former basis leaves no trace in the order of sums
   s.fac.usable = false;
   return crashed;

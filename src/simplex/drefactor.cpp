@@ -5,8 +5,6 @@
 // singular from the start is repaired. Every such event is a setback; their number is limited.
 #include "simplex/dstate.h"
 
-#include <cstdio>
-
 namespace tvn {
 
 namespace {
@@ -49,14 +47,6 @@ loop_state follow_repair(dual_state& s, int32_t num) {
   return loop_state::go_on;
 }
 
-void tell_too_many(dual_state& s) {
-  char line[64];
-  std::snprintf(line, sizeof line, "Too many (%d) bad events\n", static_cast<int>(s.setbacks));
-  s.info.line = line;
-  s.base.progress(simplex_event::poll, s.info);
-  s.info.line = nullptr;
-}
-
 } // namespace
 
 loop_state dsimplex_finish(dual_state& s, simplex_code code, int32_t solsta) {
@@ -74,7 +64,7 @@ loop_state dsimplex_setback(dual_state& s) {
   s.refactor = true;
   s.info.count[kind_dual].setbacks = ++s.setbacks;
   if (s.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
-  tell_too_many(s);
+  TVN_simplex_tell(s.base, 1, "Too many (%d) bad events\n", static_cast<int>(s.setbacks));
   return s.perturbed ? dsimplex_handover(s) : dsimplex_finish(s, simplex_code::max_setbacks, sol_unknown);
 }
 

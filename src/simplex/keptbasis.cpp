@@ -146,7 +146,7 @@ void TVN_simplex_getweights(const kept_basis& b, simplex_state& s) {
     const int32_t j = i >= 0 ? at : w.m + at;
     if (s.fac.pos[j] < 0) continue;
     const double ratio = b.unit[k] / w.factor(j); // a row of the inverse is in the unit of its item
-    s.dualweight[j] = b.weight[k] * ratio * ratio;
+    s.dualweight[j] = b.weight[k] > 0 ? 1 + (b.weight[k] - 1) * ratio * ratio : 0.0;
   }
 }
 

@@ -6,8 +6,6 @@
 #include "simplex/pstate.h"
 
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
 
 namespace tvn {
 
@@ -18,17 +16,6 @@ constexpr double careful = 1000;                     // times tolpiv is the fact
 constexpr double feasibleshift = 10;   // times tolfeas: infeasibility that a shift of the working bound absorbs
 constexpr double smallprogress = 1e-9; // of the objective, between two fresh values far apart
 enum : int32_t { key_absolute = 1, key_relative = 2 }; // tolerances of the factor
-
-void print(primal_state& s, const char* fmt, ...) {
-  char line[256];
-  va_list args;
-  va_start(args, fmt);
-  std::vsnprintf(line, sizeof line, fmt, args);
-  va_end(args);
-  s.info.line = line;
-  s.progress(simplex_event::line, s.info);
-  s.info.line = nullptr;
-}
 
 } // namespace
 
@@ -57,7 +44,7 @@ loop_state psimplex_setback(primal_state& s) {
   s.tries = s.iter == s.triesiter ? s.tries + 1 : 1;
   s.triesiter = s.iter;
   if (s.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
-  print(s, "Too many (%d) bad events\n", static_cast<int>(s.setbacks));
+  TVN_simplex_tell(s.base, 1, "Too many (%d) bad events\n", static_cast<int>(s.setbacks));
   return psimplex_finish(s, simplex_code::max_setbacks, sol_unknown);
 }
 
@@ -73,9 +60,9 @@ loop_state psimplex_refusedupdate(primal_state& s, int32_t position) {
   s.fac.usable = false;
   s.careful = true;
   TVN_lu_puttol(f, key_relative, std::min(1.5 * TVN_lu_gettol(f, key_relative), 0.1));
-  print(s, "%-20s: %-d\n", "Pivot row", static_cast<int>(position));
-  print(s, "%-20s: %-.2e\n", "Pivot", s.aq.val[position]);
-  print(s, "%-20s: %-.2e\n", "||aj||", std::sqrt(s.colnorm));
+  TVN_simplex_tell(s.base, 2, "%-20s: %-d\n", "Pivot row", static_cast<int>(position));
+  TVN_simplex_tell(s.base, 2, "%-20s: %-.2e\n", "Pivot", s.aq.val[position]);
+  TVN_simplex_tell(s.base, 2, "%-20s: %-.2e\n", "||aj||", std::sqrt(s.colnorm));
   return psimplex_losepivot(s);
 }
 
@@ -115,11 +102,12 @@ loop_state follow_repair(primal_state& s, std::span<const basis_exchange> exchan
     }
   }
   s.info.count[kind_primal].artificials += static_cast<int64_t>(exchanges.size());
-  print(s, "LU decomposition has been recomputed at iteration: %d Artficials. Current: %d Total: %d.\n",
-        static_cast<int>(s.iter), static_cast<int>(exchanges.size()),
-        static_cast<int>(s.info.count[kind_primal].artificials));
+  TVN_simplex_tell(s.base, 2,
+                   "LU decomposition has been recomputed at iteration: %d Artficials. Current: %d Total: %d.\n",
+                   static_cast<int>(s.iter), static_cast<int>(exchanges.size()),
+                   static_cast<int>(s.info.count[kind_primal].artificials));
   if (++s.successive > 1) {
-    if (s.successive == 2) print(s, "Singular basis in two succesive iterations.\n");
+    if (s.successive == 2) TVN_simplex_tell(s.base, 2, "Singular basis in two succesive iterations.\n");
     s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
     TVN_lu_puttol(s.fac.factor, key_relative, std::min(0.5, 2 * TVN_lu_gettol(s.fac.factor, key_relative)));
   }

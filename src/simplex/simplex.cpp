@@ -51,16 +51,32 @@ void start_basis(simplex_state& s, const lp_solution* keys, kept_basis* fitting)
   if (fitting) {
     s.info.numbasics = w.m;
     TVN_simplex_takefactor(*fitting, s);
-  } else if (keys)
+  } else if (keys) {
     basis_from_keys(s, *keys);
-  else
+  } else {
+    s.info.numbasics = w.m;
     TVN_simplex_slackbasis(s.fac);
+  }
   for (int32_t j = 0; j < w.total; j++) {
     if (s.fac.pos[j] >= 0)
       s.key[j] = sk_bas;
     else
       TVN_simplex_restnonbasic(s, j, keys ? user_key(w, *keys, j) : sk_unk);
   }
+}
+
+// Rank of the start. A full factor is left to the optimizer; another one it makes again and repairs.
+void factor_start(simplex_state& s) {
+  if (s.cold || s.factorready) {
+    s.info.basisrank = s.work.m;
+    return;
+  }
+  s.info.count[kind_free].factorizations++;
+  factor_result result = TVN_simplex_factor(s.fac);
+  if (result == factor_result::full && TVN_simplex_improvelu(s.fac)) result = TVN_simplex_factor(s.fac);
+  if (result == factor_result::full || result == factor_result::singular)
+    s.info.basisrank = TVN_lu_getrank(s.fac.factor);
+  s.factorready = result == factor_result::full;
 }
 
 // --- the way back
@@ -177,6 +193,7 @@ void run_chain(simplex_state& s) {
   if (kind == kind_primal && s.cold) TVN_simplex_primalcrash(s);
   if (!run_optimizer(s, kind)) return;
   s.cold = false;
+  s.info.hotstart = 1;
   s.factorready = s.fac.since == 0;
   run_optimizer(s, kind_primal);
 }
@@ -216,6 +233,8 @@ void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simple
   start_basis(s, keys, info.warmfactor ? kept : nullptr);
   if (kept && keys) TVN_simplex_getweights(*kept, s);
   s.cold = keys == nullptr;
+  info.hotstart = param.hotstart;
+  factor_start(s);
   run_chain(s);
   info.response = s.stop;
   buffer<double> y(sys, work.m, 0.0);

@@ -5,6 +5,8 @@
 #include "simplex/state.h"
 
 #include <cmath>
+#include <cstdarg>
+#include <cstdio>
 
 namespace tvn {
 
@@ -209,6 +211,18 @@ bool TVN_simplex_poll(simplex_state& s) {
   return true;
 }
 
+void TVN_simplex_tell(simplex_state& s, int32_t level, const char* fmt, ...) {
+  char line[160];
+  va_list args;
+  va_start(args, fmt);
+  std::vsnprintf(line, sizeof line, fmt, args);
+  va_end(args);
+  s.info.line = line;
+  s.info.linelevel = level;
+  (void)s.progress(simplex_event::message, s.info);
+  s.info.line = nullptr;
+}
+
 double TVN_simplex_pointobjective(const simplex_state& s) {
   double sum = s.work.offset;
   for (int32_t j = 0; j < s.work.total; j++) sum += s.work.cost[j] * s.x[j];
@@ -229,7 +243,11 @@ int32_t TVN_simplex_refactor(simplex_state& s, simplex_kind kind, std::span<basi
       if (attempt == 0 && TVN_simplex_improvelu(s.fac)) continue;
       return 0;
     case factor_result::singular:
-      if (s.param.nonsingular) return TVN_simplex_insertlogicals(s.fac, exchanges);
+      if (s.param.nonsingular) {
+        const int32_t num = TVN_simplex_insertlogicals(s.fac, exchanges);
+        TVN_simplex_tell(s, 0, "Inserted %d artificials into the basis.\n", num);
+        return num;
+      }
       s.stop = simplex_code::singular;
       break;
     case factor_result::stopped: break; // the poll said why

@@ -62,6 +62,8 @@ void TVN_simplex_rowofinverse(simplex_state& s, int32_t position);
 int64_t TVN_simplex_formrow(simplex_state& s);
 // Asks clock and user; true: s.stop is set and the run must end.
 bool TVN_simplex_poll(simplex_state& s);
+// A line for the log, ending with a line feed, where the log is at `level` or above.
+void TVN_simplex_tell(simplex_state& s, int32_t level, const char* fmt, ...) __attribute__((format(printf, 3, 4)));
 // Objective of the point in user units, offset included.
 double TVN_simplex_pointobjective(const simplex_state& s);
 // Fresh factor of the header, counted under `kind`; finished with s.stop set when there is none. exchanges: what a

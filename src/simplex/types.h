@@ -92,7 +92,7 @@ enum class simplex_event : int32_t {
   begin_presolve,
   end_presolve,
   presolve_line, // info.line holds a line of presolve's report
-  line,          // info.line holds a line of the optimizer in hand
+  message,       // info.line holds a line for the log, info.linelevel its level; the answer does not count
 };
 
 struct simplex_counters {
@@ -105,7 +105,8 @@ struct simplex_info {
   int32_t prosta = pro_unknown, solsta = sol_unknown;
   std::array<simplex_counters, 4> count; // by simplex_kind
   int32_t numcon = 0, numvar = 0;        // of the working problem
-  int32_t numbasics = 0, basisrank = -1; // of the start: basic keys given, rank of the first factor
+  int32_t hotstart = 0; // of the optimizer in hand: 0 none, 1 after another one, else as in the settings
+  int32_t numbasics = 0, basisrank = -1; // of the start: basics given, rank of the first factor
   bool warmfactor = false;               // the factor of the start was left by an earlier run
   int32_t phase = 0;                     // 1 or 2
   simplex_kind kind = kind_primal;       // the optimizer in hand
@@ -117,7 +118,8 @@ struct simplex_info {
   double mindiag = 0, maxdiag = 0;     // magnitudes on the diagonal of U
   double primalviol = 0, dualviol = 0; // worst relative violations on the user's data, set at the end
   prslv_stats prslv;                   // of presolve
-  const char* line = nullptr;          // with the events presolve_line and line
+  const char* line = nullptr;          // with the events presolve_line and message
+  int32_t linelevel = 0;               // with message: the log level from which on the line is wanted
   int32_t cleanups = 0;                // runs on the user's problem after postsolve
   int64_t cleaniterations = 0;
 };

@@ -1,4 +1,4 @@
-// The simplex road: settings and views for the simplex frame, its events as log lines, its result into the basic slot.
+// The simplex road: settings and views for the simplex frame, its result into the basic slot.
 //
 // No array is copied. A is lent by the store and locked for the run; a maximisation is negated in place before and
 // after. Both are undone by guards, so that every exit path, a stop by callback included, leaves the data as they were.
@@ -8,12 +8,10 @@
 #include "tovan/optimize.h"
 #include "tovan/presolvelog.h"
 #include "tovan/report.h"
-#include "tovan/rescode.h"
 #include "tovan/sol.h"
+#include "tovan/tovansimlog.h"
 
 #include "simplex/simplex.h"
-
-#include <limits>
 
 namespace tvn {
 
@@ -88,140 +86,6 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   p.cutupp = maximize ? -dv[TVN_DPAR_LOWER_OBJ_CUT] : dv[TVN_DPAR_UPPER_OBJ_CUT];
 }
 
-// What the progress function needs to write its lines.
-struct sim_run {
-  task* t;
-  double sense;                       // +1 minimise, -1 maximise
-  double start;                       // of the simplex optimizer
-  TVNrescodee trm;                    // code of the callback that stopped the run
-  int32_t running = -1;               // simplex_kind of the optimizer at work
-  double begun = 0;                   // its start
-  std::array<double, 4> seconds = {}; // by simplex_kind, of those that have ended
-};
-
-void log_head(task& t) {
-  echo(t, TVN_STREAM_MSG, "%-8s  %-10s  %-10s  %-10s  %-20s  %-20s  %-8s  %-8s\n", "ITER", "DEGITER(%)", "PFEAS",
-       "DFEAS", "POBJ", "DOBJ", "TIME", "TOTTIME");
-}
-
-void log_sizes(task& t, const simplex_info& info) {
-  echo(t, TVN_STREAM_MSG, "%*s - %*s : %*d  %*s : %*d\n", -10, "Optimizer", -16, "constraints", -16, info.numcon, -16,
-       "variables", -16, info.numvar);
-  if (info.numbasics > 0)
-    echo(t, TVN_STREAM_MSG, "%*s - %*s : %*s  %*s : %*d\n", -10, "Optimizer", -16, "hotstart", -16, "yes", -16,
-         "Num. basic", -16, info.numbasics);
-}
-
-void log_line(const sim_run& run, const simplex_info& info) {
-  const auto& count = info.count[info.kind];
-  const double iters = static_cast<double>(std::max<int64_t>(1, count.iterations)), now = TVN_sysenv_gettime();
-  const double degenerate = 100.0 * static_cast<double>(count.degenerate) / iters, obj = run.sense * info.objective;
-  if (info.kind == kind_dual)
-    echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10s  %-10.2e  %-20s  %-20.10e  %-8.2f  %-8.2f\n",
-         static_cast<int>(count.iterations), degenerate, "NA", info.sumdinf, "NA", obj, now - run.start,
-         now - run.t->optstart);
-  else
-    echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10.2e  %-10.2s  %-20.10e  %-20s  %-8.2f  %-8.2f\n",
-         static_cast<int>(count.iterations), degenerate, info.sumpinf, "NA", obj, "NA", now - run.start,
-         now - run.t->optstart);
-}
-
-void update_items(const sim_run& run, const simplex_info& info) {
-  auto& items = run.t->info;
-  const auto narrow = [](int64_t v) {
-    return static_cast<int32_t>(std::min<int64_t>(v, std::numeric_limits<int32_t>::max()));
-  };
-  const auto &primal = info.count[kind_primal], &dual = info.count[kind_dual];
-  items.intg[TVN_IINF_SIM_PRIMAL_ITER] = narrow(primal.iterations);
-  items.intg[TVN_IINF_SIM_PRIMAL_DEG_ITER] = narrow(primal.degenerate);
-  items.intg[TVN_IINF_SIM_PRIMAL_INF_ITER] = narrow(primal.infeasible);
-  items.intg[TVN_IINF_SIM_DUAL_ITER] = narrow(dual.iterations);
-  items.intg[TVN_IINF_SIM_DUAL_DEG_ITER] = narrow(dual.degenerate);
-  items.intg[TVN_IINF_SIM_DUAL_INF_ITER] = narrow(dual.infeasible);
-  items.intg[TVN_IINF_SIM_NUMCON] = info.numcon;
-  items.intg[TVN_IINF_SIM_NUMVAR] = info.numvar;
-  items.private_intg[TVNP_IINF_NUM_LU_FACTORIZATIONS] = narrow(primal.factorizations + dual.factorizations);
-  items.private_intg[TVNP_IINF_SIM_PRIMAL_NUM_SETBACKS] = narrow(primal.setbacks);
-  items.private_intg[TVNP_IINF_SIM_DUAL_NUM_SETBACKS] = narrow(dual.setbacks);
-  items.private_intg[TVNP_IINF_SIM_NUM_PRIMAL_BOUNDSWAPS] = narrow(primal.boundswaps);
-  items.dou[TVN_DINF_SIM_OBJ] = run.sense * info.objective;
-  items.dou[TVN_DINF_SIM_FEAS] = info.kind == kind_dual ? info.sumdinf : info.sumpinf;
-  const double now = TVN_sysenv_gettime();
-  items.dou[TVN_DINF_SIM_TIME] = now - run.start;
-  items.dou[TVN_DINF_SIM_PRIMAL_TIME] = run.seconds[kind_primal] + (run.running == kind_primal ? now - run.begun : 0);
-  items.dou[TVN_DINF_SIM_DUAL_TIME] = run.seconds[kind_dual] + (run.running == kind_dual ? now - run.begun : 0);
-}
-
-// What a run did, for those who raise the log level.
-void TVN_simplex_printtail(task& t, const simplex_info& info) {
-  const auto line = [&](const char* what, int64_t value) {
-    echo(t, TVN_STREAM_MSG, "%-20s: %-lld\n", what, static_cast<long long>(value));
-  };
-  const auto& count = info.count[info.kind];
-  line("Iterations", count.iterations);
-  line("Deg. iterations", count.degenerate);
-  line("Inf. iterations", count.infeasible);
-  line("Init. bas rank", info.basisrank);
-  line("Init. bas. number", info.numbasics);
-  line("Problem status", info.prosta);
-  line("Solution status", info.solsta);
-  line("Solver status", static_cast<int64_t>(info.response));
-  line("nz(L)", info.lnz);
-  line("nz(U)", info.unz);
-  echo(t, TVN_STREAM_MSG, "%-20s: %-.2e\n", "max(abs(Uii))", info.maxdiag);
-  echo(t, TVN_STREAM_MSG, "%-20s: %-.2e\n", "min(abs(Uii))", info.mindiag);
-}
-
-int32_t event_code(simplex_event event, bool dual) {
-  switch (event) {
-  case simplex_event::begin: return dual ? TVN_CALLBACK_BEGIN_DUAL_SIMPLEX : TVN_CALLBACK_BEGIN_PRIMAL_SIMPLEX;
-  case simplex_event::end: return dual ? TVN_CALLBACK_END_DUAL_SIMPLEX : TVN_CALLBACK_END_PRIMAL_SIMPLEX;
-  case simplex_event::iteration: return dual ? TVN_CALLBACK_UPDATE_DUAL_SIMPLEX : TVN_CALLBACK_UPDATE_PRIMAL_SIMPLEX;
-  case simplex_event::begin_presolve: return TVN_CALLBACK_BEGIN_PRESOLVE;
-  case simplex_event::end_presolve: return TVN_CALLBACK_END_PRESOLVE;
-  case simplex_event::begin_setup:
-  case simplex_event::end_setup:
-  case simplex_event::presolve_line:
-  case simplex_event::line:
-  case simplex_event::poll: break;
-  }
-  return dual ? TVN_CALLBACK_IM_DUAL_SIMPLEX : TVN_CALLBACK_IM_PRIMAL_SIMPLEX;
-}
-
-void note_times(sim_run& run, simplex_event event, const simplex_info& info) {
-  if (event == simplex_event::begin) {
-    run.running = info.kind;
-    run.begun = TVN_sysenv_gettime();
-  } else if (event == simplex_event::end) {
-    run.seconds[info.kind] += TVN_sysenv_gettime() - run.begun;
-    run.running = -1;
-  }
-}
-
-int32_t simplex_progress_function(void* handle, simplex_event event, const simplex_info& info) {
-  auto& run = *static_cast<sim_run*>(handle);
-  task& t = *run.t;
-  note_times(run, event, info);
-  update_items(run, info);
-  if (event == simplex_event::presolve_line) TVN_logpresolveline(t, info.line);
-  if (event == simplex_event::end_presolve) TVN_logendpresolve(t, info.prslv);
-  const bool logged = is_logged(t, TVN_IPAR_LOG_SIM), dual = info.kind == kind_dual;
-  const char* const name = dual ? "Dual" : "Primal";
-  if (logged && event == simplex_event::begin_setup)
-    echo(t, TVN_STREAM_MSG, "%s simplex optimizer setup started.\n", name);
-  if (logged && event == simplex_event::end_setup) {
-    log_sizes(t, info);
-    echo(t, TVN_STREAM_MSG, "%s simplex optimizer setup terminated.\n", name);
-    log_head(t);
-  }
-  if (logged && event == simplex_event::iteration) log_line(run, info);
-  if (logged && event == simplex_event::line) echo(t, TVN_STREAM_MSG, "%s", info.line);
-  const TVNrescodee code = TVN_tovanlog(&t, event_code(event, dual));
-  if (code == TVN_RES_OK) return 0;
-  if (run.trm == TVN_RES_OK) run.trm = code;
-  return code == TVN_RES_TRM_INTERNAL ? 2 : 1;
-}
-
 // Negates objective and, when asked for, the duals; again on destruction.
 struct negation {
   task& t;
@@ -294,14 +158,6 @@ void reset_items(task& t) {
     t.info.intg[static_cast<size_t>(item)] = 0;
 }
 
-// The last line of a run: its time and how it ended, by the code that stopped it or by what the solution is.
-void log_end(task& t, double seconds, TVNrescodee code) {
-  char word[TVN_MAX_STR_LEN] = "";
-  const rescode_entry* const stopped = find_rescode(code);
-  if (!stopped) TVN_solstatostr(&t, t.sols.solsta[TVN_SOL_BAS], word);
-  echo(t, TVN_STREAM_MSG, "Simplex optimizer terminated. Time: %-.2f. %s\n", seconds, stopped ? stopped->name : word);
-}
-
 } // namespace
 
 TVNrescodee TVN_simplexoptimizer(task& t) {
@@ -326,21 +182,16 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
     const negation minimise(t, maximize);
     const lent_matrix matrix(t);
     if (maximize && param.hotstart != 0) negate_duals(t, sol);
-    const simplex_progress progress{&run, simplex_progress_function};
+    const simplex_progress progress{&run, TVN_simplexprogress};
     TVN_simplex_optimize(*t.sys, make_view(t, matrix.a), param, info, progress, sol, &t.kept);
     if (maximize) negate_duals(t, sol);
   }
   t.sols.defined[TVN_SOL_BAS] = 1;
   t.sols.prosta[TVN_SOL_BAS] = TVN_convertprosta(info.prosta);
   t.sols.solsta[TVN_SOL_BAS] = TVN_convertsolsta(info.solsta);
-  update_items(run, info);
+  update_simplexitems(run, info);
   const TVNrescodee code = run.trm != TVN_RES_OK ? run.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
-  constexpr int32_t taillevel = 4;
-  if (is_logged(t, TVN_IPAR_LOG_SIM, taillevel)) TVN_simplex_printtail(t, info);
-  if (is_logged(t, TVN_IPAR_LOG_SIM) && info.cleanups > 0)
-    echo(t, TVN_STREAM_MSG, "%*s - %*s : %*lld\n", -10, "Optimizer", -16, "clean-up iter.", -16,
-         static_cast<long long>(info.cleaniterations));
-  if (is_logged(t, TVN_IPAR_LOG_SIM)) log_end(t, TVN_sysenv_gettime() - run.start, code);
+  log_simplexend(run, info, code);
   if (const TVNrescodee c = TVN_tovanlog(&t, TVN_CALLBACK_END_SIMPLEX); code == TVN_RES_OK) return c;
   return code;
 }

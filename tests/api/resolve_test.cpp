@@ -104,10 +104,57 @@ TEST_F(Resolve, OfAnUnchangedTaskTakesNoIteration) {
   const status_and_value first = solve(task);
   ASSERT_EQ(first.solsta, TVN_SOL_STA_OPTIMAL);
   EXPECT_GT(simplex_iterations(task), 0);
+  std::string log;
+  const auto keep = [](void* handle, const char* text) { *static_cast<std::string*>(handle) += text; };
+  ASSERT_EQ(TVN_linkfunctotaskstream(task, TVN_STREAM_LOG, &log, keep), TVN_RES_OK);
   for (int again = 0; again < 2; again++) {
+    log.clear();
     const status_and_value a = solve(task);
     EXPECT_EQ(a.solsta, TVN_SOL_STA_OPTIMAL);
     EXPECT_NEAR(a.value, first.value, 1e-9 * (1 + std::fabs(first.value)));
     EXPECT_EQ(simplex_iterations(task), 0);
+    EXPECT_NE(log.find("Valid bas. fac.  : 1"), std::string::npos) << log;
+  }
+  ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_SIM_BASIS_FACTOR_USE, TVN_OFF), TVN_RES_OK);
+  log.clear();
+  (void)solve(task);
+  EXPECT_NE(log.find("Valid bas. fac.  : 0"), std::string::npos) << log;
+  EXPECT_EQ(TVN_unlinkfuncfromtaskstream(task, TVN_STREAM_LOG), TVN_RES_OK);
+}
+
+// Two basic columns that are the same, and a row that gets none of its own.
+TEST_F(Resolve, RepairsASingularStartAndSaysSo) {
+  append(2, 3);
+  const int32_t rows[2] = {0, 1};
+  const double val[2] = {1, 2};
+  for (int32_t j = 0; j < 2; j++) ASSERT_EQ(TVN_putavec(task, TVN_ACC_VAR, j, 2, rows, val), TVN_RES_OK);
+  ASSERT_EQ(TVN_putavec(task, TVN_ACC_VAR, 2, 1, rows, val), TVN_RES_OK);
+  for (int32_t j = 0; j < 3; j++) {
+    ASSERT_EQ(TVN_putbound(task, TVN_ACC_VAR, j, TVN_BK_RA, 0, 10), TVN_RES_OK);
+    ASSERT_EQ(TVN_putcj(task, j, j + 1), TVN_RES_OK);
+  }
+  ASSERT_EQ(TVN_putbound(task, TVN_ACC_CON, 0, TVN_BK_LO, 4, 1e30), TVN_RES_OK);
+  ASSERT_EQ(TVN_putbound(task, TVN_ACC_CON, 1, TVN_BK_LO, 6, 1e30), TVN_RES_OK);
+  int32_t skx[3] = {TVN_SK_BAS, TVN_SK_BAS, TVN_SK_LOW}, skc[2] = {TVN_SK_LOW, TVN_SK_LOW};
+  for (const int32_t repair : {TVN_ON, TVN_OFF}) {
+    ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_SIM_NON_SINGULAR, repair), TVN_RES_OK);
+    ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_PRIMAL_SIMPLEX), TVN_RES_OK);
+    ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_PRESOLVE_USE, TVN_PRESOLVE_MODE_OFF), TVN_RES_OK);
+    ASSERT_EQ(TVN_putsolution(task, TVN_SOL_BAS, skc, skx, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                              nullptr, nullptr, nullptr),
+              TVN_RES_OK);
+    std::string log;
+    const auto keep = [](void* handle, const char* text) { *static_cast<std::string*>(handle) += text; };
+    ASSERT_EQ(TVN_linkfunctotaskstream(task, TVN_STREAM_LOG, &log, keep), TVN_RES_OK);
+    TVNrescodee trm = 0;
+    const TVNrescodee code = TVN_optimizetrm(task, &trm);
+    EXPECT_EQ(TVN_unlinkfuncfromtaskstream(task, TVN_STREAM_LOG), TVN_RES_OK);
+    const bool told = log.find("Inserted 1 artificials into the basis.\n") != std::string::npos;
+    EXPECT_EQ(told, repair == TVN_ON) << log;
+    EXPECT_EQ(code, repair == TVN_ON ? TVN_RES_OK : TVN_RES_ERR_BASIS_SINGULAR);
+    if (repair != TVN_ON) continue;
+    double value = 0;
+    ASSERT_EQ(TVN_getprimalobj(task, TVN_SOL_BAS, &value), TVN_RES_OK);
+    EXPECT_NEAR(value, 4, 1e-9);
   }
 }

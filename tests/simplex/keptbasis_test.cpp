@@ -28,7 +28,9 @@ struct kept_run {
   }
   int64_t iterations() const { return info.count[tvn::kind_primal].iterations + info.count[tvn::kind_dual].iterations; }
   int64_t factors() const {
-    return info.count[tvn::kind_primal].factorizations + info.count[tvn::kind_dual].factorizations;
+    int64_t num = 0;
+    for (const auto& c : info.count) num += c.factorizations;
+    return num;
   }
 };
 
