@@ -49,15 +49,16 @@ enum select_method : int32_t {
 
 struct simplex_param {
   int32_t optimizer = kind_free;
-  int32_t hotstart = 0;         // 0 none, 4 start primal feasible, 5 dual feasible, 6 otherwise
-  int32_t presolve = 0;         // 0 no, 1 yes, 2 free: yes unless the run is short or the start is good
-  prslv_param prslv;            // settings of presolve
-  int32_t degen = 1;            // 0 none, 1 free, 2 aggressive, 3 moderate, 4 minimum
-  int32_t scaling = 1;          // 0 none, 1 free, 3 moderate, 4 aggressive
-  int32_t scalingmethod = 0;    // 0 geometric, 1 geometric, then equilibrated
-  bool nonsingular = true;      // repair a singular basis
-  bool savelu = false;          // leave the factor of the last basis to the next run
-  bool uselu = true;            // take the factor that the last run left, when it fits
+  int32_t cleanoptimizer = kind_free; // of the run on the user's problem after presolve's undo, when one is needed
+  int32_t hotstart = 0;               // 0 none, 4 start primal feasible, 5 dual feasible, 6 otherwise
+  int32_t presolve = 0;               // 0 no, 1 yes, 2 free: yes unless the run is short or the start is good
+  prslv_param prslv;                  // settings of presolve
+  int32_t degen = 1;                  // 0 none, 1 free, 2 aggressive, 3 moderate, 4 minimum
+  int32_t scaling = 1;                // 0 none, 1 free, 3 moderate, 4 aggressive
+  int32_t scalingmethod = 0;          // 0 geometric, 1 geometric, then equilibrated
+  bool nonsingular = true;            // repair a singular basis
+  bool savelu = false;                // leave the factor of the last basis to the next run
+  bool uselu = true;                  // take the factor that the last run left, when it fits
   bool acceptinfeas = false;    // infeasibility within tolx of each bound is rounding of the data: go on without it
   int32_t selection = sel_free; // of the primal simplex, internal numbering
   int32_t dualselection = sel_free;

@@ -52,6 +52,7 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   const auto& iv = t.params.ival;
   const auto& dv = t.params.dval;
   p.optimizer = optimizer_number(iv[TVN_IPAR_OPTIMIZER]);
+  p.cleanoptimizer = optimizer_number(iv[TVN_IPAR_BI_CLEAN_OPTIMIZER]);
   p.presolve = iv[TVN_IPAR_PRESOLVE_USE];
   p.prslv = TVN_presolveparam(t);
   p.degen = iv[TVN_IPAR_SIM_DEGEN];

@@ -1,0 +1,147 @@
+// If this failed in the field: a start that a caller made up, or took from another problem, would end in a wrong
+// answer, a crash or an endless run instead of a slower one.
+#include "simplex/keptbasis.h"
+#include "support/oracle.h"
+
+#include <memory>
+
+using namespace tvntest;
+
+namespace {
+
+struct starter {
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  std::unique_ptr<tvn::kept_basis> kept = std::make_unique<tvn::kept_basis>();
+  ~starter() {
+    kept.reset();
+    EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
+  }
+  tvn::simplex_info solve(lp_case& p, lp_point& s, const tvn::simplex_param& param) {
+    tvn::simplex_info info;
+    tvn::lp_solution sol = s.view();
+    tvn::TVN_simplex_optimize(*sys, p.view(), param, info, {}, sol, kept.get());
+    return info;
+  }
+};
+
+bool is_certificate(int32_t solsta) { return solsta == tvn::sol_prim_infeas_cer || solsta == tvn::sol_dual_infeas_cer; }
+
+// Keys of every kind and beyond, values of every kind.
+void make_wild(lp_point& s, std::mt19937_64& rng, int basicsoften) {
+  const auto wild = [&](std::vector<int32_t>& keys) {
+    for (int32_t& k : keys)
+      k = static_cast<int32_t>(rng() % 10) < basicsoften ? static_cast<int32_t>(tvn::sk_bas)
+                                                         : static_cast<int32_t>(rng() % 9) - 1;
+  };
+  wild(s.skc);
+  wild(s.skx);
+  for (auto* v : {&s.xc, &s.xx, &s.y, &s.slx})
+    for (double& x : *v) x = rng() % 3 == 0 ? std::nan("") : rng() % 2 == 0 ? 1e300 : -7;
+}
+
+} // namespace
+
+TEST(Start, MayBeAnything) {
+  for (uint64_t seed = 1; seed <= 400; seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937_64 rng(seed);
+    lp_case p = seed % 2 == 0 ? nasty_case(seed) : optimal_case(seed, 12, 18, 0.3, 0.4).p;
+    starter run;
+    tvn::simplex_param param;
+    param.prslv.tolx = param.prslv.tols = 1e-8;
+    lp_point cold(p), hot(p);
+    const tvn::simplex_info want = run.solve(p, cold, param);
+    make_wild(hot, rng, static_cast<int>(seed % 10));
+    param.hotstart = 4 + static_cast<int32_t>(seed % 3);
+    param.optimizer = static_cast<int32_t>(seed / 3 % 3);
+    param.presolve = static_cast<int32_t>(seed / 9 % 3);
+    param.savelu = seed % 4 == 0;
+    const tvn::simplex_info have = run.solve(p, hot, param);
+    ASSERT_EQ(have.response, tvn::simplex_code::ok);
+    if (is_certificate(want.solsta)) {
+      EXPECT_TRUE(is_certificate(have.solsta)); // both may hold
+      continue;
+    }
+    ASSERT_EQ(have.solsta, tvn::sol_optimal);
+    expect_optimal(p, hot, judge(p, cold).objective, 1e-7);
+  }
+}
+
+TEST(Start, MayLackRowsOrColumns) {
+  for (const auto kind : {tvn::kind_free, tvn::kind_primal, tvn::kind_dual})
+    for (const int32_t presolve : {0, 1}) {
+      starter run;
+      tvn::simplex_param param;
+      param.optimizer = kind;
+      param.presolve = presolve;
+      param.savelu = true;
+      lp_case norows, nocolumns;
+      norows.n = 2;
+      norows.c = {1, -1};
+      norows.beg = {0, 0, 0};
+      norows.blx = {-3, 0};
+      norows.bux = {1e30, 5};
+      nocolumns.m = 1;
+      nocolumns.beg = {0};
+      nocolumns.blc = {-1};
+      nocolumns.buc = {1};
+      lp_point s(norows), t(nocolumns);
+      for (const int32_t hotstart : {0, 6}) {
+        param.hotstart = hotstart;
+        EXPECT_EQ(run.solve(norows, s, param).solsta, tvn::sol_optimal);
+        expect_optimal(norows, s, -8, 1e-12);
+      }
+      norows.bux[1] = 1e30; // now it falls without end
+      EXPECT_EQ(run.solve(norows, s, param).solsta, tvn::sol_dual_infeas_cer);
+      for (const int32_t hotstart : {0, 6}) {
+        param.hotstart = hotstart;
+        EXPECT_EQ(run.solve(nocolumns, t, param).solsta, tvn::sol_optimal);
+        expect_optimal(nocolumns, t, 0, 1e-12);
+      }
+    }
+}
+
+// What one problem left must not disturb another.
+TEST(Start, MayComeWithTheBasisOfAnotherProblem) {
+  for (uint64_t seed = 1; seed <= 60; seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    lp_case p = optimal_case(seed, 20, 25, 0.2, 0.3).p;
+    known_case k = optimal_case(seed + 1000, 10 + static_cast<int32_t>(seed % 20), 30, 0.2, 0.3);
+    starter run;
+    tvn::simplex_param param;
+    param.savelu = true;
+    param.presolve = static_cast<int32_t>(seed % 2);
+    lp_point s(p), t(k.p);
+    ASSERT_EQ(run.solve(p, s, param).solsta, tvn::sol_optimal);
+    std::mt19937_64 rng(seed);
+    make_wild(t, rng, 5);
+    param.hotstart = 6;
+    ASSERT_EQ(run.solve(k.p, t, param).solsta, tvn::sol_optimal);
+    expect_optimal(k.p, t, k.objective, 1e-7);
+  }
+}
+
+// Runs of a few iterations each, one after the other, come to the end as one run does.
+TEST(Start, GoesOnWhereALimitEndedTheRun) {
+  for (const bool savelu : {false, true})
+    for (const auto kind : {tvn::kind_primal, tvn::kind_dual}) {
+      SCOPED_TRACE(std::to_string(savelu) + " by " + std::to_string(kind));
+      known_case k = optimal_case(11, 60, 90, 0.08, 0.3);
+      starter run;
+      tvn::simplex_param param;
+      param.optimizer = kind;
+      param.savelu = savelu;
+      param.maxiterations = 15;
+      lp_point s(k.p);
+      tvn::simplex_info info = run.solve(k.p, s, param);
+      param.hotstart = 6;
+      int runs = 1;
+      for (; info.response == tvn::simplex_code::max_iterations && runs < 60; runs++) {
+        info = run.solve(k.p, s, param);
+        EXPECT_EQ(info.warmfactor, savelu);
+      }
+      EXPECT_GT(runs, 2);
+      ASSERT_EQ(info.solsta, tvn::sol_optimal);
+      expect_optimal(k.p, s, k.objective, 1e-7);
+    }
+}
