@@ -17,7 +17,7 @@ struct outcome {
 };
 
 int32_t collect_lines(void* handle, tvn::simplex_event event, const tvn::simplex_info& info) {
-  if (event == tvn::simplex_event::line) *static_cast<std::string*>(handle) += info.line;
+  if (event == tvn::simplex_event::message) *static_cast<std::string*>(handle) += info.line;
   return 0;
 }
 
