@@ -21,7 +21,8 @@ constexpr double maxaverage = 15;                    // nonzeros for each column
 constexpr double minbudget = 100, budgetshare = 0.4; // columns that may be made basic in all, the latter times rows
 constexpr double passshare = 0.1;                    // times rows and the number of the pass: columns of one pass
 constexpr int32_t numpasses = 3;                     // the first looks at equations only
-constexpr int64_t maxwork = 4;                       // times the nonzeros: entries looked at in all
+constexpr double farshare = 0.2; // infeasible columns from which on others than free ones are looked at
+constexpr int64_t maxwork = 4;   // times the nonzeros: entries looked at in all
 
 struct crash_state {
   buffer<double> d;        // [total]
@@ -103,6 +104,19 @@ int32_t pass(dual_state& s, crash_state& c, bool freeonly, bool equations, doubl
   return entered;
 }
 
+// Near dual feasibility phase one is short, and a basis of slacks makes the better start of phase two.
+bool is_far(const dual_state& s, const crash_state& c) {
+  int32_t num = 0;
+  for (int32_t j = s.work.m; j < s.work.total; j++)
+    num += s.fac.pos[j] < 0 && dsimplex_trueinfeasibility(s.work, j, c.d[j]) > s.told;
+  return num >= farshare * s.work.n;
+}
+
+int32_t end(dual_state& s, const crash_state& c) {
+  if (c.chosen > 0) s.fac.usable = false;
+  return c.chosen;
+}
+
 } // namespace
 
 int32_t TVN_dsimplex_dualcrash(dual_state& s) {
@@ -120,10 +134,10 @@ int32_t TVN_dsimplex_dualcrash(dual_state& s) {
     for (int64_t p = w.colbeg[k]; p < w.colbeg[k + 1]; p++) c.d[w.m + k] += w.cost[w.colsub[p]] * w.colval[p];
   }
   pass(s, c, true, false, c.budget);
+  if (!is_far(s, c)) return end(s, c);
   for (int32_t p = 0; p < numpasses; p++)
     if (pass(s, c, false, p == 0, passshare * (p + 1) * w.m) == 0) c.budget *= 0.5;
-  if (c.chosen > 0) s.fac.usable = false;
-  return c.chosen;
+  return end(s, c);
 }
 
 } // namespace tvn
