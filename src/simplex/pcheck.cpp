@@ -81,6 +81,13 @@ void check_duals(primal_state& s) {
 void check_lists(const primal_state& s) {
   for (int32_t p = 0; p < s.numcand; p++)
     if (s.candpos[s.cand[p]] != p) breach(s, "candidate list", p, s.candpos[s.cand[p]], p);
+  for (int32_t p = 0; p < s.numshort; p++)
+    if (!(s.side[s.shortlist[p]] & side_short)) breach(s, "short list", p, s.shortlist[p], -1);
+  for (int32_t p = 0; p < s.numcand; p++) {
+    const int32_t j = s.cand[p];
+    const bool wanted = s.d[j] * s.d[j] >= s.cutoff * s.weight[j];
+    if (wanted && !(s.side[j] & side_short)) breach(s, "candidate above the cutoff", j, s.d[j], s.cutoff);
+  }
   for (const spvec* v : {&s.spike, &s.colrow, &s.aq, &s.unit, &s.rho, &s.tau, &s.alpha}) {
     if (v->count != 0) breach(s, "scratch vector in use", -1, v->count, 0);
     for (int64_t i = 0; i < v->val.size(); i++)

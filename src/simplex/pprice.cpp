@@ -11,7 +11,10 @@ namespace tvn {
 
 namespace {
 
-constexpr double freefactor = 100;       // free variables enter first
+constexpr double noshortlist = 1e300;
+constexpr double shortshare = 0.4;       // of the best score: what a new short list holds at least
+constexpr int32_t leastcand = 1000;      // candidates from which on a short list is worth its keep,
+constexpr int64_t sparserow = 10;        // where there are this many to an entry of the pivot row
 constexpr int64_t switchperiod = 1000;   // iterations between looks at the switch
 constexpr int64_t edgeperiod = 500;      // the same for exact weights,
 constexpr double edgeshare = 1.0;        // which may cost this multiple of all other work
@@ -129,27 +132,77 @@ bool exact_weights(primal_state& s) {
   return true;
 }
 
-price_result best_candidate(primal_state& s) {
-  if (s.random && s.numcand > 0) {
-    const auto p = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * s.numcand);
-    return {s.cand[p], s.d[s.cand[p]]};
-  }
+void forget_shortlist(primal_state& s) noexcept {
+  for (int32_t p = 0; p < s.numshort; p++) s.side[s.shortlist[p]] &= static_cast<uint8_t>(~side_short);
+  s.numshort = 0;
+  s.cutoff = noshortlist;
+}
+
+double score(const primal_state& s, int32_t j) {
+  const double d = s.d[j], square = d * d / s.weight[j];
+  return (s.side[j] & side_mask) == side_free ? freeshare * freeshare * square : square;
+}
+
+// The best of the short list, which loses what has fallen below the cutoff.
+price_result best_of_shortlist(primal_state& s) {
   price_result best;
-  double bestscore = 0, bestweight = 1; // compared crosswise, without a division
+  double bestscore = s.cutoff;
+  for (int32_t p = 0; p < s.numshort;) {
+    const int32_t j = s.shortlist[p];
+    const double now = (s.side[j] & side_listed) ? score(s, j) : 0;
+    if (!(now >= s.cutoff)) {
+      s.side[j] &= static_cast<uint8_t>(~side_short);
+      s.shortlist[p] = s.shortlist[--s.numshort];
+      continue;
+    }
+    if (best.j < 0 || now > bestscore) {
+      bestscore = now;
+      best = {j, s.d[j]};
+    }
+    p++;
+  }
+  return best;
+}
+
+// Compared crosswise, without a division.
+price_result best_of_all(const primal_state& s, double& bestscore) {
+  price_result best;
+  double bestsquare = 0, bestweight = 1;
   const int32_t* const cand = s.cand.data();
   const double *const reduced = s.d.data(), *const weight = s.weight.data();
   const uint8_t* const side = s.side.data();
   for (int32_t p = 0, num = s.numcand; p < num; p++) {
     const int32_t j = cand[p];
     const double d = reduced[j], w = weight[j];
-    double score = d * d;
-    if (side[j] == (side_free | side_listed)) score *= freefactor;
-    if (score * bestweight > bestscore * w) {
-      bestscore = score;
+    double square = d * d;
+    if ((side[j] & side_mask) == side_free) square *= freeshare * freeshare;
+    if (square * bestweight > bestsquare * w) {
+      bestsquare = square;
       bestweight = w;
       best = {j, d};
     }
   }
+  bestscore = bestsquare / bestweight;
+  return best;
+}
+
+// Where a pivot row meets few of the candidates the best are kept at hand, so that most choices look at them alone
+// (Hall and McKinnon 2005). The choice is the same as by a look at all.
+price_result best_candidate(primal_state& s) {
+  if (s.random && s.numcand > 0) {
+    const auto p = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * s.numcand);
+    return {s.cand[p], s.d[s.cand[p]]};
+  }
+  if (s.numshort > 0) {
+    const price_result best = best_of_shortlist(s);
+    if (best.j >= 0) return best;
+  }
+  double bestscore = 0;
+  const price_result best = best_of_all(s, bestscore);
+  s.cutoff = noshortlist;
+  if (s.numcand < leastcand || s.rowcount * sparserow > s.numcand) return best;
+  s.cutoff = shortshare * bestscore;
+  for (int32_t p = 0; p < s.numcand; p++) psimplex_shortlist(s, s.cand[p], s.d[s.cand[p]], s.weight[s.cand[p]]);
   return best;
 }
 
@@ -174,11 +227,12 @@ void psimplex_setcandidate(primal_state& s, int32_t j) noexcept {
            : s.key[j] == sk_upr    ? side_upr
            : s.key[j] == sk_supbas ? side_free
                                    : side_none;
-  s.side[j] = static_cast<uint8_t>(side | (s.side[j] & side_listed));
+  s.side[j] = static_cast<uint8_t>(side | (s.side[j] & ~side_mask));
   psimplex_reprice(s, j);
 }
 
 void psimplex_rebuildcandidates(primal_state& s) noexcept {
+  forget_shortlist(s);
   for (int32_t j = 0; j < s.work.total; j++) s.side[j] = side_none;
   s.numcand = 0;
   if (s.method == sel_partial) {
@@ -194,6 +248,7 @@ void psimplex_rebuildcandidates(primal_state& s) noexcept {
 
 void psimplex_resetweights(primal_state& s) {
   const simplex_work& w = s.work;
+  forget_shortlist(s);
   s.weighterrors = 0;
   s.refreshed = s.iter;
   bool slack = true;

@@ -211,6 +211,7 @@ loop_state psimplex_pivot(primal_state& s, int32_t q, double sigma, double dq, c
   if (full) {
     steepest_edge_vector(s);
     s.workprice += static_cast<double>(TVN_simplex_formrow(s.base)) + s.alpha.count;
+    s.rowcount = (7 * s.rowcount + s.alpha.count) / 8;
     const double arow = s.work.is_logical(q) ? -s.rho.val[q] : s.alpha.val[q];
     if (s.fac.since > 0 && std::fabs(arow - a) > 1e-3 * (std::fabs(a) + 1)) return psimplex_losepivot(s);
     if (wants_refactor(s, arow, a)) s.soon = true;
@@ -334,6 +335,7 @@ void allocate(primal_state& s) {
   s.weight.reset(sys, total, 0.0);
   for (auto* b : {&s.inframe, &s.banned, &s.side}) b->reset(sys, total, uint8_t{0});
   s.cand.reset(sys, total);
+  s.shortlist.reset(sys, total);
   s.candpos.reset(sys, total, -1);
   s.plist.reset(sys, 64);
   s.breaks.reset(sys, 2 * m);

@@ -30,7 +30,15 @@ struct basic_entry {
 };
 
 // How pricing sees a variable: which sign of its reduced cost makes it attractive, and whether it is a candidate.
-enum price_side : uint8_t { side_none = 0, side_low = 1, side_upr = 2, side_free = 3, side_mask = 3, side_listed = 4 };
+enum price_side : uint8_t {
+  side_none = 0,
+  side_low = 1,
+  side_upr = 2,
+  side_free = 3,
+  side_mask = 3,
+  side_listed = 4,
+  side_short = 8
+};
 
 struct primal_state {
   explicit primal_state(simplex_state& b) : base(b) {}
@@ -75,7 +83,10 @@ struct primal_state {
   buffer<int32_t> cand;    // nonbasics with an attractive reduced cost, unordered
   buffer<int32_t> candpos; // [total] position in cand, -1: not there
   int32_t numcand = 0, numbanned = 0;
-  int64_t maxcollen = 0; // entries of the longest column
+  buffer<int32_t> shortlist;          // all candidates with d^2 / weight >= cutoff, and some that were
+  int32_t numshort = 0, rowcount = 0; // rowcount: running length of the pivot rows
+  double cutoff = 1e300;              // of the score; 1e300: no short list is kept
+  int64_t maxcollen = 0;              // entries of the longest column
   int32_t method = sel_devex, wanted = sel_switch;
   int32_t scanstart = 0; // partial pricing: where the next scan begins
   buffer<int32_t> plist; // partial pricing: the candidates of the last scan
@@ -154,15 +165,25 @@ void psimplex_updatephasecost(primal_state& s);
 // --- pricing (pprice.cpp)
 void psimplex_setcandidate(primal_state& s, int32_t j) noexcept;  // after a change of key, ban, list or d
 void psimplex_movecandidate(primal_state& s, int32_t j) noexcept; // into the list or out of it
+constexpr double freeshare = 10; // free variables enter first: their reduced costs count this many times
 inline bool psimplex_isattractive(uint8_t side, double d, double tols) noexcept {
   static constexpr double sign[] = {0, 1, -1, 0};
   side &= side_mask;
   return (side == side_free ? -std::fabs(d) : sign[side] * d) < -tols;
 }
+// After a change of d or weight: into the short list when the score calls for it.
+inline void psimplex_shortlist(primal_state& s, int32_t j, double d, double weight) noexcept {
+  const uint8_t side = s.side[j];
+  if ((side & side_mask) == side_free) d *= freeshare;
+  if (d * d < s.cutoff * weight || (side & (side_listed | side_short)) != side_listed) return;
+  s.side[j] = side | side_short;
+  s.shortlist[s.numshort++] = j;
+}
 // After a change of d alone.
 inline void psimplex_reprice(primal_state& s, int32_t j) noexcept {
   if (psimplex_isattractive(s.side[j], s.d[j], s.tols) != ((s.side[j] & side_listed) != 0))
     psimplex_movecandidate(s, j);
+  psimplex_shortlist(s, j, s.d[j], s.weight[j]);
 }
 void psimplex_rebuildcandidates(primal_state& s) noexcept;
 void psimplex_resetweights(primal_state& s);

@@ -273,3 +273,16 @@ TEST(Repair, OfASingularStartIsTold) {
   EXPECT_EQ(o.info.solsta, tvn::sol_optimal);
   EXPECT_NE(o.lines.find("Artficials. Current: 1 Total: 1."), std::string::npos) << o.lines;
 }
+
+// Thousands of candidates, pivot rows that meet few of them: choices come from the short list.
+TEST(ShortList, OfCandidatesLeadsToTheOptimum) {
+  known_case k = optimal_case(3, 700, 5000, 0.0015, 0.5);
+  for (const int32_t selection : {3, 4, 5}) {
+    SCOPED_TRACE(selection);
+    tvn::simplex_param param = primal(selection);
+    param.presolve = 0;
+    const outcome o = solve(k.p, param);
+    ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
+    expect_optimal(k.p, o.point, k.objective, 1e-8);
+  }
+}
