@@ -359,9 +359,7 @@ loop_state rest_feasible(primal_state& s) {
   return loop_state::recompute;
 }
 
-} // namespace
-
-void psimplex_optimize(primal_state& s) {
+void run_loop(primal_state& s) {
   allocate(s);
   s.tolfeas = std::min(1e-8, s.param.tolx);
   s.tolpiv = s.param.tolabspiv;
@@ -401,6 +399,15 @@ void psimplex_optimize(primal_state& s) {
   }
   clear_vectors(s);
   psimplex_setobjective(s);
+}
+
+} // namespace
+
+void psimplex_optimize(primal_state& s) {
+  dupvec_groups groups;
+  psimplex_groupdupvec(s, groups);
+  run_loop(s);
+  if (groups.num > 0) psimplex_dupvecfeasible(s, groups);
 }
 
 } // namespace tvn

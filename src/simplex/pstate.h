@@ -216,6 +216,16 @@ int32_t psimplex_findsuperbasic(const primal_state& s);
 // Moves j to its nearest bound or, where a basic blocks the way, into the basis. Its reduced cost is within tolerance.
 loop_state psimplex_rmsuperbasic(primal_state& s, int32_t j);
 
+// --- duplicate columns (pdupvec.cpp)
+struct dupvec_groups {
+  int64_t num = 0;             // columns that another one stands for
+  buffer<int32_t> first;       // [n] the column that stands for it, itself for all others
+  buffer<double> factor;       // [n] column = factor * first
+  buffer<double> lower, upper; // [n] bounds before the grouping
+};
+void psimplex_groupdupvec(primal_state& s, dupvec_groups& g);          // g.num 0: nothing is changed
+void psimplex_dupvecfeasible(primal_state& s, const dupvec_groups& g); // bounds, point and basis of the members again
+
 // --- audit (pcheck.cpp): stops on a breach
 void psimplex_check(primal_state& s);
 

@@ -65,6 +65,7 @@ struct simplex_param {
   int32_t primalcrash = 90; // percent of slacks from which on a cold start is crashed, above 100: never
   int32_t dualcrash = 90;   // the same for the dual simplex
   int32_t dualphaseone = 0; // way to dual feasibility: 0 free, 1 boxed problem, 2 shifted costs
+  int32_t dupvec = 0;       // duplicate columns as one: 0 no, 1 if they are many, 2 yes
   int32_t restrictpct = 50; // percentage of restriction of the primal candidate list
   int32_t maxiterations = 10000000;
   int32_t maxsetbacks = 200;

@@ -40,6 +40,14 @@ int32_t scaling_number(int32_t value) {
   }
 }
 
+int32_t dupvec_number(int32_t value) {
+  switch (value) {
+  case TVN_SIM_EXPLOIT_DUPVEC_ON: return 2;
+  case TVN_SIM_EXPLOIT_DUPVEC_FREE: return 1;
+  default: return 0;
+  }
+}
+
 simplex_kind optimizer_number(int32_t value) {
   switch (value) {
   case TVN_OPTIMIZER_PRIMAL_SIMPLEX: return kind_primal;
@@ -66,6 +74,7 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   p.primalcrash = iv[TVN_IPAR_SIM_PRIMAL_CRASH];
   p.dualcrash = iv[TVN_IPAR_SIM_DUAL_CRASH];
   p.dualphaseone = iv[TVN_IPAR_SIM_DUAL_PHASEONE_METHOD];
+  p.dupvec = dupvec_number(iv[TVN_IPAR_SIM_EXPLOIT_DUPVEC]);
   p.restrictpct = iv[TVN_IPAR_SIM_PRIMAL_RESTRICT_SELECTION];
   p.maxiterations = iv[TVN_IPAR_SIM_MAX_ITERATIONS];
   p.maxsetbacks = iv[TVN_IPAR_SIM_MAX_NUM_SETBACKS];

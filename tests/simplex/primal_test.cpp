@@ -286,3 +286,56 @@ TEST(ShortList, OfCandidatesLeadsToTheOptimum) {
     expect_optimal(k.p, o.point, k.objective, 1e-8);
   }
 }
+
+namespace {
+
+// Appends multiples of some columns, with bounds of their own.
+void add_duplicates(lp_case& p, uint64_t seed, int32_t num) {
+  std::mt19937_64 rng(seed * 31 + 7);
+  const auto from = p.c.size();
+  for (int32_t q = 0; q < num; q++) {
+    const size_t j = rng() % from;
+    const double f = std::vector<double>{-2, -1, -0.5, 1, 1, 3}[rng() % 6];
+    for (int64_t e = p.beg[j]; e < p.beg[j + 1]; e++) {
+      p.sub.push_back(p.sub[size_t(e)]);
+      p.val.push_back(f * p.val[size_t(e)]);
+    }
+    p.beg.push_back(static_cast<int64_t>(p.sub.size()));
+    p.c.push_back(f * p.c[j]);
+    const double lo = static_cast<double>(rng() % 3) - 1;
+    p.blx.push_back(rng() % 5 == 0 ? -1e30 : lo);
+    p.bux.push_back(rng() % 3 == 0 ? 1e30 : lo + static_cast<double>(rng() % 3));
+    p.n++;
+  }
+}
+
+} // namespace
+
+TEST(DuplicateColumns, AsOneGiveTheSameAnswerAndAProof) {
+  int32_t optimal = 0, infeasible = 0, unbounded = 0;
+  for (uint64_t seed = 1; seed <= 3000; seed++) {
+    SCOPED_TRACE(seed);
+    lp_case p = seed % 10 == 0 ? optimal_case(seed, 30, 40, 0.1, 0.3).p : nasty_case(seed);
+    add_duplicates(p, seed, static_cast<int32_t>(1 + seed % 9));
+    tvn::simplex_param param = primal(static_cast<int32_t>(seed % 6));
+    param.primalcrash = seed % 4 == 0 ? 90 : 101;
+    const outcome plain = solve(p, param);
+    param.dupvec = seed % 3 == 0 ? 1 : 2;
+    const outcome o = solve(p, param);
+    ASSERT_EQ(o.info.prosta, plain.info.prosta);
+    ASSERT_EQ(o.info.solsta, plain.info.solsta);
+    if (o.info.solsta == tvn::sol_optimal) {
+      optimal++;
+      expect_optimal(p, o.point, plain.info.objective, 1e-8);
+    } else if (o.info.solsta == tvn::sol_prim_infeas_cer) {
+      infeasible++;
+      EXPECT_LE(judge_infeasible(p, o.point), 1e-7);
+    } else {
+      unbounded++;
+      EXPECT_LE(judge_unbounded(p, o.point), 1e-7);
+    }
+  }
+  EXPECT_GT(optimal, 300);
+  EXPECT_GT(infeasible, 100);
+  EXPECT_GT(unbounded, 100);
+}
