@@ -163,7 +163,8 @@ void settle_group(const group_share& share, bool ray) {
   if (position < 0 && key != sk_supbas) return share.rest_all(key == sk_upr);
   const int32_t taker = s.work.m + share.fill(z);
   if (position < 0) { // a free column off the basis: what the taker holds need not be an end
-    if (s.x[taker] != s.work.lower[taker] && s.x[taker] != s.work.upper[taker]) s.key[taker] = sk_supbas;
+    const double x = s.x[taker];
+    s.key[taker] = x == s.work.lower[taker] ? sk_low : x == s.work.upper[taker] ? sk_upr : sk_supbas;
     return;
   }
   s.key[taker] = sk_bas;
