@@ -20,6 +20,7 @@ constexpr int64_t edgeperiod = 500;      // the same for exact weights,
 constexpr double edgeshare = 1.0;        // which may cost this multiple of all other work
 constexpr int64_t refreshperiod = 10000; // iterations on one reference framework, or m
 constexpr double rowshare = 0.9;         // of the work saved that may go into pivot rows,
+constexpr int64_t longcolumns = 10;      // entries of the average column that are too many for exact weights later on
 constexpr double lookshare = 0.1;        // work of the choice by columns
 constexpr double degenerateshare = 0.7;  // of a period: go to approximate steepest edge
 
@@ -337,7 +338,9 @@ bool psimplex_choosepricingswitch(primal_state& s) {
     const double fewer = r >= 20 ? 6 : r >= 12 ? 5 : 3;
     const auto since = static_cast<double>(s.iter - s.lastswitch);
     const double row = static_cast<double>(w.colbeg[w.n]) * s.workprice / std::max(1, w.m) + lookshare * w.n * since;
-    if (since >= 10 && row < rowshare * fewer * (factor_work(s) + s.workprice)) to = sel_se;
+    // Each exact weight is formed by a solve and follows by a product with its column: with long ones devex is cheaper.
+    if (since >= 10 && row < rowshare * fewer * (factor_work(s) + s.workprice))
+      to = w.colbeg[w.n] > longcolumns * w.n ? sel_devex : sel_se;
   } else if (s.method == sel_devex && s.iter - s.refreshed >= std::max<int64_t>(refreshperiod, w.m)) {
     psimplex_resetweights(s);
     return true;
