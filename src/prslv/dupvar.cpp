@@ -5,6 +5,7 @@
 // which trading one for the other would drive it, the other goes to its bound; when neither has one, the trade is a
 // ray. Undo of a merge: the value is split so that at most one of the two is off its bounds; that one is basic if the
 // merged column was; d_k = t d_j.
+#include "prslv/pair.h"
 #include "prslv/prslvint.h"
 
 namespace tvn {
@@ -15,38 +16,57 @@ constexpr double tolcost = 1e-14;
 
 double times(double t, double b) { return std::isinf(b) ? (t > 0 ? b : -b) : t * b; }
 
+} // namespace
+
+pair_costs TVN_prslv_comparecosts(double ck, double tcj, double tols) noexcept {
+  const double g = std::fabs(ck - tcj);
+  if (g <= tolcost * (std::fabs(ck) + std::fabs(tcj))) return pair_costs::alike;
+  return g > tols * (1 + std::fabs(ck)) ? pair_costs::unlike : pair_costs::unclear;
+}
+
+pair_ends TVN_prslv_mergepair(const column_pair& p) noexcept {
+  return {p.lj + times(p.t, p.t > 0 ? p.lk : p.uk), p.uj + times(p.t, p.t > 0 ? p.uk : p.lk)};
+}
+
+pair_trade TVN_prslv_tradepair(const column_pair& p, double g) noexcept {
+  const bool klow = g > 0, jupp = klow == (p.t > 0); // k is driven down, j to this side
+  return {jupp ? p.uj : p.lj, klow ? p.lk : p.uk, jupp ? sk_upr : sk_low, klow ? sk_low : sk_upr};
+}
+
+namespace {
+
+column_pair pair_of(const prslv_context& x, int32_t j, int32_t k, double t) {
+  return {j, k, t, var_lower(x, j), var_upper(x, j), var_lower(x, k), var_upper(x, k)};
+}
+
 // Record: both columns, both keys; t, bounds of both.
-void TVN_prslv_dupvar(prslv_context& x, int32_t j, int32_t k, double t) {
-  const double lj = var_lower(x, j), uj = var_upper(x, j), lk = var_lower(x, k), uk = var_upper(x, k);
+void TVN_prslv_dupvar(prslv_context& x, const column_pair& p) {
   TVN_prslv_beginpushstk(x, rt_dupvar);
-  push_int(x, j);
-  push_int(x, k);
-  push_int(x, x.p.bkx[j]);
-  push_int(x, x.p.bkx[k]);
-  push_real(x, t);
-  push_real(x, lj);
-  push_real(x, uj);
-  push_real(x, lk);
-  push_real(x, uk);
+  push_int(x, p.j);
+  push_int(x, p.k);
+  push_int(x, x.p.bkx[p.j]);
+  push_int(x, x.p.bkx[p.k]);
+  for (const double v : {p.t, p.lj, p.uj, p.lk, p.uk}) push_real(x, v);
   TVN_prslv_endpushstk(x, rt_dupvar);
-  TVN_prslv_killvar(x, k, 0.0);
-  TVN_prslv_putvarbounds(x, j, lj + times(t, t > 0 ? lk : uk), uj + times(t, t > 0 ? uk : lk));
+  TVN_prslv_killvar(x, p.k, 0.0);
+  const pair_ends merged = TVN_prslv_mergepair(p);
+  TVN_prslv_putvarbounds(x, p.j, merged.lo, merged.up);
 }
 
 // One of two columns of unlike cost goes to a bound; g = c_k - t c_j.
-void TVN_prslv_fixdupvar(prslv_context& x, int32_t j, int32_t k, double t, double g) {
-  const bool klow = g > 0, jupp = klow == (t > 0); // k is driven down, j to this side
-  const double bk = klow ? var_lower(x, k) : var_upper(x, k), bj = jupp ? var_upper(x, j) : var_lower(x, j);
-  if (std::isinf(bj) && std::isinf(bk)) {
+void TVN_prslv_fixdupvar(prslv_context& x, const column_pair& p, double g) {
+  const pair_trade to = TVN_prslv_tradepair(p, g);
+  if (std::isinf(to.bj) && std::isinf(to.bk)) {
+    const bool down = to.keyk == sk_low;
     x.status = prs_dual_infeas;
-    x.certcol = k;
-    x.certcolval = klow ? -1 : 1;
-    x.certcol2 = j;
-    x.certcol2val = klow ? t : -t;
-  } else if (std::isinf(bj)) {
-    TVN_prslv_varfix(x, k, bk, klow ? rt_varfixlow : rt_varfixupr);
-  } else if (std::isinf(bk)) {
-    TVN_prslv_varfix(x, j, bj, jupp ? rt_varfixupr : rt_varfixlow);
+    x.certcol = p.k;
+    x.certcolval = down ? -1 : 1;
+    x.certcol2 = p.j;
+    x.certcol2val = down ? p.t : -p.t;
+  } else if (std::isinf(to.bj)) {
+    TVN_prslv_varfix(x, p.k, to.bk, to.keyk == sk_low ? rt_varfixlow : rt_varfixupr);
+  } else if (std::isinf(to.bk)) {
+    TVN_prslv_varfix(x, p.j, to.bj, to.keyj == sk_upr ? rt_varfixupr : rt_varfixlow);
   }
 }
 
@@ -61,34 +81,39 @@ prslv_code TVN_prslv_checkdupvar(prslv_context& x) {
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
     if (j == k || !x.varlive[k] || !x.varlive[j] || !x.varlin[k] || !x.varlin[j] || x.varnz[k] == 0) continue;
     if (x.p.varint && (x.p.varint[j] || x.p.varint[k])) continue;
-    const double t = found.scale[k], ck = x.p.c[k], cj = x.p.c[j], g = ck - t * cj;
-    if (std::fabs(g) <= tolcost * (std::fabs(ck) + std::fabs(t * cj)))
-      TVN_prslv_dupvar(x, j, k, t);
-    else if (!x.param.keepprimal && std::fabs(g) > x.param.tols * (1 + std::fabs(ck)))
-      TVN_prslv_fixdupvar(x, j, k, t, g);
+    const double t = found.scale[k], ck = x.p.c[k], tcj = t * x.p.c[j];
+    const pair_costs costs = TVN_prslv_comparecosts(ck, tcj, x.param.tols);
+    if (costs == pair_costs::alike)
+      TVN_prslv_dupvar(x, pair_of(x, j, k, t));
+    else if (!x.param.keepprimal && costs == pair_costs::unlike)
+      TVN_prslv_fixdupvar(x, pair_of(x, j, k, t), ck - tcj);
   }
   return prslv_code::ok;
 }
 
 namespace {
 
-struct column_pair {
-  int32_t j, k;
-  double t, lj, uj, lk, uk;
-};
+// A column that is free to stay off its bounds rests where it happens to stand on one.
+int32_t standing(int32_t key, double x, double lo, double up) {
+  if (key != sk_supbas) return key;
+  return x == lo ? sk_low : x == up ? sk_upr : sk_supbas;
+}
 
 // Merged column off its bounds: one of the two at a bound, the other takes the rest.
-void split_between(prslv_post& w, const column_pair& p, double v, int32_t key) {
-  lp_solution& s = w.s;
+void split_between(const column_pair& p, lp_solution& s) {
+  const double v = s.xx[p.j];
+  const int32_t key = s.skx[p.j];
   double best = prslv_inf;
+  bool none = true; // a value that is not a number leaves proper keys too
   auto offer = [&](double xj, double xk, bool jrests, int32_t restkey) {
     const double viol = std::max({p.lj - xj, xj - p.uj, p.lk - xk, xk - p.uk, 0.0});
-    if (!(viol < best)) return;
+    if (!none && !(viol < best)) return;
+    none = false;
     best = viol;
     s.xx[p.j] = xj;
     s.xx[p.k] = xk;
-    s.skx[p.j] = jrests ? restkey : key;
-    s.skx[p.k] = jrests ? key : restkey;
+    s.skx[p.j] = jrests ? restkey : standing(key, xj, p.lj, p.uj);
+    s.skx[p.k] = jrests ? standing(key, xk, p.lk, p.uk) : restkey;
   };
   auto offerk = [&](double xk, int32_t restkey) { offer(v - p.t * xk, xk, false, restkey); };
   auto offerj = [&](double xj, int32_t restkey) { offer(xj, (v - xj) / p.t, true, restkey); };
@@ -96,35 +121,34 @@ void split_between(prslv_post& w, const column_pair& p, double v, int32_t key) {
   if (!std::isinf(p.uk)) offerk(p.uk, sk_upr);
   if (!std::isinf(p.lj)) offerj(p.lj, sk_low);
   if (!std::isinf(p.uj)) offerj(p.uj, sk_upr);
-  if (std::isinf(p.lk) && std::isinf(p.uk) && std::isinf(p.lj) && std::isinf(p.uj)) offerk(0.0, sk_supbas);
+  if (none) offerk(0.0, sk_supbas);
 }
 
 } // namespace
 
+void TVN_prslv_splitpair(const column_pair& p, bool ray, lp_solution& s) {
+  const double d = s.slx[p.j] - s.sux[p.j];
+  int32_t& key = s.skx[p.j];
+  if (key == sk_fix) key = d >= 0 ? sk_low : sk_upr;
+  if (!ray && (key == sk_low || key == sk_upr)) {
+    const bool low = key == sk_low, klow = low == (p.t > 0);
+    s.xx[p.j] = low ? p.lj : p.uj;
+    s.xx[p.k] = klow ? p.lk : p.uk;
+    s.skx[p.k] = klow ? sk_low : sk_upr;
+  } else {
+    split_between(p, s);
+  }
+  TVN_prslv_splitdual(p.t * d, sk_unk, s.slx[p.k], s.sux[p.k]);
+}
+
 void prslv_undodupvar(prslv_post& w) {
   prslv_reader r(w.x);
-  lp_solution& s = w.s;
   column_pair p{};
   p.j = r.i();
   p.k = r.i();
   p.t = r.r();
-  p.lj = w.bound(r.r());
-  p.uj = w.bound(r.r());
-  p.lk = w.bound(r.r());
-  p.uk = w.bound(r.r());
-  const double v = s.xx[p.j], d = s.slx[p.j] - s.sux[p.j];
-  int32_t key = s.skx[p.j];
-  if (key == sk_fix) key = d >= 0 ? sk_low : sk_upr;
-  if (!w.certificate() && (key == sk_low || key == sk_upr)) {
-    const bool low = key == sk_low, klow = low == (p.t > 0);
-    s.xx[p.j] = low ? p.lj : p.uj;
-    s.xx[p.k] = klow ? p.lk : p.uk;
-    s.skx[p.j] = key;
-    s.skx[p.k] = klow ? sk_low : sk_upr;
-  } else {
-    split_between(w, p, v, key);
-  }
-  TVN_prslv_splitdual(p.t * d, sk_unk, s.slx[p.k], s.sux[p.k]);
+  for (double* b : {&p.lj, &p.uj, &p.lk, &p.uk}) *b = w.bound(r.r());
+  TVN_prslv_splitpair(p, w.certificate(), w.s);
 }
 
 } // namespace tvn
