@@ -2,10 +2,12 @@
 //
 // With presolve: edit a copy of the vectors -> solve what is left as a problem of its own -> undo the records ->
 // residuals on the user's data. A basic solution that fails them is the start of a clean-up on the user's problem; a
-// certificate that fails them is looked for again without presolve.
+// certificate that fails them is looked for again without presolve. Before that, on request, opposite columns become
+// one, with a proof of the same kind afterwards.
 #include "simplex/frame.h"
 
 #include "simplex/presolved.h"
+#include "simplex/reformulate.h"
 #include "simplex/verify.h"
 
 namespace tvn {
@@ -174,22 +176,57 @@ bool solve_with_presolve(sysenv& sys, const lp_view& lp, const simplex_param& pa
   return false;
 }
 
-} // namespace
-
-void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                          const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
-  info.response = simplex_code::ok;
-  if (crossing_bounds(lp, info, sol)) return;
-  if (!presolve_wanted(param)) return TVN_simplex_solvedirectly(sys, lp, param, info, progress, sol, kept);
-  simplex_param again = param;
-  again.presolve = again.hotstart = 0;
-  if (solve_with_presolve(sys, lp, param, info, progress, sol, kept, again)) return;
+// The direct road on the user's problem after another one whose claim did not stand there.
+void clean_up(sysenv& sys, const lp_view& lp, const simplex_param& again, simplex_info& info,
+              const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
   info.response = simplex_code::ok;
   const auto iterations = [&] { return info.count[kind_primal].iterations + info.count[kind_dual].iterations; };
   const int64_t before = iterations();
   TVN_simplex_solvedirectly(sys, lp, again, info, progress, sol, kept);
   info.cleanups++;
   info.cleaniterations += iterations() - before;
+}
+
+void solve_as_given(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                    const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
+  if (!presolve_wanted(param)) return TVN_simplex_solvedirectly(sys, lp, param, info, progress, sol, kept);
+  simplex_param again = param;
+  again.presolve = again.hotstart = 0;
+  if (solve_with_presolve(sys, lp, param, info, progress, sol, kept, again)) return;
+  clean_up(sys, lp, again, info, progress, sol, kept);
+}
+
+void tell_reformulation(simplex_info& info, const simplex_progress& progress, const reformulation& r) {
+  char line[100];
+  std::snprintf(line, sizeof line, "Reformulation - merged : %-10d rested at a bound: %d\n", r.nummerged, r.numrested);
+  info.line = line;
+  info.linelevel = 1;
+  (void)progress(simplex_event::message, info);
+  info.line = nullptr;
+}
+
+} // namespace
+
+void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                          const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
+  info.response = simplex_code::ok;
+  if (crossing_bounds(lp, info, sol)) return;
+  reformulation r;
+  if (!TVN_simplex_reformulate(sys, lp, param, sol, r))
+    return solve_as_given(sys, lp, param, info, progress, sol, kept);
+  tell_reformulation(info, progress, r);
+  solve_as_given(sys, r.lp, param, info, progress, sol, kept);
+  const int32_t claim = info.solsta;
+  TVN_simplex_reformulatepostsolve(r, claim, sol);
+  refresh(sys, lp, claim, sol);
+  if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) return;
+  simplex_param again = param;
+  again.presolve = again.hotstart = 0;
+  if (claim == sol_optimal) {
+    again.hotstart = 6;
+    again.optimizer = param.cleanoptimizer;
+  }
+  clean_up(sys, lp, again, info, progress, sol, kept);
 }
 
 } // namespace tvn

@@ -47,6 +47,8 @@ enum select_method : int32_t {
   sel_switch = 10,
 };
 
+enum simplex_reform : int32_t { reform_free = 0, reform_on = 1, reform_off = 2, reform_aggressive = 3 };
+
 struct simplex_param {
   int32_t optimizer = kind_free;
   int32_t cleanoptimizer = kind_free; // of the run on the user's problem after presolve's undo, when one is needed
@@ -62,11 +64,12 @@ struct simplex_param {
   bool acceptinfeas = false;    // infeasibility within tolx of each bound is rounding of the data: go on without it
   int32_t selection = sel_free; // of the primal simplex, internal numbering
   int32_t dualselection = sel_free;
-  int32_t primalcrash = 90; // percent of slacks from which on a cold start is crashed, above 100: never
-  int32_t dualcrash = 90;   // the same for the dual simplex
-  int32_t dualphaseone = 0; // way to dual feasibility: 0 free, 1 boxed problem, 2 shifted costs
-  int32_t dupvec = 0;       // duplicate columns as one: 0 no, 1 if they are many, 2 yes
-  int32_t restrictpct = 50; // percentage of restriction of the primal candidate list
+  int32_t primalcrash = 90;           // percent of slacks from which on a cold start is crashed, above 100: never
+  int32_t dualcrash = 90;             // the same for the dual simplex
+  int32_t dualphaseone = 0;           // way to dual feasibility: 0 free, 1 boxed problem, 2 shifted costs
+  int32_t dupvec = 0;                 // duplicate columns as one: 0 no, 1 if they are many, 2 yes
+  int32_t reformulation = reform_off; // opposite columns as one before the run
+  int32_t restrictpct = 50;           // percentage of restriction of the primal candidate list
   int32_t maxiterations = 10000000;
   int32_t maxsetbacks = 200;
   int32_t refactorfreq = 0; // 0 automatic

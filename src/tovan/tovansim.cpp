@@ -48,6 +48,15 @@ int32_t dupvec_number(int32_t value) {
   }
 }
 
+int32_t reformulation_number(int32_t value) {
+  switch (value) {
+  case TVN_SIM_REFORMULATION_ON: return reform_on;
+  case TVN_SIM_REFORMULATION_FREE: return reform_free;
+  case TVN_SIM_REFORMULATION_AGGRESSIVE: return reform_aggressive;
+  default: return reform_off;
+  }
+}
+
 simplex_kind optimizer_number(int32_t value) {
   switch (value) {
   case TVN_OPTIMIZER_PRIMAL_SIMPLEX: return kind_primal;
@@ -75,6 +84,7 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   p.dualcrash = iv[TVN_IPAR_SIM_DUAL_CRASH];
   p.dualphaseone = iv[TVN_IPAR_SIM_DUAL_PHASEONE_METHOD];
   p.dupvec = dupvec_number(iv[TVN_IPAR_SIM_EXPLOIT_DUPVEC]);
+  p.reformulation = reformulation_number(iv[TVN_IPAR_SIM_REFORMULATION]);
   p.restrictpct = iv[TVN_IPAR_SIM_PRIMAL_RESTRICT_SELECTION];
   p.maxiterations = iv[TVN_IPAR_SIM_MAX_ITERATIONS];
   p.maxsetbacks = iv[TVN_IPAR_SIM_MAX_NUM_SETBACKS];
