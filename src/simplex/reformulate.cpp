@@ -26,6 +26,10 @@ namespace {
 constexpr double tolequal = 1e-14; // relative, of entries that count as equal
 constexpr double tolunit = 1e-10;  // of a factor that counts as -1
 constexpr int32_t lookback = 8;    // multiples of a column that are tried as its partner
+// Left free, a problem is changed when the steps are at least this share of the columns. Public problems with a tenth
+// of their columns split into pairs take 24 percent fewer iterations of the primal simplex and 6 of the dual one for
+// it, with six tenths 53 and 10; the few pairs that such problems bring along by themselves gain nothing.
+constexpr double worthshare = 0.05;
 constexpr double inf = std::numeric_limits<double>::infinity();
 
 // Presolve does the same to what it meets. Left free, only a run that does without it by the user's choice, and has no
@@ -169,7 +173,8 @@ bool TVN_simplex_reformulate(sysenv& sys, const lp_view& lp, const simplex_param
   r.lp.bkx = r.bkx.data();
   r.lp.blx = r.blx.data();
   r.lp.bux = r.bux.data();
-  return r.stack.size() > 0;
+  const double least = param.reformulation == reform_free ? worthshare * lp.numvar : 1.0;
+  return static_cast<double>(r.stack.size()) >= least;
 }
 
 void TVN_simplex_reformulatepostsolve(const reformulation& r, int32_t solsta, lp_solution& sol) {

@@ -21,8 +21,8 @@ struct reformulation {
   int32_t nummerged = 0, numrested = 0;
 };
 
-// False, with all as it was, when it is not wanted or no pair is found. With a start (param.hotstart) only those steps
-// are taken that lose nothing of it; keys and values in sol then are those of the new problem.
+// False, with sol as it was, when it is not wanted or too few pairs are found. With a start (param.hotstart) only those
+// steps are taken that lose nothing of it; keys and values in sol then are those of the new problem.
 bool TVN_simplex_reformulate(sysenv& sys, const lp_view& lp, const simplex_param& param, lp_solution& sol,
                              reformulation& r);
 

@@ -188,18 +188,27 @@ TEST(Reformulation, TakesOnlyStepsThatKeepEverySolution) {
     param.presolve = presolve;
     param.hotstart = hotstart;
     const bool changed = tvn::TVN_simplex_reformulate(*w.sys, p.view(), param, sol, r);
-    EXPECT_EQ(changed, r.nummerged + r.numrested > 0);
-    if (r.nummerged > 0) {
+
+    if (changed && r.nummerged > 0) {
       EXPECT_EQ(r.bkx[0], tvn::bk_fr);
       EXPECT_EQ(r.bkx[1], tvn::bk_fx);
     }
-    return 10 * r.nummerged + r.numrested;
+    return changed ? 10 * r.nummerged + r.numrested : 0;
   };
   const lp_case difference = one_pair(3, -3), absolute = one_pair(1, 1);
   EXPECT_EQ(take(difference, tvn::reform_on), 10);
   EXPECT_EQ(take(difference, tvn::reform_on, 2, 0), 10);
   EXPECT_EQ(take(difference, tvn::reform_free), 10);
   EXPECT_EQ(take(difference, tvn::reform_free, 1), 0); // presolve does it
+  lp_case wide = difference;
+  for (; wide.n < 21; wide.n++) {
+    wide.c.push_back(0);
+    wide.beg.push_back(wide.beg.back());
+    wide.blx.push_back(0);
+    wide.bux.push_back(1);
+  }
+  EXPECT_EQ(take(wide, tvn::reform_on), 10);
+  EXPECT_EQ(take(wide, tvn::reform_free), 0); // too few to gain by it
   EXPECT_EQ(take(difference, tvn::reform_free, 0, 6), 0);
   EXPECT_EQ(take(difference, tvn::reform_off), 0);
   EXPECT_EQ(take(absolute, tvn::reform_aggressive), 0); // a kink
