@@ -152,6 +152,31 @@ TEST(Reformulation, KeepsAStart) {
   EXPECT_GT(optimal, 200);
 }
 
+// Keys and values of every kind: at worst the start is lost.
+TEST(Reformulation, TakesAnyStart) {
+  for (uint64_t seed = 1; seed <= 600 && !HasFailure(); seed++) {
+    SCOPED_TRACE(seed);
+    std::mt19937_64 rng(seed);
+    lp_case p = nasty_case(seed);
+    add_pairs(p, seed, static_cast<int32_t>(1 + seed % 6), seed % 5 == 0);
+    workbench w;
+    lp_point cold(p), hot(p);
+    tvn::simplex_param param;
+    const tvn::simplex_info want = w.solve(p, cold, param);
+    for (auto* keys : {&hot.skc, &hot.skx})
+      for (int32_t& key : *keys) key = rng() % 3 == 0 ? tvn::sk_bas : static_cast<int32_t>(rng() % 9) - 1;
+    for (double& x : hot.xx) x = rng() % 3 == 0 ? std::nan("") : 1e300;
+    param.hotstart = 4 + static_cast<int32_t>(seed % 3);
+    param.optimizer = static_cast<int32_t>(seed / 3 % 3);
+    param.reformulation = seed % 2 == 0 ? tvn::reform_on : tvn::reform_aggressive;
+    const tvn::simplex_info have = w.solve(p, hot, param);
+    ASSERT_EQ(have.response, tvn::simplex_code::ok);
+    EXPECT_EQ(basics(hot), p.m);
+    EXPECT_EQ(have.solsta == tvn::sol_optimal, want.solsta == tvn::sol_optimal);
+    expect_status(p, hot, have.solsta, want.objective);
+  }
+}
+
 // A run cut short, at once or later, still leaves as many basics as rows and the sums of what it had.
 TEST(Reformulation, LeavesABasisWhereALimitEndsTheRun) {
   for (uint64_t seed = 1; seed <= 100; seed++) {
