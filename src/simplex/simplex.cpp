@@ -9,6 +9,7 @@
 #include "simplex/crash.h"
 #include "simplex/dstate.h"
 #include "simplex/pstate.h"
+#include "simplex/startbasis.h"
 #include "simplex/verify.h"
 
 #include <cmath>
@@ -22,29 +23,6 @@ constexpr double tolcertificate = 1e-7; // violation of a certificate relative t
 
 // --- start basis
 
-int32_t user_key(const simplex_work& w, const lp_solution& sol, int32_t j) {
-  return w.is_logical(j) ? sol.skc[w.row2user[j]] : sol.skx[w.col2user[j - w.m]];
-}
-
-// Exactly m basics from the keys: structurals first, then logicals, then logicals that were not asked for.
-void basis_from_keys(simplex_state& s, const lp_solution& sol) {
-  const simplex_work& w = s.work;
-  int32_t num = 0;
-  auto take = [&](int32_t j) {
-    if (num == w.m || s.fac.pos[j] >= 0) return;
-    s.fac.pos[j] = num;
-    s.fac.head[num++] = j;
-  };
-  std::fill(s.fac.pos.begin(), s.fac.pos.end(), -1);
-  s.info.numbasics = 0;
-  for (int32_t j = 0; j < w.total; j++) s.info.numbasics += user_key(w, sol, j) == sk_bas;
-  for (int32_t j = w.m; j < w.total; j++)
-    if (user_key(w, sol, j) == sk_bas) take(j);
-  for (int32_t j = 0; j < w.m; j++)
-    if (user_key(w, sol, j) == sk_bas) take(j);
-  for (int32_t j = 0; j < w.m; j++) take(j);
-}
-
 // Header, keys and values of the nonbasics. fitting: a kept basis whose factor is that of the keys, or null.
 void start_basis(simplex_state& s, const lp_solution* keys, kept_basis* fitting) {
   const simplex_work& w = s.work;
@@ -52,7 +30,7 @@ void start_basis(simplex_state& s, const lp_solution* keys, kept_basis* fitting)
     s.info.numbasics = w.m;
     TVN_simplex_takefactor(*fitting, s);
   } else if (keys) {
-    basis_from_keys(s, *keys);
+    TVN_simplex_basisfromkeys(s, *keys);
   } else {
     s.info.numbasics = w.m;
     TVN_simplex_slackbasis(s.fac);
@@ -61,7 +39,7 @@ void start_basis(simplex_state& s, const lp_solution* keys, kept_basis* fitting)
     if (s.fac.pos[j] >= 0)
       s.key[j] = sk_bas;
     else
-      TVN_simplex_restnonbasic(s, j, keys ? user_key(w, *keys, j) : sk_unk);
+      TVN_simplex_restnonbasic(s, j, keys ? TVN_simplex_userkey(w, *keys, j) : sk_unk);
   }
 }
 
@@ -272,7 +250,7 @@ void TVN_simplex_keepfactor(sysenv& sys, const lp_view& lp, const simplex_param&
   if (!TVN_simplex_compressproblem(sys, lp, make_request(param), watch, work, &sol)) return;
   simplex_state s(sys, watch, work);
   TVN_simplex_setupstate(s);
-  basis_from_keys(s, sol);
+  TVN_simplex_basisfromkeys(s, sol);
   if (s.info.numbasics != work.m || TVN_simplex_factor(s.fac) != factor_result::full) return;
   TVN_simplex_getweights(kept, s);
   TVN_simplex_updatebasis(kept, s, lp, true);

@@ -1,0 +1,22 @@
+// The header of a start from the keys of a caller.
+#pragma once
+
+#include "simplex/state.h"
+
+namespace tvn {
+
+// Key that the caller gives variable j of the joined working space.
+inline int32_t TVN_simplex_userkey(const simplex_work& w, const lp_solution& sol, int32_t j) {
+  return w.is_logical(j) ? sol.skc[w.row2user[j]] : sol.skx[w.col2user[j - w.m]];
+}
+
+// Matches columns (0 .. n-1) to rows, as many as there can be, and among the rows as many of rank 0 as there can be,
+// then of rank 1, and so on to numranks - 1. rowrank: [m]. row2col: [m], the place in `columns` of the row's partner,
+// -1: none. Returns the number matched.
+int32_t TVN_simplex_maxtransversal(sysenv& sys, const simplex_work& w, std::span<const int32_t> columns,
+                                   const int32_t* rowrank, int32_t numranks, std::span<int32_t> row2col);
+
+// Exactly m basics from the keys, into s.fac.head and pos; s.info.numbasics is what the keys name.
+void TVN_simplex_basisfromkeys(simplex_state& s, const lp_solution& sol);
+
+} // namespace tvn
