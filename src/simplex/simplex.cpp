@@ -23,28 +23,19 @@ constexpr double tolcertificate = 1e-7; // violation of a certificate relative t
 
 // --- start basis
 
-// Header, keys and values of the nonbasics. fitting: a kept basis whose factor is that of the keys, or null.
-void start_basis(simplex_state& s, const lp_solution* keys, kept_basis* fitting) {
-  const simplex_work& w = s.work;
-  if (fitting) {
-    s.info.numbasics = w.m;
+// fitting: a kept basis whose factor is that of the keys, or null.
+void start_header(simplex_state& s, const lp_solution* keys, kept_basis* fitting) {
+  s.info.numbasics = s.work.m;
+  if (fitting)
     TVN_simplex_takefactor(*fitting, s);
-  } else if (keys) {
+  else if (keys)
     TVN_simplex_basisfromkeys(s, *keys);
-  } else {
-    s.info.numbasics = w.m;
+  else
     TVN_simplex_slackbasis(s.fac);
-  }
-  for (int32_t j = 0; j < w.total; j++) {
-    if (s.fac.pos[j] >= 0)
-      s.key[j] = sk_bas;
-    else
-      TVN_simplex_restnonbasic(s, j, keys ? TVN_simplex_userkey(w, *keys, j) : sk_unk);
-  }
 }
 
 // Rank of the start. A full factor is left to the optimizer; another one it makes again and repairs.
-void factor_start(simplex_state& s) {
+void factor_start(simplex_state& s, const lp_solution* keys) {
   if (s.cold || s.factorready) {
     s.info.basisrank = s.work.m;
     return;
@@ -54,7 +45,19 @@ void factor_start(simplex_state& s) {
   if (result == factor_result::full && TVN_simplex_improvelu(s.fac)) result = TVN_simplex_factor(s.fac);
   if (result == factor_result::full || result == factor_result::singular)
     s.info.basisrank = TVN_lu_getrank(s.fac.factor);
+  if (result == factor_result::singular) TVN_simplex_movefill(s, *keys);
   s.factorready = result == factor_result::full;
+}
+
+// Keys of all variables and values of the nonbasics.
+void start_keys(simplex_state& s, const lp_solution* keys) {
+  const simplex_work& w = s.work;
+  for (int32_t j = 0; j < w.total; j++) {
+    if (s.fac.pos[j] >= 0)
+      s.key[j] = sk_bas;
+    else
+      TVN_simplex_restnonbasic(s, j, keys ? TVN_simplex_userkey(w, *keys, j) : sk_unk);
+  }
 }
 
 // --- the way back
@@ -208,11 +211,12 @@ void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simple
   info.numvar = work.n;
   simplex_state s(sys, watch, work);
   TVN_simplex_setupstate(s);
-  start_basis(s, keys, info.warmfactor ? kept : nullptr);
-  if (kept && keys) TVN_simplex_getweights(*kept, s);
   s.cold = keys == nullptr;
   info.hotstart = param.hotstart;
-  factor_start(s);
+  start_header(s, keys, info.warmfactor ? kept : nullptr);
+  factor_start(s, keys);
+  start_keys(s, keys);
+  if (kept && keys) TVN_simplex_getweights(*kept, s);
   run_chain(s);
   info.response = s.stop;
   buffer<double> y(sys, work.m, 0.0);

@@ -18,5 +18,7 @@ int32_t TVN_simplex_maxtransversal(sysenv& sys, const simplex_work& w, std::span
 
 // Exactly m basics from the keys, into s.fac.head and pos; s.info.numbasics is what the keys name.
 void TVN_simplex_basisfromkeys(simplex_state& s, const lp_solution& sol);
+// When the factor of that header is singular: the logicals that the keys do not name go where it finds no pivot.
+void TVN_simplex_movefill(simplex_state& s, const lp_solution& sol);
 
 } // namespace tvn

@@ -14,6 +14,8 @@ bool simplex_lugeta(void* handle, int64_t space, int32_t k, int32_t& count, int3
   const auto& f = *static_cast<const simplex_fac*>(handle);
   const simplex_work& w = *f.work;
   const int32_t j = f.head[k];
+  count = 0;
+  if (j < 0) return true;
   if (w.colcount(j) > space) return false;
   if (w.is_logical(j)) {
     count = 1;
@@ -21,7 +23,6 @@ bool simplex_lugeta(void* handle, int64_t space, int32_t k, int32_t& count, int3
     val[0] = -1.0;
     return true;
   }
-  count = 0;
   for (int64_t p = w.colbeg[j - w.m]; p < w.colbeg[j - w.m + 1]; p++, count++) {
     sub[count] = w.colsub[p];
     val[count] = w.colval[p];
@@ -124,7 +125,7 @@ int32_t TVN_simplex_insertlogicals(simplex_fac& f, std::span<basis_exchange> exc
     const int32_t row = colmap[static_cast<size_t>(k)];
     if (row == m) continue;
     exchanges[static_cast<size_t>(num++)] = {f.head[k], row};
-    f.pos[f.head[k]] = -1;
+    if (f.head[k] >= 0) f.pos[f.head[k]] = -1;
     f.head[k] = row;
   }
   for (int32_t k = 0; k < m; k++) f.pos[f.head[k]] = k;

@@ -23,7 +23,7 @@ struct simplex_fac {
 
 enum class factor_result : int32_t { full, singular, failed, stopped };
 
-// A column that a repair took out of the basis and the logical that stands in its position now.
+// A column that a repair took out of the basis (-1: the position was open) and the logical that stands there now.
 struct basis_exchange {
   int32_t leaving, entering;
 };
@@ -34,7 +34,7 @@ void TVN_simplex_slackbasis(simplex_fac& f) noexcept;
 
 // Factors a square matrix with nz entries through its column function. Storage grows as long as the factor asks for it.
 [[nodiscard]] factor_result TVN_simplex_factorlu(lu& f, int64_t nz, std::span<int32_t> iwork, std::span<double> rwork);
-// The same for head.
+// The same for head. A position with head -1 is open: an empty column, for which a repair puts in a logical.
 [[nodiscard]] factor_result TVN_simplex_factor(simplex_fac& f);
 // After `singular`: completes the factor with logicals and tells the exchanges; returns their number.
 int32_t TVN_simplex_insertlogicals(simplex_fac& f, std::span<basis_exchange> exchanges);

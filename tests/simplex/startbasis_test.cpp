@@ -9,7 +9,7 @@ namespace {
 
 struct start {
   int32_t structurals = 0, kept = 0, logicals = 0, keptlogicals = 0; // named by the keys, and in the header
-  bool regular = false;
+  bool regular = false, moved = false; // as the pattern made it; what stood in the way of regularity has been moved
 };
 
 start make_start(lp_case& p, lp_point& keys) {
@@ -26,6 +26,11 @@ start make_start(lp_case& p, lp_point& keys) {
     tvn::simplex_state s(*sys, watch, w);
     tvn::TVN_simplex_setupstate(s);
     tvn::TVN_simplex_basisfromkeys(s, sol);
+    r.regular = tvn::TVN_simplex_factor(s.fac) == tvn::factor_result::full;
+    if (!r.regular) {
+      tvn::TVN_simplex_movefill(s, sol);
+      r.moved = tvn::TVN_simplex_factor(s.fac) == tvn::factor_result::full;
+    }
     int32_t basics = 0;
     for (int32_t j = 0; j < w.total; j++) {
       const bool named = tvn::TVN_simplex_userkey(w, sol, j) == tvn::sk_bas, in = s.fac.pos[j] >= 0;
@@ -36,7 +41,6 @@ start make_start(lp_case& p, lp_point& keys) {
     EXPECT_EQ(basics, w.m);
     EXPECT_EQ(info.numbasics, r.structurals + r.logicals);
     for (int32_t k = 0; k < w.m; k++) EXPECT_EQ(s.fac.pos[s.fac.head[k]], k);
-    r.regular = tvn::TVN_simplex_factor(s.fac) == tvn::factor_result::full;
   }
   EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
   return r;
@@ -60,6 +64,13 @@ int64_t iterations(const tvn::simplex_info& info) {
 // Values without relations among them: what is regular in its pattern is regular.
 void blur_values(lp_case& p, std::mt19937_64& rng) {
   for (double& v : p.val) v *= std::uniform_real_distribution<double>(0.9, 1.1)(rng);
+}
+
+// Named by their keys: a random part of the basics.
+void forget_basics(lp_point& s, std::mt19937_64& rng) {
+  for (auto* keys : {&s.skc, &s.skx})
+    for (int32_t& k : *keys)
+      if (k == tvn::sk_bas && rng() % 3 == 0) k = tvn::sk_low;
 }
 
 // A row of random entries that no point within the bounds of interest violates.
@@ -99,9 +110,7 @@ TEST(StartBasis, IsRegularAndKeepsWhatCanBeKept) {
     lp_point s(p);
     if (solve(p, s, 0).solsta != tvn::sol_optimal) continue; // the blur made it infeasible
     lp_point fewer = s, more = s;
-    for (auto* keys : {&fewer.skc, &fewer.skx})
-      for (int32_t& k : *keys)
-        if (k == tvn::sk_bas && rng() % 3 == 0) k = tvn::sk_low;
+    forget_basics(fewer, rng);
     const start few = make_start(p, fewer);
     EXPECT_TRUE(few.regular);
     EXPECT_EQ(few.kept, few.structurals) << "a part of a basis is independent";
@@ -121,6 +130,33 @@ TEST(StartBasis, IsRegularAndKeepsWhatCanBeKept) {
     EXPECT_EQ(many.kept + many.keptlogicals, p.m) << "they hold a basis";
   }
   EXPECT_GT(dropped, 0) << "no start with too many basics was tried";
+}
+
+// Entries of one magnitude cancel: regular in its pattern is then not regular.
+TEST(StartBasis, MovesLogicalsWhereTheValuesWantThem) {
+  int32_t moved = 0;
+  for (uint64_t seed = 1; seed <= 300; seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937_64 rng(seed);
+    lp_case p = optimal_case(seed, 40, 60, 0.06, 0.3).p;
+    for (double& v : p.val) v = v > 0 ? 1 : -1;
+    for (size_t i = 0; i < p.blc.size(); i++) p.blc[i] = p.buc[i] = i % 2 ? 0 : static_cast<double>(i);
+    for (size_t i = 0; i < p.blc.size(); i += 2) p.blc[i] = -1e30;
+    std::fill(p.blx.begin(), p.blx.end(), 0);
+    std::fill(p.bux.begin(), p.bux.end(), 10);
+    lp_point s(p);
+    ASSERT_EQ(solve(p, s, 0).solsta, tvn::sol_optimal);
+    const double objective = judge(p, s).objective;
+    forget_basics(s, rng);
+    const start have = make_start(p, s);
+    EXPECT_TRUE(have.regular || have.moved);
+    EXPECT_EQ(have.kept, have.structurals);
+    EXPECT_EQ(have.keptlogicals, have.logicals);
+    moved += have.moved;
+    EXPECT_EQ(solve(p, s, 6).solsta, tvn::sol_optimal);
+    expect_optimal(p, s, objective, 1e-6 * (1 + std::fabs(objective)));
+  }
+  EXPECT_GT(moved, 0) << "no start was singular";
 }
 
 // New rows in front, of which the keys say nothing, and which cut nothing off: their logicals are the basics missing.
