@@ -126,7 +126,8 @@ TEST(Reformulation, GivesTheExactAnswerInABasisOfTheUsersProblem) {
   EXPECT_GT(met[tvn::sol_dual_infeas_cer], 100);
 }
 
-// A start loses nothing: from an optimal basis no run needs an iteration, whoever made the basis.
+// A start loses nothing: from an optimal basis no run needs an iteration, whoever made the basis, but for what stands
+// between its bounds off the basis: a free column at 0 may be the difference of two that cannot both be on a bound.
 TEST(Reformulation, KeepsAStart) {
   int32_t optimal = 0;
   for (uint64_t seed = 1; seed <= 600 && !HasFailure(); seed++) {
@@ -143,9 +144,10 @@ TEST(Reformulation, KeepsAStart) {
     if (first.solsta != tvn::sol_optimal) continue;
     optimal++;
     param.hotstart = 6;
+    const int64_t superbasics = std::count(s.skx.begin(), s.skx.end(), tvn::sk_supbas);
     const tvn::simplex_info again = w.solve(p, s, param);
     ASSERT_EQ(again.solsta, tvn::sol_optimal);
-    EXPECT_EQ(iterations(again), 0);
+    if (superbasics == 0) { EXPECT_EQ(iterations(again), 0); }
     EXPECT_EQ(again.cleanups, 0);
     expect_optimal(p, s, first.objective, 1e-8);
   }
