@@ -5,8 +5,10 @@
 // can go to its other bound (Fourer 1994; Maros 2003). Breakpoints are taken in groups: a group holds all whose ratio
 // is within the least ratio relaxed by the tolerance (Harris 1973), and the largest pivot of a group may enter. The
 // last group that keeps the slope positive on entry is tried first; when its pivot is small beside the largest one of
-// all groups, earlier groups are tried (Koberstein 2005).
-// Cost: one pass over the pivot row, a few over the candidates that the step can pass, and a sort of the rest.
+// all groups, earlier groups are tried (Koberstein 2005). Small entries stay out at first: that takes 3 in 100
+// factorisations off the public problems. To end the step at a breakpoint below 1e-7 while much slope is left costs 3
+// in 100 iterations where half the slope counts as much, and twice to six times the time on pilot where more or less
+// does. Cost: one pass over the pivot row, a few over the candidates that the step can pass, and a sort of the rest.
 #include "simplex/dstate.h"
 
 #include <cmath>
@@ -17,6 +19,8 @@ namespace {
 
 constexpr double growstep = 8; // between two attempts to bound the step
 constexpr double firststep = 1e-7;
+constexpr double leastpivot = 1e-5; // of a candidate, as long as those left out
+constexpr double lefterror = 1e-5;  // lose no more than this of their reduced costs
 
 // Is a pivot of magnitude p good enough beside the largest one? All tests must hold.
 bool acceptable(double p, double largest) {
@@ -28,7 +32,7 @@ bool acceptable(double p, double largest) {
 // Candidates whose ratio is at most the limit, and free variables. They hold the distance of the reduced cost from zero
 // as ratio until it is divided by the pivot. The sign of the move is looked up only where the magnitudes allow a
 // candidate: most entries of a long row end at that first test.
-int32_t collect(dual_state& s, double sigma, double limit) {
+int32_t collect(dual_state& s, double sigma, double tolpiv, double limit) {
   const double* const alpha = s.alpha.val.data();
   const double* const d = s.d.data();
   const int32_t* const idx = s.alpha.idx.data();
@@ -38,13 +42,13 @@ int32_t collect(dual_state& s, double sigma, double limit) {
     const int32_t j = idx[p];
     if (!(std::fabs(d[j]) <= limit * std::fabs(alpha[j]) + slack)) continue;
     const double mv = s.move[j], a = mv * sigma * alpha[j], reduced = mv * d[j];
-    if ((a > s.tolpiv && reduced <= limit * a) || mv == 2) s.cand[num++] = {reduced, a, j};
+    if ((a > tolpiv && reduced <= limit * a) || mv == 2) s.cand[num++] = {reduced, a, j};
   }
   return num;
 }
 
 // Free variables and data that are not finite, which collect passes unseen.
-int32_t mend(dual_state& s, int32_t num) {
+int32_t mend(dual_state& s, double tolpiv, int32_t num) {
   int32_t kept = 0;
   for (int32_t p = 0; p < num; p++) {
     dual_candidate c = s.cand[p];
@@ -52,7 +56,7 @@ int32_t mend(dual_state& s, int32_t num) {
       c.ratio = 0;
       c.pivot = std::fabs(0.5 * c.pivot);
     }
-    if (c.pivot > s.tolpiv && c.ratio < bound_infinity) s.cand[kept++] = c;
+    if (c.pivot > tolpiv && c.ratio < bound_infinity) s.cand[kept++] = c;
   }
   return kept;
 }
@@ -83,21 +87,20 @@ int32_t reduce(dual_state& s, int32_t num, double slope) {
 
 // The candidates that a step with positive slope can pass are few, and seldom beyond a multiple of the last step: only
 // when those do not use up the slope are all of them collected.
-int32_t collect_passable(dual_state& s, double sigma, double slope) {
-  const int32_t num = mend(s, collect(s, sigma, growstep * std::max(firststep, s.laststep)));
+int32_t collect_passable(dual_state& s, double sigma, double tolpiv, double slope) {
+  const int32_t num = mend(s, tolpiv, collect(s, sigma, tolpiv, growstep * std::max(firststep, s.laststep)));
   double left = slope;
   for (int32_t p = 0; p < num; p++) left -= slope_loss(s, s.cand[p]);
-  return left < 0 ? num : reduce(s, mend(s, collect(s, sigma, HUGE_VAL)), slope);
+  return left < 0 ? num : reduce(s, mend(s, tolpiv, collect(s, sigma, tolpiv, HUGE_VAL)), slope);
 }
 
 bool earlier(const dual_candidate& a, const dual_candidate& b) {
   return a.ratio < b.ratio || (a.ratio == b.ratio && a.j < b.j);
 }
 
-} // namespace
-
-dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta) {
-  const int32_t num = collect_passable(s, sigma, delta);
+// Among the entries of the row above tolpiv.
+dual_ratio long_step(dual_state& s, double sigma, double tolpiv, double delta) {
+  const int32_t num = collect_passable(s, sigma, tolpiv, delta);
   dual_candidate* const c = s.cand.data();
   for (int32_t p = 0; p < num; p++) c[p].ratio /= c[p].pivot;
   std::sort(c, c + num, earlier);
@@ -132,6 +135,14 @@ dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta) {
     if (acceptable(c[choice].pivot, largest)) return {c[choice].j, std::max(0.0, c[choice].ratio), s.groupend[g]};
   }
   return best;
+}
+
+} // namespace
+
+dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta) {
+  const double careful = std::max(10 * s.tolpiv, leastpivot);
+  const dual_ratio first = long_step(s, sigma, careful, delta);
+  return first.q >= 0 && first.step * careful <= lefterror ? first : long_step(s, sigma, s.tolpiv, delta);
 }
 
 } // namespace tvn
