@@ -171,6 +171,7 @@ bool solve_with_presolve(sysenv& sys, const lp_view& lp, const simplex_param& pa
   }
   if (claim == sol_optimal) { // for the presolved problem, not for the user's: go on from its basis
     again.hotstart = 6;
+    again.cleaning = true;
     again.optimizer = param.cleanoptimizer; // free: by the infeasibilities that the undo has left
   }
   return false;

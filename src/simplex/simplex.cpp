@@ -2,13 +2,14 @@
 // fails.
 //
 // Road of one run: TVN_simplex_compressproblem (free rows and fixed columns out, scaling by powers of two) -> start
-// basis (logicals, or the caller's keys repaired) -> primal simplex -> polish (x and y of the final basis solved afresh
-// with refinement) -> user space -> residuals on the user's data. Only they decide the status.
+// basis (logicals, or the caller's keys repaired) -> optimizer, clean-up -> polish (x and y of the final basis solved
+// afresh with refinement) -> user space -> residuals on the user's data. Only they decide the status.
 #include "simplex/frame.h"
 
 #include "simplex/crash.h"
 #include "simplex/dstate.h"
 #include "simplex/pstate.h"
+#include "simplex/smartcrash.h"
 #include "simplex/startbasis.h"
 #include "simplex/verify.h"
 
@@ -168,15 +169,25 @@ bool run_optimizer(simplex_state& s, simplex_kind kind) {
   return handover;
 }
 
+// What another optimizer has left takes nothing, a few pivots or an optimizer of this kind.
+void simplex_cleanandoptimize(simplex_state& s, simplex_kind kind) {
+  if (TVN_simplex_smartcrash(s)) return;
+  s.factorready = s.fac.usable;
+  run_optimizer(s, kind);
+}
+
 void run_chain(simplex_state& s) {
+  if (s.param.cleaning && s.factorready) {
+    if (TVN_simplex_smartcrash(s)) return;
+    s.factorready = s.fac.usable;
+  }
   const simplex_kind kind = TVN_simplex_chooseoptimizer(s);
   if (s.stop != simplex_code::ok) return;
   if (kind == kind_primal && s.cold) TVN_simplex_primalcrash(s);
   if (!run_optimizer(s, kind)) return;
   s.cold = false;
   s.info.hotstart = 1;
-  s.factorready = s.fac.since == 0;
-  run_optimizer(s, kind_primal);
+  simplex_cleanandoptimize(s, kind_primal);
 }
 
 // A run that ended in one of these ways leaves a basis worth going on from.

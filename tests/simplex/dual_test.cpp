@@ -3,61 +3,14 @@
 // end.
 #include "simplex/dstate.h"
 #include "support/oracle.h"
+#include "support/simplexbench.h"
 
 #include <cmath>
 #include <cstring>
-#include <memory>
 
 using namespace tvntest;
 
 namespace {
-
-// The dual simplex on the working problem itself, without the frame.
-struct bench {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  tvn::simplex_param param;
-  tvn::simplex_info info;
-  std::string line;
-  tvn::simplex_progress progress{this, note_line};
-  tvn::simplex_watch watch{param, info, progress};
-  tvn::simplex_work work;
-  std::unique_ptr<tvn::simplex_state> state;
-
-  explicit bench(lp_case& p) {
-    EXPECT_TRUE(tvn::TVN_simplex_compressproblem(*sys, p.view(), {}, watch, work));
-    state = std::make_unique<tvn::simplex_state>(*sys, watch, work);
-    tvn::TVN_simplex_setupstate(*state);
-    tvn::TVN_simplex_slackbasis(state->fac);
-    for (int32_t j = 0; j < work.total; j++) {
-      if (state->fac.pos[j] >= 0)
-        state->key[j] = tvn::sk_bas;
-      else
-        tvn::TVN_simplex_restnonbasic(*state, j, tvn::sk_unk);
-    }
-  }
-  ~bench() {
-    state.reset();
-    work = tvn::simplex_work();
-    EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
-  }
-  static int32_t note_line(void* handle, tvn::simplex_event, const tvn::simplex_info& i) {
-    if (i.line) static_cast<bench*>(handle)->line = i.line;
-    return 0;
-  }
-
-  // Sum of dual infeasibilities of the basis in hand, recomputed from the true costs.
-  double dual_infeasibility() {
-    tvn::simplex_state& s = *state;
-    EXPECT_EQ(tvn::TVN_simplex_factor(s.fac), tvn::factor_result::full);
-    for (int32_t k = 0; k < work.m; k++) s.fac.rhs[k] = work.cost[s.fac.head[k]];
-    tvn::TVN_simplex_formy(s.fac, s.y);
-    double sum = 0;
-    for (int32_t j = 0; j < work.total; j++)
-      if (s.fac.pos[j] < 0 && !work.is_fixed(j))
-        sum += tvn::dsimplex_trueinfeasibility(work, j, work.cost[j] - tvn::TVN_simplex_columndot(work, j, s.y.data()));
-    return sum;
-  }
-};
 
 // A state as the loop's setup leaves it for the crash.
 struct crash_bench : bench {
