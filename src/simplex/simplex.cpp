@@ -171,8 +171,9 @@ bool run_optimizer(simplex_state& s, simplex_kind kind) {
 
 // What another optimizer has left takes nothing, a few pivots or an optimizer of this kind.
 void simplex_cleanandoptimize(simplex_state& s, simplex_kind kind) {
-  if (TVN_simplex_smartcrash(s)) return;
-  s.factorready = s.fac.usable;
+  const bool fresh = s.fac.since == 0; // else it may be what the other one failed on
+  if (fresh && TVN_simplex_smartcrash(s)) return;
+  s.factorready = fresh && s.fac.usable;
   run_optimizer(s, kind);
 }
 
