@@ -5,10 +5,9 @@
 // can go to its other bound (Fourer 1994; Maros 2003). Breakpoints are taken in groups: a group holds all whose ratio
 // is within the least ratio relaxed by the tolerance (Harris 1973), and the largest pivot of a group may enter. The
 // last group that keeps the slope positive on entry is tried first; when its pivot is small beside the largest one of
-// all groups, earlier groups are tried (Koberstein 2005). Small entries stay out at first: that takes 3 in 100
-// factorisations off the public problems. To end the step at a breakpoint below 1e-7 while much slope is left costs 3
-// in 100 iterations where half the slope counts as much, and twice to six times the time on pilot where more or less
-// does. Cost: one pass over the pivot row, a few over the candidates that the step can pass, and a sort of the rest.
+// all groups, earlier groups are tried (Koberstein 2005). Small entries stay out at
+// first (docs/decisions/007-end-of-the-dual.md).
+// Cost: one pass over the pivot row, a few over the candidates that the step can pass, and a sort of the rest.
 #include "simplex/dstate.h"
 
 #include <cmath>

@@ -225,9 +225,7 @@ int32_t choose_row(dual_state& s) {
   }
 }
 
-// This solve is 0.35 to 0.65 of the work in the factor. Going over to the approximate weights after 1000 iterations,
-// which spares it, gives 1.1 to 5.3 times the iterations on the public problems, most where rho is dense and the solve
-// dear (d2q06c 34,700 in place of 6,500, qap8 17,200 for 4,900); no measure of density or share tells the winners.
+// A third to two thirds of the work in the factor, and worth it in any share: docs/decisions/007-end-of-the-dual.md.
 void steepest_edge_vector(dual_state& s) {
   if (s.method != sel_se) return;
   s.colrow.copy(s.rho);
