@@ -65,7 +65,10 @@ int32_t dsimplex_rmsuperbasics(dual_state& s) {
     s.spike.clear();
     s.aq.clear();
   }
-  if (removed > 0) s.refactor = true;
+  if (removed > 0) {
+    s.refactor = true;
+    s.exactweights = false; // they have not followed
+  }
   return removed;
 }
 
