@@ -1,9 +1,7 @@
 // If this failed in the field: a crash basis would be singular, or leave a variable without a place, and the run would
 // start with repairs instead of a lead.
 #include "simplex/crash.h"
-#include "support/lpcase.h"
-
-#include <gtest/gtest.h>
+#include "support/simplexbench.h"
 
 using namespace tvntest;
 
@@ -16,41 +14,25 @@ struct crash_run {
 
 // Crashes the slack basis of a problem and checks what must hold of every result.
 crash_run crash(lp_case& p, int32_t percent) {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  bench b(p);
+  b.param.primalcrash = percent;
+  tvn::simplex_state& s = *b.state;
+  const tvn::simplex_work& w = b.work;
   crash_run r;
-  {
-    tvn::simplex_param param;
-    param.primalcrash = percent;
-    tvn::simplex_info info;
-    const tvn::simplex_progress progress;
-    tvn::simplex_watch watch{param, info, progress};
-    tvn::simplex_work w;
-    EXPECT_TRUE(tvn::TVN_simplex_compressproblem(*sys, p.view(), {}, watch, w));
-    tvn::simplex_state s(*sys, watch, w);
-    tvn::TVN_simplex_setupstate(s);
-    tvn::TVN_simplex_slackbasis(s.fac);
-    for (int32_t j = 0; j < w.total; j++) {
-      if (s.fac.pos[j] >= 0)
-        s.key[j] = tvn::sk_bas;
-      else
-        tvn::TVN_simplex_restnonbasic(s, j, tvn::sk_unk);
-    }
-    r.crashed = tvn::TVN_simplex_primalcrash(s);
-    int32_t structurals = 0;
-    for (int32_t k = 0; k < w.m; k++) {
-      EXPECT_EQ(s.fac.pos[s.fac.head[k]], k);
-      structurals += s.fac.head[k] >= w.m;
-    }
-    EXPECT_EQ(structurals, r.crashed);
-    for (int32_t j = 0; j < w.total; j++) {
-      EXPECT_EQ(s.fac.pos[j] >= 0, s.key[j] == tvn::sk_bas) << j;
-      if (s.fac.pos[j] >= 0 || s.key[j] == tvn::sk_supbas) continue;
-      EXPECT_TRUE(s.x[j] == w.lower[j] || s.x[j] == w.upper[j]) << j;
-    }
-    r.regular = tvn::TVN_simplex_factor(s.fac) == tvn::factor_result::full;
-    r.triangular = s.fac.factor.numtriangular > 0;
+  r.crashed = tvn::TVN_simplex_primalcrash(s);
+  int32_t structurals = 0;
+  for (int32_t k = 0; k < w.m; k++) {
+    EXPECT_EQ(s.fac.pos[s.fac.head[k]], k);
+    structurals += s.fac.head[k] >= w.m;
   }
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
+  EXPECT_EQ(structurals, r.crashed);
+  for (int32_t j = 0; j < w.total; j++) {
+    EXPECT_EQ(s.fac.pos[j] >= 0, s.key[j] == tvn::sk_bas) << j;
+    if (s.fac.pos[j] >= 0 || s.key[j] == tvn::sk_supbas) continue;
+    EXPECT_TRUE(s.x[j] == w.lower[j] || s.x[j] == w.upper[j]) << j;
+  }
+  r.regular = tvn::TVN_simplex_factor(s.fac) == tvn::factor_result::full;
+  r.triangular = s.fac.factor.numtriangular > 0;
   return r;
 }
 

@@ -2,6 +2,7 @@
 // circle on a degenerate problem, or break off where a caller only wanted a feasible basis.
 #include "simplex/pstate.h"
 #include "support/oracle.h"
+#include "support/simplexbench.h"
 
 #include <functional>
 #include <string>
@@ -40,25 +41,9 @@ tvn::simplex_param primal(int32_t selection = 0) {
 
 // Runs `body` on a state with the slack basis, nonbasics at their bounds.
 void with_state(lp_case& p, const tvn::simplex_param& param, const std::function<void(tvn::simplex_state&)>& body) {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  {
-    tvn::simplex_info info;
-    const tvn::simplex_progress progress;
-    tvn::simplex_watch watch{param, info, progress};
-    tvn::simplex_work w;
-    ASSERT_TRUE(tvn::TVN_simplex_compressproblem(*sys, p.view(), {}, watch, w));
-    tvn::simplex_state s(*sys, watch, w);
-    tvn::TVN_simplex_setupstate(s);
-    tvn::TVN_simplex_slackbasis(s.fac);
-    for (int32_t j = 0; j < w.total; j++) {
-      if (s.fac.pos[j] >= 0)
-        s.key[j] = tvn::sk_bas;
-      else
-        tvn::TVN_simplex_restnonbasic(s, j, tvn::sk_unk);
-    }
-    body(s);
-  }
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
+  bench b(p);
+  b.param = param;
+  body(*b.state);
 }
 
 // Lifts nonbasics off their bounds.
