@@ -13,7 +13,7 @@ file(WRITE ${PROJECT_BINARY_DIR}/anchor.cpp "// The shared library has no source
 add_library(tovan SHARED ${PROJECT_BINARY_DIR}/anchor.cpp)
 set_target_properties(tovan PROPERTIES
   OUTPUT_NAME tovannoomp64
-  SUFFIX .so.6.0
+  VERSION 6.0 SOVERSION 6.0
   LINK_DEPENDS ${PROJECT_BINARY_DIR}/tovan.map)
 target_include_directories(tovan PUBLIC
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
@@ -40,5 +40,6 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/tovan-config-version.cmak
   VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/tovan-config.cmake ${PROJECT_BINARY_DIR}/tovan-config-version.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tovan)
+file(RELATIVE_PATH pc_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/tovan.pc.in ${PROJECT_BINARY_DIR}/tovan.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tovan.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
