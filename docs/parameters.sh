@@ -1,8 +1,8 @@
 #!/bin/sh
-# Prints docs/parameters.md from the tables of src/tovan/def and the sentences of docs/parameters.notes:
+# Prints docs/parameters.md from the tables of src/tovan/def:
 #   sh docs/parameters.sh >docs/parameters.md
-# A parameter without a sentence is known to the library (it is set, read back, written and cloned) and has no reader
-# yet. A sentence whose name no table has is a fault.
+# A parameter without a sentence is known to the library (it is set, read back, written and cloned) and has no effect
+# yet.
 cd "$(dirname "$0")/.." || exit 1
 exec awk '
   function table(title, columns) {
@@ -17,11 +17,16 @@ exec awk '
     return min " to " max
   }
   function note(name) {
-    seen[name] = 1
-    return name in notes ? notes[name] : ""
+    return name in notes ? notes[name] : "No effect yet."
   }
-  FILENAME ~ /notes$/ {
-    if ($0 !~ /^#/ && (at = index($0, ": ")) > 0) notes[substr($0, 1, at - 1)] = substr($0, at + 2)
+  /^TVN_PARAM_NOTE\(/ {
+    text = $0
+    sub(/^[^(]*\(/, "", text)
+    sub(/"\)$/, "", text)
+    at = index(text, "\"")
+    name = substr(text, 1, at - 3)
+    sub(/, /, "_", name)
+    notes[name] = substr(text, at + 1)
     next
   }
   !/^TVN_[IDS]PARAM\(/ { next }
@@ -46,10 +51,5 @@ exec awk '
     print "# Parameters"
     print ""
     print "Made by `docs/parameters.sh` from the tables; do not edit. Every parameter can be set by number, by name and from a"
-    print "parameter file. Those without a sentence have no reader in the library yet. The values of a family are the constants"
-    print "of that name in `tovan.h`."
-  }
-  END {
-    for (name in notes) if (!(name in seen)) { print "no such parameter: " name > "/dev/stderr"; bad = 1 }
-    exit bad
-  }' docs/parameters.notes src/tovan/def/iparam.def src/tovan/def/dparam.def src/tovan/def/sparam.def
+    print "parameter file. The values of a family are the constants of that name in `tovan.h`."
+  }' src/tovan/def/paramnotes.def src/tovan/def/iparam.def src/tovan/def/dparam.def src/tovan/def/sparam.def

@@ -403,304 +403,359 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_WRITE_XML_MODE_COL 1
 
 /* integer parameters */
-#define TVN_IPAR_ALLOC_ADD_QNZ 0 /* default 5000, >= 0 */
-#define TVN_IPAR_ANA_SOL_BASIS 1 /* default 1, 0 to 1 */
-#define TVN_IPAR_ANA_SOL_PRINT_VIOLATED 2 /* default 0, 0 to 1 */
-#define TVN_IPAR_AUTO_SORT_A_BEFORE_OPT 3 /* default 0, 0 to 1 */
-#define TVN_IPAR_AUTO_UPDATE_SOL_INFO 4 /* default 1, 0 to 1 */
-#define TVN_IPAR_BASIS_SOLVE_USE_PLUS_ONE 5 /* default 0, 0 to 1 */
-#define TVN_IPAR_BI_CLEAN_OPTIMIZER 6 /* default 0, 0 to 10 */
-#define TVN_IPAR_BI_IGNORE_MAX_ITER 7 /* default 0, 0 to 1 */
-#define TVN_IPAR_BI_IGNORE_NUM_ERROR 8 /* default 0, 0 to 1 */
-#define TVN_IPAR_BI_MAX_ITERATIONS 9 /* default 1000000, >= 0 */
-#define TVN_IPAR_CACHE_SIZE_L1 10 /* default -1 */
-#define TVN_IPAR_CACHE_SIZE_L2 11 /* default -1 */
-#define TVN_IPAR_CHECK_CONVEXITY 12 /* default 2, 0 to 2 */
-#define TVN_IPAR_CHECK_TASK_DATA 13 /* default 1, 0 to 1 */
-#define TVN_IPAR_CONCURRENT_NUM_OPTIMIZERS 14 /* default 2, >= 0 */
-#define TVN_IPAR_CONCURRENT_PRIORITY_DUAL_SIMPLEX 15 /* default 2, >= 0 */
-#define TVN_IPAR_CONCURRENT_PRIORITY_FREE_SIMPLEX 16 /* default 3, >= 0 */
-#define TVN_IPAR_CONCURRENT_PRIORITY_INTPNT 17 /* default 4, >= 0 */
-#define TVN_IPAR_CONCURRENT_PRIORITY_PRIMAL_SIMPLEX 18 /* default 1, >= 0 */
-#define TVN_IPAR_CPU_TYPE 19 /* default 0, 0 to 10 */
-#define TVN_IPAR_DATA_CHECK 20 /* default 1, 0 to 1 */
-#define TVN_IPAR_FEASREPAIR_OPTIMIZE 21 /* default 0, 0 to 2 */
-#define TVN_IPAR_INFEAS_GENERIC_NAMES 22 /* default 0, 0 to 1 */
-#define TVN_IPAR_INFEAS_PREFER_PRIMAL 23 /* default 1, 0 to 1 */
-#define TVN_IPAR_INFEAS_REPORT_AUTO 24 /* default 0, 0 to 1 */
-#define TVN_IPAR_INFEAS_REPORT_LEVEL 25 /* default 1, >= 0 */
-#define TVN_IPAR_INTPNT_BASIS 26 /* default 1, 0 to 4 */
-#define TVN_IPAR_INTPNT_DIFF_STEP 27 /* default 1, 0 to 1 */
-#define TVN_IPAR_INTPNT_FACTOR_DEBUG_LVL 28 /* default 0, >= 0 */
-#define TVN_IPAR_INTPNT_FACTOR_METHOD 29 /* default 0, >= 0 */
-#define TVN_IPAR_INTPNT_MAX_ITERATIONS 30 /* default 400, >= 0 */
-#define TVN_IPAR_INTPNT_MAX_NUM_COR 31 /* default -1, >= -1 */
-#define TVN_IPAR_INTPNT_MAX_NUM_REFINEMENT_STEPS 32 /* default -1 */
-#define TVN_IPAR_INTPNT_NUM_THREADS 33 /* default 1, >= 0 */
-#define TVN_IPAR_INTPNT_OFF_COL_TRH 34 /* default 40, >= 0 */
-#define TVN_IPAR_INTPNT_ORDER_METHOD 35 /* default 0, 0 to 5 */
-#define TVN_IPAR_INTPNT_REGULARIZATION_USE 36 /* default 1, 0 to 1 */
-#define TVN_IPAR_INTPNT_SCALING 37 /* default 0, 0 to 3 */
-#define TVN_IPAR_INTPNT_SOLVE_FORM 38 /* default 0, 0 to 2 */
-#define TVN_IPAR_INTPNT_STARTING_POINT 39 /* default 0, 0 to 3 */
-#define TVN_IPAR_LOG 40 /* default 10, >= 0 */
-#define TVN_IPAR_LOG_BI 41 /* default 4, >= 0 */
-#define TVN_IPAR_LOG_BI_FREQ 42 /* default 2500, >= 0 */
-#define TVN_IPAR_LOG_CHECK_CONVEXITY 43 /* default 0, >= 0 */
-#define TVN_IPAR_LOG_CONCURRENT 44 /* default 1, >= 0 */
-#define TVN_IPAR_LOG_CUT_SECOND_OPT 45 /* default 1, >= 0 */
-#define TVN_IPAR_LOG_FACTOR 46 /* default 1, >= 0 */
-#define TVN_IPAR_LOG_FEASREPAIR 47 /* default 0, >= 0 */
-#define TVN_IPAR_LOG_FILE 48 /* default 1, >= 0 */
-#define TVN_IPAR_LOG_HEAD 49 /* default 1, >= 0 */
-#define TVN_IPAR_LOG_INFEAS_ANA 50 /* default 1, >= 0 */
-#define TVN_IPAR_LOG_INTPNT 51 /* default 4, >= 0 */
-#define TVN_IPAR_LOG_MIO 52 /* default 4, >= 0 */
-#define TVN_IPAR_LOG_MIO_FREQ 53 /* default 1000 */
-#define TVN_IPAR_LOG_NONCONVEX 54 /* default 1, >= 0 */
-#define TVN_IPAR_LOG_OPTIMIZER 55 /* default 1, >= 0 */
-#define TVN_IPAR_LOG_ORDER 56 /* default 1, >= 0 */
-#define TVN_IPAR_LOG_PARAM 57 /* default 0, >= 0 */
-#define TVN_IPAR_LOG_PRESOLVE 58 /* default 1, >= 0 */
-#define TVN_IPAR_LOG_RESPONSE 59 /* default 0, >= 0 */
-#define TVN_IPAR_LOG_SENSITIVITY 60 /* default 1, >= 0 */
-#define TVN_IPAR_LOG_SENSITIVITY_OPT 61 /* default 0, >= 0 */
-#define TVN_IPAR_LOG_SIM 62 /* default 4, >= 0 */
-#define TVN_IPAR_LOG_SIM_FREQ 63 /* default 500, >= 0 */
-#define TVN_IPAR_LOG_SIM_MINOR 64 /* default 1, >= 0 */
-#define TVN_IPAR_LOG_SIM_NETWORK_FREQ 65 /* default 50, >= 0 */
-#define TVN_IPAR_LOG_STORAGE 66 /* default 0, >= 0 */
-#define TVN_IPAR_LP_WRITE_IGNORE_INCOMPATIBLE_ITEMS 67 /* default 0, 0 to 1 */
-#define TVN_IPAR_MAX_NUM_WARNINGS 68 /* default 10, >= 0 */
-#define TVN_IPAR_MIO_BRANCH_DIR 69 /* default 0, 0 to 2 */
-#define TVN_IPAR_MIO_BRANCH_PRIORITIES_USE 70 /* default 1, 0 to 1 */
-#define TVN_IPAR_MIO_CONSTRUCT_SOL 71 /* default 0, 0 to 1 */
-#define TVN_IPAR_MIO_CONT_SOL 72 /* default 0, 0 to 3 */
-#define TVN_IPAR_MIO_CUT_LEVEL_ROOT 73 /* default -1 */
-#define TVN_IPAR_MIO_CUT_LEVEL_TREE 74 /* default -1 */
-#define TVN_IPAR_MIO_FEASPUMP_LEVEL 75 /* default -1, <= 3 */
-#define TVN_IPAR_MIO_HEURISTIC_LEVEL 76 /* default -1 */
-#define TVN_IPAR_MIO_HOTSTART 77 /* default 1, 0 to 1 */
-#define TVN_IPAR_MIO_KEEP_BASIS 78 /* default 1, 0 to 1 */
-#define TVN_IPAR_MIO_LOCAL_BRANCH_NUMBER 79 /* default -1 */
-#define TVN_IPAR_MIO_MAX_NUM_BRANCHES 80 /* default -1 */
-#define TVN_IPAR_MIO_MAX_NUM_RELAXS 81 /* default -1 */
-#define TVN_IPAR_MIO_MAX_NUM_SOLUTIONS 82 /* default -1 */
-#define TVN_IPAR_MIO_MODE 83 /* default 1, 0 to 2 */
-#define TVN_IPAR_MIO_NODE_OPTIMIZER 84 /* default 0, 0 to 10 */
-#define TVN_IPAR_MIO_NODE_SELECTION 85 /* default 0, 0 to 5 */
-#define TVN_IPAR_MIO_OPTIMIZER_MODE 86 /* default 0, 0 to 1 */
-#define TVN_IPAR_MIO_PRESOLVE_AGGREGATE 87 /* default 1, 0 to 1 */
-#define TVN_IPAR_MIO_PRESOLVE_PROBING 88 /* default 1, 0 to 1 */
-#define TVN_IPAR_MIO_PRESOLVE_USE 89 /* default 1, 0 to 1 */
-#define TVN_IPAR_MIO_ROOT_OPTIMIZER 90 /* default 0, 0 to 10 */
-#define TVN_IPAR_MIO_STRONG_BRANCH 91 /* default -1 */
-#define TVN_IPAR_NONCONVEX_MAX_ITERATIONS 92 /* default 100000, >= 0 */
-#define TVN_IPAR_OBJECTIVE_SENSE 93 /* default 1, 0 to 2 */
-#define TVN_IPAR_OPF_MAX_TERMS_PER_LINE 94 /* default 5, >= 0 */
-#define TVN_IPAR_OPF_WRITE_HEADER 95 /* default 1, 0 to 1 */
-#define TVN_IPAR_OPF_WRITE_HINTS 96 /* default 1, 0 to 1 */
-#define TVN_IPAR_OPF_WRITE_PARAMETERS 97 /* default 0, 0 to 1 */
-#define TVN_IPAR_OPF_WRITE_PROBLEM 98 /* default 1, 0 to 1 */
-#define TVN_IPAR_OPF_WRITE_SOL_BAS 99 /* default 1, 0 to 1 */
-#define TVN_IPAR_OPF_WRITE_SOL_ITG 100 /* default 1, 0 to 1 */
-#define TVN_IPAR_OPF_WRITE_SOL_ITR 101 /* default 1, 0 to 1 */
-#define TVN_IPAR_OPF_WRITE_SOLUTIONS 102 /* default 0, 0 to 1 */
-#define TVN_IPAR_OPTIMIZER 103 /* default 0, 0 to 10 */
-#define TVN_IPAR_PARAM_READ_CASE_NAME 104 /* default 1, 0 to 1 */
-#define TVN_IPAR_PARAM_READ_IGN_ERROR 105 /* default 0, 0 to 1 */
-#define TVN_IPAR_PRESOLVE_ELIM_FILL 106 /* default 1, >= 0 */
-#define TVN_IPAR_PRESOLVE_ELIMINATOR_MAX_NUM_TRIES 107 /* default -1 */
-#define TVN_IPAR_PRESOLVE_ELIMINATOR_USE 108 /* default 1, 0 to 1 */
-#define TVN_IPAR_PRESOLVE_LEVEL 109 /* default -1 */
-#define TVN_IPAR_PRESOLVE_LINDEP_USE 110 /* default 1, 0 to 1 */
-#define TVN_IPAR_PRESOLVE_LINDEP_WORK_LIM 111 /* default 1, >= 0 */
-#define TVN_IPAR_PRESOLVE_USE 112 /* default 2, 0 to 2 */
-#define TVN_IPAR_QO_SEPARABLE_REFORMULATION 113 /* default 0, 0 to 1 */
-#define TVN_IPAR_READ_ADD_ANZ 114 /* default 0, >= 0 */
-#define TVN_IPAR_READ_ADD_CON 115 /* default 0, >= 0 */
-#define TVN_IPAR_READ_ADD_CONE 116 /* default 0, >= 0 */
-#define TVN_IPAR_READ_ADD_QNZ 117 /* default 0, >= 0 */
-#define TVN_IPAR_READ_ADD_VAR 118 /* default 0, >= 0 */
-#define TVN_IPAR_READ_ANZ 119 /* default 100000, >= 0 */
-#define TVN_IPAR_READ_CON 120 /* default 10000, >= 0 */
-#define TVN_IPAR_READ_CONE 121 /* default 2500, >= 0 */
-#define TVN_IPAR_READ_DATA_COMPRESSED 122 /* default 0, 0 to 1 */
-#define TVN_IPAR_READ_DATA_FORMAT 123 /* default 0, 0 to 6 */
-#define TVN_IPAR_READ_KEEP_FREE_CON 124 /* default 0, 0 to 1 */
-#define TVN_IPAR_READ_LP_DROP_NEW_VARS_IN_BOU 125 /* default 0, 0 to 1 */
-#define TVN_IPAR_READ_LP_QUOTED_NAMES 126 /* default 1, 0 to 1 */
-#define TVN_IPAR_READ_MPS_FORMAT 127 /* default 1, 0 to 2 */
-#define TVN_IPAR_READ_MPS_KEEP_INT 128 /* default 1, 0 to 1 */
-#define TVN_IPAR_READ_MPS_OBJ_SENSE 129 /* default 1, 0 to 1 */
-#define TVN_IPAR_READ_MPS_QUOTED_NAMES 130 /* default 1, 0 to 1 */
-#define TVN_IPAR_READ_MPS_RELAX 131 /* default 1, 0 to 1 */
-#define TVN_IPAR_READ_MPS_WIDTH 132 /* default 1024, >= 0 */
-#define TVN_IPAR_READ_Q_MODE 133 /* default 0, 0 to 2 */
-#define TVN_IPAR_READ_QNZ 134 /* default 20000, >= 0 */
-#define TVN_IPAR_READ_TASK_IGNORE_PARAM 135 /* default 0, 0 to 1 */
-#define TVN_IPAR_READ_VAR 136 /* default 10000, >= 0 */
-#define TVN_IPAR_SENSITIVITY_ALL 137 /* default 0, 0 to 1 */
-#define TVN_IPAR_SENSITIVITY_OPTIMIZER 138 /* default 7, 0 to 10 */
-#define TVN_IPAR_SENSITIVITY_TYPE 139 /* default 0, 0 to 1 */
-#define TVN_IPAR_SIM_BASIS_FACTOR_USE 140 /* default 1, 0 to 1 */
-#define TVN_IPAR_SIM_DEGEN 141 /* default 1, 0 to 4 */
-#define TVN_IPAR_SIM_DUAL_CRASH 142 /* default 90, >= 0 */
-#define TVN_IPAR_SIM_DUAL_PHASEONE_METHOD 143 /* default 0, 0 to 10 */
-#define TVN_IPAR_SIM_DUAL_RESTRICT_SELECTION 144 /* default 50, 0 to 100 */
-#define TVN_IPAR_SIM_DUAL_SELECTION 145 /* default 0, 0 to 5 */
-#define TVN_IPAR_SIM_EXPLOIT_DUPVEC 146 /* default 0, 0 to 2 */
-#define TVN_IPAR_SIM_HOTSTART 147 /* default 1, 0 to 2 */
-#define TVN_IPAR_SIM_HOTSTART_LU 148 /* default 1, 0 to 1 */
-#define TVN_IPAR_SIM_INTEGER 149 /* default 0, 0 to 10 */
-#define TVN_IPAR_SIM_MAX_ITERATIONS 150 /* default 10000000, >= 0 */
-#define TVN_IPAR_SIM_MAX_NUM_SETBACKS 151 /* default 250, >= 0 */
-#define TVN_IPAR_SIM_NETWORK_DETECT 152 /* default 101, >= 0 */
-#define TVN_IPAR_SIM_NETWORK_DETECT_HOTSTART 153 /* default 100, >= 0 */
-#define TVN_IPAR_SIM_NETWORK_DETECT_METHOD 154 /* default 0, 0 to 2 */
-#define TVN_IPAR_SIM_NON_SINGULAR 155 /* default 1, 0 to 1 */
-#define TVN_IPAR_SIM_PRIMAL_CRASH 156 /* default 90, >= 0 */
-#define TVN_IPAR_SIM_PRIMAL_PHASEONE_METHOD 157 /* default 0, 0 to 10 */
-#define TVN_IPAR_SIM_PRIMAL_RESTRICT_SELECTION 158 /* default 50, 0 to 100 */
-#define TVN_IPAR_SIM_PRIMAL_SELECTION 159 /* default 0, 0 to 5 */
-#define TVN_IPAR_SIM_REFACTOR_FREQ 160 /* default 0, >= 0 */
-#define TVN_IPAR_SIM_REFORMULATION 161 /* default 0, 0 to 3 */
-#define TVN_IPAR_SIM_SAVE_LU 162 /* default 0, 0 to 1 */
-#define TVN_IPAR_SIM_SCALING 163 /* default 0, 0 to 3 */
-#define TVN_IPAR_SIM_SCALING_METHOD 164 /* default 0, 0 to 1 */
-#define TVN_IPAR_SIM_SOLVE_FORM 165 /* default 0, 0 to 2 */
-#define TVN_IPAR_SIM_STABILITY_PRIORITY 166 /* default 50, 0 to 100 */
-#define TVN_IPAR_SIM_SWITCH_OPTIMIZER 167 /* default 0, 0 to 1 */
-#define TVN_IPAR_SOL_FILTER_KEEP_BASIC 168 /* default 0, 0 to 1 */
-#define TVN_IPAR_SOL_FILTER_KEEP_RANGED 169 /* default 0, 0 to 1 */
-#define TVN_IPAR_SOL_QUOTED_NAMES 170 /* default 0, 0 to 1 */
-#define TVN_IPAR_SOL_READ_NAME_WIDTH 171 /* default -1 */
-#define TVN_IPAR_SOL_READ_WIDTH 172 /* default 1024, >= 0 */
-#define TVN_IPAR_SOLUTION_CALLBACK 173 /* default 0, 0 to 1 */
-#define TVN_IPAR_TIMING_LEVEL 174 /* default 1, >= 0 */
-#define TVN_IPAR_WARNING_LEVEL 175 /* default 1, >= 0 */
-#define TVN_IPAR_WRITE_BAS_CONSTRAINTS 176 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_BAS_HEAD 177 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_BAS_VARIABLES 178 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_DATA_COMPRESSED 179 /* default 0, >= 0 */
-#define TVN_IPAR_WRITE_DATA_FORMAT 180 /* default 0, 0 to 6 */
-#define TVN_IPAR_WRITE_DATA_PARAM 181 /* default 0, 0 to 1 */
-#define TVN_IPAR_WRITE_FREE_CON 182 /* default 0, 0 to 1 */
-#define TVN_IPAR_WRITE_GENERIC_NAMES 183 /* default 0, 0 to 1 */
-#define TVN_IPAR_WRITE_GENERIC_NAMES_IO 184 /* default 1, >= 0 */
-#define TVN_IPAR_WRITE_INT_CONSTRAINTS 185 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_INT_HEAD 186 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_INT_VARIABLES 187 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_LP_LINE_WIDTH 188 /* default 80, >= 40 */
-#define TVN_IPAR_WRITE_LP_QUOTED_NAMES 189 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_LP_STRICT_FORMAT 190 /* default 0, 0 to 1 */
-#define TVN_IPAR_WRITE_LP_TERMS_PER_LINE 191 /* default 10, >= 0 */
-#define TVN_IPAR_WRITE_MPS_INT 192 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_MPS_OBJ_SENSE 193 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_MPS_QUOTED_NAMES 194 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_MPS_STRICT 195 /* default 0, 0 to 1 */
-#define TVN_IPAR_WRITE_PRECISION 196 /* default 8, >= 0 */
-#define TVN_IPAR_WRITE_SOL_CONSTRAINTS 197 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_SOL_HEAD 198 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_SOL_VARIABLES 199 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_TASK_INC_SOL 200 /* default 1, 0 to 1 */
-#define TVN_IPAR_WRITE_XML_MODE 201 /* default 0, 0 to 1 */
+#define TVN_IPAR_ALLOC_ADD_QNZ 0 /* default 5000, >= 0. Room for so many quadratic terms is added whenever there is
+    too little. */
+#define TVN_IPAR_ANA_SOL_BASIS 1 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_ANA_SOL_PRINT_VIOLATED 2 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_AUTO_SORT_A_BEFORE_OPT 3 /* default 0, 0 to 1. Sorts the row indices of each column before a run; the
+    result is the same problem with another order of sums. */
+#define TVN_IPAR_AUTO_UPDATE_SOL_INFO 4 /* default 1, 0 to 1. Recomputes objective values and violations of all
+    solutions after each run. */
+#define TVN_IPAR_BASIS_SOLVE_USE_PLUS_ONE 5 /* default 0, 0 to 1. In basis solves the columns of slacks count as plus
+    instead of minus unit vectors. */
+#define TVN_IPAR_BI_CLEAN_OPTIMIZER 6 /* default 0, 0 to 10. Primal or dual simplex for the run that mends a basis
+    which presolve's undo has left short of optimal; free chooses by what is wrong. */
+#define TVN_IPAR_BI_IGNORE_MAX_ITER 7 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_BI_IGNORE_NUM_ERROR 8 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_BI_MAX_ITERATIONS 9 /* default 1000000, >= 0. No effect yet. */
+#define TVN_IPAR_CACHE_SIZE_L1 10 /* default -1. Bytes of the first-level cache; -1 asks the machine. */
+#define TVN_IPAR_CACHE_SIZE_L2 11 /* default -1. Bytes of the second-level cache; -1 asks the machine. */
+#define TVN_IPAR_CHECK_CONVEXITY 12 /* default 2, 0 to 2. No effect yet. */
+#define TVN_IPAR_CHECK_TASK_DATA 13 /* default 1, 0 to 1. Looks for NaN in costs and bounds before a run. */
+#define TVN_IPAR_CONCURRENT_NUM_OPTIMIZERS 14 /* default 2, >= 0. No effect yet. */
+#define TVN_IPAR_CONCURRENT_PRIORITY_DUAL_SIMPLEX 15 /* default 2, >= 0. No effect yet. */
+#define TVN_IPAR_CONCURRENT_PRIORITY_FREE_SIMPLEX 16 /* default 3, >= 0. No effect yet. */
+#define TVN_IPAR_CONCURRENT_PRIORITY_INTPNT 17 /* default 4, >= 0. No effect yet. */
+#define TVN_IPAR_CONCURRENT_PRIORITY_PRIMAL_SIMPLEX 18 /* default 1, >= 0. No effect yet. */
+#define TVN_IPAR_CPU_TYPE 19 /* default 0, 0 to 10. The processor that the library tunes for; the default asks the
+    machine. */
+#define TVN_IPAR_DATA_CHECK 20 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_FEASREPAIR_OPTIMIZE 21 /* default 0, 0 to 2. No effect yet. */
+#define TVN_IPAR_INFEAS_GENERIC_NAMES 22 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_INFEAS_PREFER_PRIMAL 23 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_INFEAS_REPORT_AUTO 24 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_INFEAS_REPORT_LEVEL 25 /* default 1, >= 0. No effect yet. */
+#define TVN_IPAR_INTPNT_BASIS 26 /* default 1, 0 to 4. No effect yet. */
+#define TVN_IPAR_INTPNT_DIFF_STEP 27 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_INTPNT_FACTOR_DEBUG_LVL 28 /* default 0, >= 0. No effect yet. */
+#define TVN_IPAR_INTPNT_FACTOR_METHOD 29 /* default 0, >= 0. No effect yet. */
+#define TVN_IPAR_INTPNT_MAX_ITERATIONS 30 /* default 400, >= 0. No effect yet. */
+#define TVN_IPAR_INTPNT_MAX_NUM_COR 31 /* default -1, >= -1. No effect yet. */
+#define TVN_IPAR_INTPNT_MAX_NUM_REFINEMENT_STEPS 32 /* default -1. No effect yet. */
+#define TVN_IPAR_INTPNT_NUM_THREADS 33 /* default 1, >= 0. Threads of an interior-point run. */
+#define TVN_IPAR_INTPNT_OFF_COL_TRH 34 /* default 40, >= 0. No effect yet. */
+#define TVN_IPAR_INTPNT_ORDER_METHOD 35 /* default 0, 0 to 5. No effect yet. */
+#define TVN_IPAR_INTPNT_REGULARIZATION_USE 36 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_INTPNT_SCALING 37 /* default 0, 0 to 3. No effect yet. */
+#define TVN_IPAR_INTPNT_SOLVE_FORM 38 /* default 0, 0 to 2. No effect yet. */
+#define TVN_IPAR_INTPNT_STARTING_POINT 39 /* default 0, 0 to 3. No effect yet. */
+#define TVN_IPAR_LOG 40 /* default 10, >= 0. The level of the whole log; 0 is silence. Each of the LOG_ parameters
+    below is cut to it. */
+#define TVN_IPAR_LOG_BI 41 /* default 4, >= 0. Lines of the basis identification. */
+#define TVN_IPAR_LOG_BI_FREQ 42 /* default 2500, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_CHECK_CONVEXITY 43 /* default 0, >= 0. Lines of the check of convexity. */
+#define TVN_IPAR_LOG_CONCURRENT 44 /* default 1, >= 0. Lines of the concurrent optimizer. */
+#define TVN_IPAR_LOG_CUT_SECOND_OPT 45 /* default 1, >= 0. The second and later runs of a task log as if every level
+    were so much lower. */
+#define TVN_IPAR_LOG_FACTOR 46 /* default 1, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_FEASREPAIR 47 /* default 0, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_FILE 48 /* default 1, >= 0. Lines about reading files. */
+#define TVN_IPAR_LOG_HEAD 49 /* default 1, >= 0. The table of the problem at the head of a run. */
+#define TVN_IPAR_LOG_INFEAS_ANA 50 /* default 1, >= 0. Lines of the infeasibility report. */
+#define TVN_IPAR_LOG_INTPNT 51 /* default 4, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_MIO 52 /* default 4, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_MIO_FREQ 53 /* default 1000. No effect yet. */
+#define TVN_IPAR_LOG_NONCONVEX 54 /* default 1, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_OPTIMIZER 55 /* default 1, >= 0. Begin and end of a run. */
+#define TVN_IPAR_LOG_ORDER 56 /* default 1, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_PARAM 57 /* default 0, >= 0. Each line of a parameter file that is read. */
+#define TVN_IPAR_LOG_PRESOLVE 58 /* default 1, >= 0. Lines of the presolve; 3 adds its steps and a table of what it
+    did. */
+#define TVN_IPAR_LOG_RESPONSE 59 /* default 0, >= 0. Each response code that is passed on. */
+#define TVN_IPAR_LOG_SENSITIVITY 60 /* default 1, >= 0. Lines of the sensitivity analysis. */
+#define TVN_IPAR_LOG_SENSITIVITY_OPT 61 /* default 0, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_SIM 62 /* default 4, >= 0. Lines of the simplex optimizers. */
+#define TVN_IPAR_LOG_SIM_FREQ 63 /* default 500, >= 0. Simplex iterations between two lines. */
+#define TVN_IPAR_LOG_SIM_MINOR 64 /* default 1, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_SIM_NETWORK_FREQ 65 /* default 50, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_STORAGE 66 /* default 0, >= 0. Each change of the room of a task. */
+#define TVN_IPAR_LP_WRITE_IGNORE_INCOMPATIBLE_ITEMS 67 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_MAX_NUM_WARNINGS 68 /* default 10, >= 0. Each warning is printed so many times at most. */
+#define TVN_IPAR_MIO_BRANCH_DIR 69 /* default 0, 0 to 2. No effect yet. */
+#define TVN_IPAR_MIO_BRANCH_PRIORITIES_USE 70 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_MIO_CONSTRUCT_SOL 71 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_MIO_CONT_SOL 72 /* default 0, 0 to 3. No effect yet. */
+#define TVN_IPAR_MIO_CUT_LEVEL_ROOT 73 /* default -1. No effect yet. */
+#define TVN_IPAR_MIO_CUT_LEVEL_TREE 74 /* default -1. No effect yet. */
+#define TVN_IPAR_MIO_FEASPUMP_LEVEL 75 /* default -1, <= 3. No effect yet. */
+#define TVN_IPAR_MIO_HEURISTIC_LEVEL 76 /* default -1. No effect yet. */
+#define TVN_IPAR_MIO_HOTSTART 77 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_MIO_KEEP_BASIS 78 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_MIO_LOCAL_BRANCH_NUMBER 79 /* default -1. No effect yet. */
+#define TVN_IPAR_MIO_MAX_NUM_BRANCHES 80 /* default -1. No effect yet. */
+#define TVN_IPAR_MIO_MAX_NUM_RELAXS 81 /* default -1. No effect yet. */
+#define TVN_IPAR_MIO_MAX_NUM_SOLUTIONS 82 /* default -1. No effect yet. */
+#define TVN_IPAR_MIO_MODE 83 /* default 1, 0 to 2. Ignored solves the relaxation of an integer problem; everything
+    else needs a mixed-integer optimizer. */
+#define TVN_IPAR_MIO_NODE_OPTIMIZER 84 /* default 0, 0 to 10. No effect yet. */
+#define TVN_IPAR_MIO_NODE_SELECTION 85 /* default 0, 0 to 5. No effect yet. */
+#define TVN_IPAR_MIO_OPTIMIZER_MODE 86 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_MIO_PRESOLVE_AGGREGATE 87 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_MIO_PRESOLVE_PROBING 88 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_MIO_PRESOLVE_USE 89 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_MIO_ROOT_OPTIMIZER 90 /* default 0, 0 to 10. No effect yet. */
+#define TVN_IPAR_MIO_STRONG_BRANCH 91 /* default -1. No effect yet. */
+#define TVN_IPAR_NONCONVEX_MAX_ITERATIONS 92 /* default 100000, >= 0. No effect yet. */
+#define TVN_IPAR_OBJECTIVE_SENSE 93 /* default 1, 0 to 2. The sense when neither the caller nor the file has set one.
+    */
+#define TVN_IPAR_OPF_MAX_TERMS_PER_LINE 94 /* default 5, >= 0. No effect yet. */
+#define TVN_IPAR_OPF_WRITE_HEADER 95 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_OPF_WRITE_HINTS 96 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_OPF_WRITE_PARAMETERS 97 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_OPF_WRITE_PROBLEM 98 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_OPF_WRITE_SOL_BAS 99 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_OPF_WRITE_SOL_ITG 100 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_OPF_WRITE_SOL_ITR 101 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_OPF_WRITE_SOLUTIONS 102 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_OPTIMIZER 103 /* default 0, 0 to 10. Which optimizer takes the problem. Free sends a linear one to
+    the simplex, which chooses between primal and dual by its shape and start. */
+#define TVN_IPAR_PARAM_READ_CASE_NAME 104 /* default 1, 0 to 1. Names in a parameter file count with their case;
+    otherwise they are read as upper case. */
+#define TVN_IPAR_PARAM_READ_IGN_ERROR 105 /* default 0, 0 to 1. Faults in a parameter file are passed over. */
+#define TVN_IPAR_PRESOLVE_ELIM_FILL 106 /* default 1, >= 0. The eliminator may add so many times the nonzeros of the
+    problem. */
+#define TVN_IPAR_PRESOLVE_ELIMINATOR_MAX_NUM_TRIES 107 /* default -1. Passes of the eliminator; negative is no limit.
+    */
+#define TVN_IPAR_PRESOLVE_ELIMINATOR_USE 108 /* default 1, 0 to 1. Solves equality rows for columns that rows hold
+    within their bounds. */
+#define TVN_IPAR_PRESOLVE_LEVEL 109 /* default -1. No effect yet. */
+#define TVN_IPAR_PRESOLVE_LINDEP_USE 110 /* default 1, 0 to 1. Looks for linearly dependent equality rows. */
+#define TVN_IPAR_PRESOLVE_LINDEP_WORK_LIM 111 /* default 1, >= 0. The larger, the less work for dependent rows when
+    there are more than 1000; 0 leaves only the bound that the nonzeros give. */
+#define TVN_IPAR_PRESOLVE_USE 112 /* default 2, 0 to 2. Off, on, or free: on unless there is a start basis or the
+    iteration limit is at most 50. */
+#define TVN_IPAR_QO_SEPARABLE_REFORMULATION 113 /* default 0, 0 to 1. Quadratic problems go to the conic optimizer. */
+#define TVN_IPAR_READ_ADD_ANZ 114 /* default 0, >= 0. Room for elements of A beyond those of the file. */
+#define TVN_IPAR_READ_ADD_CON 115 /* default 0, >= 0. Room for constraints beyond those of the file. */
+#define TVN_IPAR_READ_ADD_CONE 116 /* default 0, >= 0. Room for cones beyond those of the file. */
+#define TVN_IPAR_READ_ADD_QNZ 117 /* default 0, >= 0. Room for quadratic terms beyond those of the file. */
+#define TVN_IPAR_READ_ADD_VAR 118 /* default 0, >= 0. Room for variables beyond those of the file. */
+#define TVN_IPAR_READ_ANZ 119 /* default 100000, >= 0. No effect yet. */
+#define TVN_IPAR_READ_CON 120 /* default 10000, >= 0. No effect yet. */
+#define TVN_IPAR_READ_CONE 121 /* default 2500, >= 0. No effect yet. */
+#define TVN_IPAR_READ_DATA_COMPRESSED 122 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_READ_DATA_FORMAT 123 /* default 0, 0 to 6. The format of a problem file; the default goes by the
+    extension. */
+#define TVN_IPAR_READ_KEEP_FREE_CON 124 /* default 0, 0 to 1. Rows of type N stay as free constraints, the objective
+    row among them. */
+#define TVN_IPAR_READ_LP_DROP_NEW_VARS_IN_BOU 125 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_READ_LP_QUOTED_NAMES 126 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_READ_MPS_FORMAT 127 /* default 1, 0 to 2. Strict and relaxed read fixed columns, free reads fields
+    between blanks. */
+#define TVN_IPAR_READ_MPS_KEEP_INT 128 /* default 1, 0 to 1. Integer variables of the file stay integer. */
+#define TVN_IPAR_READ_MPS_OBJ_SENSE 129 /* default 1, 0 to 1. The section OBJSENSE counts. */
+#define TVN_IPAR_READ_MPS_QUOTED_NAMES 130 /* default 1, 0 to 1. In free form a name may stand in double quotes. */
+#define TVN_IPAR_READ_MPS_RELAX 131 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_READ_MPS_WIDTH 132 /* default 1024, >= 0. The longest data line. */
+#define TVN_IPAR_READ_Q_MODE 133 /* default 0, 0 to 2. Takes quadratic terms as they come, or drops those of one
+    triangle. */
+#define TVN_IPAR_READ_QNZ 134 /* default 20000, >= 0. No effect yet. */
+#define TVN_IPAR_READ_TASK_IGNORE_PARAM 135 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_READ_VAR 136 /* default 10000, >= 0. No effect yet. */
+#define TVN_IPAR_SENSITIVITY_ALL 137 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_SENSITIVITY_OPTIMIZER 138 /* default 7, 0 to 10. No effect yet. */
+#define TVN_IPAR_SENSITIVITY_TYPE 139 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_SIM_BASIS_FACTOR_USE 140 /* default 1, 0 to 1. A run may begin with the factor that the last run
+    left, when it still fits. */
+#define TVN_IPAR_SIM_DEGEN 141 /* default 1, 0 to 4. How hard degeneracy is fought: the size of the perturbation of
+    bounds, 0 for none. */
+#define TVN_IPAR_SIM_DUAL_CRASH 142 /* default 90, >= 0. A cold start of the dual simplex begins from a triangular
+    basis with less dual infeasibility when at least so many percent of the start are slacks; above 100 never. */
+#define TVN_IPAR_SIM_DUAL_PHASEONE_METHOD 143 /* default 0, 0 to 10. How the dual simplex becomes dual feasible. 0 and
+    1: it solves a problem with boxes for bounds first. 2: it shifts the costs of what is infeasible and leaves the
+    true costs to the primal simplex; other values are as 0. */
+#define TVN_IPAR_SIM_DUAL_RESTRICT_SELECTION 144 /* default 50, 0 to 100. No effect yet. */
+#define TVN_IPAR_SIM_DUAL_SELECTION 145 /* default 0, 0 to 5. Pricing rule of the dual simplex. Free is exact steepest
+    edge. */
+#define TVN_IPAR_SIM_EXPLOIT_DUPVEC 146 /* default 0, 0 to 2. The primal simplex runs columns that are equal up to a
+    factor, costs included, as one; free when they are at least three of ten. Presolve merges most of them before. */
+#define TVN_IPAR_SIM_HOTSTART 147 /* default 1, 0 to 2. Whether a run starts from the stored basic solution: not, by
+    its status, or by its keys. */
+#define TVN_IPAR_SIM_HOTSTART_LU 148 /* default 1, 0 to 1. Off, the room of the factor for basis solves is given back
+    and taken anew each time. */
+#define TVN_IPAR_SIM_INTEGER 149 /* default 0, 0 to 10. No effect yet. */
+#define TVN_IPAR_SIM_MAX_ITERATIONS 150 /* default 10000000, >= 0. Simplex iterations after which a run ends with
+    TVN_RES_TRM_MAX_ITERATIONS. */
+#define TVN_IPAR_SIM_MAX_NUM_SETBACKS 151 /* default 250, >= 0. Setbacks (a basis that had to be repaired, an
+    unexpected loss of feasibility) after which a run ends. */
+#define TVN_IPAR_SIM_NETWORK_DETECT 152 /* default 101, >= 0. No effect yet. */
+#define TVN_IPAR_SIM_NETWORK_DETECT_HOTSTART 153 /* default 100, >= 0. No effect yet. */
+#define TVN_IPAR_SIM_NETWORK_DETECT_METHOD 154 /* default 0, 0 to 2. No effect yet. */
+#define TVN_IPAR_SIM_NON_SINGULAR 155 /* default 1, 0 to 1. A singular basis is repaired; otherwise the run ends with
+    an error. */
+#define TVN_IPAR_SIM_PRIMAL_CRASH 156 /* default 90, >= 0. A cold start of the primal simplex begins from a triangular
+    crash basis when at least so many percent of the start are slacks; above 100 never. */
+#define TVN_IPAR_SIM_PRIMAL_PHASEONE_METHOD 157 /* default 0, 0 to 10. No effect yet. */
+#define TVN_IPAR_SIM_PRIMAL_RESTRICT_SELECTION 158 /* default 50, 0 to 100. Percentage up to which the candidates of a
+    restricted pricing rule are cut; above 50 the restricted form is preferred. */
+#define TVN_IPAR_SIM_PRIMAL_SELECTION 159 /* default 0, 0 to 5. Pricing rule of the primal simplex. Free starts by the
+    shape of the problem and changes to exact steepest edge. */
+#define TVN_IPAR_SIM_REFACTOR_FREQ 160 /* default 0, >= 0. Iterations between two factorisations of the basis; 0 lets
+    the factor decide by its cost per update. */
+#define TVN_IPAR_SIM_REFORMULATION 161 /* default 0, 0 to 3. Two opposite columns whose costs cancel run as one, and a
+    column that another one dominates rests at its bound. On, always; aggressive, with any factor between the columns;
+    free, when presolve is off, there is no start, and at least a twentieth of the columns goes. Presolve does the
+    same by itself. */
+#define TVN_IPAR_SIM_SAVE_LU 162 /* default 0, 0 to 1. A run leaves the factor of its last basis to the next run; the
+    memory of a factor is kept for it. */
+#define TVN_IPAR_SIM_SCALING 163 /* default 0, 0 to 3. Scaling of the problem inside the simplex optimizers: free
+    scales when it pays, moderate always, aggressive with more passes, none not at all. */
+#define TVN_IPAR_SIM_SCALING_METHOD 164 /* default 0, 0 to 1. Geometric only, or geometric and then equilibrated. */
+#define TVN_IPAR_SIM_SOLVE_FORM 165 /* default 0, 0 to 2. No effect yet. */
+#define TVN_IPAR_SIM_STABILITY_PRIORITY 166 /* default 50, 0 to 100. No effect yet. */
+#define TVN_IPAR_SIM_SWITCH_OPTIMIZER 167 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_SOL_FILTER_KEEP_BASIC 168 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_SOL_FILTER_KEEP_RANGED 169 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_SOL_QUOTED_NAMES 170 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_SOL_READ_NAME_WIDTH 171 /* default -1. No effect yet. */
+#define TVN_IPAR_SOL_READ_WIDTH 172 /* default 1024, >= 0. No effect yet. */
+#define TVN_IPAR_SOLUTION_CALLBACK 173 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_TIMING_LEVEL 174 /* default 1, >= 0. No effect yet. */
+#define TVN_IPAR_WARNING_LEVEL 175 /* default 1, >= 0. No effect yet. */
+#define TVN_IPAR_WRITE_BAS_CONSTRAINTS 176 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_WRITE_BAS_HEAD 177 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_WRITE_BAS_VARIABLES 178 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_WRITE_DATA_COMPRESSED 179 /* default 0, >= 0. Written problem files are gzip files. */
+#define TVN_IPAR_WRITE_DATA_FORMAT 180 /* default 0, 0 to 6. The format of a problem file that is written; the default
+    goes by the extension. */
+#define TVN_IPAR_WRITE_DATA_PARAM 181 /* default 0, 0 to 1. The parameters stand as comments behind a written problem.
+    */
+#define TVN_IPAR_WRITE_FREE_CON 182 /* default 0, 0 to 1. Free constraints are written, as rows of type N. */
+#define TVN_IPAR_WRITE_GENERIC_NAMES 183 /* default 0, 0 to 1. All names in a written problem are generic: c, x or k
+    and a number. */
+#define TVN_IPAR_WRITE_GENERIC_NAMES_IO 184 /* default 1, >= 0. Index of the first generic name. */
+#define TVN_IPAR_WRITE_INT_CONSTRAINTS 185 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_WRITE_INT_HEAD 186 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_WRITE_INT_VARIABLES 187 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_WRITE_LP_LINE_WIDTH 188 /* default 80, >= 40. No effect yet. */
+#define TVN_IPAR_WRITE_LP_QUOTED_NAMES 189 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_WRITE_LP_STRICT_FORMAT 190 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_WRITE_LP_TERMS_PER_LINE 191 /* default 10, >= 0. No effect yet. */
+#define TVN_IPAR_WRITE_MPS_INT 192 /* default 1, 0 to 1. Integer variables are written as such. */
+#define TVN_IPAR_WRITE_MPS_OBJ_SENSE 193 /* default 1, 0 to 1. The sense is written as a section OBJSENSE; otherwise
+    as a comment. */
+#define TVN_IPAR_WRITE_MPS_QUOTED_NAMES 194 /* default 1, 0 to 1. Names that hold blanks are written in double quotes.
+    */
+#define TVN_IPAR_WRITE_MPS_STRICT 195 /* default 0, 0 to 1. No name is written in double quotes. */
+#define TVN_IPAR_WRITE_PRECISION 196 /* default 8, >= 0. Digits of the numbers in a written problem. */
+#define TVN_IPAR_WRITE_SOL_CONSTRAINTS 197 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_WRITE_SOL_HEAD 198 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_WRITE_SOL_VARIABLES 199 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_WRITE_TASK_INC_SOL 200 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_WRITE_XML_MODE 201 /* default 0, 0 to 1. No effect yet. */
 
 /* double parameters */
-#define TVN_DPAR_ANA_SOL_INFEAS_TOL 0 /* default 1e-8, >= 0 */
-#define TVN_DPAR_BASIS_REL_TOL_S 1 /* default 1e-12, >= 0 */
-#define TVN_DPAR_BASIS_TOL_S 2 /* default 1e-6, >= 1e-9 */
-#define TVN_DPAR_BASIS_TOL_X 3 /* default 1e-6, >= 1e-9 */
-#define TVN_DPAR_CALLBACK_FREQ 4 /* default -1 */
-#define TVN_DPAR_CHECK_CONVEXITY_REL_TOL 5 /* default 1e-10, >= 0 */
-#define TVN_DPAR_DATA_TOL_AIJ 6 /* default 1e-12, 1e-16 to 1e-6 */
-#define TVN_DPAR_DATA_TOL_AIJ_HUGE 7 /* default 1e20, >= 0 */
-#define TVN_DPAR_DATA_TOL_AIJ_LARGE 8 /* default 1e10, >= 0 */
-#define TVN_DPAR_DATA_TOL_BOUND_INF 9 /* default 1e16, >= 0 */
-#define TVN_DPAR_DATA_TOL_BOUND_WRN 10 /* default 1e8, >= 0 */
-#define TVN_DPAR_DATA_TOL_C_HUGE 11 /* default 1e16, >= 0 */
-#define TVN_DPAR_DATA_TOL_CJ_LARGE 12 /* default 1e8, >= 0 */
-#define TVN_DPAR_DATA_TOL_QIJ 13 /* default 1e-16, >= 0 */
-#define TVN_DPAR_DATA_TOL_X 14 /* default 1e-8, >= 0 */
-#define TVN_DPAR_FEASREPAIR_TOL 15 /* default 1e-10, 1e-16 to 1e16 */
-#define TVN_DPAR_INTPNT_CO_TOL_DFEAS 16 /* default 1e-8, 0 to 1 */
-#define TVN_DPAR_INTPNT_CO_TOL_INFEAS 17 /* default 1e-8, 0 to 1 */
-#define TVN_DPAR_INTPNT_CO_TOL_MU_RED 18 /* default 1e-8, 0 to 1 */
-#define TVN_DPAR_INTPNT_CO_TOL_NEAR_REL 19 /* default 100, >= 1 */
-#define TVN_DPAR_INTPNT_CO_TOL_PFEAS 20 /* default 1e-8, 0 to 1 */
-#define TVN_DPAR_INTPNT_CO_TOL_REL_GAP 21 /* default 1e-8, 0 to 1 */
-#define TVN_DPAR_INTPNT_NL_MERIT_BAL 22 /* default 0.0001, 0 to 0.99 */
-#define TVN_DPAR_INTPNT_NL_TOL_DFEAS 23 /* default 1e-8, 0 to 1 */
-#define TVN_DPAR_INTPNT_NL_TOL_MU_RED 24 /* default 1e-12, 0 to 1 */
-#define TVN_DPAR_INTPNT_NL_TOL_NEAR_REL 25 /* default 1000, >= 1 */
-#define TVN_DPAR_INTPNT_NL_TOL_PFEAS 26 /* default 1e-8, 0 to 1 */
-#define TVN_DPAR_INTPNT_NL_TOL_REL_GAP 27 /* default 1e-6, >= 1e-14 */
-#define TVN_DPAR_INTPNT_NL_TOL_REL_STEP 28 /* default 0.995, 0.0001 to 1 */
-#define TVN_DPAR_INTPNT_TOL_DFEAS 29 /* default 1e-8, 0 to 1 */
-#define TVN_DPAR_INTPNT_TOL_DSAFE 30 /* default 1, >= 0.0001 */
-#define TVN_DPAR_INTPNT_TOL_INFEAS 31 /* default 1e-8, 0 to 1 */
-#define TVN_DPAR_INTPNT_TOL_MU_RED 32 /* default 1e-16, 0 to 1 */
-#define TVN_DPAR_INTPNT_TOL_PATH 33 /* default 1e-8, 0 to 0.9999 */
-#define TVN_DPAR_INTPNT_TOL_PFEAS 34 /* default 1e-8, 0 to 1 */
-#define TVN_DPAR_INTPNT_TOL_PSAFE 35 /* default 1, >= 0.0001 */
-#define TVN_DPAR_INTPNT_TOL_REL_GAP 36 /* default 1e-8, >= 1e-14 */
-#define TVN_DPAR_INTPNT_TOL_REL_STEP 37 /* default 0.9999, 0.0001 to 0.999999 */
-#define TVN_DPAR_INTPNT_TOL_STEP_SIZE 38 /* default 1e-10, 0 to 1 */
-#define TVN_DPAR_LOWER_OBJ_CUT 39 /* default -1e30 */
-#define TVN_DPAR_LOWER_OBJ_CUT_FINITE_TRH 40 /* default -5e29 */
-#define TVN_DPAR_MIO_DISABLE_TERM_TIME 41 /* default -1 */
-#define TVN_DPAR_MIO_HEURISTIC_TIME 42 /* default -1 */
-#define TVN_DPAR_MIO_MAX_TIME 43 /* default -1 */
-#define TVN_DPAR_MIO_MAX_TIME_APRX_OPT 44 /* default 60, >= 0 */
-#define TVN_DPAR_MIO_NEAR_TOL_ABS_GAP 45 /* default 0, >= 0 */
-#define TVN_DPAR_MIO_NEAR_TOL_REL_GAP 46 /* default 0.001, >= 0 */
-#define TVN_DPAR_MIO_REL_ADD_CUT_LIMITED 47 /* default 0.75, 0 to 2 */
-#define TVN_DPAR_MIO_REL_GAP_CONST 48 /* default 1e-10, >= 1e-15 */
-#define TVN_DPAR_MIO_TOL_ABS_GAP 49 /* default 0, >= 0 */
-#define TVN_DPAR_MIO_TOL_ABS_RELAX_INT 50 /* default 1e-5, >= 0 */
-#define TVN_DPAR_MIO_TOL_FEAS 51 /* default 1e-7, >= 0 */
-#define TVN_DPAR_MIO_TOL_REL_GAP 52 /* default 0.0001, >= 0 */
-#define TVN_DPAR_MIO_TOL_REL_RELAX_INT 53 /* default 1e-6, >= 0 */
-#define TVN_DPAR_MIO_TOL_X 54 /* default 1e-6, >= 0 */
-#define TVN_DPAR_NONCONVEX_TOL_FEAS 55 /* default 1e-6, >= 0 */
-#define TVN_DPAR_NONCONVEX_TOL_OPT 56 /* default 1e-7, >= 0 */
-#define TVN_DPAR_OPTIMIZER_MAX_TIME 57 /* default -1 */
-#define TVN_DPAR_PRESOLVE_TOL_AIJ 58 /* default 1e-12, >= 1e-15 */
-#define TVN_DPAR_PRESOLVE_TOL_LIN_DEP 59 /* default 1e-6, >= 0 */
-#define TVN_DPAR_PRESOLVE_TOL_S 60 /* default 1e-8, >= 0 */
-#define TVN_DPAR_PRESOLVE_TOL_X 61 /* default 1e-8, >= 0 */
-#define TVN_DPAR_QCQO_REFORMULATE_REL_DROP_TOL 62 /* default 1e-15, >= 0 */
-#define TVN_DPAR_SIM_LU_TOL_REL_PIV 63 /* default 0.01, 1e-6 to 0.999999 */
-#define TVN_DPAR_SIMPLEX_ABS_TOL_PIV 64 /* default 1e-7, >= 1e-12 */
-#define TVN_DPAR_UPPER_OBJ_CUT 65 /* default 1e30 */
-#define TVN_DPAR_UPPER_OBJ_CUT_FINITE_TRH 66 /* default 5e29 */
+#define TVN_DPAR_ANA_SOL_INFEAS_TOL 0 /* default 1e-8, >= 0. No effect yet. */
+#define TVN_DPAR_BASIS_REL_TOL_S 1 /* default 1e-12, >= 0. No effect yet. */
+#define TVN_DPAR_BASIS_TOL_S 2 /* default 1e-6, >= 1e-9. Largest dual infeasibility of an optimal basic solution. */
+#define TVN_DPAR_BASIS_TOL_X 3 /* default 1e-6, >= 1e-9. Largest primal infeasibility of an optimal basic solution. */
+#define TVN_DPAR_CALLBACK_FREQ 4 /* default -1. No effect yet. */
+#define TVN_DPAR_CHECK_CONVEXITY_REL_TOL 5 /* default 1e-10, >= 0. No effect yet. */
+#define TVN_DPAR_DATA_TOL_AIJ 6 /* default 1e-12, 1e-16 to 1e-6. Elements of A that are no larger are left out. */
+#define TVN_DPAR_DATA_TOL_AIJ_HUGE 7 /* default 1e20, >= 0. Elements of A that are larger are refused. */
+#define TVN_DPAR_DATA_TOL_AIJ_LARGE 8 /* default 1e10, >= 0. Elements of A that are larger give a warning. */
+#define TVN_DPAR_DATA_TOL_BOUND_INF 9 /* default 1e16, >= 0. Bounds that are larger are infinite. */
+#define TVN_DPAR_DATA_TOL_BOUND_WRN 10 /* default 1e8, >= 0. Bounds that are larger give a warning. */
+#define TVN_DPAR_DATA_TOL_C_HUGE 11 /* default 1e16, >= 0. Costs that are larger are refused. */
+#define TVN_DPAR_DATA_TOL_CJ_LARGE 12 /* default 1e8, >= 0. Costs that are larger give a warning. */
+#define TVN_DPAR_DATA_TOL_QIJ 13 /* default 1e-16, >= 0. Quadratic terms that are no larger are left out. */
+#define TVN_DPAR_DATA_TOL_X 14 /* default 1e-8, >= 0. Values that are no larger count as 0 when the change of a bound
+    decides what stays known of a solution. */
+#define TVN_DPAR_FEASREPAIR_TOL 15 /* default 1e-10, 1e-16 to 1e16. No effect yet. */
+#define TVN_DPAR_INTPNT_CO_TOL_DFEAS 16 /* default 1e-8, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_CO_TOL_INFEAS 17 /* default 1e-8, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_CO_TOL_MU_RED 18 /* default 1e-8, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_CO_TOL_NEAR_REL 19 /* default 100, >= 1. No effect yet. */
+#define TVN_DPAR_INTPNT_CO_TOL_PFEAS 20 /* default 1e-8, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_CO_TOL_REL_GAP 21 /* default 1e-8, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_NL_MERIT_BAL 22 /* default 0.0001, 0 to 0.99. No effect yet. */
+#define TVN_DPAR_INTPNT_NL_TOL_DFEAS 23 /* default 1e-8, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_NL_TOL_MU_RED 24 /* default 1e-12, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_NL_TOL_NEAR_REL 25 /* default 1000, >= 1. No effect yet. */
+#define TVN_DPAR_INTPNT_NL_TOL_PFEAS 26 /* default 1e-8, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_NL_TOL_REL_GAP 27 /* default 1e-6, >= 1e-14. No effect yet. */
+#define TVN_DPAR_INTPNT_NL_TOL_REL_STEP 28 /* default 0.995, 0.0001 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_TOL_DFEAS 29 /* default 1e-8, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_TOL_DSAFE 30 /* default 1, >= 0.0001. No effect yet. */
+#define TVN_DPAR_INTPNT_TOL_INFEAS 31 /* default 1e-8, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_TOL_MU_RED 32 /* default 1e-16, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_TOL_PATH 33 /* default 1e-8, 0 to 0.9999. No effect yet. */
+#define TVN_DPAR_INTPNT_TOL_PFEAS 34 /* default 1e-8, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_TOL_PSAFE 35 /* default 1, >= 0.0001. No effect yet. */
+#define TVN_DPAR_INTPNT_TOL_REL_GAP 36 /* default 1e-8, >= 1e-14. No effect yet. */
+#define TVN_DPAR_INTPNT_TOL_REL_STEP 37 /* default 0.9999, 0.0001 to 0.999999. No effect yet. */
+#define TVN_DPAR_INTPNT_TOL_STEP_SIZE 38 /* default 1e-10, 0 to 1. No effect yet. */
+#define TVN_DPAR_LOWER_OBJ_CUT 39 /* default -1e30. A minimisation ends with TVN_RES_TRM_OBJECTIVE_RANGE once a
+    feasible point has a lower objective. */
+#define TVN_DPAR_LOWER_OBJ_CUT_FINITE_TRH 40 /* default -5e29. A lower cut that is no larger does not count. */
+#define TVN_DPAR_MIO_DISABLE_TERM_TIME 41 /* default -1. No effect yet. */
+#define TVN_DPAR_MIO_HEURISTIC_TIME 42 /* default -1. No effect yet. */
+#define TVN_DPAR_MIO_MAX_TIME 43 /* default -1. No effect yet. */
+#define TVN_DPAR_MIO_MAX_TIME_APRX_OPT 44 /* default 60, >= 0. No effect yet. */
+#define TVN_DPAR_MIO_NEAR_TOL_ABS_GAP 45 /* default 0, >= 0. No effect yet. */
+#define TVN_DPAR_MIO_NEAR_TOL_REL_GAP 46 /* default 0.001, >= 0. No effect yet. */
+#define TVN_DPAR_MIO_REL_ADD_CUT_LIMITED 47 /* default 0.75, 0 to 2. No effect yet. */
+#define TVN_DPAR_MIO_REL_GAP_CONST 48 /* default 1e-10, >= 1e-15. No effect yet. */
+#define TVN_DPAR_MIO_TOL_ABS_GAP 49 /* default 0, >= 0. No effect yet. */
+#define TVN_DPAR_MIO_TOL_ABS_RELAX_INT 50 /* default 1e-5, >= 0. No effect yet. */
+#define TVN_DPAR_MIO_TOL_FEAS 51 /* default 1e-7, >= 0. No effect yet. */
+#define TVN_DPAR_MIO_TOL_REL_GAP 52 /* default 0.0001, >= 0. No effect yet. */
+#define TVN_DPAR_MIO_TOL_REL_RELAX_INT 53 /* default 1e-6, >= 0. No effect yet. */
+#define TVN_DPAR_MIO_TOL_X 54 /* default 1e-6, >= 0. No effect yet. */
+#define TVN_DPAR_NONCONVEX_TOL_FEAS 55 /* default 1e-6, >= 0. No effect yet. */
+#define TVN_DPAR_NONCONVEX_TOL_OPT 56 /* default 1e-7, >= 0. No effect yet. */
+#define TVN_DPAR_OPTIMIZER_MAX_TIME 57 /* default -1. Seconds after which a run ends with TVN_RES_TRM_MAX_TIME;
+    negative for no limit. */
+#define TVN_DPAR_PRESOLVE_TOL_AIJ 58 /* default 1e-12, >= 1e-15. Coefficients made smaller than this by a substitution
+    are dropped. */
+#define TVN_DPAR_PRESOLVE_TOL_LIN_DEP 59 /* default 1e-6, >= 0. Right-hand sides of dependent rows that differ by more
+    prove infeasibility. */
+#define TVN_DPAR_PRESOLVE_TOL_S 60 /* default 1e-8, >= 0. Dual tolerance of the presolve. */
+#define TVN_DPAR_PRESOLVE_TOL_X 61 /* default 1e-8, >= 0. Feasibility tolerance of the presolve. */
+#define TVN_DPAR_QCQO_REFORMULATE_REL_DROP_TOL 62 /* default 1e-15, >= 0. No effect yet. */
+#define TVN_DPAR_SIM_LU_TOL_REL_PIV 63 /* default 0.01, 1e-6 to 0.999999. Pivots of the factorisation are at least
+    this share of the largest element of their column. Larger is more stable and fills more. */
+#define TVN_DPAR_SIMPLEX_ABS_TOL_PIV 64 /* default 1e-7, >= 1e-12. Smaller pivots of an iteration count as zero. */
+#define TVN_DPAR_UPPER_OBJ_CUT 65 /* default 1e30. A maximisation ends with TVN_RES_TRM_OBJECTIVE_RANGE once a
+    feasible point has a higher objective. */
+#define TVN_DPAR_UPPER_OBJ_CUT_FINITE_TRH 66 /* default 5e29. An upper cut that is no smaller does not count. */
 
 /* string parameters */
-#define TVN_SPAR_BAS_SOL_FILE_NAME 0
-#define TVN_SPAR_DATA_FILE_NAME 1
-#define TVN_SPAR_DEBUG_FILE_NAME 2
-#define TVN_SPAR_FEASREPAIR_NAME_PREFIX 3 /* default "TVN-" */
-#define TVN_SPAR_FEASREPAIR_NAME_SEPARATOR 4 /* default "-" */
-#define TVN_SPAR_FEASREPAIR_NAME_WSUMVIOL 5 /* default "WSUMVIOL" */
-#define TVN_SPAR_INT_SOL_FILE_NAME 6
-#define TVN_SPAR_ITR_SOL_FILE_NAME 7
-#define TVN_SPAR_PARAM_COMMENT_SIGN 8 /* default "%%" */
-#define TVN_SPAR_PARAM_READ_FILE_NAME 9
-#define TVN_SPAR_PARAM_WRITE_FILE_NAME 10
-#define TVN_SPAR_READ_MPS_BOU_NAME 11
-#define TVN_SPAR_READ_MPS_OBJ_NAME 12
-#define TVN_SPAR_READ_MPS_RAN_NAME 13
-#define TVN_SPAR_READ_MPS_RHS_NAME 14
-#define TVN_SPAR_SENSITIVITY_FILE_NAME 15
-#define TVN_SPAR_SENSITIVITY_RES_FILE_NAME 16
-#define TVN_SPAR_SOL_FILTER_XC_LOW 17
-#define TVN_SPAR_SOL_FILTER_XC_UPR 18
-#define TVN_SPAR_SOL_FILTER_XX_LOW 19
-#define TVN_SPAR_SOL_FILTER_XX_UPR 20
-#define TVN_SPAR_STAT_FILE_NAME 21
-#define TVN_SPAR_STAT_KEY 22
-#define TVN_SPAR_STAT_NAME 23
-#define TVN_SPAR_WRITE_LP_GEN_VAR_NAME 24 /* default "XTVNGEN" */
+#define TVN_SPAR_BAS_SOL_FILE_NAME 0 /* No effect yet. */
+#define TVN_SPAR_DATA_FILE_NAME 1 /* The file that TVN_readdata reads when it is given no name. */
+#define TVN_SPAR_DEBUG_FILE_NAME 2 /* The file that receives the report of a fatal internal error. */
+#define TVN_SPAR_FEASREPAIR_NAME_PREFIX 3 /* default "TVN-". No effect yet. */
+#define TVN_SPAR_FEASREPAIR_NAME_SEPARATOR 4 /* default "-". No effect yet. */
+#define TVN_SPAR_FEASREPAIR_NAME_WSUMVIOL 5 /* default "WSUMVIOL". No effect yet. */
+#define TVN_SPAR_INT_SOL_FILE_NAME 6 /* No effect yet. */
+#define TVN_SPAR_ITR_SOL_FILE_NAME 7 /* No effect yet. */
+#define TVN_SPAR_PARAM_COMMENT_SIGN 8 /* default "%%". What starts a comment in a parameter file. */
+#define TVN_SPAR_PARAM_READ_FILE_NAME 9 /* The file that TVN_readparamfile reads. */
+#define TVN_SPAR_PARAM_WRITE_FILE_NAME 10 /* The file that TVN_writeparamfile writes when it is given no name. */
+#define TVN_SPAR_READ_MPS_BOU_NAME 11 /* The vector of BOUNDS that is used, the first when empty. */
+#define TVN_SPAR_READ_MPS_OBJ_NAME 12 /* The row of type N that is the objective, the first when empty. */
+#define TVN_SPAR_READ_MPS_RAN_NAME 13 /* The vector of RANGES that is used, the first when empty. */
+#define TVN_SPAR_READ_MPS_RHS_NAME 14 /* The vector of RHS that is used, the first when empty. */
+#define TVN_SPAR_SENSITIVITY_FILE_NAME 15 /* No effect yet. */
+#define TVN_SPAR_SENSITIVITY_RES_FILE_NAME 16 /* No effect yet. */
+#define TVN_SPAR_SOL_FILTER_XC_LOW 17 /* No effect yet. */
+#define TVN_SPAR_SOL_FILTER_XC_UPR 18 /* No effect yet. */
+#define TVN_SPAR_SOL_FILTER_XX_LOW 19 /* No effect yet. */
+#define TVN_SPAR_SOL_FILTER_XX_UPR 20 /* No effect yet. */
+#define TVN_SPAR_STAT_FILE_NAME 21 /* No effect yet. */
+#define TVN_SPAR_STAT_KEY 22 /* No effect yet. */
+#define TVN_SPAR_STAT_NAME 23 /* No effect yet. */
+#define TVN_SPAR_WRITE_LP_GEN_VAR_NAME 24 /* default "XTVNGEN". No effect yet. */
 
 /* double information items */
 #define TVN_DINF_BI_CLEAN_DUAL_TIME 0

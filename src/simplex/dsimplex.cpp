@@ -35,9 +35,21 @@ void store_xb(dual_state& s) {
   for (int32_t k = 0; k < s.work.m; k++) s.x[s.fac.head[k]] = s.basic[k].x;
 }
 
+double primal_infeasibility(const dual_state& s) {
+  double sum = 0;
+  for (int32_t k = 0; k < s.work.m; k++) {
+    const dual_basic& b = s.basic[k];
+    const double v = std::max(b.lo - b.x, b.x - b.up);
+    if (v > s.tolfeas) sum += v;
+  }
+  return sum;
+}
+
+// The figures of a line of the log: objective and sums of infeasibilities, on the true bounds but for the box.
 void set_objective(dual_state& s) {
   store_xb(s);
   s.info.objective = TVN_simplex_pointobjective(s.base);
+  s.info.sumpinf = primal_infeasibility(s);
   dsimplex_countinf(s);
   s.info.sumdinf = s.phase == 1 ? s.sumdinf : 0.0;
   s.info.phase = s.phase;
@@ -403,7 +415,7 @@ void dsimplex_optimize(dual_state& s) {
     dsimplex_setphasetwo(s);
     if (s.fac.usable) dsimplex_formxb(s);
   }
-  s.info.objective = TVN_simplex_pointobjective(s.base);
+  set_objective(s);
 }
 
 bool TVN_simplex_dualfeas(simplex_state& base) {

@@ -181,11 +181,11 @@ bool solve_with_presolve(sysenv& sys, const lp_view& lp, const simplex_param& pa
 void clean_up(sysenv& sys, const lp_view& lp, const simplex_param& again, simplex_info& info,
               const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
   info.response = simplex_code::ok;
-  const auto iterations = [&] { return info.count[kind_primal].iterations + info.count[kind_dual].iterations; };
-  const int64_t before = iterations();
+  const auto before = info.count;
   TVN_simplex_solvedirectly(sys, lp, again, info, progress, sol, kept);
   info.cleanups++;
-  info.cleaniterations += iterations() - before;
+  for (size_t kind = 0; kind < before.size(); kind++)
+    info.cleaniterations[kind] += info.count[kind].iterations - before[kind].iterations;
 }
 
 void solve_as_given(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,

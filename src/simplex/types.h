@@ -127,7 +127,7 @@ struct simplex_info {
   const char* line = nullptr;          // with the events presolve_line and message
   int32_t linelevel = 0;               // with message: the log level from which on the line is wanted
   int32_t cleanups = 0;                // runs on the user's problem after postsolve
-  int64_t cleaniterations = 0;
+  std::array<int64_t, 4> cleaniterations{}; // of them, by simplex_kind
 };
 
 // Nonzero stops the run: 1 is a stop by the user, 2 by a peer.

@@ -133,6 +133,7 @@ TVNrescodee optimize(task& t) {
     code = TVN_inittaskbeforeoptimize(t);
   }
   if (code == TVN_RES_OK) {
+    if (is_logged(t, TVN_IPAR_LOG_OPTIMIZER)) tell_ineffective_parameters(t);
     code = run_road(t);
     if (t.params.ival[TVN_IPAR_AUTO_UPDATE_SOL_INFO])
       if (const TVNrescodee c = update_solution_items(t); code == TVN_RES_OK) code = c;

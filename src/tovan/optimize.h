@@ -7,6 +7,8 @@ namespace tvn {
 
 // Items of the last run to zero, sizes noted, log head allowed again. Undefined objective sense is an error.
 TVNrescodee TVN_inittaskbeforeoptimize(task& t);
+// Names the parameters that are set and have no effect yet, on the message stream.
+void tell_ineffective_parameters(task& t) noexcept;
 // Continuous problems.
 TVNrescodee TVN_contoptimizer(task& t);
 // Linear problems by a simplex optimizer, into the basic slot.

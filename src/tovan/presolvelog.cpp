@@ -49,6 +49,14 @@ void update_items(task& t, const prslv_stats& s) {
   iv[TVNP_IINF_PRESOLVE_LINDEP_NUM_TRIES] = s.numlindeptries;
   iv[TVNP_IINF_PRESOLVE_LINDEP_NUM_TRUNC_TRIES] = s.lindeptruncated ? 1 : 0;
   iv[TVNP_IINF_PRESOLVE_OUTOFSPACE] = s.outofspace ? 1 : 0;
+  auto& dv = t.info.private_dou;
+  dv[TVNP_DINF_PRESOLVE_SETUP_TIME] = s.seconds[task_setup];
+  dv[TVNP_DINF_PRESOLVE_CHECKPRO_TIME] = s.seconds[task_checkpro];
+  dv[TVNP_DINF_PRESOLVE_DUPCON_TIME] = s.seconds[task_dupcon];
+  dv[TVNP_DINF_PRESOLVE_DUPVAR_TIME] = s.seconds[task_dupvar];
+  dv[TVNP_DINF_PRESOLVE_FINAL_TIME] = s.seconds[task_finalize];
+  dv[TVNP_DINF_PRESOLVE_SUB_DOMVAR_TIME] = s.seconds[task_domvar];
+  dv[TVNP_DINF_PRESOLVE_SUB_RELAX_TIME] = s.seconds[task_relax];
   t.info.dou[TVN_DINF_PRESOLVE_TIME] = s.totalseconds;
   t.info.dou[TVN_DINF_PRESOLVE_ELI_TIME] = s.seconds[task_elim];
   t.info.dou[TVN_DINF_PRESOLVE_LINDEP_TIME] = s.seconds[task_lindep];

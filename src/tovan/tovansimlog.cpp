@@ -32,18 +32,20 @@ void log_start(task& t, const simplex_info& info) {
   line("hotstart", info.hotstart, "Valid bas. fac.", info.warmfactor ? 1 : 0);
 }
 
-void log_line(const sim_run& run, const simplex_info& info) {
+void log_line(sim_run& run, const simplex_info& info) {
   const auto& count = info.count[info.kind];
+  run.lineiteration = count.iterations;
   const double iters = static_cast<double>(std::max<int64_t>(1, count.iterations)), now = TVN_sysenv_gettime();
   const double degenerate = 100.0 * static_cast<double>(count.degenerate) / iters, obj = run.sense * info.objective;
-  if (info.kind == kind_dual)
-    echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10s  %-10.2e  %-20s  %-20.10e  %-8.2f  %-8.2f\n",
-         static_cast<int>(count.iterations), degenerate, "NA", info.sumdinf, "NA", obj, now - run.start,
-         now - run.t->optstart);
-  else
-    echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10.2e  %-10.2s  %-20.10e  %-20s  %-8.2f  %-8.2f\n",
-         static_cast<int>(count.iterations), degenerate, info.sumpinf, "NA", obj, "NA", now - run.start,
-         now - run.t->optstart);
+  const bool dual = info.kind == kind_dual;
+  char dfeas[16] = "NA", dobj[32] = "NA"; // of the primal simplex
+  if (dual) {
+    std::snprintf(dfeas, sizeof dfeas, "%-10.2e", info.sumdinf);
+    std::snprintf(dobj, sizeof dobj, "%-20.10e", obj);
+  }
+  echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10.2e  %-10s  %-20.10e  %-20s  %-8.2f  %-8.2f\n",
+       static_cast<int>(count.iterations), degenerate, info.sumpinf, dfeas, obj, dobj, now - run.start,
+       now - run.t->optstart);
 }
 
 void tail_line(task& t, const char* what, int64_t value) {
@@ -72,7 +74,7 @@ void TVN_simplex_printtail(task& t, const simplex_info& info) {
   TVN_simplex_printluinfo(t, info);
 }
 
-int32_t event_code(simplex_event event, bool dual) {
+int32_t event_code(const sim_run& run, simplex_event event, bool dual) {
   switch (event) {
   case simplex_event::begin: return dual ? TVN_CALLBACK_BEGIN_DUAL_SIMPLEX : TVN_CALLBACK_BEGIN_PRIMAL_SIMPLEX;
   case simplex_event::end: return dual ? TVN_CALLBACK_END_DUAL_SIMPLEX : TVN_CALLBACK_END_PRIMAL_SIMPLEX;
@@ -85,8 +87,48 @@ int32_t event_code(simplex_event event, bool dual) {
   case simplex_event::message:
   case simplex_event::poll: break;
   }
+  if (run.presolving) return TVN_CALLBACK_IM_PRESOLVE;
   return dual ? TVN_CALLBACK_IM_DUAL_SIMPLEX : TVN_CALLBACK_IM_PRIMAL_SIMPLEX;
 }
+
+// What the start of an optimizer was, once it is known.
+void update_startitems(task& t, const simplex_info& info) {
+  const bool dual = info.kind == kind_dual;
+  auto& items = t.info;
+  items.intg[dual ? TVN_IINF_SIM_DUAL_HOTSTART : TVN_IINF_SIM_PRIMAL_HOTSTART] = info.hotstart != 0;
+  items.intg[dual ? TVN_IINF_SIM_DUAL_HOTSTART_LU : TVN_IINF_SIM_PRIMAL_HOTSTART_LU] = info.warmfactor;
+  items.private_intg[dual ? TVNP_IINF_SIM_DUAL_HOTSTART_NUM_BASICS : TVNP_IINF_SIM_PRIMAL_HOTSTART_NUM_BASICS] =
+      info.numbasics;
+  items.private_intg[dual ? TVNP_IINF_SIM_DUAL_HOTSTART_BASIS_RANK : TVNP_IINF_SIM_PRIMAL_HOTSTART_BASIS_RANK] =
+      info.basisrank;
+}
+
+void note_phase(sim_run& run, simplex_event event) {
+  if (event == simplex_event::begin) run.lineiteration = -1;
+  if (event == simplex_event::begin_presolve) run.presolving = true;
+  if (event == simplex_event::end_presolve) run.presolving = false;
+}
+
+// Lines of the table: as the optimizer asks for them, and the point at which it ends.
+bool line_due(const sim_run& run, simplex_event event, const simplex_info& info) {
+  if (event == simplex_event::iteration) return true;
+  return event == simplex_event::end && run.t->params.ival[TVN_IPAR_LOG_SIM_FREQ] > 0 &&
+         run.lineiteration != info.count[info.kind].iterations;
+}
+
+void log_event(sim_run& run, simplex_event event, const simplex_info& info) {
+  task& t = *run.t;
+  const char* const name = info.kind == kind_dual ? "Dual" : "Primal";
+  if (event == simplex_event::begin_setup) echo(t, TVN_STREAM_MSG, "%s simplex optimizer setup started.\n", name);
+  if (event == simplex_event::end_setup) {
+    log_start(t, info);
+    echo(t, TVN_STREAM_MSG, "%s simplex optimizer setup terminated.\n", name);
+    log_head(t);
+  }
+  if (line_due(run, event, info)) log_line(run, info);
+}
+
+int32_t stop_answer(TVNrescodee code) { return code == TVN_RES_TRM_INTERNAL ? 2 : 1; }
 
 void note_times(sim_run& run, simplex_event event, const simplex_info& info) {
   if (event == simplex_event::begin) {
@@ -119,6 +161,8 @@ void update_simplexitems(const sim_run& run, const simplex_info& info) {
   items.private_intg[TVNP_IINF_SIM_PRIMAL_NUM_SETBACKS] = narrow(primal.setbacks);
   items.private_intg[TVNP_IINF_SIM_DUAL_NUM_SETBACKS] = narrow(dual.setbacks);
   items.private_intg[TVNP_IINF_SIM_NUM_PRIMAL_BOUNDSWAPS] = narrow(primal.boundswaps);
+  items.lint[TVN_LIINF_BI_CLEAN_PRIMAL_ITER] = info.cleaniterations[kind_primal];
+  items.lint[TVN_LIINF_BI_CLEAN_DUAL_ITER] = info.cleaniterations[kind_dual];
   items.dou[TVN_DINF_SIM_OBJ] = run.sense * info.objective;
   items.dou[TVN_DINF_SIM_FEAS] = info.kind == kind_dual ? info.sumdinf : info.sumpinf;
   const double now = TVN_sysenv_gettime();
@@ -134,24 +178,18 @@ int32_t TVN_simplexprogress(void* handle, simplex_event event, const simplex_inf
     if (is_logged(t, TVN_IPAR_LOG_SIM, info.linelevel)) echo(t, TVN_STREAM_MSG, "%s", info.line);
     return 0;
   }
+  const bool closing = event == simplex_event::end || event == simplex_event::end_presolve;
+  if (run.trm != TVN_RES_OK && !closing) return stop_answer(run.trm);
+  note_phase(run, event);
   note_times(run, event, info);
   update_simplexitems(run, info);
+  if (event == simplex_event::end_setup) update_startitems(t, info);
   if (event == simplex_event::presolve_line) TVN_logpresolveline(t, info.line);
   if (event == simplex_event::end_presolve) TVN_logendpresolve(t, info.prslv);
-  const bool logged = is_logged(t, TVN_IPAR_LOG_SIM), dual = info.kind == kind_dual;
-  const char* const name = dual ? "Dual" : "Primal";
-  if (logged && event == simplex_event::begin_setup)
-    echo(t, TVN_STREAM_MSG, "%s simplex optimizer setup started.\n", name);
-  if (logged && event == simplex_event::end_setup) {
-    log_start(t, info);
-    echo(t, TVN_STREAM_MSG, "%s simplex optimizer setup terminated.\n", name);
-    log_head(t);
-  }
-  if (logged && event == simplex_event::iteration) log_line(run, info);
-  const TVNrescodee code = TVN_tovanlog(&t, event_code(event, dual));
-  if (code == TVN_RES_OK) return 0;
+  if (is_logged(t, TVN_IPAR_LOG_SIM)) log_event(run, event, info);
+  const TVNrescodee code = TVN_tovanlog(&t, event_code(run, event, info.kind == kind_dual));
   if (run.trm == TVN_RES_OK) run.trm = code;
-  return code == TVN_RES_TRM_INTERNAL ? 2 : 1;
+  return run.trm == TVN_RES_OK ? 0 : stop_answer(run.trm);
 }
 
 void log_simplexend(const sim_run& run, const simplex_info& info, TVNrescodee code) {
@@ -160,7 +198,7 @@ void log_simplexend(const sim_run& run, const simplex_info& info, TVNrescodee co
   if (!is_logged(t, TVN_IPAR_LOG_SIM)) return;
   if (info.cleanups > 0)
     echo(t, TVN_STREAM_MSG, "%*s - %*s : %*lld\n", -10, "Optimizer", -16, "clean-up iter.", -16,
-         static_cast<long long>(info.cleaniterations));
+         static_cast<long long>(info.cleaniterations[kind_primal] + info.cleaniterations[kind_dual]));
   char word[TVN_MAX_STR_LEN] = "";
   const rescode_entry* const stopped = find_rescode(code);
   if (!stopped) TVN_solstatostr(&t, t.sols.solsta[TVN_SOL_BAS], word);

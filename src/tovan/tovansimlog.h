@@ -16,9 +16,12 @@ struct sim_run {
   int32_t running = -1;               // simplex_kind of the optimizer at work
   double begun = 0;                   // its start
   std::array<double, 4> seconds = {}; // by simplex_kind, of those that have ended
+  bool presolving = false;
+  int64_t lineiteration = -1; // of the optimizer at work, at the last line of its table
 };
 
-// The progress function of a simplex run; its handle is a sim_run.
+// The progress function of a simplex run; its handle is a sim_run. Once the user has asked for the end, the callbacks
+// hear of nothing but what ends.
 int32_t TVN_simplexprogress(void* handle, simplex_event event, const simplex_info& info);
 void update_simplexitems(const sim_run& run, const simplex_info& info);
 // The last lines of a run: what it did, its time, and how it ended, by the code that stopped it or by its solution.

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -22,6 +23,28 @@ void define(std::string& out, const char* prefix, const char* name, int value, c
   out += line;
   if (!note.empty()) out += " /* " + note + " */";
   out += '\n';
+}
+
+// A define whose comment is too long for its line is broken at blanks.
+void define_told(std::string& out, const char* prefix, const char* name, int value, const std::string& note) {
+  constexpr size_t width = 118;
+  std::string line = std::string("#define ") + prefix + name + ' ' + std::to_string(value) + " /*";
+  std::istringstream words(note + " */");
+  for (std::string word; words >> word; line += ' ' + word)
+    if (line.size() + 1 + word.size() > width) {
+      out += line + '\n';
+      line = "   ";
+    }
+  out += line + '\n';
+}
+
+// What a parameter does, by its class and name.
+std::string sentence(const std::string& param) {
+#define TVN_PARAM_NOTE(type, name, text)                                                                               \
+  if (param == #type "_" #name) return text;
+#include "tovan/def/paramnotes.def"
+#undef TVN_PARAM_NOTE
+  return "No effect yet.";
 }
 
 void title(std::string& out, const char* text) { out += std::string("\n/* ") + text + " */\n"; }
@@ -56,17 +79,19 @@ void parameters(std::string& out) {
   int k = 0;
   title(out, "integer parameters");
 #define TVN_IPARAM(name, dflt, kind, min, max, family)                                                                 \
-  define(out, "TVN_IPAR_", #name, k++, rule(#dflt, kind, #min, #max));
+  define_told(out, "TVN_IPAR_", #name, k++, rule(#dflt, kind, #min, #max) + ". " + sentence("IPAR_" #name));
 #include "tovan/def/iparam.def"
 #undef TVN_IPARAM
   k = 0;
   title(out, "double parameters");
-#define TVN_DPARAM(name, dflt, kind, min, max) define(out, "TVN_DPAR_", #name, k++, rule(#dflt, kind, #min, #max));
+#define TVN_DPARAM(name, dflt, kind, min, max)                                                                         \
+  define_told(out, "TVN_DPAR_", #name, k++, rule(#dflt, kind, #min, #max) + ". " + sentence("DPAR_" #name));
 #include "tovan/def/dparam.def"
 #undef TVN_DPARAM
   k = 0;
   title(out, "string parameters");
-#define TVN_SPARAM(name, dflt) define(out, "TVN_SPAR_", #name, k++, #dflt[2] == '\0' ? "" : "default " #dflt);
+#define TVN_SPARAM(name, dflt)                                                                                         \
+  define_told(out, "TVN_SPAR_", #name, k++, (#dflt[2] == '\0' ? "" : "default " #dflt ". ") + sentence("SPAR_" #name));
 #include "tovan/def/sparam.def"
 #undef TVN_SPARAM
 }
