@@ -30,6 +30,7 @@ constexpr field_place places[6] = {{1, 2}, {4, 8}, {14, 8}, {24, 12}, {39, 8}, {
 void note_odd_characters(rm_state& rm, const char* text, size_t len) noexcept {
   rm.hascr = rm.hascr || std::memchr(text, '\r', len);
   rm.hasodd = rm.hasodd || std::memchr(text, '\t', len) || std::memchr(text, '\0', len);
+  rm.hasdollar = rm.hasdollar || std::memchr(text, '$', len);
 }
 
 // Makes room behind the text that is left and reads on. False when the file has no more.
@@ -133,8 +134,20 @@ bool fixed_number(const rm_state& rm, std::string_view line, size_t k, double& v
   return parse_mps_number(line.substr(p.start, end - p.start), value);
 }
 
+bool takes_comments(const rm_state& rm) noexcept {
+  return rm.hasdollar && !rm.dollarnames && rm.mode != mps_mode::strict;
+}
+
+// The line without a comment that stands at the place of field 3 or 5.
+std::string_view without_comment(std::string_view line) noexcept {
+  for (const size_t k : {places[2].start, places[4].start})
+    if (line.size() > k && line[k] == '$') return trim_right(line.substr(0, k));
+  return line;
+}
+
 mps_status split_fixed(rm_state& rm, std::string_view line, mps_fields& f) noexcept {
   f = {};
+  if (takes_comments(rm)) line = without_comment(line);
   f.key = trim(line.substr(std::min<size_t>(1, line.size()), places[0].width));
   f.name2 = name_at(line, places[1]);
   f.name3 = name_at(line, places[2]);
@@ -170,6 +183,7 @@ mps_status split_free(rm_state& rm, std::string_view line, mps_section section, 
   f = {};
   for (int32_t field = first; !(line = trim(line)).empty(); field++) {
     const bool isname = field == 2 || field == 3 || field == 5;
+    if (line[0] == '$' && (field == 3 || field == 5) && takes_comments(rm)) break;
     const std::string_view token = next_token(line, rm.quoted && isname);
     switch (field) {
     case 1: f.key = token; break;
@@ -345,13 +359,16 @@ bool is_free_head(const rm_state& rm, mps_section section, mps_status status, co
 mps_status TVN_rm_readhead(rm_state& rm, mps_section section, mps_fields& fields) {
   const std::string_view line = trim_right(rm.line);
   const size_t keyword = std::string_view(mps_section_word(section)).size();
-  if (rm.mode != mps_mode::free) {
-    const mps_status status = split_fixed_head(rm, line, keyword, section, fields);
-    if (!is_free_head(rm, section, status, fields)) return status;
+  const mps_mode mode = rm.mode;
+  const bool dollarnames = std::exchange(rm.dollarnames, true); // a head has no comment
+  mps_status status = mps_status::line;
+  if (mode != mps_mode::free) status = split_fixed_head(rm, line, keyword, section, fields);
+  if (mode == mps_mode::free || is_free_head(rm, section, status, fields)) {
+    rm.mode = mps_mode::free;
+    status = split(rm, line.substr(std::min(keyword, line.size())), section, 3, fields);
   }
-  const mps_mode mode = std::exchange(rm.mode, mps_mode::free);
-  const mps_status status = split(rm, line.substr(std::min(keyword, line.size())), section, 3, fields);
   rm.mode = mode;
+  rm.dollarnames = dollarnames;
   return status;
 }
 

@@ -66,16 +66,18 @@ struct rm_state {
   sys_code filestate = sys_code::ok;
   buffer<char> block; // [begin, end) is not yet delivered
   int64_t begin = 0, end = 0;
-  int64_t newline = -1;    // position of the next LF, `end` for none in the block, -1 not yet searched
-  int64_t numreads = 0;    // of the file since the last rewind
-  bool atend = false;      // the file has no more
-  bool endless = false;    // a line is longer than maxline; filestate is a read error then
-  bool hascr = false;      // what was read so far holds a CR
-  bool hasodd = false;     // likewise a tab or a NUL
-  std::string_view line;   // the present line without its end
-  int64_t linenumber = 0;  // of the present line, from 1
-  bool pushedback = false; // the present line is delivered again
-  int32_t badfield = 0;    // 1 to 6
+  int64_t newline = -1;     // position of the next LF, `end` for none in the block, -1 not yet searched
+  int64_t numreads = 0;     // of the file since the last rewind
+  bool atend = false;       // the file has no more
+  bool endless = false;     // a line is longer than maxline; filestate is a read error then
+  bool hascr = false;       // what was read so far holds a CR
+  bool hasodd = false;      // likewise a tab or a NUL
+  bool hasdollar = false;   // likewise a dollar sign
+  bool dollarnames = false; // some name begins with a dollar sign, so that none opens a comment: set by the caller
+  std::string_view line;    // the present line without its end
+  int64_t linenumber = 0;   // of the present line, from 1
+  bool pushedback = false;  // the present line is delivered again
+  int32_t badfield = 0;     // 1 to 6
 };
 
 void TVN_rm_make(rm_state& rm, sysenv& sys, sysfile& file, mps_mode mode, bool quoted, int64_t width);
@@ -84,7 +86,8 @@ void TVN_rm_rewind(rm_state& rm);
 
 // The next line as it stands; false at the end of the file and after a failure, which rm.filestate tells.
 bool TVN_rm_getline(rm_state& rm);
-// The next data line of a section; comments and blank lines are skipped.
+// The next data line of a section; comments and blank lines are skipped. But in strict mode a dollar sign that opens
+// field 3 or 5 makes a comment of the rest of the line.
 mps_status TVN_rm_read(rm_state& rm, mps_section section, mps_fields& fields);
 // The next section head, which becomes the present line; false at the end of the file. `none` for an unknown word.
 bool TVN_rm_checksechead(rm_state& rm, mps_section& section);

@@ -82,6 +82,7 @@ TVNrescodee read_row(mps_reader& r, const mps_fields& f) {
   if (f.name2.empty()) return mps_bad_name(r, TVN_RES_ERR_MPS_NULL_CON_NAME, f.name2);
   const int32_t i = r.rows.insert(mps_key(f.name2));
   if (i < 0) return mps_bad_name(r, TVN_RES_ERR_MPS_MUL_CON_NAME, f.name2);
+  r.rm.dollarnames = r.rm.dollarnames || f.name2[0] == '$';
   r.isfree.push_back(key == TVN_BK_FR);
   int32_t first = 0;
   TVNrescodee code = TVN_core_append(r.t, TVN_ACC_CON, 1, &first);
@@ -138,7 +139,7 @@ TVNrescodee skip_section(mps_reader& r) {
 
 TVNrescodee read_section(mps_reader& r, mps_section section) {
   // Without ROWS there is nothing that the later sections could speak of.
-  if (section > mps_section::rows && r.objrow < 0) return choose_objective(r);
+  if (section > mps_section::rows && section != mps_section::sets && r.objrow < 0) return choose_objective(r);
   switch (section) {
   case mps_section::name: return read_name(r);
   case mps_section::objsense: return read_objsense(r);
@@ -225,7 +226,10 @@ TVNrescodee mps_fault(mps_reader& r, mps_status status) noexcept {
   case mps_status::head:
   case mps_status::too_long: break;
   }
-  return mps_fail(r, report(r.t, label, __LINE__, code, r.rm.badfield));
+  const TVNrescodee failed = mps_fail(r, report(r.t, label, __LINE__, code, r.rm.badfield));
+  if (status == mps_status::bad_field && r.rm.mode != mps_mode::free)
+    echo(r.t, TVN_STREAM_ERR, "Files in free form have the extension 'fmps', or TVN_IPAR_READ_MPS_FORMAT says so.\n");
+  return failed;
 }
 
 TVNrescodee mps_bad_name(mps_reader& r, TVNrescodee code, std::string_view name) noexcept {

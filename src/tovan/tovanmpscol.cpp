@@ -114,6 +114,7 @@ TVNrescodee start_column(mps_reader& r, column_state& s, std::string_view name) 
   if (const TVNrescodee bad = flush_column(r, s)) return bad;
   s.var = r.cols.insert(key);
   if (s.var < 0) return mps_bad_name(r, TVN_RES_ERR_MPS_SPLITTED_VAR, name);
+  r.rm.dollarnames = r.rm.dollarnames || name[0] == '$';
   s.name.clear();
   s.name.append(name.data(), static_cast<int64_t>(name.size()));
   int32_t first = 0;

@@ -43,13 +43,17 @@ struct last_name {
   }
 };
 
-// True when a data line of ROWS or COLUMNS can only be meant in free form: a name runs past its field without a blank,
-// or the library's own writer put one in quotes, and the number of words is that of free form.
+// True when a data line of ROWS or COLUMNS can only be meant in free form: a name runs past its field without a blank
+// or begins before it, or the library's own writer put one in quotes, and the number of words is that of free form.
 bool is_free_line(const rm_state& rm, mps_section section, std::string_view line) noexcept {
   if (section != mps_section::rows && section != mps_section::columns) return false;
   const bool overflow = line.size() > 12 && line[11] != ' ' && line[12] != ' ';
   const bool quotes = rm.ours && rm.quoted && line.size() > 4 && line[4] == '"';
-  if (!overflow && !quotes) return false;
+  // Columns have no field 1; a marker may stand anywhere.
+  const size_t from = section == mps_section::rows ? 3 : 1;
+  const bool early = line.size() > from && line.substr(0, 4).find_first_not_of(' ', from) != std::string_view::npos &&
+                     line.find("'MARKER'") == std::string_view::npos;
+  if (!overflow && !quotes && !early) return false;
   int32_t words = 0;
   bool inquotes = false, blank = true;
   for (const char ch : line) {
@@ -83,7 +87,8 @@ TVNrescodee TVN_estimatesize(mps_reader& r) {
     }
     if (rm.mode == mps_mode::relaxed && is_free_line(rm, section, line)) { // what was counted so far was misread
       rm.mode = mps_mode::free;
-      if (logs_files(r.t)) echo(r.t, TVN_STREAM_LOG, "Names run past their fields: the file is read in free form.\n");
+      if (logs_files(r.t))
+        echo(r.t, TVN_STREAM_LOG, "Names stand outside their fields: the file is read in free form.\n");
       TVN_rm_rewind(rm);
       return TVN_estimatesize(r);
     }

@@ -330,6 +330,49 @@ TEST_F(Read, FreeFormNeedsNoColumns) {
   EXPECT_EQ(sense, TVN_OBJECTIVE_SENSE_UNDEFINED);
 }
 
+// Free form with short names, which run past no field, and comments behind a dollar sign, in either form.
+TEST_F(Read, WhatCanOnlyBeFreeFormIsReadAsSuchUnasked) {
+  const std::string rows = "ROWS\n N obj\n L c1\n G c2\n", vectors = "RHS\n r c1 4 c2 1\nBOUNDS\n UP b x 3\nENDATA\n";
+  const std::string columns = "COLUMNS\n x obj 1 c1 2\n x c2 1\n q c1 0 $ empty column\n y obj -1 $ c1 7\n";
+  ASSERT_EQ(read(rows + columns + vectors), TVN_RES_OK) << errors;
+  EXPECT_NE(log.find("free form"), std::string::npos);
+  int32_t numvar = 0;
+  TVN_getnumvar(task, &numvar);
+  ASSERT_EQ(numvar, 3);
+  EXPECT_EQ(a(0, 0), 2);
+  EXPECT_EQ(a(1, 0), 1);
+  EXPECT_EQ(a(0, 2), 0) << "a comment was read";
+  EXPECT_EQ(var(0), (bound{TVN_BK_RA, 0, 3}));
+  // Only COLUMNS tells.
+  ASSERT_EQ(read("ROWS\n N  obj\n L  c1\nCOLUMNS\n x  obj 1 c1 2\nENDATA\n"), TVN_RES_OK) << errors;
+  EXPECT_EQ(a(0, 0), 2);
+  // At fixed columns, but not in strict mode.
+  const std::string comment = with(fixed("", "W", "EQ", "5", "$ TEXT") + fixed("", "V", "$ EMPTY", "TEXT"));
+  ASSERT_EQ(read(comment), TVN_RES_OK) << errors;
+  EXPECT_EQ(a(2, 3), 5);
+  TVN_getnumvar(task, &numvar);
+  EXPECT_EQ(numvar, 5);
+  TVN_putintparam(task, TVN_IPAR_READ_MPS_FORMAT, TVN_MPS_FORMAT_STRICT);
+  EXPECT_NE(read(comment), TVN_RES_OK);
+  TVN_putintparam(task, TVN_IPAR_READ_MPS_FORMAT, TVN_MPS_FORMAT_RELAXED);
+  // Names that begin with the sign are names.
+  ASSERT_EQ(read("ROWS\n N obj\n L $1\nCOLUMNS\n x obj 1 $1 2\n $y $1 3\nRHS\n r $1 4\nBOUNDS\n UP b $y 3\nENDATA\n"),
+            TVN_RES_OK)
+      << errors;
+  EXPECT_EQ(a(0, 0), 2);
+  EXPECT_EQ(a(0, 1), 3);
+  EXPECT_EQ(var(1), (bound{TVN_BK_RA, 0, 3}));
+  ASSERT_EQ(read(with("CSECTION      $K        0.0            QUAD\n" + fixed("", "X") + fixed("", "Y"))), TVN_RES_OK)
+      << errors;
+  EXPECT_EQ(name(TVN_PI_CONE, 0), "$K");
+  // What cannot be told gets a remedy.
+  EXPECT_EQ(read("ROWS\n" + fixed("N", "OBJ") + fixed("L", "R") + "COLUMNS\n" + fixed("", "A", "R", "1") +
+                 "RHS\n r R 4\nENDATA\n"),
+            TVN_RES_ERR_MPS_INV_FIELD);
+  EXPECT_NE(errors.find("TVN_IPAR_READ_MPS_FORMAT"), std::string::npos);
+  ASSERT_EQ(read("NAME\nSETS\n    ANY\n" + with("").substr(with("").find("ROWS"))), TVN_RES_OK) << errors;
+}
+
 TEST_F(Read, EveryFaultHasItsCodeAndShowsItsLine) {
   const std::string rows = "ROWS\n" + fixed("N", "OBJ") + fixed("L", "R");
   const std::string cols = "COLUMNS\n" + fixed("", "A", "R", "1");
