@@ -298,6 +298,11 @@ loop_state update_factor(dual_state& s, int32_t position) {
   TVN_lu_puttol(f, 1, std::min(0.1 * s.tolpiv, tolabs));
   const lu_code code = TVN_lu_supd(f, position, s.spike);
   TVN_lu_puttol(f, 1, tolabs);
+  if (code == lu_code::no_update_room) { // which says nothing against the pivot
+    s.fac.usable = false;
+    s.refactor = true;
+    return loop_state::recompute;
+  }
   if (code != lu_code::done && code != lu_code::refactor_advised) return refused_update(s, position);
   if (++s.fac.since >= s.updatelimit || code == lu_code::refactor_advised) s.soon = true;
   return loop_state::go_on;

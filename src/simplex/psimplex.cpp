@@ -187,6 +187,10 @@ loop_state update_factor(primal_state& s, int32_t position) {
   switch (TVN_lu_supd(s.fac.factor, position, s.spike)) {
   case lu_code::done: break;
   case lu_code::refactor_advised: s.soon = true; break;
+  case lu_code::no_update_room: // which says nothing against the pivot
+    s.fac.usable = false;
+    s.refactor = true;
+    return loop_state::recompute;
   default: return psimplex_refusedupdate(s, position);
   }
   if (++s.fac.since >= maxupdates) s.soon = true;
