@@ -20,6 +20,7 @@ namespace tvn {
 namespace {
 
 constexpr int32_t scalepasses = 6;
+constexpr double tolgap = 1e-9;         // room below the objective of an optimum, relative to it
 constexpr double tolcertificate = 1e-7; // violation of a certificate relative to its objective
 
 // --- start basis
@@ -295,7 +296,7 @@ bool TVN_simplex_settlestatus(sysenv& sys, const lp_view& lp, const simplex_para
   const bool dual = r.dualeq <= param.tols && r.dualsign <= param.tols;
   if (primal && dual && r.comp <= param.tols) {
     info.prosta = pro_prim_and_dual_feas;
-    info.solsta = sol_optimal;
+    info.solsta = r.gap <= tolgap ? sol_optimal : sol_near_optimal;
   } else if (primal || dual) {
     info.prosta = primal ? pro_prim_feas : pro_dual_feas;
     info.solsta = primal ? sol_prim_feas : sol_dual_feas;
@@ -303,27 +304,47 @@ bool TVN_simplex_settlestatus(sysenv& sys, const lp_view& lp, const simplex_para
   return claim != sol_optimal || info.solsta == sol_optimal;
 }
 
+namespace {
+
+struct second_try {
+  simplex_param param;
+  bool unscaled = false;
+};
+
+// How to go on from the basis of a claim that does not hold for the user: with tighter tolerances, an optimum on the
+// unscaled data unless all but its gap is right. An infeasibility that stays without a proof is rounding: then bounds
+// give way to it.
+second_try tighten(const simplex_param& param, int32_t claim, int32_t solsta, int32_t attempt) {
+  second_try t{param};
+  t.param.hotstart = 6;
+  t.param.optimizer = kind_primal; // it takes any basis, and is a second opinion on what the dual simplex claimed
+  if (solsta == sol_near_optimal) {
+    t.param.tols = attempt == 0 ? 1e-9 : 1e-11;
+  } else if (claim == sol_prim_infeas_cer) {
+    t.param.acceptinfeas = attempt == 1;
+    t.param.tols *= 1e-3;
+  } else {
+    t.unscaled = attempt == 0;
+    t.param.tols *= 0.1;
+    if (t.unscaled) t.param.tolx *= 0.1;
+  }
+  return t;
+}
+
+} // namespace
+
 void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
                                const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
   const scale_request scale = make_request(param);
   run_once(sys, lp, param, info, progress, sol, scale, param.hotstart != 0 ? &sol : nullptr, kept);
-  int32_t claim = info.solsta;
-  if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) return;
-  // The claim does not hold for the user: go on from its basis with tighter tolerances, an optimum on the unscaled
-  // data. An infeasibility that stays without a proof is rounding: then bounds give way to it.
-  for (int32_t attempt = 0; attempt < 2; attempt++) {
-    simplex_param again = param;
-    again.hotstart = 6;
-    again.optimizer = kind_primal; // it takes any basis, and is a second opinion on what the dual simplex claimed
-    const bool infeasible = claim == sol_prim_infeas_cer, unscaled = !infeasible && attempt == 0;
-    again.acceptinfeas = infeasible && attempt == 1;
-    again.tols *= infeasible ? 1e-3 : 0.1;
-    if (unscaled) again.tolx *= 0.1;
-    run_once(sys, lp, again, info, progress, sol, unscaled ? scale_request{} : scale, &sol, kept);
-    claim = info.solsta;
-    if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) break;
-    if (attempt == 1) info.response = simplex_code::numerical;
+  for (int32_t attempt = 0;; attempt++) {
+    const int32_t claim = info.solsta;
+    if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) return;
+    if (attempt == 2) break;
+    const second_try t = tighten(param, claim, info.solsta, attempt);
+    run_once(sys, lp, t.param, info, progress, sol, t.unscaled ? scale_request{} : scale, &sol, kept);
   }
+  if (info.solsta != sol_near_optimal) info.response = simplex_code::numerical;
 }
 
 } // namespace tvn

@@ -58,14 +58,34 @@ double max_cost(const lp_view& lp) {
   return c;
 }
 
+// What the objective may fall when the item moves to the side where its reduced cost d wants it; by its own size where
+// there is no bound.
+double room_below(double v, double size, int32_t bk, double bl, double bu, double d) {
+  const bool down = d > 0, finite = down ? has_lower(bk) : has_upper(bk);
+  return std::fabs(d) * (finite ? std::max(0.0, down ? v - bl : bu - v) : size);
+}
+
 double cslack(const lp_view& lp, int32_t i) { return lp.cslack ? lp.cslack[i] : 0.0; }
+
+struct cost_sum {
+  long double value;
+  double largest; // term
+};
+
+cost_sum reduced_cost(const lp_view& lp, int32_t j, double cj, const double* y) {
+  cost_sum d{cj, std::fabs(cj)};
+  for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) {
+    const long double term = static_cast<long double>(lp.val[p]) * y[lp.sub[p]];
+    d.value -= term;
+    d.largest = std::max(d.largest, static_cast<double>(std::fabs(term)));
+  }
+  return d;
+}
 
 } // namespace
 
 double TVN_simplex_userreducedcost(const lp_view& lp, int32_t j, double cj, const double* y) {
-  long double d = cj;
-  for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) d -= static_cast<long double>(lp.val[p]) * y[lp.sub[p]];
-  return static_cast<double>(d);
+  return static_cast<double>(reduced_cost(lp, j, cj, y).value);
 }
 
 lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol) {
@@ -84,8 +104,10 @@ lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solu
     if (has_lower(bk)) worsen(r.comp, std::fabs(sl * (v - bl)) / oscale);
     if (has_upper(bk)) worsen(r.comp, std::fabs(su * (bu - v)) / oscale);
   };
+  long double room = 0;
   for (int32_t i = 0; i < lp.numcon; i++) {
     const auto a = static_cast<double>(act[i]);
+    room += room_below(a, largest[i], lp.bkc[i], lp.blc[i], lp.buc[i], cslack(lp, i) + sol.y[i]);
     worsen(r.row, outside(a, lp.bkc[i], lp.blc[i], lp.buc[i], lastplaces * largest[i]));
     worsen(r.activity, std::fabs(sol.xc[i] - a) / (1 + largest[i]));
     worsen(r.dualeq, std::fabs(cslack(lp, i) + sol.y[i] - sol.slc[i] + sol.suc[i]) / cscale);
@@ -96,12 +118,16 @@ lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solu
   for (int32_t j = 0; j < lp.numvar; j++) {
     const double v = outside(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j], 0.0);
     if (v != 0) worsen(r.bound, outside(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j], rounding_of(lp, j, largest)));
-    const double d = TVN_simplex_userreducedcost(lp, j, lp.c[j], sol.y);
+    const cost_sum cost = reduced_cost(lp, j, lp.c[j], sol.y);
+    const auto d = static_cast<double>(cost.value);
+    if (std::fabs(d) > lastplaces * cost.largest)
+      room += room_below(sol.xx[j], std::fabs(sol.xx[j]), lp.bkx[j], lp.blx[j], lp.bux[j], d);
     worsen(r.dualeq, std::fabs(d - sol.slx[j] + sol.sux[j]) / cscale);
     worsen(r.dualsign, wrong_sign(sol.slx[j], has_lower(lp.bkx[j])) / cscale);
     worsen(r.dualsign, wrong_sign(sol.sux[j], has_upper(lp.bkx[j])) / cscale);
     complementarity(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j], sol.slx[j], sol.sux[j]);
   }
+  r.gap = static_cast<double>(room) / oscale;
   return r;
 }
 

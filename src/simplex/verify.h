@@ -14,6 +14,7 @@ struct lp_residuals {
   double dualeq = 0;    // |c - A'y - slx + sux| and |cslack + y - slc + suc|, to 1 + max|c|
   double dualsign = 0;  // dual of wrong sign or at an infinite bound, to 1 + max|c|
   double comp = 0;      // dual times distance to its bound, to 1 + |objective|
+  double gap = 0;       // by which the duals leave room below the objective, to 1 + |objective|
   double objective = 0; // primal, cfix included
 };
 

@@ -335,3 +335,51 @@ TEST(Trivial, ProblemsWithoutRowsOrColumnsAndCrossingBoundsAreSettled) {
     EXPECT_TRUE(judge_infeasible(columns, crossed.point) <= 1e-12);
   }
 }
+
+namespace {
+
+// Columns with room of a million and reduced costs of 1e-8 at the optimum, half of them at their upper bound there.
+void add_wide_columns(known_case& k, uint64_t seed) {
+  constexpr double room = 1e6;
+  std::mt19937_64 rng(seed);
+  lp_case& p = k.p;
+  std::vector<double> shift(static_cast<size_t>(p.m));
+  for (int32_t added = 0; added < 20; added++) {
+    const bool up = rng() % 2;
+    double cost = (up ? -1e-8 : 1e-8) * static_cast<double>(1 + rng() % 9);
+    for (size_t i = rng() % 3; i < shift.size(); i += 1 + rng() % 6) {
+      p.sub.push_back(static_cast<int32_t>(i));
+      p.val.push_back(rng() % 2 ? 1 : -1);
+      cost += p.val.back() * k.y[i];
+      if (up) shift[i] += p.val.back() * room;
+    }
+    p.beg.push_back(static_cast<int64_t>(p.sub.size()));
+    p.c.push_back(cost);
+    p.blx.push_back(0);
+    p.bux.push_back(room);
+    p.n++;
+    if (up) k.objective += cost * room;
+  }
+  for (size_t i = 0; i < shift.size(); i++) {
+    if (p.blc[i] > -1e30) p.blc[i] += shift[i];
+    if (p.buc[i] < 1e30) p.buc[i] += shift[i];
+  }
+}
+
+} // namespace
+
+// A reduced cost within the tolerance is worth what its column may move.
+TEST(KnownOptimum, IsAsGoodAsItsGap) {
+  for (uint64_t seed = 1; seed <= 60; seed++)
+    for (const auto kind : kinds) {
+      SCOPED_TRACE("seed " + std::to_string(seed) + " by " + std::to_string(kind));
+      known_case k = optimal_case(seed, 20, 30, 0.2, 0.3);
+      add_wide_columns(k, seed);
+      tvn::simplex_param param = by(kind);
+      param.presolve = static_cast<int32_t>(seed % 2);
+      const outcome o = solve(k.p, param);
+      ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
+      const double have = judge(k.p, o.point).objective;
+      EXPECT_TRUE(std::fabs(have - k.objective) <= 2e-9 * (1 + std::fabs(k.objective))) << have << " " << k.objective;
+    }
+}
