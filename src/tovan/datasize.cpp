@@ -138,8 +138,8 @@ TVNrescodee put_maxnumvar(task& t, int32_t n) {
   p.branchdir.swap(branchdir);
   p.cone.which.swap(which);
   p.cone.members.swap(members);
-  if (n > p.maxnumvar) log_expansion(t, "maximum number of variables", p.maxnumvar, n);
-  p.maxnumvar = n;
+  const int32_t old = std::exchange(p.maxnumvar, n);
+  if (n > old) log_expansion(t, "maximum number of variables", old, n); // last: a stream function may read the task
   return TVN_RES_OK;
 }
 
@@ -161,8 +161,8 @@ TVNrescodee put_maxnumcon(task& t, int32_t n) {
   t.names.offset[TVN_PI_CON].swap(fresh.offset);
   p.q.conbegin.swap(conbegin);
   p.q.conend.swap(conend);
-  if (n > p.maxnumcon) log_expansion(t, "maximum number of constraints", p.maxnumcon, n);
-  p.maxnumcon = n;
+  const int32_t old = std::exchange(p.maxnumcon, n);
+  if (n > old) log_expansion(t, "maximum number of constraints", old, n); // last: a stream function may read the task
   return TVN_RES_OK;
 }
 
