@@ -1,7 +1,8 @@
 // The simplex road: settings and views for the simplex frame, its result into the basic slot.
 //
-// No array is copied. A is lent by the store and locked for the run; a maximisation is negated in place before and
-// after. Both are undone by guards, so that every exit path, a stop by callback included, leaves the data as they were.
+// A is lent by the store and locked for the run, by a guard that ends the loan on every exit path. The frame minimises:
+// a maximisation gives it negated copies of the costs, so that the user's functions read the task as it is during the
+// run. No other array is copied; the slots are the run's own, undefined until it is over.
 #include "tovan/convert.h"
 #include "tovan/data.h"
 #include "tovan/log.h"
@@ -106,27 +107,29 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   p.cutupp = maximize ? -dv[TVN_DPAR_LOWER_OBJ_CUT] : dv[TVN_DPAR_UPPER_OBJ_CUT];
 }
 
-// Negates objective and, when asked for, the duals; again on destruction.
-struct negation {
-  task& t;
-  bool on;
-  negation(task& task_, bool on_) : t(task_), on(on_) { flip(); }
-  ~negation() { flip(); }
-  negation(const negation&) = delete;
-  negation& operator=(const negation&) = delete;
-  void flip() {
-    if (!on) return;
-    t.prob.cfix = -t.prob.cfix;
-    for (int32_t j = 0; j < t.prob.numvar; j++) t.prob.c[j] = -t.prob.c[j];
-    for (int32_t i = 0; i < t.prob.numcon; i++) t.prob.cslack[i] = -t.prob.cslack[i];
+// Other values than those of the user, where the sense asks for them. A zero stays a positive one.
+void negate(const double* from, int32_t num, double* to) noexcept {
+  for (int32_t k = 0; k < num; k++) to[k] = 0.0 - from[k];
+}
+
+struct negated_costs {
+  buffer<double> c, cslack;
+  negated_costs(task& t, bool maximize) {
+    if (!maximize) return;
+    c.reset(*t.sys, t.prob.numvar);
+    cslack.reset(*t.sys, t.prob.numcon);
+    negate(t.prob.c.data(), t.prob.numvar, c.data());
+    negate(t.prob.cslack.data(), t.prob.numcon, cslack.data());
   }
 };
 
-void negate_duals(task& t, const lp_solution& s) {
-  for (double* v : {s.y, s.slc, s.suc})
-    for (int32_t i = 0; i < t.prob.numcon; i++) v[i] = -v[i];
-  for (double* v : {s.slx, s.sux})
-    for (int32_t j = 0; j < t.prob.numvar; j++) v[j] = -v[j];
+// Duals between the user's sense and that of the frame; in either no zero keeps a sign.
+void turn_duals(const task& t, bool maximize, const lp_solution& s) noexcept {
+  const auto turn = [&](double* v, int32_t num) {
+    for (int32_t k = 0; k < num; k++) v[k] = maximize ? 0.0 - v[k] : v[k] + 0.0;
+  };
+  for (double* v : {s.y, s.slc, s.suc}) turn(v, t.prob.numcon);
+  for (double* v : {s.slx, s.sux}) turn(v, t.prob.numvar);
 }
 
 struct lent_matrix {
@@ -138,14 +141,14 @@ struct lent_matrix {
   lent_matrix& operator=(const lent_matrix&) = delete;
 };
 
-lp_view make_view(const task& t, const sprmat_view& a) {
+lp_view make_view(const task& t, bool maximize, const negated_costs& negated, const sprmat_view& a) {
   const problem& p = t.prob;
   lp_view v;
   v.numcon = p.numcon;
   v.numvar = p.numvar;
-  v.cfix = p.cfix;
-  v.cslack = p.cslack.data();
-  v.c = p.c.data();
+  v.cfix = maximize ? 0.0 - p.cfix : p.cfix;
+  v.cslack = maximize ? negated.cslack.data() : p.cslack.data();
+  v.c = maximize ? negated.c.data() : p.c.data();
   v.ptrb = a.ptrb;
   v.ptre = a.ptre;
   v.sub = a.sub;
@@ -196,15 +199,15 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
   param.hotstart = hotstart_mode(t);
   const sol_ptrs ptrs = TVN_getsolptrs(t, TVN_SOL_BAS);
   lp_solution sol{ptrs.skc, ptrs.skx, ptrs.xc, ptrs.xx, ptrs.y, ptrs.slc, ptrs.suc, ptrs.slx, ptrs.sux};
+  const negated_costs negated(t, maximize);
   TVN_invalidallsol(t);
   simplex_info info;
   {
-    const negation minimise(t, maximize);
     const lent_matrix matrix(t);
-    if (maximize && param.hotstart != 0) negate_duals(t, sol);
+    if (param.hotstart != 0) turn_duals(t, maximize, sol);
     const simplex_progress progress{&run, TVN_simplexprogress};
-    TVN_simplex_optimize(*t.sys, make_view(t, matrix.a), param, info, progress, sol, &t.kept);
-    if (maximize) negate_duals(t, sol);
+    TVN_simplex_optimize(*t.sys, make_view(t, maximize, negated, matrix.a), param, info, progress, sol, &t.kept);
+    turn_duals(t, maximize, sol);
   }
   t.sols.defined[TVN_SOL_BAS] = 1;
   t.sols.prosta[TVN_SOL_BAS] = TVN_convertprosta(info.prosta);

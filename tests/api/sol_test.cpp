@@ -60,6 +60,13 @@ TEST_F(Solutions, OptimumOfEitherSenseHasNoViolation) {
     double red[2] = {};
     EXPECT_EQ(TVN_getreducedcosts(task, TVN_SOL_BAS, 0, 2, red), TVN_RES_OK);
     EXPECT_EQ(red[0], sign);
+    double y[2], slc[2], suc[2], slx[2], sux[2];
+    ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
+    ASSERT_EQ(TVN_getsolution(task, TVN_SOL_BAS, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, y, slc,
+                              suc, slx, sux, nullptr),
+              TVN_RES_OK);
+    for (const double* v : {y, slc, suc, slx, sux})
+      for (const int32_t k : {0, 1}) EXPECT_FALSE(v[k] == 0 && std::signbit(v[k])) << "a zero has no sign";
     ASSERT_EQ(TVN_updatesolutioninfo(task, TVN_SOL_BAS), TVN_RES_OK);
     double item = 0;
     EXPECT_EQ(TVN_getdouinf(task, TVN_DINF_SOL_BAS_DUAL_OBJ, &item), TVN_RES_OK);
