@@ -2,6 +2,7 @@
 //
 // A scan costs one pass over the list and the digests of the locked blocks. A range check walks the list, newest block
 // first. Faults are reported and counted; only a pointer that belongs to nobody ends the process.
+#include "cpub/format.h"
 #include "cpub/memmanint.h"
 
 #include <charconv>
@@ -78,7 +79,7 @@ void mem_report(memman& m, int32_t level, const char* fmt, ...) {
   char text[1024];
   va_list args;
   va_start(args, fmt);
-  std::vsnprintf(text, sizeof text - 1, fmt, args); // room for the newline
+  format_textva(text, sizeof text - 1, fmt, args); // room for the newline
   va_end(args);
   const size_t len = std::strlen(text);
   if (len > 0 && text[len - 1] != '\n') std::strcpy(text + len, "\n");

@@ -1,6 +1,8 @@
 // System environment: making and deleting one, allocation and the fatal stop.
 #include "cpub/sysenv.h"
 
+#include "cpub/format.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -71,7 +73,7 @@ void TVN_sysenv_stopdbg(sysenv* sys, const char* file, int line, const char* fmt
   char msg[2049];
   va_list args;
   va_start(args, fmt);
-  std::vsnprintf(msg, sizeof msg, fmt, args);
+  format_textva(msg, sizeof msg, fmt, args);
   va_end(args);
   if (sys && sys->exithandler)
     sys->exithandler(sys->exithandle, file, line, msg);

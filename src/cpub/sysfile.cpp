@@ -1,6 +1,7 @@
 // Plain files on system descriptors with a buffer of ours, gzip files through zlib's gzopen family at level 9.
 #include "cpub/sysfile.h"
 
+#include "cpub/format.h"
 #include "cpub/utf8.h"
 
 #include <cerrno>
@@ -242,7 +243,7 @@ void TVN_sysenv_fprintf(sysfile& f, sys_code& result, const char* fmt, ...) {
   char local[1024];
   va_list args;
   va_start(args, fmt);
-  const int len = std::vsnprintf(local, sizeof local, fmt, args);
+  const int len = format_textva(local, sizeof local, fmt, args);
   va_end(args);
   if (len < static_cast<int>(sizeof local)) {
     if (len < 0) result = sys_code::file_write;
@@ -251,7 +252,7 @@ void TVN_sysenv_fprintf(sysfile& f, sys_code& result, const char* fmt, ...) {
   }
   buffer<char> large(*f.sys, len + 1);
   va_start(args, fmt);
-  std::vsnprintf(large.data(), static_cast<size_t>(len) + 1, fmt, args);
+  format_textva(large.data(), static_cast<size_t>(len) + 1, fmt, args);
   va_end(args);
   TVN_sysenv_fwrite(f, large.data(), len, result);
 }

@@ -1,7 +1,7 @@
 // Reading from the sparse matrix store: elements, slices, counts and the audit. See sprmat.h.
 #include "misc/sprmatint.h"
 
-#include <cstdio>
+#include "cpub/format.h"
 
 namespace tvn {
 
@@ -118,7 +118,7 @@ void TVN_sprmat_printcolj(sprmat& a, int32_t j, void* handle, void (*echo)(void*
   const sprmat_view v = TVN_sprmat_viewcols(a);
   char line[80];
   for (int64_t p = v.ptrb[j]; p < v.ptre[j]; p++) {
-    std::snprintf(line, sizeof line, "a[%d,%d] = %24.16e\n", v.sub[p], j, v.val[p]);
+    format_text(line, sizeof line, "a[%d,%d] = %24.16e\n", v.sub[p], j, v.val[p]);
     echo(handle, line);
   }
 }

@@ -5,6 +5,7 @@
 // alone from then on: there is nobody to tell but the log itself.
 #include "misc/stream.h"
 
+#include "cpub/format.h"
 #include "cpub/timer.h"
 
 #include <cstdio>
@@ -106,7 +107,7 @@ void close_file(stream& s, bool withline) noexcept {
 __attribute__((noinline, format(printf, 3, 0))) stream_code echo_long(stream_block& block, int32_t which,
                                                                       const char* fmt, va_list args) noexcept {
   char large[65536];
-  std::vsnprintf(large, sizeof large, fmt, args);
+  format_textva(large, sizeof large, fmt, args);
   return TVN_echostream(block, which, large);
 }
 
@@ -149,7 +150,7 @@ stream_code TVN_echostreamva(stream_block& block, int32_t which, const char* fmt
   char local[1024];
   va_list again;
   va_copy(again, args);
-  const int len = std::vsnprintf(local, sizeof local, fmt, args);
+  const int len = format_textva(local, sizeof local, fmt, args);
   stream_code code = stream_code::format;
   if (len >= static_cast<int>(sizeof local)) {
     code = echo_long(block, which, fmt, again);

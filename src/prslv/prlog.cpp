@@ -1,6 +1,7 @@
 // What presolve prints: options, summary and timing, for those who raise the log level.
 #include "prslv/prslvint.h"
 
+#include "cpub/format.h"
 #include "misc/outfmt.h"
 
 #include <cstdarg>
@@ -13,7 +14,7 @@ void TVN_prslv_print(const prslv_context& x, const char* fmt, ...) {
   char line[256];
   va_list args;
   va_start(args, fmt);
-  std::vsnprintf(line, sizeof line, fmt, args);
+  format_textva(line, sizeof line, fmt, args);
   va_end(args);
   x.sink.fn(x.sink.handle, line);
 }

@@ -4,6 +4,8 @@
 // met, by rows into dense values when they hold many entries, and by columns when rho itself is dense.
 #include "simplex/state.h"
 
+#include "cpub/format.h"
+
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
@@ -215,7 +217,7 @@ void TVN_simplex_tell(simplex_state& s, int32_t level, const char* fmt, ...) {
   char line[160];
   va_list args;
   va_start(args, fmt);
-  std::vsnprintf(line, sizeof line, fmt, args);
+  format_textva(line, sizeof line, fmt, args);
   va_end(args);
   s.info.line = line;
   s.info.linelevel = level;

@@ -5,12 +5,12 @@
 // warns. The library's own accessors (TVNP_) stop on an index that does not exist: it is a fault of ours.
 #include "tovan/param.h"
 
+#include "cpub/format.h"
 #include "cpub/machinfo.h"
 #include "tovan/api.h"
 #include "tovan/index.h"
 #include "tovan/report.h"
 
-#include <cstdio>
 #include <cstring>
 
 namespace tvn {
@@ -60,7 +60,7 @@ template <class T> TVNrescodee put_number(task& t, const number_family<T>& f, in
     return TVN_RES_OK;
   }
   char text[32];
-  std::snprintf(text, sizeof text, f.format, value);
+  format_text(text, sizeof text, f.format, value);
   const bool tests_minimum = static_cast<param_kind>(f.kind[param]) != param_kind::at_most;
   const bool toosmall = tests_minimum && !(value >= f.min[param]);
   return report(t, label, __LINE__, toosmall ? TVN_RES_ERR_PARAM_IS_TOO_SMALL : TVN_RES_ERR_PARAM_IS_TOO_LARGE, text,

@@ -4,6 +4,7 @@
 // above 1000.
 #include "tovan/report.h"
 
+#include "cpub/format.h"
 #include "tovan/api.h"
 #include "tovan/rescode.h"
 #include "tovan/version.h"
@@ -123,7 +124,7 @@ TVNrescodee TVN_handleexceptionva(const char* file, int line, const char* functi
   char fmt[message_size], message[message_size], prefix[64];
   TVN_getresmes(code, fmt);
   std::snprintf(prefix, sizeof prefix, code > 1000 ? "TOVAN Error %-6d   : " : "TOVAN Warning %-6d : ", code);
-  std::vsnprintf(message, sizeof message, fmt, args);
+  format_textva(message, sizeof message, fmt, args);
   message[whole_utf8(message, static_cast<int32_t>(std::strlen(message)))] = '\0';
   if (keep) *lastlen = keep_message(message, capacity, lastmsg);
   const bool warning = code < 1000;
@@ -161,7 +162,7 @@ void TVN_stoptask(task& t, const char* file, int line, const char* fmt, ...) {
   char msg[2049];
   va_list args;
   va_start(args, fmt);
-  std::vsnprintf(msg, sizeof msg, fmt, args);
+  format_textva(msg, sizeof msg, fmt, args);
   va_end(args);
   stop_task(t, file, line, msg);
 }
@@ -170,7 +171,7 @@ void TVN_stopenv(env& e, const char* file, int line, const char* fmt, ...) {
   char msg[2049];
   va_list args;
   va_start(args, fmt);
-  std::vsnprintf(msg, sizeof msg, fmt, args);
+  format_textva(msg, sizeof msg, fmt, args);
   va_end(args);
   stop_env(e, file, line, msg);
 }

@@ -14,6 +14,8 @@ grep -rnE '#include *"[^"]*\.\./' $own | rule "includes that climb"
 grep -rnE '#include <(vector|string|iostream|fstream|sstream|map|unordered_map|memory|locale)>' src --include='*.cpp' --include='*.h' |
   grep -v '^src/tovan/gen/' | rule "standard containers, streams or locales inside the library"
 grep -rnwE '(stod|strtod|atof|setlocale)' src --include='*.cpp' --include='*.h' | rule "conversions that follow the locale"
+grep -rnE 'vsnprintf|std::snprintf\(.*%[-+0-9.*]*[aefgAEFG]' src --include='*.cpp' --include='*.h' |
+  grep -vE '^src/(cpub/format|tovan/cxxruntime)\.cpp' | rule "texts that follow the locale: cpub/format.h has the way"
 find src \( -name '*.cpp' -o -name '*.h' \) -exec awk 'END { if (NR > 600) print FILENAME ": " NR " lines" }' {} \; |
   rule "files that hold more than one idea"
 find src \( -name '*.cpp' -o -name '*.h' \) -exec awk 'FNR == 1 && !/^\/\// { print FILENAME }' {} \; |
