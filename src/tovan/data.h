@@ -72,6 +72,8 @@ void TVN_checkadbg(const char* file, int line, task& t, bool deep);
 
 // Quadratic terms.
 bool has_qobj(const problem& p) noexcept;
+// Integer variables by their types; numintvar is what TVN_getnumintvar tells, no more.
+int32_t count_integers(const problem& p) noexcept;
 bool has_qcon(const problem& p) noexcept;
 int64_t num_qcon_terms(const problem& p, int32_t k) noexcept;
 void TVN_chgqnz(task& t, int64_t target); // the pool packed into `target` entries, 0: none

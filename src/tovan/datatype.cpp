@@ -49,6 +49,11 @@ TVNrescodee get_value(task& t, const buffer<int32_t>& from, int32_t j, int32_t* 
 
 } // namespace
 
+int32_t count_integers(const problem& p) noexcept {
+  if (p.vartype.empty()) return 0;
+  return static_cast<int32_t>(std::count(p.vartype.data(), p.vartype.data() + p.numvar, TVN_VAR_TYPE_INT));
+}
+
 int32_t problem_type(const task& t) noexcept {
   const problem& p = t.prob;
   const bool nonlinear = has_nlfunc(t), qcon = has_qcon(p), qobj = has_qobj(p);

@@ -65,8 +65,8 @@ void TVN_loghead(task& t) noexcept {
   line("TOVAN", "problem type", problem_type_word(problem_type(t)));
   echo(t, TVN_STREAM_MSG, "%*s - %*s : %*d  %*s : %*d\n", -10, "TOVAN", -16, "constraints", -16, t.prob.numcon, -16,
        "variables", -16, t.prob.numvar);
-  if (t.prob.numintvar > 0)
-    echo(t, TVN_STREAM_MSG, "%*s - %*s : %-*d\n", -10, "TOVAN", -16, "integer variables", 16, t.prob.numintvar);
+  if (const int32_t numint = count_integers(t.prob); numint > 0)
+    echo(t, TVN_STREAM_MSG, "%*s - %*s : %-*d\n", -10, "TOVAN", -16, "integer variables", 16, numint);
 }
 
 TVNrescodee TVN_tovanlogr(TVNtask_t handle, int32_t code) noexcept {

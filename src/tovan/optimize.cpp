@@ -108,7 +108,7 @@ bool wants_reformulation(const task& t) {
 TVNrescodee run_road(task& t) {
   const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER];
   if (optimizer == TVN_OPTIMIZER_CONCURRENT) return missing_optimizer(t, "concurrent optimizer");
-  const bool integer = t.prob.numintvar > 0 && t.params.ival[TVN_IPAR_MIO_MODE] != TVN_MIO_MODE_IGNORED;
+  const bool integer = count_integers(t.prob) > 0 && t.params.ival[TVN_IPAR_MIO_MODE] != TVN_MIO_MODE_IGNORED;
   if (integer || optimizer == TVN_OPTIMIZER_NONCONVEX) return TVN_globaloptimizer(t);
   if (wants_reformulation(t)) return missing_optimizer(t, "reformulation of quadratic problems");
   return TVN_contoptimizer(t);

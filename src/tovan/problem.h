@@ -50,7 +50,7 @@ struct problem {
   buffer<double> blc, buc;  // [maxnumcon]
   buffer<double> blx, bux;  // [maxnumvar]
   cones cone;
-  int32_t numintvar = 0;
+  int32_t numintvar = 0;     // as told by TVN_putvartype, which may lose count on purpose; ask count_integers
   buffer<int32_t> vartype;   // [maxnumvar] TVN_VAR_TYPE_*, empty: all continuous
   buffer<int32_t> branchpri; // [maxnumvar], empty until first put
   buffer<int32_t> branchdir; // [maxnumvar] TVN_BRANCH_DIR_*, likewise

@@ -59,7 +59,7 @@ TVNrescodee fill_items(task& t) {
   TVNP_putintinf(t, TVN_IINF_RD_NUMCON, p.numcon);
   TVNP_putintinf(t, TVN_IINF_RD_NUMVAR, p.numvar);
   TVNP_putintinf(t, TVN_IINF_RD_NUMCONE, p.numcone);
-  TVNP_putintinf(t, TVN_IINF_RD_NUMINTVAR, p.numintvar);
+  TVNP_putintinf(t, TVN_IINF_RD_NUMINTVAR, count_integers(p));
   TVNP_putintinf(t, TVN_IINF_RD_NUMQ, numq);
   TVNP_putintinf(t, TVN_IINF_RD_PROTYPE, problem_type(t));
   TVNP_putlintinf(t, TVN_LIINF_RD_NUMANZ, numanz);

@@ -319,6 +319,12 @@ TEST_F(Solve, IntegerVariablesNeedAnOptimizerOfTheirOwnOrToBeIgnored) {
   ASSERT_EQ(input(task, k.p), TVN_RES_OK);
   ASSERT_EQ(TVN_putvartype(task, 4, TVN_VAR_TYPE_INT), TVN_RES_OK);
   EXPECT_EQ(TVN_optimize(task), TVN_RES_ERR_MIO_NO_OPTIMIZER);
+  // A refused type costs the count one, and the variable stays integer.
+  int32_t counted = -1;
+  EXPECT_EQ(TVN_putvartype(task, 4, 7), TVN_RES_ERR_INV_VAR_TYPE);
+  EXPECT_EQ(TVN_getnumintvar(task, &counted), TVN_RES_OK);
+  EXPECT_EQ(counted, 0);
+  EXPECT_EQ(TVN_optimize(task), TVN_RES_ERR_MIO_NO_OPTIMIZER);
   int32_t defined = -1;
   EXPECT_EQ(TVN_solutiondef(task, TVN_SOL_BAS, &defined), TVN_RES_OK);
   EXPECT_EQ(defined, 0);
