@@ -1,8 +1,8 @@
 // Opening of files, formats from names, and the entries that read and write a problem.
 //
-// Reading: resolve the name, find format and compression, open (a failure leaves the task as it was), drop the old
-// problem, hand the open file to the reader of the format, fill the information items. A failed read leaves what was
-// entered so far. The file is closed on every path by its owner in this file.
+// Reading: resolve the name, find format and compression, open (a failure, and a format without a reader, leaves the
+// task as it was), drop the old problem, hand the open file to the reader of the format, fill the information items. A
+// failed read leaves what was entered so far. The file is closed on every path by its owner in this file.
 #include "tovan/tovanio.h"
 
 #include "tovan/api.h"
@@ -68,13 +68,18 @@ TVNrescodee fill_items(task& t) {
 }
 
 // A format that this library knows by name only has its code and no reader.
-TVNrescodee dispatch_read(task& t, int32_t format, sysfile& file, const char* name) {
+TVNrescodee check_readable(task& t, int32_t format) {
   switch (format) {
-  case TVN_DATA_FORMAT_MPS: return TVN_readmps(t, TVNP_getintparam(t, TVN_IPAR_READ_MPS_FORMAT), file, name);
-  case TVN_DATA_FORMAT_FREE_MPS: return TVN_readmps(t, TVN_MPS_FORMAT_FREE, file, name);
+  case TVN_DATA_FORMAT_MPS:
+  case TVN_DATA_FORMAT_FREE_MPS: return TVN_RES_OK;
   case TVN_DATA_FORMAT_EXTENSION: return report(t, label, __LINE__, TVN_RES_ERR_INVALID_FORMAT_TYPE, format);
   default: return report(t, label, __LINE__, TVN_RES_ERR_READ_FORMAT, format);
   }
+}
+
+TVNrescodee dispatch_read(task& t, int32_t format, sysfile& file, const char* name) {
+  const bool isfree = format == TVN_DATA_FORMAT_FREE_MPS;
+  return TVN_readmps(t, isfree ? TVN_MPS_FORMAT_FREE : TVNP_getintparam(t, TVN_IPAR_READ_MPS_FORMAT), file, name);
 }
 
 // Old data go, new data come, the callbacks learn of begin and end.
@@ -102,6 +107,7 @@ TVNrescodee read_data(task& t, const char* filename) {
   if (const TVNrescodee bad =
           TVN_fopentask(t, name.empty() ? nullptr : name.c_str(), file_mode::read, f.compressed, &file.file))
     return bad;
+  if (const TVNrescodee bad = check_readable(t, f.format)) return bad;
   return read_open_file(t, f.format, *file.file, name.c_str());
 }
 

@@ -433,6 +433,16 @@ TEST_F(Read, FilesAreFoundByTheirNamesAndFormats) {
   EXPECT_EQ(count(TVN_getnumvar), 3) << "a file that cannot be opened leaves the task as it was";
   EXPECT_EQ(read(text, "f.XML"), TVN_RES_ERR_READ_FORMAT);
   EXPECT_NE(errors.find("The format code is 5."), std::string::npos) << errors;
+  EXPECT_EQ(read(text, "f.lp"), TVN_RES_ERR_READ_FORMAT);
+  EXPECT_EQ(count(TVN_getnumvar), 3) << "nor does one of a format that has no reader";
+  // What the items tell of the file outlasts a run.
+  int64_t before = 0, after = 0;
+  EXPECT_EQ(TVN_getlintinf(task, TVN_LIINF_RD_NUMANZ, &before), TVN_RES_OK);
+  ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_MIO_MODE, TVN_MIO_MODE_IGNORED), TVN_RES_OK);
+  (void)TVN_optimize(task);
+  EXPECT_EQ(TVN_getlintinf(task, TVN_LIINF_RD_NUMANZ, &after), TVN_RES_OK);
+  EXPECT_EQ(after, before);
+  EXPECT_GT(after, 0);
 
   for (const char* name : {"f.mps.gz", "f.gz"}) {
     const std::string path = (dir / name).string();
