@@ -41,7 +41,8 @@ TVNrescodee TVN_inittaskbeforeoptimize(task& t) {
   auto& info = t.info;
   info.intg[TVN_IINF_OPT_NUMCON] = t.prob.numcon;
   info.intg[TVN_IINF_OPT_NUMVAR] = t.prob.numvar;
-  info.lint.fill(0);
+  for (size_t k = 0; k < info.lint.size(); k++)
+    if (k != TVN_LIINF_RD_NUMANZ && k != TVN_LIINF_RD_NUMQNZ) info.lint[k] = 0; // those two are of the last read
   info.private_dou.fill(0);
   info.private_intg.fill(0);
   info.private_lint.fill(0);
