@@ -7,7 +7,9 @@
  *  - it returns a response code: 0 is TVN_RES_OK, below 1000 a warning, 4000 and over a termination, others errors;
  *  - results leave through pointer arguments; indices start at 0; strings are UTF-8 and end with a zero byte;
  *  - a null or invalid handle gives TVN_RES_ERR_NULL_TASK, TVN_RES_ERR_INVALID_TASK, TVN_RES_ERR_NULL_ENV or
- *    TVN_RES_ERR_NO_INIT_ENV without a message; exhausted memory gives TVN_RES_ERR_SPACE;
+ *    TVN_RES_ERR_NO_INIT_ENV without a message, one of the other kind too; exhausted memory gives TVN_RES_ERR_SPACE;
+ *  - a warning is seen on the warning stream and by the response function, which may make it a failure; the call goes
+ *    on and returns TVN_RES_OK, but for the few whose comment says that they return the warning;
  *  - a failed call leaves the task as it was;
  *  - one task is used by one thread at a time; tasks of one environment may be used by different threads.
  */
@@ -1594,7 +1596,8 @@ TVN_API TVNrescodee TVN_getsymbcondim(TVNenv_t env, int32_t *num, size_t *maxlen
  *   sizevalue in: bytes of name.
  *   name      out: cut to sizevalue - 1 bytes; may be null.
  *   value     out: may be null.
- * Codes: TVN_RES_ERR_INDEX_IS_TOO_SMALL, TVN_RES_ERR_INDEX_IS_TOO_LARGE; warning TVN_RES_WRN_NAME_MAX_LEN (cut). */
+ * Codes: TVN_RES_ERR_INDEX_IS_TOO_SMALL, TVN_RES_ERR_INDEX_IS_TOO_LARGE; returns the warning
+ * TVN_RES_WRN_NAME_MAX_LEN when cut. */
 TVN_API TVNrescodee TVN_getsymbcon(TVNtask_t task, int32_t i, int32_t sizevalue, char *name, int32_t *value);
 
 /* 1 when name is a symbolic constant, with its value as decimal text; else 0 and "". value has room for 12 bytes. */
@@ -1774,7 +1777,7 @@ TVN_API TVNrescodee TVN_getdouparam(TVNtask_t task, int32_t param, double *value
  *   maxlen in: bytes of value.
  *   len    out: length of the text without its end mark; may be null.
  *   value  out: cut to maxlen - 1 bytes; may be null.
- * Codes: TVN_RES_ERR_PARAM_INDEX; warning TVN_RES_WRN_SPAR_MAX_LEN (cut). */
+ * Codes: TVN_RES_ERR_PARAM_INDEX; returns the warning TVN_RES_WRN_SPAR_MAX_LEN when cut. */
 TVN_API TVNrescodee TVN_getstrparam(TVNtask_t task, int32_t param, int32_t maxlen, int32_t *len, char *value);
 TVN_API TVNrescodee TVN_getstrparam64(TVNtask_t task, int32_t param, int64_t maxlen, int64_t *len, char *value);
 
@@ -1845,8 +1848,9 @@ TVN_API TVNrescodee TVN_getinfmax(TVNtask_t task, int32_t inftype, int32_t *max)
 TVN_API TVNrescodee TVN_writeparamfile(TVNtask_t task, const char *filename);
 
 /* Reads the file that TVN_SPAR_PARAM_READ_FILE_NAME names; does nothing when that is "".
- * Codes: warning TVN_RES_WRN_OPEN_PARAM_FILE; TVN_RES_ERR_PARAM_NAME, TVN_RES_ERR_PARAM_VALUE_STR and those of the puts
- * for the first bad line, unless TVN_IPAR_PARAM_READ_IGN_ERROR is on. Lines before it have been put. */
+ * Codes: returns the warning TVN_RES_WRN_OPEN_PARAM_FILE when the file cannot be opened; TVN_RES_ERR_PARAM_NAME,
+ * TVN_RES_ERR_PARAM_VALUE_STR and those of the puts for the first bad line, unless TVN_IPAR_PARAM_READ_IGN_ERROR is on.
+ * Lines before it have been put. */
 TVN_API TVNrescodee TVN_readparamfile(TVNtask_t task);
 
 /* Lists all parameters with their limits on the message stream. */

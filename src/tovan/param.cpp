@@ -102,7 +102,7 @@ TVNrescodee copy_string(task& t, std::string_view from, int64_t maxlen, char* va
   const size_t n = std::min(from.size(), static_cast<size_t>(maxlen) - 1);
   std::memcpy(value, from.data(), n);
   value[n] = '\0';
-  return n == from.size() ? TVN_RES_OK : report(t, label, __LINE__, TVN_RES_WRN_SPAR_MAX_LEN);
+  return n == from.size() ? TVN_RES_OK : report_result(t, label, __LINE__, TVN_RES_WRN_SPAR_MAX_LEN);
 }
 
 } // namespace

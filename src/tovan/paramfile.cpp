@@ -193,7 +193,7 @@ TVNrescodee read_file(task& t) {
   const double start = TVN_sysenv_gettime();
   sys_code code = sys_code::ok;
   file_owner file(TVN_sysenv_fopen(*t.sys, name.c_str(), file_mode::read, false, code));
-  if (!file.file) return report(t, label, __LINE__, TVN_RES_WRN_OPEN_PARAM_FILE, name.c_str());
+  if (!file.file) return report_result(t, label, __LINE__, TVN_RES_WRN_OPEN_PARAM_FILE, name.c_str());
   if (logs_files(t)) echo(t, TVN_STREAM_LOG, "Start reading.\n");
   if (const TVNrescodee bad = read_params(t, *file.file, comment_sign(t), code)) return bad;
   if (const TVNrescodee bad = report_file(t, label, __LINE__, code, name.c_str())) return bad;

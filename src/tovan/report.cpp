@@ -146,6 +146,14 @@ TVNrescodee report(task& t, const char* file, int line, TVNrescodee code, ...) n
   return result;
 }
 
+TVNrescodee report_result(task& t, const char* file, int line, TVNrescodee code, ...) noexcept {
+  va_list args;
+  va_start(args, code);
+  const TVNrescodee result = report_va(t, file, line, "", code, args);
+  va_end(args);
+  return result ? result : code;
+}
+
 TVNrescodee report(env& e, const char* file, int line, TVNrescodee code, ...) noexcept {
   va_list args;
   va_start(args, code);

@@ -15,6 +15,9 @@ inline constexpr int64_t last_error_capacity = 1025;
 
 // Arguments after the code fill its message template. `file` is the label of the caller.
 TVNrescodee report(task& t, const char* file, int line, TVNrescodee code, ...) noexcept;
+// For the few calls that return a warning as their result: the code stands unless the response function makes it
+// another failure.
+TVNrescodee report_result(task& t, const char* file, int line, TVNrescodee code, ...) noexcept;
 TVNrescodee report(env& e, const char* file, int line, TVNrescodee code, ...) noexcept;
 
 struct exception_limits {

@@ -109,7 +109,7 @@ TVNrescodee TVN_getsymbcon(TVNtask_t task, int32_t i, int32_t sizevalue, char* n
     if (!name || sizevalue <= 0) return TVN_RES_OK;
     std::snprintf(name, static_cast<size_t>(sizevalue), "%s", e.name.data());
     const auto len = static_cast<int32_t>(e.name.size());
-    return len < sizevalue ? TVN_RES_OK : report(t, label, __LINE__, TVN_RES_WRN_NAME_MAX_LEN, len, sizevalue);
+    return len < sizevalue ? TVN_RES_OK : report_result(t, label, __LINE__, TVN_RES_WRN_NAME_MAX_LEN, len, sizevalue);
   });
 }
 

@@ -80,7 +80,7 @@ TEST_F(Param, StringsLoseTheirQuotesAndAreCutToTheBuffer) {
   EXPECT_EQ(string(TVN_SPAR_DATA_FILE_NAME), "plain \"text\"");
   char small[6];
   int32_t len = 0;
-  EXPECT_EQ(TVN_getstrparam(task, TVN_SPAR_DATA_FILE_NAME, sizeof small, &len, small), TVN_RES_OK) << "a warning";
+  EXPECT_EQ(TVN_getstrparam(task, TVN_SPAR_DATA_FILE_NAME, sizeof small, &len, small), TVN_RES_WRN_SPAR_MAX_LEN);
   EXPECT_STREQ(small, "plain");
   EXPECT_EQ(len, 12);
   char* al = nullptr;
@@ -187,7 +187,7 @@ TEST_F(Param, ABadLineStopsTheFileUnlessErrorsAreIgnored) {
   EXPECT_EQ(read_file(text), TVN_RES_OK) << "names are folded to upper case";
   EXPECT_EQ(integer(TVN_IPAR_SIM_DEGEN), 2);
   TVN_putstrparam(task, TVN_SPAR_PARAM_READ_FILE_NAME, "/nowhere/file");
-  EXPECT_EQ(TVN_readparamfile(task), TVN_RES_OK) << "a warning";
+  EXPECT_EQ(TVN_readparamfile(task), TVN_RES_WRN_OPEN_PARAM_FILE);
   EXPECT_EQ(TVN_writeparamfile(task, "/nowhere/file"), TVN_RES_ERR_FILE_OPEN);
   EXPECT_EQ(TVN_writeparamfile(task, ""), TVN_RES_ERR_INVALID_FILE_NAME);
 }

@@ -175,7 +175,7 @@ TEST_F(ParamFile, FilesThatCannotBeOpenedOrWrittenChangeNothing) {
   EXPECT_EQ(last_message(), "An error occurred while writing to file '/dev/full'.");
   EXPECT_EQ(TVN_writeparamfile(task, nullptr), TVN_RES_ERR_INVALID_FILE_NAME);
   ASSERT_EQ(TVN_putstrparam(task, TVN_SPAR_PARAM_READ_FILE_NAME, "/nowhere/file"), TVN_RES_OK);
-  EXPECT_EQ(TVN_readparamfile(task), TVN_RES_OK) << "a warning";
+  EXPECT_EQ(TVN_readparamfile(task), TVN_RES_WRN_OPEN_PARAM_FILE);
   EXPECT_EQ(last_message(), "Could not open the parameter file '/nowhere/file'.");
   answer = 77;
   EXPECT_EQ(TVN_readparamfile(task), 77) << "which the response function may refuse";

@@ -150,7 +150,7 @@ TEST_F(Service, StringsOfEveryLengthAreReadByIndexAndName) {
   EXPECT_EQ(TVN_getstrparam64(task, TVN_SPAR_STAT_NAME, 301, &wide, text), TVN_RES_OK);
   EXPECT_EQ(last_report(), TVN_RES_OK) << "it just fits";
   EXPECT_EQ(text, value);
-  EXPECT_EQ(TVN_getnastrparam(task, "TVN_SPAR_STAT_NAME", 300, &len, text), TVN_RES_OK);
+  EXPECT_EQ(TVN_getnastrparam(task, "TVN_SPAR_STAT_NAME", 300, &len, text), TVN_RES_WRN_SPAR_MAX_LEN);
   EXPECT_EQ(last_report(), TVN_RES_WRN_SPAR_MAX_LEN) << "the end mark does not";
   EXPECT_EQ(text, value.substr(0, 299));
   EXPECT_EQ(len, 300);
@@ -164,6 +164,23 @@ TEST_F(Service, StringsOfEveryLengthAreReadByIndexAndName) {
   EXPECT_EQ(index, TVN_SPAR_STAT_NAME);
   EXPECT_EQ(TVN_isdouparname(task, "TVN_SPAR_STAT_NAME", &index), TVN_RES_OK);
   EXPECT_EQ(index, 67);
+}
+
+TEST_F(Service, WarningsThatAreTheResultComeBackWhoeverListens) {
+  char text[4];
+  ASSERT_EQ(TVN_putstrparam(task, TVN_SPAR_STAT_NAME, "longer"), TVN_RES_OK);
+  ASSERT_EQ(TVN_putstrparam(task, TVN_SPAR_PARAM_READ_FILE_NAME, "/nowhere/params"), TVN_RES_OK);
+  for (const bool listened : {true, false}) {
+    if (!listened) { ASSERT_EQ(TVN_putresponsefunc(task, nullptr, nullptr), TVN_RES_OK); }
+    EXPECT_EQ(TVN_getstrparam(task, TVN_SPAR_STAT_NAME, 4, nullptr, text), TVN_RES_WRN_SPAR_MAX_LEN);
+    EXPECT_STREQ(text, "lon");
+    EXPECT_EQ(TVN_getstrparam64(task, TVN_SPAR_STAT_NAME, 4, nullptr, text), TVN_RES_WRN_SPAR_MAX_LEN);
+    EXPECT_EQ(TVN_getsymbcon(task, 0, 4, text, nullptr), TVN_RES_WRN_NAME_MAX_LEN);
+    EXPECT_EQ(TVN_readparamfile(task), TVN_RES_WRN_OPEN_PARAM_FILE);
+  }
+  ASSERT_EQ(TVN_putresponsefunc(task, respond, this), TVN_RES_OK);
+  answer = 1234;
+  EXPECT_EQ(TVN_readparamfile(task), 1234) << "the response function makes it a failure";
 }
 
 TEST_F(Service, EveryValueHasItsWordAndNoOther) {
