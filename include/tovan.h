@@ -26,8 +26,10 @@ extern "C" {
 
 #if defined(__GNUC__)
 #define TVN_API __attribute__((visibility("default")))
+#define TVN_PRINTF(text, first) __attribute__((format(printf, text, first)))
 #else
 #define TVN_API
+#define TVN_PRINTF(text, first)
 #endif
 
 /* ---- handles and types ---------------------------------------------------------------------------------------- */
@@ -1378,8 +1380,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 /* Makes an environment, to be made ready by TVN_initenv.
  *   env        out: the handle, null after a failure.
  *   usrptr     in: handed to mallocfunc and freefunc.
- *   mallocfunc in: source of all memory of the library, null: malloc. 16-byte aligned, null result when exhausted.
- *   freefunc   in: its counterpart, null: free.
+ *   mallocfunc in: source of all memory of the library. 16-byte aligned, null result when exhausted.
+ *   freefunc   in: its counterpart. When either is null both are left aside for malloc and free.
  *   dbgfile    in: null: no memory debugging. Otherwise each block is guarded and listed, and faults and leaks are
  *              reported in the files dbgfile.env.txt and dbgfile.<task>.task.txt ("" gives no files).
  * Codes: TVN_RES_ERR_NULL_ENV (env is null), TVN_RES_ERR_SPACE, TVN_RES_ERR_THREAD_MUTEX_INIT. */
@@ -1551,8 +1553,8 @@ TVN_API TVNrescodee TVN_flushstreamenv(TVNenv_t env, int32_t whichstream);
 
 /* Writes text to a stream.
  *   format in: as for printf, with its arguments. Text beyond 64 kB is cut. */
-TVN_API TVNrescodee TVN_echotask(TVNtask_t task, int32_t whichstream, const char *format, ...);
-TVN_API TVNrescodee TVN_echoenv(TVNenv_t env, int32_t whichstream, const char *format, ...);
+TVN_API TVNrescodee TVN_echotask(TVNtask_t task, int32_t whichstream, const char *format, ...) TVN_PRINTF(3, 4);
+TVN_API TVNrescodee TVN_echoenv(TVNenv_t env, int32_t whichstream, const char *format, ...) TVN_PRINTF(3, 4);
 TVN_API TVNrescodee TVN_echotaskva(TVNtask_t task, int32_t whichstream, const char *format, va_list args);
 TVN_API TVNrescodee TVN_echoenvva(TVNenv_t env, int32_t whichstream, const char *format, va_list args);
 
@@ -1867,7 +1869,8 @@ TVN_API TVNrescodee TVN_printparam(TVNtask_t task);
  * Functions on a list or slice stop at the first failure; items before it stay changed. Every change lowers the
  * statuses of the stored solutions and keeps their values as a start. */
 
-/* Counts and capacities; the output may be null. */
+/* Counts and capacities; the output may be null. The integer variables are counted as they are put and taken away, see
+ * TVN_putvartype; what the library does with integrality follows the types. */
 TVN_API TVNrescodee TVN_getnumvar(TVNtask_t task, int32_t *numvar);
 TVN_API TVNrescodee TVN_getnumcon(TVNtask_t task, int32_t *numcon);
 TVN_API TVNrescodee TVN_getnumcone(TVNtask_t task, int32_t *numcone);
@@ -1903,6 +1906,8 @@ TVN_API TVNrescodee TVN_putmaxnumqnz64(TVNtask_t task, int64_t maxnumqnz);
 /* Appends num variables, each fixed at 0 with cost 0, or num free constraints.
  * Codes: TVN_RES_ERR_NEGATIVE_APPEND. */
 TVN_API TVNrescodee TVN_append(TVNtask_t task, int32_t accmode, int32_t num);
+/* TVN_append that tells where: first out: index of the first new item; may be null. */
+TVN_API TVNrescodee TVN_core_append(TVNtask_t task, int32_t accmode, int32_t num, int32_t *first);
 /* Appends and fills num items. Vector k is asub, aval [aptrb[k] .. aptre[k] - 1]. A null c, aptrb or key array leaves
  * the initial values. Codes: TVN_RES_ERR_IN_ARGUMENT (num is negative), those of TVN_putcj, TVN_putbound, TVN_putavec;
  * after a failure the new items exist and those before the fault are filled. */
@@ -2052,7 +2057,8 @@ TVN_API TVNrescodee TVN_getcone(TVNtask_t task, int32_t k, int32_t *conetype, do
                                 int32_t *submem);
 TVN_API TVNrescodee TVN_getconeinfo(TVNtask_t task, int32_t k, int32_t *conetype, double *conepar, int32_t *nummem);
 
-/* Types: TVN_VAR_TYPE_CONT or TVN_VAR_TYPE_INT. Codes: TVN_RES_ERR_INV_VAR_TYPE. */
+/* Types: TVN_VAR_TYPE_CONT or TVN_VAR_TYPE_INT.
+ * Codes: TVN_RES_ERR_INV_VAR_TYPE: the type stays, and TVN_getnumintvar counts an integer variable no longer. */
 TVN_API TVNrescodee TVN_putvartype(TVNtask_t task, int32_t j, int32_t vartype);
 TVN_API TVNrescodee TVN_putvartypelist(TVNtask_t task, int32_t num, const int32_t *subj, const int32_t *vartype);
 TVN_API TVNrescodee TVN_getvartype(TVNtask_t task, int32_t j, int32_t *vartype);
@@ -2101,6 +2107,10 @@ TVN_API TVNrescodee TVN_checkdata(TVNtask_t task);
 TVN_API TVNrescodee TVN_putname(TVNtask_t task, int32_t item, int32_t i, const char *name);
 TVN_API TVNrescodee TVN_getname(TVNtask_t task, int32_t item, int32_t i, int32_t maxlen, int32_t *len, char *name);
 TVN_API TVNrescodee TVN_getname64(TVNtask_t task, int32_t item, int32_t i, int64_t maxlen, int64_t *len, char *name);
+/* The name, or with generic nonzero the one that a writer takes for an item without name: "x", "c" or "k" with the index
+ * plus TVN_IPAR_WRITE_GENERIC_NAMES_IO. */
+TVN_API TVNrescodee TVN_getnamex(TVNtask_t task, int32_t item, int32_t i, int32_t maxlen, int32_t *len, char *name,
+                                 int32_t generic);
 TVN_API TVNrescodee TVN_getnameapi64(TVNtask_t task, int32_t item, int32_t i, int64_t maxlen, char *name);
 TVN_API TVNrescodee TVN_getnamelen64(TVNtask_t task, int32_t item, int32_t i, int64_t *len);
 TVN_API TVNrescodee TVN_getconname(TVNtask_t task, int32_t i, int32_t maxlen, char *name);
@@ -2189,7 +2199,7 @@ TVN_API TVNrescodee TVN_getsolution(TVNtask_t task, int32_t whichsol, int32_t *p
 TVN_API TVNrescodee TVN_getsolutioni(TVNtask_t task, int32_t accmode, int32_t i, int32_t whichsol, int32_t *sk,
                                      double *x, double *sl, double *su, double *sn);
 /* One item TVN_SOL_ITEM_* over first .. last - 1; values: [last - first].
- * Codes: TVN_RES_ERR_SOLITEM (the solution has no such item). */
+ * Codes: TVN_RES_ERR_SOLITEM (the solution has no such item), TVN_RES_ERR_NULL_POINTER. */
 TVN_API TVNrescodee TVN_getsolutionslice(TVNtask_t task, int32_t whichsol, int32_t solitem, int32_t first,
                                          int32_t last, double *values);
 TVN_API TVNrescodee TVN_getsolutionstatuskeyslice(TVNtask_t task, int32_t accmode, int32_t whichsol, int32_t first,

@@ -109,10 +109,13 @@ TVNrescodee append_filled(task& t, int32_t accmode, int32_t num, const double* c
   if (num < 0) return report(t, label, __LINE__, TVN_RES_ERR_IN_ARGUMENT, "num");
   if (b.bk)
     if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{b.bl, "bl"}, {b.bu, "bu"}})) return code;
-  if (a.ptrb)
-    if (const TVNrescodee code =
-            check_arrays(t, label, __LINE__, num, {{a.ptre, "aptre"}, {a.sub, "asub"}, {a.val, "aval"}}))
+  if (a.ptrb) {
+    if (const TVNrescodee code = check_arrays(t, label, __LINE__, num, {{a.ptre, "aptre"}})) return code;
+    int64_t most = 0; // elements of a vector; where all are empty there need be no arrays
+    for (int32_t k = 0; k < num; k++) most = std::max<int64_t>(most, int64_t{a.ptre[k]} - a.ptrb[k]);
+    if (const TVNrescodee code = check_arrays(t, label, __LINE__, most, {{a.sub, "asub"}, {a.val, "aval"}}))
       return code;
+  }
   if (const TVNrescodee code = TVN_core_append(t, accmode, num, &first)) return code;
   TVNrescodee code = c ? put_costs(t, first, num, c) : TVN_RES_OK;
   if (!code && b.bk) code = put_side(t, accmode, first, num, b);

@@ -241,6 +241,10 @@ TVNrescodee TVN_append(TVNtask_t task, int32_t accmode, int32_t num) {
   return api_change(task, [&](tvn::task& t) { return TVN_core_append(t, accmode, num, nullptr); });
 }
 
+TVNrescodee TVN_core_append(TVNtask_t task, int32_t accmode, int32_t num, int32_t* first) {
+  return api_change(task, [&](tvn::task& t) { return TVN_core_append(t, accmode, num, first); });
+}
+
 TVNrescodee TVN_putmaxnumvar(TVNtask_t task, int32_t maxnumvar) {
   return api_change(task, [&](tvn::task& t) { return put_maxnumvar(t, maxnumvar); });
 }

@@ -264,6 +264,17 @@ TVNrescodee TVN_getname64(TVNtask_t task, int32_t item, int32_t i, int64_t maxle
   return get_item_name(task, item, i, maxlen, len, name);
 }
 
+TVNrescodee TVN_getnamex(TVNtask_t task, int32_t item, int32_t i, int32_t maxlen, int32_t* len, char* name,
+                         int32_t generic) {
+  return api(task, [&](tvn::task& t) {
+    int64_t length = 0;
+    const TVNrescodee code = TVN_getnamex(t, item, i, maxlen, length, name, generic != 0);
+    if (!len) return code;
+    const TVNrescodee wide = TVN_int64to32dbg(t, label, __LINE__, len, length);
+    return code ? code : wide;
+  });
+}
+
 TVNrescodee TVN_getnameapi64(TVNtask_t task, int32_t item, int32_t i, int64_t maxlen, char* name) {
   return get_item_name<int64_t>(task, item, i, maxlen, nullptr, name);
 }

@@ -42,7 +42,9 @@ TVNrescodee get_slice(task& t, int32_t whichsol, int32_t solitem, int32_t first,
     return report(t, label, __LINE__, TVN_RES_ERR_SOLITEM, solitem, whichsol);
   }
   if (const TVNrescodee code = check_slice(t, label, __LINE__, first, last, item.count)) return code;
-  if (first < last) copy_out(item.values + first, last - first, values);
+  if (first == last) return TVN_RES_OK;
+  if (const TVNrescodee code = check_pointer(t, label, __LINE__, values, "values")) return code;
+  copy_out(item.values + first, last - first, values);
   return TVN_RES_OK;
 }
 
@@ -53,7 +55,9 @@ TVNrescodee get_key_slice(task& t, int32_t accmode, int32_t whichsol, int32_t fi
   const bool con = accmode == TVN_ACC_CON;
   const int32_t count = con ? t.prob.numcon : t.prob.numvar;
   if (const TVNrescodee code = check_slice(t, label, __LINE__, first, last, count)) return code;
-  if (first < last) copy_out((con ? s.skc : s.skx) + first, last - first, sk);
+  if (first == last) return TVN_RES_OK;
+  if (const TVNrescodee code = check_pointer(t, label, __LINE__, sk, "sk")) return code;
+  copy_out((con ? s.skc : s.skx) + first, last - first, sk);
   return TVN_RES_OK;
 }
 

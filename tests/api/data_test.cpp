@@ -30,6 +30,16 @@ TEST_F(ProblemData, NewItemsAndCapacitiesFollowTheRules) {
   EXPECT_EQ(TVN_putmaxnumcon(task, 0), TVN_RES_ERR_MAXNUMCON);
   EXPECT_EQ(TVN_append(task, TVN_ACC_CON, -1), TVN_RES_ERR_NEGATIVE_APPEND);
   EXPECT_EQ(TVN_append(task, 2, 1), TVN_RES_ERR_INVALID_ACCMODE);
+  int32_t first = -1;
+  EXPECT_EQ(TVN_core_append(task, TVN_ACC_CON, 2, &first), TVN_RES_OK);
+  EXPECT_EQ(first, 1) << "behind the one that was there";
+  // Vectors without elements need no arrays of them.
+  const int32_t none[] = {3, 3}, some[] = {3, 4};
+  EXPECT_EQ(TVN_appendvars(task, 2, nullptr, none, none, nullptr, nullptr, nullptr, nullptr, nullptr), TVN_RES_OK);
+  EXPECT_EQ(TVN_appendvars(task, 2, nullptr, none, some, nullptr, nullptr, nullptr, nullptr, nullptr),
+            TVN_RES_ERR_NULL_POINTER);
+  EXPECT_EQ(TVN_getnumvar(task, &max), TVN_RES_OK);
+  EXPECT_EQ(max, 13) << "nothing is appended when they are missing";
   EXPECT_EQ(TVN_putmaxnumcone(task, 99), TVN_RES_OK);
   EXPECT_EQ(TVN_getmaxnumcone(task, &max), TVN_RES_OK);
   EXPECT_EQ(max, 20);

@@ -48,6 +48,12 @@ TEST_F(Names, TooShortABufferHoldsTheEmptyString) {
   EXPECT_EQ(TVN_getname(task, TVN_PI_CON, 0, 8, nullptr, buffer), TVN_RES_OK);
   EXPECT_STREQ(buffer, "balance");
   EXPECT_EQ(TVN_getconname(task, 0, 8, buffer), TVN_RES_OK);
+  EXPECT_EQ(TVN_getnamex(task, TVN_PI_CON, 0, 8, &len, buffer, 0), TVN_RES_OK);
+  EXPECT_STREQ(buffer, "balance");
+  ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_WRITE_GENERIC_NAMES_IO, 1), TVN_RES_OK);
+  EXPECT_EQ(TVN_getnamex(task, TVN_PI_CON, 0, 8, &len, buffer, 1), TVN_RES_OK);
+  EXPECT_STREQ(buffer, "c1");
+  EXPECT_EQ(len, 2);
   ASSERT_EQ(TVN_putobjname(task, "a long objective name"), TVN_RES_OK);
   EXPECT_EQ(TVN_getmaxnamelen(task, &len), TVN_RES_OK);
   EXPECT_EQ(len, 21);

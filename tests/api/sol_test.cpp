@@ -175,6 +175,7 @@ TEST_F(Solutions, SlotsHaveTheirItemsAndNoOthers) {
   int32_t def = -1;
   EXPECT_EQ(TVN_getsolutionslice(task, TVN_SOL_BAS, TVN_SOL_ITEM_SNX, 0, 2, v), TVN_RES_ERR_SOLITEM);
   EXPECT_EQ(TVN_getsolutionslice(task, TVN_SOL_BAS, TVN_SOL_ITEM_XX, 0, 3, v), TVN_RES_ERR_LAST);
+  EXPECT_EQ(TVN_getsolutionslice(task, TVN_SOL_BAS, TVN_SOL_ITEM_XX, 0, 2, nullptr), TVN_RES_ERR_NULL_POINTER);
   EXPECT_EQ(TVN_getsolutionslice(task, TVN_SOL_BAS, TVN_SOL_ITEM_SUX, 0, 2, v), TVN_RES_OK);
   EXPECT_EQ(v[0], 1.0);
   EXPECT_EQ(TVN_getsolutionslice(task, TVN_SOL_ITR, TVN_SOL_ITEM_XX, 0, 2, v), TVN_RES_ERR_UNDEF_SOLUTION);
