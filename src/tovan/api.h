@@ -7,13 +7,18 @@
 
 namespace tvn {
 
-inline TVNrescodee TVN_checkenv(const env* e) noexcept {
+// An environment that need not be ready yet.
+inline TVNrescodee check_made(const env* e) noexcept {
   if (!e) return TVN_RES_ERR_NULL_ENV;
+  return e->tag == handle_tag::of_env ? TVN_RES_OK : TVN_RES_ERR_NO_INIT_ENV;
+}
+inline TVNrescodee TVN_checkenv(const env* e) noexcept {
+  if (const TVNrescodee bad = check_made(e)) return bad;
   return e->initialized ? TVN_RES_OK : TVN_RES_ERR_NO_INIT_ENV;
 }
 inline TVNrescodee TVN_checktask(const task* t) noexcept {
   if (!t) return TVN_RES_ERR_NULL_TASK;
-  return t->env ? TVN_RES_OK : TVN_RES_ERR_INVALID_TASK;
+  return t->tag == handle_tag::of_task && t->env ? TVN_RES_OK : TVN_RES_ERR_INVALID_TASK;
 }
 inline TVNrescodee check(const env* e) noexcept { return TVN_checkenv(e); }
 inline TVNrescodee check(const task* t) noexcept { return TVN_checktask(t); }

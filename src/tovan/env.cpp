@@ -29,6 +29,7 @@ TVNrescodee count_task(env& e, int64_t env::*counter, int64_t& number, bool& due
 
 TVNrescodee destroy_env(env* e) noexcept {
   sysenv* sys = e->sys;
+  e->tag = handle_tag::none; // the last lines go to functions of the user, which get a code from here on
   sys->mman->echofn = nullptr;
   TVN_sysenv_putexithandler(*sys, nullptr, nullptr);
   TVN_destroystreams(e->streams);
@@ -125,7 +126,7 @@ TVNrescodee TVN_makeenv(TVNenv_t* env, void* usrptr, TVN_mallocfunc mallocfunc, 
 }
 
 TVNrescodee TVN_putcpudefaults(TVNenv_t env, int32_t cputype, int32_t sizel1, int32_t sizel2) {
-  if (!env) return TVN_RES_ERR_NULL_ENV;
+  if (const TVNrescodee bad = check_made(env)) return bad;
   auto& idef = env->params.idef;
   if (cputype != 0) idef[TVN_IPAR_CPU_TYPE] = cputype;
   if (sizel1 >= 0) idef[TVN_IPAR_CACHE_SIZE_L1] = sizel1;
@@ -134,7 +135,7 @@ TVNrescodee TVN_putcpudefaults(TVNenv_t env, int32_t cputype, int32_t sizel1, in
 }
 
 TVNrescodee TVN_initenv(TVNenv_t env) {
-  if (!env) return TVN_RES_ERR_NULL_ENV;
+  if (const TVNrescodee bad = check_made(env)) return bad;
   if (env->initialized) return TVN_RES_OK;
   auto& idef = env->params.idef;
   machinfo& mach = env->sys->mach;
@@ -149,6 +150,7 @@ TVNrescodee TVN_initenv(TVNenv_t env) {
 
 TVNrescodee TVN_deleteenv(TVNenv_t* env) {
   if (!env || !*env) return TVN_RES_OK;
+  if (const TVNrescodee bad = check_made(*env)) return bad;
   tvn::env& e = **env;
   if (pthread_mutex_lock(&e.mutexes[task_mutex])) return TVN_RES_ERR_THREAD_MUTEX_LOCK;
   const bool living = e.numtaskscreated > e.numtasksremoved;

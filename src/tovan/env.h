@@ -13,7 +13,13 @@
 #include <array>
 #include <pthread.h>
 
+namespace tvn {
+// The first word of both records, so that a handle of the other kind, or of a record that has gone, gets a code.
+enum class handle_tag : uint64_t { none = 0, of_env = 0x766e65204e564f54, of_task = 0x6b736154204e4f54 };
+} // namespace tvn
+
 struct TVNenv {
+  tvn::handle_tag tag = tvn::handle_tag::of_env;
   int32_t initialized = 0; // 0 after TVN_makeenv, 1 after TVN_initenv
   int32_t keepdlls = 1;
   int32_t garbagecollect = 0; // 1: deletion waits for the last task

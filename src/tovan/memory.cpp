@@ -48,7 +48,7 @@ char* TVN_strdupdbgtask(TVNtask_t task, const char* text, const char* file, int 
 char* TVN_strduptask(TVNtask_t task, const char* text) { return TVN_strdupdbgtask(task, text, label, __LINE__); }
 
 void* TVN_callocdbgenv(TVNenv_t env, size_t number, size_t size, const char* file, int line) {
-  return env ? TVN_memman_calloc(*env->sys->mman, number, size, file, line) : nullptr;
+  return check_made(env) == TVN_RES_OK ? TVN_memman_calloc(*env->sys->mman, number, size, file, line) : nullptr;
 }
 
 void* TVN_callocenv(TVNenv_t env, size_t number, size_t size) {
@@ -57,14 +57,14 @@ void* TVN_callocenv(TVNenv_t env, size_t number, size_t size) {
 
 void TVN_freedbgenv(TVNenv_t env, void* ptr, const char* file, int line) {
   if (!env) end_process("TVN_free");
-  if (ptr) TVN_memman_free(*env->sys->mman, ptr, file, line);
+  if (ptr && check_made(env) == TVN_RES_OK) TVN_memman_free(*env->sys->mman, ptr, file, line);
 }
 
 void TVN_freeenv(TVNenv_t env, void* ptr) { TVN_freedbgenv(env, ptr, label, __LINE__); }
 
 char* TVN_strdupdbgenv(TVNenv_t env, const char* text, const char* file, int line) {
   if (!env) end_process("TVN_strdup");
-  return text ? TVN_memman_strdup(*env->sys->mman, text, file, line) : nullptr;
+  return text && check_made(env) == TVN_RES_OK ? TVN_memman_strdup(*env->sys->mman, text, file, line) : nullptr;
 }
 
 char* TVN_strdupenv(TVNenv_t env, const char* text) { return TVN_strdupdbgenv(env, text, label, __LINE__); }

@@ -20,6 +20,7 @@ const char label[] = "src/tovan/task";
 TVNrescodee destroy_task(task* t) noexcept {
   env& e = *t->env;
   sysenv* sys = t->sys;
+  t->tag = handle_tag::none; // the last lines go to functions of the user, which get a code from here on
   sys->mman->echofn = nullptr;
   TVN_sysenv_putexithandler(*sys, nullptr, nullptr);
   TVN_destroystreams(t->streams);

@@ -24,6 +24,7 @@ struct nl_hook {
 } // namespace tvn
 
 struct TVNtask {
+  tvn::handle_tag tag = tvn::handle_tag::of_task;
   TVNenv_t env = nullptr;     // the task is valid only while this is not null
   tvn::sysenv* sys = nullptr; // owned
   int64_t taskid = 0;

@@ -1,5 +1,6 @@
 // If these fail, a mistake in the calling program ends in a crash or a spoiled task instead of a code that names it.
 #include "api/envtask.h"
+#include "api/everycall.h"
 
 #include <algorithm>
 #include <cmath>
@@ -24,29 +25,19 @@ char* al;
 // These end the process, see MemoryWithoutAnEnvironmentEndsTheProcessQuietly.
 const std::set<std::string> ending = {"TVN_freeenv", "TVN_freedbgenv", "TVN_strdupenv", "TVN_strdupdbgenv"};
 
-// The answer to a call with null and zero arguments only: the handle decides it, wherever it stands in the list.
-template <class Result, class... Args, class Function> void call_with_nothing(const char* name, Function* f) {
-  if (ending.count(name)) return;
-  if constexpr (std::is_void_v<Result>) {
-    f(Args{}...);
-  } else if constexpr (std::is_pointer_v<Result>) {
-    EXPECT_EQ(f(Args{}...), nullptr) << name;
+// The answer to a call with null and zero arguments but the handles, which decide it wherever they stand.
+template <class F>
+void answer_handles(const char* name, F* f, const apitest::handles& h, TVNrescodee task, TVNrescodee env) {
+  if (ending.count(name) && !h.env) return;
+  const apitest::answer a = apitest::call(name, f, h);
+  if (!a.code) {
+    EXPECT_TRUE(a.null || std::is_void_v<decltype(apitest::result_of(f))>) << name;
+  } else if (a.task || a.env) {
+    EXPECT_EQ(a.value, a.task ? task : env) << name;
   } else {
-    const Result got = f(Args{}...);
-    if constexpr ((std::is_same_v<Args, TVNtask_t> || ...))
-      EXPECT_EQ(got, TVN_RES_ERR_NULL_TASK) << name;
-    else if constexpr ((std::is_same_v<Args, TVNenv_t> || ...))
-      EXPECT_EQ(got, TVN_RES_ERR_NULL_ENV) << name;
-    else
-      EXPECT_TRUE(got == 0 || got == 1 || got == TVN_RES_ERR_NULL_POINTER || got == TVN_RES_ERR_NULL_ENV)
-          << name << " " << got;
+    EXPECT_TRUE(a.value == 0 || a.value == 1 || a.value == TVN_RES_ERR_NULL_POINTER || a.value == TVN_RES_ERR_NULL_ENV)
+        << name << " " << a.value;
   }
-}
-template <class Result, class... Args> void answer_nothing(const char* name, Result (*f)(Args...)) {
-  call_with_nothing<Result, Args...>(name, f);
-}
-template <class Result, class... Args> void answer_nothing(const char* name, Result (*f)(Args..., ...)) {
-  call_with_nothing<Result, Args...>(name, f);
 }
 
 // The two lookups of each family of constants, told from other functions by their names.
@@ -66,7 +57,7 @@ void collect(const std::string&, ...) {}
 } // namespace
 
 TEST(BadCall, NullHandlesAreAnsweredByEveryFunction) {
-#define TVN_FUNC(name, family, since) answer_nothing(#name, name);
+#define TVN_FUNC(name, family, since) answer_handles(#name, name, {}, TVN_RES_ERR_NULL_TASK, TVN_RES_ERR_NULL_ENV);
 #include "api.def"
 #undef TVN_FUNC
   EXPECT_EQ(TVN_makeenv(nullptr, nullptr, nullptr, nullptr, nullptr), TVN_RES_ERR_NULL_ENV);
@@ -75,6 +66,25 @@ TEST(BadCall, NullHandlesAreAnsweredByEveryFunction) {
   EXPECT_EQ(TVN_utf8towchar(3, nullptr, nullptr, nullptr, "x"), null);
   EXPECT_EQ(TVN_getresponseclass(0, nullptr), null);
   EXPECT_EQ(TVN_optimizertostr(0, 10, nullptr), null);
+}
+
+TEST(BadCall, HandlesOfTheOtherKindAreAnsweredByEveryFunction) {
+  TVNenv_t env = nullptr;
+  TVNtask_t task = nullptr;
+  ASSERT_EQ(TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr), TVN_RES_OK);
+  ASSERT_EQ(TVN_initenv(env), TVN_RES_OK);
+  ASSERT_EQ(TVN_maketask(env, 0, 0, &task), TVN_RES_OK);
+  auto* wrongtask = reinterpret_cast<TVNtask_t>(env);
+  auto* wrongenv = reinterpret_cast<TVNenv_t>(task);
+  const apitest::handles swapped{wrongtask, wrongenv};
+#define TVN_FUNC(name, family, since)                                                                                  \
+  answer_handles(#name, name, swapped, TVN_RES_ERR_INVALID_TASK, TVN_RES_ERR_NO_INIT_ENV);
+#include "api.def"
+#undef TVN_FUNC
+  EXPECT_EQ(TVN_deletetask(&wrongtask), TVN_RES_ERR_INVALID_TASK);
+  EXPECT_EQ(TVN_deleteenv(&wrongenv), TVN_RES_ERR_NO_INIT_ENV);
+  EXPECT_EQ(TVN_deletetask(&task), TVN_RES_OK);
+  EXPECT_EQ(TVN_deleteenv(&env), TVN_RES_OK);
 }
 
 TEST(BadCall, MemoryWithoutAnEnvironmentEndsTheProcessQuietly) {
