@@ -38,7 +38,24 @@ typedef struct TVNenv *TVNenv_t;
 typedef struct TVNtask *TVNtask_t;
 typedef int32_t TVNrescodee;
 
-/* User functions. A handle is passed back as it was given. */
+/* User functions. A handle is passed back as it was given. They run on the calling thread, in the middle of a call on
+ * their task:
+ *   progress   TVN_readdata, TVN_writedata, TVN_optimize and TVN_optimizetrm;
+ *   stream     every call that prints or reports a code, these four above all, and the deletion (a line without end);
+ *   response   every call that reports a code;
+ *   nonlinear  the calls that need values: TVN_getsolutioninf, TVN_updatesolutioninfo, TVN_getprimalobj,
+ *              TVN_getdualobj, TVN_getpeqi, TVN_getdeqi, TVN_solutionsummary, and TVN_optimize for its items.
+ * From inside them
+ *  - what changes the problem, the parameters or the solutions, runs an optimizer, reads a file, solves with the basis
+ *    or deletes the task returns TVN_RES_ERR_INTERNAL and does nothing. So does TVN_writedata inside a read or a write;
+ *  - the task may be read, cloned, printed and, inside a run, written. While an optimizer runs no solution is defined
+ *    and the rows of A cannot be read; inside a read the problem is as far as the file has been read;
+ *  - callbacks, response function, stream functions and files may be linked anew;
+ *  - other tasks, those of the same environment too, may be made, used and deleted;
+ *  - TVN_deleteenv returns TVN_RES_ERR_LIVING_TASKS, or waits after TVN_enablegarcolenv. In a function of an environment
+ *    without tasks it returns TVN_RES_ERR_INTERNAL, or waits for the end of the call.
+ * A code that is reported while a stream function runs is returned and kept as the last error, and nothing is printed;
+ * the response function is not called while it runs. */
 typedef void *(*TVN_mallocfunc)(void *usrptr, size_t size);
 typedef void (*TVN_freefunc)(void *usrptr, void *block);
 /* Receives every reported code with its message; the result counts for warnings only: nonzero makes it a failure. */
@@ -1398,9 +1415,9 @@ TVN_API TVNrescodee TVN_putcpudefaults(TVNenv_t env, int32_t cputype, int32_t si
 TVN_API TVNrescodee TVN_initenv(TVNenv_t env);
 
 /* Ends an environment.
- *   env in, out: the handle, null afterwards; a null handle is no fault.
+ *   env in, out: the handle, null after TVN_RES_OK; a null handle is no fault.
  * Codes: TVN_RES_ERR_LIVING_TASKS (nothing is deleted; after TVN_enablegarcolenv it is TVN_RES_OK instead and the last
- * TVN_deletetask deletes), TVN_RES_ERR_SPACE_LEAKING (deleted, with memory left; known with memory debugging only). */
+ * TVN_deletetask deletes), TVN_RES_ERR_INTERNAL (in one of its own functions, see there), TVN_RES_ERR_SPACE_LEAKING (deleted, with memory left; known with memory debugging only). */
 TVN_API TVNrescodee TVN_deleteenv(TVNenv_t *env);
 
 /* Lets TVN_deleteenv wait for the last task. */
@@ -1424,7 +1441,7 @@ TVN_API TVNrescodee TVN_makeemptytask(TVNenv_t env, TVNtask_t *task);
 
 /* Ends a task.
  *   task in, out: the handle, null afterwards; a null handle is no fault.
- * Codes: TVN_RES_ERR_SPACE_LEAKING (as for TVN_deleteenv). */
+ * Codes: TVN_RES_ERR_SPACE_LEAKING (as for TVN_deleteenv), TVN_RES_ERR_INTERNAL (in one of its own functions). */
 TVN_API TVNrescodee TVN_deletetask(TVNtask_t *task);
 
 /* A new task with the problem, the names, the parameters and the solutions of another, without its callbacks and
@@ -1511,9 +1528,7 @@ TVN_API TVNrescodee TVN_getbuildinfo(char *buildstate, char *builddate, char *bu
 /* ==== streams and callbacks ==================================================================================== */
 
 /* The progress callback, called while a file is read or written and while an optimizer runs.
- *   func   in: null takes the callback away. A nonzero result ends the run with TVN_RES_TRM_USER_CALLBACK. It may read
- *              the task, but a call that changes the problem or its solutions, runs an optimizer, reads a file or
- *              deletes the task fails there with TVN_RES_ERR_INTERNAL and does nothing.
+ *   func   in: null takes the callback away. A nonzero result ends the run with TVN_RES_TRM_USER_CALLBACK.
  *   handle in: passed to func. */
 TVN_API TVNrescodee TVN_putcallbackfunc(TVNtask_t task, TVN_callbackfunc func, void *handle);
 /* Each output may be null. */
@@ -2130,8 +2145,8 @@ TVN_API TVNrescodee TVN_gettaskname(TVNtask_t task, int32_t maxlen, int32_t *len
  *   filename in: UTF-8, null or "" for the value of TVN_SPAR_DATA_FILE_NAME. The format comes from
  *                TVN_IPAR_READ_DATA_FORMAT or the extension (mps, fmps; none is mps); a name that ends in ".gz" is a
  *                gzip file.
- * Codes: TVN_RES_ERR_INVALID_FILE_NAME (no name), TVN_RES_ERR_FILE_OPEN (both leave the task as it was);
- * TVN_RES_ERR_READ_FORMAT (a format that cannot be read), TVN_RES_ERR_FILE_READ (damaged, for example cut off),
+ * Codes: TVN_RES_ERR_INVALID_FILE_NAME (no name), TVN_RES_ERR_FILE_OPEN, TVN_RES_ERR_READ_FORMAT (a format that cannot
+ * be read; these three leave the task as it was); TVN_RES_ERR_FILE_READ (damaged, for example cut off),
  * TVN_RES_ERR_END_OF_FILE (ends before its last section), TVN_RES_ERR_MPS_* with the line on the error stream,
  * TVN_RES_TRM_USER_CALLBACK. After these the task holds what was read before the fault. */
 TVN_API TVNrescodee TVN_readdata(TVNtask_t task, const char *filename);

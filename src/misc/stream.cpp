@@ -55,8 +55,8 @@ void put_file(stream& s, std::string_view text) noexcept {
 }
 
 // Delivers what is held, but for a started character unless `all`. The text is copied first, so that the user's
-// function may write to the stream again.
-void TVN_redirect(stream& s, bool all) noexcept {
+// function may write to the stream again, or link another one.
+void TVN_redirect(stream_block& block, stream& s, bool all) noexcept {
   const int32_t len = all ? s.used : whole_utf8(s.held.data(), s.used);
   if (len == 0) return;
   char text[1025];
@@ -64,11 +64,15 @@ void TVN_redirect(stream& s, bool all) noexcept {
   text[len] = '\0';
   std::memmove(s.held.data(), s.held.data() + len, static_cast<size_t>(s.used - len));
   s.used -= len;
-  if (s.func) s.func(s.handle, text);
+  if (s.func) {
+    block.running.fetch_add(1, std::memory_order_relaxed);
+    s.func(s.handle, text);
+    block.running.fetch_sub(1, std::memory_order_relaxed);
+  }
   put_file(s, {text, static_cast<size_t>(len)});
 }
 
-void put(stream& s, std::string_view text) noexcept {
+void put(stream_block& block, stream& s, std::string_view text) noexcept {
   if (!s.func && !s.file) return;
   while (!text.empty()) {
     const size_t newline = text.find('\n');
@@ -78,22 +82,22 @@ void put(stream& s, std::string_view text) noexcept {
     s.used += static_cast<int32_t>(n);
     text.remove_prefix(n);
     if (s.held[static_cast<size_t>(s.used) - 1] == '\n' || s.used == static_cast<int32_t>(s.held.size()))
-      TVN_redirect(s, false);
+      TVN_redirect(block, s, false);
   }
 }
 
 stream_code put_locked(stream_block& block, int32_t which, std::string_view text) noexcept {
   stream_lock lock(block, which);
   if (lock.code != stream_code::ok) return lock.code;
-  put(block.streams[static_cast<size_t>(which)], text);
+  put(block, block.streams[static_cast<size_t>(which)], text);
   return lock.release();
 }
 
 const char* time_text(char (&to)[32]) noexcept { return TVN_sysenv_wctimetostr(TVN_sysenv_readwctime(), to); }
 
-void close_file(stream& s, bool withline) noexcept {
+void close_file(stream_block& block, stream& s, bool withline) noexcept {
   if (!s.file) return;
-  TVN_redirect(s, true);
+  TVN_redirect(block, s, true);
   if (withline) {
     char now[32], line[64];
     std::snprintf(line, sizeof line, "\nFile closed: %s\n", time_text(now));
@@ -131,12 +135,15 @@ stream_code TVN_makestreams(stream_block& block, const char* label, bool multith
 void TVN_destroystreams(stream_block& block) noexcept {
   if (!block.made) return;
   for (stream& s : block.streams) {
-    TVN_redirect(s, true);
-    close_file(s, true);
+    TVN_redirect(block, s, true);
+    close_file(block, s, true);
+  }
+  block.made = false; // only now: the functions may have written to each other's streams
+  for (stream& s : block.streams) {
+    close_file(block, s, true);
     s.func = nullptr;
     pthread_mutex_destroy(&s.mutex);
   }
-  block.made = false;
 }
 
 stream_code TVN_echostream(stream_block& block, int32_t which, std::string_view text) noexcept {
@@ -164,7 +171,7 @@ stream_code TVN_echostreamva(stream_block& block, int32_t which, const char* fmt
 stream_code TVN_flushstream(stream_block& block, int32_t which) noexcept {
   if (!is_stream(block, which)) return stream_code::bad_stream;
   stream_lock lock(block, which);
-  if (lock.code == stream_code::ok) TVN_redirect(block.streams[static_cast<size_t>(which)], false);
+  if (lock.code == stream_code::ok) TVN_redirect(block, block.streams[static_cast<size_t>(which)], false);
   return lock.release();
 }
 
@@ -173,7 +180,7 @@ stream_code TVN_linkfunctostream(stream_block& block, int32_t which, void* handl
   stream_lock lock(block, which);
   if (lock.code != stream_code::ok) return lock.code;
   stream& s = block.streams[static_cast<size_t>(which)];
-  if (s.func) TVN_redirect(s, true);
+  if (s.func) TVN_redirect(block, s, true);
   s.handle = handle;
   s.func = func;
   return lock.release();
@@ -188,7 +195,7 @@ stream_code TVN_linkfiletostream(stream_block& block, int32_t which, sysfile* fi
   stream_lock lock(block, which);
   if (lock.code != stream_code::ok) return lock.code;
   stream& s = block.streams[static_cast<size_t>(which)];
-  close_file(s, !append);
+  close_file(block, s, !append);
   s.file = file;
   s.filestate = sys_code::ok;
   char now[32], line[1152];
@@ -203,7 +210,7 @@ stream_code TVN_unlinkfilefromstream(stream_block& block, int32_t which) noexcep
   if (!is_stream(block, which)) return stream_code::bad_stream;
   stream_lock lock(block, which);
   if (lock.code != stream_code::ok) return lock.code;
-  close_file(block.streams[static_cast<size_t>(which)], true);
+  close_file(block, block.streams[static_cast<size_t>(which)], true);
   return lock.release();
 }
 

@@ -10,6 +10,7 @@
 #include "cpub/sysfile.h"
 
 #include <array>
+#include <atomic>
 #include <cstdarg>
 #include <pthread.h>
 
@@ -41,7 +42,8 @@ struct stream {
 struct stream_block {
   std::array<char, 1024> label{}; // names the program in linked files, may be empty
   bool multithread = false;
-  bool made = false; // the mutexes exist
+  bool made = false;               // the mutexes exist
+  std::atomic<int32_t> running{0}; // user functions that run now, on any thread
   std::array<stream, num_streams> streams;
 };
 

@@ -5,6 +5,8 @@
 #include "tovan/report.h"
 #include "tovan/task.h"
 
+#include <type_traits>
+
 namespace tvn {
 
 // An environment that need not be ready yet.
@@ -27,21 +29,27 @@ inline TVNrescodee check(const task* t) noexcept { return TVN_checktask(t); }
 TVNrescodee report_no_memory(task* t) noexcept;
 TVNrescodee report_no_memory(env* e) noexcept;
 
-// An error, reported, while a progress callback of the task runs.
-TVNrescodee check_no_callback(task& t) noexcept;
+// An error, reported, while a function of the user runs inside a call on the task.
+TVNrescodee check_not_busy(task& t) noexcept;
+
+struct no_hold {
+  explicit no_hold(task&) noexcept {}
+};
+template <class Handle> using call_hold = std::conditional_t<std::is_same_v<Handle, env>, env_hold, no_hold>;
 
 template <class Handle, class Work> TVNrescodee api(Handle* h, Work&& work) noexcept {
   if (const TVNrescodee bad = check(h)) return bad;
+  [[maybe_unused]] const call_hold<Handle> hold(*h);
   try {
     return work(*h);
   } catch (const out_of_memory&) { return report_no_memory(h); }
 }
 
-// The frame of a call that changes the problem, its solutions or the life of a task. A progress callback runs in the
-// middle of other work on the task, which holds views of its arrays: there such a call is refused.
+// The frame of a call that changes the problem, its solutions, its parameters or the life of a task. A function of the
+// user runs in the middle of other work on the task, which holds views of its arrays: there such a call is refused.
 template <class Work> TVNrescodee api_change(task* h, Work&& work) noexcept {
   return api(h, [&](task& t) -> TVNrescodee {
-    if (const TVNrescodee bad = check_no_callback(t)) return bad;
+    if (const TVNrescodee bad = check_not_busy(t)) return bad;
     return work(t);
   });
 }

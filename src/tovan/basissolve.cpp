@@ -147,17 +147,17 @@ TVNrescodee condition(task& t, double* nrmbasis, double* nrminvbasis) {
 using namespace tvn;
 
 TVNrescodee TVN_setupbasis(TVNtask_t task) {
-  return api(task, [](tvn::task& t) { return setup_basis(t); });
+  return api_change(task, [](tvn::task& t) { return setup_basis(t); });
 }
 
 TVNrescodee TVN_initbasissolve(TVNtask_t task, int32_t* basis) {
-  return api(task, [&](tvn::task& t) { return init_basis(t, basis); });
+  return api_change(task, [&](tvn::task& t) { return init_basis(t, basis); });
 }
 
 TVNrescodee TVN_solvewithbasis(TVNtask_t task, int32_t transp, int32_t* numnz, int32_t* sub, double* val) {
-  return api(task, [&](tvn::task& t) { return solve(t, transp != 0, numnz, sub, val); });
+  return api_change(task, [&](tvn::task& t) { return solve(t, transp != 0, numnz, sub, val); });
 }
 
 TVNrescodee TVN_basiscond(TVNtask_t task, double* nrmbasis, double* nrminvbasis) {
-  return api(task, [&](tvn::task& t) { return condition(t, nrmbasis, nrminvbasis); });
+  return api_change(task, [&](tvn::task& t) { return condition(t, nrmbasis, nrminvbasis); });
 }

@@ -3,10 +3,10 @@
 
 namespace tvn {
 
-TVNrescodee check_no_callback(task& t) noexcept {
-  if (t.incallback == 0) return TVN_RES_OK;
+TVNrescodee check_not_busy(task& t) noexcept {
+  if (!is_busy(t)) return TVN_RES_OK;
   return report(t, "src/tovan/callbacks", __LINE__, TVN_RES_ERR_INTERNAL,
-                "a progress callback may not change the task that calls it");
+                "a function of the user may not change the task that calls it");
 }
 
 } // namespace tvn

@@ -100,6 +100,21 @@ TVNrescodee make_env(TVNenv_t& out, void* usrptr, malloc_fn mallocfn, free_fn fr
 
 } // namespace
 
+// A mutex that cannot be locked leaves the count alone: the call goes on without its hold.
+env_hold::env_hold(env& e_) noexcept : e(e_) {
+  if (pthread_mutex_lock(&e.mutexes[task_mutex])) return;
+  e.holds++;
+  pthread_mutex_unlock(&e.mutexes[task_mutex]);
+}
+
+env_hold::~env_hold() {
+  if (pthread_mutex_lock(&e.mutexes[task_mutex])) return;
+  e.holds--;
+  const bool due = e.deletepending != 0 && e.holds == 0 && e.numtaskscreated == e.numtasksremoved;
+  pthread_mutex_unlock(&e.mutexes[task_mutex]);
+  if (due) (void)destroy_env(&e);
+}
+
 TVNrescodee TVN_appendtask(env& e, int64_t& id) {
   bool due = false;
   return count_task(e, &env::numtaskscreated, id, due);
@@ -154,15 +169,13 @@ TVNrescodee TVN_deleteenv(TVNenv_t* env) {
   tvn::env& e = **env;
   if (pthread_mutex_lock(&e.mutexes[task_mutex])) return TVN_RES_ERR_THREAD_MUTEX_LOCK;
   const bool living = e.numtaskscreated > e.numtasksremoved;
-  const bool wait = e.garbagecollect != 0;
-  if (living && wait) e.deletepending = 1;
+  const bool held = e.holds > 0, wait = e.garbagecollect != 0;
+  if ((living || held) && wait) e.deletepending = 1;
   if (pthread_mutex_unlock(&e.mutexes[task_mutex])) return TVN_RES_ERR_THREAD_MUTEX_UNLOCK;
-  if (living) {
-    TVN_memman_echotofile(*e.sys->mman, "*** ERROR *** Living tasks when deleting the environment\n");
-    return wait ? TVN_RES_OK : TVN_RES_ERR_LIVING_TASKS;
-  }
-  *env = nullptr;
-  return destroy_env(&e);
+  if (living) TVN_memman_echotofile(*e.sys->mman, "*** ERROR *** Living tasks when deleting the environment\n");
+  if ((living || held) && !wait) return living ? TVN_RES_ERR_LIVING_TASKS : TVN_RES_ERR_INTERNAL;
+  *env = nullptr; // also when it waits: nobody can say when the record goes
+  return living || held ? TVN_RES_OK : destroy_env(&e);
 }
 
 TVNrescodee TVN_enablegarcolenv(TVNenv_t env) {

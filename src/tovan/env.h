@@ -1,7 +1,7 @@
 // The environment record: parameter tables, streams, mutexes and the count of tasks.
 //
 // Lives in memory of its own system environment and ends with it. Shared between the threads of its tasks: after
-// TVN_initenv only the task counters change, under mutex 2; the parameter tables are read-only.
+// TVN_initenv only the counts of tasks and calls change, under mutex 2; the parameter tables are read-only.
 #pragma once
 
 #include "tovan.h"
@@ -24,6 +24,7 @@ struct TVNenv {
   int32_t keepdlls = 1;
   int32_t garbagecollect = 0; // 1: deletion waits for the last task
   int32_t deletepending = 0;
+  int32_t holds = 0;                      // calls under way on the environment itself, under mutex 2
   tvn::param_tables params;               // names, defaults and rules; read-only after TVN_initenv
   int32_t nummutexes = 0;                 // that exist
   std::array<pthread_mutex_t, 4> mutexes; // 2 guards the task counters, 3 the mixed-integer library
@@ -53,6 +54,16 @@ inline env& TVN_envcast(void* handle) noexcept { return *static_cast<env*>(handl
 inline sysenv& TVN_getsysenv(env& e) noexcept { return *e.sys; }
 inline int32_t TVN_getindexorigin(const env& e) noexcept { return e.indexorigin; }
 inline int32_t TVN_getlang(const env& e) noexcept { return e.language; }
+
+// Keeps the environment alive while a call on it is under way: the functions of the user that the call runs may delete
+// the environment or its last task.
+struct env_hold {
+  env& e;
+  explicit env_hold(env& e_) noexcept;
+  ~env_hold();
+  env_hold(const env_hold&) = delete;
+  env_hold& operator=(const env_hold&) = delete;
+};
 
 // Issues the number of a new task, or counts one that has gone; both under mutex 2.
 TVNrescodee TVN_appendtask(env& e, int64_t& id);

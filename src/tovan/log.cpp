@@ -42,14 +42,11 @@ void echo(task& t, int32_t stream, const char* fmt, ...) noexcept {
 }
 
 TVNrescodee call_callbacks(task& t, int32_t code) noexcept {
-  TVNrescodee answer = TVN_RES_OK;
-  t.incallback++;
-  if (t.callback && t.callback(&t, t.callbackhandle, code) != 0)
-    answer = TVN_RES_TRM_USER_CALLBACK;
-  else if (t.syscallback && t.syscallback(&t, t.syscallbackhandle, code) != 0)
-    answer = TVN_RES_TRM_INTERNAL;
-  t.incallback--;
-  return answer;
+  return call_user(t.running.progress, [&]() -> TVNrescodee {
+    if (t.callback && t.callback(&t, t.callbackhandle, code) != 0) return TVN_RES_TRM_USER_CALLBACK;
+    if (t.syscallback && t.syscallback(&t, t.syscallbackhandle, code) != 0) return TVN_RES_TRM_INTERNAL;
+    return TVN_RES_OK;
+  });
 }
 
 void TVN_loghead(task& t) noexcept {

@@ -45,18 +45,22 @@ TVNrescodee put_nlfunc(task& t, const nl_hook& hook) {
 
 TVNrescodee TVN_nlgetsp(task& t, int32_t item, int32_t* numgrdnz, int32_t* grdsub, int32_t* numhesnz, int32_t* hessubi,
                         int32_t* hessubj) {
-  if (t.nl.getsp(t.nl.handle, item, numgrdnz, grdsub, numhesnz, hessubi, hessubj) == 0) return TVN_RES_OK;
-  return report(t, label, __LINE__, TVN_RES_ERR_USER_NLO_FUNC);
+  const int32_t answer = call_user(
+      t.running.nonlinear, [&] { return t.nl.getsp(t.nl.handle, item, numgrdnz, grdsub, numhesnz, hessubi, hessubj); });
+  return answer == 0 ? TVN_RES_OK : report(t, label, __LINE__, TVN_RES_ERR_USER_NLO_FUNC);
 }
 
 TVNrescodee TVN_nlgetva(task& t, const double* xx, double yo, const double* yc, double* objval, double* conval,
                         double* grdval, double* hesval) {
-  if (t.nl.getva(t.nl.handle, xx, yo, yc, objval, conval, grdval, hesval) == 0) return TVN_RES_OK;
-  return report(t, label, __LINE__, TVN_RES_ERR_USER_NLO_FUNC);
+  const int32_t answer = call_user(t.running.nonlinear,
+                                   [&] { return t.nl.getva(t.nl.handle, xx, yo, yc, objval, conval, grdval, hesval); });
+  return answer == 0 ? TVN_RES_OK : report(t, label, __LINE__, TVN_RES_ERR_USER_NLO_FUNC);
 }
 
 TVNrescodee nl_evaluate(task& t, const double* xx, nl_values& v) {
   const int32_t numcon = t.prob.numcon;
+  if (t.running.nonlinear > 0)
+    return report(t, label, __LINE__, TVN_RES_ERR_INTERNAL, "a nonlinear function may not ask for its own values");
   v.begin.reset(*t.sys, int64_t{numcon} + 2, 0);
   for (int32_t item = -1; item < numcon; item++) {
     int32_t length = 0;

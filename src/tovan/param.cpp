@@ -132,15 +132,15 @@ void TVN_copyparam(const task& from, task& to) { copy_param_values(to.params, fr
 using namespace tvn;
 
 TVNrescodee TVN_putintparam(TVNtask_t task, int32_t param, int32_t value) {
-  return api(task, [&](tvn::task& t) { return put_number(t, integers(t), param, value); });
+  return api_change(task, [&](tvn::task& t) { return put_number(t, integers(t), param, value); });
 }
 
 TVNrescodee TVN_putdouparam(TVNtask_t task, int32_t param, double value) {
-  return api(task, [&](tvn::task& t) { return put_number(t, doubles(t), param, value); });
+  return api_change(task, [&](tvn::task& t) { return put_number(t, doubles(t), param, value); });
 }
 
 TVNrescodee TVN_putstrparam(TVNtask_t task, int32_t param, const char* value) {
-  return api(task, [&](tvn::task& t) { return put_string(t, param, value); });
+  return api_change(task, [&](tvn::task& t) { return put_string(t, param, value); });
 }
 
 TVNrescodee TVN_getintparam(TVNtask_t task, int32_t param, int32_t* value) {

@@ -260,7 +260,7 @@ TVNrescodee TVN_writeparamfile(TVNtask_t task, const char* filename) {
 }
 
 TVNrescodee TVN_readparamfile(TVNtask_t task) {
-  return api(task, [&](tvn::task& t) { return read_file(t); });
+  return api_change(task, [&](tvn::task& t) { return read_file(t); });
 }
 
 TVNrescodee TVN_printparam(TVNtask_t task) {

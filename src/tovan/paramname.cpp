@@ -163,7 +163,7 @@ TVNrescodee TVN_whichparam(TVNtask_t task, const char* name, int32_t* partype, i
 }
 
 TVNrescodee TVN_putparam(TVNtask_t task, const char* name, const char* value) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee bad = check_pointer(t, label, __LINE__, name, "name")) return bad;
     if (const TVNrescodee bad = check_pointer(t, label, __LINE__, value, "value")) return bad;
     char buffer[TVN_MAX_STR_LEN];
@@ -176,7 +176,7 @@ TVNrescodee TVN_putparam(TVNtask_t task, const char* name, const char* value) {
 }
 
 TVNrescodee TVN_putnaintparam(TVNtask_t task, const char* name, int32_t value) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     int32_t param = 0;
     if (const TVNrescodee bad = find_integer(t, name, param)) return bad;
     return TVN_putintparam(task, param, value);
@@ -184,7 +184,7 @@ TVNrescodee TVN_putnaintparam(TVNtask_t task, const char* name, int32_t value) {
 }
 
 TVNrescodee TVN_putnadouparam(TVNtask_t task, const char* name, double value) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     int32_t param = 0;
     if (const TVNrescodee bad = find_double(t, name, param)) return bad;
     TVN_putdouparam(task, param, value); // a rejected value has been reported and is not passed on
@@ -193,7 +193,7 @@ TVNrescodee TVN_putnadouparam(TVNtask_t task, const char* name, double value) {
 }
 
 TVNrescodee TVN_putnastrparam(TVNtask_t task, const char* name, const char* value) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     int32_t param = 0;
     if (const TVNrescodee bad = find_string(t, name, param)) return bad;
     return TVN_putstrparam(task, param, value);

@@ -47,14 +47,23 @@ int32_t count_warning(int32_t& count) noexcept {
   return std::atomic_ref<int32_t>(count).fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
-exception_limits limits_of(const int32_t* ipar) noexcept {
-  return {ipar[TVN_IPAR_LOG], ipar[TVN_IPAR_LOG_RESPONSE], ipar[TVN_IPAR_MAX_NUM_WARNINGS]};
+// Quiet: the code is told by the return value alone, since the function that would hear of it is the one that asks.
+exception_limits limits_of(const int32_t* ipar, bool quiet) noexcept {
+  return {ipar[TVN_IPAR_LOG], ipar[TVN_IPAR_LOG_RESPONSE], ipar[TVN_IPAR_MAX_NUM_WARNINGS], quiet};
+}
+
+// The response function of a task while it does not run itself.
+TVNrescodee respond(void* handle, TVNrescodee code, const char* message) noexcept {
+  task& t = TVN_taskcast(handle);
+  if (!t.responsefunc || t.running.response > 0) return TVN_RES_OK;
+  return call_user(t.running.response, [&] { return t.responsefunc(t.responsehandle, code, message); });
 }
 
 TVNrescodee report_va(task& t, const char* file, int line, const char* function, TVNrescodee code,
                       va_list args) noexcept {
-  t.lasterror = TVN_handleexceptionva(file, line, function, t.streams, t.responsefunc, t.responsehandle,
-                                      limits_of(t.params.ival.data()), t.warningcount.data(), code,
+  const bool quiet = t.streams.running > 0;
+  t.lasterror = TVN_handleexceptionva(file, line, function, t.streams, quiet ? nullptr : respond, &t,
+                                      limits_of(t.params.ival.data(), quiet), t.warningcount.data(), code,
                                       t.lasterrormsg.size(), &t.lasterrorlen, t.lasterrormsg.data(), args);
   if (t.lasterror == TVN_RES_OK) {
     t.lasterrorlen = 0;
@@ -66,7 +75,8 @@ TVNrescodee report_va(task& t, const char* file, int line, const char* function,
 TVNrescodee report_va(env& e, const char* file, int line, const char* function, TVNrescodee code,
                       va_list args) noexcept {
   return TVN_handleexceptionva(file, line, function, e.streams, e.responsefunc, e.responsehandle,
-                               limits_of(e.params.idef.data()), e.warningcount.data(), code, 0, nullptr, nullptr, args);
+                               limits_of(e.params.idef.data(), false), e.warningcount.data(), code, 0, nullptr, nullptr,
+                               args);
 }
 
 // What both fatal stops print.
@@ -129,12 +139,14 @@ TVNrescodee TVN_handleexceptionva(const char* file, int line, const char* functi
   if (keep) *lastlen = keep_message(message, capacity, lastmsg);
   const bool warning = code < 1000;
   const int32_t which = warning ? TVN_STREAM_WRN : TVN_STREAM_ERR;
-  const bool silent = warning && code >= 0 && count_warning(warningcount[code]) > limits.maxnumwarnings;
+  const bool beyond = warning && code >= 0 && count_warning(warningcount[code]) > limits.maxnumwarnings;
+  const bool silent = limits.quiet || beyond;
   if (!silent) {
     echo(streams, which, "%s%s\n", prefix, message);
     if (limits.log != 0 && limits.logresponse != 0) echo_location(streams, which, file, line, function);
   }
   const TVNrescodee answer = func ? func(handle, code, message) : TVN_RES_OK;
+  if (keep) *lastlen = keep_message(message, capacity, lastmsg); // the function may have reported something itself
   return warning ? answer : code;
 }
 
@@ -254,24 +266,21 @@ TVNrescodee TVN_exceptiontaskva(const char* file, int line, const char* function
 
 TVNrescodee TVN_exceptionenvva(const char* file, int line, const char* function, TVNenv_t env, TVNrescodee code,
                                va_list args) {
-  if (const TVNrescodee bad = check(env)) return bad;
-  return report_va(*env, file, line, function, code, args);
+  return api(env, [&](tvn::env& e) { return report_va(e, file, line, function, code, args); });
 }
 
 TVNrescodee TVN_exceptionenv(TVNenv_t env, TVNrescodee code, ...) {
-  if (const TVNrescodee bad = check(env)) return bad;
   va_list args;
   va_start(args, code);
-  const TVNrescodee result = report_va(*env, "src/tovan/report", __LINE__, "", code, args);
+  const TVNrescodee result = TVN_exceptionenvva("src/tovan/report", __LINE__, "", env, code, args);
   va_end(args);
   return result;
 }
 
 TVNrescodee TVN_exceptionenvdbg(const char* file, int line, const char* function, TVNenv_t env, TVNrescodee code, ...) {
-  if (const TVNrescodee bad = check(env)) return bad;
   va_list args;
   va_start(args, code);
-  const TVNrescodee result = report_va(*env, file, line, function, code, args);
+  const TVNrescodee result = TVN_exceptionenvva(file, line, function, env, code, args);
   va_end(args);
   return result;
 }

@@ -22,6 +22,7 @@ TVNrescodee report(env& e, const char* file, int line, TVNrescodee code, ...) no
 
 struct exception_limits {
   int32_t log = 0, logresponse = 0, maxnumwarnings = 0;
+  bool quiet = false; // nothing is printed
 };
 
 // The last message may be null: then neither its length nor its text is kept.

@@ -165,7 +165,7 @@ TVNrescodee TVN_getenv(TVNtask_t task, TVNenv_t* env) {
 }
 
 TVNrescodee TVN_setdefaults(TVNtask_t task) {
-  return api(task, [&](tvn::task& t) {
+  return api_change(task, [&](tvn::task& t) {
     set_param_defaults(t.params, t.env->params);
     return TVN_RES_OK;
   });

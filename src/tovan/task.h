@@ -21,6 +21,20 @@ struct nl_hook {
   TVN_nlgetspfunc getsp = nullptr;
   TVN_nlgetvafunc getva = nullptr;
 };
+
+// Functions of the user that run now, one inside the other; those of the streams are counted there.
+struct user_calls {
+  int32_t progress = 0;
+  int32_t nonlinear = 0;
+  int32_t response = 0;
+};
+
+template <class Function> auto call_user(int32_t& running, Function&& function) {
+  running++;
+  const auto answer = function();
+  running--;
+  return answer;
+}
 } // namespace tvn
 
 struct TVNtask {
@@ -45,10 +59,11 @@ struct TVNtask {
   void* callbackhandle = nullptr;
   TVN_callbackfunc syscallback = nullptr;
   void* syscallbackhandle = nullptr;
-  int32_t incallback = 0; // progress callbacks that run now, one inside the other
   TVN_responsefunc responsefunc = nullptr;
   void* responsehandle = nullptr;
   tvn::stream_block streams;
+  tvn::user_calls running;
+  int32_t infile = 0; // reads and writes of a problem under way
   int64_t numoptimize = 0;
   int32_t lasterror = 0;
   int64_t lasterrorlen = 0;
@@ -59,5 +74,10 @@ namespace tvn {
 using task = ::TVNtask;
 
 inline task& TVN_taskcast(void* handle) noexcept { return *static_cast<task*>(handle); }
+// A function of the user runs inside a call on the task.
+inline bool is_busy(const task& t) noexcept {
+  const user_calls& u = t.running;
+  return u.progress > 0 || u.nonlinear > 0 || u.response > 0 || t.streams.running > 0;
+}
 inline sysenv& TVN_getsysenv(task& t) noexcept { return *t.sys; }
 } // namespace tvn

@@ -82,6 +82,15 @@ TVNrescodee dispatch_read(task& t, int32_t format, sysfile& file, const char* na
   return TVN_readmps(t, isfree ? TVN_MPS_FORMAT_FREE : TVNP_getintparam(t, TVN_IPAR_READ_MPS_FORMAT), file, name);
 }
 
+// Counts a file that is read or written; on every path.
+struct file_scope {
+  int32_t& count;
+  explicit file_scope(task& t) noexcept : count(t.infile) { count++; }
+  ~file_scope() { count--; }
+  file_scope(const file_scope&) = delete;
+  file_scope& operator=(const file_scope&) = delete;
+};
+
 // Old data go, new data come, the callbacks learn of begin and end.
 TVNrescodee read_open_file(task& t, int32_t format, sysfile& file, const char* name) {
   delete_task_data(t);
@@ -100,6 +109,7 @@ TVNrescodee read_open_file(task& t, int32_t format, sysfile& file, const char* n
 }
 
 TVNrescodee read_data(task& t, const char* filename) {
+  const file_scope scope(t);
   text name(*t.sys);
   name.assign(filename && *filename ? std::string_view(filename) : TVNP_getstrparam(t, TVN_SPAR_DATA_FILE_NAME));
   const file_format f = read_format(TVNP_getintparam(t, TVN_IPAR_READ_DATA_FORMAT), name.view());
@@ -160,6 +170,9 @@ TVNrescodee check_objective_name(task& t) {
 }
 
 TVNrescodee write_data(task& t, const char* filename) {
+  if (t.infile > 0)
+    return report(t, label, __LINE__, TVN_RES_ERR_INTERNAL, "no file can be written from inside a read or a write");
+  const file_scope scope(t);
   text name(*t.sys);
   name.assign(filename && *filename ? std::string_view(filename) : TVNP_getstrparam(t, TVN_SPAR_DATA_FILE_NAME));
   if (name.empty()) return report(t, label, __LINE__, TVN_RES_ERR_FILE_OPEN, "");
@@ -201,7 +214,8 @@ TVNrescodee TVN_fopentask(task& t, const char* name, file_mode mode, bool compre
   if (!name) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_FILE_NAME, "");
   sys_code code = sys_code::ok;
   *out = TVN_sysenv_fopen(*t.sys, name, mode, compressed, code);
-  if (code == sys_code::ok && logs_files(t)) echo(t, TVN_STREAM_MSG, "Open file '%s'\n", name);
+  if (code == sys_code::ok && logs_files(t) && t.streams.running == 0)
+    echo(t, TVN_STREAM_MSG, "Open file '%s'\n", name);
   return report_file(t, label, __LINE__, code, name);
 }
 

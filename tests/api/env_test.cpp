@@ -55,6 +55,7 @@ TEST(Environment, LivingTasksKeepItUnlessGarbageIsCollected) {
   EXPECT_EQ(env, alias);
   EXPECT_EQ(TVN_enablegarcolenv(env), TVN_RES_OK);
   EXPECT_EQ(TVN_deleteenv(&env), TVN_RES_OK);
+  EXPECT_EQ(env, nullptr) << "the last task takes it along, and nobody knows when";
   EXPECT_EQ(TVN_deletetask(&one), TVN_RES_OK);
   EXPECT_EQ(TVN_append(two, TVN_ACC_VAR, 1), TVN_RES_OK); // still whole
   EXPECT_EQ(TVN_deletetask(&two), TVN_RES_OK);

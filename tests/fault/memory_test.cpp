@@ -322,7 +322,7 @@ TEST(ShortMemory, SolutionsThroughChangesAndRoads) {
 TEST(ShortMemory, ReadAndSolve) {
   const std::string file =
       (std::filesystem::temp_directory_path() / ("tvn_fault_" + std::to_string(getpid()) + ".mps")).string();
-  std::ofstream(file) << "NAME          SMALL\nROWS\n N  COST\n L  LIM1\n G  MYGE\nCOLUMNS\n"
+  std::ofstream(file) << "NAME          SMALL\nOBJSENSE\n    MAX\nROWS\n N  COST\n L  LIM1\n G  MYGE\nCOLUMNS\n"
                          "    X         COST               1.0   LIM1               1.0\n"
                          "    X         MYGE               1.0\n"
                          "    Y         COST               2.0   LIM1               1.0\n"
@@ -330,7 +330,17 @@ TEST(ShortMemory, ReadAndSolve) {
                          "RANGES\n    RNG       LIM1               2.5\n"
                          "BOUNDS\n UP BND       X                  4.0\nENDATA\n";
   const step read = [&](handles& h) { return TVN_readdata(h.task, file.c_str()); };
-  expect_survived({init, make, read, optimize, optimal, summary});
+  const step write = [&](handles& h) { return TVN_writedata(h.task, (file + ".out").c_str()); };
+  // Functions of the user run meanwhile: whatever fails, none of them counts as running afterwards.
+  const step link = [](handles& h) {
+    TVN_putresponsefunc(
+        h.task, [](void*, TVNrescodee, const char*) { return TVNrescodee{0}; }, nullptr);
+    TVN_putcallbackfunc(
+        h.task, [](TVNtask_t, void*, int32_t) { return int32_t{0}; }, nullptr);
+    return TVN_linkfunctotaskstream(h.task, TVN_STREAM_LOG, nullptr, [](void*, const char*) {});
+  };
+  expect_survived({init, make, link, read, write, optimize, optimal, summary});
+  std::filesystem::remove(file + ".out");
   // With guards around the blocks the manager's own records are requests as well.
   expect_survived({init, make, read, optimize}, "");
   std::filesystem::remove(file);
