@@ -73,6 +73,7 @@ void TVN_prslv_killvar(prslv_context& x, int32_t j, double value) {
   for_col(x, j, [&](int32_t i, double a) {
     add_term(x, i, a, lo, up, -1);
     const double shift = a * value;
+    x.p.cfix += x.p.cc[i] * shift; // the row's cost prices what is left of the row
     if (con_lower(x, i) > -prslv_inf) x.p.blc[i] -= shift;
     if (con_upper(x, i) < prslv_inf) x.p.buc[i] -= shift;
     if (x.p.bkc[i] == bk_fx) x.p.buc[i] = x.p.blc[i];

@@ -2,7 +2,8 @@
 //
 // A context views the problem's vectors and edits them in place; the matrix is copied, by rows and by columns. Rows and
 // columns are marked dead, never renumbered: a dead row has key free, a dead column key fixed, and neither contributes
-// to what is left (the value of a fixed column has been moved into the row bounds and the fixed term). Each reduction
+// to what is left (the value of a fixed column has been moved into the row bounds and, with its share of the row costs,
+// into the fixed term: the objective is the same at every depth). Each reduction
 // pushes a record from which its effect on a solution is undone, newest first.
 // Driver: make -> TVN_prslv_reduce -> solve the live problem -> TVN_prslv_postsolve(basis) -> TVN_prslv_unreduce.
 //

@@ -211,6 +211,7 @@ void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, do
     if (has_lower(x.p.bkc[k]) && std::fabs(x.p.blc[k]) < bound_infinity) x.p.blc[k] -= f * b;
     if (has_upper(x.p.bkc[k]) && std::fabs(x.p.buc[k]) < bound_infinity) x.p.buc[k] -= f * b;
     if (x.p.bkc[k] == bk_fx) x.p.buc[k] = x.p.blc[k];
+    x.p.cfix += x.p.cc[k] * (f * b);
   });
   // The same numbers once more along the columns.
   vec<int32_t>& rows = x.stk.ints; // free between records

@@ -13,7 +13,7 @@ struct outcome {
   int32_t presolved = 0, solsta = 0;
   lp_point point;
   tvn::prslv_stats stats;
-  double objective = 0;
+  double objective = 0; // of the reduced problem
   std::string trouble;
 };
 
@@ -40,12 +40,16 @@ outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true
       simplex.optimizer = tvn::kind_primal;
       tvn::TVN_simplex_optimize(*sys, r.lp, simplex, info, {}, r.sol);
       o.solsta = info.solsta;
+      o.objective = r.lp.cfix;
+      for (int32_t i = 0; i < r.lp.numcon; i++) o.objective += r.lp.cslack[i] * r.sol.xc[i];
+      for (int32_t j = 0; j < r.lp.numvar; j++) o.objective += r.lp.c[j] * r.sol.xx[j];
       tvn::TVN_simplex_spreadreduced(r, p.m, p.n, sol);
     } else {
       o.solsta = o.presolved == tvn::prs_prim_infeas ? tvn::sol_prim_infeas_cer : tvn::sol_dual_infeas_cer;
       tvn::TVN_prslv_getcertificate(*ctx, sol);
     }
     audit.solsta = o.solsta;
+    audit.objective = o.objective;
     audit.basis = basis;
     if (o.solsta != tvn::sol_unknown)
       (basis ? tvn::TVN_prslv_postsolvebasis : tvn::TVN_prslv_postsolve)(*ctx, o.stats, o.solsta, sol);

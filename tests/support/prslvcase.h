@@ -194,7 +194,8 @@ struct auditor {
   size_t at = 0;
   double tol = 1e-7;
   int32_t solsta = tvn::sol_optimal;
-  bool basis = true; // the walk keeps a basis
+  bool basis = true;      // the walk keeps a basis
+  double objective = NAN; // at the depth last judged: no reduction changes it
   std::string trouble;
 
   static void call(void* handle, const tvn::prslv_context& ctx, bool undo, int32_t rtype, const tvn::lp_solution* sol) {
@@ -278,6 +279,9 @@ struct auditor {
     if (!(v.primal <= tol)) note(d, "primal", v.primal);
     if (!(v.dual <= tol)) note(d, "dual", v.dual);
     if (!(v.comp <= tol)) note(d, "comp", v.comp);
+    if (std::fabs(v.objective - objective) > tol * (1 + std::fabs(objective)))
+      note(d, "objective", v.objective - objective);
+    objective = v.objective;
     if (basis && v.basics != p.m) note(d, "basics", v.basics - p.m);
   }
 
