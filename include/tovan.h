@@ -552,7 +552,7 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_PRESOLVE_LEVEL 109 /* default -1. No effect yet. */
 #define TVN_IPAR_PRESOLVE_LINDEP_USE 110 /* default 1, 0 to 1. Looks for linearly dependent equality rows. */
 #define TVN_IPAR_PRESOLVE_LINDEP_WORK_LIM 111 /* default 1, >= 0. The larger, the less work for dependent rows when
-    there are more than 1000; 0 leaves only the bound that the nonzeros give. */
+    there are more than 1000; 0 sets no limit. */
 #define TVN_IPAR_PRESOLVE_USE 112 /* default 2, 0 to 2. Off, on, or free: on unless there is a start basis or the
     iteration limit is at most 50. */
 #define TVN_IPAR_QO_SEPARABLE_REFORMULATION 113 /* default 0, 0 to 1. Quadratic problems go to the conic optimizer. */

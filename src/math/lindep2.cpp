@@ -3,10 +3,12 @@
 // A column with one active row proves that row independent of all others: in a combination that vanishes its weight is
 // 0. Peeling such rows is linear and leaves a small core or none. In the core a Markowitz factorisation that drops L
 // and U as it goes tells which rows find no pivot; with B the pivot columns and a unit column for each such row r,
-// B'y = e_r gives the only candidate of a combination with y_r = 1.
+// B'y = e_r gives the only candidate of a combination with y_r = 1. Such a solve is sparse: many small blocks, as
+// transport problems have, cost the entries of each block and not the number of rows.
 #include "math/lindep2.h"
 
 #include "lu/lu.h"
+#include "misc/spvec.h"
 
 #include <cmath>
 
@@ -25,8 +27,11 @@ struct core {
   int32_t numrows() const { return static_cast<int32_t>(rows.size()); }
 };
 
+bool stopped(const lindep2_progress& p) { return p.fn && p.fn(p.handle) != 0; }
+
 // Peels rows of column singletons; the rows left are the core.
-void peel(sysenv& sys, core& c) {
+void peel(sysenv& sys, core& c, const lindep2_progress& progress) {
+  constexpr int64_t pollevery = 100000; // entries
   const lindep2_system& a = c.a;
   buffer<char> active(sys, a.m, 1);
   buffer<int32_t> count(sys, a.n);
@@ -35,7 +40,10 @@ void peel(sysenv& sys, core& c) {
     count[j] = static_cast<int32_t>(a.colbeg[j + 1] - a.colbeg[j]);
     if (count[j] == 1) stack.push_back(j);
   }
+  int64_t work = 0;
   while (!stack.empty()) {
+    if (work > pollevery && stopped(progress)) return;
+    if (work > pollevery) work = 0;
     const int32_t j = stack.back();
     stack.pop_back();
     if (count[j] != 1) continue;
@@ -43,6 +51,7 @@ void peel(sysenv& sys, core& c) {
     while (!active[a.colsub[p]]) p++;
     const int32_t i = a.colsub[p];
     active[i] = 0;
+    work += a.rowbeg[i + 1] - a.rowbeg[i] + 1;
     for (int64_t q = a.rowbeg[i]; q < a.rowbeg[i + 1]; q++)
       if (--count[a.rowsub[q]] == 1) stack.push_back(a.rowsub[q]);
   }
@@ -179,29 +188,37 @@ struct verifier {
   }
 };
 
+// One solve per candidate, along its nonzeros; stats.work counts everything so far.
 lindep2_code prove_rows(sysenv& sys, const lindep2_param& param, core& c, const lindep2_found& found,
-                        const lindep2_progress& progress) {
+                        const lindep2_progress& progress, lindep2_stats& stats) {
   const int32_t m = c.numrows();
   factor_owner owner(sys, m, m, param, progress);
   lu& f = owner.f;
   TVN_lu_putgeta(f, &c, basis_column);
   if (const lindep2_code code = factor(sys, f, m, core_nonzeros(c)); code != lindep2_code::ok) return code;
   if (TVN_lu_getrank(f) < m) return lindep2_code::gave_up;
-  buffer<double> unit(sys, m), y(sys, m), weight(sys, m);
+  const double before = stats.work + TVN_lu_getfactorwork(f);
+  double entries = 0;
+  spvec unit(sys, m), y(sys, m);
+  buffer<double> weight(sys, m);
   buffer<int32_t> sub(sys, m);
   verifier check(sys, c.a.n);
   for (int32_t k = 0; k < m; k++) {
     if (c.basis[k] >= 0) continue;
-    if (progress.fn && progress.fn(progress.handle) != 0) return lindep2_code::stopped;
-    std::fill(unit.begin(), unit.end(), 0.0);
-    unit[k] = 1.0;
-    TVN_lu_btran(f, unit, y);
+    stats.work = before + TVN_lu_getupdatework(f) + entries;
+    if (param.maxwork >= 0 && stats.work > static_cast<double>(param.maxwork)) return lindep2_code::work_limit;
+    if (stopped(progress)) return lindep2_code::stopped;
+    unit.push(k, 1.0);
+    TVN_lu_btrans(f, unit, y, 0.0, 0.0);
     int32_t num = 0;
-    for (int32_t i = 0; i < m; i++) {
-      if (std::fabs(y[i]) <= 1e-11) continue;
+    for (int32_t q = 0; q < y.count; q++) {
+      const int32_t i = y.idx[q];
+      if (std::fabs(y.val[i]) <= 1e-11) continue;
       sub[num] = c.rows[i];
-      weight[num++] = y[i];
+      weight[num++] = y.val[i];
+      entries += static_cast<double>(c.a.rowbeg[sub[num - 1] + 1] - c.a.rowbeg[sub[num - 1]]);
     }
+    y.clear();
     if (!check.vanishes(c.a, num, sub.data(), weight.data(), param.tolzero)) continue;
     if (!found.fn(found.handle, c.rows[k], num, sub.data(), weight.data())) return lindep2_code::ok;
   }
@@ -214,12 +231,13 @@ lindep2_code TVN_lindep2_check(sysenv& sys, const lindep2_param& param, const li
                                const lindep2_found& found, const lindep2_progress& progress, lindep2_stats& stats) {
   TVN_ASSERT(&sys, label, found.fn);
   core c{a, buffer<int32_t>(sys, a.m), vec<int32_t>(sys), vec<int32_t>(sys), {}};
-  peel(sys, c);
+  peel(sys, c, progress);
+  if (stopped(progress)) return lindep2_code::stopped;
   stats.numcore = c.numrows();
   if (c.numrows() == 0) return lindep2_code::ok;
   const lindep2_code code = find_pivots(sys, param, c, progress, stats);
   if (code != lindep2_code::ok || stats.numcandidates == 0) return code;
-  return prove_rows(sys, param, c, found, progress);
+  return prove_rows(sys, param, c, found, progress, stats);
 }
 
 } // namespace tvn

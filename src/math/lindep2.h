@@ -9,7 +9,7 @@ struct lindep2_param {
   double tolapiv = 1e-6;  // smallest pivot
   double tolrelpiv = 0.1; // of the threshold pivoting
   double tolzero = 1e-9;  // of a combination's entries beside its terms
-  int64_t maxwork = -1;   // work units of the factorisation, negative: none
+  int64_t maxwork = -1;   // units of work: factorisations, solves, entries of combinations; negative: none
 };
 
 struct lindep2_stats {

@@ -72,8 +72,13 @@ void TVN_spmat_sortvecs2(spmat& a) noexcept; // the same vector by vector withou
 // Equal vectors: misc/spmatdup.cpp. first[j] becomes the lowest vector that j is a copy of, j itself if there is none.
 void TVN_spmat_dupvecsparsity(const spmat& a, int32_t* first); // same pattern
 // Same values up to a factor: a_j = scale[j] * a_first[j]; entries may differ by the relative tolerance tol. Vectors
-// that differ by rounding alone are found but for rare cases on the edge of a bucket; what is found is true.
-void TVN_spmat_dupvec(const spmat& a, double tol, int32_t* first, double* scale);
+// that differ by rounding alone are found but for rare cases on the edge of a bucket; what is found is true. The poll
+// is told of entries visited; when it answers true the search ends and first and scale are of no use.
+struct spmat_poll {
+  void* handle = nullptr;
+  bool (*fn)(void* handle, int64_t work) = nullptr;
+};
+void TVN_spmat_dupvec(const spmat& a, double tol, int32_t* first, double* scale, const spmat_poll& poll = {});
 
 // Sum in two steps: misc/spmatadd.cpp. symmatadd makes c with the pattern of a + b; nummatadd writes the values of
 // alpha * a + beta * b into a c with that pattern.

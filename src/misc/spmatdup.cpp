@@ -71,12 +71,13 @@ bool matches(const spmat& a, int32_t c, double refc, const scattered& s, int32_t
 }
 
 // ref(j): the scale of vector j, or 0.
-template <class F> void find_copies(const spmat& a, double tol, F ref, int32_t* first) {
+template <class F> void find_copies(const spmat& a, double tol, F ref, int32_t* first, const spmat_poll& poll) {
   const int64_t numbuckets = static_cast<int64_t>(std::bit_ceil(2 * static_cast<uint64_t>(a.nvec) + 1));
   buffer<int32_t> head(*a.sys, numbuckets, -1), next(*a.sys, a.nvec);
   buffer<uint64_t> hash(*a.sys, a.nvec);
   scattered s(*a.sys, a.vlen);
   for (int32_t j = 0; j < a.nvec; j++) {
+    if (poll.fn && poll.fn(poll.handle, 3 * TVN_spmat_getnzi(a, j))) return;
     hash[j] = hash_of(a, j, ref(j));
     int32_t& bucket = head[static_cast<int64_t>(hash[j] & static_cast<uint64_t>(numbuckets - 1))];
     int32_t c = bucket;
@@ -92,14 +93,14 @@ template <class F> void find_copies(const spmat& a, double tol, F ref, int32_t* 
 } // namespace
 
 void TVN_spmat_dupvecsparsity(const spmat& a, int32_t* first) {
-  find_copies(
-      a, 0.0, [](int32_t) { return 0.0; }, first);
+  find_copies(a, 0.0, [](int32_t) { return 0.0; }, first, {});
 }
 
-void TVN_spmat_dupvec(const spmat& a, double tol, int32_t* first, double* scale) {
+void TVN_spmat_dupvec(const spmat& a, double tol, int32_t* first, double* scale, const spmat_poll& poll) {
   for (int32_t j = 0; j < a.nvec; j++) scale[j] = reference(a, j);
   find_copies(
-      a, tol, [=](int32_t j) { return scale[j]; }, first);
+      a, tol, [=](int32_t j) { return scale[j]; }, first, poll);
+  if (poll.fn && poll.fn(poll.handle, 0)) return;
   // From the last vector on: the scale of first[j] <= j is still its own value when j needs it.
   for (int32_t j = a.nvec - 1; j >= 0; j--) scale[j] /= scale[first[j]];
 }

@@ -9,10 +9,13 @@ namespace {
 
 // Takes columns of one row into row i.
 void take_slacks(prslv_context& x, int32_t i) {
+  double biggest = -1;
   for (int64_t p = x.row.beg[i], e = p + x.row.len[i]; p < e && x.connz[i] > 1; p++) {
     const int32_t j = x.row.sub[p];
     if (!x.varlive[j] || x.varnz[j] != 1 || !x.varlin[j] || (x.p.varint && x.p.varint[j])) continue;
-    TVN_prslv_linvarsininlineq(x, i, j, x.row.val[p]);
+    if (biggest < 0) for_row(x, i, [&](int32_t, double v) { biggest = std::max(biggest, std::fabs(v)); });
+    TVN_prslv_linvarsininlineq(x, i, j, x.row.val[p], biggest);
+    if (TVN_prslv_stopped(x, 1)) return;
   }
 }
 
@@ -54,6 +57,7 @@ void check_activity(prslv_context& x, int32_t i) {
 // One look at row i.
 void check_row(prslv_context& x, int32_t i) {
   take_slacks(x, i);
+  if (TVN_prslv_stopped(x, x.row.len[i])) return;
   if (x.p.bkc[i] == bk_fr) return TVN_prslv_conrelax(x, i);
   if (x.connz[i] == 0) return TVN_prslv_conempty(x, i);
   if (x.connz[i] == 1) {

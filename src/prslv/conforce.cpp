@@ -39,6 +39,7 @@ bool TVN_prslv_conforce(prslv_context& x, int32_t i, bool lower) {
     const int32_t j = x.subwork[k];
     const bool up = (x.valwork[j] > 0) == lower;
     TVN_prslv_varfix(x, j, up ? var_upper(x, j) : var_lower(x, j), rt_blkfix);
+    if (TVN_prslv_stopped(x, x.col.len[j])) break;
   }
   return true;
 }

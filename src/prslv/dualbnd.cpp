@@ -181,7 +181,8 @@ void try_varforce(prslv_context& x, int32_t j) {
     TVN_prslv_endpushstk(x, rt_varforce);
     TVN_prslv_killvar(x, j, 0.0);
     for (int32_t k = 0; k < n; k++) x.p.bkc[x.subwork[k]] = bk_fr;
-    for (int32_t k = 0; k < n; k++) TVN_prslv_conrelax(x, x.subwork[k]);
+    for (int32_t k = 0; k < n && !TVN_prslv_stopped(x, x.row.len[x.subwork[k]]); k++)
+      TVN_prslv_conrelax(x, x.subwork[k]);
     return;
   }
 }
@@ -253,8 +254,10 @@ prslv_code TVN_prslv_dualbounds(prslv_context& x) {
   }
   for (int32_t i = 0; i < x.p.numcon; i++)
     if (x.conlive[i] && x.conlin[i]) try_tight_row(x, i);
-  for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++)
+  for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++) {
+    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
     if (x.varlive[j] && x.varlin[j] && x.varnz[j] > 0) try_varforce(x, j);
+  }
   for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided && !x.param.keepdual; j++) {
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
     if (x.varlive[j] && x.varlin[j]) try_onelock(x, j);

@@ -44,6 +44,7 @@ prslv_code TVN_prslv_checkdupcon(prslv_context& x) {
   const prslv_clock clock(x, task_dupcon);
   prslv_multiples found;
   TVN_prslv_findmultiples(x, true, found);
+  if (x.stop) return prslv_code::stopped;
   for (int32_t k = 0; k < x.p.numcon && x.status == prs_undecided; k++) {
     const int32_t r = found.first[k];
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;

@@ -76,6 +76,7 @@ prslv_code TVN_prslv_checkdupvar(prslv_context& x) {
   const prslv_clock clock(x, task_dupvar);
   prslv_multiples found;
   TVN_prslv_findmultiples(x, false, found);
+  if (x.stop) return prslv_code::stopped;
   for (int32_t k = 0; k < x.p.numvar && x.status == prs_undecided; k++) {
     const int32_t j = found.first[k];
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;

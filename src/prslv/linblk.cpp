@@ -11,8 +11,7 @@ namespace tvn {
 
 namespace {
 
-constexpr double workperentry = 300; // factor work that one entry of the system may cost
-constexpr double maxwork = 5e7;      // about a second
+constexpr int64_t smallblock = 1000; // rows up to which no limit holds
 
 struct equalities {
   vec<int32_t> rows; // indices in the problem
@@ -40,6 +39,7 @@ void gather(prslv_context& x, equalities& e) {
     if (!x.conlive[i] || !x.conlin[i] || con_lower(x, i) != con_upper(x, i)) continue;
     e.rows.push_back(i);
     nz += x.connz[i];
+    if (TVN_prslv_stopped(x, 3 * x.connz[i])) return;
   }
   const int64_t m = e.rows.size();
   e.rowbeg.reset(sys, m + 1);
@@ -103,10 +103,9 @@ bool take_row(void* handle, int32_t row, int32_t num, const int32_t* sub, const 
 int32_t poll(void* handle) { return TVN_prslv_stopped(*static_cast<prslv_context*>(handle), 100000) ? 1 : 0; }
 
 int64_t work_limit(const prslv_context& x, const equalities& e) {
+  if (x.param.lindepworklim <= 0 || e.rows.size() <= smallblock) return -1;
   const double nz = static_cast<double>(std::max<int64_t>(e.rowsub.size(), 1)), m = static_cast<double>(e.rows.size());
-  double limit = std::min(workperentry * nz + 1e6, maxwork);
-  if (x.param.lindepworklim > 0 && m > 1000)
-    limit = std::min(limit, (nz + x.p.numvar * std::sqrt(std::sqrt(m))) * std::sqrt(m) * 100 / x.param.lindepworklim);
+  const double limit = (nz + x.p.numvar * std::sqrt(std::sqrt(m))) * std::sqrt(m) * 100 / x.param.lindepworklim;
   return static_cast<int64_t>(std::min(limit, 9e18));
 }
 
@@ -117,6 +116,7 @@ prslv_code TVN_prslv_chklinblkcon(prslv_context& x) {
   x.stats->numlindeptries++;
   equalities e;
   gather(x, e);
+  if (x.stop) return prslv_code::stopped;
   if (e.rows.size() < 2) return prslv_code::ok;
   TVN_prslv_print(x, "Checking for linearly dependent constraints\n");
   lindep2_param param;

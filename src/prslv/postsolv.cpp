@@ -83,8 +83,11 @@ void postsetup(prslv_post& w, int32_t solsta) {
   }
 }
 
-void walk_back(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol, prslv_walk walk) {
+prslv_code walk_back(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol, prslv_walk walk,
+                     const prslv_progress& progress) {
   x.stats = &stats;
+  x.progress = progress;
+  x.stop = false;
   const prslv_clock clock(x, task_post);
   prslv_post w{x, sol, walk, 1, 1};
   postsetup(w, solsta);
@@ -92,18 +95,22 @@ void walk_back(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution
   for (int32_t rtype = TVN_prslv_popstk(x); rtype != 0; rtype = TVN_prslv_popstk(x)) {
     undo(w, rtype);
     if (x.audit.fn) x.audit.fn(x.audit.handle, x, true, rtype, &sol);
+    if (TVN_prslv_stopped(x, x.stk.ints.size() + x.stk.reals.size())) return prslv_code::stopped;
   }
   stats.numpostsolves++;
+  return prslv_code::ok;
 }
 
 } // namespace
 
-void TVN_prslv_postsolve(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol) {
-  walk_back(x, stats, solsta, sol, prslv_walk::interior);
+prslv_code TVN_prslv_postsolve(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol,
+                               const prslv_progress& progress) {
+  return walk_back(x, stats, solsta, sol, prslv_walk::interior, progress);
 }
 
-void TVN_prslv_postsolvebasis(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol) {
-  walk_back(x, stats, solsta, sol, prslv_walk::basis);
+prslv_code TVN_prslv_postsolvebasis(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol,
+                                    const prslv_progress& progress) {
+  return walk_back(x, stats, solsta, sol, prslv_walk::basis, progress);
 }
 
 void TVN_prslv_getcertificate(const prslv_context& x, lp_solution& sol) {

@@ -83,7 +83,7 @@ bool pivot_is_stable(prslv_context& x, const candidate& e, int32_t j) {
 bool has_room(prslv_context& x, int32_t i, int32_t j) {
   if (TVN_prslv_pivotroom(x, i, j)) return true;
   TVN_prslv_cleana(x);
-  return TVN_prslv_pivotroom(x, i, j);
+  return !x.stop && TVN_prslv_pivotroom(x, i, j);
 }
 
 void queue(prslv_context& x, pq& q, int32_t j) {
@@ -137,6 +137,7 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
     const int64_t fill = net_fill(x, e.i, j);
     if (fill > fillslack || !TVN_prslv_impliedfreevar(x, j) || !pivot_is_stable(x, e, j)) continue;
     if (!has_room(x, e.i, j)) {
+      if (x.stop) return prslv_code::stopped;
       x.stats->numelimspace++;
       return prslv_code::nospace;
     }

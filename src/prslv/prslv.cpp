@@ -34,7 +34,6 @@ prslv_context* TVN_prslv_make(sysenv& sys, const prslv_problem& problem) {
     x->certrows.attach(sys);
     x->certvals.attach(sys);
     TVN_bsto_make(sys, std::max<int64_t>(4096, 10 * std::max<int64_t>(m, n)), x->stk.store);
-    TVN_prslv_makematrix(*x);
   } catch (const out_of_memory&) {
     TVN_prslv_delete(x);
     throw;

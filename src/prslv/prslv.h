@@ -146,14 +146,15 @@ struct prslv_sink {
 
 void TVN_prslv_initparam(prslv_param& param);
 
-// Copies the matrix and takes views of the vectors, which must outlive the context. Throws out_of_memory, as all
-// functions here may.
+// Takes views of the vectors and of the matrix, which must outlive the context; TVN_prslv_reduce copies the matrix.
+// Throws out_of_memory, as all functions here may.
 prslv_context* TVN_prslv_make(sysenv& sys, const prslv_problem& problem);
 void TVN_prslv_delete(prslv_context* ctx) noexcept;
 void TVN_prslv_putaudit(prslv_context& ctx, const prslv_audit& audit);
 void TVN_prslv_putsink(prslv_context& ctx, const prslv_sink& sink);
 
-// Reduces. On an infeasibility the certificate of the live problem is kept for TVN_prslv_getcertificate.
+// Reduces. On an infeasibility the certificate of the live problem is kept for TVN_prslv_getcertificate. After a stop
+// only TVN_prslv_unreduce and TVN_prslv_delete make sense.
 prslv_code TVN_prslv_reduce(prslv_context& ctx, const prslv_param& param, prslv_stats& stats,
                             const prslv_progress& progress);
 const prslv_problem& TVN_prslv_getproblem(const prslv_context& ctx); // cfix lives here
@@ -173,9 +174,11 @@ void TVN_prslv_keeprecords(prslv_context& ctx) noexcept;
 enum class prslv_walk { interior, basis, prim_certificate, dual_certificate };
 
 // Carries a solution of the live problem back to the original one; live items of sol must be set. May run repeatedly.
-// postsolvebasis keeps the number of basic items right: one more for each row restored.
-void TVN_prslv_postsolve(prslv_context& ctx, prslv_stats& stats, int32_t solsta, lp_solution& sol);
-void TVN_prslv_postsolvebasis(prslv_context& ctx, prslv_stats& stats, int32_t solsta, lp_solution& sol);
+// postsolvebasis keeps the number of basic items right: one more for each row restored. After a stop sol is of no use.
+prslv_code TVN_prslv_postsolve(prslv_context& ctx, prslv_stats& stats, int32_t solsta, lp_solution& sol,
+                               const prslv_progress& progress = {});
+prslv_code TVN_prslv_postsolvebasis(prslv_context& ctx, prslv_stats& stats, int32_t solsta, lp_solution& sol,
+                                    const prslv_progress& progress = {});
 // Restores the vectors of the problem bit for bit. The context is of no use afterwards.
 void TVN_prslv_unreduce(prslv_context& ctx);
 

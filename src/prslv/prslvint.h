@@ -139,6 +139,7 @@ int32_t TVN_prslv_poplist(prslv_list& l); // -1: empty
 
 // --- matrix
 
+// A stop leaves the matrix unfinished in these three: who calls them looks at x.stop before anything else.
 void TVN_prslv_makematrix(prslv_context& x);
 void TVN_prslv_cleana(prslv_context& x); // drops dead entries, closes gaps, renews the room for fill
 // Room for `need` more entries in line k; false when there is none.
@@ -250,7 +251,7 @@ void TVN_prslv_varfix(prslv_context& x, int32_t j, double value, int32_t rtype);
 void TVN_prslv_emptyvariables(prslv_context& x);
 void prslv_undovarfix(prslv_post& w, int32_t rtype);
 // varslack: a column of one row is taken into the row.
-bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a);
+bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a, double biggest);
 void prslv_undovarslack(prslv_post& w);
 // doubleton: an equality of two columns.
 bool prslv_doubletoncon(prslv_context& x, int32_t i);

@@ -43,6 +43,7 @@ void transpose_into_rows(prslv_context& x) {
       x.row.sub[p] = j;
       x.row.val[p] = a;
     });
+    if (TVN_prslv_stopped(x, x.varnz[j])) return;
   }
 }
 
@@ -79,6 +80,7 @@ void TVN_prslv_makematrix(prslv_context& x) {
       x.connz[p.sub[q]]++;
     }
     x.col.len[j] = x.col.cap[j] = x.varnz[j] = static_cast<int32_t>(at - x.col.beg[j]);
+    if (TVN_prslv_stopped(x, x.varnz[j])) return;
   }
   x.col.free = at;
   transpose_into_rows(x);
@@ -101,6 +103,7 @@ void TVN_prslv_cleana(prslv_context& x) {
     fresh.len[j] = fresh.cap[j] = static_cast<int32_t>(at - fresh.beg[j]);
     if (fresh.len[j] != x.varnz[j])
       TVN_sysenv_stopdbg(x.sys, label, __LINE__, "Variable. varnz[%d]: %d != %d", j, x.varnz[j], fresh.len[j]);
+    if (TVN_prslv_stopped(x, x.varnz[j])) return;
   }
   fresh.free = at;
   std::swap(x.col.beg, fresh.beg);
@@ -110,7 +113,6 @@ void TVN_prslv_cleana(prslv_context& x) {
   std::swap(x.col.val, fresh.val);
   x.col.free = fresh.free;
   transpose_into_rows(x);
-  TVN_prslv_stopped(x, nz);
 }
 
 bool TVN_prslv_growline(prslv_lines& l, int32_t k, int32_t need) {
@@ -239,6 +241,7 @@ void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, do
 void TVN_prslv_findmultiples(prslv_context& x, bool byrow, prslv_multiples& found) {
   constexpr double toldup = 1e-13; // relative, of the entries
   TVN_prslv_cleana(x);
+  if (x.stop) return;
   prslv_lines& l = byrow ? x.row : x.col;
   const buffer<char>& live = byrow ? x.conlive : x.varlive;
   const int32_t num = byrow ? x.p.numcon : x.p.numvar, length = byrow ? x.p.numvar : x.p.numcon;
@@ -248,7 +251,9 @@ void TVN_prslv_findmultiples(prslv_context& x, bool byrow, prslv_multiples& foun
   TVN_spmat_emake(*x.sys, num, length, l.free, l.beg.data(), end.data(), l.sub.data(), l.val.data(), a);
   found.first.reset(*x.sys, num);
   found.scale.reset(*x.sys, num);
-  TVN_spmat_dupvec(a, toldup, found.first.data(), found.scale.data());
+  const spmat_poll poll{
+      &x, [](void* handle, int64_t work) { return TVN_prslv_stopped(*static_cast<prslv_context*>(handle), work); }};
+  TVN_spmat_dupvec(a, toldup, found.first.data(), found.scale.data(), poll);
 }
 
 } // namespace tvn

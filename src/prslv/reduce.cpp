@@ -149,7 +149,7 @@ prslv_code eliminate(prslv_context& x, due& d) {
     const int64_t before = num();
     TVN_prslv_cleana(x);
     TVN_prslv_allactivities(x);
-    if (!TVN_prslv_tryeliminator(x)) break;
+    if (x.stop || !TVN_prslv_tryeliminator(x)) break;
     code = TVN_prslv_eliminator2(x);
     gained = num() - before;
   }
@@ -191,8 +191,7 @@ prslv_code passes(prslv_context& x) {
 
 void finalize(prslv_context& x, prslv_stats& stats) {
   const prslv_clock clock(x, task_finalize);
-  if (x.status == prs_undecided) TVN_prslv_emptyvariables(x);
-  TVN_prslv_cleana(x);
+  if (x.status == prs_undecided && x.param.use != 0) TVN_prslv_emptyvariables(x);
   count_problem(x, stats.conafter, stats.varafter, stats.nzafter);
   bool live = false;
   for (int32_t i = 0; i < x.p.numcon; i++) live = live || x.conlive[i];
@@ -214,11 +213,12 @@ prslv_code TVN_prslv_reduce(prslv_context& x, const prslv_param& param, prslv_st
   TVN_prslv_storeconbnd(x);
   TVN_prslv_storeccandcx(x);
   TVN_prslv_freestaging(x); // no other record is as long as these two
+  if (progress.fn && progress.fn(progress.handle, 31) != 0) x.stop = true;
+  TVN_prslv_makematrix(x);
   count_problem(x, stats.conbefore, stats.varbefore, stats.nzbefore);
   prslv_code code = prslv_code::ok;
-  if (progress.fn && progress.fn(progress.handle, 31) != 0) x.stop = true;
   if (param.use != 0) code = x.stop ? prslv_code::stopped : passes(x);
-  finalize(x, stats);
+  if (!x.stop) finalize(x, stats);
   stats.totalseconds = TVN_sysenv_gettime() - start;
   TVN_prslv_printsummary(x);
   if (progress.fn && progress.fn(progress.handle, 39) != 0) x.stop = true;

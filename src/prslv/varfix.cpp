@@ -52,6 +52,7 @@ void prslv_undovarfix(prslv_post& w, int32_t rtype) {
 // A column of no rows goes where its cost pulls it; to the bound nearest 0 when it has none.
 void TVN_prslv_emptyvariables(prslv_context& x) {
   for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++) {
+    if (TVN_prslv_stopped(x, 1)) return;
     if (!x.varlive[j] || x.varnz[j] != 0 || !x.varlin[j]) continue;
     const double c = x.p.c[j], lo = var_lower(x, j), up = var_upper(x, j);
     const bool haslo = lo > -prslv_inf, hasup = up < prslv_inf;

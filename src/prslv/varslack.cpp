@@ -10,15 +10,13 @@
 namespace tvn {
 
 // Record: row, column, keys of both; a, cost of row, bounds of row, bounds of column, whether it was an equality.
-// True when the column went.
-bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a) {
+// True when the column went. biggest: of the row's coefficients, found once for all its slacks.
+bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a, double biggest) {
   const double bl = con_lower(x, i), bu = con_upper(x, i), l = var_lower(x, j), u = var_upper(x, j), c = x.p.c[j],
                cc = x.p.cc[i];
   const bool equality = bl == bu;
   if (!equality && std::fabs(c + a * cc) > 1e-15 * std::fabs(c)) return false;
   // A tiny coefficient turns a bound of the column into noise of the row and the other way about.
-  double biggest = 0;
-  for_row(x, i, [&](int32_t, double v) { biggest = std::max(biggest, std::fabs(v)); });
   if (std::fabs(a) < 1e-3 * biggest) return false;
   const double alow = a > 0 ? a * l : a * u, aupp = a > 0 ? a * u : a * l;
   TVN_prslv_beginpushstk(x, rt_varslack);

@@ -79,7 +79,7 @@ struct presolve_run {
 
   simplex_code reduce();
   void solve_reduced();
-  void back();
+  bool back();
 };
 
 int32_t poll_watch(void* handle, int32_t) { return static_cast<simplex_watch*>(handle)->stopped() ? 1 : 0; }
@@ -117,11 +117,31 @@ void presolve_run::solve_reduced() {
   TVN_simplex_spreadreduced(r, lp.numcon, lp.numvar, sol);
 }
 
-void presolve_run::back() {
+// A stop during the walk back leaves time to finish it, for otherwise what the run has reached would be lost.
+struct walk_watch {
+  simplex_watch watch;
+  double since = -1; // when the stop was seen
+};
+
+int32_t poll_walk(void* handle, int32_t) {
+  constexpr double grace = 0.08; // seconds
+  auto& w = *static_cast<walk_watch*>(handle);
+  if (!w.watch.stopped()) return 0;
+  const double now = TVN_sysenv_gettime();
+  if (w.since < 0) w.since = now;
+  return now - w.since > grace ? 1 : 0;
+}
+
+// False when the walk was stopped.
+bool presolve_run::back() {
   const int32_t claim = info.solsta;
-  TVN_prslv_postsolvebasis(*ctx, info.prslv, claim == sol_prim_feas || claim == sol_dual_feas ? sol_unknown : claim,
-                           sol);
+  walk_watch w{{param, info, progress}};
+  const prslv_code code = TVN_prslv_postsolvebasis(
+      *ctx, info.prslv, claim == sol_prim_feas || claim == sol_dual_feas ? sol_unknown : claim, sol, {&w, poll_walk});
+  if (code == prslv_code::stopped && info.response == simplex_code::ok) info.response = w.watch.stop;
+  if (code != prslv_code::ok) return false;
   refresh(sys, lp, claim, sol);
+  return true;
 }
 
 } // namespace
@@ -162,7 +182,12 @@ bool solve_with_presolve(sysenv& sys, const lp_view& lp, const simplex_param& pa
     run.solve_reduced();
     if (info.solsta == sol_unknown && info.response == simplex_code::ok) return false;
   }
-  run.back();
+  if (!run.back()) {
+    TVN_simplex_clearsolution(lp, sol);
+    info.solsta = sol_unknown;
+    info.prosta = pro_unknown;
+    return true;
+  }
   const int32_t claim = info.solsta;
   if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) {
     if (kept && param.savelu && info.solsta == sol_optimal)

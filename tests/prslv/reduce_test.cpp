@@ -4,6 +4,7 @@
 #include "support/rational.h"
 
 #include <cstdlib>
+#include <ctime>
 
 using namespace tvntest;
 
@@ -52,7 +53,7 @@ outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true
     audit.objective = o.objective;
     audit.basis = basis;
     if (o.solsta != tvn::sol_unknown)
-      (basis ? tvn::TVN_prslv_postsolvebasis : tvn::TVN_prslv_postsolve)(*ctx, o.stats, o.solsta, sol);
+      (basis ? tvn::TVN_prslv_postsolvebasis : tvn::TVN_prslv_postsolve)(*ctx, o.stats, o.solsta, sol, {});
     o.trouble = audit.trouble;
     tvn::TVN_prslv_unreduce(*ctx);
     const auto same = [](const auto* a, const auto* b, int32_t num) { return std::equal(a, a + num, b); };
@@ -354,4 +355,99 @@ TEST(Presolve, StopsWhenAskedAndGivesTheProblemBack) {
     tvn::TVN_prslv_delete(ctx);
   }
   EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok);
+}
+
+// --- long problems
+
+namespace {
+
+double cpu_seconds() {
+  timespec t{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+  return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
+}
+
+// The longest time that presolve and the walk back work without asking.
+struct ask_meter {
+  double last = cpu_seconds(), worst = 0;
+  static int32_t ask(void* handle, int32_t) {
+    auto& self = *static_cast<ask_meter*>(handle);
+    const double now = cpu_seconds();
+    self.worst = std::max(self.worst, now - self.last);
+    self.last = now;
+    return 0;
+  }
+};
+
+lp_case equal_row_of_slacks(int n) {
+  case_maker k(1);
+  const int i = k.add_row(n, n);
+  for (int j = 0; j < n; j++) k.rows[size_t(i)][k.add_col(0, 2, 0)] = 1 + 0.25 * (j % 3);
+  return k.finish();
+}
+
+lp_case chain_of_links(int n) {
+  case_maker k(1);
+  for (int j = 0; j <= n; j++) k.add_col(0, 1e30, 1);
+  for (int j = 0; j < n; j++) k.rows[size_t(k.add_row(1, 1))] = {{j, 1.0}, {j + 1, j % 2 ? 1.0 : -1.0}};
+  return k.finish();
+}
+
+// Balanced transport problems of three by three, each with one dependent row; priced so that all stay.
+lp_case transport_blocks(int n) {
+  case_maker k(1);
+  for (int b = 0; b < n; b++) {
+    int row[6];
+    for (int& r : row) r = k.add_row(10, 10);
+    for (int s = 0; s < 3; s++)
+      for (int t = 3; t < 6; t++) {
+        const int j = k.add_col(0, 9, k.pick(1, 9));
+        k.rows[size_t(row[s])][j] = k.rows[size_t(row[t])][j] = 1;
+      }
+  }
+  return k.finish();
+}
+
+// Rows of many columns, every other one a multiple of its neighbour.
+lp_case repeated_columns(int n) {
+  case_maker k(1);
+  for (int i = 0; i < 10; i++) k.add_row(-1e30, 100);
+  for (int j = 0; j < n; j++) {
+    k.add_col(0, 1, -1 - j % 2);
+    for (auto& row : k.rows) row[j] = j % 2 ? 2 * row[j - 1] : k.pick(1, 1000);
+  }
+  return k.finish();
+}
+
+} // namespace
+
+// Without a look at the clock for 40,000 slacks, or with a pass over all rows for each dependent one, a limit is
+// overrun by seconds. The time is that of the thread, so a busy machine does not matter.
+TEST(Presolve, AsksSoonAndCostsLittleWhereThereIsMuchToDo) {
+  constexpr double promised = 0.1, bearable = 5; // seconds, with audits and sanitizers
+  lp_case cases[] = {equal_row_of_slacks(40000), chain_of_links(40000), transport_blocks(12000),
+                     repeated_columns(20000)};
+  for (lp_case& p : cases) {
+    SCOPED_TRACE(std::to_string(p.m) + " by " + std::to_string(p.n));
+    tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+    {
+      tvn::editable_problem e;
+      tvn::TVN_simplex_copyeditable(*sys, p.view(), e);
+      tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
+      tvn::prslv_stats stats;
+      ask_meter meter;
+      const double start = meter.last;
+      const tvn::prslv_progress progress{&meter, ask_meter::ask};
+      EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, settings(1), stats, progress), tvn::prslv_code::ok);
+      EXPECT_GT(tvn::TVN_prslv_getnumred(*ctx), 3999);
+      lp_point point(p);
+      tvn::lp_solution sol = point.view();
+      EXPECT_EQ(tvn::TVN_prslv_postsolve(*ctx, stats, tvn::sol_optimal, sol, progress), tvn::prslv_code::ok);
+      ask_meter::ask(&meter, 0);
+      EXPECT_LT(meter.worst, promised);
+      EXPECT_LT(meter.last - start, bearable);
+      tvn::TVN_prslv_delete(ctx);
+    }
+    EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok);
+  }
 }

@@ -60,13 +60,16 @@ struct case_maker {
     p.c = c;
     p.blc = blc, p.buc = buc, p.blx = blx, p.bux = bux;
     p.cfix = pick(-2, 2);
-    for (int j = 0; j < p.n; j++) {
+    std::vector<std::vector<std::pair<int, double>>> cols(c.size());
+    for (int i = 0; i < p.m; i++)
+      for (const auto& [j, a] : rows[size_t(i)])
+        if (a != 0) cols[size_t(j)].emplace_back(i, a);
+    for (const auto& col : cols) {
       p.beg.push_back(static_cast<int64_t>(p.sub.size()));
-      for (int i = 0; i < p.m; i++)
-        if (const auto e = rows[size_t(i)].find(j); e != rows[size_t(i)].end() && e->second != 0) {
-          p.sub.push_back(i);
-          p.val.push_back(e->second);
-        }
+      for (const auto& [i, a] : col) {
+        p.sub.push_back(i);
+        p.val.push_back(a);
+      }
     }
     p.beg.push_back(static_cast<int64_t>(p.sub.size()));
     return p;
