@@ -24,6 +24,11 @@ enum sol_status : int32_t {
   sol_prim_infeas_cer = 5,
   sol_dual_infeas_cer = 6,
   sol_near_optimal = 8,
+  sol_near_prim_feas = 9,
+  sol_near_dual_feas = 10,
+  sol_near_prim_and_dual_feas = 11,
+  sol_near_prim_infeas_cer = 12,
+  sol_near_dual_infeas_cer = 13,
 };
 enum pro_status : int32_t {
   pro_unknown = 0,

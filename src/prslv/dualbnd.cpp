@@ -270,6 +270,8 @@ void prslv_undoconfix(prslv_post& w, int32_t rtype) {
   lp_solution& s = w.s;
   const int32_t i = r.i();
   if (s.skc[i] == sk_fix) s.skc[i] = rtype == rt_confixlow ? sk_low : sk_upr;
+  // An interior point has duals on both sides of an equality; one side is gone.
+  if (!w.certificate()) TVN_prslv_splitdual(s.slc[i] - s.suc[i], sk_unk, s.slc[i], s.suc[i]);
 }
 
 void prslv_undovarforce(prslv_post& w) {

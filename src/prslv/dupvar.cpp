@@ -127,11 +127,11 @@ void split_between(const column_pair& p, lp_solution& s) {
 
 } // namespace
 
-void TVN_prslv_splitpair(const column_pair& p, bool ray, lp_solution& s) {
+void TVN_prslv_splitpair(const column_pair& p, bool bykey, lp_solution& s) {
   const double d = s.slx[p.j] - s.sux[p.j];
   int32_t& key = s.skx[p.j];
   if (key == sk_fix) key = d >= 0 ? sk_low : sk_upr;
-  if (!ray && (key == sk_low || key == sk_upr)) {
+  if (bykey && (key == sk_low || key == sk_upr)) {
     const bool low = key == sk_low, klow = low == (p.t > 0);
     s.xx[p.j] = low ? p.lj : p.uj;
     s.xx[p.k] = klow ? p.lk : p.uk;
@@ -149,7 +149,7 @@ void prslv_undodupvar(prslv_post& w) {
   p.k = r.i();
   p.t = r.r();
   for (double* b : {&p.lj, &p.uj, &p.lk, &p.uk}) *b = w.bound(r.r());
-  TVN_prslv_splitpair(p, w.certificate(), w.s);
+  TVN_prslv_splitpair(p, w.walk == prslv_walk::basis, w.s);
 }
 
 } // namespace tvn

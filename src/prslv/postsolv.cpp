@@ -2,7 +2,9 @@
 //
 // The walk needs no matrix: each record holds the coefficients its undo uses. After a record is undone, the live part
 // of the solution at that depth satisfies the conditions of the problem at that depth; the costs that undos use are
-// those at the death of a column, which the problem's vector still holds.
+// those at the death of a column, which the problem's vector still holds. Keys say where an item rests in the walk for
+// bases only. In the other walks values count: an interior point may be off the bound that its key names, and what is
+// restored makes up for it, so that no residual arises in a row that had none.
 #include "prslv/prslvint.h"
 
 namespace tvn {
@@ -68,14 +70,19 @@ void postsetup(prslv_post& w, int32_t solsta) {
   case sol_unknown:
   case sol_optimal:
   case sol_prim_and_dual_feas:
-  case sol_near_optimal: break;
-  case sol_prim_feas: w.df = 0; break;
-  case sol_dual_feas: w.pf = 0; break;
+  case sol_near_optimal:
+  case sol_near_prim_and_dual_feas: break;
+  case sol_prim_feas:
+  case sol_near_prim_feas: w.df = 0; break;
+  case sol_dual_feas:
+  case sol_near_dual_feas: w.pf = 0; break;
   case sol_prim_infeas_cer:
+  case sol_near_prim_infeas_cer:
     w.pf = w.df = 0;
     w.walk = prslv_walk::prim_certificate;
     break;
   case sol_dual_infeas_cer:
+  case sol_near_dual_infeas_cer:
     w.pf = w.df = 0;
     w.walk = prslv_walk::dual_certificate;
     break;

@@ -90,18 +90,18 @@ void prslv_undovarslack(prslv_post& w) {
   const double d = equality ? w.df * cc + s.y[i] : s.slc[i] - s.suc[i]; // of the old row
   const double dj = equality ? w.df * c - k.a * s.y[i] : -k.a * d;
   const int32_t key = s.skc[i];
-  const bool atbound = !w.certificate() && (key == sk_low || key == sk_upr);
+  const bool atbound = !w.certificate() && (key == sk_low || key == sk_upr), basis = w.walk == prslv_walk::basis;
   const bool varlow = (key == sk_low) == (k.a < 0);
   if (equality) {
     s.xc[i] = k.bl;
     s.skc[i] = sk_fix;
-    s.xx[j] = atbound ? (varlow ? k.l : k.u) : (k.bl - rest) / k.a;
+    s.xx[j] = atbound && basis ? (varlow ? k.l : k.u) : (k.bl - rest) / k.a;
     s.skx[j] = atbound ? (varlow ? sk_low : sk_upr) : key;
     if (key == sk_fix) s.skx[j] = dj >= 0 ? sk_low : sk_upr; // the rest's bounds met
   } else if (atbound) {
     s.xx[j] = varlow ? k.l : k.u;
     s.skx[j] = varlow ? sk_low : sk_upr;
-    s.xc[i] = key == sk_low ? k.bl : k.bu;
+    s.xc[i] = !basis ? rest + k.a * s.xx[j] : key == sk_low ? k.bl : k.bu;
   } else {
     place_basic(w, k, i, j, rest);
   }

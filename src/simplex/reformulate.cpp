@@ -184,7 +184,7 @@ void TVN_simplex_reformulatepostsolve(const reformulation& r, int32_t solsta, lp
     if (step.restkey != sk_unk)
       sol.skx[step.pair.k] = step.restkey;
     else
-      TVN_prslv_splitpair(ray ? direction_of(step.pair) : step.pair, ray, sol);
+      TVN_prslv_splitpair(ray ? direction_of(step.pair) : step.pair, !ray, sol);
   }
 }
 

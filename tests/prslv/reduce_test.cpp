@@ -16,10 +16,27 @@ struct outcome {
   tvn::prslv_stats stats;
   double objective = 0; // of the reduced problem
   std::string trouble;
+  double moved = 0, off = 0; // residual of a moved point in the reduced problem, the worst one on its way back
 };
 
+// Moves the point of the reduced problem off its bounds, keys and duals stay; the residual that this makes.
+double move_point(tvn::reduced_problem& r, uint64_t seed) {
+  constexpr double step = 1e-4;
+  std::mt19937_64 rng(seed);
+  double worst = 0;
+  auto breach = [&](double v, double lo, double up) { worst = std::max({worst, lo - v, v - up}); };
+  std::fill_n(r.sol.xc, r.lp.numcon, 0.0);
+  for (int32_t j = 0; j < r.lp.numvar; j++) {
+    r.sol.xx[j] += step * (static_cast<double>(rng() % 2001) / 1000 - 1);
+    breach(r.sol.xx[j], r.lp.blx[j], r.lp.bux[j]);
+    for (int64_t p = r.lp.ptrb[j]; p < r.lp.ptre[j]; p++) r.sol.xc[r.lp.sub[p]] += r.lp.val[p] * r.sol.xx[j];
+  }
+  for (int32_t i = 0; i < r.lp.numcon; i++) breach(r.sol.xc[i], r.lp.blc[i], r.lp.buc[i]);
+  return worst;
+}
+
 // Presolve, simplex without presolve on what is left, postsolve.
-outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true) {
+outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true, uint64_t move = 0) {
   tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
   outcome o{0, 0, lp_point(p), {}, 0, {}};
   tvn::lp_solution sol = o.point.view();
@@ -44,6 +61,7 @@ outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true
       o.objective = r.lp.cfix;
       for (int32_t i = 0; i < r.lp.numcon; i++) o.objective += r.lp.cslack[i] * r.sol.xc[i];
       for (int32_t j = 0; j < r.lp.numvar; j++) o.objective += r.lp.c[j] * r.sol.xx[j];
+      if (move != 0 && o.solsta == tvn::sol_optimal) o.moved = move_point(r, move);
       tvn::TVN_simplex_spreadreduced(r, p.m, p.n, sol);
     } else {
       o.solsta = o.presolved == tvn::prs_prim_infeas ? tvn::sol_prim_infeas_cer : tvn::sol_dual_infeas_cer;
@@ -52,9 +70,11 @@ outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true
     audit.solsta = o.solsta;
     audit.objective = o.objective;
     audit.basis = basis;
+    if (move != 0) audit.offset = 10 * o.moved + 1e-9;
     if (o.solsta != tvn::sol_unknown)
       (basis ? tvn::TVN_prslv_postsolvebasis : tvn::TVN_prslv_postsolve)(*ctx, o.stats, o.solsta, sol, {});
     o.trouble = audit.trouble;
+    o.off = audit.worst;
     tvn::TVN_prslv_unreduce(*ctx);
     const auto same = [](const auto* a, const auto* b, int32_t num) { return std::equal(a, a + num, b); };
     EXPECT_TRUE(same(e.p.bkc, lp.bkc, p.m) && same(e.p.blc, lp.blc, p.m) && same(e.p.buc, lp.buc, p.m));
@@ -157,6 +177,57 @@ TEST(Presolve, BringsBackASolutionWithoutABasisToo) {
     ASSERT_TRUE(v.primal <= 1e-8 && v.dual <= 1e-8 && v.comp <= 1e-8);
   }
   EXPECT_GT(optimal, 200);
+}
+
+// An interior point is off the bounds that its keys name; what is restored must make up for it.
+TEST(Presolve, BringsBackPointsBesideTheirBoundsWithoutNewResiduals) {
+  std::array<int64_t, tvn::rt_limit> count{};
+  double worst = 0;
+  for (uint64_t seed = 1; seed <= 3000; seed++) {
+    SCOPED_TRACE(seed);
+    lp_case p = structured_case(seed);
+    lp_point direct(p);
+    if (solve_directly(p, direct).solsta != tvn::sol_optimal) continue;
+    const outcome o = by_presolve(p, settings(seed), false, seed);
+    ASSERT_EQ(o.trouble, "");
+    worst = std::max(worst, o.off / (o.moved + 1e-9));
+    for (size_t t = 0; t < count.size(); t++) count[t] += o.stats.numred[t];
+  }
+  std::printf("worst growth of a residual: %.3g\n", worst);
+  for (const size_t t : {tvn::rt_consin, tvn::rt_conforce, tvn::rt_varfix, tvn::rt_elimination, tvn::rt_dupvar,
+                         tvn::rt_dupcon, tvn::rt_varforce, tvn::rt_doubleton, tvn::rt_varslack, tvn::rt_confixlow})
+    EXPECT_GT(count[t], 20) << "type " << t;
+}
+
+// A near status walks as the plain one does: the same numbers, whatever the precision of what is claimed.
+TEST(Presolve, WalksBackUnderNearStatusesAsUnderPlainOnes) {
+  const int32_t pairs[][2] = {{tvn::sol_optimal, tvn::sol_near_optimal},
+                              {tvn::sol_prim_and_dual_feas, tvn::sol_near_prim_and_dual_feas},
+                              {tvn::sol_prim_feas, tvn::sol_near_prim_feas},
+                              {tvn::sol_dual_feas, tvn::sol_near_dual_feas},
+                              {tvn::sol_prim_infeas_cer, tvn::sol_near_prim_infeas_cer},
+                              {tvn::sol_dual_infeas_cer, tvn::sol_near_dual_infeas_cer}};
+  lp_case p = structured_case(14);
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  {
+    tvn::editable_problem e;
+    tvn::TVN_simplex_copyeditable(*sys, p.view(), e);
+    tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
+    tvn::prslv_stats stats;
+    EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, settings(1), stats, {}), tvn::prslv_code::ok);
+    for (const auto& pair : pairs) {
+      lp_point points[2] = {lp_point(p), lp_point(p)};
+      for (int k = 0; k < 2; k++) {
+        for (size_t j = 0; j < points[k].xx.size(); j++) points[k].xx[j] = points[k].slx[j] = static_cast<double>(j);
+        tvn::lp_solution sol = points[k].view();
+        EXPECT_EQ(tvn::TVN_prslv_postsolve(*ctx, stats, pair[k], sol), tvn::prslv_code::ok);
+      }
+      EXPECT_TRUE(points[0].xx == points[1].xx && points[0].y == points[1].y && points[0].slx == points[1].slx);
+      EXPECT_TRUE(points[0].skc == points[1].skc && points[0].skx == points[1].skx);
+    }
+    tvn::TVN_prslv_delete(ctx);
+  }
+  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok);
 }
 
 // --- one structure at a time

@@ -199,6 +199,8 @@ struct auditor {
   int32_t solsta = tvn::sol_optimal;
   bool basis = true;      // the walk keeps a basis
   double objective = NAN; // at the depth last judged: no reduction changes it
+  double offset = 0;      // a point beside its bounds: what it may be off at any depth; keys say nothing then
+  double worst = 0;       // what it was off
   std::string trouble;
 
   static void call(void* handle, const tvn::prslv_context& ctx, bool undo, int32_t rtype, const tvn::lp_solution* sol) {
@@ -278,6 +280,7 @@ struct auditor {
       if (!(viol <= tol)) note(d, "certificate", viol);
       return;
     }
+    if (offset > 0) return judge_beside(d, p, point);
     const verdict v = judge(p, point);
     if (!(v.primal <= tol)) note(d, "primal", v.primal);
     if (!(v.dual <= tol)) note(d, "dual", v.dual);
@@ -286,6 +289,15 @@ struct auditor {
       note(d, "objective", v.objective - objective);
     objective = v.objective;
     if (basis && v.basics != p.m) note(d, "basics", v.basics - p.m);
+  }
+
+  void judge_beside(const depth& d, const lp_case& p, lp_point& point) {
+    std::fill(point.skc.begin(), point.skc.end(), tvn::sk_unk);
+    std::fill(point.skx.begin(), point.skx.end(), tvn::sk_unk);
+    const verdict v = judge(p, point);
+    worst = std::max(worst, v.primal);
+    if (!(v.primal <= offset)) note(d, "primal", v.primal);
+    if (!(v.dual <= tol)) note(d, "dual", v.dual);
   }
 
   void note(const depth& d, const char* what, double value) {
