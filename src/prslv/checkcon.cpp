@@ -12,7 +12,7 @@ void take_slacks(prslv_context& x, int32_t i) {
   double biggest = -1;
   for (int64_t p = x.row.beg[i], e = p + x.row.len[i]; p < e && x.connz[i] > 1; p++) {
     const int32_t j = x.row.sub[p];
-    if (!x.varlive[j] || x.varnz[j] != 1 || !x.varlin[j] || (x.p.varint && x.p.varint[j])) continue;
+    if (!x.varlive[j] || x.varnz[j] != 1 || !may_substitute(x, j)) continue;
     if (biggest < 0) for_row(x, i, [&](int32_t, double v) { biggest = std::max(biggest, std::fabs(v)); });
     TVN_prslv_linvarsininlineq(x, i, j, x.row.val[p], biggest);
     if (TVN_prslv_stopped(x, 1)) return;
@@ -62,9 +62,9 @@ void check_row(prslv_context& x, int32_t i) {
   if (x.connz[i] == 0) return TVN_prslv_conempty(x, i);
   if (x.connz[i] == 1) {
     const auto [j, a] = TVN_prslv_getconsin(x, i);
-    if (x.varlin[j] && !(x.p.varint && x.p.varint[j]) && std::fabs(a) > 1e-9) return TVN_prslv_consin(x, i);
+    if (may_substitute(x, j) && std::fabs(a) > 1e-9) return TVN_prslv_consin(x, i);
   }
-  if (x.connz[i] == 2 && con_lower(x, i) == con_upper(x, i) && !x.p.varint && prslv_doubletoncon(x, i)) return;
+  if (x.connz[i] == 2 && con_lower(x, i) == con_upper(x, i) && prslv_doubletoncon(x, i)) return;
   check_activity(x, i);
 }
 

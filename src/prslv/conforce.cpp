@@ -13,9 +13,10 @@ namespace tvn {
 bool TVN_prslv_conforce(prslv_context& x, int32_t i, bool lower) {
   int32_t n = 0;
   bool ok = true;
-  for_row(x, i, [&](int32_t j, double) {
+  auto end = [&](int32_t j, double a) { return (a > 0) == lower ? var_upper(x, j) : var_lower(x, j); };
+  for_row(x, i, [&](int32_t j, double a) {
     x.subwork[n++] = j;
-    ok = ok && x.varlin[j];
+    ok = ok && may_fix(x, j, end(j, a));
   });
   if (!ok) return false;
   const double cc = x.p.cc[i];
@@ -37,8 +38,7 @@ bool TVN_prslv_conforce(prslv_context& x, int32_t i, bool lower) {
   TVN_prslv_killcon(x, i);
   for (int32_t k = 0; k < n; k++) {
     const int32_t j = x.subwork[k];
-    const bool up = (x.valwork[j] > 0) == lower;
-    TVN_prslv_varfix(x, j, up ? var_upper(x, j) : var_lower(x, j), rt_blkfix);
+    TVN_prslv_varfix(x, j, end(j, x.valwork[j]), rt_blkfix);
     if (TVN_prslv_stopped(x, x.col.len[j])) break;
   }
   return true;

@@ -70,7 +70,7 @@ struct pair_entry {
   double akeep = 0, ago = 0;
 };
 
-// Which of the two goes: the shorter column, unless its coefficient is small beside the other.
+// Which of the two goes: the shorter column, unless its coefficient is small beside the other, or it must stay.
 pair_entry choose_pair(const prslv_context& x, int32_t i) {
   pair_entry e;
   for_row(x, i, [&](int32_t j, double a) {
@@ -86,6 +86,7 @@ pair_entry choose_pair(const prslv_context& x, int32_t i) {
   bool swap = x.varnz[e.go] > x.varnz[e.keep] || (x.varnz[e.go] == x.varnz[e.keep] && go < keep);
   const double chosen = swap ? keep : go, other = swap ? go : keep;
   if (chosen < x.param.pivlimit * other) swap = !swap;
+  if (!may_substitute(x, swap ? e.keep : e.go)) swap = !swap;
   if (swap) {
     std::swap(e.keep, e.go);
     std::swap(e.akeep, e.ago);
@@ -99,7 +100,9 @@ pair_entry choose_pair(const prslv_context& x, int32_t i) {
 // coefficient. True when the row went.
 bool prslv_doubletoncon(prslv_context& x, int32_t i) {
   const pair_entry e = choose_pair(x, i);
-  if (!x.varlin[e.keep] || !x.varlin[e.go] || !TVN_prslv_pivotroom(x, i, e.go)) return false;
+  if (!x.varlin[e.keep] || !may_substitute(x, e.go) || std::fabs(e.ago) < x.param.pivlimit * std::fabs(e.akeep) ||
+      !TVN_prslv_pivotroom(x, i, e.go))
+    return false;
   const double b = con_lower(x, i), l = var_lower(x, e.keep), u = var_upper(x, e.keep), lg = var_lower(x, e.go),
                ug = var_upper(x, e.go);
   const bool same = (e.akeep > 0) == (e.ago > 0);
@@ -123,7 +126,7 @@ bool prslv_doubletoncon(prslv_context& x, int32_t i) {
     x.status = prs_prim_infeas;
     x.certcol = e.keep;
     x.certcrossing = true;
-  } else if (TVN_prslv_canbefixed(x, newl, newu)) {
+  } else if (TVN_prslv_canbefixed(x, newl, newu) && may_fix(x, e.keep, newl)) {
     TVN_prslv_varfix(x, e.keep, newl, rt_varfix);
   }
   return true;

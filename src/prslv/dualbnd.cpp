@@ -7,6 +7,7 @@
 //   The column goes to its bound, the row becomes an equality; the dual problem, hence the optimal value, stays.
 // - A weak sign (0 allowed) is believed only from bounds that stand on row signs and singleton columns, which are not
 //   the column itself.
+// Integer columns bound no dual and are not decided by one.
 // Undo: the value comes back, d_j from the rows has the right sign by the same argument.
 #include "prslv/prslvint.h"
 
@@ -37,7 +38,7 @@ void start_bounds(prslv_context& x) {
     if (con_lower(x, i) == -prslv_inf) x.yu[i] = -x.p.cc[i];
   }
   for (int32_t j = 0; j < x.p.numvar; j++) {
-    if (!x.varlive[j] || x.varnz[j] != 1 || !x.varlin[j]) continue;
+    if (!x.varlive[j] || x.varnz[j] != 1 || !may_use_dual(x, j)) continue;
     const auto [i, a] = TVN_prslv_getvarsin(x, j);
     const double v = x.p.c[j] / a;
     if (var_upper(x, j) == prslv_inf) meet(v, a > 0, x.yl[i], x.yu[i]);
@@ -240,7 +241,7 @@ prslv_code TVN_prslv_dualbounds(prslv_context& x) {
   start_bounds(x);
   for (int32_t pass = 0; pass < tightenpasses; pass++)
     for (int32_t j = 0; j < x.p.numvar; j++) {
-      if (!x.varlive[j] || x.varnz[j] < 2 || !x.varlin[j]) continue;
+      if (!x.varlive[j] || x.varnz[j] < 2 || !may_use_dual(x, j)) continue;
       tighten_by_column(x, j);
       if (TVN_prslv_stopped(x, 2 * x.varnz[j])) return prslv_code::stopped;
     }
@@ -248,7 +249,7 @@ prslv_code TVN_prslv_dualbounds(prslv_context& x) {
   for (int32_t i = 0; i < x.p.numcon; i++)
     if (x.conlive[i] && !(x.tyl[i] <= x.tyu[i] + x.param.tols * (1 + std::fabs(x.tyu[i])))) return prslv_code::ok;
   for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++) {
-    if (!x.varlive[j] || !x.varlin[j] || x.varnz[j] == 0) continue;
+    if (!x.varlive[j] || !may_use_dual(x, j) || x.varnz[j] == 0) continue;
     if (TVN_prslv_stopped(x, 2 * x.varnz[j])) return prslv_code::stopped;
     try_dominated(x, j);
   }
@@ -256,11 +257,11 @@ prslv_code TVN_prslv_dualbounds(prslv_context& x) {
     if (x.conlive[i] && x.conlin[i]) try_tight_row(x, i);
   for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++) {
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
-    if (x.varlive[j] && x.varlin[j] && x.varnz[j] > 0) try_varforce(x, j);
+    if (x.varlive[j] && may_use_dual(x, j) && x.varnz[j] > 0) try_varforce(x, j);
   }
   for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided && !x.param.keepdual; j++) {
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
-    if (x.varlive[j] && x.varlin[j]) try_onelock(x, j);
+    if (x.varlive[j] && may_use_dual(x, j)) try_onelock(x, j);
   }
   return prslv_code::ok;
 }

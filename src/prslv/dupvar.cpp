@@ -80,8 +80,8 @@ prslv_code TVN_prslv_checkdupvar(prslv_context& x) {
   for (int32_t k = 0; k < x.p.numvar && x.status == prs_undecided; k++) {
     const int32_t j = found.first[k];
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
-    if (j == k || !x.varlive[k] || !x.varlive[j] || !x.varlin[k] || !x.varlin[j] || x.varnz[k] == 0) continue;
-    if (x.p.varint && (x.p.varint[j] || x.p.varint[k])) continue;
+    if (j == k || !x.varlive[k] || !x.varlive[j] || x.varnz[k] == 0) continue;
+    if (!may_substitute(x, j) || !may_substitute(x, k)) continue;
     const double t = found.scale[k], ck = x.p.c[k], tcj = t * x.p.c[j];
     const pair_costs costs = TVN_prslv_comparecosts(ck, tcj, x.param.tols);
     if (costs == pair_costs::alike)

@@ -39,9 +39,7 @@ candidate best_row(const prslv_context& x, int32_t j) {
   return best;
 }
 
-bool may_go(const prslv_context& x, int32_t j) {
-  return x.varlive[j] && x.varlin[j] && x.varnz[j] >= 2 && !(x.p.varint && x.p.varint[j]);
-}
+bool may_go(const prslv_context& x, int32_t j) { return x.varlive[j] && may_substitute(x, j) && x.varnz[j] >= 2; }
 
 double row_max(const prslv_context& x, int32_t i) {
   double v = 0;

@@ -99,6 +99,16 @@ inline int32_t key_of(double lo, double up) {
   return up == prslv_inf ? bk_lo : lo == up ? bk_fx : bk_ra;
 }
 
+// What a reduction may do with a column. An integer column takes integral values and no others: it is not expressed by
+// other columns, no linear duality reaches through it, and it is fixed only where it may stand. Duality still holds
+// between continuous columns and rows, since it holds for each choice of the integer ones.
+inline bool is_integer(const prslv_context& x, int32_t j) { return x.p.varint && x.p.varint[j]; }
+inline bool may_substitute(const prslv_context& x, int32_t j) { return x.varlin[j] && !is_integer(x, j); }
+inline bool may_use_dual(const prslv_context& x, int32_t j) { return x.varlin[j] && !is_integer(x, j); }
+inline bool may_fix(const prslv_context& x, int32_t j, double value) {
+  return x.varlin[j] && (!is_integer(x, j) || value == std::floor(value));
+}
+
 // f(j, a) for the live entries of row i, f(i, a) for those of column j.
 template <class F> void for_row(const prslv_context& x, int32_t i, F f) {
   for (int64_t p = x.row.beg[i], e = p + x.row.len[i]; p < e; p++)

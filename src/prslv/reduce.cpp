@@ -85,13 +85,13 @@ prslv_code prslv_init(prslv_context& x) {
   }
   for (int32_t j = 0; j < x.p.numvar; j++) {
     const double l = var_lower(x, j), u = var_upper(x, j);
-    if (x.varlin[j] && TVN_prslv_canbefixed(x, l, u)) TVN_prslv_varfix(x, j, l, rt_initialvarfix);
+    if (may_fix(x, j, l) && TVN_prslv_canbefixed(x, l, u)) TVN_prslv_varfix(x, j, l, rt_initialvarfix);
     if (TVN_prslv_stopped(x, x.varnz[j])) return prslv_code::stopped;
   }
   for (int32_t i = 0; i < x.p.numcon && x.status == prs_undecided; i++) {
     if (!x.conlive[i] || !x.conlin[i] || x.connz[i] != 1) continue;
     const auto [j, a] = TVN_prslv_getconsin(x, i);
-    if (x.varlin[j] && !(x.p.varint && x.p.varint[j]) && std::fabs(a) > 1e-9) TVN_prslv_consin(x, i, rt_initialconsin);
+    if (may_substitute(x, j) && std::fabs(a) > 1e-9) TVN_prslv_consin(x, i, rt_initialconsin);
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
   }
   return prslv_code::ok;

@@ -49,23 +49,27 @@ void prslv_undovarfix(prslv_post& w, int32_t rtype) {
                       s.sux[j]);
 }
 
-// A column of no rows goes where its cost pulls it; to the bound nearest 0 when it has none.
+// A column of no rows goes where its cost pulls it; to the bound nearest 0 when it has none. An integer one whose bound
+// is not integral stays for its optimizer.
 void TVN_prslv_emptyvariables(prslv_context& x) {
   for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++) {
     if (TVN_prslv_stopped(x, 1)) return;
     if (!x.varlive[j] || x.varnz[j] != 0 || !x.varlin[j]) continue;
     const double c = x.p.c[j], lo = var_lower(x, j), up = var_upper(x, j);
     const bool haslo = lo > -prslv_inf, hasup = up < prslv_inf;
+    auto fix = [&](double value, int32_t rtype) {
+      if (may_fix(x, j, value)) TVN_prslv_varfix(x, j, value, rtype);
+    };
     if (std::fabs(c) > x.param.tols && !(c > 0 ? haslo : hasup)) {
       x.status = prs_dual_infeas;
       x.certcol = j;
       x.certcolval = c > 0 ? -1 : 1;
     } else if (!haslo && !hasup) {
-      TVN_prslv_varfix(x, j, 0.0, rt_varfixfree);
+      fix(0.0, rt_varfixfree);
     } else if (haslo && (c > 0 || !hasup || (c == 0 && std::fabs(lo) <= std::fabs(up)))) {
-      TVN_prslv_varfix(x, j, lo, rt_varfixlow);
-    } else if (hasup && (c < 0 || !haslo || c == 0)) {
-      TVN_prslv_varfix(x, j, up, rt_varfixupr);
+      fix(lo, rt_varfixlow);
+    } else {
+      fix(up, rt_varfixupr);
     }
   }
 }

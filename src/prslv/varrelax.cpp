@@ -21,7 +21,7 @@ void TVN_prslv_varrelax(prslv_context& x, int32_t j, bool low, bool upp) {
 prslv_code TVN_prslv_relax(prslv_context& x) {
   const prslv_clock clock(x, task_relax);
   for (int32_t j = 0; j < x.p.numvar; j++) {
-    if (!x.varlive[j] || !x.varlin[j] || x.varnz[j] == 0) continue;
+    if (!x.varlive[j] || !may_use_dual(x, j) || x.varnz[j] == 0) continue;
     if (TVN_prslv_stopped(x, x.varnz[j])) return prslv_code::stopped;
     const double l = var_lower(x, j), u = var_upper(x, j);
     if (l == -prslv_inf && u == prslv_inf) continue;
