@@ -41,7 +41,8 @@ harris_result harris_limit(primal_state& s, double sigma) {
     const double gap = rate < 0 ? b.x - bound : bound - b.x;
     if (!(gap <= r.tmax * size)) continue;
     near[r.num++] = k;
-    if (gap + tolfeas < r.tmax * size) r.tmax = (gap + tolfeas) / size;
+    // What has drifted out further than the tolerance blocks at once; a negative limit would let all others pass.
+    if (gap + tolfeas < r.tmax * size) r.tmax = std::max(0.0, gap + tolfeas) / size;
   }
   return r;
 }
