@@ -70,7 +70,7 @@ loop_state check_limits(dual_state& s) {
   if (left <= 0) return dsimplex_finish(s, simplex_code::max_iterations, sol_unknown);
   if (left < tightreserve) s.tolratio = 0.01 * s.told;
   if (left < budgetreserve) s.allowperturb = false;
-  return s.iter % 8 == 0 && TVN_simplex_poll(s.base) ? loop_state::finished : loop_state::go_on;
+  return TVN_simplex_poll(s.base) ? loop_state::finished : loop_state::go_on;
 }
 
 // Working objective: that of the perturbed problem, which alone rises without fail.

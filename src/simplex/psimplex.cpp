@@ -46,7 +46,6 @@ loop_state check_limits(primal_state& s) {
   }
   if (total_iterations(s) >= s.param.maxiterations)
     return psimplex_finish(s, simplex_code::max_iterations, sol_unknown);
-  if (s.iter % 8 != 0) return loop_state::go_on;
   if (TVN_simplex_poll(s.base)) return loop_state::finished;
   if (s.phase == 2 && s.param.usecutlow && s.iter % 64 == 0) {
     psimplex_setobjective(s);
