@@ -65,7 +65,7 @@ loop_state dsimplex_setback(dual_state& s) {
   s.info.count[kind_dual].setbacks = ++s.setbacks;
   if (s.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
   TVN_simplex_tell(s.base, 1, "Too many (%d) bad events\n", static_cast<int>(s.setbacks));
-  return s.perturbed ? dsimplex_handover(s) : dsimplex_finish(s, simplex_code::max_setbacks, sol_unknown);
+  return dsimplex_handover(s); // the primal simplex accepts any basis
 }
 
 void dsimplex_notebadpivot(dual_state& s) {

@@ -273,7 +273,8 @@ loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
     return loop_state::go_on;
   }
   if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
-  // On a fresh factor the row itself is bad.
+  // On a fresh factor the row itself is bad; a second time all others are, or there are none.
+  if (s.basic[r].weight >= bannedweight) return dsimplex_handover(s);
   s.basic[r].weight = bannedweight;
   dsimplex_notebadpivot(s);
   TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 1.5 * TVN_lu_gettol(s.fac.factor, 2)));
