@@ -37,15 +37,13 @@ void log_line(sim_run& run, const simplex_info& info) {
   run.lineiteration = count.iterations;
   const double iters = static_cast<double>(std::max<int64_t>(1, count.iterations)), now = TVN_sysenv_gettime();
   const double degenerate = 100.0 * static_cast<double>(count.degenerate) / iters, obj = run.sense * info.objective;
-  const bool dual = info.kind == kind_dual;
-  char dfeas[16] = "NA", dobj[32] = "NA"; // of the primal simplex
-  if (dual) {
-    std::snprintf(dfeas, sizeof dfeas, "%-10.2e", info.sumdinf);
-    std::snprintf(dobj, sizeof dobj, "%-20.10e", obj);
-  }
-  echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10.2e  %-10s  %-20.10e  %-20s  %-8.2f  %-8.2f\n",
-       static_cast<int>(count.iterations), degenerate, info.sumpinf, dfeas, obj, dobj, now - run.start,
-       now - run.t->optstart);
+  const auto iterations = static_cast<int>(count.iterations);
+  if (info.kind == kind_dual)
+    echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10.2e  %-10.2e  %-20.10e  %-20.10e  %-8.2f  %-8.2f\n", iterations,
+         degenerate, info.sumpinf, info.sumdinf, obj, obj, now - run.start, now - run.t->optstart);
+  else
+    echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10.2e  %-10.2s  %-20.10e  %-20s  %-8.2f  %-8.2f\n", iterations,
+         degenerate, info.sumpinf, "NA", obj, "NA", now - run.start, now - run.t->optstart);
 }
 
 void tail_line(task& t, const char* what, int64_t value) {
