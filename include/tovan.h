@@ -602,8 +602,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
     factor, costs included, as one; free when they are at least three of ten. Presolve merges most of them before. */
 #define TVN_IPAR_SIM_HOTSTART 147 /* default 1, 0 to 2. Whether a run starts from the stored basic solution: not, by
     its status, or by its keys. */
-#define TVN_IPAR_SIM_HOTSTART_LU 148 /* default 1, 0 to 1. Off, the room of the factor for basis solves is given back
-    and taken anew each time. */
+#define TVN_IPAR_SIM_HOTSTART_LU 148 /* default 1, 0 to 1. Off, nothing of the last basis is kept for the next run but
+    its keys and values, and the room of the factor for basis solves is given back and taken anew each time. */
 #define TVN_IPAR_SIM_INTEGER 149 /* default 0, 0 to 10. No effect yet. */
 #define TVN_IPAR_SIM_MAX_ITERATIONS 150 /* default 10000000, >= 0. Simplex iterations after which a run ends with
     TVN_RES_TRM_MAX_ITERATIONS. */
@@ -1528,7 +1528,9 @@ TVN_API TVNrescodee TVN_getbuildinfo(char *buildstate, char *builddate, char *bu
 /* ==== streams and callbacks ==================================================================================== */
 
 /* The progress callback, called while a file is read or written and while an optimizer runs.
- *   func   in: null takes the callback away. A nonzero result ends the run with TVN_RES_TRM_USER_CALLBACK.
+ *   func   in: null takes the callback away. A nonzero result ends the run with TVN_RES_TRM_USER_CALLBACK, whatever
+ *          later ones are. After it func is called for what ends only: the present phase (presolve, primal or dual
+ *          simplex), TVN_CALLBACK_END_SIMPLEX and TVN_CALLBACK_END_OPTIMIZER.
  *   handle in: passed to func. */
 TVN_API TVNrescodee TVN_putcallbackfunc(TVNtask_t task, TVN_callbackfunc func, void *handle);
 /* Each output may be null. */

@@ -57,14 +57,13 @@ TVNrescodee TVN_inittaskbeforeoptimize(task& t) {
   return t.params.ival[TVN_IPAR_AUTO_SORT_A_BEFORE_OPT] ? sort_columns(t) : TVN_RES_OK;
 }
 
-namespace {
-
-// A road that ends before its optimizer: the code that says the choice does not work, and why.
 TVNrescodee missing_optimizer(task& t, const char* name) {
   const TVNrescodee code = report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, t.params.ival[TVN_IPAR_OPTIMIZER]);
   echo(t, TVN_STREAM_ERR, "This version of the library has no %s.\n", name);
   return code;
 }
+
+namespace {
 
 // A choice that cannot take problems of this type.
 TVNrescodee wrong_optimizer(task& t) {
@@ -97,7 +96,12 @@ TVNrescodee TVN_contoptimizer(task& t) {
 
 namespace {
 
-TVNrescodee TVN_globaloptimizer(task& t) { return report(t, label, __LINE__, TVN_RES_ERR_MIO_NO_OPTIMIZER); }
+TVNrescodee TVN_globaloptimizer(task& t) {
+  const TVNrescodee code = report(t, label, __LINE__, TVN_RES_ERR_MIO_NO_OPTIMIZER);
+  if (count_integers(t.prob) > 0)
+    echo(t, TVN_STREAM_ERR, "TVN_IPAR_MIO_MODE set to TVN_MIO_MODE_IGNORED solves the relaxation.\n");
+  return code;
+}
 
 bool wants_reformulation(const task& t) {
   const int32_t type = problem_type(t);

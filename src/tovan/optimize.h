@@ -9,6 +9,8 @@ namespace tvn {
 TVNrescodee TVN_inittaskbeforeoptimize(task& t);
 // Names the parameters that are set and have no effect yet, on the message stream.
 void tell_ineffective_parameters(task& t) noexcept;
+// A road that ends before its optimizer: the code that says the choice does not work, and why.
+TVNrescodee missing_optimizer(task& t, const char* name);
 // Continuous problems.
 TVNrescodee TVN_contoptimizer(task& t);
 // Linear problems by a simplex optimizer, into the basic slot.

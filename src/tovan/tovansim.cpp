@@ -177,7 +177,9 @@ void reset_items(task& t) {
     t.info.dou[static_cast<size_t>(item)] = 0;
   for (const int32_t item :
        {TVN_IINF_SIM_PRIMAL_ITER, TVN_IINF_SIM_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DEG_ITER,
-        TVN_IINF_SIM_DUAL_DEG_ITER, TVN_IINF_SIM_PRIMAL_INF_ITER, TVN_IINF_SIM_DUAL_INF_ITER})
+        TVN_IINF_SIM_DUAL_DEG_ITER, TVN_IINF_SIM_PRIMAL_INF_ITER, TVN_IINF_SIM_DUAL_INF_ITER,
+        TVN_IINF_SIM_PRIMAL_HOTSTART, TVN_IINF_SIM_DUAL_HOTSTART, TVN_IINF_SIM_PRIMAL_HOTSTART_LU,
+        TVN_IINF_SIM_DUAL_HOTSTART_LU})
     t.info.intg[static_cast<size_t>(item)] = 0;
 }
 
@@ -187,13 +189,13 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
   reset_items(t);
   const bool maximize = TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE;
   const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER];
-  if (optimizer == TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX)
-    return report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, optimizer);
+  if (optimizer == TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX) return missing_optimizer(t, "primal-dual simplex optimizer");
   sim_run run{&t, maximize ? -1.0 : 1.0, TVN_sysenv_gettime(), TVN_RES_OK, -1, 0, {}};
   if (const TVNrescodee code = TVN_tovanlog(&t, TVN_CALLBACK_BEGIN_SIMPLEX)) return code;
 
   TVN_makesolution(t, TVN_SOL_BAS);
   TVN_lu_invfac(t.basis.factor); // of a basis that the run leaves
+  if (t.params.ival[TVN_IPAR_SIM_HOTSTART_LU] == 0) t.kept = kept_basis{};
   simplex_param param;
   tovansim_setparam(t, maximize, param);
   param.hotstart = hotstart_mode(t);

@@ -115,10 +115,13 @@ TEST_F(Resolve, OfAnUnchangedTaskTakesNoIteration) {
     EXPECT_EQ(simplex_iterations(task), 0);
     EXPECT_NE(log.find("Valid bas. fac.  : 1"), std::string::npos) << log;
   }
-  ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_SIM_BASIS_FACTOR_USE, TVN_OFF), TVN_RES_OK);
-  log.clear();
-  (void)solve(task);
-  EXPECT_NE(log.find("Valid bas. fac.  : 0"), std::string::npos) << log;
+  for (const int32_t off : {TVN_IPAR_SIM_BASIS_FACTOR_USE, TVN_IPAR_SIM_HOTSTART_LU}) {
+    ASSERT_EQ(TVN_putintparam(task, off, TVN_OFF), TVN_RES_OK);
+    log.clear();
+    (void)solve(task);
+    EXPECT_NE(log.find("Valid bas. fac.  : 0"), std::string::npos) << log;
+    ASSERT_EQ(TVN_putintparam(task, off, TVN_ON), TVN_RES_OK);
+  }
   EXPECT_EQ(TVN_unlinkfuncfromtaskstream(task, TVN_STREAM_LOG), TVN_RES_OK);
 }
 
