@@ -269,7 +269,11 @@ TVNrescodee TVN_putaij(TVNtask_t task, int32_t i, int32_t j, double aij) {
 TVNrescodee TVN_putaijlist(TVNtask_t task, int32_t num, const int32_t* subi, const int32_t* subj, const double* val) {
   return api_change(task, [&](tvn::task& t) {
     TVNrescodee code = check_arrays(t, label, __LINE__, num, {{subi, "subi"}, {subj, "subj"}, {val, "val"}});
-    for (int32_t k = 0; k < num && !code; k++) code = put_aij(t, subi[k], subj[k], val[k]);
+    for (int32_t k = 0; k < num && !code; k++) {
+      code = check_entry(t, label, __LINE__, "subi", k, TVN_PI_CON, subi[k]);
+      if (!code) code = check_entry(t, label, __LINE__, "subj", k, TVN_PI_VAR, subj[k]);
+      if (!code) code = put_aij(t, subi[k], subj[k], val[k]);
+    }
     return code;
   });
 }

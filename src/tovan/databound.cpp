@@ -67,8 +67,11 @@ int32_t key_within(int32_t bk, double bl, double bu, double inf) noexcept {
 TVNrescodee put_bounds(task& t, int32_t accmode, int32_t num, const int32_t* sub, int32_t first, const int32_t* bk,
                        const double* bl, const double* bu) {
   TVNrescodee code = check_arrays(t, label, __LINE__, num, {{bk, "bk"}, {bl, "bl"}, {bu, "bu"}});
-  for (int32_t k = 0; k < num && !code; k++)
-    code = put_bound(t, accmode, sub ? sub[k] : first + k, bk[k], bl[k], bu[k]);
+  for (int32_t k = 0; k < num && !code; k++) {
+    if (sub) code = TVN_checkbk(t, accmode, bk[k], "bk");
+    if (sub && !code) code = check_entry(t, label, __LINE__, "sub", k, accmode, sub[k]);
+    if (!code) code = put_bound(t, accmode, sub ? sub[k] : first + k, bk[k], bl[k], bu[k]);
+  }
   return code;
 }
 

@@ -72,7 +72,10 @@ TVNrescodee TVN_putcj(TVNtask_t task, int32_t j, double cj) {
 TVNrescodee TVN_putclist(TVNtask_t task, int32_t num, const int32_t* subj, const double* val) {
   return api_change(task, [&](tvn::task& t) {
     TVNrescodee code = check_arrays(t, label, __LINE__, num, {{subj, "subj"}, {val, "val"}});
-    for (int32_t k = 0; k < num && !code; k++) code = put_cj(t, subj[k], val[k]);
+    for (int32_t k = 0; k < num && !code; k++) {
+      code = check_entry(t, label, __LINE__, "subj", k, TVN_PI_VAR, subj[k]);
+      if (!code) code = put_cj(t, subj[k], val[k]);
+    }
     return code;
   });
 }

@@ -74,7 +74,10 @@ TVNrescodee TVN_putvartype(TVNtask_t task, int32_t j, int32_t vartype) {
 TVNrescodee TVN_putvartypelist(TVNtask_t task, int32_t num, const int32_t* subj, const int32_t* vartype) {
   return api_change(task, [&](tvn::task& t) {
     TVNrescodee code = check_arrays(t, label, __LINE__, num, {{subj, "subj"}, {vartype, "vartype"}});
-    for (int32_t k = 0; k < num && !code; k++) code = put_vartype(t, subj[k], vartype[k]);
+    for (int32_t k = 0; k < num && !code; k++) {
+      code = check_entry(t, label, __LINE__, "subj", k, TVN_PI_VAR, subj[k]);
+      if (!code) code = put_vartype(t, subj[k], vartype[k]);
+    }
     return code;
   });
 }
@@ -86,7 +89,10 @@ TVNrescodee TVN_getvartype(TVNtask_t task, int32_t j, int32_t* vartype) {
 TVNrescodee TVN_getvartypelist(TVNtask_t task, int32_t num, const int32_t* subj, int32_t* vartype) {
   return api(task, [&](tvn::task& t) {
     TVNrescodee code = check_arrays(t, label, __LINE__, num, {{subj, "subj"}, {vartype, "vartype"}});
-    for (int32_t k = 0; k < num && !code; k++) code = get_value(t, t.prob.vartype, subj[k], vartype + k);
+    for (int32_t k = 0; k < num && !code; k++) {
+      code = check_entry(t, label, __LINE__, "subj", k, TVN_PI_VAR, subj[k]);
+      if (!code) code = get_value(t, t.prob.vartype, subj[k], vartype + k);
+    }
     return code;
   });
 }

@@ -3,6 +3,8 @@
 
 #include "tovan/report.h"
 
+#include <cstdio>
+
 namespace tvn {
 
 namespace {
@@ -28,6 +30,13 @@ TVNrescodee TVN_checkindexdbg(const char* file, int line, const char*, task& t, 
   if (i < 0) return report(t, file, line, TVN_RES_ERR_INDEX_IS_TOO_SMALL, TVN_userindex(t, i), argname);
   if (i >= count) return report(t, file, line, TVN_RES_ERR_INDEX_IS_TOO_LARGE, TVN_userindex(t, i), argname);
   return TVN_RES_OK;
+}
+
+TVNrescodee check_entry(task& t, const char* file, int line, const char* argname, int32_t k, int32_t item, int32_t i) {
+  if (i >= 0 && i < item_count(t, item)) return TVN_RES_OK;
+  char place[64];
+  std::snprintf(place, sizeof place, "%s[%d]", argname, k);
+  return TVN_checkindexdbg(file, line, "", t, place, item, i);
 }
 
 TVNrescodee TVN_checkindicies(task& t, const char* argname, int32_t first, int32_t last, int32_t n,

@@ -13,6 +13,8 @@ inline int32_t TVN_userindex(const task& t, int32_t i) noexcept { return i + TVN
 // item: TVN_PI_VAR, TVN_PI_CON or TVN_PI_CONE (the access modes are the first two).
 TVNrescodee TVN_checkindexdbg(const char* file, int line, const char* function, task& t, const char* argname,
                               int32_t item, int32_t i);
+// One entry of a list that is put item by item: as above, and the message names the place in the list.
+TVNrescodee check_entry(task& t, const char* file, int line, const char* argname, int32_t k, int32_t item, int32_t i);
 // Every entry of sub in first .. last - 1; the first that is not is reported.
 TVNrescodee TVN_checkindicies(task& t, const char* argname, int32_t first, int32_t last, int32_t n, const int32_t* sub);
 // first >= 0 and first <= last <= count.

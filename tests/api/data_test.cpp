@@ -403,6 +403,17 @@ TEST_F(ProblemData, NullArraysAndNegativeLengthsAreRefused) {
   EXPECT_EQ(TVN_putqobj(task, 1, sub, sub, nullptr), TVN_RES_ERR_NULL_POINTER);
   EXPECT_EQ(TVN_putavec(task, TVN_ACC_VAR, 0, 0, nullptr, nullptr), TVN_RES_OK);
   EXPECT_EQ(TVN_permuteandremove(task, 7, 2, sub), TVN_RES_ERR_INVALID_ACCMODE);
+  // A list names the place of a bad entry.
+  const int32_t far[] = {1, 2}, keys[] = {TVN_BK_FR, TVN_BK_FR};
+  const double v[] = {1, 1};
+  const auto expect_place = [&](TVNrescodee code, const char* place) {
+    EXPECT_EQ(code, TVN_RES_ERR_INDEX_IS_TOO_LARGE);
+    EXPECT_EQ(last_message(), "The index value 2 occurring in argument '" + std::string(place) + "' is too large.");
+  };
+  expect_place(TVN_putboundlist(task, TVN_ACC_CON, 2, far, keys, v, v), "sub[1]");
+  expect_place(TVN_putclist(task, 2, far, v), "subj[1]");
+  expect_place(TVN_putaijlist(task, 2, sub, far, v), "subj[1]");
+  expect_place(TVN_putvartypelist(task, 2, far, sub), "subj[1]");
 }
 
 } // namespace
