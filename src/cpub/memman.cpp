@@ -96,6 +96,16 @@ size_t report_leaks(memman& m) {
   return left;
 }
 
+// Recursive: lines are echoed under the lock, and a function of the user that hears them may take memory.
+bool make_mutex(pthread_mutex_t& mutex) noexcept {
+  pthread_mutexattr_t attr;
+  if (pthread_mutexattr_init(&attr) != 0) return false;
+  pthread_mutexattr_settype(&attr, PTHREAD_MUTEX_RECURSIVE);
+  const bool made = pthread_mutex_init(&mutex, &attr) == 0;
+  pthread_mutexattr_destroy(&attr);
+  return made;
+}
+
 } // namespace
 
 memman* TVN_memman_make(const char*, int, int32_t dbglevel, bool multithread, void* usrptr, malloc_fn mallocfn,
@@ -116,7 +126,7 @@ memman* TVN_memman_make(const char*, int, int32_t dbglevel, bool multithread, vo
   m->dbglevel = dbglevel;
   m->multithread = multithread;
   m->plain = dbglevel <= 0 && !multithread && mallocfn == defaultmalloc;
-  if (multithread && pthread_mutex_init(&m->mutex, nullptr) != 0) {
+  if (multithread && !make_mutex(m->mutex)) {
     freefn(usrptr, m);
     return nullptr;
   }

@@ -61,6 +61,25 @@ TEST(Environment, LivingTasksKeepItUnlessGarbageIsCollected) {
   EXPECT_EQ(TVN_deletetask(&two), TVN_RES_OK);
 }
 
+TEST(Environment, ItsMemoryReportsReachAFunctionThatTakesMemoryItself) {
+  TVNenv_t env = nullptr;
+  ASSERT_EQ(TVN_makeenv(&env, nullptr, nullptr, nullptr, ""), TVN_RES_OK);
+  ASSERT_EQ(TVN_initenv(env), TVN_RES_OK);
+  struct state {
+    TVNenv_t env;
+    int32_t lines;
+  } s{env, 0};
+  const auto listen = [](void* handle, const char*) {
+    auto& now = *static_cast<state*>(handle);
+    now.lines++;
+    TVN_freeenv(now.env, TVN_strdupenv(now.env, "a copy")); // would wait for ever for the lock of the scan
+  };
+  ASSERT_EQ(TVN_linkfunctoenvstream(env, TVN_STREAM_LOG, &s, listen), TVN_RES_OK);
+  EXPECT_EQ(TVN_checkmemenv(env, "here", 1), TVN_RES_OK);
+  EXPECT_GE(s.lines, 2);
+  EXPECT_EQ(TVN_deleteenv(&env), TVN_RES_OK);
+}
+
 TEST(Environment, LeakOfUserMemoryIsReported) {
   TVNenv_t env = nullptr;
   TVNtask_t task = nullptr;
