@@ -87,6 +87,27 @@ TEST(BadCall, HandlesOfTheOtherKindAreAnsweredByEveryFunction) {
   EXPECT_EQ(TVN_deleteenv(&env), TVN_RES_OK);
 }
 
+TEST(BadCall, HandlesOfWhatHasGoneAreAnsweredWhileTheirMemoryLasts) {
+  std::vector<void*> kept; // given back at the end only, so that the old records can be looked at
+  TVNenv_t env = nullptr, oldenv = nullptr;
+  TVNtask_t task = nullptr, oldtask = nullptr;
+  ASSERT_EQ(TVN_makeenv(
+                &env, &kept, [](void*, size_t size) { return std::malloc(size); },
+                [](void* handle, void* block) { static_cast<std::vector<void*>*>(handle)->push_back(block); }, nullptr),
+            TVN_RES_OK);
+  ASSERT_EQ(TVN_initenv(env), TVN_RES_OK);
+  ASSERT_EQ(TVN_maketask(env, 0, 0, &task), TVN_RES_OK);
+  oldtask = task;
+  oldenv = env;
+  ASSERT_EQ(TVN_deletetask(&task), TVN_RES_OK);
+  EXPECT_EQ(TVN_append(oldtask, TVN_ACC_VAR, 1), TVN_RES_ERR_INVALID_TASK);
+  EXPECT_EQ(TVN_deletetask(&oldtask), TVN_RES_ERR_INVALID_TASK);
+  ASSERT_EQ(TVN_deleteenv(&env), TVN_RES_OK);
+  EXPECT_EQ(TVN_maketask(oldenv, 0, 0, &task), TVN_RES_ERR_NO_INIT_ENV);
+  EXPECT_EQ(TVN_deleteenv(&oldenv), TVN_RES_ERR_NO_INIT_ENV);
+  for (void* block : kept) std::free(block);
+}
+
 TEST(BadCall, MemoryWithoutAnEnvironmentEndsTheProcessQuietly) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   // The text goes to the standard output; the death test sees the exit status.

@@ -195,14 +195,14 @@ TEST_F(Callback, ChangesNothingFromInsideARunAReadOrAWrite) {
       ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_PRESOLVE_USE, presolve), TVN_RES_OK);
       ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_OPTIMIZER, optimizer), TVN_RES_OK);
       ASSERT_EQ(TVN_deletesolution(task, TVN_SOL_BAS), TVN_RES_OK);
-      ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
+      for (int32_t again = 0; again < 2; again++) ASSERT_EQ(TVN_optimize(task), TVN_RES_OK); // cold and hot
       const std::vector<double> alone = solution();
       ASSERT_EQ(TVN_deletesolution(task, TVN_SOL_BAS), TVN_RES_OK);
       meddler m(task, path);
       m.seen = look(task);
       meet(m);
       m.phase = "a run";
-      EXPECT_EQ(TVN_optimize(task), TVN_RES_OK);
+      for (int32_t again = 0; again < 2; again++) EXPECT_EQ(TVN_optimize(task), TVN_RES_OK);
       m.phase = "a write";
       m.nested = 0;
       EXPECT_EQ(TVN_writedata(task, path.c_str()), TVN_RES_OK);
