@@ -48,8 +48,9 @@ typedef int32_t TVNrescodee;
  * From inside them
  *  - what changes the problem, the parameters or the solutions, runs an optimizer, reads a file, solves with the basis
  *    or deletes the task returns TVN_RES_ERR_INTERNAL and does nothing. So does TVN_writedata inside a read or a write;
- *  - the task may be read, cloned, printed and, inside a run, written. While an optimizer runs no solution is defined
- *    and the rows of A cannot be read; inside a read the problem is as far as the file has been read;
+ *  - the task may be read, cloned, printed and, inside a run, written. While an optimizer runs no solution is defined.
+ *    The rows of A cannot be read while a run or a write holds its columns (TVN_RES_ERR_INTERNAL). Inside a read the
+ *    problem is as far as the file has been read;
  *  - callbacks, response function, stream functions and files may be linked anew;
  *  - other tasks, those of the same environment too, may be made, used and deleted;
  *  - TVN_deleteenv returns TVN_RES_ERR_LIVING_TASKS, or waits after TVN_enablegarcolenv. In a function of an environment

@@ -67,6 +67,17 @@ sprmat_view TVN_getacolwise(task& t, int32_t extracols);
 void TVN_putadbg(const char* file, int line, task& t);
 // The same, wrapped as compressed columns with numcon as the vector length; goes back by TVN_putadbg, too.
 void TVN_getaspmat(task& t, int32_t extracols, spmat& a);
+// A by columns for a scope. Whoever holds its pointers while functions of the user may run holds it like this: what
+// they read by rows is refused meanwhile. Inside another loan it is a part of that.
+struct lent_matrix {
+  task& t;
+  bool inner;
+  sprmat_view a;
+  explicit lent_matrix(task& t_);
+  ~lent_matrix();
+  lent_matrix(const lent_matrix&) = delete;
+  lent_matrix& operator=(const lent_matrix&) = delete;
+};
 // Stops when the shape of A is not that of the problem; deep: or when an invariant of the store is broken.
 void TVN_checkadbg(const char* file, int line, task& t, bool deep);
 

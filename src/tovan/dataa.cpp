@@ -227,6 +227,14 @@ void TVN_putadbg(const char* file, int line, task& t) {
   TVN_sprmat_puta(t.prob.a);
 }
 
+lent_matrix::lent_matrix(task& t_) : t(t_), inner(get_a(t_).locked) {
+  a = inner ? TVN_sprmat_viewcols(t.prob.a) : TVN_getacolwise(t, 0);
+}
+
+lent_matrix::~lent_matrix() {
+  if (!inner) TVN_putadbg(label, __LINE__, t);
+}
+
 void TVN_checkadbg(const char* file, int line, task& t, bool deep) {
   sprmat& a = t.prob.a;
   if (!a.made()) return;

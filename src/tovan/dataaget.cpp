@@ -12,10 +12,11 @@ int32_t side_count(const task& t, int32_t accmode) noexcept {
   return accmode == TVN_ACC_CON ? t.prob.numcon : t.prob.numvar;
 }
 
-// An optimizer that has A on loan by columns cannot let a callback turn it.
+// An optimizer or a writer that has A on loan by columns cannot let a function of the user turn it.
 TVNrescodee check_turnable(task& t, int32_t accmode) {
   if (!t.prob.a.locked || t.prob.a.colwise == (accmode == TVN_ACC_VAR)) return TVN_RES_OK;
-  return report(t, label, __LINE__, TVN_RES_ERR_INTERNAL, "the rows of A cannot be read while an optimizer runs");
+  return report(t, label, __LINE__, TVN_RES_ERR_INTERNAL,
+                "the rows of A cannot be read while a run or a write holds its columns");
 }
 
 TVNrescodee check_side_slice(task& t, int32_t accmode, int32_t first, int32_t last) {

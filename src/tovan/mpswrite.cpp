@@ -159,7 +159,8 @@ void write_rows(mps_writer& w) {
 
 void write_columns(mps_writer& w) {
   const problem& p = w.t.prob;
-  const sprmat_view a = TVN_sprmat_viewcols(get_a(w.t));
+  const lent_matrix lent(w.t); // the callbacks come in the middle of it
+  const sprmat_view& a = lent.a;
   put(w, "COLUMNS\n");
   for (int32_t j = 0; j < p.numvar && is_going(w); j++) {
     put(w, "    ");

@@ -132,15 +132,6 @@ void turn_duals(const task& t, bool maximize, const lp_solution& s) noexcept {
   for (double* v : {s.slx, s.sux}) turn(v, t.prob.numvar);
 }
 
-struct lent_matrix {
-  task& t;
-  sprmat_view a;
-  explicit lent_matrix(task& task_) : t(task_), a(TVN_getacolwise(task_, 0)) {}
-  ~lent_matrix() { TVN_putadbg(label, __LINE__, t); }
-  lent_matrix(const lent_matrix&) = delete;
-  lent_matrix& operator=(const lent_matrix&) = delete;
-};
-
 lp_view make_view(const task& t, bool maximize, const negated_costs& negated, const sprmat_view& a) {
   const problem& p = t.prob;
   lp_view v;

@@ -330,6 +330,46 @@ TEST_F(Callback, ReadsInTheMiddleOfAChange) {
                TVN_inputdata(task, 2, 2, 2, 2, far, 0, begin, end, sub, big, ra, far, far, ra, far, far));
 }
 
+TEST_F(Callback, ReadsRowsWhileALongFileIsWritten) {
+  // A file of several megabytes, whose events come in the middle of its columns.
+  constexpr int32_t n = 40000;
+  std::vector<int32_t> begin(n), end(n), sub(2 * n);
+  std::vector<double> val(2 * n);
+  for (int32_t j = 0; j < n; j++) {
+    begin[static_cast<size_t>(j)] = 2 * j;
+    end[static_cast<size_t>(j)] = 2 * j + 2;
+    for (const int32_t k : {0, 1}) {
+      sub[static_cast<size_t>(2 * j + k)] = j % 40 + 7 * k; // rising: turning A sorts its columns
+      val[static_cast<size_t>(2 * j + k)] = 1 + 1.0 / (3 + j + k);
+    }
+  }
+  ASSERT_EQ(TVN_append(task, TVN_ACC_CON, 50), TVN_RES_OK);
+  ASSERT_EQ(
+      TVN_appendvars(task, n, nullptr, begin.data(), end.data(), sub.data(), val.data(), nullptr, nullptr, nullptr),
+      TVN_RES_OK);
+  ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_WRITE_FREE_CON, TVN_ON), TVN_RES_OK);
+  const auto written = [&] {
+    EXPECT_EQ(TVN_writedata(task, path.c_str()), TVN_RES_OK);
+    std::ifstream in(path);
+    return std::string{std::istreambuf_iterator<char>(in), {}};
+  };
+  const std::string alone = written();
+  int32_t calls = 0;
+  const auto read_row = [](TVNtask_t t, void* handle, int32_t) -> int32_t {
+    ++*static_cast<int32_t*>(handle);
+    int32_t num = 0;
+    const TVNrescodee code = TVN_getavecnumnz(t, TVN_ACC_CON, 3, &num);
+    EXPECT_TRUE(code == TVN_RES_OK || code == TVN_RES_ERR_INTERNAL) << code;
+    const std::vector<double> over[] = {std::vector<double>(2 * n, 99), std::vector<double>(n, 99)}; // what was freed
+    return over[0][0] == over[1][0] ? 0 : 1;
+  };
+  ASSERT_EQ(TVN_putcallbackfunc(task, read_row, &calls), TVN_RES_OK);
+  EXPECT_TRUE(written() == alone) << "the rows that were read spoil the file";
+  EXPECT_GT(calls, 4);
+  int32_t num = 0;
+  EXPECT_EQ(TVN_getavecnumnz(task, TVN_ACC_CON, 3, &num), TVN_RES_OK) << "nobody has A any more";
+}
+
 TEST_F(Callback, MeetsTheEndOfItsTaskAndOfItsEnvironment) {
   // A started line is told while the task goes; the handle is of no use by then.
   struct witness {
