@@ -1418,7 +1418,8 @@ TVN_API TVNrescodee TVN_initenv(TVNenv_t env);
 /* Ends an environment.
  *   env in, out: the handle, null after TVN_RES_OK; a null handle is no fault.
  * Codes: TVN_RES_ERR_LIVING_TASKS (nothing is deleted; after TVN_enablegarcolenv it is TVN_RES_OK instead and the last
- * TVN_deletetask deletes), TVN_RES_ERR_INTERNAL (in one of its own functions, see there), TVN_RES_ERR_SPACE_LEAKING (deleted, with memory left; known with memory debugging only). */
+ * TVN_deletetask deletes), TVN_RES_ERR_INTERNAL (in one of its own functions, see there), TVN_RES_ERR_SPACE_LEAKING
+ * (deleted, with memory left; known with memory debugging only). */
 TVN_API TVNrescodee TVN_deleteenv(TVNenv_t *env);
 
 /* Lets TVN_deleteenv wait for the last task. */

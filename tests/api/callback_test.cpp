@@ -330,7 +330,7 @@ TEST_F(Callback, ReadsInTheMiddleOfAChange) {
                TVN_inputdata(task, 2, 2, 2, 2, far, 0, begin, end, sub, big, ra, far, far, ra, far, far));
 }
 
-TEST_F(Callback, ReadsRowsWhileALongFileIsWritten) {
+TEST_F(Callback, ReadsRowsWhileALongFileIsWrittenAndRead) {
   // A file of several megabytes, whose events come in the middle of its columns.
   constexpr int32_t n = 40000;
   std::vector<int32_t> begin(n), end(n), sub(2 * n);
@@ -347,7 +347,7 @@ TEST_F(Callback, ReadsRowsWhileALongFileIsWritten) {
   ASSERT_EQ(
       TVN_appendvars(task, n, nullptr, begin.data(), end.data(), sub.data(), val.data(), nullptr, nullptr, nullptr),
       TVN_RES_OK);
-  ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_WRITE_FREE_CON, TVN_ON), TVN_RES_OK);
+  for (int32_t i = 0; i < 50; i++) ASSERT_EQ(TVN_putbound(task, TVN_ACC_CON, i, TVN_BK_UP, 0, 10 + i), TVN_RES_OK);
   const auto written = [&] {
     EXPECT_EQ(TVN_writedata(task, path.c_str()), TVN_RES_OK);
     std::ifstream in(path);
@@ -359,7 +359,7 @@ TEST_F(Callback, ReadsRowsWhileALongFileIsWritten) {
     ++*static_cast<int32_t*>(handle);
     int32_t num = 0;
     const TVNrescodee code = TVN_getavecnumnz(t, TVN_ACC_CON, 3, &num);
-    EXPECT_TRUE(code == TVN_RES_OK || code == TVN_RES_ERR_INTERNAL) << code;
+    EXPECT_TRUE(code == TVN_RES_OK || code == TVN_RES_ERR_INTERNAL || code == TVN_RES_ERR_INDEX_IS_TOO_LARGE) << code;
     const std::vector<double> over[] = {std::vector<double>(2 * n, 99), std::vector<double>(n, 99)}; // what was freed
     return over[0][0] == over[1][0] ? 0 : 1;
   };
@@ -368,6 +368,13 @@ TEST_F(Callback, ReadsRowsWhileALongFileIsWritten) {
   EXPECT_GT(calls, 4);
   int32_t num = 0;
   EXPECT_EQ(TVN_getavecnumnz(task, TVN_ACC_CON, 3, &num), TVN_RES_OK) << "nobody has A any more";
+  calls = 0;
+  ASSERT_EQ(TVN_readdata(task, path.c_str()), TVN_RES_OK);
+  EXPECT_GT(calls, 4);
+  ASSERT_EQ(TVN_putcallbackfunc(task, nullptr, nullptr), TVN_RES_OK);
+  ASSERT_EQ(TVN_putobjsense(task, TVN_OBJECTIVE_SENSE_UNDEFINED), TVN_RES_OK);
+  ASSERT_EQ(TVN_putobjname(task, ""), TVN_RES_OK);
+  EXPECT_TRUE(written() == alone) << "the rows that were read spoil what is read from the file";
 }
 
 TEST_F(Callback, MeetsTheEndOfItsTaskAndOfItsEnvironment) {
