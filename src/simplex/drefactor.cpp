@@ -10,8 +10,9 @@ namespace tvn {
 namespace {
 
 constexpr double tolpivmin = 1e-10, tolpivmax = 1e-5;
-constexpr int32_t badpivots = 5; // more of them raise the pivot tolerance
-constexpr int32_t calmtimes = 6; // recomputations without a setback lower it
+constexpr int32_t badpivots = 5;  // more of them raise the pivot tolerance
+constexpr int64_t maxfutile = 40; // setbacks without a better objective between them
+constexpr int32_t calmtimes = 6;  // recomputations without a setback lower it
 
 // Back to the last basis that had a factor. What lies between led to a singular one, so pivots are chosen with more
 // care and fewer of them go on one factor.
@@ -26,7 +27,7 @@ loop_state backtrack(dual_state& s) {
   for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
   dsimplex_placenonbasics(s);
   s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
-  TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 1.5 * TVN_lu_gettol(s.fac.factor, 2)));
+  TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.5);
   return dsimplex_setback(s);
 }
 
@@ -62,7 +63,9 @@ loop_state dsimplex_handover(dual_state& s) {
 
 loop_state dsimplex_setback(dual_state& s) {
   s.refactor = true;
+  (void)TVN_simplex_relax(s.base, 2 * s.tolfeas);
   s.info.count[kind_dual].setbacks = ++s.setbacks;
+  if (s.setbacks - s.bestsetbacks > maxfutile) return dsimplex_handover(s);
   if (s.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
   TVN_simplex_tell(s.base, 1, "Too many (%d) bad events\n", static_cast<int>(s.setbacks));
   return dsimplex_handover(s); // the primal simplex accepts any basis

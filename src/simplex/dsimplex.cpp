@@ -21,8 +21,7 @@ constexpr double smallpivot = 1e-5;   // below it a pivot is taken on a fresh fa
 constexpr double bannedweight = 1e15; // of a row whose pivot failed
 constexpr double smallstep = 1e-12;   // dual steps up to this count as degenerate
 constexpr double weightslack = 0.25;  // a weight below this part of the true one is put right before the row may leave
-constexpr double grosserror = 0.1;    // of a pivot: difference between its two values at which it is not taken
-constexpr double worseerror = 1e-7;   // at which weights lose digits too
+constexpr double worseerror = 1e-7;   // difference between the two values of a pivot at which weights lose digits too
 constexpr double sizable = 0.01;      // smaller pivots tell nothing by a relative difference
 constexpr int64_t stalliterations = 2000;
 constexpr int32_t maxkicks = 8;
@@ -115,6 +114,7 @@ loop_state watch_progress(dual_state& s) {
   if (now > s.bestobj + 1e-9 * scale) {
     s.bestobj = now;
     s.bestiter = s.iter;
+    s.bestsetbacks = s.setbacks;
     return loop_state::go_on;
   }
   if (s.iter - s.bestiter <= stalliterations + 2 * s.work.m) return loop_state::go_on;
@@ -153,7 +153,9 @@ constexpr int32_t shiftedcosts = 2;
 
 loop_state first_phase(dual_state& s) {
   dsimplex_countinf(s);
-  const bool boxed = s.numdinf > 0 && (s.feasonly || s.param.dualphaseone != shiftedcosts);
+  // After another optimizer what is wrong is within the tolerance.
+  const bool shifts = s.param.dualphaseone == shiftedcosts || s.info.hotstart == 1;
+  const bool boxed = s.numdinf > 0 && (s.feasonly || !shifts);
   begin_phase(s, boxed ? 1 : 2);
   if (s.feasonly && !boxed) return dsimplex_finish(s, simplex_code::ok, sol_dual_feas);
   if (s.allowperturb && s.base.cold) dsimplex_perturb(s, 1);
@@ -215,7 +217,7 @@ loop_state infeasible(dual_state& s, int32_t r, double sigma) {
   }
   if (s.tolpiv > tolpivmin) {
     s.tolpiv = tolpivmin;
-    TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 2 * TVN_lu_gettol(s.fac.factor, 2)));
+    TVN_simplex_raisepivots(s.fac.factor, 2, 0.5);
   } else {
     s.basic[r].weight = bannedweight;
   }
@@ -259,13 +261,23 @@ pivot_rule rule_of(double error) {
   return decade > 5 ? pivot_rule{never, never} : rules[decade < 1 ? 0 : static_cast<size_t>(decade)];
 }
 
+// A small pivot is not worth an infeasibility that the user allows.
+bool forgives(dual_state& s, int32_t r) {
+  const double v = 1.001 * std::sqrt(s.basic[r].infeas); // the tolerance has to be above it
+  if (v > relaxedshare * s.param.tolx) return false;
+  (void)TVN_simplex_relax(s.base, v);
+  dsimplex_rebuildlist(s);
+  return true;
+}
+
 // Compares the pivot of the row with that of the column, and either with what a sound basis needs.
 loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
-  const double size = std::min(std::fabs(arow), std::fabs(acol)), error = std::fabs(arow - acol);
-  const bool lost = !(size > 0.5 * s.tolpiv) || !(error <= grosserror * size);
+  const double error = std::fabs(arow - acol), size = std::min(std::fabs(arow), std::fabs(acol));
+  const bool lost = TVN_simplex_ispivotlost(arow, acol, s.tolpiv);
   if (error > worseerror * (1 + size)) s.exactweights = false; // their updates share these digits
   if (!lost) {
     if (size < smallpivot && s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+    if (size < smallpivot && forgives(s, r)) return loop_state::recompute;
     if (std::fabs(arow) <= sizable) return loop_state::go_on;
     const pivot_rule rule = rule_of(error / (std::fabs(arow) + 1));
     if (s.fac.since > rule.now) return s.refactor = true, loop_state::recompute;
@@ -277,7 +289,7 @@ loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
   if (s.basic[r].weight >= bannedweight) return dsimplex_handover(s);
   s.basic[r].weight = bannedweight;
   dsimplex_notebadpivot(s);
-  TVN_lu_puttol(s.fac.factor, 2, std::min(0.5, 1.5 * TVN_lu_gettol(s.fac.factor, 2)));
+  TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.5);
   return dsimplex_setback(s);
 }
 
@@ -285,7 +297,7 @@ loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
 // speaks against the pivot, and its row does not come back soon.
 loop_state refused_update(dual_state& s, int32_t position) {
   s.fac.usable = false;
-  if (s.failedupdates++ > 0) TVN_lu_puttol(s.fac.factor, 2, std::min(1.5 * TVN_lu_gettol(s.fac.factor, 2), 0.1));
+  if (s.failedupdates++ > 0) TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.1);
   if (s.fac.since == 0) {
     dsimplex_notebadpivot(s);
     s.basic[position].weight = bannedweight;
@@ -378,7 +390,6 @@ void allocate(dual_state& s) {
 
 void start(dual_state& s) {
   allocate(s);
-  s.tolfeas = std::min(1e-8, s.param.tolx);
   s.told = std::min(1e-7, s.param.tols);
   s.tolratio = 0.3 * s.told;
   s.tolpiv = s.param.tolabspiv;

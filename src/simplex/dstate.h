@@ -82,7 +82,8 @@ struct dual_state {
   int32_t updatelimit = 0; // on one factor; falls with singular bases
 
   // Tolerances; they move, see the loop.
-  double tolfeas = 1e-7, told = 1e-7, tolratio = 3e-8, tolpiv = 1e-7;
+  double& tolfeas = base.tolfeas;
+  double told = 1e-7, tolratio = 3e-8, tolpiv = 1e-7;
 
   // Control.
   bool refactor = true;  // before the next pricing
@@ -98,10 +99,10 @@ struct dual_state {
   int32_t failedupdates = 0;                       // of the factor
   int32_t losses = 0;                              // fresh objectives in a row that fell by more than a tenth
   double lastobj = -HUGE_VAL, bestobj = -HUGE_VAL; // fresh working objectives of this phase and cost
-  int64_t bestiter = 0;
-  int64_t phasestart = 0; // iteration
-  bool longrun = false;   // the costs have been moved far because the phase is long
-  int32_t numdinf = 0;    // reduced costs of wrong sign on the true bounds, fresh
+  int64_t bestiter = 0, bestsetbacks = 0;          // when that was
+  int64_t phasestart = 0;                          // iteration
+  bool longrun = false;                            // the costs have been moved far because the phase is long
+  int32_t numdinf = 0;                             // reduced costs of wrong sign on the true bounds, fresh
   double sumdinf = 0;
 };
 

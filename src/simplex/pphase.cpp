@@ -9,6 +9,12 @@
 
 namespace tvn {
 
+namespace {
+
+constexpr double roundoff = 1e-15; // of the largest dual: reduced costs of phase one below it are rounding
+
+} // namespace
+
 void psimplex_gatherbasics(primal_state& s) noexcept {
   for (int32_t k = 0; k < s.work.m; k++) {
     const int32_t j = s.fac.head[k];
@@ -33,6 +39,8 @@ void psimplex_formd(primal_state& s) {
   const simplex_work& w = s.work;
   for (int32_t k = 0; k < w.m; k++) s.fac.rhs[k] = static_cast<double>(s.infeas[k]) + s.cost(s.fac.head[k]);
   TVN_simplex_formy(s.fac, s.y);
+  double largest = 0;
+  for (const double v : s.y) largest = std::max(largest, std::fabs(v));
   for (int32_t j = 0; j < w.total; j++) {
     if (s.fac.pos[j] >= 0) {
       s.d[j] = 0;
@@ -41,6 +49,7 @@ void psimplex_formd(primal_state& s) {
     if (w.is_fixed(j)) continue;
     s.d[j] = s.cost(j) - TVN_simplex_columndot(w, j, s.y.data());
   }
+  s.tols = s.phase == 1 ? std::max({s.tolone, s.noise, roundoff * largest}) : s.param.tols;
   s.freshd = true;
 }
 

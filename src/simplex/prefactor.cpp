@@ -6,16 +6,21 @@
 #include "simplex/pstate.h"
 
 #include <cmath>
+#include <utility>
 
 namespace tvn {
 
 namespace {
 
+constexpr int64_t maxfutile = 40;                    // setbacks without a better point between them
 constexpr double tolpivmax = 1e-4, tolcareful = 0.1; // the most that tolpiv and the factor's absolute one may rise to
 constexpr double careful = 1000;                     // times tolpiv is the factor's absolute tolerance after a refusal
 constexpr double feasibleshift = 10;   // times tolfeas: infeasibility that a shift of the working bound absorbs
+constexpr double realgain = 0.01;      // of the gain that steps of phase one claim: less is rounding,
+constexpr double maxnoise = 1e-4;      // which may hide reduced costs up to this
+constexpr int32_t maxstalls = 30;      // rounds without progress that a run may have
 constexpr double smallprogress = 1e-9; // of the objective, between two fresh values far apart
-enum : int32_t { key_absolute = 1, key_relative = 2 }; // tolerances of the factor
+constexpr int32_t key_absolute = 1;    // pivot tolerance of the factor
 
 } // namespace
 
@@ -37,15 +42,31 @@ void psimplex_ban(primal_state& s, int32_t q) {
   psimplex_setcandidate(s, q);
 }
 
-loop_state psimplex_setback(primal_state& s) {
-  s.refactor = true;
-  auto& count = s.info.count[kind_primal];
-  count.setbacks = ++s.setbacks;
-  s.tries = s.iter == s.triesiter ? s.tries + 1 : 1;
-  s.triesiter = s.iter;
+bool psimplex_askdual(primal_state& s) {
+  if (s.alone || s.base.repairs == 0) return false;
+  s.base.repairs--;
+  s.handover = true;
+  psimplex_finish(s, simplex_code::ok, sol_unknown);
+  return true;
+}
+
+namespace {
+
+loop_state count_setback(primal_state& s) {
+  s.info.count[kind_primal].setbacks = ++s.setbacks;
+  if (s.setbacks - s.bestsetbacks > maxfutile && psimplex_askdual(s)) return loop_state::finished;
   if (s.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
   TVN_simplex_tell(s.base, 1, "Too many (%d) bad events\n", static_cast<int>(s.setbacks));
   return psimplex_finish(s, simplex_code::max_setbacks, sol_unknown);
+}
+
+} // namespace
+
+loop_state psimplex_setback(primal_state& s) {
+  s.refactor = true;
+  s.tries = s.iter == s.triesiter ? s.tries + 1 : 1;
+  s.triesiter = s.iter;
+  return count_setback(s);
 }
 
 loop_state psimplex_losepivot(primal_state& s) {
@@ -59,7 +80,7 @@ loop_state psimplex_refusedupdate(primal_state& s, int32_t position) {
   lu& f = s.fac.factor;
   s.fac.usable = false;
   s.careful = true;
-  TVN_lu_puttol(f, key_relative, std::min(1.5 * TVN_lu_gettol(f, key_relative), 0.1));
+  TVN_simplex_raisepivots(f, 1.5, 0.1);
   TVN_simplex_tell(s.base, 2, "%-20s: %-d\n", "Pivot row", static_cast<int>(position));
   TVN_simplex_tell(s.base, 2, "%-20s: %-.2e\n", "Pivot", s.aq.val[position]);
   TVN_simplex_tell(s.base, 2, "%-20s: %-.2e\n", "||aj||", std::sqrt(s.colnorm));
@@ -109,7 +130,7 @@ loop_state follow_repair(primal_state& s, std::span<const basis_exchange> exchan
   if (++s.successive > 1) {
     if (s.successive == 2) TVN_simplex_tell(s.base, 2, "Singular basis in two succesive iterations.\n");
     s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
-    TVN_lu_puttol(s.fac.factor, key_relative, std::min(0.5, 2 * TVN_lu_gettol(s.fac.factor, key_relative)));
+    TVN_simplex_raisepivots(s.fac.factor, 2, 0.5);
   }
   return !exchanges.empty() && s.iter > 0 ? psimplex_setback(s) : loop_state::go_on;
 }
@@ -154,18 +175,41 @@ bool psimplex_absorb(primal_state& s, double relative) {
 
 namespace {
 
+// A point that was feasible is so no more. Where the digits do not suffice for the tolerance it gives way, up to half
+// of what the user asked for: else the run would swing between the phases for ever.
+loop_state lose_feasibility(primal_state& s) {
+  if (TVN_simplex_relax(s.base, 2 * s.tolfeas)) psimplex_countinf(s);
+  if (s.numinf == 0) return loop_state::go_on;
+  TVN_simplex_raisepivots(s.fac.factor, 2, 0.5);
+  return count_setback(s);
+}
+
 // Steps can gain what the next recomputation takes back. Over many steps only the fresh objective tells progress.
-void watch_progress(primal_state& s) {
+// A feasible point lost is none, so a swing between the phases is a stall too.
+loop_state watch_progress(primal_state& s) {
   const double now = s.phase == 1 ? s.suminf : s.info.objective;
-  if (s.phase != s.bestphase || s.resets != s.bestresets || now < s.best - smallprogress * s.objscale) {
+  const bool better = s.phase == s.bestphase ? now < s.best - smallprogress * s.objscale : s.phase > s.bestphase;
+  if (better || s.resets != s.bestresets) {
     s.best = now;
     s.bestiter = s.iter;
+    s.bestsetbacks = s.setbacks;
     s.bestphase = s.phase;
     s.bestresets = s.resets;
   } else if (s.iter - s.bestiter > stallperturbed + 2 * s.work.m) {
+    if (++s.stalls > maxstalls) return psimplex_finish(s, simplex_code::stall, sol_unknown);
     s.random = !psimplex_unstall(s);
     s.bestphase = 0; // begin anew
   }
+  return loop_state::go_on;
+}
+
+// Phase one stands still though its steps claim a gain: their reduced costs are rounding.
+void watch_rounding(primal_state& s) {
+  const double claimed = std::exchange(s.gain, 0.0), before = std::exchange(s.lastsuminf, s.suminf);
+  if (s.phase == 1 && before - s.suminf < realgain * claimed) s.noise = std::min(10 * s.tols, maxnoise);
+  if (s.phase == 1) return;
+  s.lastsuminf = HUGE_VAL;
+  s.noise = 0;
 }
 
 } // namespace
@@ -182,13 +226,18 @@ loop_state psimplex_recompute(primal_state& s) {
   psimplex_countinf(s);
   const bool wasfeasible = s.phase == 2;
   if (wasfeasible && s.numinf > 0 && s.allowperturb) psimplex_absorb(s, 0);
+  if (wasfeasible && s.numinf > 0 && lose_feasibility(s) == loop_state::finished) return loop_state::finished;
   psimplex_gatherbasics(s);
+  // Within what the user allows, and no better since the last look.
+  const bool forgiven = s.numinf > 0 && !s.perturbed && s.suminf <= relaxedshare * s.param.tolx;
+  if (forgiven && s.forgiven && TVN_simplex_relax(s.base, s.suminf)) psimplex_countinf(s);
+  s.forgiven = forgiven;
   s.phase = s.numinf > 0 ? 1 : 2;
   if (wasfeasible != (s.phase == 2)) s.info.forcelog = true;
-  if (wasfeasible && s.phase == 1) s.setbacks++;
   psimplex_setobjective(s);
   s.objscale = 1 + std::fabs(s.phase == 1 ? s.suminf : s.info.objective);
-  watch_progress(s);
+  watch_rounding(s);
+  if (watch_progress(s) == loop_state::finished) return loop_state::finished;
   psimplex_formd(s);
   psimplex_rebuildcandidates(s);
 #if TVN_CHECK_LEVEL >= 2

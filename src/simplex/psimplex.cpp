@@ -19,6 +19,7 @@ constexpr int64_t listperiod = 5000;  // and between two fillings of a restricte
 constexpr int32_t maxtries = 10;      // setbacks at one iteration: its column is banned
 constexpr double smallstep = 1e-12;   // steps up to this count as degenerate,
 constexpr double smallgain = 1e-11;   // and gains up to this part of the objective as standing still
+constexpr double tightshare = 1e-3;   // of the optimality tolerance, where phase one finds no way on
 constexpr double minshare = 1e-9;     // of the largest entry of its column: a smaller pivot is rounding
 
 double direction(const primal_state& s, int32_t q, double d) {
@@ -73,6 +74,21 @@ loop_state remove_superbasics(primal_state& s) {
   return s.refactor = true, loop_state::recompute;
 }
 
+// Phase one is at its end with no bound widened. What the user's tolerance allows is no infeasibility; reduced costs
+// within theirs can hide one of their size. False: neither is left.
+bool doubt_infeasibility(primal_state& s) {
+  if (TVN_simplex_relax(s.base, s.param.tolx)) return true;
+  if (!s.accepting && psimplex_absorb(s, s.param.tolx)) {
+    s.accepting = true;
+    s.allowperturb = false;
+    return true;
+  }
+  const double tight = tightshare * s.param.tols;
+  if (s.tolone <= tight) return false;
+  s.tolone = tight;
+  return true;
+}
+
 // The pricing found nothing.
 loop_state end_of_pricing(primal_state& s) {
   if (!s.freshd || s.fac.since > 0) return s.refactor = true, loop_state::recompute;
@@ -83,11 +99,9 @@ loop_state end_of_pricing(primal_state& s) {
     return psimplex_setback(s);
   }
   if (s.phase == 1 && !s.perturbed) {
-    if (!s.param.acceptinfeas || s.accepting || !psimplex_absorb(s, s.param.tolx))
-      return psimplex_finish(s, simplex_code::ok, sol_prim_infeas_cer);
-    s.accepting = true;
-    s.allowperturb = false;
-    return s.refactor = true, loop_state::recompute;
+    if (doubt_infeasibility(s)) return s.refactor = true, loop_state::recompute;
+    if (s.noise > 0 && psimplex_askdual(s)) return loop_state::finished; // rounding proves nothing
+    return psimplex_finish(s, simplex_code::ok, sol_prim_infeas_cer);
   }
   if (s.phase == 2 && !s.perturbed && psimplex_findsuperbasic(s) >= 0) return remove_superbasics(s);
   if (s.phase == 2 && (!s.perturbed || s.accepting)) {
@@ -97,10 +111,12 @@ loop_state end_of_pricing(primal_state& s) {
     }
     return psimplex_finish(s, simplex_code::ok, sol_optimal);
   }
+  const bool optimal = s.phase == 2 && psimplex_findsuperbasic(s) < 0;
   psimplex_variablereset(s);
   if (++s.resets >= maxresets) s.allowperturb = false;
   s.info.count[kind_primal].resets = s.resets;
   s.info.forcelog = true;
+  if (optimal && psimplex_askdual(s)) return loop_state::finished;
   // From here the phase is decided anew on the true bounds, with no bound giving way.
   s.phase = 1;
   s.refactor = true;
@@ -196,6 +212,13 @@ loop_state update_factor(primal_state& s, int32_t position) {
   return loop_state::go_on;
 }
 
+// On a fresh factor the column itself is bad.
+loop_state lose_pivot(primal_state& s, int32_t q) {
+  if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  psimplex_ban(s, q);
+  return psimplex_losepivot(s);
+}
+
 void steepest_edge_vector(primal_state& s) {
   if (s.method != sel_se && s.method != sel_se + sel_restrict) return;
   const double before = TVN_lu_getupdatework(s.fac.factor);
@@ -210,14 +233,14 @@ loop_state psimplex_pivot(primal_state& s, int32_t q, double sigma, double dq, c
   const int32_t leaving = s.fac.head[r.position];
   const double a = s.aq.val[r.position], theta = dq / a;
   TVN_simplex_rowofinverse(s.base, r.position);
+  const double arow = TVN_simplex_columndot(s.work, q, s.rho.val.data());
+  if (TVN_simplex_ispivotlost(arow, a, s.tolpiv)) return lose_pivot(s, q);
+  if (wants_refactor(s, arow, a)) s.soon = true;
   const bool full = s.method != sel_partial;
   if (full) {
     steepest_edge_vector(s);
     s.workprice += static_cast<double>(TVN_simplex_formrow(s.base)) + s.alpha.count;
     s.rowcount = (7 * s.rowcount + s.alpha.count) / 8;
-    const double arow = s.work.is_logical(q) ? -s.rho.val[q] : s.alpha.val[q];
-    if (s.fac.since > 0 && std::fabs(arow - a) > 1e-3 * (std::fabs(a) + 1)) return psimplex_losepivot(s);
-    if (wants_refactor(s, arow, a)) s.soon = true;
   } else {
     s.workprice += s.rho.count;
     for (int32_t p = 0; p < s.rho.count; p++) s.y[s.rho.idx[p]] += theta * s.rho.val[s.rho.idx[p]];
@@ -261,6 +284,7 @@ void count_iteration(primal_state& s, double step, double gain) {
     count.degenerate++;
     s.perioddeg++;
   }
+  s.gain += s.phase == 1 ? gain : 0;
   s.stalled = gain <= smallgain * s.objscale ? s.stalled + 1 : 0;
   // Perturbation ends most stalls. Where it may not act, or has not, bounds are widened all the same, and after many
   // such rounds random edges end the stall with probability one.
@@ -310,6 +334,7 @@ loop_state iterate(primal_state& s) {
     swap_bound(s, q, sigma, r.step);
   else
     state = psimplex_pivot(s, q, sigma, dq, r);
+  if (!r.swap && s.fac.pos[q] < 0) return state; // refused
   count_iteration(s, r.step, std::fabs(dq) * r.step);
   if (state != loop_state::go_on) return state;
   if (s.phase == 1) {
@@ -364,9 +389,8 @@ loop_state rest_feasible(primal_state& s) {
 
 void run_loop(primal_state& s) {
   allocate(s);
-  s.tolfeas = std::min(1e-8, s.param.tolx);
   s.tolpiv = s.param.tolabspiv;
-  s.tols = s.param.tols;
+  s.tols = s.tolone = s.param.tols;
   TVN_lu_puttol(s.fac.factor, 2, s.param.tolrelpiv);
   TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
   const bool cold = s.base.cold;
@@ -409,6 +433,7 @@ void run_loop(primal_state& s) {
 void psimplex_optimize(primal_state& s) {
   dupvec_groups groups;
   psimplex_groupdupvec(s, groups);
+  s.alone = groups.num > 0 || s.tofeasible;
   run_loop(s);
   if (groups.num > 0) psimplex_dupvecfeasible(s, groups);
 }

@@ -95,7 +95,9 @@ struct primal_state {
   bool restricted = false; // some nonbasic is not in the list
 
   // Tolerances; they move, see the loop.
-  double tolfeas = 1e-8, tolpiv = 1e-7, tols = 1e-6;
+  double& tolfeas = base.tolfeas;
+  double tolpiv = 1e-7, tols = 1e-6;
+  double tolone = 1e-6; // tols in phase one, the rounding of its reduced costs left out
 
   struct breakpoint {
     double ratio;
@@ -120,11 +122,18 @@ struct primal_state {
   double objscale = 1;  // 1 + magnitude of the objective of the phase at the last recomputation
   double best = 0;      // lowest fresh objective of this phase since the last return to the true bounds,
   int64_t bestiter = 0; // when it was met,
-  int32_t bestphase = 0, bestresets = 0; // and which phase and return that was
-  int64_t stalled = 0;                   // degenerate steps in a row
-  bool random = false;                   // stalled for long: entering and leaving variables are drawn (random edge)
-  bool accepting = false;                // true bounds gave way within the tolerance asked for: they do not come back
+  int32_t bestphase = 0, bestresets = 0;  // and which phase and return that was
+  int64_t bestsetbacks = 0;               // setbacks by then
+  int32_t stalls = 0;                     // how often that was too long ago
+  double gain = 0, lastsuminf = HUGE_VAL; // of phase one: gain claimed since the last recomputation, infeasibility then
+  double noise = 0;                       // reduced costs of phase one that proved to be rounding
+  int64_t stalled = 0;                    // degenerate steps in a row
+  bool random = false;                    // stalled for long: entering and leaving variables are drawn (random edge)
+  bool forgiven = false;                  // infeasible within what the user allows at the last recomputation
+  bool accepting = false;                 // true bounds gave way within the tolerance asked for: they do not come back
   bool lenient = false;     // nothing but refused columns is left: their small pivots count until the next step
+  bool alone = false;       // the dual simplex cannot go on from the state
+  bool handover = false;    // the dual simplex has to go on
   bool tofeasible = false;  // the run ends at the first point that is feasible within the true bounds
   bool resetmode = false;   // many more columns than rows: widened bounds come back at the next recomputation
   bool careful = false;     // the next factorisation refuses small pivots
@@ -147,6 +156,7 @@ constexpr int64_t stallperturbed = 2000; // and as many steps plus 2m without pr
 loop_state psimplex_finish(primal_state& s, simplex_code code, int32_t solsta);
 void psimplex_setobjective(primal_state& s);
 void psimplex_ban(primal_state& s, int32_t q); // it does not enter before the next reset
+bool psimplex_askdual(primal_state& s);        // the dual simplex goes on from here; false: it has had its turns
 loop_state psimplex_setback(primal_state& s);
 loop_state psimplex_losepivot(primal_state& s);                       // two values of a pivot disagree
 loop_state psimplex_refusedupdate(primal_state& s, int32_t position); // the factor would not take a pivot

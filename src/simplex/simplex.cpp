@@ -21,6 +21,7 @@ namespace {
 
 constexpr int32_t scalepasses = 6;
 constexpr double tolgap = 1e-9;         // room below the objective of an optimum, relative to it
+constexpr int32_t maxrepairs = 3;       // turns of the dual simplex on behalf of the primal one
 constexpr double tolcertificate = 1e-7; // violation of a certificate relative to its objective
 
 // --- start basis
@@ -151,7 +152,7 @@ void export_certificate(const simplex_state& s, const lp_view& lp, const buffer<
   for (int32_t j = 0; j < lp.numvar; j++) split(TVN_simplex_userreducedcost(lp, j, 0.0, sol.y), sol.slx[j], sol.sux[j]);
 }
 
-// Runs one optimizer on the state; true: the primal simplex has to finish.
+// Runs one optimizer on the state; true: the other one has to go on.
 bool run_optimizer(simplex_state& s, simplex_kind kind) {
   s.info.kind = kind;
   s.progress(simplex_event::begin, s.info);
@@ -165,17 +166,18 @@ bool run_optimizer(simplex_state& s, simplex_kind kind) {
   } else {
     primal_state p(s);
     psimplex_optimize(p);
+    handover = p.handover;
   }
   s.progress(simplex_event::end, s.info);
   return handover;
 }
 
-// What another optimizer has left takes nothing, a few pivots or an optimizer of this kind.
-void simplex_cleanandoptimize(simplex_state& s, simplex_kind kind) {
+// What another optimizer has left takes nothing, a few pivots or an optimizer of this kind; true as above.
+bool simplex_cleanandoptimize(simplex_state& s, simplex_kind kind) {
   const bool fresh = s.fac.since == 0; // else it may be what the other one failed on
-  if (fresh && TVN_simplex_smartcrash(s)) return;
+  if (fresh && TVN_simplex_smartcrash(s)) return false;
   s.factorready = fresh && s.fac.usable;
-  run_optimizer(s, kind);
+  return run_optimizer(s, kind);
 }
 
 void run_chain(simplex_state& s) {
@@ -183,13 +185,17 @@ void run_chain(simplex_state& s) {
     if (TVN_simplex_smartcrash(s)) return;
     s.factorready = s.fac.usable;
   }
-  const simplex_kind kind = TVN_simplex_chooseoptimizer(s);
+  simplex_kind kind = TVN_simplex_chooseoptimizer(s);
   if (s.stop != simplex_code::ok) return;
   if (kind == kind_primal && s.cold) TVN_simplex_primalcrash(s);
-  if (!run_optimizer(s, kind)) return;
+  s.repairs = maxrepairs;
+  bool more = run_optimizer(s, kind);
   s.cold = false;
-  s.info.hotstart = 1;
-  simplex_cleanandoptimize(s, kind_primal);
+  while (more) {
+    s.info.hotstart = 1;
+    kind = kind == kind_dual ? kind_primal : kind_dual;
+    more = simplex_cleanandoptimize(s, kind);
+  }
 }
 
 // A run that ended in one of these ways leaves a basis worth going on from.
@@ -312,8 +318,7 @@ struct second_try {
 };
 
 // How to go on from the basis of a claim that does not hold for the user: with tighter tolerances, an optimum on the
-// unscaled data unless all but its gap is right. An infeasibility that stays without a proof is rounding: then bounds
-// give way to it.
+// unscaled data unless all but its gap is right.
 second_try tighten(const simplex_param& param, int32_t claim, int32_t solsta, int32_t attempt) {
   second_try t{param};
   t.param.hotstart = 6;
@@ -321,12 +326,10 @@ second_try tighten(const simplex_param& param, int32_t claim, int32_t solsta, in
   if (solsta == sol_near_optimal) {
     t.param.tols = attempt == 0 ? 1e-9 : 1e-11;
   } else if (claim == sol_prim_infeas_cer) {
-    t.param.acceptinfeas = attempt == 1;
     t.param.tols *= 1e-3;
   } else {
     t.unscaled = attempt == 0;
     t.param.tols *= 0.1;
-    if (t.unscaled) t.param.tolx *= 0.1;
   }
   return t;
 }

@@ -27,7 +27,7 @@ constexpr double pivoterror = 1e-7;   // between the values of row and column, r
 struct clean_run {
   simplex_state& s;
   const simplex_work& w = s.work;
-  double tolx = std::min(1e-8, s.param.tolx), tols = s.param.tols;
+  double tolx = s.tolfeas, tols = s.param.tols;
   int32_t numprimal = 0, numdual = 0; // violations when last measured
   int32_t left = 0;                   // steps
 };

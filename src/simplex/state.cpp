@@ -142,6 +142,13 @@ void TVN_simplex_setupstate(simplex_state& s) {
   s.alpha = spvec(sys, total);
   std::copy(w.lower.begin(), w.lower.end(), s.lo.begin());
   std::copy(w.upper.begin(), w.upper.end(), s.up.begin());
+  s.tolfeas = std::min(s.tolfeas, s.param.tolx);
+}
+
+bool TVN_simplex_relax(simplex_state& s, double tolerance) noexcept {
+  const double before = s.tolfeas;
+  s.tolfeas = std::max(before, std::min(tolerance, relaxedshare * s.param.tolx));
+  return s.tolfeas > before;
 }
 
 void TVN_simplex_restnonbasic(simplex_state& s, int32_t j, int32_t wish) {

@@ -7,6 +7,8 @@
 
 #include "simplex/usimplex.h"
 
+#include <cmath>
+
 namespace tvn {
 
 // What a step of a loop asks for next.
@@ -33,6 +35,8 @@ struct simplex_state {
   buffer<int8_t> infeas;  // [m] by position: cost of phase one, and of a certificate of infeasibility
   simplex_code stop = simplex_code::ok;
   bool cold = true;           // no start was given: perturbation and pricing may begin at their best
+  double tolfeas = 1e-8;      // working feasibility tolerance, absolute; rises where digits do not suffice for it
+  int32_t repairs = 0;        // how often the primal simplex may yet ask the dual one to go on
   bool factorready = false;   // whoever had the state before left a factor of the header: the first one asked for
   buffer<double> dualweight;  // [total] or empty: pricing weights of the dual simplex, of the basics of the start, and
                               // on return of the last basis; 0: not known
@@ -60,6 +64,15 @@ void TVN_simplex_solvecolumn(simplex_state& s, int32_t q);
 void TVN_simplex_rowofinverse(simplex_state& s, int32_t position);
 // alpha = rho'A over the listed variables, from the active parts of the rows; returns the entries that were met.
 int64_t TVN_simplex_formrow(simplex_state& s);
+constexpr double relaxedshare = 0.5; // of the feasibility tolerance asked for: the most that the working one rises to
+// Raises the working feasibility tolerance, up to a part of the one asked for; false: it is as high.
+bool TVN_simplex_relax(simplex_state& s, double tolerance) noexcept;
+// Are the two values of one pivot, by row and by column, too far apart or too small for a step?
+inline bool TVN_simplex_ispivotlost(double arow, double acol, double tolpiv) noexcept {
+  constexpr double grosserror = 0.1;
+  const double size = std::min(std::fabs(arow), std::fabs(acol));
+  return !(size > 0.5 * tolpiv) || !(std::fabs(arow - acol) <= grosserror * size);
+}
 // Asks clock and user; true: s.stop is set and the run must end.
 bool TVN_simplex_poll(simplex_state& s);
 // A line for the log, ending with a line feed, where the log is at `level` or above.

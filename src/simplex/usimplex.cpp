@@ -150,6 +150,12 @@ bool TVN_simplex_improvelu(lu& f) {
   return true;
 }
 
+void TVN_simplex_raisepivots(lu& f, double times, double limit) {
+  constexpr int32_t relative = 2;
+  const double now = TVN_lu_gettol(f, relative);
+  TVN_lu_puttol(f, relative, std::max(now, std::min(times * now, limit)));
+}
+
 void TVN_simplex_loadcolumn(const simplex_work& w, int32_t j, spvec& col) noexcept {
   if (w.is_logical(j)) {
     col.push(j, -1.0);

@@ -41,6 +41,8 @@ int32_t TVN_simplex_insertlogicals(simplex_fac& f, std::span<basis_exchange> exc
 // Raises the pivot method and threshold when the fresh factor looks unstable; true: factor again.
 bool TVN_simplex_improvelu(lu& f);
 inline bool TVN_simplex_improvelu(simplex_fac& f) { return TVN_simplex_improvelu(f.factor); }
+// The relative pivot tolerance becomes `times` as large, up to a limit; it never falls here.
+void TVN_simplex_raisepivots(lu& f, double times, double limit);
 
 // Column j of the joined space, by row, into an empty vector.
 void TVN_simplex_loadcolumn(const simplex_work& w, int32_t j, spvec& col) noexcept;

@@ -1,0 +1,63 @@
+// If this failed in the field: rows or columns that are the same but for their last digits, which come from data that
+// was rounded on its way, would keep a run going for minutes, or end it without an answer.
+#include "support/parallelcase.h"
+
+#include <cstdlib>
+
+using namespace tvntest;
+
+namespace {
+
+constexpr double gapallowed = 1e-7; // of the objective above its lower bound, relative: reduced costs of the wrong sign
+constexpr int64_t slower = 20;      // than without the copies, in iterations, at most
+constexpr int64_t fewiterations = 20; // count as this many
+
+struct outcome {
+  tvn::simplex_info info;
+  lp_point point;
+  int64_t iterations() const { return info.count[tvn::kind_primal].iterations + info.count[tvn::kind_dual].iterations; }
+};
+
+outcome solve(lp_case& p, tvn::simplex_kind kind, int32_t presolve, int64_t limit) {
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  outcome o{{}, lp_point(p)};
+  tvn::simplex_param param;
+  param.optimizer = kind;
+  param.presolve = presolve;
+  param.prslv.tolx = param.prslv.tols = 1e-8;
+  param.maxiterations = static_cast<int32_t>(limit);
+  tvn::lp_solution sol = o.point.view();
+  tvn::TVN_simplex_optimize(*sys, p.view(), param, o.info, {}, sol);
+  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
+  return o;
+}
+
+void expect_right(const lp_case& p, const outcome& o) {
+  EXPECT_EQ(o.info.response, tvn::simplex_code::ok);
+  EXPECT_EQ(o.info.solsta, tvn::sol_optimal);
+  const verdict v = judge(p, o.point);
+  EXPECT_TRUE(v.primal <= 1e-6) << v.primal;
+  EXPECT_TRUE(v.objective - lower_bound(p, o.point.y) <= gapallowed * (1 + std::fabs(v.objective)));
+}
+
+} // namespace
+
+// TOVAN_SEEDS asks for more of them.
+TEST(NearlyParallel, RowsAndColumnsCostNoMoreThanAFewTimesTheIterations) {
+  const char* asked = std::getenv("TOVAN_SEEDS");
+  const uint64_t num = asked ? std::strtoull(asked, nullptr, 10) : 25;
+  for (uint64_t seed = 1; seed <= num && !HasFailure(); seed++) {
+    parallel_family family = random_family(seed);
+    lp_case p = parallel_case(seed, family);
+    family.without = true;
+    lp_case plain = parallel_case(seed, family);
+    for (const auto kind : {tvn::kind_primal, tvn::kind_dual, tvn::kind_free}) {
+      for (const int32_t presolve : {0, 1}) {
+        SCOPED_TRACE("seed " + std::to_string(seed) + " optimizer " + std::to_string(kind) + " presolve " +
+                     std::to_string(presolve));
+        const int64_t usual = std::max(solve(plain, kind, presolve, 1000000).iterations(), fewiterations);
+        expect_right(p, solve(p, kind, presolve, slower * usual));
+      }
+    }
+  }
+}
