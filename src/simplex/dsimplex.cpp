@@ -167,6 +167,7 @@ loop_state recompute(dual_state& s) {
   if (dsimplex_refactor(s) == loop_state::finished) return loop_state::finished;
   dsimplex_formd(s);
   if (s.phase == 0 && first_phase(s) == loop_state::finished) return loop_state::finished;
+  if (TVN_simplex_poll(s.base)) return loop_state::finished;
   dsimplex_correctsigns(s);
   dsimplex_formxb(s);
   dsimplex_savebasis(s);
@@ -201,6 +202,7 @@ loop_state end_of_phaseone(dual_state& s) {
 loop_state end_of_pricing(dual_state& s) {
   if (!s.fresh || s.fac.since > 0) return s.refactor = true, loop_state::recompute;
   if (s.phase == 1) return end_of_phaseone(s);
+  if (s.base.stop != simplex_code::ok) return loop_state::finished;
   if (!s.perturbed && dsimplex_rmsuperbasics(s) > 0) return loop_state::recompute;
   if (!s.perturbed) return dsimplex_finish(s, simplex_code::ok, sol_optimal);
   dsimplex_restorecosts(s);

@@ -49,6 +49,7 @@ int32_t dsimplex_rmsuperbasics(dual_state& s) {
   int32_t removed = 0;
   for (int32_t j = 0; j < s.work.total; j++) {
     if (s.move[j] != 2 || !s.fac.usable) continue;
+    if (TVN_simplex_poll(s.base)) break;
     TVN_simplex_solvecolumn(s.base, j);
     if (const stop_record stop = choose_stop(s); stop.position >= 0) {
       for (int32_t p = 0; p < s.aq.count; p++) s.basic[s.aq.idx[p]].x -= stop.step * s.aq.val[s.aq.idx[p]];

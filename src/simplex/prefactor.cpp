@@ -226,6 +226,7 @@ loop_state psimplex_recompute(primal_state& s) {
   psimplex_countinf(s);
   const bool wasfeasible = s.phase == 2;
   if (wasfeasible && s.numinf > 0 && s.allowperturb) psimplex_absorb(s, 0);
+  if (TVN_simplex_poll(s.base)) return loop_state::finished;
   if (wasfeasible && s.numinf > 0 && lose_feasibility(s) == loop_state::finished) return loop_state::finished;
   psimplex_gatherbasics(s);
   // Within what the user allows, and no better since the last look.
