@@ -747,7 +747,9 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_DPAR_QCQO_REFORMULATE_REL_DROP_TOL 62 /* default 1e-15, >= 0. No effect yet. */
 #define TVN_DPAR_SIM_LU_TOL_REL_PIV 63 /* default 0.01, 1e-6 to 0.999999. Pivots of the factorisation are at least
     this share of the largest element of their column. Larger is more stable and fills more. */
-#define TVN_DPAR_SIMPLEX_ABS_TOL_PIV 64 /* default 1e-7, >= 1e-12. Smaller pivots of an iteration count as zero. */
+#define TVN_DPAR_SIMPLEX_ABS_TOL_PIV 64 /* default 1e-7, >= 1e-12. Smaller pivots of an iteration count as zero at the
+    start. Bad pivots raise it tenfold, up to 1e-4 in the primal simplex and 1e-5 in the dual one or what is set here;
+    calm times lower it again, in the dual down to 1e-10. */
 #define TVN_DPAR_UPPER_OBJ_CUT 65 /* default 1e30. A maximisation ends with TVN_RES_TRM_OBJECTIVE_RANGE once a
     feasible point has a higher objective. */
 #define TVN_DPAR_UPPER_OBJ_CUT_FINITE_TRH 66 /* default 5e29. An upper cut that is no smaller does not count. */

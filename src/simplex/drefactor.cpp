@@ -26,7 +26,7 @@ loop_state backtrack(dual_state& s) {
   for (int32_t k = 0; k < s.work.m; k++) s.fac.pos[s.fac.head[k]] = k;
   for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
   dsimplex_placenonbasics(s);
-  s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
+  s.tolpiv = TVN_simplex_raised(s.tolpiv, tolpivmax);
   TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.5);
   return dsimplex_setback(s);
 }
@@ -74,7 +74,7 @@ loop_state dsimplex_setback(dual_state& s) {
 void dsimplex_notebadpivot(dual_state& s) {
   if (++s.badpivots <= badpivots) return;
   s.badpivots = 0;
-  s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
+  s.tolpiv = TVN_simplex_raised(s.tolpiv, tolpivmax);
 }
 
 void dsimplex_notecalm(dual_state& s) {

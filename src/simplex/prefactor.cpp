@@ -71,7 +71,7 @@ loop_state psimplex_setback(primal_state& s) {
 
 loop_state psimplex_losepivot(primal_state& s) {
   constexpr int32_t recent = 5; // updates: the factor is not to blame
-  if (s.fac.since <= recent) s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
+  if (s.fac.since <= recent) s.tolpiv = TVN_simplex_raised(s.tolpiv, tolpivmax);
   return psimplex_setback(s);
 }
 
@@ -129,7 +129,7 @@ loop_state follow_repair(primal_state& s, std::span<const basis_exchange> exchan
                    static_cast<int>(s.info.count[kind_primal].artificials));
   if (++s.successive > 1) {
     if (s.successive == 2) TVN_simplex_tell(s.base, 2, "Singular basis in two succesive iterations.\n");
-    s.tolpiv = std::min(tolpivmax, 10 * s.tolpiv);
+    s.tolpiv = TVN_simplex_raised(s.tolpiv, tolpivmax);
     TVN_simplex_raisepivots(s.fac.factor, 2, 0.5);
   }
   return !exchanges.empty() && s.iter > 0 ? psimplex_setback(s) : loop_state::go_on;

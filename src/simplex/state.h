@@ -73,6 +73,10 @@ inline bool TVN_simplex_ispivotlost(double arow, double acol, double tolpiv) noe
   const double size = std::min(std::fabs(arow), std::fabs(acol));
   return !(size > 0.5 * tolpiv) || !(std::fabs(arow - acol) <= grosserror * size);
 }
+// A pivot tolerance after a bad pivot: ten times as large up to `most`, which one that the user set may exceed.
+inline double TVN_simplex_raised(double tolpiv, double most) noexcept {
+  return std::max(tolpiv, std::min(10 * tolpiv, most));
+}
 // Asks clock and user; true: s.stop is set and the run must end.
 bool TVN_simplex_poll(simplex_state& s);
 // A line for the log, ending with a line feed, where the log is at `level` or above.
