@@ -83,6 +83,8 @@ void dsimplex_notecalm(dual_state& s) {
   if (s.calm < calmtimes) return;
   s.calm = 0;
   s.tolpiv = std::max(tolpivmin, 0.1 * s.tolpiv);
+  s.updatelimit = std::min(2 * s.updatelimit, dual_maxupdates);
+  TVN_simplex_calmpivots(s.fac.factor, s.param.tolrelpiv);
 }
 
 void dsimplex_savebasis(dual_state& s) {

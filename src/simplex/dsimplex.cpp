@@ -16,7 +16,6 @@ namespace {
 constexpr int64_t budgetreserve = 40; // iterations left: no more perturbation
 constexpr int64_t tightreserve = 100; // iterations left: smaller tolerance of the ratio test
 constexpr double tolpivmin = 1e-10;
-constexpr int32_t maxupdates = 500;   // on one factor, whatever the cost of a solve says
 constexpr double smallpivot = 1e-5;   // below it a pivot is taken on a fresh factor only
 constexpr double bannedweight = 1e15; // of a row whose pivot failed
 constexpr double smallstep = 1e-12;   // dual steps up to this count as degenerate
@@ -167,8 +166,8 @@ loop_state recompute(dual_state& s) {
   if (dsimplex_refactor(s) == loop_state::finished) return loop_state::finished;
   dsimplex_formd(s);
   if (s.phase == 0 && first_phase(s) == loop_state::finished) return loop_state::finished;
-  if (TVN_simplex_poll(s.base)) return loop_state::finished;
   dsimplex_correctsigns(s);
+  if (TVN_simplex_poll(s.base)) return loop_state::finished;
   dsimplex_formxb(s);
   dsimplex_savebasis(s);
   dsimplex_notecalm(s);
@@ -202,8 +201,8 @@ loop_state end_of_phaseone(dual_state& s) {
 loop_state end_of_pricing(dual_state& s) {
   if (!s.fresh || s.fac.since > 0) return s.refactor = true, loop_state::recompute;
   if (s.phase == 1) return end_of_phaseone(s);
-  if (s.base.stop != simplex_code::ok) return loop_state::finished;
   if (!s.perturbed && dsimplex_rmsuperbasics(s) > 0) return loop_state::recompute;
+  if (s.base.stop != simplex_code::ok) return loop_state::finished;
   if (!s.perturbed) return dsimplex_finish(s, simplex_code::ok, sol_optimal);
   dsimplex_restorecosts(s);
   return dsimplex_handover(s);
@@ -404,7 +403,7 @@ void start(dual_state& s) {
   for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
   if (!dsimplex_takeweights(s)) dsimplex_resetweights(s);
   s.info.forcelog = true;
-  s.updatelimit = maxupdates;
+  s.updatelimit = dual_maxupdates;
   s.phase = 0; // undecided until the first reduced costs
   s.refactor = true;
 }

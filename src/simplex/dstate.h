@@ -79,7 +79,7 @@ struct dual_state {
   buffer<uint8_t> savedkey;
   buffer<double> savedweight;
   int64_t savediter = 0;
-  int32_t updatelimit = 0; // on one factor; falls with singular bases
+  int32_t updatelimit = 0; // on one factor; falls with singular bases and rises in calm times
 
   // Tolerances; they move, see the loop.
   double& tolfeas = base.tolfeas;
@@ -107,7 +107,8 @@ struct dual_state {
 };
 
 // --- ends, setbacks and the factor (drefactor.cpp)
-constexpr int32_t dual_minupdates = 10; // on one factor, after any number of singular bases
+constexpr int32_t dual_minupdates = 10;  // on one factor, after any number of singular bases
+constexpr int32_t dual_maxupdates = 500; // and in calm times, whatever the cost of a solve says
 loop_state dsimplex_finish(dual_state& s, simplex_code code, int32_t solsta);
 // The primal simplex goes on from here.
 loop_state dsimplex_handover(dual_state& s);

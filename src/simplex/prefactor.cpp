@@ -88,7 +88,10 @@ loop_state psimplex_refusedupdate(primal_state& s, int32_t position) {
 }
 
 void psimplex_calm(primal_state& s) {
-  if (s.setbacks == s.calmsetbacks) s.tolpiv = std::min(s.tolpiv, std::max(s.param.tolabspiv, 0.1 * s.tolpiv));
+  if (s.setbacks == s.calmsetbacks) {
+    s.tolpiv = std::min(s.tolpiv, std::max(s.param.tolabspiv, 0.1 * s.tolpiv));
+    TVN_simplex_calmpivots(s.fac.factor, s.param.tolrelpiv);
+  }
   s.calmsetbacks = s.setbacks;
 }
 
@@ -223,10 +226,10 @@ loop_state psimplex_recompute(primal_state& s) {
   }
   if (refactor(s) == loop_state::finished) return loop_state::finished;
   TVN_simplex_formxb(s.fac, s.x);
+  if (TVN_simplex_poll(s.base)) return loop_state::finished;
   psimplex_countinf(s);
   const bool wasfeasible = s.phase == 2;
   if (wasfeasible && s.numinf > 0 && s.allowperturb) psimplex_absorb(s, 0);
-  if (TVN_simplex_poll(s.base)) return loop_state::finished;
   if (wasfeasible && s.numinf > 0 && lose_feasibility(s) == loop_state::finished) return loop_state::finished;
   psimplex_gatherbasics(s);
   // Within what the user allows, and no better since the last look.

@@ -150,10 +150,21 @@ bool TVN_simplex_improvelu(lu& f) {
   return true;
 }
 
+namespace {
+
+constexpr int32_t key_relative = 2; // pivot tolerance of the factor
+
+} // namespace
+
 void TVN_simplex_raisepivots(lu& f, double times, double limit) {
-  constexpr int32_t relative = 2;
-  const double now = TVN_lu_gettol(f, relative);
-  TVN_lu_puttol(f, relative, std::max(now, std::min(times * now, limit)));
+  const double now = TVN_lu_gettol(f, key_relative);
+  TVN_lu_puttol(f, key_relative, std::max(now, std::min(times * now, limit)));
+}
+
+void TVN_simplex_calmpivots(lu& f, double asked) {
+  const double now = TVN_lu_gettol(f, key_relative);
+  TVN_lu_puttol(f, key_relative, now > asked ? std::max(0.5 * now, asked) : asked);
+  TVN_lu_putpivotmethod(f, 1);
 }
 
 void TVN_simplex_loadcolumn(const simplex_work& w, int32_t j, spvec& col) noexcept {

@@ -43,6 +43,8 @@ bool TVN_simplex_improvelu(lu& f);
 inline bool TVN_simplex_improvelu(simplex_fac& f) { return TVN_simplex_improvelu(f.factor); }
 // The relative pivot tolerance becomes `times` as large, up to a limit; it never falls here.
 void TVN_simplex_raisepivots(lu& f, double times, double limit);
+// In calm times: half way back to the tolerance asked for, and the first pivot method again.
+void TVN_simplex_calmpivots(lu& f, double asked);
 
 // Column j of the joined space, by row, into an empty vector.
 void TVN_simplex_loadcolumn(const simplex_work& w, int32_t j, spvec& col) noexcept;

@@ -232,4 +232,23 @@ TEST(DualTrouble, MovesThePivotToleranceWithinItsLimits) {
   EXPECT_EQ(b.dual.tolpiv, 1e-5);
   for (int i = 0; i < 200; i++) tvn::dsimplex_notecalm(b.dual);
   EXPECT_DOUBLE_EQ(b.dual.tolpiv, 1e-10);
+  b.dual.tolpiv = 1e-3; // the user's own
+  for (int i = 0; i < 12; i++) tvn::dsimplex_notebadpivot(b.dual);
+  EXPECT_EQ(b.dual.tolpiv, 1e-3);
+}
+
+TEST(DualTrouble, HealsInCalmTimes) {
+  lp_case p = hard_start(5);
+  crash_bench b(p);
+  tvn::lu& f = b.state->fac.factor;
+  tvn::TVN_lu_puttol(f, 2, b.param.tolrelpiv);
+  tvn::TVN_simplex_raisepivots(f, 400, 0.5);
+  tvn::TVN_lu_putpivotmethod(f, 2);
+  b.dual.updatelimit = tvn::dual_minupdates;
+  for (int i = 0; i < 12; i++) tvn::dsimplex_notecalm(b.dual);
+  EXPECT_EQ(b.dual.updatelimit, 4 * tvn::dual_minupdates);
+  EXPECT_DOUBLE_EQ(tvn::TVN_lu_gettol(f, 2), 100 * b.param.tolrelpiv);
+  for (int i = 0; i < 120; i++) tvn::dsimplex_notecalm(b.dual);
+  EXPECT_EQ(b.dual.updatelimit, tvn::dual_maxupdates);
+  EXPECT_EQ(tvn::TVN_lu_gettol(f, 2), b.param.tolrelpiv);
 }
