@@ -116,23 +116,6 @@ price_result select_partial(primal_state& s) {
   return best;
 }
 
-// Steepest-edge weights 1 + |B^-1 a_j|^2 of all nonbasics (Goldfarb and Reid 1977). False: stopped on the way.
-bool exact_weights(primal_state& s) {
-  const simplex_work& w = s.work;
-  for (int32_t j = 0; j < w.total; j++) {
-    if (j % 256 == 0 && TVN_simplex_poll(s.base)) return false;
-    if (s.fac.pos[j] >= 0 || w.is_fixed(j)) continue;
-    TVN_simplex_loadcolumn(w, j, s.colrow);
-    TVN_lu_ftranl(s.fac.factor, s.colrow);
-    TVN_lu_ftranus(s.fac.factor, s.colrow, s.aq, 0.0, 1e-16);
-    double sum = 1;
-    for (int32_t p = 0; p < s.aq.count; p++) sum += s.aq.val[s.aq.idx[p]] * s.aq.val[s.aq.idx[p]];
-    s.weight[j] = sum;
-    s.aq.clear();
-  }
-  return true;
-}
-
 void forget_shortlist(primal_state& s) noexcept {
   for (int32_t p = 0; p < s.numshort; p++) s.side[s.shortlist[p]] &= static_cast<uint8_t>(~side_short);
   s.numshort = 0;
@@ -274,6 +257,23 @@ void psimplex_leavebasis(primal_state& s, int32_t j) noexcept {
   psimplex_setcandidate(s, j);
 }
 
+// Steepest-edge weights 1 + |B^-1 a_j|^2 of all nonbasics (Goldfarb and Reid 1977).
+bool psimplex_exactweights(primal_state& s) {
+  const simplex_work& w = s.work;
+  for (int32_t j = 0; j < w.total; j++) {
+    if (j % 256 == 0 && TVN_simplex_poll(s.base)) return false;
+    if (s.fac.pos[j] >= 0 || w.is_fixed(j)) continue;
+    TVN_simplex_loadcolumn(w, j, s.colrow);
+    TVN_lu_ftranl(s.fac.factor, s.colrow);
+    TVN_lu_ftranus(s.fac.factor, s.colrow, s.aq, 0.0, 1e-16);
+    double sum = 1;
+    for (int32_t p = 0; p < s.aq.count; p++) sum += s.aq.val[s.aq.idx[p]] * s.aq.val[s.aq.idx[p]];
+    s.weight[j] = sum;
+    s.aq.clear();
+  }
+  return true;
+}
+
 price_result psimplex_select(primal_state& s) {
   if (s.method == sel_partial) return select_partial(s);
   price_result best = best_candidate(s);
@@ -364,7 +364,7 @@ bool psimplex_choosepricingswitch(primal_state& s) {
   s.workfactor = -TVN_lu_getupdatework(s.fac.factor);
   psimplex_formd(s);
   psimplex_resetweights(s);
-  const bool done = to != sel_se || exact_weights(s);
+  const bool done = to != sel_se || psimplex_exactweights(s);
   psimplex_rebuildcandidates(s);
   return done;
 }

@@ -6,6 +6,7 @@
 #include "simplex/pstate.h"
 
 #include <cmath>
+#include <utility>
 
 namespace tvn {
 
@@ -399,12 +400,18 @@ void run_loop(primal_state& s) {
   s.degenmode = !s.allowperturb ? 0 : s.param.degen == 4 ? 1 : cold ? 3 : s.resetmode ? 1 : 2;
   if (s.allowperturb && cold) psimplex_perturbinit(s);
   psimplex_resetweights(s);
+  // Who asks for steepest edge gets its norms, after a crash or from any other start too.
+  bool wantnorms = s.method == sel_se || s.method == sel_se + sel_restrict;
   s.info.forcelog = true;
   s.phase = 1;
   s.refactor = true;
   for (;;) {
     if (s.refactor || s.soon) {
       if (psimplex_recompute(s) == loop_state::finished) break;
+      if (std::exchange(wantnorms, false)) {
+        if (!psimplex_exactweights(s)) break;
+        psimplex_rebuildcandidates(s);
+      }
       if (s.tofeasible && s.phase == 2 && rest_feasible(s) == loop_state::finished) break;
       continue;
     }

@@ -197,6 +197,7 @@ inline void psimplex_reprice(primal_state& s, int32_t j) noexcept {
 }
 void psimplex_rebuildcandidates(primal_state& s) noexcept;
 void psimplex_resetweights(primal_state& s);
+bool psimplex_exactweights(primal_state& s); // false: stopped on the way
 price_result psimplex_select(primal_state& s);
 void psimplex_choosepricing(primal_state& s);
 bool psimplex_choosepricingswitch(primal_state& s); // false: stopped on the way

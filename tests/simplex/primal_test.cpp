@@ -1,5 +1,6 @@
 // If this failed in the field: the primal simplex would leave a point that is no vertex, call a widened bound a proof,
 // circle on a degenerate problem, or break off where a caller only wanted a feasible basis.
+#include "simplex/crash.h"
 #include "simplex/pstate.h"
 #include "support/oracle.h"
 #include "support/simplexbench.h"
@@ -323,4 +324,28 @@ TEST(DuplicateColumns, AsOneGiveTheSameAnswerAndAProof) {
   EXPECT_GT(optimal, 300);
   EXPECT_GT(infeasible, 100);
   EXPECT_GT(unbounded, 100);
+}
+
+TEST(SteepestEdge, BeginsWithTheNormsOfItsStart) {
+  lp_case p = optimal_case(3, 60, 90, 0.08, 0.2).p;
+  bench b(p);
+  tvn::simplex_state& s = *b.state;
+  b.param.primalcrash = 0;
+  tvn::TVN_simplex_primalcrash(s);
+  b.param.selection = tvn::sel_se;
+  b.param.maxiterations = 0;
+  tvn::primal_state run(s);
+  tvn::psimplex_optimize(run);
+  int32_t structurals = 0;
+  for (const int32_t j : s.fac.head) structurals += !b.work.is_logical(j);
+  EXPECT_GT(structurals, 0);
+  for (int32_t j = 0; j < b.work.total; j++) {
+    if (s.fac.pos[j] >= 0 || b.work.is_fixed(j)) continue;
+    tvn::TVN_simplex_solvecolumn(s, j);
+    double norm = 1;
+    for (int32_t k = 0; k < b.work.m; k++) norm += s.aq.val[k] * s.aq.val[k];
+    EXPECT_NEAR(run.weight[j], norm, 1e-9 * norm) << j;
+    s.spike.clear();
+    s.aq.clear();
+  }
 }
