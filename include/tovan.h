@@ -545,7 +545,7 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
     otherwise they are read as upper case. */
 #define TVN_IPAR_PARAM_READ_IGN_ERROR 105 /* default 0, 0 to 1. Faults in a parameter file are passed over. */
 #define TVN_IPAR_PRESOLVE_ELIM_FILL 106 /* default 1, >= 0. The eliminator may add so many times the nonzeros of the
-    problem. */
+    problem, and three times so many entries by one pivot; 0 allows no fill. */
 #define TVN_IPAR_PRESOLVE_ELIMINATOR_MAX_NUM_TRIES 107 /* default -1. Passes of the eliminator; negative is no limit.
     */
 #define TVN_IPAR_PRESOLVE_ELIMINATOR_USE 108 /* default 1, 0 to 1. Solves equality rows for columns that rows hold

@@ -46,6 +46,7 @@ void TVN_prslv_allactivities(prslv_context& x) {
 void TVN_prslv_putvarbounds(prslv_context& x, int32_t j, double lo, double up) {
   const double oldlo = var_lower(x, j), oldup = var_upper(x, j);
   put_bounds(x.p.bkx[j], x.p.blx[j], x.p.bux[j], lo, up);
+  make_due(x, j);
   for_col(x, j, [&](int32_t i, double a) {
     add_term(x, i, a, oldlo, oldup, -1);
     add_term(x, i, a, lo, up, 1);
@@ -62,7 +63,8 @@ void TVN_prslv_killcon(prslv_context& x, int32_t i) {
   x.p.bkc[i] = bk_fr;
   x.stats->numconfree++;
   for_row(x, i, [&](int32_t j, double) {
-    if (--x.varnz[j] == 1) TVN_prslv_updatelist(x.list, TVN_prslv_getvarsin(x, j).index);
+    x.varnz[j]--;
+    make_due(x, j);
   });
 }
 
@@ -122,10 +124,7 @@ prslv_implied TVN_prslv_impliedboundsonvarj(const prslv_context& x, int32_t j) {
   return best;
 }
 
-namespace {
-
-// Proven on a fresh activity: row i implies bound `own` of column j on the side asked for.
-bool row_implies(prslv_context& x, int32_t i, int32_t j, bool lower, double own) {
+bool TVN_prslv_rowimplies(prslv_context& x, int32_t i, int32_t j, bool lower, double own) {
   if (i < 0) return false;
   TVN_prslv_conactivity(x, i);
   TVN_prslv_stopped(x, x.connz[i]);
@@ -134,11 +133,8 @@ bool row_implies(prslv_context& x, int32_t i, int32_t j, bool lower, double own)
     if (l == j) a = v;
   });
   TVN_prslv_impliedvarbound(x, a, i, j, lo, up);
-  const double tol = 1e-3 * x.param.tolx * std::max(1.0, std::fabs(own));
-  return lower ? lo >= own - tol : up <= own + tol;
+  return is_decent(x, i, a) && (lower ? lo >= own : up <= own);
 }
-
-} // namespace
 
 bool TVN_prslv_impliedfreevar(prslv_context& x, int32_t j) {
   const double l = var_lower(x, j), u = var_upper(x, j);
@@ -146,8 +142,9 @@ bool TVN_prslv_impliedfreevar(prslv_context& x, int32_t j) {
   const prslv_implied b = TVN_prslv_impliedboundsonvarj(x, j);
   if (l > -prslv_inf && !(b.lower >= l - x.param.tolx * std::max(1.0, std::fabs(l)))) return false;
   if (u < prslv_inf && !(b.upper <= u + x.param.tolx * std::max(1.0, std::fabs(u)))) return false;
-  return (l == -prslv_inf || row_implies(x, b.lowrow, j, true, l)) &&
-         (u == prslv_inf || row_implies(x, b.upprow, j, false, u));
+  auto slack = [&](double own) { return 1e-3 * x.param.tolx * std::max(1.0, std::fabs(own)); };
+  return (l == -prslv_inf || TVN_prslv_rowimplies(x, b.lowrow, j, true, l - slack(l))) &&
+         (u == prslv_inf || TVN_prslv_rowimplies(x, b.upprow, j, false, u + slack(u)));
 }
 
 } // namespace tvn

@@ -1,4 +1,5 @@
-// The rows that are due, one by one: slack columns, empty rows, singletons, doubletons, and what the activity tells.
+// The rows and columns that are due, one by one. Rows: empty ones, singletons, doubletons, and what the activity tells.
+// Columns, when no row is due: see TVN_prslv_checkvar.
 //
 // A test fires on the running activity and is believed only on one formed afresh.
 #include "prslv/prslvint.h"
@@ -7,30 +8,25 @@ namespace tvn {
 
 namespace {
 
-// Takes columns of one row into row i.
-void take_slacks(prslv_context& x, int32_t i) {
-  double biggest = -1;
-  for (int64_t p = x.row.beg[i], e = p + x.row.len[i]; p < e && x.connz[i] > 1; p++) {
-    const int32_t j = x.row.sub[p];
-    if (!x.varlive[j] || x.varnz[j] != 1 || !may_substitute(x, j)) continue;
-    if (biggest < 0) for_row(x, i, [&](int32_t, double v) { biggest = std::max(biggest, std::fabs(v)); });
-    TVN_prslv_linvarsininlineq(x, i, j, x.row.val[p], biggest);
-    if (TVN_prslv_stopped(x, 1)) return;
-  }
-}
-
 struct row_state {
   bool infeaslow, infeasupp, redlow, redupp, forcelow, forceupp;
-  bool any() const { return infeaslow || infeasupp || redlow || redupp || forcelow || forceupp; }
+  bool haslow, hasupp, equality;
+  bool all_redundant() const { return (redlow || !haslow) && (redupp || !hasupp); }
+  bool one_redundant() const { return !equality && ((redlow && hasupp) || (redupp && haslow)); }
+  bool any() const { return infeaslow || infeasupp || all_redundant() || one_redundant() || forcelow || forceupp; }
 };
 
-row_state judge_row(const prslv_context& x, int32_t i) {
+// noise: what rounding may have done to the activities.
+row_state judge_row(const prslv_context& x, int32_t i, double noise) {
   const double bl = con_lower(x, i), bu = con_upper(x, i), tol = x.param.tolx;
   const double tl = tol * std::max(1.0, std::fabs(bl)), tu = tol * std::max(1.0, std::fabs(bu));
   const bool haslow = bl > -prslv_inf, hasupp = bu < prslv_inf, lowok = x.ncilax[i] == 0, uppok = x.nciuax[i] == 0;
   row_state s{};
-  s.infeaslow = haslow && uppok && x.uax[i] < bl - tl;
-  s.infeasupp = hasupp && lowok && x.lax[i] > bu + tu;
+  s.haslow = haslow;
+  s.hasupp = hasupp;
+  s.equality = bl == bu;
+  s.infeaslow = haslow && uppok && x.uax[i] < bl - tl - noise;
+  s.infeasupp = hasupp && lowok && x.lax[i] > bu + tu + noise;
   // Redundant without leaning on the tolerance: a breach would be the user's to see.
   s.redlow = haslow && lowok && x.lax[i] >= bl - 1e-3 * tl;
   s.redupp = hasupp && uppok && x.uax[i] <= bu + 1e-3 * tu;
@@ -39,25 +35,30 @@ row_state judge_row(const prslv_context& x, int32_t i) {
   return s;
 }
 
+double rounding(const prslv_context& x, int32_t i) {
+  double size = 0;
+  auto add = [&](double a, double b) { size += std::isinf(b) ? 0 : std::fabs(a * b); };
+  for_row(x, i, [&](int32_t j, double a) {
+    add(a, var_lower(x, j));
+    add(a, var_upper(x, j));
+  });
+  return 1e-13 * size;
+}
+
 void check_activity(prslv_context& x, int32_t i) {
-  if (!judge_row(x, i).any()) return;
+  if (!judge_row(x, i, 0.0).any()) return;
   TVN_prslv_conactivity(x, i);
   TVN_prslv_stopped(x, x.connz[i]);
-  const row_state s = judge_row(x, i);
-  const bool haslow = con_lower(x, i) > -prslv_inf, hasupp = con_upper(x, i) < prslv_inf;
+  const row_state s = judge_row(x, i, rounding(x, i));
   if (s.infeaslow || s.infeasupp) return TVN_prslv_coninfeasax(x, i, s.infeaslow);
-  if ((s.redlow || !haslow) && (s.redupp || !hasupp)) return TVN_prslv_conrelax(x, i);
+  if (s.all_redundant()) return TVN_prslv_conrelax(x, i);
   if (s.forcelow && TVN_prslv_conforce(x, i, true)) return;
   if (s.forceupp && TVN_prslv_conforce(x, i, false)) return;
-  if (con_lower(x, i) == con_upper(x, i)) return;
-  if (s.redlow && hasupp) return TVN_prslv_dropside(x, i, false);
-  if (s.redupp && haslow) return TVN_prslv_dropside(x, i, true);
+  if (s.one_redundant()) TVN_prslv_dropside(x, i, s.redupp);
 }
 
 // One look at row i.
 void check_row(prslv_context& x, int32_t i) {
-  take_slacks(x, i);
-  if (TVN_prslv_stopped(x, x.row.len[i])) return;
   if (x.p.bkc[i] == bk_fr) return TVN_prslv_conrelax(x, i);
   if (x.connz[i] == 0) return TVN_prslv_conempty(x, i);
   if (x.connz[i] == 1) {
@@ -71,14 +72,21 @@ void check_row(prslv_context& x, int32_t i) {
 } // namespace
 
 prslv_code TVN_prslv_checkconlist(prslv_context& x) {
-  for (int32_t i = TVN_prslv_poplist(x.list); i >= 0; i = TVN_prslv_poplist(x.list)) {
-    if (!x.conlive[i] || !x.conlin[i]) continue;
-    if (TVN_prslv_stopped(x, x.connz[i])) return prslv_code::stopped;
-    check_row(x, i);
-    if (x.status != prs_undecided) break;
+  while (x.status == prs_undecided && !x.stop) {
+    if (const int32_t i = TVN_prslv_poplist(x.list); i >= 0) {
+      if (!x.conlive[i] || !x.conlin[i]) continue;
+      check_row(x, i);
+      TVN_prslv_stopped(x, 1);
+    } else if (const int32_t j = TVN_prslv_poplist(x.cols); j >= 0) {
+      if (x.varlive[j]) TVN_prslv_checkvar(x, j);
+      TVN_prslv_stopped(x, x.col.len[j]);
+    } else {
+      break;
+    }
   }
   TVN_prslv_emptylist(x.list);
-  return prslv_code::ok;
+  TVN_prslv_emptylist(x.cols);
+  return x.stop ? prslv_code::stopped : prslv_code::ok;
 }
 
 } // namespace tvn

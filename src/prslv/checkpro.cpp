@@ -5,24 +5,32 @@ namespace tvn {
 
 namespace {
 
-constexpr int32_t maxpasses = 20;  // of rows and duals
-constexpr int32_t smallgain = 200; // a pass that brings one reduction for so many rows is the last
+constexpr int32_t maxpasses = 20; // of duals and implied bounds
+
+void make_all_due(prslv_context& x) {
+  for (int32_t i = 0; i < x.p.numcon; i++) {
+    x.rowmax[i] = -1;
+    if (x.conlive[i] && x.conlin[i]) TVN_prslv_updatelist(x.list, i);
+  }
+  for (int32_t j = 0; j < x.p.numvar; j++)
+    if (x.varlive[j]) TVN_prslv_updatelist(x.cols, j);
+}
 
 } // namespace
 
 prslv_code TVN_prslv_checkproblem(prslv_context& x) {
   const prslv_clock clock(x, task_checkpro);
   prslv_code code = TVN_prslv_doubletoncons(x);
-  for (int32_t pass = 0; pass < maxpasses && code == prslv_code::ok && x.status == prs_undecided; pass++) {
-    const int32_t before = TVN_prslv_getnumred(x);
-    if (pass == 0) TVN_prslv_allactivities(x); // later ones refresh them where implied bounds are formed
-    for (int32_t i = 0; i < x.p.numcon; i++)
-      if (x.conlive[i] && x.conlin[i]) TVN_prslv_updatelist(x.list, i);
-    code = TVN_prslv_checkconlist(x);
-    if (code == prslv_code::ok && x.status == prs_undecided && !x.param.keepprimal) code = TVN_prslv_dualbounds(x);
-    if (code == prslv_code::ok && x.status == prs_undecided) code = TVN_prslv_impliedrows(x);
-    if (code == prslv_code::ok && x.list.size > 0) code = TVN_prslv_checkconlist(x);
-    if (TVN_prslv_getnumred(x) - before <= x.p.numcon / smallgain) break;
+  const auto goes_on = [&] { return code == prslv_code::ok && x.status == prs_undecided; };
+  if (!goes_on()) return code;
+  TVN_prslv_allactivities(x); // later passes refresh them where implied bounds are formed
+  make_all_due(x);
+  code = TVN_prslv_checkconlist(x);
+  for (int32_t pass = 0, before = -1; pass < maxpasses && goes_on() && TVN_prslv_getnumred(x) != before; pass++) {
+    before = TVN_prslv_getnumred(x);
+    if (!x.param.keepprimal) code = TVN_prslv_dualbounds(x);
+    if (goes_on()) code = TVN_prslv_impliedrows(x);
+    if (goes_on()) code = TVN_prslv_checkconlist(x);
   }
   return code;
 }

@@ -53,6 +53,7 @@ void TVN_prslv_dropside(prslv_context& x, int32_t i, bool upper) {
   push_real(x, upper ? x.p.buc[i] : x.p.blc[i]);
   TVN_prslv_endpushstk(x, rtype);
   x.p.bkc[i] = upper ? bk_lo : bk_up;
+  make_columns_due(x, i);
 }
 
 // A row without columns holds 0; beyond its bounds by more than tolx it proves infeasibility.

@@ -125,6 +125,7 @@ void TVN_prslv_confixatbounddbg(prslv_context& x, int32_t i, bool lower) {
   const double b = lower ? x.p.blc[i] : x.p.buc[i];
   TVN_prslv_putconbounds(x, i, b, b);
   TVN_prslv_updatelist(x.list, i);
+  make_columns_due(x, i); // a slack may go now
 }
 
 void try_tight_row(prslv_context& x, int32_t i) {
@@ -205,8 +206,8 @@ int32_t only_lock(const prslv_context& x, int32_t j, int32_t sign, double& a) {
 // bound may go. With d_j >= 0 no longer asked for, the dual slack of the row is c_j minus terms of the right sign, so
 // it has the right sign by itself. Achterberg and others 2020 (a single lock).
 void try_onelock(prslv_context& x, int32_t j) {
-  constexpr int32_t longest = 4; // beyond, the equality is not used for a substitution
-  if (x.varnz[j] > longest || x.varnz[j] < 2) return;
+  constexpr int32_t longest = 4; // beyond, the equality is used for no substitution
+  if (x.varnz[j] > longest) return;
   double c = x.p.c[j], size = std::fabs(c);
   for_col(x, j, [&](int32_t i, double a) {
     c += a * x.p.cc[i];
@@ -222,7 +223,7 @@ void try_onelock(prslv_context& x, int32_t j) {
     if (!std::isinf(own)) {
       double lo, up;
       TVN_prslv_impliedvarbound(x, a, i, j, lo, up);
-      if (!(down ? lo >= own : up <= own)) continue;
+      if (!(down ? lo >= own : up <= own) || !is_decent(x, i, a)) continue;
       TVN_prslv_conactivity(x, i); // believed only afresh
       TVN_prslv_stopped(x, x.connz[i]);
       TVN_prslv_impliedvarbound(x, a, i, j, lo, up);
@@ -234,7 +235,36 @@ void try_onelock(prslv_context& x, int32_t j) {
   }
 }
 
+// Fixes column j when the signs of its rows' duals alone give its reduced cost a sign, 0 allowed.
+void try_signs(prslv_context& x, int32_t j) {
+  double lo = x.p.c[j], up = lo, size = std::fabs(lo);
+  for_col(x, j, [&](int32_t i, double a) {
+    const double t = a * x.p.cc[i]; // y_i is at least, or at most, -cc_i where the row has one side
+    const bool low = con_upper(x, i) == prslv_inf, upp = con_lower(x, i) == -prslv_inf;
+    lo = (a > 0 ? upp : low) ? lo + t : -prslv_inf;
+    up = (a > 0 ? low : upp) ? up + t : prslv_inf;
+    size += std::fabs(t);
+  });
+  if (!(size < 1e6)) return;
+  if (lo >= -1e-15 * size && var_lower(x, j) > -prslv_inf)
+    TVN_prslv_varfix(x, j, var_lower(x, j), rt_varfixlow);
+  else if (up <= 1e-15 * size && var_upper(x, j) < prslv_inf)
+    TVN_prslv_varfix(x, j, var_upper(x, j), rt_varfixupr);
+}
+
 } // namespace
+
+void TVN_prslv_checkvar(prslv_context& x, int32_t j) {
+  if (x.varnz[j] == 0) return;
+  if (x.varnz[j] == 1 && may_substitute(x, j)) {
+    const auto [i, a] = TVN_prslv_getvarsin(x, j);
+    if (x.conlin[i] && x.connz[i] > 1 && TVN_prslv_linvarsininlineq(x, i, j, a)) return;
+  }
+  if (x.param.keepprimal || !may_use_dual(x, j)) return;
+  try_signs(x, j);
+  if (x.varlive[j]) try_varforce(x, j);
+  if (x.varlive[j] && x.status == prs_undecided && !x.param.keepdual) try_onelock(x, j);
+}
 
 prslv_code TVN_prslv_dualbounds(prslv_context& x) {
   const prslv_clock clock(x, task_domvar);
@@ -255,14 +285,6 @@ prslv_code TVN_prslv_dualbounds(prslv_context& x) {
   }
   for (int32_t i = 0; i < x.p.numcon; i++)
     if (x.conlive[i] && x.conlin[i]) try_tight_row(x, i);
-  for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++) {
-    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
-    if (x.varlive[j] && may_use_dual(x, j) && x.varnz[j] > 0) try_varforce(x, j);
-  }
-  for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided && !x.param.keepdual; j++) {
-    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
-    if (x.varlive[j] && may_use_dual(x, j)) try_onelock(x, j);
-  }
   return prslv_code::ok;
 }
 

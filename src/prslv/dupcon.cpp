@@ -31,6 +31,7 @@ void TVN_prslv_dupcon(prslv_context& x, int32_t r, int32_t k, double t) {
   TVN_prslv_killcon(x, k);
   TVN_prslv_putconbounds(x, r, newl, newu);
   TVN_prslv_updatelist(x.list, r);
+  make_columns_due(x, r);
   x.stats->numdupdropped++;
   if (newl <= newu) return;
   x.status = prs_prim_infeas;

@@ -70,6 +70,15 @@ void TVN_prslv_fixdupvar(prslv_context& x, const column_pair& p, double g) {
   }
 }
 
+void try_pair(prslv_context& x, const column_pair& p) {
+  const double ck = x.p.c[p.k], tcj = p.t * x.p.c[p.j];
+  const pair_costs costs = TVN_prslv_comparecosts(ck, tcj, x.param.tols);
+  if (costs == pair_costs::alike)
+    TVN_prslv_dupvar(x, p);
+  else if (!x.param.keepprimal && costs == pair_costs::unlike)
+    TVN_prslv_fixdupvar(x, p, ck - tcj);
+}
+
 } // namespace
 
 prslv_code TVN_prslv_checkdupvar(prslv_context& x) {
@@ -77,17 +86,13 @@ prslv_code TVN_prslv_checkdupvar(prslv_context& x) {
   prslv_multiples found;
   TVN_prslv_findmultiples(x, false, found);
   if (x.stop) return prslv_code::stopped;
+  buffer<int32_t> leader(*x.sys, x.p.numvar, -1); // of each group: its first column that is left
   for (int32_t k = 0; k < x.p.numvar && x.status == prs_undecided; k++) {
-    const int32_t j = found.first[k];
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
-    if (j == k || !x.varlive[k] || !x.varlive[j] || x.varnz[k] == 0) continue;
-    if (!may_substitute(x, j) || !may_substitute(x, k)) continue;
-    const double t = found.scale[k], ck = x.p.c[k], tcj = t * x.p.c[j];
-    const pair_costs costs = TVN_prslv_comparecosts(ck, tcj, x.param.tols);
-    if (costs == pair_costs::alike)
-      TVN_prslv_dupvar(x, pair_of(x, j, k, t));
-    else if (!x.param.keepprimal && costs == pair_costs::unlike)
-      TVN_prslv_fixdupvar(x, pair_of(x, j, k, t), ck - tcj);
+    if (!x.varlive[k] || x.varnz[k] == 0 || !may_substitute(x, k)) continue;
+    int32_t& j = leader[found.first[k]];
+    if (j >= 0) try_pair(x, pair_of(x, j, k, found.scale[k] / found.scale[j]));
+    if (j < 0 || !x.varlive[j]) j = k;
   }
   return prslv_code::ok;
 }

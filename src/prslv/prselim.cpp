@@ -15,7 +15,7 @@ namespace {
 
 constexpr int32_t scorelimit = 1000; // no pivot beyond
 constexpr int64_t scanlimit = 20000; // entries looked at to count the fill of one pivot
-constexpr int32_t fillslack = 3;     // entries that one pivot may add
+constexpr int32_t fillslack = 3;     // entries that one pivot may add, times TVN_IPAR_PRESOLVE_ELIM_FILL
 
 struct candidate {
   int32_t i = -1, score = 0;
@@ -47,10 +47,12 @@ double row_max(const prslv_context& x, int32_t i) {
   return v;
 }
 
-// Entries that the pivot would add, net of those that go; more than fillslack when counting costs too much.
+int64_t allowed_fill(const prslv_context& x) { return int64_t{fillslack} * std::max(x.param.elimfill, 0); }
+
+// Entries that the pivot would add, net of those that go; more than is allowed when counting costs too much.
 int64_t net_fill(prslv_context& x, int32_t i, int32_t j) {
   const int64_t c = x.varnz[j], r = x.connz[i], bound = (c - 1) * (r - 1) - (c + r - 1);
-  if (bound <= fillslack) return bound;
+  if (bound <= 0) return bound;
   int64_t scan = 0, met = 0;
   for_row(x, i, [&](int32_t l, double) { scan += x.col.len[l]; });
   if (scan > scanlimit) return bound;
@@ -75,13 +77,6 @@ bool pivot_is_stable(prslv_context& x, const candidate& e, int32_t j) {
     TVN_prslv_stopped(x, x.connz[k]);
   });
   return ok;
-}
-
-// Room for the substitution, by closing the gaps in the matrix if need be.
-bool has_room(prslv_context& x, int32_t i, int32_t j) {
-  if (TVN_prslv_pivotroom(x, i, j)) return true;
-  TVN_prslv_cleana(x);
-  return !x.stop && TVN_prslv_pivotroom(x, i, j);
 }
 
 void queue(prslv_context& x, pq& q, int32_t j) {
@@ -121,7 +116,8 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
     queue(x, q, j);
   }
   int64_t filled = 0;
-  while (TVN_pq_tomin(q) && filled <= x.param.elimfill * x.stats->nzbefore) {
+  const int64_t room = std::max(x.param.elimfill, 0) * x.stats->nzbefore;
+  while (TVN_pq_tomin(q)) {
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
     const int32_t j = q.current, old = TVN_pq_get(q, j);
     TVN_pq_remove(q, j);
@@ -132,9 +128,10 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
       TVN_pq_putp(q, j, e.score);
       continue;
     }
+    if (!TVN_prslv_impliedfreevar(x, j)) continue;
     const int64_t fill = net_fill(x, e.i, j);
-    if (fill > fillslack || !TVN_prslv_impliedfreevar(x, j) || !pivot_is_stable(x, e, j)) continue;
-    if (!has_room(x, e.i, j)) {
+    if (fill > std::min(allowed_fill(x), room - filled) || !pivot_is_stable(x, e, j)) continue;
+    if (!TVN_prslv_pivotroom(x, e.i, j)) {
       if (x.stop) return prslv_code::stopped;
       x.stats->numelimspace++;
       return prslv_code::nospace;

@@ -27,6 +27,8 @@ prslv_context* TVN_prslv_make(sysenv& sys, const prslv_problem& problem) {
     for (auto* b : {&x->lax, &x->uax}) b->reset(sys, m, 0.0);
     for (auto* b : {&x->ncilax, &x->nciuax}) b->reset(sys, m, 0);
     TVN_prslv_initlist(sys, m, x->list);
+    TVN_prslv_initlist(sys, n, x->cols);
+    x->rowmax.reset(sys, m, -1.0);
     TVN_prslv_initwork(sys, *x);
     x->stk.type.attach(sys);
     x->stk.ints.attach(sys);
@@ -57,12 +59,12 @@ void TVN_prslv_keeprecords(prslv_context& x) noexcept {
     l->val.clear();
   }
   for (auto* b : {&x.lax, &x.uax, &x.rowwork, &x.colwork, &x.valwork, &x.yl, &x.yu, &x.tyl, &x.tyu, &x.implied.lower,
-                  &x.implied.upper})
+                  &x.implied.upper, &x.rowmax})
     b->clear();
   for (auto* b : {&x.connz, &x.varnz, &x.ncilax, &x.nciuax, &x.rowmark, &x.colmark, &x.subwork, &x.implied.lowrow,
-                  &x.implied.upprow, &x.list.item})
+                  &x.implied.upprow, &x.list.item, &x.cols.item})
     b->clear();
-  for (auto* b : {&x.conlin, &x.varlin, &x.implied.held, &x.list.in}) b->clear();
+  for (auto* b : {&x.conlin, &x.varlin, &x.implied.held, &x.list.in, &x.cols.in}) b->clear();
 }
 
 void TVN_prslv_putaudit(prslv_context& ctx, const prslv_audit& audit) { ctx.audit = audit; }

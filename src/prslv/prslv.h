@@ -49,7 +49,7 @@ struct prslv_param {
   double pivlimit = 0.01;    // stability of a pivot relative to its row and column
   double growthlimit = 4.0;  // of the largest entry of a row by one elimination
   double sizelimit = 1e8;    // of any entry
-  double fillfactor = 0.2;   // spare room for fill
+  double fillfactor = 0.2;   // spare room for fill, times elimfill
   int32_t lindepworklim = 0; // 0: none
   bool keepprimal = false;   // every feasible point must survive: no dominated columns
   bool keepdual = false;     // no relaxing of bounds

@@ -31,7 +31,7 @@ struct prslv_stack {
   int64_t poptype = 0, popbyte = 0; // read position
 };
 
-// Rows due for a check: a ring of indices and their marks.
+// Rows or columns due for a check: a ring of indices and their marks.
 struct prslv_list {
   buffer<int32_t> item;
   buffer<char> in;
@@ -49,11 +49,13 @@ struct prslv_context {
   sysenv* sys = nullptr;
   prslv_problem p;
   prslv_lines row, col;
+  int64_t cleanfree = 0; // first free positions after the last cleaning, summed
   buffer<char> conlive, varlive, conlin, varlin;
   buffer<int32_t> connz, varnz;   // live entries
   buffer<double> lax, uax;        // finite parts of the least and largest activity
   buffer<int32_t> ncilax, nciuax; // infinite terms
-  prslv_list list;
+  prslv_list list, cols;          // rows and columns due
+  buffer<double> rowmax;          // [numcon] bound of a row's coefficients, negative: not known
   prslv_stack stk;
   prslv_param param;
   prslv_stats* stats = nullptr;
@@ -140,12 +142,30 @@ prslv_entry TVN_prslv_getvarsin(const prslv_context& x, int32_t j);
 // True when the run must end; asks the user at most every 20 ms.
 bool TVN_prslv_stopped(prslv_context& x, int64_t work);
 
-// --- list of rows due
+// --- lists of rows and columns due
 
 void TVN_prslv_initlist(sysenv& sys, int32_t n, prslv_list& l);
 void TVN_prslv_emptylist(prslv_list& l);
 void TVN_prslv_updatelist(prslv_list& l, int32_t i);
 int32_t TVN_prslv_poplist(prslv_list& l); // -1: empty
+
+// A column is due when it lost a row, when what a row asks of it or what it costs changed, or when its bounds did. One
+// of many rows waits for the next pass, so that a cascade costs what it reduces.
+inline void make_due(prslv_context& x, int32_t j) {
+  constexpr int32_t longest = 100;
+  if (x.varnz[j] <= longest) TVN_prslv_updatelist(x.cols, j);
+}
+inline void make_columns_due(prslv_context& x, int32_t i) {
+  for_row(x, i, [&](int32_t j, double) { make_due(x, j); });
+}
+
+// Whether a stands out in row i: a tiny coefficient turns a bound of its column into noise of the row and the other way
+// about. The largest coefficient is that of when it was last looked for, which is not below today's.
+inline bool is_decent(prslv_context& x, int32_t i, double a) {
+  double& biggest = x.rowmax[i];
+  if (biggest < 0) for_row(x, i, [&](int32_t, double v) { biggest = std::max(biggest, std::fabs(v)); });
+  return std::fabs(a) >= 1e-3 * biggest;
+}
 
 // --- matrix
 
@@ -154,7 +174,7 @@ void TVN_prslv_makematrix(prslv_context& x);
 void TVN_prslv_cleana(prslv_context& x); // drops dead entries, closes gaps, renews the room for fill
 // Room for `need` more entries in line k; false when there is none.
 [[nodiscard]] bool TVN_prslv_growline(prslv_lines& l, int32_t k, int32_t need);
-// Room for the fill of a substitution of column j by row i; false when there is none.
+// Room for the fill of a substitution of column j by row i, by cleaning if need be; false when there is none.
 [[nodiscard]] bool TVN_prslv_pivotroom(prslv_context& x, int32_t i, int32_t j);
 // Every other row k of column j gets row k - a_kj/a_ij * row i, whose right-hand side is b; costs alike. Row i and
 // column j die. The room must have been made.
@@ -182,6 +202,8 @@ struct prslv_implied {
 // Bounds that one row, or all live linear rows, imply on column j. The activities must be good.
 void TVN_prslv_impliedvarbound(const prslv_context& x, double a, int32_t i, int32_t j, double& lower, double& upper);
 prslv_implied TVN_prslv_impliedboundsonvarj(const prslv_context& x, int32_t j);
+// Whether row i, on a fresh activity and by a decent coefficient, keeps column j at `own` or inside.
+bool TVN_prslv_rowimplies(prslv_context& x, int32_t i, int32_t j, bool lower, double own);
 // Whether rows imply the bounds of column j; proven on fresh activities.
 bool TVN_prslv_impliedfreevar(prslv_context& x, int32_t j);
 
@@ -199,7 +221,7 @@ inline void push_real(prslv_context& x, double v) { x.stk.reals.push_back(v); }
 // --- actions on the problem that many reductions share
 
 void TVN_prslv_killcon(prslv_context& x,
-                       int32_t i); // dead, counts of its columns; a column left alone makes its row due
+                       int32_t i);                                 // dead, counts of its columns, which become due
 void TVN_prslv_killvar(prslv_context& x, int32_t j, double value); // dead at a value that moves into bounds and cfix
 
 inline void TVN_prslv_initwork(sysenv& sys, prslv_context& x) {
@@ -261,7 +283,7 @@ void TVN_prslv_varfix(prslv_context& x, int32_t j, double value, int32_t rtype);
 void TVN_prslv_emptyvariables(prslv_context& x);
 void prslv_undovarfix(prslv_post& w, int32_t rtype);
 // varslack: a column of one row is taken into the row.
-bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a, double biggest);
+bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a);
 void prslv_undovarslack(prslv_post& w);
 // doubleton: an equality of two columns.
 bool prslv_doubletoncon(prslv_context& x, int32_t i);
@@ -281,8 +303,10 @@ struct prslv_pivot {
   double rowrest; // sum of the other entries of row i
 };
 prslv_pivot prslv_popp(prslv_post& w, prslv_reader& r); // also moves the other rows' activities back
-// dualbnd: bounds on row duals; dominated columns, forced rows.
+// dualbnd: bounds on row duals; dominated columns, forced rows. checkvar: what one column and its rows tell by
+// themselves.
 prslv_code TVN_prslv_dualbounds(prslv_context& x);
+void TVN_prslv_checkvar(prslv_context& x, int32_t j);
 void prslv_undoconfix(prslv_post& w, int32_t rtype);
 void prslv_undovarforce(prslv_post& w);
 // varrelax: column bounds that rows imply.

@@ -23,7 +23,8 @@ void size_lines(sysenv& sys, prslv_lines& l, int32_t num, int64_t room) {
 
 int64_t spare_room(const prslv_context& x, int64_t nz) {
   const int64_t vectors = 2 * (static_cast<int64_t>(x.p.numcon) + x.p.numvar);
-  return std::max(static_cast<int64_t>(x.param.fillfactor * static_cast<double>(nz)), vectors);
+  const double fill = x.param.fillfactor * std::max(x.param.elimfill, 1);
+  return std::max(static_cast<int64_t>(fill * static_cast<double>(nz)), vectors);
 }
 
 // Rows from live columns: the counts are set by the caller.
@@ -36,6 +37,7 @@ void transpose_into_rows(prslv_context& x) {
     at += x.row.cap[i];
   }
   x.row.free = at;
+  x.cleanfree = x.row.free + x.col.free;
   for (int32_t j = 0; j < x.p.numvar; j++) {
     if (!x.varlive[j]) continue;
     for_col(x, j, [&](int32_t i, double a) {
@@ -170,7 +172,9 @@ int32_t add_multiple(prslv_context& x, prslv_lines& lines, int32_t k, double fac
 
 } // namespace
 
-bool TVN_prslv_pivotroom(prslv_context& x, int32_t i, int32_t j) {
+namespace {
+
+bool find_room(prslv_context& x, int32_t i, int32_t j) {
   bool ok = true;
   for_row(x, i, [&](int32_t l, double) {
     if (l == j || !ok) return;
@@ -183,6 +187,16 @@ bool TVN_prslv_pivotroom(prslv_context& x, int32_t i, int32_t j) {
     ok = TVN_prslv_growline(x.row, k, x.connz[i] - 1);
   });
   return ok;
+}
+
+} // namespace
+
+bool TVN_prslv_pivotroom(prslv_context& x, int32_t i, int32_t j) {
+  constexpr int64_t share = 16; // of the room, taken since the last cleaning, that makes another one pay
+  if (find_room(x, i, j)) return true;
+  if (share * (x.col.free + x.row.free - x.cleanfree) < x.col.sub.size()) return false;
+  TVN_prslv_cleana(x);
+  return !x.stop && find_room(x, i, j);
 }
 
 void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, double b) {
@@ -233,9 +247,9 @@ void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, do
   for (int32_t q = 0; q < numrows; q++) {
     TVN_prslv_conactivity(x, rows[q]);
     TVN_prslv_updatelist(x.list, rows[q]);
+    x.rowmax[rows[q]] = -1;
   }
-  for (int32_t q = 0; q < numcols; q++)
-    if (x.varnz[cols[q]] == 1) TVN_prslv_updatelist(x.list, TVN_prslv_getvarsin(x, cols[q]).index);
+  for (int32_t q = 0; q < numcols; q++) make_due(x, cols[q]);
 }
 
 void TVN_prslv_findmultiples(prslv_context& x, bool byrow, prslv_multiples& found) {

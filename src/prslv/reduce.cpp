@@ -12,7 +12,8 @@ namespace {
 constexpr const char* label = "src/prslv/reduce";
 constexpr int32_t startpasses = 4, maxpasses = 25; // outer
 constexpr int32_t minrounds = 2;
-constexpr int32_t elimgain = 100; // eliminations that keep the eliminator on
+constexpr int32_t elimgain = 100; // eliminations of a good run of the eliminator
+constexpr int32_t poorruns = 30;  // runs that are not good
 
 // --- snapshots of the input, the two oldest records
 
@@ -103,6 +104,7 @@ struct due {
   bool simple = true, rows = true, columns = true, relax = true, lindep = true;
   bool eliminator = true;
   int32_t tries = 0, eliminated = -1; // runs, and the number of records after the last look
+  int32_t poor = 0;                   // runs that gained little
 };
 
 prslv_code one_step(prslv_context& x, due& d, bool& changed) {
@@ -121,7 +123,7 @@ prslv_code one_step(prslv_context& x, due& d, bool& changed) {
   } else if (d.columns) {
     d.columns = false;
     code = TVN_prslv_checkdupvar(x);
-    if (gained()) d.simple = true;
+    if (gained()) d.simple = d.columns = true;
   } else if (d.relax && x.param.relax && !x.param.keepprimal && !x.param.keepdual) {
     d.relax = false;
     code = TVN_prslv_relax(x);
@@ -136,8 +138,8 @@ prslv_code one_step(prslv_context& x, due& d, bool& changed) {
   return code;
 }
 
-// The eliminator runs when the simple reductions are exhausted, again and again while that gains enough: what one run
-// substitutes makes other columns free. A round that gains little (each elimination frees a row) is the last one.
+// The eliminator runs when the simple reductions are exhausted, again and again while it gains: what one run
+// substitutes makes other columns free. Runs that gain little are counted, since each costs a look at the whole matrix.
 prslv_code eliminate(prslv_context& x, due& d) {
   if (!d.eliminator || d.simple || x.status != prs_undecided || d.eliminated == TVN_prslv_getnumred(x))
     return prslv_code::ok;
@@ -145,17 +147,18 @@ prslv_code eliminate(prslv_context& x, due& d) {
   const auto allowed = [&] { return x.param.eliminatortries < 0 || d.tries < x.param.eliminatortries; };
   const int64_t first = num();
   prslv_code code = prslv_code::ok;
-  for (int64_t gained = elimgain; code == prslv_code::ok && gained >= elimgain && allowed(); d.tries++) {
+  for (int64_t gained = 1; code == prslv_code::ok && gained > 0 && d.poor < poorruns && allowed(); d.tries++) {
     const int64_t before = num();
     TVN_prslv_cleana(x);
     TVN_prslv_allactivities(x);
     if (x.stop || !TVN_prslv_tryeliminator(x)) break;
     code = TVN_prslv_eliminator2(x);
     gained = num() - before;
+    if (gained < elimgain) d.poor++;
   }
   d.eliminated = TVN_prslv_getnumred(x);
   if (num() > first) d.simple = d.rows = d.columns = true;
-  if (num() - first < elimgain) d.eliminator = false;
+  d.eliminator = d.poor < poorruns;
   return x.stop ? prslv_code::stopped : code;
 }
 

@@ -10,14 +10,13 @@
 namespace tvn {
 
 // Record: row, column, keys of both; a, cost of row, bounds of row, bounds of column, whether it was an equality.
-// True when the column went. biggest: of the row's coefficients, found once for all its slacks.
-bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a, double biggest) {
+// True when the column went.
+bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a) {
   const double bl = con_lower(x, i), bu = con_upper(x, i), l = var_lower(x, j), u = var_upper(x, j), c = x.p.c[j],
                cc = x.p.cc[i];
   const bool equality = bl == bu;
   if (!equality && std::fabs(c + a * cc) > 1e-15 * std::fabs(c)) return false;
-  // A tiny coefficient turns a bound of the column into noise of the row and the other way about.
-  if (std::fabs(a) < 1e-3 * biggest) return false;
+  if (!is_decent(x, i, a)) return false;
   const double alow = a > 0 ? a * l : a * u, aupp = a > 0 ? a * u : a * l;
   TVN_prslv_beginpushstk(x, rt_varslack);
   push_int(x, i);
@@ -38,6 +37,8 @@ bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a
   }
   TVN_prslv_killvar(x, j, 0.0);
   TVN_prslv_putconbounds(x, i, bl - aupp, bu - alow);
+  const bool loosened = (bl > -prslv_inf && std::isinf(aupp)) || (bu < prslv_inf && std::isinf(alow));
+  if (equality || loosened) make_columns_due(x, i); // at most once for the row and once for each of its sides
   return true;
 }
 

@@ -480,6 +480,50 @@ TEST(Presolve, EachReductionFiresOnTheStructureMadeForIt) {
   }
 }
 
+// The parameter is the user's word on fill: none, the usual little, or much.
+TEST(Presolve, FillsAsMuchAsItIsAllowedTo) {
+  case_maker k = irreducible(5);
+  const int i = k.add_row(4, 4), j = k.add_col(-1e30, 1e30, 1);
+  for (int q = 0; q < 8; q++) k.rows[size_t(i)][mixed_column(k, 0, 1e30, q)] = q % 2 ? 1 : -2;
+  k.rows[2][j] = 1; // five entries more than go
+  k.rows[3][j] = -1;
+  k.rows[size_t(i)][j] = 2;
+  lp_case p = k.finish();
+  tvn::prslv_param param = settings(1);
+  for (const int32_t fill : {0, 1, 10}) {
+    param.elimfill = fill;
+    const outcome o = by_presolve(p, param);
+    EXPECT_EQ(o.trouble, "");
+    EXPECT_EQ(o.stats.numred[tvn::rt_elimination], fill == 10 ? 1 : 0) << fill;
+  }
+}
+
+// What is left is left for good: a second presolve would have to find what the first one overlooked.
+TEST(Presolve, FindsNextToNothingInItsOwnResult) {
+  int32_t again = 0;
+  constexpr uint64_t seeds = 1000;
+  for (uint64_t seed = 1; seed <= seeds; seed++) {
+    lp_case p = structured_case(seed);
+    tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+    for (int run = 0; run < 2; run++) {
+      tvn::editable_problem e;
+      tvn::TVN_simplex_copyeditable(*sys, p.view(), e);
+      tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
+      tvn::prslv_stats stats;
+      EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, settings(1), stats, {}), tvn::prslv_code::ok);
+      again += run == 1 && tvn::TVN_prslv_getnumred(*ctx) > 2; // beyond the two snapshots
+      tvn::reduced_problem r;
+      tvn::TVN_simplex_copyreduced(*sys, *ctx, r);
+      p = stats.status == tvn::prs_undecided ? case_of(r) : lp_case{};
+      if (p.beg.empty()) p.beg.push_back(0);
+      tvn::TVN_prslv_delete(ctx);
+    }
+    EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok);
+  }
+  std::printf("reduced again: %d of %d\n", again, static_cast<int>(seeds));
+  EXPECT_LE(again, static_cast<int32_t>(seeds / 100));
+}
+
 TEST(Presolve, LeavesAnIrreducibleProblemAlone) {
   lp_case p = irreducible(1).finish();
   const outcome o = by_presolve(p, settings(1));
@@ -575,6 +619,14 @@ lp_case transport_blocks(int n) {
   return k.finish();
 }
 
+// Each column is dominated once the next one is gone: x_j - x_j+1 >= -1 keeps x_j+1 from falling.
+lp_case chain_of_dominated(int n) {
+  case_maker k(1);
+  for (int j = 0; j < n; j++) k.add_col(0, 1e30, 1);
+  for (int j = 0; j + 1 < n; j++) k.rows[size_t(k.add_row(-1, 1e30))] = {{j, 1.0}, {j + 1, -1.0}};
+  return k.finish();
+}
+
 // Rows of many columns, every other one a multiple of its neighbour.
 lp_case repeated_columns(int n) {
   case_maker k(1);
@@ -593,7 +645,7 @@ lp_case repeated_columns(int n) {
 TEST(Presolve, AsksSoonAndCostsLittleWhereThereIsMuchToDo) {
   constexpr double promised = 0.1, bearable = 5; // seconds, with audits and sanitizers
   lp_case cases[] = {equal_row_of_slacks(40000), chain_of_links(40000), transport_blocks(12000),
-                     repeated_columns(20000)};
+                     repeated_columns(20000), chain_of_dominated(40000)};
   for (lp_case& p : cases) {
     SCOPED_TRACE(std::to_string(p.m) + " by " + std::to_string(p.n));
     tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
