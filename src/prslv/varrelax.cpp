@@ -1,7 +1,8 @@
 // Column bounds that rows imply are dropped, one by one, so that more columns are free.
 //
 // Andersen and Andersen 1995. The feasible set stays. Each drop sees the bounds that are left after those before it, so
-// two bounds that imply each other never both go. Undo: the dual of the dropped bound is 0.
+// two bounds that imply each other never both go. Running activities only point at a row; it proves the drop afresh and
+// by a coefficient that stands out in it. Undo: the dual of the dropped bound is 0.
 #include "prslv/prslvint.h"
 
 namespace tvn {
@@ -26,9 +27,10 @@ prslv_code TVN_prslv_relax(prslv_context& x) {
     const double l = var_lower(x, j), u = var_upper(x, j);
     if (l == -prslv_inf && u == prslv_inf) continue;
     const prslv_implied b = TVN_prslv_impliedboundsonvarj(x, j);
-    const double tol = x.param.tolx;
-    const bool low = l > -prslv_inf && b.lower >= l + tol * std::max(1.0, std::fabs(l)),
-               upp = u < prslv_inf && b.upper <= u - tol * std::max(1.0, std::fabs(u));
+    const double tol = x.param.tolx, inlow = l + tol * std::max(1.0, std::fabs(l)),
+                 inupp = u - tol * std::max(1.0, std::fabs(u));
+    const bool low = l > -prslv_inf && b.lower >= inlow && TVN_prslv_rowimplies(x, b.lowrow, j, true, inlow),
+               upp = u < prslv_inf && b.upper <= inupp && TVN_prslv_rowimplies(x, b.upprow, j, false, inupp);
     if (low || upp) TVN_prslv_varrelax(x, j, low, upp);
   }
   return prslv_code::ok;

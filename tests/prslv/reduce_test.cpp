@@ -480,6 +480,17 @@ TEST(Presolve, EachReductionFiresOnTheStructureMadeForIt) {
   }
 }
 
+TEST(Presolve, DropsNoBoundThatATinyCoefficientHolds) {
+  for (const double tiny : {1.0, 1e-5}) {
+    case_maker k = irreducible(2);
+    const int i = k.add_row(2 * tiny, 1e30), a = mixed_column(k, 0, 1e30, 1), b = mixed_column(k, 0, 1, -1);
+    k.rows[size_t(i)] = {{a, tiny}, {b, -1.0}};
+    lp_case p = k.finish();
+    tvn::prslv_param param = settings(3);
+    EXPECT_EQ(by_presolve(p, param).stats.numred[tvn::rt_varrelaxlow], tiny == 1.0 ? 1 : 0);
+  }
+}
+
 // The parameter is the user's word on fill: none, the usual little, or much.
 TEST(Presolve, FillsAsMuchAsItIsAllowedTo) {
   case_maker k = irreducible(5);
