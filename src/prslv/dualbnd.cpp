@@ -166,7 +166,7 @@ void try_varforce(prslv_context& x, int32_t j) {
       x.certcolval = sign;
       return;
     }
-    if (std::fabs(c) > 1e-15 * size) continue;
+    if (!(std::fabs(c) <= 1e-15 * size)) continue;
     TVN_prslv_beginpushstk(x, rt_varforce);
     push_int(x, j);
     push_int(x, sign);
@@ -214,11 +214,12 @@ void try_onelock(prslv_context& x, int32_t j) {
     size += std::fabs(a * x.p.cc[i]);
   });
   for (const int32_t sign : {-1, 1}) {
-    if (sign * c > 1e-15 * size) continue;
+    if (!(sign * c <= 1e-15 * size)) continue;
     double a = 0;
     const int32_t i = only_lock(x, j, sign, a);
     if (i < 0 || con_lower(x, i) == con_upper(x, i)) continue;
     const bool down = sign < 0;
+    if (std::isinf(down == (a > 0) ? con_lower(x, i) : con_upper(x, i))) continue; // a coefficient that is not a number
     const double own = down ? var_lower(x, j) : var_upper(x, j);
     if (!std::isinf(own)) {
       double lo, up;
