@@ -749,7 +749,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
     this share of the largest element of their column. Larger is more stable and fills more. */
 #define TVN_DPAR_SIMPLEX_ABS_TOL_PIV 64 /* default 1e-7, >= 1e-12. Smaller pivots of an iteration count as zero at the
     start. Bad pivots raise it tenfold, up to 1e-4 in the primal simplex and 1e-5 in the dual one or what is set here;
-    calm times lower it again, in the dual down to 1e-10. */
+    calm times lower it again, in the dual down to 1e-10. Where only smaller ones are left the primal takes them, as
+    it does after a ray that does not hold. */
 #define TVN_DPAR_UPPER_OBJ_CUT 65 /* default 1e30. A maximisation ends with TVN_RES_TRM_OBJECTIVE_RANGE once a
     feasible point has a higher objective. */
 #define TVN_DPAR_UPPER_OBJ_CUT_FINITE_TRH 66 /* default 5e29. An upper cut that is no smaller does not count. */

@@ -26,7 +26,7 @@ struct harris_result {
 
 harris_result harris_limit(primal_state& s, double sigma) {
   harris_result r{bound_infinity, 0};
-  const double tolpiv = s.tolpiv, tolfeas = s.tolfeas;
+  const double tolpiv = psimplex_leastpivot(s), tolfeas = s.tolfeas;
   const int32_t* const idx = s.aq.idx.data();
   const double* const aq = s.aq.val.data();
   const basic_entry* const basics = s.basics.data();
@@ -120,6 +120,7 @@ namespace {
 
 // Break points of the infeasibility along the direction, in no order; returns their number.
 int32_t collect_breakpoints(primal_state& s, double sigma) {
+  const double tolpiv = psimplex_leastpivot(s);
   int32_t num = 0;
   auto add = [&](double ratio, int32_t k, double slope, bool upper) {
     s.breaks[num++] = {std::max(0.0, ratio), k, slope, upper};
@@ -127,7 +128,7 @@ int32_t collect_breakpoints(primal_state& s, double sigma) {
   for (int32_t p = 0; p < s.aq.count; p++) {
     const int32_t k = s.aq.idx[p];
     const double rate = -sigma * s.aq.val[k], size = std::fabs(rate);
-    if (size <= s.tolpiv) continue;
+    if (size <= tolpiv) continue;
     const basic_entry& b = s.basics[k];
     const bool haslo = b.lo > -bound_infinity, hasup = b.up < bound_infinity;
     if (rate < 0) {

@@ -162,8 +162,8 @@ bool psimplex_absorb(primal_state& s, double relative) {
   for (int32_t k = 0; k < s.work.m; k++) {
     const int32_t j = s.fac.head[k];
     const double below = s.lo[j] - s.x[j], above = s.x[j] - s.up[j], f = s.work.factor(j);
-    const double limit =
-        std::max(feasibleshift * s.tolfeas, relative * (1 / f + std::fabs(below > above ? s.lo[j] : s.up[j])));
+    const double limit = std::max(std::min(feasibleshift * s.tolfeas, relaxedshare * s.param.tolx),
+                                  relative * (1 / f + std::fabs(below > above ? s.lo[j] : s.up[j])));
     if (std::max(below, above) > limit) return false;
   }
   for (int32_t k = 0; k < s.work.m; k++) {
@@ -209,7 +209,7 @@ loop_state watch_progress(primal_state& s) {
 // Phase one stands still though its steps claim a gain: their reduced costs are rounding.
 void watch_rounding(primal_state& s) {
   const double claimed = std::exchange(s.gain, 0.0), before = std::exchange(s.lastsuminf, s.suminf);
-  if (s.phase == 1 && before - s.suminf < realgain * claimed) s.noise = std::min(10 * s.tols, maxnoise);
+  if (s.phase == 1 && claimed > 0 && before - s.suminf < realgain * claimed) s.noise = std::min(10 * s.tols, maxnoise);
   if (s.phase == 1) return;
   s.lastsuminf = HUGE_VAL;
   s.noise = 0;

@@ -235,7 +235,7 @@ loop_state psimplex_pivot(primal_state& s, int32_t q, double sigma, double dq, c
   const double a = s.aq.val[r.position], theta = dq / a;
   TVN_simplex_rowofinverse(s.base, r.position);
   const double arow = TVN_simplex_columndot(s.work, q, s.rho.val.data());
-  if (TVN_simplex_ispivotlost(arow, a, s.tolpiv)) return lose_pivot(s, q);
+  if (TVN_simplex_ispivotlost(arow, a, psimplex_leastpivot(s))) return lose_pivot(s, q);
   if (wants_refactor(s, arow, a)) s.soon = true;
   const bool full = s.method != sel_partial;
   if (full) {

@@ -210,6 +210,13 @@ double psimplex_ownrange(const primal_state& s, int32_t q, double sigma);
 ratio_result psimplex_stepsize(primal_state& s, double sigma, double range);
 ratio_result psimplex_stepsize_phaseone(primal_state& s, int32_t q, double sigma, double slope);
 
+// Entries of the entering column up to this are no pivots. Where nothing else is left the size does not count, as long
+// as both values of the pivot agree.
+inline double psimplex_leastpivot(const primal_state& s) noexcept {
+  constexpr double rounding = 1e-14; // of the largest entry
+  return s.lenient ? std::min(s.tolpiv, rounding * s.colmax) : s.tolpiv;
+}
+
 // --- update (pupdate.cpp)
 void psimplex_updateduals(primal_state& s, int32_t q, int32_t leaving, double pivot, double dq);
 void psimplex_movebasics(primal_state& s, double sigma, double step);

@@ -20,9 +20,10 @@ namespace tvn {
 namespace {
 
 constexpr int32_t scalepasses = 6;
-constexpr double tolgap = 1e-9;         // room below the objective of an optimum, relative to it
-constexpr int32_t maxrepairs = 3;       // turns of the dual simplex on behalf of the primal one
-constexpr double tolcertificate = 1e-7; // violation of a certificate relative to its objective
+constexpr double tolgap = 1e-9;                             // room below the objective of an optimum, relative to it
+constexpr int32_t maxrepairs = 3;                           // turns of the dual simplex on behalf of the primal one
+constexpr double smallpivot = 1e-10, smallestpivot = 1e-13; // of the runs after a ray that does not hold
+constexpr double tolcertificate = 1e-7;                     // violation of a certificate relative to its objective
 
 // --- start basis
 
@@ -327,6 +328,8 @@ second_try tighten(const simplex_param& param, int32_t claim, int32_t solsta, in
     t.param.tols = attempt == 0 ? 1e-9 : 1e-11;
   } else if (claim == sol_prim_infeas_cer) {
     t.param.tols *= 1e-3;
+  } else if (claim == sol_dual_infeas_cer) { // something blocks the ray after all, by a small entry
+    t.param.tolabspiv = std::min(t.param.tolabspiv, attempt == 0 ? smallpivot : smallestpivot);
   } else {
     t.unscaled = attempt == 0;
     t.param.tols *= 0.1;

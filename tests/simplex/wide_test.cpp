@@ -1,0 +1,51 @@
+// If this failed in the field: small systems whose numbers span many decades, as chains of balances and of units make
+// them, would end without an answer, or be called infeasible.
+#include "support/widecase.h"
+
+#include <cstdlib>
+
+using namespace tvntest;
+
+namespace {
+
+uint64_t num_seeds(uint64_t usual) {
+  const char* s = std::getenv("TOVAN_SEEDS");
+  return s ? std::strtoull(s, nullptr, 10) : usual;
+}
+
+tvn::simplex_info run(lp_case& p, const tvn::simplex_param& param, lp_point& point) {
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  tvn::simplex_info info;
+  tvn::lp_solution sol = point.view();
+  tvn::TVN_simplex_optimize(*sys, p.view(), param, info, {}, sol);
+  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
+  return info;
+}
+
+void expect_solved(lp_case p, uint64_t seed) {
+  for (const auto kind : {tvn::kind_primal, tvn::kind_dual, tvn::kind_free})
+    for (const int32_t presolve : {0, 1}) {
+      SCOPED_TRACE("seed " + std::to_string(seed) + " optimizer " + std::to_string(kind) + " presolve " +
+                   std::to_string(presolve));
+      tvn::simplex_param param;
+      param.optimizer = kind;
+      param.presolve = presolve;
+      param.prslv.tolx = param.prslv.tols = 1e-8;
+      lp_point point(p);
+      const tvn::simplex_info info = run(p, param, point);
+      ASSERT_EQ(info.response, tvn::simplex_code::ok);
+      ASSERT_EQ(info.solsta, tvn::sol_optimal);
+      const verdict v = judge(p, point);
+      EXPECT_TRUE(v.primal <= 1e-6) << v.primal;
+      EXPECT_TRUE(v.dual <= 1e-6) << v.dual;
+      EXPECT_TRUE(v.gap <= 1e-6) << v.gap;
+      EXPECT_EQ(v.basics, p.m);
+    }
+}
+
+} // namespace
+
+// TOVAN_SEEDS asks for more of them. Their last pivots are as small as 1e-10 of their columns.
+TEST(WideNumbers, TriangularSystemsOfFreeVariablesAreSolved) {
+  for (uint64_t seed = 1; seed <= num_seeds(600) && !HasFailure(); seed++) expect_solved(triangular_case(seed), seed);
+}
