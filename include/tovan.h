@@ -554,8 +554,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_PRESOLVE_LINDEP_USE 110 /* default 1, 0 to 1. Looks for linearly dependent equality rows. */
 #define TVN_IPAR_PRESOLVE_LINDEP_WORK_LIM 111 /* default 1, >= 0. The larger, the less work for dependent rows when
     there are more than 1000; 0 sets no limit. */
-#define TVN_IPAR_PRESOLVE_USE 112 /* default 2, 0 to 2. Off, on, or free: on unless there is a start basis or the
-    iteration limit is at most 50. */
+#define TVN_IPAR_PRESOLVE_USE 112 /* default 2, 0 to 2. Off, on, or free: on unless the start has basic or superbasic
+    variables or the iteration limit is at most 50. */
 #define TVN_IPAR_QO_SEPARABLE_REFORMULATION 113 /* default 0, 0 to 1. Quadratic problems go to the conic optimizer. */
 #define TVN_IPAR_READ_ADD_ANZ 114 /* default 0, >= 0. Room for elements of A beyond those of the file. */
 #define TVN_IPAR_READ_ADD_CON 115 /* default 0, >= 0. Room for constraints beyond those of the file. */
@@ -601,8 +601,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
     edge. */
 #define TVN_IPAR_SIM_EXPLOIT_DUPVEC 146 /* default 0, 0 to 2. The primal simplex runs columns that are equal up to a
     factor, costs included, as one; free when they are at least three of ten. Presolve merges most of them before. */
-#define TVN_IPAR_SIM_HOTSTART 147 /* default 1, 0 to 2. Whether a run starts from the stored basic solution: not, by
-    its status, or by its keys. */
+#define TVN_IPAR_SIM_HOTSTART 147 /* default 1, 0 to 2. Whether a run starts from the stored basic solution: not, from
+    its keys and the values of its superbasics, or from its keys alone. */
 #define TVN_IPAR_SIM_HOTSTART_LU 148 /* default 1, 0 to 1. Off, nothing of the last basis is kept for the next run but
     its keys and values, and the room of the factor for basis solves is given back and taken anew each time. */
 #define TVN_IPAR_SIM_INTEGER 149 /* default 0, 0 to 10. No effect yet. */

@@ -9,6 +9,7 @@ namespace {
 
 struct start_measure {
   int64_t numpinf = 0, numdinf = 0, numsuper = 0;
+  int64_t numinside = 0; // superbasics that the dual simplex would move to a bound, or to zero
   double sumpinf = 0, sumdinf = 0;
 };
 
@@ -31,6 +32,7 @@ start_measure measure(simplex_state& s) {
     const double d = w.cost[j] - TVN_simplex_columndot(w, j, s.y.data());
     const double v = s.key[j] == sk_low ? -d : s.key[j] == sk_upr ? d : std::fabs(d);
     r.numsuper += s.key[j] == sk_supbas;
+    r.numinside += TVN_simplex_isinside(s, j);
     if (!(v > s.param.tols)) continue;
     r.numdinf++;
     r.sumdinf += v;
@@ -38,7 +40,9 @@ start_measure measure(simplex_state& s) {
   return r;
 }
 
-simplex_kind choose_hot(const start_measure& r) {
+simplex_kind choose_hot(const simplex_work& w, const start_measure& r) {
+  constexpr double many = 0.1; // of the rows: a point rather than a basis
+  if (static_cast<double>(r.numinside) > many * w.m) return kind_primal;
   if (r.numpinf == 0 || r.numdinf == 0) return r.numdinf < r.numpinf ? kind_dual : kind_primal;
   const double primal = r.sumpinf * static_cast<double>(r.numpinf),
                dual = r.sumdinf * static_cast<double>(r.numdinf) * static_cast<double>(r.numsuper + 1);
@@ -72,7 +76,7 @@ simplex_kind TVN_simplex_chooseoptimizer(simplex_state& s) {
   if (!s.factorready && (!s.cold || TVN_simplex_factor(s.fac) != factor_result::full)) return kind_primal;
   s.factorready = !s.cold; // a cold run takes the same path whether its optimizer was named or chosen
   const start_measure r = measure(s);
-  return s.cold ? choose_cold(s.work, r) : choose_hot(r);
+  return s.cold ? choose_cold(s.work, r) : choose_hot(s.work, r);
 }
 
 } // namespace tvn

@@ -34,10 +34,19 @@ bool crossing_bounds(const lp_view& lp, simplex_info& info, lp_solution& sol) {
   return false;
 }
 
-// A start basis is worth more than presolve unless presolve is asked for.
-bool presolve_wanted(const simplex_param& param) {
-  if (param.presolve == 2) return param.hotstart == 0 && param.maxiterations > shortrun;
-  return param.presolve != 0;
+// Does the start say more than that all logicals are basic?
+bool is_good_start(const lp_view& lp, const simplex_param& param, const lp_solution& sol) {
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    const bool inside = sol.skx[j] == sk_supbas && !param.keysonly && (lp.bkx[j] != bk_fr || sol.xx[j] != 0);
+    if (sol.skx[j] == sk_bas || inside) return true;
+  }
+  return false;
+}
+
+// A good start is worth more than presolve unless presolve is asked for.
+bool presolve_wanted(const lp_view& lp, const simplex_param& param, const lp_solution& sol) {
+  if (param.presolve != 2) return param.presolve != 0;
+  return param.maxiterations > shortrun && (param.hotstart == 0 || !is_good_start(lp, param, sol));
 }
 
 // Activities and reduced costs of the user's problem from x and y, so that the identities hold to the last digit.
@@ -215,7 +224,7 @@ void clean_up(sysenv& sys, const lp_view& lp, const simplex_param& again, simple
 
 void solve_as_given(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
                     const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
-  if (!presolve_wanted(param)) return TVN_simplex_solvedirectly(sys, lp, param, info, progress, sol, kept);
+  if (!presolve_wanted(lp, param, sol)) return TVN_simplex_solvedirectly(sys, lp, param, info, progress, sol, kept);
   simplex_param again = param;
   again.presolve = again.hotstart = 0;
   if (solve_with_presolve(sys, lp, param, info, progress, sol, kept, again)) return;

@@ -119,8 +119,14 @@ void TVN_simplex_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t
 }
 
 void TVN_simplex_gatherkeys(const lp_solution& sol, reduced_problem& r) {
-  for (int32_t i = 0; i < r.lp.numcon; i++) r.sol.skc[i] = sol.skc[r.con2user[i]];
-  for (int32_t j = 0; j < r.lp.numvar; j++) r.sol.skx[j] = sol.skx[r.var2user[j]];
+  for (int32_t i = 0; i < r.lp.numcon; i++) {
+    const int32_t key = sol.skc[r.con2user[i]];
+    r.sol.skc[i] = key == sk_supbas ? static_cast<int32_t>(sk_unk) : key; // its activity may be another one now
+  }
+  for (int32_t j = 0; j < r.lp.numvar; j++) {
+    r.sol.skx[j] = sol.skx[r.var2user[j]];
+    r.sol.xx[j] = sol.xx[r.var2user[j]];
+  }
 }
 
 void TVN_simplex_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e) {

@@ -66,7 +66,7 @@ void clear_vectors(primal_state& s) noexcept {
 
 // An optimum is reached, but some nonbasics stand between their bounds.
 loop_state remove_superbasics(primal_state& s) {
-  for (int32_t j = psimplex_findsuperbasic(s); j >= 0; j = psimplex_findsuperbasic(s)) {
+  for (int32_t j = psimplex_findsuperbasic(s); j >= 0; j = psimplex_findsuperbasic(s, j + 1)) {
     const loop_state state = psimplex_rmsuperbasic(s, j);
     clear_vectors(s);
     if (state == loop_state::finished || check_limits(s) == loop_state::finished) return loop_state::finished;

@@ -229,8 +229,8 @@ bool psimplex_unstall(primal_state& s);
 void psimplex_variablereset(primal_state& s);
 
 // --- superbasics (psuper.cpp): nonbasics with the key sk_supbas off their bounds; a free one rests at zero
-// The first one, -1: none.
-int32_t psimplex_findsuperbasic(const primal_state& s);
+// The first one from `from` on, -1: none.
+int32_t psimplex_findsuperbasic(const primal_state& s, int32_t from = 0);
 // Moves j to its nearest bound or, where a basic blocks the way, into the basis. Its reduced cost is within tolerance.
 loop_state psimplex_rmsuperbasic(primal_state& s, int32_t j);
 

@@ -22,9 +22,9 @@ bool is_free(const primal_state& s, int32_t j) { return s.lo[j] <= -bound_infini
 
 } // namespace
 
-int32_t psimplex_findsuperbasic(const primal_state& s) {
-  for (int32_t j = 0; j < s.work.total; j++)
-    if (s.key[j] == sk_supbas && !(is_free(s, j) && s.x[j] == 0)) return j;
+int32_t psimplex_findsuperbasic(const primal_state& s, int32_t from) {
+  for (int32_t j = from; j < s.work.total; j++)
+    if (TVN_simplex_isinside(s.base, j)) return j;
   return -1;
 }
 

@@ -57,10 +57,13 @@ void factor_start(simplex_state& s, const lp_solution* keys) {
 void start_keys(simplex_state& s, const lp_solution* keys) {
   const simplex_work& w = s.work;
   for (int32_t j = 0; j < w.total; j++) {
+    const int32_t wish = keys ? TVN_simplex_userkey(w, *keys, j) : static_cast<int32_t>(sk_unk);
     if (s.fac.pos[j] >= 0)
       s.key[j] = sk_bas;
+    else if (wish == sk_supbas && !s.param.keysonly)
+      TVN_simplex_restsuperbasic(s, j, TVN_simplex_uservalue(w, *keys, j));
     else
-      TVN_simplex_restnonbasic(s, j, keys ? TVN_simplex_userkey(w, *keys, j) : sk_unk);
+      TVN_simplex_restnonbasic(s, j, wish);
   }
 }
 

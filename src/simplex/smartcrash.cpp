@@ -262,6 +262,8 @@ bool finish(simplex_state& s) {
 bool TVN_simplex_smartcrash(simplex_state& s) {
   const simplex_work& w = s.work;
   if (!s.fac.usable) return false;
+  for (int32_t j = 0; j < w.total; j++)
+    if (TVN_simplex_isinside(s, j)) return false;
   for (int32_t j = 0; j < w.total; j++) TVN_simplex_setlisted(s, j, s.fac.pos[j] < 0 && !w.is_fixed(j));
   form(s);
   clean_run c{s};

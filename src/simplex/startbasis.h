@@ -10,6 +10,12 @@ inline int32_t TVN_simplex_userkey(const simplex_work& w, const lp_solution& sol
   return w.is_logical(j) ? sol.skc[w.row2user[j]] : sol.skx[w.col2user[j - w.m]];
 }
 
+// Value that the caller gives it, in the working space.
+inline double TVN_simplex_uservalue(const simplex_work& w, const lp_solution& sol, int32_t j) {
+  if (!w.is_logical(j)) return sol.xx[w.col2user[j - w.m]] / w.factor(j);
+  return (sol.xc[w.row2user[j]] - w.shift[j]) / w.factor(j);
+}
+
 // Matches columns (0 .. n-1) to rows, as many as there can be, and among the rows as many of rank 0 as there can be,
 // then of rank 1, and so on to numranks - 1. rowrank: [m]. row2col: [m], the place in `columns` of the row's partner,
 // -1: none. Returns the number matched.

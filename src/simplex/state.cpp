@@ -169,6 +169,18 @@ void TVN_simplex_restnonbasic(simplex_state& s, int32_t j, int32_t wish) {
   }
 }
 
+void TVN_simplex_restsuperbasic(simplex_state& s, int32_t j, double value) {
+  constexpr double largest = 1e10; // beyond it the basics would lose the digits that feasibility needs
+  const double lo = s.lo[j], up = s.up[j];
+  const bool usable = std::fabs(value) <= largest && !s.work.is_fixed(j);
+  if (usable && value - lo > s.tolfeas && up - value > s.tolfeas) {
+    s.key[j] = sk_supbas;
+    s.x[j] = value;
+    return;
+  }
+  TVN_simplex_restnonbasic(s, j, !usable ? sk_unk : up - value <= value - lo ? sk_upr : sk_low);
+}
+
 void TVN_simplex_setlisted(simplex_state& s, int32_t j, bool in) noexcept {
   if (s.inlist[j] == static_cast<uint8_t>(in)) return;
   s.inlist[j] = in;

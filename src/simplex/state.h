@@ -56,6 +56,13 @@ struct simplex_state {
 void TVN_simplex_setupstate(simplex_state& s);
 // Key and value of a nonbasic: the wished side if it has one, else the working bound nearer to zero.
 void TVN_simplex_restnonbasic(simplex_state& s, int32_t j, int32_t wish);
+// A start's superbasic stays at its value if that lies between its bounds, and rests at a bound as above if not.
+void TVN_simplex_restsuperbasic(simplex_state& s, int32_t j, double value);
+// A nonbasic that no basic solution has where it is: between its bounds, or free and not at zero.
+inline bool TVN_simplex_isinside(const simplex_state& s, int32_t j) noexcept {
+  const bool free = s.lo[j] <= -bound_infinity && s.up[j] >= bound_infinity;
+  return s.key[j] == sk_supbas && !(free && s.x[j] == 0);
+}
 // Puts j into or out of the list; a structural moves in the row copy.
 void TVN_simplex_setlisted(simplex_state& s, int32_t j, bool in) noexcept;
 // spike = column q after L and etas, aq = B^-1 a_q.

@@ -53,6 +53,7 @@ struct simplex_param {
   int32_t optimizer = kind_free;
   int32_t cleanoptimizer = kind_free; // of the run on the user's problem after presolve's undo, when one is needed
   int32_t hotstart = 0;               // 0 none, 4 start primal feasible, 5 dual feasible, 6 otherwise
+  bool keysonly = false;              // the values of the start do not count
   int32_t presolve = 0;               // 0 no, 1 yes, 2 free: yes unless the run is short or the start is good
   prslv_param prslv;                  // settings of presolve
   int32_t degen = 1;                  // 0 none, 1 free, 2 aggressive, 3 moderate, 4 minimum
@@ -120,12 +121,12 @@ struct simplex_info {
   int32_t randomstate = 1;
   bool forcelog = false; // print the next iteration line whatever its number
   int64_t lnz = 0, unz = 0;
-  double mindiag = 0, maxdiag = 0;     // magnitudes on the diagonal of U
-  double primalviol = 0, dualviol = 0; // worst relative violations on the user's data, set at the end
-  prslv_stats prslv;                   // of presolve
-  const char* line = nullptr;          // with the events presolve_line and message
-  int32_t linelevel = 0;               // with message: the log level from which on the line is wanted
-  int32_t cleanups = 0;                // runs on the user's problem after postsolve
+  double mindiag = 0, maxdiag = 0;          // magnitudes on the diagonal of U
+  double primalviol = 0, dualviol = 0;      // worst relative violations on the user's data, set at the end
+  prslv_stats prslv;                        // of presolve
+  const char* line = nullptr;               // with the events presolve_line and message
+  int32_t linelevel = 0;                    // with message: the log level from which on the line is wanted
+  int32_t cleanups = 0;                     // runs on the user's problem after postsolve
   std::array<int64_t, 4> cleaniterations{}; // of them, by simplex_kind
 };
 

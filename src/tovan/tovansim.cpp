@@ -190,6 +190,7 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
   simplex_param param;
   tovansim_setparam(t, maximize, param);
   param.hotstart = hotstart_mode(t);
+  param.keysonly = t.params.ival[TVN_IPAR_SIM_HOTSTART] == TVN_SIM_HOTSTART_STATUS_KEYS;
   const sol_ptrs ptrs = TVN_getsolptrs(t, TVN_SOL_BAS);
   lp_solution sol{ptrs.skc, ptrs.skx, ptrs.xc, ptrs.xx, ptrs.y, ptrs.slc, ptrs.suc, ptrs.slx, ptrs.sux};
   const negated_costs negated(t, maximize);

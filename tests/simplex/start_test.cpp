@@ -19,8 +19,16 @@ struct starter {
   tvn::simplex_info solve(lp_case& p, lp_point& s, const tvn::simplex_param& param) {
     tvn::simplex_info info;
     tvn::lp_solution sol = s.view();
-    tvn::TVN_simplex_optimize(*sys, p.view(), param, info, {}, sol, kept.get());
+    const tvn::simplex_progress progress{this, note_first};
+    first = std::nan("");
+    tvn::TVN_simplex_optimize(*sys, p.view(), param, info, progress, sol, kept.get());
     return info;
+  }
+  double first = 0; // objective of the first line of the last run
+  static int32_t note_first(void* handle, tvn::simplex_event event, const tvn::simplex_info& info) {
+    auto& run = *static_cast<starter*>(handle);
+    if (event == tvn::simplex_event::iteration && std::isnan(run.first)) run.first = info.objective;
+    return 0;
   }
 };
 
@@ -65,6 +73,56 @@ TEST(Start, MayBeAnything) {
     ASSERT_EQ(have.solsta, tvn::sol_optimal);
     expect_optimal(p, hot, judge(p, cold).objective, 1e-7);
   }
+}
+
+namespace {
+
+// A point inside the bounds of the columns, all of them superbasic but one that is basic in place of row 0.
+void make_inside(const lp_case& p, lp_point& s, std::mt19937_64& rng) {
+  std::uniform_real_distribution<double> unit(0, 1);
+  for (size_t j = 0; j < s.xx.size(); j++) {
+    const double lo = std::max(p.blx[j], std::min(p.bux[j], 0.0) - 5), up = std::min(p.bux[j], lo + 10);
+    s.xx[j] = lo + (up - lo) * (0.1 + 0.8 * unit(rng));
+    s.skx[j] = lo < up ? tvn::sk_supbas : tvn::sk_fix;
+  }
+  s.xc = activities(p, s.xx);
+  std::fill(s.skc.begin(), s.skc.end(), static_cast<int32_t>(tvn::sk_bas));
+  if (!(p.blc[0] < s.xc[0] && s.xc[0] < p.buc[0])) return;
+  for (int32_t j = 0; j < p.n; j++)
+    for (int64_t e = p.beg[size_t(j)]; e < p.beg[size_t(j) + 1]; e++)
+      if (p.sub[size_t(e)] == 0 && s.skc[0] == tvn::sk_bas && s.skx[size_t(j)] == tvn::sk_supbas) {
+        s.skc[0] = tvn::sk_supbas;
+        s.skx[size_t(j)] = tvn::sk_bas;
+      }
+}
+
+} // namespace
+
+// The run begins at the point, also in a scaled problem; its end is a basic solution.
+TEST(Start, KeepsTheValuesOfSuperbasics) {
+  int rows = 0;
+  for (uint64_t seed = 1; seed <= 200; seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937_64 rng(seed);
+    known_case k = optimal_case(seed, 15, 25, 0.3, 0.3);
+    starter run;
+    tvn::simplex_param param;
+    param.hotstart = 6;
+    param.scaling = 4;
+    param.optimizer = seed % 3 == 0 ? tvn::kind_dual : seed % 3 == 1 ? tvn::kind_primal : tvn::kind_free;
+    param.presolve = seed % 7 == 0 ? 1 : 2; // which leaves a good start alone
+    param.keysonly = seed % 5 == 0;
+    lp_point s(k.p);
+    make_inside(k.p, s, rng);
+    rows += s.skc[0] == tvn::sk_supbas;
+    const double objective = judge(k.p, s).objective;
+    ASSERT_EQ(run.solve(k.p, s, param).solsta, tvn::sol_optimal);
+    expect_optimal(k.p, s, k.objective, 1e-7);
+    if (param.optimizer == tvn::kind_dual || param.presolve == 1) continue;
+    EXPECT_EQ(std::fabs(run.first - objective) <= 1e-9 * (1 + std::fabs(objective)), !param.keysonly)
+        << run.first << " " << objective;
+  }
+  EXPECT_GT(rows, 20);
 }
 
 TEST(Start, MayLackRowsOrColumns) {
