@@ -55,11 +55,23 @@ int32_t assign_cheaply(sysenv& sys, const blkord_pattern& a, const row_filter& a
   return num;
 }
 
+constexpr int64_t workperpoll = 200000; // columns entered and entries passed: below a millisecond
+
 // Places in the columns: next free row to look at, next row to go on through; the phase that entered a column last.
 struct search_state {
   buffer<int64_t> look, next; // [ncol]
   buffer<int32_t> phase;      // [ncol]
   buffer<int32_t> path;       // [ncol] columns from the root
+  const blkord_progress& progress;
+  int64_t work = 0; // since the last poll
+  bool stopped = false;
+
+  void count(int64_t done) {
+    work += 1 + done;
+    if (work < workperpoll || stopped) return;
+    work = 0;
+    stopped = progress.fn && progress.fn(progress.handle) != 0;
+  }
 };
 
 int32_t look_ahead(const blkord_pattern& a, const row_filter& allowed, const blkord_matching& match, search_state& s,
@@ -103,20 +115,23 @@ bool augment(const blkord_pattern& a, const row_filter& allowed, blkord_matching
         return true;
       }
     }
+    const int64_t from = s.next[s.path[depth]];
     entered = go_on(a, match, s, s.path[depth], phase);
-    if (entered < 0 && depth-- == 0) return false;
+    s.count(s.next[s.path[depth]] - from);
+    if (s.stopped || (entered < 0 && depth-- == 0)) return false;
   }
 }
 
-int32_t find_maximum(sysenv& sys, const blkord_pattern& a, const row_filter& allowed, blkord_matching& match) {
+int32_t find_maximum(sysenv& sys, const blkord_pattern& a, const row_filter& allowed, blkord_matching& match,
+                     const blkord_progress& progress) {
   int32_t num = assign_cheaply(sys, a, allowed, match);
   if (num == a.ncol) return num;
-  search_state s{{sys, a.ncol}, {sys, a.ncol}, {sys, a.ncol, 0}, {sys, a.ncol}};
+  search_state s{{sys, a.ncol}, {sys, a.ncol}, {sys, a.ncol, 0}, {sys, a.ncol}, progress};
   std::copy_n(a.beg, a.ncol, s.look.begin());
   int32_t found = 1;
-  for (int32_t phase = 1; found > 0 && num < a.ncol; phase++) {
+  for (int32_t phase = 1; found > 0 && num < a.ncol && !s.stopped; phase++) {
     found = 0;
-    for (int32_t k = 0; k < a.ncol; k++)
+    for (int32_t k = 0; k < a.ncol && !s.stopped; k++)
       if (match.col2row[static_cast<size_t>(k)] < 0) found += augment(a, allowed, match, s, k, phase);
     num += found;
   }
@@ -129,13 +144,14 @@ int32_t TVN_blkord_appmaxtran(sysenv& sys, const blkord_pattern& a, blkord_match
   return assign_cheaply(sys, a, {}, match);
 }
 
-int32_t TVN_blkord_maxtran(sysenv& sys, const blkord_pattern& a, blkord_matching match) {
-  return find_maximum(sys, a, {}, match);
+int32_t TVN_blkord_maxtran(sysenv& sys, const blkord_pattern& a, blkord_matching match,
+                           const blkord_progress& progress) {
+  return find_maximum(sys, a, {}, match, progress);
 }
 
 int32_t TVN_blkord_maxtranwithrowtrh(sysenv& sys, const blkord_pattern& a, const int32_t* rowcount, int32_t threshold,
-                                     blkord_matching match) {
-  return find_maximum(sys, a, {rowcount, threshold}, match);
+                                     blkord_matching match, const blkord_progress& progress) {
+  return find_maximum(sys, a, {rowcount, threshold}, match, progress);
 }
 
 } // namespace tvn

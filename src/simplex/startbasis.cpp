@@ -15,8 +15,6 @@
 // Cost: linear in the nonzeros of the basics but for bad luck, and no more memory than that of the header.
 #include "simplex/startbasis.h"
 
-#include "order/blkord.h"
-
 namespace tvn {
 
 namespace {
@@ -42,8 +40,9 @@ void fill_header(simplex_state& s, const lp_solution& sol) {
     if (TVN_simplex_userkey(w, sol, w.m + k) == sk_bas) columns.push_back(k);
   buffer<int32_t> rank(s.sys, w.m), row2col(s.sys, w.m);
   for (int32_t i = 0; i < w.m; i++) rank[i] = rank_of(w, i, TVN_simplex_userkey(w, sol, i));
-  TVN_simplex_maxtransversal(s.sys, w, {columns.data(), static_cast<size_t>(columns.size())}, rank.data(), num_ranks,
-                             row2col);
+  TVN_simplex_maxtransversal(
+      s.sys, w, {columns.data(), static_cast<size_t>(columns.size())}, rank.data(), num_ranks, row2col,
+      {&s, [](void* handle) -> int32_t { return TVN_simplex_poll(*static_cast<simplex_state*>(handle)); }});
   int32_t num = 0;
   for (int32_t i = 0; i < w.m; i++) append(s.fac, num, row2col[i] < 0 ? i : w.m + columns[row2col[i]]);
 }
@@ -51,7 +50,8 @@ void fill_header(simplex_state& s, const lp_solution& sol) {
 } // namespace
 
 int32_t TVN_simplex_maxtransversal(sysenv& sys, const simplex_work& w, std::span<const int32_t> columns,
-                                   const int32_t* rowrank, int32_t numranks, std::span<int32_t> row2col) {
+                                   const int32_t* rowrank, int32_t numranks, std::span<int32_t> row2col,
+                                   const blkord_progress& progress) {
   const auto num = static_cast<int32_t>(columns.size());
   buffer<int64_t> beg(sys, num), end(sys, num);
   buffer<int32_t> col2row(sys, num, -1);
@@ -64,7 +64,7 @@ int32_t TVN_simplex_maxtransversal(sysenv& sys, const simplex_work& w, std::span
   const blkord_pattern a{w.m, num, beg.data(), end.data(), w.colsub.data()};
   int32_t matched = 0;
   for (int32_t rank = 0; rank < numranks && matched < num; rank++)
-    matched = TVN_blkord_maxtranwithrowtrh(sys, a, rowrank, rank + 1, {col2row, row2col});
+    matched = TVN_blkord_maxtranwithrowtrh(sys, a, rowrank, rank + 1, {col2row, row2col}, progress);
   return matched;
 }
 

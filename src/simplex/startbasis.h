@@ -1,6 +1,7 @@
 // The header of a start from the keys of a caller.
 #pragma once
 
+#include "order/blkord.h"
 #include "simplex/state.h"
 
 namespace tvn {
@@ -20,7 +21,8 @@ inline double TVN_simplex_uservalue(const simplex_work& w, const lp_solution& so
 // then of rank 1, and so on to numranks - 1. rowrank: [m]. row2col: [m], the place in `columns` of the row's partner,
 // -1: none. Returns the number matched.
 int32_t TVN_simplex_maxtransversal(sysenv& sys, const simplex_work& w, std::span<const int32_t> columns,
-                                   const int32_t* rowrank, int32_t numranks, std::span<int32_t> row2col);
+                                   const int32_t* rowrank, int32_t numranks, std::span<int32_t> row2col,
+                                   const blkord_progress& progress = {});
 
 // Exactly m basics from the keys, into s.fac.head and pos; s.info.numbasics is what the keys name.
 void TVN_simplex_basisfromkeys(simplex_state& s, const lp_solution& sol);

@@ -163,6 +163,11 @@ TEST_F(Transversal, MovesAChainOfAnyLength) {
     m.col2row[static_cast<size_t>(k)] = k - 1;
     m.row2col[static_cast<size_t>(k - 1)] = k;
   }
+  matching left = m;
+  run(a, left, [&](const blkord_pattern& p, blkord_matching out) { // one long path, and a user who will not wait
+    return TVN_blkord_maxtran(*sys, p, out, {nullptr, [](void*) -> int32_t { return 1; }});
+  });
+  EXPECT_EQ(left.num, n - 1);
   const auto maxtran = [&](const blkord_pattern& p, blkord_matching out) { return TVN_blkord_maxtran(*sys, p, out); };
   run(a, m, maxtran);
   EXPECT_EQ(m.num, n);
