@@ -189,6 +189,8 @@ bool solve_with_presolve(sysenv& sys, const lp_view& lp, const simplex_param& pa
     TVN_prslv_getcertificate(*run.ctx, sol);
   } else {
     run.solve_reduced();
+    // What could not be proven there may well be without presolve.
+    if (info.response == simplex_code::numerical) return false;
     if (info.solsta == sol_unknown && info.response == simplex_code::ok) return false;
   }
   if (!run.back()) {
