@@ -335,6 +335,12 @@ loop_state iterate(primal_state& s) {
     swap_bound(s, q, sigma, r.step);
   else
     state = psimplex_pivot(s, q, sigma, dq, r);
+  // Swaps leave the factor fresh, so that nothing else brings them before the eyes of those who watch progress.
+  s.swaps = r.swap ? s.swaps + 1 : 0;
+  if (s.swaps >= maxupdates) {
+    s.swaps = 0;
+    s.soon = true;
+  }
   if (!r.swap && s.fac.pos[q] < 0) return state; // refused
   count_iteration(s, r.step, std::fabs(dq) * r.step);
   if (state != loop_state::go_on) return state;

@@ -113,7 +113,8 @@ struct primal_state {
 
   // Control.
   bool refactor = true; // before the next pricing
-  bool soon = false;    // the factor advised it
+  bool soon = false;    // the factor advised it, or there were many swaps in a row
+  int32_t swaps = 0;    // in a row
   bool freshd = false;  // d was computed from scratch since the last pivot
   int64_t iter = 0;     // of this run
   int64_t periodstart = 0, perioddeg = 0, degenperiod = 500;

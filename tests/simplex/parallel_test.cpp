@@ -61,3 +61,17 @@ TEST(NearlyParallel, RowsAndColumnsCostNoMoreThanAFewTimesTheIterations) {
     }
   }
 }
+
+// Small ones swap bounds round and round on a fresh factor, where nothing else asks whether the run gets on.
+TEST(NearlyParallel, SmallProblemsDoNotSwapForEver) {
+  for (uint64_t seed = 1; seed <= 300 && !HasFailure(); seed++) {
+    parallel_family family = random_family(seed);
+    family.m = 30;
+    family.n = 40;
+    lp_case p = parallel_case(seed, family);
+    for (const auto kind : {tvn::kind_primal, tvn::kind_dual}) {
+      SCOPED_TRACE("seed " + std::to_string(seed) + " optimizer " + std::to_string(kind));
+      EXPECT_LT(solve(p, kind, static_cast<int32_t>(seed % 2), 100000).iterations(), 20000);
+    }
+  }
+}
