@@ -176,8 +176,9 @@ namespace {
 
 bool find_room(prslv_context& x, int32_t i, int32_t j) {
   bool ok = true;
+  const bool alone = x.varnz[j] == 1; // then no line grows, and long ones are not touched
   for_row(x, i, [&](int32_t l, double) {
-    if (l == j || !ok) return;
+    if (l == j || !ok || alone) return;
     tidy(x.col, l, x.conlive);
     ok = TVN_prslv_growline(x.col, l, x.varnz[j] - 1);
   });
@@ -233,9 +234,14 @@ void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, do
   vec<int32_t>& rows = x.stk.ints; // free between records
   rows.clear();
   for_col(x, j, [&](int32_t k, double) { rows.push_back(k); });
+  int64_t work = 0;
   for (int32_t q = 0; q < numcols; q++) {
     const int32_t l = cols[q];
-    const int32_t change = add_multiple(x, x.col, l, x.colwork[l], rows.data(), numrows, x.rowwork, x.rowmark);
+    int32_t change = 0;
+    if (numrows > 0) {
+      change = add_multiple(x, x.col, l, x.colwork[l], rows.data(), numrows, x.rowwork, x.rowmark);
+      work += x.col.len[l];
+    }
     x.varnz[l] += change - 1; // the pivot row goes
     x.colwork[l] = 0;
   }
@@ -250,6 +256,7 @@ void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, do
     x.rowmax[rows[q]] = -1;
   }
   for (int32_t q = 0; q < numcols; q++) make_due(x, cols[q]);
+  (void)TVN_prslv_stopped(x, work); // who goes on asks again
 }
 
 void TVN_prslv_findmultiples(prslv_context& x, bool byrow, prslv_multiples& found) {

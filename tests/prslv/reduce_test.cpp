@@ -615,6 +615,14 @@ lp_case chain_of_links(int n) {
   return k.finish();
 }
 
+// All columns are tied to the first one: each link goes through its column.
+lp_case star_of_links(int n) {
+  case_maker k(1);
+  for (int j = 0; j <= n; j++) k.add_col(-1e9, 1e9, 1);
+  for (int j = 1; j <= n; j++) k.rows[size_t(k.add_row(0, 0))] = {{0, 1.0}, {j, -2.0}};
+  return k.finish();
+}
+
 // Balanced transport problems of three by three, each with one dependent row; priced so that all stay.
 lp_case transport_blocks(int n) {
   case_maker k(1);
@@ -655,8 +663,8 @@ lp_case repeated_columns(int n) {
 // overrun by seconds. The time is that of the thread, so a busy machine does not matter.
 TEST(Presolve, AsksSoonAndCostsLittleWhereThereIsMuchToDo) {
   constexpr double promised = 0.1, bearable = 5; // seconds, with audits and sanitizers
-  lp_case cases[] = {equal_row_of_slacks(40000), chain_of_links(40000), transport_blocks(12000),
-                     repeated_columns(20000), chain_of_dominated(40000)};
+  lp_case cases[] = {equal_row_of_slacks(40000), chain_of_links(40000),   star_of_links(40000),
+                     transport_blocks(12000),    repeated_columns(20000), chain_of_dominated(40000)};
   for (lp_case& p : cases) {
     SCOPED_TRACE(std::to_string(p.m) + " by " + std::to_string(p.n));
     tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
