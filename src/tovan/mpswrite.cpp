@@ -142,6 +142,13 @@ void write_head(mps_writer& w) {
   }
 }
 
+// A ranged row stands in the file as one side and the distance to the other, which has the digits of the larger side.
+// A smaller upper side would drown in it, so it is the one that is written.
+bool is_upper_side(const problem& p, int32_t i) noexcept {
+  constexpr double smaller = 0.1;
+  return p.bkc[i] == TVN_BK_UP || (p.bkc[i] == TVN_BK_RA && std::fabs(p.buc[i]) < smaller * std::fabs(p.blc[i]));
+}
+
 bool is_written(const mps_writer& w, int32_t i) noexcept { return w.freerows || w.t.prob.bkc[i] != TVN_BK_FR; }
 
 void write_rows(mps_writer& w) {
@@ -151,7 +158,7 @@ void write_rows(mps_writer& w) {
   put(w, "\n");
   for (int32_t i = 0; i < w.t.prob.numcon && is_going(w); i++) {
     if (!is_written(w, i)) continue;
-    put(w, keys[w.t.prob.bkc[i]]);
+    put(w, keys[is_upper_side(w.t.prob, i) ? static_cast<int32_t>(TVN_BK_UP) : w.t.prob.bkc[i]]);
     put_item(w, TVN_PI_CON, i);
     put(w, "\n");
   }
@@ -203,7 +210,7 @@ void write_rhs_and_ranges(mps_writer& w) {
   if (p.cfix != 0) vector_line(w, "rhs", -1, -p.cfix);
   for (int32_t i = 0; i < p.numcon && is_going(w); i++) {
     if (p.bkc[i] == TVN_BK_FR) continue;
-    const double value = p.bkc[i] == TVN_BK_UP ? p.buc[i] : p.blc[i];
+    const double value = is_upper_side(p, i) ? p.buc[i] : p.blc[i];
     if (value != 0) vector_line(w, "rhs", i, value);
   }
   put(w, "RANGES\n");

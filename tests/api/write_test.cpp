@@ -109,6 +109,28 @@ TEST_F(Write, AnyProblemReadsBackToItselfBitByBit) {
   }
 }
 
+// With the digits of the default: neither side of a range may drown in the other.
+TEST_F(Write, RangesKeepTheirSmallerSide) {
+  const std::pair<double, double> sides[] = {{-1e9, 5}, {-1e5, 2e-6}, {-5, 1e9}, {2e-6, 1e5}, {-3, 4}, {-1e12, 0}};
+  for (const auto& [lower, upper] : sides) {
+    TVN_deletetask(&task);
+    TVN_makeemptytask(env, &task);
+    TVN_append(task, TVN_ACC_CON, 1);
+    TVN_append(task, TVN_ACC_VAR, 1);
+    TVN_putaij(task, 0, 0, 1);
+    TVN_putbound(task, TVN_ACC_CON, 0, TVN_BK_RA, lower, upper);
+    const std::string file = (dir / "r.mps").string();
+    ASSERT_EQ(TVN_writedata(task, file.c_str()), TVN_RES_OK);
+    ASSERT_EQ(TVN_readdata(task, file.c_str()), TVN_RES_OK);
+    int32_t key = -1;
+    double lo = 0, up = 0;
+    ASSERT_EQ(TVN_getbound(task, TVN_ACC_CON, 0, &key, &lo, &up), TVN_RES_OK);
+    EXPECT_EQ(key, TVN_BK_RA);
+    EXPECT_NEAR(lo, lower, 1e-6 * std::fabs(lower)) << upper;
+    EXPECT_NEAR(up, upper, 1e-6 * std::fabs(upper)) << lower;
+  }
+}
+
 TEST_F(Write, FilesAreNamedPackedAndRefusedAsTheParametersSay) {
   fill(task, 4);
   TVN_putintparam(task, TVN_IPAR_WRITE_DATA_COMPRESSED, 1);
