@@ -10,6 +10,9 @@
 #include "simplex/reformulate.h"
 #include "simplex/verify.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace tvn {
 
 namespace {
@@ -242,12 +245,9 @@ void tell_reformulation(simplex_info& info, const simplex_progress& progress, co
   info.line = nullptr;
 }
 
-} // namespace
-
-void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                          const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
-  info.response = simplex_code::ok;
-  if (crossing_bounds(lp, info, sol)) return;
+// With opposite columns as one, when that is asked for and pays.
+void optimize_reformulated(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                           const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
   reformulation r;
   if (!TVN_simplex_reformulate(sys, lp, param, sol, r))
     return solve_as_given(sys, lp, param, info, progress, sol, kept);
@@ -264,6 +264,44 @@ void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& p
     again.optimizer = param.cleanoptimizer;
   }
   clean_up(sys, lp, again, info, progress, sol, kept);
+}
+
+bool is_finite(const lp_view& lp, const lp_solution& sol) {
+  const auto all = [](const double* v, int32_t n) {
+    return std::all_of(v, v + n, [](double x) { return std::isfinite(x); });
+  };
+  for (const double* v : {sol.xc, sol.y, sol.slc, sol.suc})
+    if (!all(v, lp.numcon)) return false;
+  return all(sol.xx, lp.numvar) && all(sol.slx, lp.numvar) && all(sol.sux, lp.numvar);
+}
+
+// A run that was cut short may have reached what it was after; one whose numbers have overflown has nothing to show.
+void settle_end(const lp_view& lp, simplex_info& info, lp_solution& sol) {
+  const auto r = info.response;
+  const bool cut = r == simplex_code::max_iterations || r == simplex_code::max_setbacks || r == simplex_code::stall ||
+                   r == simplex_code::numerical;
+  if (info.solsta == sol_optimal && cut) info.response = simplex_code::ok;
+  if (info.solsta == sol_prim_infeas_cer) { // the point beside the proof says nothing
+    const auto tidy = [](double& x) { x = std::isfinite(x) ? x : 0; };
+    std::for_each(sol.xc, sol.xc + lp.numcon, tidy);
+    std::for_each(sol.xx, sol.xx + lp.numvar, tidy);
+  }
+  if (is_finite(lp, sol)) return;
+  TVN_simplex_clearsolution(lp, sol);
+  info.solsta = sol_unknown;
+  info.prosta = pro_unknown;
+  info.objective = 0;
+  if (r == simplex_code::ok) info.response = simplex_code::numerical;
+}
+
+} // namespace
+
+void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                          const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
+  info.response = simplex_code::ok;
+  if (crossing_bounds(lp, info, sol)) return;
+  optimize_reformulated(sys, lp, param, info, progress, sol, kept);
+  settle_end(lp, info, sol);
 }
 
 } // namespace tvn
