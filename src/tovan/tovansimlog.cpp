@@ -8,6 +8,7 @@
 #include "tovan/rescode.h"
 #include "tovan/sol.h"
 
+#include <cmath>
 #include <limits>
 
 namespace tvn {
@@ -35,6 +36,7 @@ void log_start(task& t, const simplex_info& info) {
 void log_line(sim_run& run, const simplex_info& info) {
   const auto& count = info.count[info.kind];
   run.lineiteration = count.iterations;
+  run.lineobjective = info.objective;
   const double iters = static_cast<double>(std::max<int64_t>(1, count.iterations)), now = TVN_sysenv_gettime();
   const double degenerate = 100.0 * static_cast<double>(count.degenerate) / iters, obj = run.sense * info.objective;
   const auto iterations = static_cast<int>(count.iterations);
@@ -111,7 +113,7 @@ void note_phase(sim_run& run, simplex_event event) {
 bool line_due(const sim_run& run, simplex_event event, const simplex_info& info) {
   if (event == simplex_event::iteration) return true;
   return event == simplex_event::end && run.t->params.ival[TVN_IPAR_LOG_SIM_FREQ] > 0 &&
-         run.lineiteration != info.count[info.kind].iterations;
+         (run.lineiteration != info.count[info.kind].iterations || run.lineobjective != info.objective);
 }
 
 void log_event(sim_run& run, simplex_event event, const simplex_info& info) {
@@ -190,8 +192,25 @@ int32_t TVN_simplexprogress(void* handle, simplex_event event, const simplex_inf
   return run.trm == TVN_RES_OK ? 0 : stop_answer(run.trm);
 }
 
-void log_simplexend(const sim_run& run, const simplex_info& info, TVNrescodee code) {
+namespace {
+
+// The optimum as it came out, when pivots without lines and postsolve have moved it since the last one.
+void log_optimum(sim_run& run, const simplex_info& info) {
+  constexpr double same = 1e-10; // relative: about the digits of a line
+  const double moved = std::fabs(info.objective - run.lineobjective);
+  if (info.solsta != sol_optimal || run.t->params.ival[TVN_IPAR_LOG_SIM_FREQ] <= 0 || run.lineiteration < 0 ||
+      moved <= same * (1 + std::fabs(info.objective)))
+    return;
+  simplex_info last = info;
+  last.sumpinf = last.sumdinf = 0;
+  log_line(run, last);
+}
+
+} // namespace
+
+void log_simplexend(sim_run& run, const simplex_info& info, TVNrescodee code) {
   task& t = *run.t;
+  if (is_logged(t, TVN_IPAR_LOG_SIM)) log_optimum(run, info);
   if (is_logged(t, TVN_IPAR_LOG_SIM, taillevel)) TVN_simplex_printtail(t, info);
   if (!is_logged(t, TVN_IPAR_LOG_SIM)) return;
   if (info.cleanups > 0)

@@ -18,6 +18,7 @@ struct sim_run {
   std::array<double, 4> seconds = {}; // by simplex_kind, of those that have ended
   bool presolving = false;
   int64_t lineiteration = -1; // of the optimizer at work, at the last line of its table
+  double lineobjective = 0;   // likewise; true bounds and costs that come back at the end change it
 };
 
 // The progress function of a simplex run; its handle is a sim_run. Once the user has asked for the end, the callbacks
@@ -25,6 +26,6 @@ struct sim_run {
 int32_t TVN_simplexprogress(void* handle, simplex_event event, const simplex_info& info);
 void update_simplexitems(const sim_run& run, const simplex_info& info);
 // The last lines of a run: what it did, its time, and how it ended, by the code that stopped it or by its solution.
-void log_simplexend(const sim_run& run, const simplex_info& info, TVNrescodee code);
+void log_simplexend(sim_run& run, const simplex_info& info, TVNrescodee code);
 
 } // namespace tvn

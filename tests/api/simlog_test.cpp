@@ -2,6 +2,7 @@
 #include "api/envtask.h"
 #include "api/lptask.h"
 
+#include <cmath>
 #include <sstream>
 
 using namespace apitest;
@@ -81,7 +82,12 @@ TEST_F(SimplexLog, ShowsWhereEachRunEndedAndHowFarItWas) {
       ASSERT_FALSE(rows.empty()) << log;
       if (other == 0) { EXPECT_EQ(rows.back()[0], std::to_string(iterations)) << log; }
       const double infeasibility = std::stod(rows.back()[2]);
-      if (limit > 3) { EXPECT_EQ(infeasibility, 0) << log; }
+      if (limit > 3) {
+        double objective = NAN;
+        ASSERT_EQ(TVN_getprimalobj(task, TVN_SOL_BAS, &objective), TVN_RES_OK);
+        EXPECT_EQ(infeasibility, 0) << log;
+        EXPECT_NEAR(std::stod(rows.back()[4]), objective, 1e-9 * (1 + std::fabs(objective))) << log;
+      }
       if (dual) { EXPECT_GT(std::stod(rows.front()[2]), 0) << log; }
     }
   ending(); // from the optimum
@@ -89,6 +95,22 @@ TEST_F(SimplexLog, ShowsWhereEachRunEndedAndHowFarItWas) {
   ASSERT_EQ(TVN_getintinf(task, TVN_IINF_SIM_PRIMAL_HOTSTART, &hot), TVN_RES_OK);
   ASSERT_EQ(TVN_getintinf(task, TVN_IINF_SIM_DUAL_HOTSTART, &dualhot), TVN_RES_OK);
   EXPECT_EQ(hot + dualhot, 1);
+}
+
+// A limit that comes with the optimum has not cut the run short.
+TEST_F(SimplexLog, EndsAtALimitOrWithAnOptimumNotWithBoth) {
+  lp_case p = tvntest::optimal_case(5, 20, 30, 0.2, 0.3).p;
+  ASSERT_EQ(input(task, p), TVN_RES_OK);
+  for (const int32_t optimizer : {TVN_OPTIMIZER_PRIMAL_SIMPLEX, TVN_OPTIMIZER_DUAL_SIMPLEX})
+    for (int32_t limit = 0; limit < 60; limit++) {
+      ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_OPTIMIZER, optimizer), TVN_RES_OK);
+      ASSERT_EQ(TVN_putintparam(task, TVN_IPAR_SIM_MAX_ITERATIONS, limit), TVN_RES_OK);
+      ASSERT_EQ(TVN_deletesolutions(task), TVN_RES_OK);
+      const std::string word = ending();
+      int32_t prosta = 0, solsta = 0;
+      ASSERT_EQ(TVN_getsolutionstatus(task, TVN_SOL_BAS, &prosta, &solsta), TVN_RES_OK);
+      EXPECT_EQ(solsta == TVN_SOL_STA_OPTIMAL, word == "OPTIMAL") << "limit " << limit << ": " << word;
+    }
 }
 
 TEST_F(SimplexLog, NamesParametersThatAreSetInVain) {
