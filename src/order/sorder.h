@@ -1,0 +1,53 @@
+// Orders of a symmetric sparse matrix that keep its factor small. See README.md.
+//
+// All throw out_of_memory. Same input, same permutation: work is counted, no clock is asked.
+#pragma once
+
+#include "cpub/buffer.h"
+
+namespace tvn {
+
+// Node j names its neighbours sub[beg[j]] .. sub[end[j] - 1]; each edge stands at one end or at both. Loops are
+// ignored.
+struct sorder_graph {
+  int32_t n = 0;
+  const int64_t *beg = nullptr, *end = nullptr; // [n]
+  const int32_t* sub = nullptr;
+};
+
+// The columns of A where the graph is that of A A': the nodes of a column are pairwise adjacent. Columns that are
+// excluded (nonzero) do not count; they may have been left out of the graph.
+struct sorder_columns {
+  int32_t numcol = 0;
+  const int64_t *beg = nullptr, *end = nullptr; // [numcol]
+  const int32_t* sub = nullptr;
+  const int32_t *exclude1 = nullptr, *exclude2 = nullptr; // [numcol] or null
+};
+
+// Asked at least every few milliseconds; nonzero ends the call. code: 3 a phase begins, 2 it has gone on.
+struct sorder_progress {
+  void* handle = nullptr;
+  int32_t (*fn)(void* handle, int32_t code, int64_t numordered, double fraction) = nullptr;
+};
+
+enum class sorder_code : int32_t { ok = 0, stopped = 5 };
+
+struct sorder_figures {
+  int64_t nnz = 0;  // of the factor, diagonal included
+  double flops = 0; // sum of the squared lengths of its columns
+};
+
+// Elimination tree of a permuted matrix, in positions of the permutation.
+struct sorder_tree {
+  buffer<int32_t> parent; // [n] -1: root
+  buffer<int32_t> post;   // [n] a postorder: children before their parents, each subtree in one piece
+  buffer<int64_t> count;  // [n] length of the factor's column, diagonal included
+  sorder_figures figures;
+};
+
+// Tree, postorder and true counts of a permutation (position to node; null: as it is). Linear but for an inverse
+// Ackermann factor.
+[[nodiscard]] sorder_code TVN_sorder_analyse(sysenv& sys, const sorder_graph& graph, const int32_t* perm,
+                                             const sorder_progress& progress, sorder_tree& tree);
+
+} // namespace tvn
