@@ -50,4 +50,15 @@ struct sorder_tree {
 [[nodiscard]] sorder_code TVN_sorder_analyse(sysenv& sys, const sorder_graph& graph, const int32_t* perm,
                                              const sorder_progress& progress, sorder_tree& tree);
 
+// Approximate minimum fill. perm: position to node; figures: the true ones. columns may be null.
+[[nodiscard]] sorder_code TVN_amf_sorder(sysenv& sys, const sorder_graph& graph, const sorder_columns* columns,
+                                         const sorder_progress& progress, int32_t* perm, sorder_figures& figures);
+// The same with a priority for each node: in ascending order of them, fill decides among equals.
+[[nodiscard]] sorder_code TVN_amf_sorder_pri(sysenv& sys, const sorder_graph& graph, const sorder_columns* columns,
+                                             const int32_t* priority, const sorder_progress& progress, int32_t* perm,
+                                             sorder_figures& figures);
+// By fill for each node of a supervariable.
+[[nodiscard]] sorder_code TVN_symord_minlocf(sysenv& sys, const sorder_graph& graph, const sorder_progress& progress,
+                                             int32_t* perm, sorder_figures& figures);
+
 } // namespace tvn
