@@ -2,11 +2,14 @@
 //
 // The element of the pivot is the union of its elements and nodes; these elements go, and so does any other element
 // that lies inside the new one (aggressive absorption). For each node i of it one pass over the elements of all finds
-// |Le \ Lp|, a second one bounds the weight of its neighbours and sums what is known to be connected there: an element
-// e brings the edges within Le \ Lp and from there to Le n Lp. A node without anything outside is eliminated with the
-// pivot; nodes with equal lists become one. Cost: the lists of the nodes in the element.
-// Sources: Amestoy, Davis and Duff 1996 (quotient graph, bounds); Rothberg and Eisenstat 1998 (fill from them).
+// |Le \ Lp|, a second one bounds the weight of its neighbours by the sum of these and takes each as a clique. The score
+// is on that sum, not on the sharper of it and the bound before, so that both of its terms count a node as often. A
+// node without anything outside is eliminated with the pivot; nodes with equal lists become one. Cost: the lists of the
+// nodes in the element. Sources: Amestoy, Davis and Duff 1996 (quotient graph, bounds); Rothberg and Eisenstat 1998
+// (fill from them).
 #include "order/amfstate.h"
+
+#include <cmath>
 
 namespace tvn {
 
@@ -85,7 +88,6 @@ void order_chain(amf_state& s, int32_t i) {
 // False: nothing is left outside.
 bool update_node(amf_state& s, int32_t i, int32_t me) {
   int32_t* const store = s.store.data();
-  const int32_t nvi = -s.nv[i];
   const int64_t beg = s.pos[i], split = beg + s.elen[i], end = beg + s.len[i];
   int64_t to = beg, outside = 0, known = 0;
   uint32_t hash = 0;
@@ -98,7 +100,7 @@ bool update_node(amf_state& s, int32_t i, int32_t me) {
       continue;
     }
     outside += c;
-    known += c * (c - 1 + 2 * (s.weight[e] - c - nvi));
+    known += c * (c - 1);
     store[to++] = e;
     hash += static_cast<uint32_t>(e);
   }
@@ -119,6 +121,7 @@ bool update_node(amf_state& s, int32_t i, int32_t me) {
   s.len[i] = static_cast<int32_t>(to - beg + 1);
   s.elen[i] = static_cast<int32_t>(nodes - beg + 1);
   s.weight[i] = static_cast<int32_t>(std::min<int64_t>(s.weight[i], outside));
+  s.outside[i] = outside;
   s.known[i] = known;
   s.hashof[i] = static_cast<int32_t>(hash % static_cast<uint32_t>(s.n));
   return to > beg;
@@ -191,11 +194,11 @@ void finish_element(amf_state& s, int32_t me, pivot_element& piv) {
     const int32_t i = s.store[p];
     if (s.nv[i] == 0) continue;
     const int32_t nvi = s.nv[i] = -s.nv[i];
-    const int64_t inner = piv.weight - nvi, outer = std::min(s.weight[i] + inner, s.left - nvi);
-    s.weight[i] = static_cast<int32_t>(outer);
+    const int64_t inner = piv.weight - nvi;
+    s.weight[i] = static_cast<int32_t>(std::min(s.weight[i] + inner, s.left - nvi));
     s.store[to++] = i;
     if (s.priority_of(i) <= s.priority)
-      s.queue.insert(i, amf_score_of(s, nvi, outer, inner * (inner - 1) + s.known[i]));
+      s.queue.insert(i, amf_score_of(s, nvi, s.outside[i] + inner, inner * (inner - 1) + s.known[i]));
   }
   s.pos[me] = piv.beg;
   s.len[me] = static_cast<int32_t>(to - piv.beg);
@@ -217,7 +220,8 @@ void renew_stamp(amf_state& s) {
 
 int64_t amf_score_of(const amf_state& s, int32_t nv, int64_t outer, int64_t known) {
   const int64_t fill = std::max<int64_t>(outer * (outer - 1) - known, 0);
-  return s.in.score == amf_score::fill ? fill : fill / nv;
+  if (s.in.score == amf_score::fill || nv == 1) return fill;
+  return static_cast<int64_t>(static_cast<double>(fill) / std::sqrt(static_cast<double>(nv)));
 }
 
 void amf_pivot(amf_state& s, int32_t me) {

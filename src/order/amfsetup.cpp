@@ -140,6 +140,7 @@ bool amf_setup(amf_state& s) {
   s.weight.reset(s.sys, ids);
   s.mark.reset(s.sys, ids, 1);
   s.nv.reset(s.sys, n);
+  s.outside.reset(s.sys, n);
   s.known.reset(s.sys, n);
   s.chain.reset(s.sys, n);
   s.tail.reset(s.sys, n);

@@ -31,9 +31,9 @@ struct amf_state {
   uint32_t stamp = 2;
   int32_t maxweight = 0; // of an element so far
 
-  buffer<int32_t> nv;          // [n] weight of a supervariable, negative while in the pivot's element, 0: gone
-  buffer<int64_t> known;       // [n] twice the edges that are known among its neighbours outside the pivot's element
-  buffer<int32_t> chain, tail; // [n] nodes of a supervariable, -1 ends; the last one
+  buffer<int32_t> nv;             // [n] weight of a supervariable, negative while in the pivot's element, 0: gone
+  buffer<int64_t> outside, known; // [n] sum over what is outside the pivot's element, and over its cliques
+  buffer<int32_t> chain, tail;    // [n] nodes of a supervariable, -1 ends; the last one
   buffer<int32_t> hashhead, hashnext, hashof; // [n] nodes of the pivot's element by the sum of their lists
 
   int32_t* perm;
@@ -56,7 +56,7 @@ struct amf_state {
 void amf_make_room(amf_state& s, int64_t need);
 // Eliminates node me.
 void amf_pivot(amf_state& s, int32_t me);
-// Score of a node of weight nv with neighbours of weight T, `known` of whose T (T - 1) directed edges exist.
+// Score of a node of weight nv with neighbours of weight `outer`, between which `known` directed edges exist.
 int64_t amf_score_of(const amf_state& s, int32_t nv, int64_t outer, int64_t known);
 
 } // namespace tvn

@@ -5,17 +5,6 @@ namespace tvn {
 
 namespace {
 
-// From an order of classes to one of their nodes, those of a class in ascending order.
-void expand_order(sysenv& sys, const buffer<int32_t>& node2class, const buffer<int32_t>& classperm, int32_t* perm) {
-  const int64_t numclass = classperm.size();
-  buffer<int32_t> position(sys, numclass), begin(sys, numclass + 1, 0);
-  for (int64_t k = 0; k < numclass; k++) position[classperm[k]] = static_cast<int32_t>(k);
-  const auto n = static_cast<int32_t>(node2class.size());
-  for (int32_t i = 0; i < n; i++) begin[position[node2class[i]] + 1]++;
-  for (int64_t k = 0; k < numclass; k++) begin[k + 1] += begin[k];
-  for (int32_t i = 0; i < n; i++) perm[begin[position[node2class[i]]]++] = i;
-}
-
 bool order_by_fill(sysenv& sys, const sorder_graph& graph, const amf_input& choice, sorder_watch& watch, int32_t* perm,
                    sorder_figures& figures) {
   sgraph g, classes;
@@ -46,6 +35,16 @@ sorder_code run_fill(sysenv& sys, const sorder_graph& graph, const amf_input& ch
 
 } // namespace
 
+void expand_order(sysenv& sys, const buffer<int32_t>& node2class, const buffer<int32_t>& classperm, int32_t* perm) {
+  const int64_t numclass = classperm.size();
+  buffer<int32_t> position(sys, numclass), begin(sys, numclass + 1, 0);
+  for (int64_t k = 0; k < numclass; k++) position[classperm[k]] = static_cast<int32_t>(k);
+  const auto n = static_cast<int32_t>(node2class.size());
+  for (int32_t i = 0; i < n; i++) begin[position[node2class[i]] + 1]++;
+  for (int64_t k = 0; k < numclass; k++) begin[k + 1] += begin[k];
+  for (int32_t i = 0; i < n; i++) perm[begin[position[node2class[i]]]++] = i;
+}
+
 sorder_code TVN_amf_sorder(sysenv& sys, const sorder_graph& graph, const sorder_columns* columns,
                            const sorder_progress& progress, int32_t* perm, sorder_figures& figures) {
   return TVN_amf_sorder_pri(sys, graph, columns, nullptr, progress, perm, figures);
@@ -65,7 +64,7 @@ sorder_code TVN_symord_minlocf(sysenv& sys, const sorder_graph& graph, const sor
                                sorder_figures& figures) {
   const sgraph none;
   amf_input choice{none};
-  choice.score = amf_score::mean_fill;
+  choice.score = amf_score::fill;
   return run_fill(sys, graph, choice, progress, perm, figures);
 }
 

@@ -57,8 +57,41 @@ struct sorder_tree {
 [[nodiscard]] sorder_code TVN_amf_sorder_pri(sysenv& sys, const sorder_graph& graph, const sorder_columns* columns,
                                              const int32_t* priority, const sorder_progress& progress, int32_t* perm,
                                              sorder_figures& figures);
-// By fill for each node of a supervariable.
+// Approximate minimum fill without regard to the size of supervariables.
 [[nodiscard]] sorder_code TVN_symord_minlocf(sysenv& sys, const sorder_graph& graph, const sorder_progress& progress,
                                              int32_t* perm, sorder_figures& figures);
+
+struct gp_sorder_params {
+  const int32_t* priority = nullptr;  // [n] or null; with priorities nothing is partitioned
+  const int32_t* incumbent = nullptr; // a permutation to be improved, or null
+  int32_t level = 3;                  // effort: a factor with less than level / 2 times the entries is good enough
+  double wantextra = 1.1;             // an order by fill that is so many times smaller than the incumbent stands
+  double minratio = 0.25;             // balance of the first cuts, and its price
+  double beta = 0.25;
+};
+
+struct gp_sorder_stats {
+  sorder_figures fill, best;    // by fill alone; of the order that was kept
+  bool partitioned = false;     // it comes from a partition
+  bool improved = true;         // it is not the incumbent
+  int32_t numpasses = 0;        // partitions tried
+  int64_t work = 0, gpwork = 0; // list entries visited in all, and by partitions
+};
+
+// Fill alone and nested dissection with fill in the parts, the better by true counts. perm, invp: position to node and
+// back, in postorder (but with priorities). The work goes by the flops that may be saved.
+[[nodiscard]] sorder_code TVN_amf_gp_sorder(sysenv& sys, const sorder_graph& graph, const sorder_columns* columns,
+                                            const gp_sorder_params& params, const sorder_progress& progress,
+                                            int32_t* perm, int32_t* invp, gp_sorder_stats& stats);
+
+// Values of the order method.
+enum class sorder_method : int32_t { free = 0, appminloc1 = 1, appminloc2 = 2, graphpar1 = 3, graphpar2 = 4, none = 5 };
+
+// The order of a method. A second pass for the same matrix, perhaps without some columns, brings the first one's order
+// as params.incumbent; graphpar2 partitions only then. Without edges, and for `none`, the identity.
+[[nodiscard]] sorder_code TVN_sorder_bymethod(sysenv& sys, sorder_method method, const sorder_graph& graph,
+                                              const sorder_columns* columns, const gp_sorder_params& params,
+                                              const sorder_progress& progress, int32_t* perm, int32_t* invp,
+                                              gp_sorder_stats& stats);
 
 } // namespace tvn

@@ -1,0 +1,203 @@
+// The order of the interior-point roads: minimum fill and nested dissection, the better by true counts.
+//
+// How long to look is a matter of what can be won: the flops of about 25 factorisations. Two partitions are tried while
+// they cost a fair part of these, a third only within a few percent. Work is counted, so the result does not depend on
+// the machine. Passes differ in their weights and their random numbers. Source: Hendrickson and Rothberg 1998 (choice
+// by fill); Ashcraft and Liu 1998.
+#include "order/amf.h"
+#include "order/partition.h"
+
+#include <cmath>
+
+namespace tvn {
+
+namespace {
+
+constexpr double numfactor = 25;      // factorisations of a usual solve
+constexpr double firstshare = 0.3;    // of the time of these, for the first two partitions
+constexpr double furthershare = 0.02; // and for all of them with a third
+constexpr double passperentry = 60;   // units of a partition for each entry of the graph, roughly
+constexpr int32_t maxpasses = 3;
+constexpr int32_t minpartitioned = 100;
+// Of the weights that the caller gives. Patterns of linear problems want balance, grids the lightest separator: 25
+// percent fewer flops on cubes with cheap imbalance, 30 percent more on pds-10.
+constexpr double passratio[maxpasses] = {0.333, 1.0, 0.6}, passbeta[maxpasses] = {3.0, 0.125, 0.25};
+
+struct candidate {
+  buffer<int32_t> order; // of the classes
+  sorder_figures figures;
+};
+
+struct search {
+  sysenv& sys;
+  const sorder_columns* columns;
+  sorder_watch& watch;
+  const sgraph& g;         // of the classes
+  const int32_t* row2node; // null: classes are nodes
+  candidate best;
+  gp_sorder_stats& stats;
+};
+
+bool is_better(const sorder_figures& a, const sorder_figures& b) {
+  return a.flops != b.flops ? a.flops < b.flops : a.nnz < b.nnz;
+}
+
+// Orders by fill under the priorities and keeps the result if it is better. False when stopped.
+bool try_fill(search& s, const int32_t* priority, bool strict, amf_score score, bool& better, sorder_figures& figures) {
+  candidate c{{s.sys, s.g.n}, {}};
+  const amf_input in{s.g, priority, strict, s.columns, s.row2node, score};
+  sorder_tree tree;
+  if (!amf_order(s.sys, in, s.watch, c.order.data())) return false;
+  if (!analyse_order(s.sys, s.g, c.order.data(), s.watch, tree)) return false;
+  figures = c.figures = tree.figures;
+  better = s.best.order.empty() || is_better(c.figures, s.best.figures);
+  if (better) std::swap(s.best, c);
+  return true;
+}
+
+bool try_partition(search& s, const partition_weights& w, uint64_t seed, bool& better, sorder_figures& figures) {
+  buffer<int32_t> level;
+  const int64_t before = s.watch.work;
+  if (!dissect_graph(s.sys, s.g, w, seed, s.watch, level)) return false;
+  s.stats.gpwork += s.watch.work - before;
+  s.stats.numpasses++;
+  if (!try_fill(s, level.data(), false, amf_score::shared_fill, better, figures)) return false;
+  s.stats.partitioned |= better;
+  return true;
+}
+
+// Flops of a factorisation in the time of one list entry: tiny fronts run at a tenth of the speed of large ones.
+double flops_per_unit(double flops) { return std::clamp(std::cbrt(flops) / 12, 8.0, 80.0); }
+
+double affordable(const search& s, double share) {
+  const double flops = s.best.figures.flops;
+  return share * numfactor * flops / flops_per_unit(flops);
+}
+
+// Passes with changing weights while they are cheap beside what they may save.
+bool partition(search& s, const gp_sorder_params& params) {
+  const auto entries = static_cast<double>(s.g.num_entries() + s.g.n);
+  bool better = false;
+  sorder_figures figures;
+  for (int32_t pass = 0; pass < maxpasses; pass++) {
+    const double share = pass < 2 ? firstshare : furthershare;
+    if (passperentry * entries * (pass + 1) > affordable(s, share)) break;
+    const partition_weights w{params.minratio * passratio[pass], params.beta * passbeta[pass]};
+    if (!try_partition(s, w, static_cast<uint64_t>(pass) + 1, better, figures)) return false;
+    if (figures.flops > 2 * s.best.figures.flops) break; // not a graph for partitions
+  }
+  return true;
+}
+
+bool find_order(search& s, const gp_sorder_params& params, const sorder_figures* incumbent) {
+  bool better = false;
+  sorder_figures figures;
+  if (!try_fill(s, nullptr, true, amf_score::shared_fill, better, s.stats.fill)) return false;
+  if (!try_fill(s, nullptr, true, amf_score::fill, better, figures)) return false;
+  if (better) s.stats.fill = figures;
+  if (incumbent && params.wantextra * static_cast<double>(s.best.figures.nnz) <= static_cast<double>(incumbent->nnz))
+    return true;
+  const int64_t base = s.g.weight + s.g.num_entries();
+  if (s.g.n < minpartitioned || (s.g.n > 10000 && 2 * s.best.figures.nnz < params.level * base)) return true;
+  return partition(s, params);
+}
+
+void invert(const int32_t* perm, int32_t n, int32_t* invp) {
+  for (int32_t k = 0; k < n; k++) invp[perm[k]] = k;
+}
+
+// The best order in postorder of its tree, for the nodes of the whole graph.
+bool write_order(search& s, const buffer<int32_t>& node2class, int32_t* perm) {
+  sorder_tree tree;
+  if (!analyse_order(s.sys, s.g, s.best.order.data(), s.watch, tree)) return false;
+  buffer<int32_t> order(s.sys, s.g.n);
+  for (int32_t k = 0; k < s.g.n; k++) order[k] = s.best.order[tree.post[k]];
+  if (node2class.empty())
+    std::copy(order.begin(), order.end(), perm);
+  else
+    expand_order(s.sys, node2class, order, perm);
+  return true;
+}
+
+bool gp_sorder(sysenv& sys, const sorder_graph& graph, const sorder_columns* columns, const gp_sorder_params& params,
+               sorder_watch& watch, int32_t* perm, gp_sorder_stats& stats) {
+  sgraph g, classes;
+  buffer<int32_t> node2class;
+  bool compressed = false;
+  sorder_tree incumbent;
+  if (!make_graph(sys, graph, watch, g)) return false;
+  if (params.incumbent && !analyse_order(sys, g, params.incumbent, watch, incumbent)) return false;
+  if (!compress_graph(sys, g, watch, node2class, classes, compressed)) return false;
+  search s{sys, columns, watch, compressed ? classes : g, compressed ? node2class.data() : nullptr, {}, stats};
+  if (!find_order(s, params, params.incumbent ? &incumbent.figures : nullptr)) return false;
+  stats.best = s.best.figures;
+  stats.improved = !params.incumbent || is_better(stats.best, incumbent.figures);
+  if (stats.improved) return write_order(s, node2class, perm);
+  stats.best = incumbent.figures;
+  stats.partitioned = false;
+  std::copy_n(params.incumbent, graph.n, perm);
+  return true;
+}
+
+sorder_code order_as_is(sysenv& sys, const sorder_graph& graph, const sorder_progress& progress, int32_t* perm,
+                        int32_t* invp, gp_sorder_stats& stats) {
+  sorder_tree tree;
+  const sorder_code code = TVN_sorder_analyse(sys, graph, nullptr, progress, tree);
+  if (code != sorder_code::ok) return code;
+  stats.fill = stats.best = tree.figures;
+  for (int32_t i = 0; i < graph.n; i++) perm[i] = invp[i] = i;
+  return code;
+}
+
+bool has_edges(const sorder_graph& graph) {
+  for (int32_t i = 0; i < graph.n; i++)
+    for (int64_t p = graph.beg[i]; p < graph.end[i]; p++)
+      if (graph.sub[p] != i) return true;
+  return false;
+}
+
+} // namespace
+
+sorder_code TVN_amf_gp_sorder(sysenv& sys, const sorder_graph& graph, const sorder_columns* columns,
+                              const gp_sorder_params& params, const sorder_progress& progress, int32_t* perm,
+                              int32_t* invp, gp_sorder_stats& stats) {
+  sorder_code code = sorder_code::ok;
+  stats = {};
+  if (params.priority) {
+    code = TVN_amf_sorder_pri(sys, graph, columns, params.priority, progress, perm, stats.fill);
+    stats.best = stats.fill;
+  } else {
+    sorder_watch watch(progress);
+    if (!gp_sorder(sys, graph, columns, params, watch, perm, stats)) code = sorder_code::stopped;
+    stats.work = watch.work;
+  }
+  if (code == sorder_code::ok) invert(perm, graph.n, invp);
+  return code;
+}
+
+sorder_code TVN_sorder_bymethod(sysenv& sys, sorder_method method, const sorder_graph& graph,
+                                const sorder_columns* columns, const gp_sorder_params& params,
+                                const sorder_progress& progress, int32_t* perm, int32_t* invp, gp_sorder_stats& stats) {
+  stats = {};
+  if (method == sorder_method::none || !has_edges(graph)) return order_as_is(sys, graph, progress, perm, invp, stats);
+  if (method == sorder_method::graphpar2 && !params.incumbent) method = sorder_method::appminloc2;
+  sorder_code code = sorder_code::ok;
+  switch (method) {
+  case sorder_method::appminloc1: code = TVN_symord_minlocf(sys, graph, progress, perm, stats.fill); break;
+  case sorder_method::appminloc2: code = TVN_amf_sorder(sys, graph, columns, progress, perm, stats.fill); break;
+  case sorder_method::graphpar1: {
+    gp_sorder_params alone = params;
+    alone.incumbent = nullptr;
+    alone.level = 2;
+    return TVN_amf_gp_sorder(sys, graph, columns, alone, progress, perm, invp, stats);
+  }
+  case sorder_method::free:
+  case sorder_method::graphpar2:
+  case sorder_method::none: return TVN_amf_gp_sorder(sys, graph, columns, params, progress, perm, invp, stats);
+  }
+  stats.best = stats.fill;
+  if (code == sorder_code::ok) invert(perm, graph.n, invp);
+  return code;
+}
+
+} // namespace tvn
