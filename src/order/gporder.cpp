@@ -8,13 +8,14 @@
 #include "order/partition.h"
 
 #include <cmath>
+#include <limits>
 
 namespace tvn {
 
 namespace {
 
 constexpr double numfactor = 25;      // factorisations of a usual solve
-constexpr double firstshare = 0.3;    // of the time of these, for the first two partitions
+constexpr double firstshare = 0.6;    // of the time of these, for the first two partitions
 constexpr double furthershare = 0.02; // and for all of them with a third
 constexpr double passperentry = 60;   // units of a partition for each entry of the graph, roughly
 constexpr int32_t maxpasses = 3;
@@ -61,6 +62,9 @@ bool try_partition(search& s, const partition_weights& w, uint64_t seed, bool& b
   if (!dissect_graph(s.sys, s.g, w, seed, s.watch, level)) return false;
   s.stats.gpwork += s.watch.work - before;
   s.stats.numpasses++;
+  better = false;
+  figures.flops = std::numeric_limits<double>::infinity();
+  if (std::all_of(level.begin(), level.end(), [](int32_t l) { return l == 0; })) return true; // no separator was found
   if (!try_fill(s, level.data(), false, amf_score::shared_fill, better, figures)) return false;
   s.stats.partitioned |= better;
   return true;
