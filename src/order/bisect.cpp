@@ -7,8 +7,8 @@ namespace tvn {
 
 namespace {
 
-constexpr int32_t coarsestsize = 60, numtries = 6;
-constexpr int32_t coarsepasses = 3, finepasses = 4;
+constexpr int32_t coarsestsize = 50, numtries = 4;
+constexpr int32_t coarsepasses = 3, finepasses = 3;
 // Sides of unequal weight often have the lighter separator.
 constexpr double growratio[] = {0.4, 0.6, 0.5, 0.8};
 

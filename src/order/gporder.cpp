@@ -1,9 +1,9 @@
 // The order of the interior-point roads: minimum fill and nested dissection, the better by true counts.
 //
-// How long to look is a matter of what can be won: the flops of about 25 factorisations. Two partitions are tried while
-// they cost a fair part of these, a third only within a few percent. Work is counted, so the result does not depend on
-// the machine. Passes differ in their weights and their random numbers. Source: Hendrickson and Rothberg 1998 (choice
-// by fill); Ashcraft and Liu 1998.
+// How long to look is a matter of what can be won: the flops of about 25 factorisations. Partitions are tried while
+// they cost no more than a fair part of these. Work is counted, so the result does not depend on the machine. Passes
+// differ in their weights and their random numbers.
+// Source: Hendrickson and Rothberg 1998 (choice by fill); Ashcraft and Liu 1998.
 #include "order/amf.h"
 #include "order/partition.h"
 
@@ -14,15 +14,15 @@ namespace tvn {
 
 namespace {
 
-constexpr double numfactor = 25;      // factorisations of a usual solve
-constexpr double firstshare = 0.6;    // of the time of these, for the first two partitions
-constexpr double furthershare = 0.02; // and for all of them with a third
-constexpr double passperentry = 60;   // units of a partition for each entry of the graph, roughly
-constexpr int32_t maxpasses = 3;
+constexpr double numfactor = 25;    // factorisations of a usual solve
+constexpr double share = 0.6;       // of the time of these, for all partitions
+constexpr double passperentry = 60; // units of a partition for each entry of the graph, roughly
+constexpr int32_t maxpasses = 2;
 constexpr int32_t minpartitioned = 100;
+constexpr int32_t maxsecondfill = 20000; // nodes for which a second score is tried
 // Of the weights that the caller gives. Patterns of linear problems want balance, grids the lightest separator: 25
 // percent fewer flops on cubes with cheap imbalance, 30 percent more on pds-10.
-constexpr double passratio[maxpasses] = {0.333, 1.0, 0.6}, passbeta[maxpasses] = {3.0, 0.125, 0.25};
+constexpr double passratio[maxpasses] = {0.333, 1.0}, passbeta[maxpasses] = {3.0, 0.125};
 
 struct candidate {
   buffer<int32_t> order; // of the classes
@@ -73,7 +73,7 @@ bool try_partition(search& s, const partition_weights& w, uint64_t seed, bool& b
 // Flops of a factorisation in the time of one list entry: tiny fronts run at a tenth of the speed of large ones.
 double flops_per_unit(double flops) { return std::clamp(std::cbrt(flops) / 12, 8.0, 80.0); }
 
-double affordable(const search& s, double share) {
+double affordable(const search& s) {
   const double flops = s.best.figures.flops;
   return share * numfactor * flops / flops_per_unit(flops);
 }
@@ -84,8 +84,7 @@ bool partition(search& s, const gp_sorder_params& params) {
   bool better = false;
   sorder_figures figures;
   for (int32_t pass = 0; pass < maxpasses; pass++) {
-    const double share = pass < 2 ? firstshare : furthershare;
-    if (passperentry * entries * (pass + 1) > affordable(s, share)) break;
+    if (passperentry * entries * (pass + 1) > affordable(s)) break;
     const partition_weights w{params.minratio * passratio[pass], params.beta * passbeta[pass]};
     if (!try_partition(s, w, static_cast<uint64_t>(pass) + 1, better, figures)) return false;
     if (figures.flops > 2 * s.best.figures.flops) break; // not a graph for partitions
@@ -97,8 +96,10 @@ bool find_order(search& s, const gp_sorder_params& params, const sorder_figures*
   bool better = false;
   sorder_figures figures;
   if (!try_fill(s, nullptr, true, amf_score::shared_fill, better, s.stats.fill)) return false;
-  if (!try_fill(s, nullptr, true, amf_score::fill, better, figures)) return false;
-  if (better) s.stats.fill = figures;
+  if (s.g.n <= maxsecondfill) {
+    if (!try_fill(s, nullptr, true, amf_score::fill, better, figures)) return false;
+    if (better) s.stats.fill = figures;
+  }
   if (incumbent && params.wantextra * static_cast<double>(s.best.figures.nnz) <= static_cast<double>(incumbent->nnz))
     return true;
   const int64_t base = s.g.weight + s.g.num_entries();

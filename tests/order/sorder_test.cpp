@@ -117,10 +117,10 @@ TEST_F(OrderByFill, PutsFullRowsLast) {
 }
 
 TEST_F(OrderByFill, StopsWhenAskedTo) {
-  const graph g = grid(200, 200, 1);
+  const graph g = grid(24, 24, 24);
   const arrays a(g.adj);
-  std::vector<int32_t> perm(static_cast<size_t>(g.n));
-  sorder_figures figures;
+  std::vector<int32_t> perm(static_cast<size_t>(g.n)), invp(perm);
+  gp_sorder_stats stats;
   struct counter {
     int32_t calls = 0, stopat = 0;
   } c;
@@ -128,12 +128,16 @@ TEST_F(OrderByFill, StopsWhenAskedTo) {
                                    auto& k = *static_cast<counter*>(h);
                                    return ++k.calls == k.stopat;
                                  }};
-  ASSERT_EQ(TVN_amf_sorder(*sys, a.view(), nullptr, progress, perm.data(), figures), sorder_code::ok);
-  const int32_t all = c.calls;
-  EXPECT_GE(all, 3);
-  for (int32_t stop = 1; stop <= all; stop++) {
+  const auto run_until = [&](int32_t stop) {
     c = {0, stop};
-    EXPECT_EQ(TVN_amf_sorder(*sys, a.view(), nullptr, progress, perm.data(), figures), sorder_code::stopped);
+    return TVN_amf_gp_sorder(*sys, a.view(), nullptr, {}, progress, perm.data(), invp.data(), stats);
+  };
+  ASSERT_EQ(run_until(0), sorder_code::ok);
+  EXPECT_GE(stats.numpasses, 1);
+  const int32_t all = c.calls;
+  EXPECT_GE(all, 8);
+  for (int32_t stop = 1; stop <= all; stop += 1 + all / 20) {
+    EXPECT_EQ(run_until(stop), sorder_code::stopped);
     EXPECT_EQ(c.calls, stop) << "asked again after the stop";
   }
 }
