@@ -24,18 +24,14 @@ struct mover {
   int64_t work = 0;
 
   int8_t* where() { return b.where.data(); }
-  int64_t gain_of(int32_t v, int32_t to) {
-    int64_t gain = g.node_weight(v);
-    for (int64_t p = g.beg[v]; p < g.beg[v + 1]; p++)
-      if (b.where[g.sub[p]] == 1 - to) gain -= g.node_weight(g.sub[p]);
-    return gain;
-  }
   void insert(int32_t v) {
+    int64_t pulls[3] = {0, 0, 0}; // weight of the neighbours by where they are
+    for (int64_t p = g.beg[v]; p < g.beg[v + 1]; p++) pulls[b.where[g.sub[p]]] += g.node_weight(g.sub[p]);
     for (int32_t to = 0; to < 2; to++) {
-      space.gain[to][v] = gain_of(v, to);
+      space.gain[to][v] = g.node_weight(v) - pulls[1 - to];
       TVN_prbheapmax_insert(num[to], space.heap[to].data(), space.heappos[to].data(), space.gain[to].data(), v);
     }
-    work += 2 * (g.beg[v + 1] - g.beg[v]) + 8;
+    work += g.beg[v + 1] - g.beg[v] + 8;
   }
   void change(int32_t v, int32_t to, int64_t by) {
     if (space.heappos[to][v] < 0) return;
