@@ -141,3 +141,30 @@ TEST_F(OrderByFill, StopsWhenAskedTo) {
     EXPECT_EQ(c.calls, stop) << "asked again after the stop";
   }
 }
+
+// Each request of a whole choice fails in turn: nothing is left behind, and the next call is as good as ever.
+TEST(OrderMemory, ExhaustedAnywhereIsReportedAndLeavesNothing) {
+  struct budget {
+    int64_t left = 0;
+  } pool;
+  const auto take = [](void* p, size_t size) -> void* {
+    return static_cast<budget*>(p)->left-- > 0 ? std::malloc(size) : nullptr;
+  };
+  const auto give = [](void*, void* block) { std::free(block); };
+  const graph g = grid(14, 14, 14);
+  const arrays a(g.adj);
+  std::vector<int32_t> perm(static_cast<size_t>(g.n)), invp(perm);
+  gp_sorder_stats stats;
+  bool done = false;
+  for (int64_t allowed = 0; !done; allowed = allowed * 11 / 10 + 1) {
+    pool.left = INT64_MAX;
+    sysenv* sys = TVN_sysenv_make(10, &pool, take, give);
+    pool.left = allowed;
+    try {
+      done = TVN_amf_gp_sorder(*sys, a.view(), nullptr, {}, {}, perm.data(), invp.data(), stats) == sorder_code::ok;
+    } catch (const out_of_memory&) {}
+    EXPECT_EQ(TVN_sysenv_delete(&sys), sys_code::ok) << "leak after " << allowed;
+  }
+  EXPECT_TRUE(is_permutation(perm));
+  EXPECT_GE(stats.numpasses, 1);
+}
