@@ -8,7 +8,7 @@ using namespace ordertest;
 namespace {
 
 struct Partition : Order {
-  const sorder_progress silent;
+  const sorder_progress silent{};
   sorder_watch watch{silent};
 
   void make(const graph& g, sgraph& to) { ASSERT_TRUE(make_graph(*sys, arrays(g.adj).view(), watch, to)); }
