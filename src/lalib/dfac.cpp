@@ -10,6 +10,7 @@ namespace {
 
 constexpr int64_t panel = 256; // columns whose product updates all the rest at once
 constexpr int64_t narrow = 16; // columns factored one by one
+constexpr int64_t tiny = 4096; // elements of a product below which packing costs more than it saves
 
 struct front {
   const matker& ker;
@@ -37,9 +38,22 @@ void factor_narrow(const front& f, int64_t n, int64_t from, int64_t to) noexcept
   }
 }
 
+// The same as below without copies.
+void update_directly(const front& f, int64_t n, int64_t from, int64_t to, int64_t end) noexcept {
+  for (int64_t j = to; j < end; j++) {
+    double* __restrict const y = f.at(0, j);
+    for (int64_t p = from; p < to; p++) {
+      const double* __restrict const l = f.at(0, p);
+      const double t = l[j] * f.d[p];
+      for (int64_t i = j; i < n; i++) y[i] -= l[i] * t;
+    }
+  }
+}
+
 // Columns [to, end) and rows [to, n) less the product of columns [from, to).
 void update_right(const front& f, int64_t n, int64_t from, int64_t to, int64_t end) noexcept {
   const int64_t rows = end - to;
+  if ((n - to) * rows * (to - from) <= tiny) return update_directly(f, n, from, to, end);
   for (int64_t p = from; p < to; p++) {
     const double* l = f.at(to, p);
     double* w = f.scaled + (p - from) * rows;

@@ -1,0 +1,167 @@
+// Factor and solve with A A' + I of each file of TOVAN_DATA/lp, in our approximate minimum fill order, beside CHOLMOD
+// with the same order, where the machine has it. One case a file and solver; counters: flops of a factorisation and
+// the rate, nonzeros of the factor.
+#include "kfac/sfk.h"
+#include "tovan.h"
+
+#include <benchmark/benchmark.h>
+#ifdef TVN_BENCH_CHOLMOD
+#include <suitesparse/cholmod.h>
+#endif
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct normal_matrix { // lower triangle by columns, the diagonal in front
+  int32_t n = 0;
+  std::vector<int64_t> beg, end;
+  std::vector<int32_t> sub;
+  std::vector<double> val;
+};
+
+struct columns_of_a {
+  int32_t m = 0, n = 0;
+  std::vector<int64_t> beg;
+  std::vector<int32_t> sub;
+  std::vector<double> val;
+};
+
+columns_of_a read_file(const std::string& path) {
+  columns_of_a a;
+  TVNenv_t env = nullptr;
+  TVNtask_t task = nullptr;
+  TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr);
+  TVN_initenv(env);
+  TVN_makeemptytask(env, &task);
+  TVN_readdata(task, path.c_str());
+  TVN_getnumcon(task, &a.m);
+  TVN_getnumvar(task, &a.n);
+  std::vector<int32_t> sub(static_cast<size_t>(a.m) + 1);
+  std::vector<double> val(static_cast<size_t>(a.m) + 1);
+  for (int32_t j = 0; j < a.n; j++) {
+    int32_t num = 0;
+    a.beg.push_back(static_cast<int64_t>(a.sub.size()));
+    TVN_getavec(task, TVN_ACC_VAR, j, &num, sub.data(), val.data());
+    if (num > 200) continue; // long columns are apart
+    a.sub.insert(a.sub.end(), sub.begin(), sub.begin() + num);
+    a.val.insert(a.val.end(), val.begin(), val.begin() + num);
+  }
+  a.beg.push_back(static_cast<int64_t>(a.sub.size()));
+  TVN_deletetask(&task);
+  TVN_deleteenv(&env);
+  return a;
+}
+
+normal_matrix form(const columns_of_a& a) {
+  normal_matrix k;
+  k.n = a.m;
+  std::vector<std::map<int32_t, double>> columns(static_cast<size_t>(a.m));
+  for (int32_t j = 0; j < a.n; j++)
+    for (auto p = static_cast<size_t>(a.beg[size_t(j)]); p < static_cast<size_t>(a.beg[size_t(j) + 1]); p++)
+      for (auto q = static_cast<size_t>(a.beg[size_t(j)]); q < static_cast<size_t>(a.beg[size_t(j) + 1]); q++)
+        if (a.sub[q] >= a.sub[p]) columns[size_t(a.sub[p])][a.sub[q]] += a.val[p] * a.val[q];
+  for (int32_t i = 0; i < k.n; i++) {
+    columns[size_t(i)][i] += 1;
+    k.beg.push_back(static_cast<int64_t>(k.sub.size()));
+    for (const auto& [row, v] : columns[size_t(i)]) {
+      k.sub.push_back(row);
+      k.val.push_back(v);
+    }
+    k.end.push_back(static_cast<int64_t>(k.sub.size()));
+  }
+  return k;
+}
+
+struct prepared {
+  normal_matrix k;
+  std::vector<int32_t> perm;
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
+  tvn::sfk_structure structure;
+  tvn::sfk_factor factor;
+  explicit prepared(const std::string& path) : k(form(read_file(path))), perm(static_cast<size_t>(k.n)) {
+    tvn::sorder_figures figures;
+    const tvn::sorder_graph g{k.n, k.beg.data(), k.end.data(), k.sub.data()};
+    (void)TVN_amf_sorder(*sys, g, nullptr, {}, perm.data(), figures);
+    (void)TVN_sfk_setupL(*sys, g, perm.data(), {}, structure);
+    TVN_sfk_allocLval(*sys, structure, tvn::TVN_matker_make(tvn::matker_isa::avx512), factor);
+  }
+  ~prepared() {
+    structure = {};
+    factor = {};
+    tvn::TVN_sysenv_delete(&sys);
+  }
+};
+
+void put_counters(benchmark::State& state, const prepared& p) {
+  state.counters["rate"] = benchmark::Counter(p.structure.flops, benchmark::Counter::kIsIterationInvariantRate);
+  state.counters["flops"] = p.structure.flops;
+  state.counters["nnzl"] = static_cast<double>(p.structure.nnzl);
+}
+
+void factor(benchmark::State& state, const std::string& path) {
+  prepared p(path);
+  for (auto _ : state) {
+    TVN_sfk_clear(p.factor);
+    for (int32_t i = 0; i < p.k.n; i++) {
+      p.factor.val[p.structure.diagdest[i]] += p.k.val[size_t(p.k.beg[size_t(i)])];
+      for (int64_t q = p.k.beg[size_t(i)] + 1; q < p.k.end[size_t(i)]; q++)
+        p.factor.val[p.structure.dest[q]] += p.k.val[size_t(q)];
+    }
+    if (TVN_ch_calfac(p.factor, {}, {}) != tvn::sfk_code::ok) state.SkipWithError("failed");
+  }
+  put_counters(state, p);
+}
+
+#ifdef TVN_BENCH_CHOLMOD
+void cholmod(benchmark::State& state, const std::string& path) {
+  prepared p(path);
+  cholmod_common common;
+  cholmod_start(&common);
+  common.nmethods = 1;
+  common.method[0].ordering = CHOLMOD_GIVEN;
+  common.postorder = 1;
+  cholmod_sparse* a =
+      cholmod_allocate_sparse(size_t(p.k.n), size_t(p.k.n), p.k.sub.size(), 1, 1, -1, CHOLMOD_REAL, &common);
+  for (int32_t i = 0; i < p.k.n; i++) static_cast<int*>(a->p)[i] = static_cast<int>(p.k.beg[size_t(i)]);
+  static_cast<int*>(a->p)[p.k.n] = static_cast<int>(p.k.sub.size());
+  std::copy(p.k.sub.begin(), p.k.sub.end(), static_cast<int*>(a->i));
+  std::copy(p.k.val.begin(), p.k.val.end(), static_cast<double*>(a->x));
+  cholmod_factor* l = cholmod_analyze_p(a, p.perm.data(), nullptr, 0, &common);
+  for (auto _ : state) cholmod_factorize(a, l, &common);
+  put_counters(state, p);
+  cholmod_free_factor(&l, &common);
+  cholmod_free_sparse(&a, &common);
+  cholmod_finish(&common);
+}
+#endif
+
+} // namespace
+
+int main(int argc, char** argv) {
+  const char* data = std::getenv("TOVAN_DATA");
+  if (!data) {
+    std::fprintf(stderr, "TOVAN_DATA must name the folder of the public problems\n");
+    return 2;
+  }
+  std::vector<std::string> files;
+  for (const auto& f : std::filesystem::directory_iterator(std::filesystem::path(data) / "lp"))
+    if (f.path().string().ends_with(".mps.gz")) files.push_back(f.path().string());
+  std::sort(files.begin(), files.end());
+  for (const std::string& f : files) {
+    std::string name = std::filesystem::path(f).filename().string();
+    name.resize(name.size() - 7);
+    benchmark::RegisterBenchmark((name + "/factor").c_str(), factor, f);
+#ifdef TVN_BENCH_CHOLMOD
+    benchmark::RegisterBenchmark((name + "/cholmod").c_str(), cholmod, f);
+#endif
+  }
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

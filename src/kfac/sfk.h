@@ -1,0 +1,79 @@
+// Sparse L D L' of a symmetric matrix whose pattern stays while its values change: analysis, factor, solves.
+//
+// The factor is kept by supernodes, sets of columns with the same rows below: supernode s has the columns
+// snbeg[s] .. snbeg[s + 1] - 1 of the permuted matrix and the rows rows[rowbeg[s]] .. rows[rowbeg[s + 1] - 1], its own
+// columns first, all ascending; its values are a column-major block with that many rows from val[valbeg[s]]. Numeric
+// work is multifrontal (Duff and Reid 1983; Liu 1992): a front gathers the entries of its columns and the updates of
+// its children, which lie on a stack in postorder. Everything is in positions of the permutation but where "node" is
+// said.
+#pragma once
+
+#include "lalib/dfac.h"
+#include "order/sorder.h"
+
+namespace tvn {
+
+// Structure. Sized once by the analysis.
+struct sfk_structure {
+  int32_t n = 0, numsn = 0;
+  buffer<int32_t> perm, invp;             // [n] position to node and back
+  buffer<int32_t> snbeg;                  // [numsn + 1]
+  buffer<int32_t> snparent;               // [numsn] -1: root
+  buffer<int32_t> lastchild, prevsibling; // [numsn] -1: none
+  buffer<int64_t> rowbeg;                 // [numsn + 1]
+  buffer<int32_t> rows;                   // [rowbeg[numsn]]
+  buffer<int64_t> valbeg;                 // [numsn + 1]
+  buffer<int64_t> diagdest;               // [n] by node: where the diagonal goes in the values
+  buffer<int64_t> dest;                   // by place in the pattern: where an entry goes, -1: a loop
+  int32_t maxfront = 0, maxcols = 0;      // rows of a front, columns of a supernode
+  int64_t maxstack = 0;                   // doubles
+  int64_t nnzl = 0, stored = 0;           // of the factor with its diagonal; with the zeros of merged supernodes
+  double flops = 0;                       // of a factorisation, without those zeros
+};
+
+// Asked every few milliseconds; nonzero ends the call.
+using sfk_progress = sorder_progress;
+
+enum class sfk_code : int32_t { ok = 0, failed = 2, stopped = 5 };
+
+// The structure of the factor of the graph in this order (position to node; null: as it is), columns postordered.
+// Throws out_of_memory.
+[[nodiscard]] sfk_code TVN_sfk_setupL(sysenv& sys, const sorder_graph& graph, const int32_t* perm,
+                                      const sfk_progress& progress, sfk_structure& sfk);
+
+// What a pivot may be. All are magnitudes of a matrix with unit diagonal.
+struct sfk_pivots {
+  const int8_t* sign = nullptr; // [n] by node, +1 or -1: the sign that the pivot must have; null: all +1
+  double tolpiv = 1e-14;        // a pivot of the right sign below it, and any of the wrong sign, is replaced
+  double repaired = 1.0;        // least magnitude that replaces it
+};
+
+// Values. Made once for a structure; a factorisation allocates nothing.
+struct sfk_factor {
+  const sfk_structure* sfk = nullptr;
+  matker ker;
+  buffer<double> val;                     // [stored] first the matrix, then L
+  buffer<double> d;                       // [n]
+  buffer<double> front;                   // [maxfront^2]
+  buffer<double> stack;                   // [maxstack] packed lower triangles of updates
+  buffer<double> work;                    // of the dense kernels
+  buffer<int32_t> local;                  // [n] row to its place in the front at hand
+  int32_t numrepair = 0, numnegative = 0; // of the last factorisation
+};
+
+// Throws out_of_memory.
+void TVN_sfk_allocLval(sysenv& sys, const sfk_structure& sfk, const matker& ker, sfk_factor& f);
+
+// All values 0, to be filled through dest and diagdest by adding.
+void TVN_sfk_clear(sfk_factor& f) noexcept;
+// L D L' of what the values hold. failed: a NaN or an infinite number came out.
+[[nodiscard]] sfk_code TVN_ch_calfac(sfk_factor& f, const sfk_pivots& pivots, const sfk_progress& progress) noexcept;
+
+// x := inverse of L, of D, of L' times x, in positions. work: [maxfront].
+void TVN_sfk_Lx(const sfk_factor& f, double* x, double* work) noexcept;
+void TVN_sfk_InvmulD(const sfk_factor& f, double* x) noexcept;
+void TVN_sfk_Ltx(const sfk_factor& f, double* x, double* work) noexcept;
+// Solves with the factor; rhs by node, overwritten. work: [n + maxfront].
+void TVN_sfk_solve(const sfk_factor& f, double* rhs, double* work) noexcept;
+
+} // namespace tvn
