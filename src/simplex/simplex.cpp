@@ -322,14 +322,12 @@ struct second_try {
 };
 
 // How to go on from the basis of a claim that does not hold for the user: with tighter tolerances, an optimum on the
-// unscaled data unless all but its gap is right.
-second_try tighten(const simplex_param& param, int32_t claim, int32_t solsta, int32_t attempt) {
+// unscaled data.
+second_try tighten(const simplex_param& param, int32_t claim, int32_t attempt) {
   second_try t{param};
   t.param.hotstart = 6;
   t.param.optimizer = kind_primal; // it takes any basis, and is a second opinion on what the dual simplex claimed
-  if (solsta == sol_near_optimal) {
-    t.param.tols = attempt == 0 ? 1e-9 : 1e-11;
-  } else if (claim == sol_prim_infeas_cer) {
+  if (claim == sol_prim_infeas_cer) {
     t.param.tols *= 1e-3;
   } else if (claim == sol_dual_infeas_cer) { // something blocks the ray after all, by a small entry
     t.param.tolabspiv = std::min(t.param.tolabspiv, attempt == 0 ? smallpivot : smallestpivot);
@@ -338,6 +336,61 @@ second_try tighten(const simplex_param& param, int32_t claim, int32_t solsta, in
     t.param.tols *= 0.1;
   }
   return t;
+}
+
+// A solution and what was said of it, to come back to.
+struct saved_solution {
+  buffer<int32_t> keys;
+  buffer<double> reals;
+  int32_t prosta, solsta;
+  double objective, primalviol, dualviol;
+
+  saved_solution(sysenv& sys, const lp_view& lp, const simplex_info& info, const lp_solution& sol)
+      : keys(sys, int64_t{lp.numcon} + lp.numvar), reals(sys, 4 * int64_t{lp.numcon} + 3 * int64_t{lp.numvar}),
+        prosta(info.prosta), solsta(info.solsta), objective(info.objective), primalviol(info.primalviol),
+        dualviol(info.dualviol) {
+    each(lp, sol, [](auto* mine, auto* theirs, int32_t n) { std::copy_n(theirs, n, mine); });
+  }
+  void restore(const lp_view& lp, simplex_info& info, const lp_solution& sol) {
+    each(lp, sol, [](auto* mine, auto* theirs, int32_t n) { std::copy_n(mine, n, theirs); });
+    info.prosta = prosta;
+    info.solsta = solsta;
+    info.objective = objective;
+    info.primalviol = primalviol;
+    info.dualviol = dualviol;
+  }
+
+private:
+  template <class F> void each(const lp_view& lp, const lp_solution& sol, F f) {
+    int32_t* k = keys.data();
+    double* r = reals.data();
+    f(k, sol.skc, lp.numcon);
+    f(k + lp.numcon, sol.skx, lp.numvar);
+    for (double* v : {sol.xc, sol.y, sol.slc, sol.suc}) f(r, v, lp.numcon), r += lp.numcon;
+    for (double* v : {sol.xx, sol.slx, sol.sux}) f(r, v, lp.numvar), r += lp.numvar;
+  }
+};
+
+// All is right but the gap: a few iterations with a tighter dual tolerance close it, or it stays and is told. Where
+// digits are short a run wanders, so it may not take longer than this and never worsens what stands.
+void close_gap(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+               const simplex_progress& progress, lp_solution& sol, const scale_request& scale, kept_basis* kept) {
+  constexpr int32_t moreiterations = 100;
+  saved_solution near(sys, lp, info, sol);
+  for (const double tols : {1e-9, 1e-11}) {
+    const int64_t done = info.count[kind_primal].iterations + info.count[kind_dual].iterations;
+    second_try t = tighten(param, sol_prim_feas, 1);
+    t.param.tols = tols;
+    t.param.maxiterations =
+        static_cast<int32_t>(std::min<int64_t>(param.maxiterations, done + moreiterations + lp.numcon / 4));
+    run_once(sys, lp, t.param, info, progress, sol, scale, &sol, kept);
+    if (TVN_simplex_settlestatus(sys, lp, param, info, sol) && info.solsta == sol_optimal) break;
+    near.restore(lp, info, sol);
+    const bool ended = info.response == simplex_code::max_time || info.response == simplex_code::user_stop ||
+                       info.response == simplex_code::peer_stop;
+    if (ended) return;
+  }
+  info.response = simplex_code::ok;
 }
 
 } // namespace
@@ -349,11 +402,12 @@ void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_par
   for (int32_t attempt = 0;; attempt++) {
     const int32_t claim = info.solsta;
     if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) return;
+    if (info.solsta == sol_near_optimal) return close_gap(sys, lp, param, info, progress, sol, scale, kept);
     if (attempt == 2) break;
-    const second_try t = tighten(param, claim, info.solsta, attempt);
+    const second_try t = tighten(param, claim, attempt);
     run_once(sys, lp, t.param, info, progress, sol, t.unscaled ? scale_request{} : scale, &sol, kept);
   }
-  if (info.solsta != sol_near_optimal) info.response = simplex_code::numerical;
+  info.response = simplex_code::numerical;
 }
 
 } // namespace tvn

@@ -32,9 +32,10 @@ outcome solve(lp_case& p, tvn::simplex_kind kind, int32_t presolve, int64_t limi
   return o;
 }
 
+// Near optimal is right where the digits do not suffice for more; the gap is judged all the same.
 void expect_right(const lp_case& p, const outcome& o) {
   EXPECT_EQ(o.info.response, tvn::simplex_code::ok);
-  EXPECT_EQ(o.info.solsta, tvn::sol_optimal);
+  EXPECT_TRUE(o.info.solsta == tvn::sol_optimal || o.info.solsta == tvn::sol_near_optimal) << o.info.solsta;
   const verdict v = judge(p, o.point);
   EXPECT_TRUE(v.primal <= 1e-6) << v.primal;
   EXPECT_TRUE(v.objective - lower_bound(p, o.point.y) <= gapallowed * (1 + std::fabs(v.objective)));
@@ -46,6 +47,7 @@ void expect_right(const lp_case& p, const outcome& o) {
 TEST(NearlyParallel, RowsAndColumnsCostNoMoreThanAFewTimesTheIterations) {
   const char* asked = std::getenv("TOVAN_SEEDS");
   const uint64_t num = asked ? std::strtoull(asked, nullptr, 10) : 25;
+  uint64_t numnear = 0;
   for (uint64_t seed = 1; seed <= num && !HasFailure(); seed++) {
     parallel_family family = random_family(seed);
     lp_case p = parallel_case(seed, family);
@@ -56,10 +58,13 @@ TEST(NearlyParallel, RowsAndColumnsCostNoMoreThanAFewTimesTheIterations) {
         SCOPED_TRACE("seed " + std::to_string(seed) + " optimizer " + std::to_string(kind) + " presolve " +
                      std::to_string(presolve));
         const int64_t usual = std::max(solve(plain, kind, presolve, 1000000).iterations(), fewiterations);
-        expect_right(p, solve(p, kind, presolve, slower * usual));
+        const outcome o = solve(p, kind, presolve, slower * usual);
+        expect_right(p, o);
+        numnear += o.info.solsta == tvn::sol_near_optimal;
       }
     }
   }
+  EXPECT_LE(numnear, num / 10) << "of six runs a seed";
 }
 
 // Small ones swap bounds round and round on a fresh factor, where nothing else asks whether the run gets on.
