@@ -24,36 +24,33 @@ struct front {
   double* at(int64_t i, int64_t j) const noexcept { return a + i + j * lda; }
 };
 
-// Columns [from, to) one by one, over rows up to n; columns of the panel before them have done their part.
-void factor_narrow(const front& f, int64_t n, int64_t from, int64_t to) noexcept {
-  for (int64_t c = from; c < to; c++) {
-    double* __restrict const y = f.at(0, c);
-    for (int64_t p = from; p < c; p++) {
-      const double* __restrict const l = f.at(0, p);
-      const double t = l[c] * f.d[p];
-      for (int64_t i = c; i < n; i++) y[i] -= l[i] * t;
-    }
-    f.d[c] = f.hooks.pivot(f.hooks.handle, c, y[c]);
-    for (int64_t i = c + 1; i < n; i++) y[i] /= f.d[c];
+// Column j from its diagonal down less what columns [from, to) owe it.
+void subtract_columns(const front& f, int64_t n, int64_t from, int64_t to, int64_t j) noexcept {
+  double* __restrict const y = f.at(0, j);
+  for (int64_t p = from; p < to; p++) {
+    const double* __restrict const l = f.at(0, p);
+    const double t = l[j] * f.d[p];
+    for (int64_t i = j; i < n; i++) y[i] -= l[i] * t;
   }
 }
 
-// The same as below without copies.
-void update_directly(const front& f, int64_t n, int64_t from, int64_t to, int64_t end) noexcept {
-  for (int64_t j = to; j < end; j++) {
-    double* __restrict const y = f.at(0, j);
-    for (int64_t p = from; p < to; p++) {
-      const double* __restrict const l = f.at(0, p);
-      const double t = l[j] * f.d[p];
-      for (int64_t i = j; i < n; i++) y[i] -= l[i] * t;
-    }
+// Columns [from, to) one by one, over rows up to n; columns of the panel before them have done their part.
+void factor_narrow(const front& f, int64_t n, int64_t from, int64_t to) noexcept {
+  for (int64_t c = from; c < to; c++) {
+    subtract_columns(f, n, from, c, c);
+    double* const y = f.at(0, c);
+    f.d[c] = f.hooks.pivot(f.hooks.handle, c, y[c]);
+    for (int64_t i = c + 1; i < n; i++) y[i] /= f.d[c];
   }
 }
 
 // Columns [to, end) and rows [to, n) less the product of columns [from, to).
 void update_right(const front& f, int64_t n, int64_t from, int64_t to, int64_t end) noexcept {
   const int64_t rows = end - to;
-  if ((n - to) * rows * (to - from) <= tiny) return update_directly(f, n, from, to, end);
+  if ((n - to) * rows * (to - from) <= tiny) {
+    for (int64_t j = to; j < end; j++) subtract_columns(f, n, from, to, j);
+    return;
+  }
   for (int64_t p = from; p < to; p++) {
     const double* l = f.at(to, p);
     double* w = f.scaled + (p - from) * rows;

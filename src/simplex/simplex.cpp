@@ -379,11 +379,13 @@ void close_gap(sysenv& sys, const lp_view& lp, const simplex_param& param, simpl
   saved_solution near(sys, lp, info, sol);
   for (const double tols : {1e-9, 1e-11}) {
     const int64_t done = info.count[kind_primal].iterations + info.count[kind_dual].iterations;
-    second_try t = tighten(param, sol_prim_feas, 1);
-    t.param.tols = tols;
-    t.param.maxiterations =
+    simplex_param tight = param;
+    tight.hotstart = 6;
+    tight.optimizer = kind_primal;
+    tight.tols = tols;
+    tight.maxiterations =
         static_cast<int32_t>(std::min<int64_t>(param.maxiterations, done + moreiterations + lp.numcon / 4));
-    run_once(sys, lp, t.param, info, progress, sol, scale, &sol, kept);
+    run_once(sys, lp, tight, info, progress, sol, scale, &sol, kept);
     if (TVN_simplex_settlestatus(sys, lp, param, info, sol) && info.solsta == sol_optimal) break;
     near.restore(lp, info, sol);
     const bool ended = info.response == simplex_code::max_time || info.response == simplex_code::user_stop ||

@@ -18,15 +18,6 @@ struct crash_bench : bench {
   explicit crash_bench(lp_case& p) : bench(p), dual(*state) {}
 };
 
-tvn::simplex_info solve(lp_case& p, const tvn::simplex_param& param, lp_point& point) {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  tvn::simplex_info info;
-  tvn::lp_solution sol = point.view();
-  tvn::TVN_simplex_optimize(*sys, p.view(), param, info, {}, sol);
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
-  return info;
-}
-
 // Free columns and negative costs: dual infeasible from the slacks.
 lp_case hard_start(uint64_t seed) {
   lp_case p = optimal_case(seed, 40, 60, 0.08, 0.3).p;
@@ -92,13 +83,13 @@ TEST(DualStart, EveryWayToDualFeasibilityEndsAtTheSameAnswer) {
     tvn::simplex_param param;
     param.optimizer = tvn::kind_primal;
     lp_point point(p);
-    const tvn::simplex_info want = solve(p, param, point);
+    const tvn::simplex_info want = solve_whole(p, param, point);
     param.optimizer = tvn::kind_dual;
     for (const int32_t method : {0, 1, 2})
       for (const int32_t crash : {90, 101}) {
         param.dualphaseone = method;
         param.dualcrash = crash;
-        const tvn::simplex_info got = solve(p, param, point);
+        const tvn::simplex_info got = solve_whole(p, param, point);
         const bool either = want.solsta >= tvn::sol_prim_infeas_cer && got.solsta >= tvn::sol_prim_infeas_cer;
         EXPECT_TRUE(either || got.solsta == want.solsta) << "method " << method << " crash " << crash;
         if (want.solsta == tvn::sol_optimal) {

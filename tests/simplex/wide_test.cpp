@@ -1,5 +1,6 @@
 // If this failed in the field: small systems whose numbers span many decades, as chains of balances and of units make
 // them, would end without an answer, or be called infeasible.
+#include "support/simplexbench.h"
 #include "support/widecase.h"
 
 #include <cstdlib>
@@ -13,15 +14,6 @@ uint64_t num_seeds(uint64_t usual) {
   return s ? std::strtoull(s, nullptr, 10) : usual;
 }
 
-tvn::simplex_info run(lp_case& p, const tvn::simplex_param& param, lp_point& point) {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  tvn::simplex_info info;
-  tvn::lp_solution sol = point.view();
-  tvn::TVN_simplex_optimize(*sys, p.view(), param, info, {}, sol);
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
-  return info;
-}
-
 void expect_solved(lp_case p, uint64_t seed) {
   for (const auto kind : {tvn::kind_primal, tvn::kind_dual, tvn::kind_free})
     for (const int32_t presolve : {0, 1}) {
@@ -32,7 +24,7 @@ void expect_solved(lp_case p, uint64_t seed) {
       param.presolve = presolve;
       param.prslv.tolx = param.prslv.tols = 1e-8;
       lp_point point(p);
-      const tvn::simplex_info info = run(p, param, point);
+      const tvn::simplex_info info = solve_whole(p, param, point);
       ASSERT_EQ(info.response, tvn::simplex_code::ok);
       ASSERT_EQ(info.solsta, tvn::sol_optimal);
       const verdict v = judge(p, point);

@@ -56,4 +56,14 @@ struct bench {
   }
 };
 
+// The whole frame on a problem, in an environment of its own.
+inline tvn::simplex_info solve_whole(lp_case& p, const tvn::simplex_param& param, lp_point& point) {
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  tvn::simplex_info info;
+  tvn::lp_solution sol = point.view();
+  tvn::TVN_simplex_optimize(*sys, p.view(), param, info, {}, sol);
+  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
+  return info;
+}
+
 } // namespace tvntest
