@@ -67,8 +67,9 @@ void refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol) {
     const double d = TVN_simplex_userreducedcost(lp, j, certificate ? 0.0 : lp.c[j], sol.y);
     if (certificate && sol.slx[j] > 0 && sol.sux[j] > 0) continue; // crossing bounds
     const int32_t key = certificate ? static_cast<int32_t>(sk_unk) : sol.skx[j];
-    sol.slx[j] = key == sk_low ? d : key == sk_upr || key == sk_bas ? 0 : std::max(d, 0.0);
-    sol.sux[j] = key == sk_upr ? -d : key == sk_low || key == sk_bas ? 0 : std::max(-d, 0.0);
+    const bool between = key == sk_bas || key == sk_supbas;
+    sol.slx[j] = key == sk_low ? d : key == sk_upr || between ? 0 : std::max(d, 0.0);
+    sol.sux[j] = key == sk_upr ? -d : key == sk_low || between ? 0 : std::max(-d, 0.0);
   }
 }
 
@@ -266,6 +267,61 @@ void optimize_reformulated(sysenv& sys, const lp_view& lp, const simplex_param& 
   clean_up(sys, lp, again, info, progress, sol, kept);
 }
 
+// Bounds so far out that an item resting on one leaves no digits to the others.
+constexpr double farout = 1e9;
+
+// The problem without its far bounds, but for those that a start rests on. What is optimal for it and keeps them is
+// optimal, and what proves it infeasible proves the other so.
+struct near_problem {
+  lp_view lp;
+  buffer<int32_t> bkc, bkx;
+  int64_t numfar = 0;
+
+  near_problem(sysenv& sys, const lp_view& given, const lp_solution* keys)
+      : lp(given), bkc(sys, given.numcon), bkx(sys, given.numvar) {
+    for (int32_t i = 0; i < lp.numcon; i++)
+      bkc[i] = without_far(given.bkc[i], given.blc[i], given.buc[i], keys ? keys->skc[i] : sk_unk);
+    for (int32_t j = 0; j < lp.numvar; j++)
+      bkx[j] = without_far(given.bkx[j], given.blx[j], given.bux[j], keys ? keys->skx[j] : sk_unk);
+    lp.bkc = bkc.data();
+    lp.bkx = bkx.data();
+  }
+
+private:
+  int32_t without_far(int32_t bk, double bl, double bu, int32_t key) {
+    if (bk == bk_fx) return bk;
+    const bool lower = has_lower(bk), upper = has_upper(bk);
+    const bool farlower = lower && bl < -farout && key != sk_low, farupper = upper && bu > farout && key != sk_upr;
+    if (!farlower && !farupper) return bk;
+    numfar++;
+    return lower && !farlower ? bk_lo : upper && !farupper ? bk_up : bk_fr;
+  }
+};
+
+// Without the far bounds first, when there are any. Their violations are mended from the basis found; where there is
+// none, all is done again with them. A nonbasic between two far bounds keeps the key of a free one.
+void optimize_near(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                   const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
+  const near_problem near(sys, lp, param.hotstart != 0 ? &sol : nullptr);
+  optimize_reformulated(sys, near.lp, param, info, progress, sol, kept);
+  if (near.numfar == 0) return;
+  const int32_t claim = info.solsta;
+  const bool holds = TVN_simplex_settlestatus(sys, lp, param, info, sol);
+  if (info.response != simplex_code::ok && info.response != simplex_code::numerical) return;
+  if (holds && (claim == sol_prim_infeas_cer || claim == sol_optimal)) return;
+  if (info.solsta == sol_near_optimal) return TVN_simplex_closegap(sys, lp, param, info, progress, sol, kept);
+  simplex_param again = param;
+  again.hotstart = 0;
+  if (claim != sol_optimal && claim != sol_near_optimal) {
+    info.response = simplex_code::ok;
+    return optimize_reformulated(sys, lp, again, info, progress, sol, kept);
+  }
+  again.presolve = 0;
+  again.hotstart = 6;
+  again.optimizer = param.cleanoptimizer;
+  clean_up(sys, lp, again, info, progress, sol, kept);
+}
+
 bool is_finite(const lp_view& lp, const lp_solution& sol) {
   const auto all = [](const double* v, int32_t n) {
     return std::all_of(v, v + n, [](double x) { return std::isfinite(x); });
@@ -300,7 +356,7 @@ void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& p
                           const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
   info.response = simplex_code::ok;
   if (crossing_bounds(lp, info, sol)) return;
-  optimize_reformulated(sys, lp, param, info, progress, sol, kept);
+  optimize_near(sys, lp, param, info, progress, sol, kept);
   settle_end(lp, info, sol);
 }
 

@@ -13,6 +13,11 @@ void TVN_simplex_clearsolution(const lp_view& lp, lp_solution& sol); // logical 
 void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
                                const simplex_progress& progress, lp_solution& sol, kept_basis* kept);
 
+// For a near optimum that is right but for its gap: a few iterations with a tighter dual tolerance close it, or it
+// stays as it is.
+void TVN_simplex_closegap(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                          const simplex_progress& progress, lp_solution& sol, kept_basis* kept);
+
 // Factors the basis that the keys in sol name and keeps it, when it has a full factor.
 void TVN_simplex_keepfactor(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
                             const simplex_progress& progress, const lp_solution& sol, kept_basis& kept);

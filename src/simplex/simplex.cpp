@@ -91,6 +91,28 @@ void polish(simplex_state& s, buffer<double>& y, bool phaseone) {
     if (w.is_logical(s.fac.head[k])) y[s.fac.head[k]] = -cost(k);
 }
 
+// Rounding in place of zeros: duals that no basic column would miss in the last place of its largest term become 0.
+// Such a dual says nothing, and times a range without end it is a gap.
+void drop_noise(simplex_state& s, buffer<double>& y) {
+  constexpr double lastplace = 0x1p-49;
+  const simplex_work& w = s.work;
+  buffer<uint8_t> missed(s.sys, w.m, uint8_t{0});
+  for (int32_t k = 0; k < w.m; k++) {
+    const int32_t j = s.fac.head[k];
+    if (w.is_logical(j)) {
+      missed[j] = 1;
+      continue;
+    }
+    const int64_t from = w.colbeg[j - w.m], to = w.colbeg[j - w.m + 1];
+    double largest = std::fabs(w.cost[j]);
+    for (int64_t p = from; p < to; p++) largest = std::max(largest, std::fabs(w.colval[p] * y[w.colsub[p]]));
+    for (int64_t p = from; p < to; p++)
+      missed[w.colsub[p]] |= !(std::fabs(w.colval[p] * y[w.colsub[p]]) <= lastplace * largest);
+  }
+  for (int32_t i = 0; i < w.m; i++)
+    if (!missed[i]) y[i] = 0;
+}
+
 // Duals of one item from its reduced cost and key.
 void split_dual(double d, int32_t key, double& sl, double& su) {
   sl = su = 0;
@@ -246,6 +268,7 @@ void run_once(sysenv& sys, const lp_view& lp, const simplex_param& param, simple
   const bool ray = info.solsta == sol_dual_infeas_cer, cert = info.solsta == sol_prim_infeas_cer;
   const bool factored = s.fac.usable;
   if (factored) polish(s, y, cert);
+  if (factored && !cert) drop_noise(s, y);
   export_keys_and_x(s, lp, sol, ray);
   export_activities(sys, s, lp, sol, ray);
   if (cert)
@@ -371,10 +394,11 @@ private:
   }
 };
 
-// All is right but the gap: a few iterations with a tighter dual tolerance close it, or it stays and is told. Where
-// digits are short a run wanders, so it may not take longer than this and never worsens what stands.
-void close_gap(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-               const simplex_progress& progress, lp_solution& sol, const scale_request& scale, kept_basis* kept) {
+} // namespace
+
+// Where digits are short a run wanders, so it may not take longer than this and never worsens what stands.
+void TVN_simplex_closegap(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                          const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
   constexpr int32_t moreiterations = 100;
   saved_solution near(sys, lp, info, sol);
   for (const double tols : {1e-9, 1e-11}) {
@@ -385,7 +409,7 @@ void close_gap(sysenv& sys, const lp_view& lp, const simplex_param& param, simpl
     tight.tols = tols;
     tight.maxiterations =
         static_cast<int32_t>(std::min<int64_t>(param.maxiterations, done + moreiterations + lp.numcon / 4));
-    run_once(sys, lp, tight, info, progress, sol, scale, &sol, kept);
+    run_once(sys, lp, tight, info, progress, sol, make_request(param), &sol, kept);
     if (TVN_simplex_settlestatus(sys, lp, param, info, sol) && info.solsta == sol_optimal) break;
     near.restore(lp, info, sol);
     const bool ended = info.response == simplex_code::max_time || info.response == simplex_code::user_stop ||
@@ -395,8 +419,6 @@ void close_gap(sysenv& sys, const lp_view& lp, const simplex_param& param, simpl
   info.response = simplex_code::ok;
 }
 
-} // namespace
-
 void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
                                const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
   const scale_request scale = make_request(param);
@@ -404,10 +426,15 @@ void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_par
   for (int32_t attempt = 0;; attempt++) {
     const int32_t claim = info.solsta;
     if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) return;
-    if (info.solsta == sol_near_optimal) return close_gap(sys, lp, param, info, progress, sol, scale, kept);
+    if (info.solsta == sol_near_optimal) return TVN_simplex_closegap(sys, lp, param, info, progress, sol, kept);
     if (attempt == 2) break;
     const second_try t = tighten(param, claim, attempt);
     run_once(sys, lp, t.param, info, progress, sol, t.unscaled ? scale_request{} : scale, &sol, kept);
+  }
+  if (param.hotstart != 0) { // the start may have been at fault
+    simplex_param cold = param;
+    cold.hotstart = 0;
+    return TVN_simplex_solvedirectly(sys, lp, cold, info, progress, sol, kept);
   }
   info.response = simplex_code::numerical;
 }

@@ -14,7 +14,8 @@ uint64_t num_seeds(uint64_t usual) {
   return s ? std::strtoull(s, nullptr, 10) : usual;
 }
 
-void expect_solved(lp_case p, uint64_t seed) {
+// nearisright: digits that the data do not have may keep the gap open.
+void expect_solved(lp_case p, uint64_t seed, bool nearisright = false, double tolprimal = 1e-6) {
   for (const auto kind : {tvn::kind_primal, tvn::kind_dual, tvn::kind_free})
     for (const int32_t presolve : {0, 1}) {
       SCOPED_TRACE("seed " + std::to_string(seed) + " optimizer " + std::to_string(kind) + " presolve " +
@@ -26,9 +27,9 @@ void expect_solved(lp_case p, uint64_t seed) {
       lp_point point(p);
       const tvn::simplex_info info = solve_whole(p, param, point);
       ASSERT_EQ(info.response, tvn::simplex_code::ok);
-      ASSERT_EQ(info.solsta, tvn::sol_optimal);
+      ASSERT_TRUE(info.solsta == tvn::sol_optimal || (nearisright && info.solsta == tvn::sol_near_optimal));
       const verdict v = judge(p, point);
-      EXPECT_TRUE(v.primal <= 1e-6) << v.primal;
+      EXPECT_TRUE(v.primal <= tolprimal) << v.primal;
       EXPECT_TRUE(v.dual <= 1e-6) << v.dual;
       EXPECT_TRUE(v.gap <= 1e-6) << v.gap;
       EXPECT_EQ(v.basics, p.m);
@@ -46,4 +47,21 @@ TEST(WideNumbers, TriangularSystemsOfFreeVariablesAreSolved) {
 TEST(WideNumbers, NarrowRangesCopiesAndScalesAreSolved) {
   for (const uint64_t seed : {1567, 1615, 2060, 2272, 3624, 4928, 5476}) expect_solved(wide_case(seed), seed);
   for (uint64_t seed = 1; seed <= num_seeds(300) && !HasFailure(); seed++) expect_solved(wide_case(seed), seed);
+}
+
+// An item that rests at 1e15 takes all digits from the rows that it is in, so it rests there only when it must.
+TEST(WideNumbers, BoundsFarOutAreNoPlaceToRest) {
+  for (uint64_t seed = 1; seed <= num_seeds(300) && !HasFailure(); seed++)
+    expect_solved(wide_case(seed, 0.3), seed, true);
+}
+
+// In other units of the activities the same problem has far bounds that bind.
+TEST(WideNumbers, BoundsFarOutHoldWhenTheyBind) {
+  constexpr double unit = 0x1p36;
+  for (uint64_t seed = 1; seed <= num_seeds(100) && !HasFailure(); seed++) {
+    lp_case p = wide_case(seed);
+    for (auto* bounds : {&p.blc, &p.buc, &p.blx, &p.bux})
+      for (double& b : *bounds) b *= std::fabs(b) < 1e30 ? unit : 1;
+    expect_solved(p, seed, false, 1e-15 * unit); // of sums of that size
+  }
 }

@@ -48,18 +48,20 @@ inline lp_case triangular_case(uint64_t seed) {
 }
 
 // Up to 40 rows and 60 columns: free, fixed and one-sided ones, ranges of width 1e-9, copies of rows and columns, six
-// decades of scales.
+// decades of scales. veryfar: share of the bounds that do not bind and lie 1e9 to 1e20 away.
 struct wide_draw {
   std::mt19937_64 rng;
   std::uniform_real_distribution<double> unit{0, 1};
-  double free = 0, fixed = 0, narrow = 0, degenerate = 0; // shares
+  double free = 0, fixed = 0, narrow = 0, degenerate = 0, veryfar = 0; // shares
 
   double draw() { return unit(rng); }
   int pick(int num) { return static_cast<int>(rng() % static_cast<uint64_t>(num)); }
   double decades(double most) { return std::pow(10, most * (2 * draw() - 1)); }
   // Bounds around v, returns a reduced cost that fits them. Distances are of the size of `scale`.
   double bounds(double v, double scale, double& lo, double& up) {
-    const double kind = draw(), far = scale * (1 + 5 * draw()), width = 1e-9 * (1 + std::fabs(v));
+    const double kind = draw(), width = 1e-9 * (1 + std::fabs(v));
+    double far = scale * (1 + 5 * draw());
+    if (veryfar > 0 && draw() < veryfar) far = std::pow(10, 9 + 11 * draw());
     lo = -1e30;
     up = 1e30;
     if (kind < free) return 0;
@@ -78,8 +80,9 @@ struct wide_draw {
   }
 };
 
-inline lp_case wide_case(uint64_t seed) {
+inline lp_case wide_case(uint64_t seed, double veryfar = 0) {
   wide_draw w{std::mt19937_64(seed)};
+  w.veryfar = veryfar;
   w.free = 0.3 * w.draw();
   w.fixed = 0.2 * w.draw();
   w.narrow = 0.3 * w.draw();
