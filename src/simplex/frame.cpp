@@ -194,7 +194,7 @@ bool solve_with_presolve(sysenv& sys, const lp_view& lp, const simplex_param& pa
   } else {
     run.solve_reduced();
     // What could not be proven there may well be without presolve.
-    if (info.response == simplex_code::numerical) return false;
+    if (TVN_simplex_gaveup(info.response)) return false;
     if (info.solsta == sol_unknown && info.response == simplex_code::ok) return false;
   }
   if (!run.back()) {
@@ -209,7 +209,7 @@ bool solve_with_presolve(sysenv& sys, const lp_view& lp, const simplex_param& pa
       TVN_simplex_keepfactor(sys, lp, param, info, progress, sol, *kept);
     return true;
   }
-  if (claim == sol_optimal) { // for the presolved problem, not for the user's: go on from its basis
+  if (claim == sol_optimal || claim == sol_near_optimal) { // not for the user's problem: go on from the basis
     again.hotstart = 6;
     again.cleaning = true;
     again.optimizer = param.cleanoptimizer; // free: by the infeasibilities that the undo has left
@@ -260,7 +260,7 @@ void optimize_reformulated(sysenv& sys, const lp_view& lp, const simplex_param& 
   if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) return;
   simplex_param again = param;
   again.presolve = again.hotstart = 0;
-  if (claim == sol_optimal) {
+  if (claim == sol_optimal || claim == sol_near_optimal) {
     again.hotstart = 6;
     again.optimizer = param.cleanoptimizer;
   }

@@ -13,6 +13,9 @@ void TVN_simplex_clearsolution(const lp_view& lp, lp_solution& sol); // logical 
 void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
                                const simplex_progress& progress, lp_solution& sol, kept_basis* kept);
 
+// An optimizer found no way on; another start or road may have one.
+bool TVN_simplex_gaveup(simplex_code code);
+
 // For a near optimum that is right but for its gap: a few iterations with a tighter dual tolerance close it, or it
 // stays as it is.
 void TVN_simplex_closegap(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,

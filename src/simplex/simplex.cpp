@@ -334,7 +334,8 @@ bool TVN_simplex_settlestatus(sysenv& sys, const lp_view& lp, const simplex_para
     info.prosta = primal ? pro_prim_feas : pro_dual_feas;
     info.solsta = primal ? sol_prim_feas : sol_dual_feas;
   }
-  return claim != sol_optimal || info.solsta == sol_optimal;
+  const bool unchecked = claim != sol_optimal && claim != sol_near_optimal;
+  return unchecked || info.solsta == sol_optimal || info.solsta == claim;
 }
 
 namespace {
@@ -419,8 +420,16 @@ void TVN_simplex_closegap(sysenv& sys, const lp_view& lp, const simplex_param& p
   info.response = simplex_code::ok;
 }
 
-void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                               const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
+bool TVN_simplex_gaveup(simplex_code code) {
+  return code == simplex_code::numerical || code == simplex_code::max_setbacks || code == simplex_code::stall ||
+         code == simplex_code::lu_tries;
+}
+
+namespace {
+
+// Runs until a status holds; what none of them can prove is numerically beyond them.
+void solve_with_repairs(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                        const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
   const scale_request scale = make_request(param);
   run_once(sys, lp, param, info, progress, sol, scale, param.hotstart != 0 ? &sol : nullptr, kept);
   for (int32_t attempt = 0;; attempt++) {
@@ -431,12 +440,21 @@ void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_par
     const second_try t = tighten(param, claim, attempt);
     run_once(sys, lp, t.param, info, progress, sol, t.unscaled ? scale_request{} : scale, &sol, kept);
   }
-  if (param.hotstart != 0) { // the start may have been at fault
-    simplex_param cold = param;
-    cold.hotstart = 0;
-    return TVN_simplex_solvedirectly(sys, lp, cold, info, progress, sol, kept);
-  }
   info.response = simplex_code::numerical;
+}
+
+} // namespace
+
+void TVN_simplex_solvedirectly(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                               const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
+  solve_with_repairs(sys, lp, param, info, progress, sol, kept);
+  if (!TVN_simplex_gaveup(info.response) || info.solsta == sol_optimal) return;
+  simplex_param other = param; // the start may have been at fault, else the optimizer
+  other.hotstart = 0;
+  other.cleaning = false;
+  if (param.hotstart == 0) other.optimizer = param.optimizer == kind_dual ? kind_primal : kind_dual;
+  info.response = simplex_code::ok;
+  solve_with_repairs(sys, lp, other, info, progress, sol, kept);
 }
 
 } // namespace tvn
