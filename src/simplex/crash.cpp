@@ -9,8 +9,8 @@
 // nothing more. Cost: O(nonzeros), and a sort of the columns.
 #include "simplex/crash.h"
 
+#include <algorithm>
 #include <cmath>
-#include <numeric>
 #include <tuple>
 
 namespace tvn {
@@ -30,14 +30,26 @@ bool has_huge_bound(const simplex_state& s, int32_t j) {
   return false;
 }
 
-// Free columns, then the others by length; the cheaper ones first among equals.
-void order_columns(const simplex_state& s, std::span<int32_t> order) {
+// The slack of an equation, still basic.
+bool is_waiting(const simplex_state& s, int32_t i) { return s.fac.pos[i] >= 0 && s.work.is_fixed(i); }
+
+struct candidate {
+  int64_t length; // 0: free
+  double cost;
+  int32_t column;
+};
+
+// Columns that touch an equation: the free ones, then the others by length; the cheaper ones first among equals.
+void order_columns(const simplex_state& s, buffer<candidate>& order, int64_t& num) {
   const simplex_work& w = s.work;
-  const auto length = [&](int32_t k) { return w.is_free(w.m + k) ? 0 : w.colbeg[k + 1] - w.colbeg[k]; };
-  const auto cost = [&](int32_t k) { return std::isnan(w.cost[w.m + k]) ? 0.0 : w.cost[w.m + k]; };
-  std::iota(order.begin(), order.end(), 0);
-  std::sort(order.begin(), order.end(), [&](int32_t a, int32_t b) {
-    return std::tuple(length(a), cost(a), a) < std::tuple(length(b), cost(b), b);
+  for (int32_t k = 0; k < w.n; k++) {
+    const auto *from = w.colsub.data() + w.colbeg[k], *to = w.colsub.data() + w.colbeg[k + 1];
+    if (std::none_of(from, to, [&](int32_t i) { return is_waiting(s, i); })) continue;
+    const double cost = w.cost[w.m + k];
+    order[num++] = {w.is_free(w.m + k) ? 0 : to - from, std::isnan(cost) ? 0.0 : cost, k};
+  }
+  std::sort(order.begin(), order.begin() + num, [](const candidate& x, const candidate& y) {
+    return std::tie(x.length, x.cost, x.column) < std::tie(y.length, y.cost, y.column);
   });
 }
 
@@ -61,7 +73,7 @@ int32_t choose_row(const simplex_state& s, const taken_rows& taken, int32_t k) {
     for (int64_t p = w.colbeg[k]; p < w.colbeg[k + 1]; p++) {
       const int32_t i = w.colsub[p];
       const double size = std::fabs(w.colval[p]);
-      if (s.fac.pos[i] < 0 || !w.is_fixed(i) || (taken.touched[i] && !alsotouched)) continue;
+      if (!is_waiting(s, i) || (taken.touched[i] && !alsotouched)) continue;
       if (size <= minpivot || size < share * largest || size <= bestsize) continue;
       best = i;
       bestsize = size;
@@ -109,12 +121,13 @@ int32_t TVN_simplex_primalcrash(simplex_state& s) {
   for (const int32_t j : s.fac.head) numstructural += !w.is_logical(j);
   if (0.01 * w.m * (100 - s.param.primalcrash) < numstructural) return 0;
   TVN_simplex_tell(s, figures, "Try crashing\n");
-  buffer<int32_t> order(s.sys, w.n);
+  buffer<candidate> order(s.sys, w.n);
+  int64_t num = 0;
   taken_rows taken{{s.sys, w.m, uint8_t{0}}, {s.sys, w.m, uint8_t{0}}};
-  order_columns(s, order);
+  order_columns(s, order, num);
   int32_t crashed = 0;
-  for (const int32_t k : order) {
-    const int32_t j = w.m + k;
+  for (const candidate* c = order.data(); c < order.data() + num && !TVN_simplex_poll(s); c++) {
+    const int32_t k = c->column, j = w.m + k;
     const auto length = static_cast<double>(w.colbeg[k + 1] - w.colbeg[k]);
     if (s.fac.pos[j] >= 0 || length > maxlength * (w.m - crashed) + 3 || has_huge_bound(s, j)) continue;
     const int32_t i = choose_row(s, taken, k);

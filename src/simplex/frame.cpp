@@ -120,6 +120,7 @@ void presolve_run::solve_reduced() {
   TVN_prslv_keeprecords(*ctx);
   if (param.hotstart != 0) TVN_simplex_gatherkeys(sol, r);
   simplex_param inner = param;
+  inner.judged = false;
   inner.savelu = false; // a factor of the reduced basis is of no use to the next run
   kept_basis left;
   TVN_simplex_solvedirectly(sys, r.lp, inner, info, progress, r.sol, kept ? &left : nullptr);

@@ -214,6 +214,7 @@ void run_chain(simplex_state& s) {
   simplex_kind kind = TVN_simplex_chooseoptimizer(s);
   if (s.stop != simplex_code::ok) return;
   if (kind == kind_primal && s.cold) TVN_simplex_primalcrash(s);
+  if (s.stop != simplex_code::ok) return;
   s.repairs = maxrepairs;
   bool more = run_optimizer(s, kind);
   s.cold = false;
@@ -432,6 +433,10 @@ void solve_with_repairs(sysenv& sys, const lp_view& lp, const simplex_param& par
                         const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
   const scale_request scale = make_request(param);
   run_once(sys, lp, param, info, progress, sol, scale, param.hotstart != 0 ? &sol : nullptr, kept);
+  if (!param.judged && leaves_basis(info.response) && info.response != simplex_code::ok) {
+    info.solsta = sol_unknown;
+    return;
+  }
   for (int32_t attempt = 0;; attempt++) {
     const int32_t claim = info.solsta;
     if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) return;

@@ -63,6 +63,7 @@ struct simplex_param {
   bool savelu = false;                // leave the factor of the last basis to the next run
   bool uselu = true;                  // take the factor that the last run left, when it fits
   bool cleaning = false; // the start is what presolve's undo has left: few violations are mended by single pivots
+  bool judged = true;    // a run that was cut short gets a status; false: its caller gives it one
   int32_t selection = sel_free; // of the primal simplex, internal numbering
   int32_t dualselection = sel_free;
   int32_t primalcrash = 90;           // percent of slacks from which on a cold start is crashed, above 100: never
