@@ -9,24 +9,6 @@
 
 namespace tvn {
 
-// One side of the problem, by access mode.
-struct bound_arrays {
-  int32_t count = 0;
-  int32_t* bk = nullptr;
-  double* bl = nullptr;
-  double* bu = nullptr;
-};
-
-inline bound_arrays side_bounds(problem& p, int32_t accmode) noexcept {
-  if (accmode == TVN_ACC_CON) return {p.numcon, p.bkc.data(), p.blc.data(), p.buc.data()};
-  return {p.numvar, p.bkx.data(), p.blx.data(), p.bux.data()};
-}
-
-struct bound_value {
-  int32_t bk = TVN_BK_FR;
-  double bl = -infinity, bu = infinity;
-};
-
 // Sizes.
 TVNrescodee put_maxnumcon(task& t, int32_t n);
 TVNrescodee put_maxnumvar(task& t, int32_t n);
@@ -38,7 +20,6 @@ void log_expansion(task& t, const char* what, int64_t from, int64_t to);
 void delete_task_data(task& t) noexcept;
 TVNrescodee resize_task(task& t, int32_t maxnumcon, int32_t maxnumvar, int32_t maxnumcone, int64_t maxnumanz,
                         int64_t maxnumqnz);
-TVNrescodee check_accmode(task& t, int32_t accmode);
 
 // Objective.
 TVNrescodee put_cj(task& t, int32_t j, double cj);
@@ -46,7 +27,6 @@ TVNrescodee TVN_checkobjectivesense(task& t);
 
 // Bounds. The stored values count on the sides that the key has; put_bound warns, normalises and lowers statuses.
 TVNrescodee put_bound(task& t, int32_t accmode, int32_t i, int32_t bk, double bl, double bu);
-bound_value get_bound(const problem& p, int32_t accmode, int32_t i) noexcept;
 
 // A vector of a list lies in positions begin to end - 1 of its arrays; k: its place in the list, for the message.
 TVNrescodee check_range(task& t, int32_t k, int64_t begin, int64_t end);
@@ -82,11 +62,6 @@ struct lent_matrix {
 void TVN_checkadbg(const char* file, int line, task& t, bool deep);
 
 // Quadratic terms.
-bool has_qobj(const problem& p) noexcept;
-// Integer variables by their types; numintvar is what TVN_getnumintvar tells, no more.
-int32_t count_integers(const problem& p) noexcept;
-bool has_qcon(const problem& p) noexcept;
-int64_t num_qcon_terms(const problem& p, int32_t k) noexcept;
 void TVN_chgqnz(task& t, int64_t target); // the pool packed into `target` entries, 0: none
 void free_qterms(problem& p) noexcept;
 struct qterm {
@@ -111,7 +86,6 @@ int32_t least_members(int32_t conetype) noexcept; // -1: no such type
 int32_t pack_members(problem& p, buffer<int32_t>& members) noexcept;
 
 // Whole problems.
-int32_t problem_type(const task& t) noexcept; // TVN_PROBTYPE_*
 TVNrescodee TVN_checkdata(task& t);
 
 } // namespace tvn

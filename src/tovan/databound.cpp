@@ -119,13 +119,6 @@ TVNrescodee put_bound(task& t, int32_t accmode, int32_t i, int32_t bk, double bl
   return TVN_RES_OK;
 }
 
-bound_value get_bound(const problem& p, int32_t accmode, int32_t i) noexcept {
-  const bool con = accmode == TVN_ACC_CON;
-  const int32_t bk = con ? p.bkc[i] : p.bkx[i];
-  return {bk, bk_has_lower(bk) ? (con ? p.blc[i] : p.blx[i]) : -infinity,
-          bk_has_upper(bk) ? (con ? p.buc[i] : p.bux[i]) : infinity};
-}
-
 } // namespace tvn
 
 using namespace tvn;

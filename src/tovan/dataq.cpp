@@ -300,19 +300,6 @@ TVNrescodee put_qobjij(task& t, int32_t i, int32_t j, double qij) {
 
 } // namespace
 
-bool has_qobj(const problem& p) noexcept { return p.q.objend > p.q.objbegin; }
-
-bool has_qcon(const problem& p) noexcept {
-  if (p.q.conbegin.empty()) return false;
-  for (int32_t k = 0; k < p.numcon; k++)
-    if (p.q.conend[k] > p.q.conbegin[k]) return true;
-  return false;
-}
-
-int64_t num_qcon_terms(const problem& p, int32_t k) noexcept {
-  return p.q.conbegin.empty() ? 0 : p.q.conend[k] - p.q.conbegin[k];
-}
-
 void free_qterms(problem& p) noexcept { p.q = qterms{}; }
 
 void TVN_chgqnz(task& t, int64_t target) {

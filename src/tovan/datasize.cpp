@@ -108,11 +108,6 @@ void log_expansion(task& t, const char* what, int64_t from, int64_t to) {
   (void)TVN_echostream(t.streams, TVN_STREAM_MSG, line);
 }
 
-TVNrescodee check_accmode(task& t, int32_t accmode) {
-  if (accmode == TVN_ACC_VAR || accmode == TVN_ACC_CON) return TVN_RES_OK;
-  return report(t, label, __LINE__, TVN_RES_ERR_INVALID_ACCMODE, accmode);
-}
-
 TVNrescodee put_maxnumvar(task& t, int32_t n) {
   problem& p = t.prob;
   if (n == p.maxnumvar) return TVN_RES_OK;

@@ -2,7 +2,6 @@
 #include "tovan/api.h"
 #include "tovan/data.h"
 #include "tovan/names.h"
-#include "tovan/nlfunc.h"
 
 namespace tvn {
 
@@ -48,20 +47,6 @@ TVNrescodee get_value(task& t, const buffer<int32_t>& from, int32_t j, int32_t* 
 }
 
 } // namespace
-
-int32_t count_integers(const problem& p) noexcept {
-  if (p.vartype.empty()) return 0;
-  return static_cast<int32_t>(std::count(p.vartype.data(), p.vartype.data() + p.numvar, TVN_VAR_TYPE_INT));
-}
-
-int32_t problem_type(const task& t) noexcept {
-  const problem& p = t.prob;
-  const bool nonlinear = has_nlfunc(t), qcon = has_qcon(p), qobj = has_qobj(p);
-  if (p.numcone > 0) return nonlinear || qcon || qobj ? TVN_PROBTYPE_MIXED : TVN_PROBTYPE_CONIC;
-  if (nonlinear) return TVN_PROBTYPE_GECO;
-  if (qcon) return TVN_PROBTYPE_QCQO;
-  return qobj ? TVN_PROBTYPE_QO : TVN_PROBTYPE_LO;
-}
 
 } // namespace tvn
 

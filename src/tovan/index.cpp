@@ -76,4 +76,9 @@ TVNrescodee check_arrays(task& t, const char* file, int line, int64_t n, std::in
   return TVN_RES_OK;
 }
 
+TVNrescodee check_accmode(task& t, int32_t accmode) {
+  if (accmode == TVN_ACC_VAR || accmode == TVN_ACC_CON) return TVN_RES_OK;
+  return report(t, "src/tovan/datasize", __LINE__, TVN_RES_ERR_INVALID_ACCMODE, accmode);
+}
+
 } // namespace tvn

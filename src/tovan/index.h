@@ -29,4 +29,6 @@ struct array_argument {
 // Arrays of n entries: TVN_RES_ERR_IN_ARGUMENT for a negative n, and none may be null unless n is 0.
 TVNrescodee check_arrays(task& t, const char* file, int line, int64_t n, std::initializer_list<array_argument> arrays);
 
+TVNrescodee check_accmode(task& t, int32_t accmode);
+
 } // namespace tvn

@@ -6,7 +6,6 @@
 #include "tovan/log.h"
 
 #include "tovan/convert.h"
-#include "tovan/data.h"
 #include "tovan/msg.h"
 #include "tovan/symcontext.h"
 #include "tovan/version.h"

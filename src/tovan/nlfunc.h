@@ -19,8 +19,6 @@ struct nl_values {
   buffer<double> grdval;
 };
 
-inline bool has_nlfunc(const task& t) noexcept { return t.nl.getsp != nullptr; }
-
 // Asks the structure of one item, the objective for item -1; a failure is reported.
 TVNrescodee TVN_nlgetsp(task& t, int32_t item, int32_t* numgrdnz, int32_t* grdsub, int32_t* numhesnz, int32_t* hessubi,
                         int32_t* hessubj);

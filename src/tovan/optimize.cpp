@@ -10,6 +10,7 @@
 #include "tovan/log.h"
 #include "tovan/report.h"
 #include "tovan/sol.h"
+#include "tovan/solinf.h"
 
 namespace tvn {
 

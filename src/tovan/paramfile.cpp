@@ -11,9 +11,9 @@
 
 #include "misc/numtext.h"
 #include "tovan/api.h"
+#include "tovan/fileaccess.h"
 #include "tovan/log.h"
 #include "tovan/report.h"
-#include "tovan/tovanio.h"
 
 #include <charconv>
 #include <cmath>

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "misc/sprmat.h"
+#include "tovan.h"
 
 namespace tvn {
 
@@ -55,5 +56,31 @@ struct problem {
   buffer<int32_t> branchpri; // [maxnumvar], empty until first put
   buffer<int32_t> branchdir; // [maxnumvar] TVN_BRANCH_DIR_*, likewise
 };
+
+// One side of the problem, by access mode.
+struct bound_arrays {
+  int32_t count = 0;
+  int32_t* bk = nullptr;
+  double* bl = nullptr;
+  double* bu = nullptr;
+};
+
+inline bound_arrays side_bounds(problem& p, int32_t accmode) noexcept {
+  if (accmode == TVN_ACC_CON) return {p.numcon, p.bkc.data(), p.blc.data(), p.buc.data()};
+  return {p.numvar, p.bkx.data(), p.blx.data(), p.bux.data()};
+}
+
+struct bound_value {
+  int32_t bk = TVN_BK_FR;
+  double bl = -infinity, bu = infinity;
+};
+
+bound_value get_bound(const problem& p, int32_t accmode, int32_t i) noexcept;
+
+bool has_qobj(const problem& p) noexcept;
+bool has_qcon(const problem& p) noexcept;
+int64_t num_qcon_terms(const problem& p, int32_t k) noexcept;
+// Integer variables by their types; numintvar is what TVN_getnumintvar tells, no more.
+int32_t count_integers(const problem& p) noexcept;
 
 } // namespace tvn

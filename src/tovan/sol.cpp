@@ -1,7 +1,6 @@
 // The slots of the solutions: storage, layout, moves. See solution.h.
 #include "tovan/sol.h"
 #include "tovan/api.h"
-#include "tovan/data.h"
 
 namespace tvn {
 

@@ -1,6 +1,5 @@
 // Reading solutions.
 #include "tovan/api.h"
-#include "tovan/data.h"
 #include "tovan/sol.h"
 
 namespace tvn {

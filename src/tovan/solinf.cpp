@@ -2,6 +2,7 @@
 //
 // The figures of single items stand in solmeas.h. Cost of a full check: a few passes over A and the quadratic terms,
 // one call of the user's functions.
+#include "tovan/solinf.h"
 #include "tovan/api.h"
 #include "tovan/nlfunc.h"
 #include "tovan/solmeas.h"

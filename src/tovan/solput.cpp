@@ -1,6 +1,5 @@
 // Writing solutions, as a start for an optimizer or from a file. A slot that does not exist is made.
 #include "tovan/api.h"
-#include "tovan/data.h"
 #include "tovan/sol.h"
 
 namespace tvn {

@@ -3,7 +3,6 @@
 //
 // Each rule is a table from old to new status; a status that a table does not list becomes unknown in the tables of
 // kept values (c, A, append) and stays in those of the bounds.
-#include "tovan/data.h"
 #include "tovan/sol.h"
 
 #include <cmath>

@@ -7,8 +7,8 @@
 #include "cpub/utf8.h"
 #include "misc/outfmt.h"
 #include "tovan/api.h"
+#include "tovan/fileaccess.h"
 #include "tovan/report.h"
-#include "tovan/tovanio.h"
 #include "tovan/version.h"
 
 #include <cstdlib>

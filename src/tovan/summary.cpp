@@ -5,6 +5,7 @@
 #include "tovan/msg.h"
 #include "tovan/report.h"
 #include "tovan/sol.h"
+#include "tovan/solinf.h"
 #include "tovan/streams.h"
 
 namespace tvn {

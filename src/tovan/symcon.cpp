@@ -4,20 +4,12 @@
 // people and parameter files, a scan costs some microseconds, and the order of the tables stays that of the header.
 #include "tovan/symcon.h"
 
-#include "tovan/api.h"
-#include "tovan/report.h"
-
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cstdio>
-#include <cstring>
 
 namespace tvn {
 
 namespace {
-
-constexpr const char* label = "src/tovan/symcon";
 
 constexpr symcon_entry entry(const char* family, std::string_view name, size_t prefix, int32_t value) {
   return {name, name.substr(prefix), family, value};
@@ -60,13 +52,6 @@ constexpr symcon_entry table[] = {
 #undef TVN_CALLBACK_CODE
 };
 
-constexpr size_t longest_name = std::max_element(std::begin(table), std::end(table), [](const auto& a, const auto& b) {
-                                  return a.name.size() < b.name.size();
-                                }) -> name.size();
-
-// All text buffers of callers hold at least TVN_MAX_STR_LEN bytes.
-void copy_text(char* to, std::string_view from) noexcept { std::memcpy(to, from.data(), from.size() + 1); }
-
 } // namespace
 
 std::span<const symcon_entry> all_symcons() noexcept { return table; }
@@ -88,53 +73,3 @@ std::string_view iparam_family(int32_t param) noexcept {
 }
 
 } // namespace tvn
-
-using namespace tvn;
-
-TVNrescodee TVN_getsymbcondim(TVNenv_t env, int32_t* num, size_t* maxlen) {
-  return api(env, [&](tvn::env&) {
-    if (num) *num = static_cast<int32_t>(std::size(table));
-    if (maxlen) *maxlen = longest_name;
-    return TVN_RES_OK;
-  });
-}
-
-TVNrescodee TVN_getsymbcon(TVNtask_t task, int32_t i, int32_t sizevalue, char* name, int32_t* value) {
-  return api(task, [&](tvn::task& t) {
-    if (i < 0) return report(t, label, __LINE__, TVN_RES_ERR_INDEX_IS_TOO_SMALL, i, "i");
-    if (i >= static_cast<int32_t>(std::size(table)))
-      return report(t, label, __LINE__, TVN_RES_ERR_INDEX_IS_TOO_LARGE, i, "i");
-    const symcon_entry& e = table[i];
-    if (value) *value = e.value;
-    if (!name || sizevalue <= 0) return TVN_RES_OK;
-    std::snprintf(name, static_cast<size_t>(sizevalue), "%s", e.name.data());
-    const auto len = static_cast<int32_t>(e.name.size());
-    return len < sizevalue ? TVN_RES_OK : report_result(t, label, __LINE__, TVN_RES_WRN_NAME_MAX_LEN, len, sizevalue);
-  });
-}
-
-int32_t TVN_symnamtovalue(const char* name, char* value) {
-  if (value) value[0] = '\0';
-  const symcon_entry* e = name ? find_symcon(name) : nullptr;
-  if (!e) return 0;
-  if (value) *std::to_chars(value, value + 12, e->value).ptr = '\0';
-  return 1;
-}
-
-TVNrescodee TVN_iparvaltosymnam(TVNenv_t env, int32_t param, int32_t value, char* buffer) {
-  return api(env, [&](tvn::env&) {
-    if (!buffer) return TVN_RES_ERR_NULL_POINTER;
-    const symcon_entry* e = find_symcon(iparam_family(param), value);
-    copy_text(buffer, e ? e->name : "");
-    return TVN_RES_OK;
-  });
-}
-
-TVNrescodee TVN_iparvaltostr(TVNenv_t env, int32_t param, int32_t value, char* buffer) {
-  return api(env, [&](tvn::env&) {
-    if (!buffer) return TVN_RES_ERR_NULL_POINTER;
-    const symcon_entry* e = find_symcon(iparam_family(param), value);
-    copy_text(buffer, e ? e->symbol : "");
-    return TVN_RES_OK;
-  });
-}

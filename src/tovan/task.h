@@ -79,5 +79,20 @@ inline bool is_busy(const task& t) noexcept {
   const user_calls& u = t.running;
   return u.progress > 0 || u.nonlinear > 0 || u.response > 0 || t.streams.running > 0;
 }
+inline bool has_nlfunc(const task& t) noexcept { return t.nl.getsp != nullptr; }
+int32_t problem_type(const task& t) noexcept; // TVN_PROBTYPE_*
+
+// A task without data, counted by its environment; and its end.
+TVNrescodee make_task(env& e, TVNtask_t& out);
+TVNrescodee destroy_task(task* t) noexcept;
+// Destroys a task that is not released.
+struct task_owner {
+  task* t = nullptr;
+  ~task_owner() {
+    if (t) (void)destroy_task(t);
+  }
+  task* release() noexcept { return std::exchange(t, nullptr); }
+};
+
 inline sysenv& TVN_getsysenv(task& t) noexcept { return *t.sys; }
 } // namespace tvn

@@ -5,7 +5,6 @@
 #include "tovan/api.h"
 #include "tovan/data.h"
 #include "tovan/names.h"
-#include "tovan/nlfunc.h"
 #include "tovan/sol.h"
 
 namespace tvn {
@@ -88,12 +87,6 @@ TVNrescodee copy_solutions(task& to, task& from) {
   return TVN_RES_OK;
 }
 
-// Deletes a clone that was not finished.
-struct task_owner {
-  TVNtask_t handle = nullptr;
-  ~task_owner() { (void)TVN_deletetask(&handle); }
-};
-
 TVNrescodee copy_task(task& to, task& from) {
   const problem& p = from.prob;
   TVNrescodee code = resize_task(to, p.maxnumcon, p.maxnumvar, p.maxnumcone, 0, 0);
@@ -125,9 +118,9 @@ TVNrescodee TVN_clonetask(TVNtask_t task, TVNtask_t* clonedtask) {
     if (has_nlfunc(t)) return report(t, label, __LINE__, TVN_RES_ERR_CANNOT_CLONE_NL);
     *clonedtask = nullptr;
     task_owner fresh;
-    if (const TVNrescodee code = TVN_makeemptytask(t.env, &fresh.handle)) return code;
-    if (const TVNrescodee code = copy_task(*fresh.handle, t)) return code;
-    *clonedtask = std::exchange(fresh.handle, nullptr);
+    if (const TVNrescodee code = TVN_makeemptytask(t.env, &fresh.t)) return code;
+    if (const TVNrescodee code = copy_task(*fresh.t, t)) return code;
+    *clonedtask = fresh.release();
     return TVN_RES_OK;
   });
 }

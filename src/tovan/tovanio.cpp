@@ -1,4 +1,4 @@
-// Opening of files, formats from names, and the entries that read and write a problem.
+// Formats from names, and the entries that read and write a problem.
 //
 // Reading: resolve the name, find format and compression, open (a failure, and a format without a reader, leaves the
 // task as it was), drop the old problem, hand the open file to the reader of the format, fill the information items. A
@@ -7,10 +7,10 @@
 
 #include "tovan/api.h"
 #include "tovan/data.h"
+#include "tovan/fileaccess.h"
 #include "tovan/log.h"
 #include "tovan/mpswrite.h"
 #include "tovan/names.h"
-#include "tovan/nlfunc.h"
 #include "tovan/param.h"
 #include "tovan/report.h"
 #include "tovan/symcontext.h"
@@ -24,8 +24,6 @@ namespace tvn {
 namespace {
 
 constexpr const char* label = "src/tovan/tovanio";
-
-constexpr int64_t longest_line = int64_t{1} << 30; // what has no line end before is no file of text
 
 constexpr const char* read_extensions[] = {"tbt", "mps", "lp", "opf", "xml", "fmps"};
 constexpr int32_t read_formats[] = {TVN_DATA_FORMAT_TBT, TVN_DATA_FORMAT_MPS, TVN_DATA_FORMAT_LP,
@@ -205,20 +203,6 @@ const char* sense_word(int32_t sense) noexcept {
 
 } // namespace
 
-TVNrescodee report_file(task& t, const char* from, int line, sys_code code, const char* name) noexcept {
-  return code == sys_code::ok ? TVN_RES_OK : report(t, from, line, TVN_sysrestores(code), name);
-}
-
-TVNrescodee TVN_fopentask(task& t, const char* name, file_mode mode, bool compressed, sysfile** out) {
-  *out = nullptr;
-  if (!name) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_FILE_NAME, "");
-  sys_code code = sys_code::ok;
-  *out = TVN_sysenv_fopen(*t.sys, name, mode, compressed, code);
-  if (code == sys_code::ok && logs_files(t) && t.streams.running == 0)
-    echo(t, TVN_STREAM_MSG, "Open file '%s'\n", name);
-  return report_file(t, label, __LINE__, code, name);
-}
-
 int32_t TVN_lastfileext(bool matchcase, std::span<const char* const> table, std::string_view name) noexcept {
   while (true) {
     const size_t point = name.rfind('.');
@@ -236,28 +220,6 @@ file_format read_format(int32_t format, std::string_view name) noexcept {
     format = k < static_cast<int32_t>(std::size(read_formats)) ? read_formats[k] : TVN_DATA_FORMAT_MPS;
   }
   return {format, ends_in_gz(name) || format == TVN_DATA_FORMAT_TBT};
-}
-
-bool TVN_readline(sysfile& file, vec<char>& line, sys_code& result) {
-  line.clear();
-  char piece[1024];
-  while (TVN_sysenv_fgets(file, piece, sizeof piece, result)) {
-    if (line.size() > longest_line) result = sys_code::file_read;
-    if (result != sys_code::ok) break;
-    line.append(piece, static_cast<int64_t>(std::strlen(piece)));
-    if (line.empty() || line.back() != '\n') continue;
-    line.pop_back();
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    line.push_back('\0');
-    return true;
-  }
-  const bool some = !line.empty();
-  line.push_back('\0');
-  return some && result == sys_code::ok;
-}
-
-bool logs_files(const task& t) noexcept {
-  return TVNP_getintparam(t, TVN_IPAR_LOG) > 0 && TVNP_getintparam(t, TVN_IPAR_LOG_FILE) > 0;
 }
 
 void read_summary(task& t, int32_t s) {

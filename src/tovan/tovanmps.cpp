@@ -2,11 +2,11 @@
 #include "tovan/tovanmps.h"
 
 #include "tovan/data.h"
+#include "tovan/fileaccess.h"
 #include "tovan/log.h"
 #include "tovan/names.h"
 #include "tovan/param.h"
 #include "tovan/report.h"
-#include "tovan/tovanio.h"
 
 #include <limits>
 

@@ -8,10 +8,10 @@
 #include "tovan/tovanmps.h"
 
 #include "tovan/data.h"
+#include "tovan/fileaccess.h"
 #include "tovan/log.h"
 #include "tovan/names.h"
 #include "tovan/report.h"
-#include "tovan/tovanio.h"
 
 namespace tvn {
 

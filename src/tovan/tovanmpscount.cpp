@@ -4,9 +4,9 @@
 // never too small.
 #include "tovan/tovanmps.h"
 
+#include "tovan/fileaccess.h"
 #include "tovan/log.h"
 #include "tovan/param.h"
-#include "tovan/tovanio.h"
 
 #include <limits>
 
