@@ -1,16 +1,26 @@
-# tvn_folder(NAME below...): the folder src/NAME as a static library of its own.
+# tvn_view(TARGET name): TARGET and who links it see the headers of src/NAME as "NAME/file.h". The include directory holds
+# nothing but a link to that folder.
+function(tvn_view target name)
+  string(REPLACE / _ flat ${name})
+  set(view ${PROJECT_BINARY_DIR}/view/${flat})
+  get_filename_component(parent ${view}/${name} DIRECTORY)
+  file(MAKE_DIRECTORY ${parent})
+  file(CREATE_LINK ${PROJECT_SOURCE_DIR}/src/${name} ${view}/${name} SYMBOLIC)
+  target_include_directories(${target} PUBLIC ${view})
+endfunction()
+
+# tvn_folder(NAME below...): the folder src/NAME as a static library of its own, tvn_NAME with _ for /.
 #
-# Headers are included as "NAME/file.h". Each folder publishes one include directory that holds nothing but a link
-# to itself, and sees only those of the folders that it names, so an upward include finds no file.
+# Each folder publishes one view of itself and sees only those of the folders that it names, so an upward include finds
+# no file.
 function(tvn_folder name)
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
-  set(view ${PROJECT_BINARY_DIR}/view/${name})
-  file(MAKE_DIRECTORY ${view})
-  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${view}/${name} SYMBOLIC)
-  add_library(tvn_${name} STATIC ${sources})
-  target_include_directories(tvn_${name} PUBLIC ${view})
-  target_link_libraries(tvn_${name} PUBLIC tvn_flags)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/${name}/*.cpp)
+  string(REPLACE / _ target tvn_${name})
+  add_library(${target} STATIC ${sources})
+  tvn_view(${target} ${name})
+  target_link_libraries(${target} PUBLIC tvn_flags)
   foreach(below IN LISTS ARGN)
-    target_link_libraries(tvn_${name} PUBLIC tvn_${below})
+    string(REPLACE / _ below ${below})
+    target_link_libraries(${target} PUBLIC tvn_${below})
   endforeach()
 endfunction()

@@ -17,8 +17,11 @@ set_target_properties(tovan PROPERTIES
   LINK_DEPENDS ${PROJECT_BINARY_DIR}/tovan.map)
 target_include_directories(tovan PUBLIC
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-target_link_libraries(tovan PRIVATE
-  tvn_flags -Wl,--whole-archive tvn_tovan -Wl,--no-whole-archive)
+# Exported functions stand in the rooms of src/tovan, and nothing in the library calls them: taken whole.
+target_link_libraries(tovan PRIVATE tvn_flags tvn_tovan)
+list(TRANSFORM tovan_rooms PREPEND tvn_tovan_ OUTPUT_VARIABLE whole)
+list(JOIN whole "," whole)
+set_property(TARGET tovan PROPERTY LINK_LIBRARY_OVERRIDE "WHOLE_ARCHIVE,${whole}")
 target_link_options(tovan PRIVATE
   -Wl,--version-script=${PROJECT_BINARY_DIR}/tovan.map
   -Wl,--no-undefined-version -Wl,-z,defs -Wl,--as-needed)

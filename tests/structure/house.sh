@@ -15,12 +15,12 @@ grep -rnE '#include <(vector|string|iostream|fstream|sstream|map|unordered_map|m
   grep -v '^src/tovan/gen/' | rule "standard containers, streams or locales inside the library"
 grep -rnwE '(stod|strtod|atof|setlocale)' src --include='*.cpp' --include='*.h' | rule "conversions that follow the locale"
 grep -rnE 'vsnprintf|std::snprintf\(.*%[-+0-9.*]*[aefgAEFG]' src --include='*.cpp' --include='*.h' |
-  grep -vE '^src/(cpub/format|tovan/cxxruntime)\.cpp' | rule "texts that follow the locale: cpub/format.h has the way"
+  grep -vE '^src/(cpub/format|tovan/task/cxxruntime)\.cpp' | rule "texts that follow the locale: cpub/format.h has the way"
 find src \( -name '*.cpp' -o -name '*.h' \) -exec awk 'END { if (NR > 600) print FILENAME ": " NR " lines" }' {} \; |
   rule "files that hold more than one idea"
 find src \( -name '*.cpp' -o -name '*.h' \) -exec awk 'FNR == 1 && !/^\/\// { print FILENAME }' {} \; |
   rule "files without an opening comment"
-for folder in src/*/; do
+find src -name '*.h' -exec dirname {} \; | sort -u | while read -r folder; do
   [ -f "$folder/README.md" ] || echo "$folder has none"
   [ ! -f "$folder/README.md" ] || awk 'END { if (NR > 30) print FILENAME ": " NR " lines" }' "$folder/README.md"
 done | rule "folder READMEs of at most 30 lines"

@@ -1,7 +1,7 @@
 // If these fail, a fault inside the library ends the process without a trace, or a message names the wrong item.
-#include "tovan/api.h"
-#include "tovan/convert.h"
-#include "tovan/param.h"
+#include "tovan/task/api.h"
+#include "tovan/task/convert.h"
+#include "tovan/task/param.h"
 
 #include <filesystem>
 #include <fstream>

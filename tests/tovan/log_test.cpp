@@ -1,10 +1,10 @@
 // If these fail, a user reads a log that lies: lines of a run that was silenced, a summary that does not add up, or a
 // message whose Danish form shows other numbers than the English one.
-#include "tovan/log.h"
+#include "tovan/task/log.h"
 
-#include "tovan/msg.h"
-#include "tovan/param.h"
-#include "tovan/symcon.h"
+#include "tovan/task/msg.h"
+#include "tovan/task/param.h"
+#include "tovan/tables/symcon.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

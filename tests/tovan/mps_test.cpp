@@ -1,7 +1,7 @@
 // If these fail, a file is read as another problem than its author wrote. Here the lines and fields; whole files are
 // read through the interface in tests/api.
-#include "tovan/readmps.h"
-#include "tovan/readmpsnames.h"
+#include "tovan/files/mps/readmps.h"
+#include "tovan/files/mps/readmpsnames.h"
 
 #include <cmath>
 #include <filesystem>

@@ -1,8 +1,8 @@
 // If these fail, a constant of the header means another parameter, item or code inside the library.
-#include "tovan/infitems.h"
-#include "tovan/paramtables.h"
-#include "tovan/rescode.h"
-#include "tovan/symcon.h"
+#include "tovan/tables/infitems.h"
+#include "tovan/tables/paramtables.h"
+#include "tovan/tables/rescode.h"
+#include "tovan/tables/symcon.h"
 
 #include <gtest/gtest.h>
 #include <map>

@@ -1,8 +1,8 @@
 // If this fails, a task leaks or loses scratch memory, stops without a word, or lends its matrix while it changes.
-#include "tovan/api.h"
-#include "tovan/data.h"
-#include "tovan/names.h"
-#include "tovan/scratch.h"
+#include "tovan/task/api.h"
+#include "tovan/data/data.h"
+#include "tovan/task/names.h"
+#include "tovan/task/scratch.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,165 @@
+// The optimize driver: reset, choice of the road, conversion of results.
+//
+// Roads whose optimizer is not part of the library answer with an error before the solutions are touched. A linear
+// problem under the free choice goes to the simplex optimizer, and the log says so.
+#include "tovan/optimize/optimize.h"
+
+#include "tovan/task/api.h"
+#include "tovan/task/convert.h"
+#include "tovan/data/data.h"
+#include "tovan/task/log.h"
+#include "tovan/task/report.h"
+#include "tovan/solution/sol.h"
+#include "tovan/measures/solinf.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr const char* label = "src/tovan/tovanopt";
+
+bool is_simplex(int32_t optimizer) {
+  return optimizer == TVN_OPTIMIZER_PRIMAL_SIMPLEX || optimizer == TVN_OPTIMIZER_DUAL_SIMPLEX ||
+         optimizer == TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX || optimizer == TVN_OPTIMIZER_FREE_SIMPLEX;
+}
+
+TVNrescodee sort_columns(task& t) {
+  // Two transpositions leave the indices of each column ascending.
+  if (t.prob.a.made()) {
+    TVN_sprmat_viewrows(t.prob.a);
+    TVN_sprmat_viewcols(t.prob.a);
+  }
+  return TVN_RES_OK;
+}
+
+} // namespace
+
+TVNrescodee TVN_inittaskbeforeoptimize(task& t) {
+  const int32_t sense = TVN_getoptobjsense(t);
+  if (sense != TVN_OBJECTIVE_SENSE_MINIMIZE && sense != TVN_OBJECTIVE_SENSE_MAXIMIZE)
+    return report(t, label, __LINE__, TVN_RES_ERR_UNDEFINED_OBJECTIVE_SENSE);
+  t.logheadprinted = 0;
+  auto& info = t.info;
+  info.intg[TVN_IINF_OPT_NUMCON] = t.prob.numcon;
+  info.intg[TVN_IINF_OPT_NUMVAR] = t.prob.numvar;
+  for (size_t k = 0; k < info.lint.size(); k++)
+    if (k != TVN_LIINF_RD_NUMANZ && k != TVN_LIINF_RD_NUMQNZ) info.lint[k] = 0; // those two are of the last read
+  info.private_dou.fill(0);
+  info.private_intg.fill(0);
+  info.private_lint.fill(0);
+  for (const int32_t item :
+       {TVN_DINF_BI_CLEAN_DUAL_TIME, TVN_DINF_BI_CLEAN_PRIMAL_DUAL_TIME, TVN_DINF_BI_CLEAN_PRIMAL_TIME,
+        TVN_DINF_BI_CLEAN_TIME, TVN_DINF_BI_DUAL_TIME, TVN_DINF_BI_PRIMAL_TIME, TVN_DINF_BI_TIME, TVN_DINF_INTPNT_TIME,
+        TVN_DINF_INTPNT_ORDER_TIME, TVN_DINF_INTPNT_FACTOR_NUM_FLOPS, TVN_DINF_PRESOLVE_TIME})
+    info.dou[static_cast<size_t>(item)] = 0;
+  for (const int32_t item : {TVN_IINF_INTPNT_ITER, TVN_IINF_INTPNT_FACTOR_NUM_OFFCOL, TVN_IINF_SIM_PRIMAL_ITER,
+                             TVN_IINF_SIM_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DUAL_ITER})
+    info.intg[static_cast<size_t>(item)] = 0;
+  return t.params.ival[TVN_IPAR_AUTO_SORT_A_BEFORE_OPT] ? sort_columns(t) : TVN_RES_OK;
+}
+
+TVNrescodee missing_optimizer(task& t, const char* name) {
+  const TVNrescodee code = report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, t.params.ival[TVN_IPAR_OPTIMIZER]);
+  echo(t, TVN_STREAM_ERR, "This version of the library has no %s.\n", name);
+  return code;
+}
+
+namespace {
+
+// A choice that cannot take problems of this type.
+TVNrescodee wrong_optimizer(task& t) {
+  return report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, t.params.ival[TVN_IPAR_OPTIMIZER]);
+}
+
+TVNrescodee TVN_conicoptimizer(task& t) {
+  const int32_t type = problem_type(t);
+  if (type != TVN_PROBTYPE_CONIC && type != TVN_PROBTYPE_LO) return wrong_optimizer(t);
+  return missing_optimizer(t, "conic optimizer");
+}
+
+} // namespace
+
+TVNrescodee TVN_contoptimizer(task& t) {
+  const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER], type = problem_type(t);
+  if (optimizer == TVN_OPTIMIZER_CONIC || (optimizer == TVN_OPTIMIZER_FREE && t.prob.numcone > 0))
+    return TVN_conicoptimizer(t);
+  if (is_simplex(optimizer)) return type == TVN_PROBTYPE_LO ? TVN_simplexoptimizer(t) : wrong_optimizer(t);
+  if (type == TVN_PROBTYPE_MIXED) return report(t, label, __LINE__, TVN_RES_ERR_MIXED_PROBLEM);
+  if (type == TVN_PROBTYPE_CONIC) return wrong_optimizer(t);
+  if (optimizer == TVN_OPTIMIZER_QCONE && type != TVN_PROBTYPE_GECO)
+    return missing_optimizer(t, "direct optimizer for quadratic problems");
+  if (optimizer != TVN_OPTIMIZER_FREE || type != TVN_PROBTYPE_LO)
+    return missing_optimizer(t, "interior-point optimizer");
+  if (is_logged(t, TVN_IPAR_LOG_OPTIMIZER))
+    echo(t, TVN_STREAM_MSG, "The linear problem is solved by the simplex optimizer.\n");
+  return TVN_simplexoptimizer(t);
+}
+
+namespace {
+
+TVNrescodee TVN_globaloptimizer(task& t) {
+  const TVNrescodee code = report(t, label, __LINE__, TVN_RES_ERR_MIO_NO_OPTIMIZER);
+  if (count_integers(t.prob) > 0)
+    echo(t, TVN_STREAM_ERR, "TVN_IPAR_MIO_MODE set to TVN_MIO_MODE_IGNORED solves the relaxation.\n");
+  return code;
+}
+
+bool wants_reformulation(const task& t) {
+  const int32_t type = problem_type(t);
+  return (type == TVN_PROBTYPE_QO || type == TVN_PROBTYPE_QCQO) &&
+         (t.params.ival[TVN_IPAR_OPTIMIZER] == TVN_OPTIMIZER_CONIC ||
+          t.params.ival[TVN_IPAR_QO_SEPARABLE_REFORMULATION] == TVN_ON);
+}
+
+TVNrescodee run_road(task& t) {
+  const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER];
+  if (optimizer == TVN_OPTIMIZER_CONCURRENT) return missing_optimizer(t, "concurrent optimizer");
+  const bool integer = count_integers(t.prob) > 0 && t.params.ival[TVN_IPAR_MIO_MODE] != TVN_MIO_MODE_IGNORED;
+  if (integer || optimizer == TVN_OPTIMIZER_NONCONVEX) return TVN_globaloptimizer(t);
+  if (wants_reformulation(t)) return missing_optimizer(t, "reformulation of quadratic problems");
+  return TVN_contoptimizer(t);
+}
+
+TVNrescodee update_solution_items(task& t) {
+  TVNrescodee code = TVN_RES_OK;
+  for (int32_t which = 0; which < 3; which++) {
+    if (!TVN_solutiondef(t, which)) continue;
+    if (const TVNrescodee c = TVN_updatesolutioninfo(t, which); code == TVN_RES_OK) code = c;
+  }
+  return code;
+}
+
+TVNrescodee optimize(task& t) {
+  t.optstart = TVN_sysenv_gettime();
+  t.numoptimize++;
+  if (const TVNrescodee code = TVN_tovanlogr(&t, TVN_CALLBACK_BEGIN_OPTIMIZER)) return code;
+  TVNrescodee code = t.params.ival[TVN_IPAR_CHECK_TASK_DATA] ? TVN_checkdata(t) : TVN_RES_OK;
+  if (code == TVN_RES_OK) {
+    TVN_markbuffersfordelete(t.buffers);
+    code = TVN_inittaskbeforeoptimize(t);
+  }
+  if (code == TVN_RES_OK) {
+    if (is_logged(t, TVN_IPAR_LOG_OPTIMIZER)) tell_ineffective_parameters(t);
+    code = run_road(t);
+    if (t.params.ival[TVN_IPAR_AUTO_UPDATE_SOL_INFO])
+      if (const TVNrescodee c = update_solution_items(t); code == TVN_RES_OK) code = c;
+  }
+  t.optstop = TVN_sysenv_gettime();
+  if (const TVNrescodee c = TVN_tovanlogr(&t, TVN_CALLBACK_END_OPTIMIZER); code == TVN_RES_OK) code = c;
+  t.info.intg[TVN_IINF_OPTIMIZE_RESPONSE] = code;
+  return code;
+}
+
+} // namespace
+} // namespace tvn
+
+TVNrescodee TVN_optimize(TVNtask_t task) {
+  return tvn::api_change(task, [](tvn::task& t) { return tvn::optimize(t); });
+}
+
+TVNrescodee TVN_optimizetrm(TVNtask_t task, TVNrescodee* trmcode) {
+  const TVNrescodee code = TVN_optimize(task);
+  const bool termination = code > 3999;
+  if (trmcode) *trmcode = termination ? code : TVN_RES_OK;
+  return termination ? TVN_RES_OK : code;
+}

@@ -1,0 +1,19 @@
+// The roads of an optimizer run.
+#pragma once
+
+#include "tovan/task/task.h"
+
+namespace tvn {
+
+// Items of the last run to zero, sizes noted, log head allowed again. Undefined objective sense is an error.
+TVNrescodee TVN_inittaskbeforeoptimize(task& t);
+// Names the parameters that are set and have no effect yet, on the message stream.
+void tell_ineffective_parameters(task& t) noexcept;
+// A road that ends before its optimizer: the code that says the choice does not work, and why.
+TVNrescodee missing_optimizer(task& t, const char* name);
+// Continuous problems.
+TVNrescodee TVN_contoptimizer(task& t);
+// Linear problems by a simplex optimizer, into the basic slot.
+TVNrescodee TVN_simplexoptimizer(task& t);
+
+} // namespace tvn

@@ -1,0 +1,216 @@
+// The simplex road: settings and views for the simplex frame, its result into the basic slot.
+//
+// A is lent by the store and locked for the run, by a guard that ends the loan on every exit path. The frame minimises:
+// a maximisation gives it negated copies of the costs, so that the user's functions read the task as it is during the
+// run. No other array is copied; the slots are the run's own, undefined until it is over.
+#include "tovan/task/convert.h"
+#include "tovan/data/data.h"
+#include "tovan/task/log.h"
+#include "tovan/optimize/optimize.h"
+#include "tovan/optimize/presolvelog.h"
+#include "tovan/task/report.h"
+#include "tovan/solution/sol.h"
+#include "tovan/optimize/tovansimlog.h"
+
+#include "simplex/simplex.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr const char* label = "src/tovan/tovansim";
+
+// Public pricing constants to the internal numbers.
+int32_t selection_number(int32_t value) {
+  switch (value) {
+  case TVN_SIM_SELECTION_FULL: return sel_full;
+  case TVN_SIM_SELECTION_ASE: return sel_ase;
+  case TVN_SIM_SELECTION_DEVEX: return sel_devex;
+  case TVN_SIM_SELECTION_SE: return sel_se;
+  case TVN_SIM_SELECTION_PARTIAL: return sel_partial;
+  default: return sel_free;
+  }
+}
+
+int32_t scaling_number(int32_t value) {
+  switch (value) {
+  case TVN_SCALING_NONE: return 0;
+  case TVN_SCALING_MODERATE: return 3;
+  case TVN_SCALING_AGGRESSIVE: return 4;
+  default: return 1;
+  }
+}
+
+int32_t dupvec_number(int32_t value) {
+  switch (value) {
+  case TVN_SIM_EXPLOIT_DUPVEC_ON: return 2;
+  case TVN_SIM_EXPLOIT_DUPVEC_FREE: return 1;
+  default: return 0;
+  }
+}
+
+int32_t reformulation_number(int32_t value) {
+  switch (value) {
+  case TVN_SIM_REFORMULATION_ON: return reform_on;
+  case TVN_SIM_REFORMULATION_FREE: return reform_free;
+  case TVN_SIM_REFORMULATION_AGGRESSIVE: return reform_aggressive;
+  default: return reform_off;
+  }
+}
+
+simplex_kind optimizer_number(int32_t value) {
+  switch (value) {
+  case TVN_OPTIMIZER_PRIMAL_SIMPLEX: return kind_primal;
+  case TVN_OPTIMIZER_DUAL_SIMPLEX: return kind_dual;
+  default: return kind_free;
+  }
+}
+
+void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
+  const auto& iv = t.params.ival;
+  const auto& dv = t.params.dval;
+  p.optimizer = optimizer_number(iv[TVN_IPAR_OPTIMIZER]);
+  p.cleanoptimizer = optimizer_number(iv[TVN_IPAR_BI_CLEAN_OPTIMIZER]);
+  p.presolve = iv[TVN_IPAR_PRESOLVE_USE];
+  p.prslv = TVN_presolveparam(t);
+  p.degen = iv[TVN_IPAR_SIM_DEGEN];
+  p.scaling = scaling_number(iv[TVN_IPAR_SIM_SCALING]);
+  p.scalingmethod = iv[TVN_IPAR_SIM_SCALING_METHOD] == TVN_SCALING_METHOD_FREE ? 1 : 0;
+  p.savelu = iv[TVN_IPAR_SIM_SAVE_LU] != 0;
+  p.uselu = iv[TVN_IPAR_SIM_BASIS_FACTOR_USE] != 0;
+  p.nonsingular = iv[TVN_IPAR_SIM_NON_SINGULAR] != 0;
+  p.selection = selection_number(iv[TVN_IPAR_SIM_PRIMAL_SELECTION]);
+  p.dualselection = selection_number(iv[TVN_IPAR_SIM_DUAL_SELECTION]);
+  p.primalcrash = iv[TVN_IPAR_SIM_PRIMAL_CRASH];
+  p.dualcrash = iv[TVN_IPAR_SIM_DUAL_CRASH];
+  p.dualphaseone = iv[TVN_IPAR_SIM_DUAL_PHASEONE_METHOD];
+  p.dupvec = dupvec_number(iv[TVN_IPAR_SIM_EXPLOIT_DUPVEC]);
+  p.reformulation = reformulation_number(iv[TVN_IPAR_SIM_REFORMULATION]);
+  p.restrictpct = iv[TVN_IPAR_SIM_PRIMAL_RESTRICT_SELECTION];
+  p.maxiterations = iv[TVN_IPAR_SIM_MAX_ITERATIONS];
+  p.maxsetbacks = iv[TVN_IPAR_SIM_MAX_NUM_SETBACKS];
+  p.refactorfreq = iv[TVN_IPAR_SIM_REFACTOR_FREQ];
+  p.logfreq = iv[TVN_IPAR_LOG_SIM_FREQ];
+  p.tolx = dv[TVN_DPAR_BASIS_TOL_X];
+  p.tols = dv[TVN_DPAR_BASIS_TOL_S];
+  p.tolabspiv = dv[TVN_DPAR_SIMPLEX_ABS_TOL_PIV];
+  p.tolrelpiv = dv[TVN_DPAR_SIM_LU_TOL_REL_PIV];
+  p.maxtime = dv[TVN_DPAR_OPTIMIZER_MAX_TIME];
+  p.starttime = t.optstart;
+  // The cuts are on the user's objective; the frame minimises. The primal objective falls through the lower one, the
+  // dual objective rises through the upper one.
+  const bool low = dv[TVN_DPAR_LOWER_OBJ_CUT] > dv[TVN_DPAR_LOWER_OBJ_CUT_FINITE_TRH],
+             upp = dv[TVN_DPAR_UPPER_OBJ_CUT] < dv[TVN_DPAR_UPPER_OBJ_CUT_FINITE_TRH];
+  p.usecutlow = maximize ? upp : low;
+  p.cutlow = maximize ? -dv[TVN_DPAR_UPPER_OBJ_CUT] : dv[TVN_DPAR_LOWER_OBJ_CUT];
+  p.usecutupp = maximize ? low : upp;
+  p.cutupp = maximize ? -dv[TVN_DPAR_LOWER_OBJ_CUT] : dv[TVN_DPAR_UPPER_OBJ_CUT];
+}
+
+// Other values than those of the user, where the sense asks for them. A zero stays a positive one.
+void negate(const double* from, int32_t num, double* to) noexcept {
+  for (int32_t k = 0; k < num; k++) to[k] = 0.0 - from[k];
+}
+
+struct negated_costs {
+  buffer<double> c, cslack;
+  negated_costs(task& t, bool maximize) {
+    if (!maximize) return;
+    c.reset(*t.sys, t.prob.numvar);
+    cslack.reset(*t.sys, t.prob.numcon);
+    negate(t.prob.c.data(), t.prob.numvar, c.data());
+    negate(t.prob.cslack.data(), t.prob.numcon, cslack.data());
+  }
+};
+
+// Duals between the user's sense and that of the frame; in either no zero keeps a sign.
+void turn_duals(const task& t, bool maximize, const lp_solution& s) noexcept {
+  const auto turn = [&](double* v, int32_t num) {
+    for (int32_t k = 0; k < num; k++) v[k] = maximize ? 0.0 - v[k] : v[k] + 0.0;
+  };
+  for (double* v : {s.y, s.slc, s.suc}) turn(v, t.prob.numcon);
+  for (double* v : {s.slx, s.sux}) turn(v, t.prob.numvar);
+}
+
+lp_view make_view(const task& t, bool maximize, const negated_costs& negated, const sprmat_view& a) {
+  const problem& p = t.prob;
+  lp_view v;
+  v.numcon = p.numcon;
+  v.numvar = p.numvar;
+  v.cfix = maximize ? 0.0 - p.cfix : p.cfix;
+  v.cslack = maximize ? negated.cslack.data() : p.cslack.data();
+  v.c = maximize ? negated.c.data() : p.c.data();
+  v.ptrb = a.ptrb;
+  v.ptre = a.ptre;
+  v.sub = a.sub;
+  v.val = a.val;
+  v.bkc = p.bkc.data();
+  v.bkx = p.bkx.data();
+  v.blc = p.blc.data();
+  v.buc = p.buc.data();
+  v.blx = p.blx.data();
+  v.bux = p.bux.data();
+  return v;
+}
+
+// How the stored basic solution may start the run: 0 not at all, 4 primal feasible, 5 dual feasible, 6 otherwise.
+int32_t hotstart_mode(const task& t) {
+  const int32_t wish = t.params.ival[TVN_IPAR_SIM_HOTSTART];
+  if (!t.sols.defined[TVN_SOL_BAS] || wish == TVN_SIM_HOTSTART_NONE) return 0;
+  const int32_t solsta = t.sols.solsta[TVN_SOL_BAS];
+  if (solsta == TVN_SOL_STA_PRIM_FEAS || wish == TVN_SIM_HOTSTART_STATUS_KEYS) return 4;
+  return solsta == TVN_SOL_STA_DUAL_FEAS ? 5 : 6;
+}
+
+void reset_items(task& t) {
+  for (const int32_t item : {TVN_DINF_OPTIMIZER_TIME, TVN_DINF_SIM_TIME, TVN_DINF_SIM_OBJ, TVN_DINF_SIM_FEAS,
+                             TVN_DINF_SIM_PRIMAL_TIME, TVN_DINF_SIM_DUAL_TIME, TVN_DINF_SIM_PRIMAL_DUAL_TIME})
+    t.info.dou[static_cast<size_t>(item)] = 0;
+  for (const int32_t item :
+       {TVN_IINF_SIM_PRIMAL_ITER, TVN_IINF_SIM_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DEG_ITER,
+        TVN_IINF_SIM_DUAL_DEG_ITER, TVN_IINF_SIM_PRIMAL_INF_ITER, TVN_IINF_SIM_DUAL_INF_ITER,
+        TVN_IINF_SIM_PRIMAL_HOTSTART, TVN_IINF_SIM_DUAL_HOTSTART, TVN_IINF_SIM_PRIMAL_HOTSTART_LU,
+        TVN_IINF_SIM_DUAL_HOTSTART_LU})
+    t.info.intg[static_cast<size_t>(item)] = 0;
+}
+
+} // namespace
+
+TVNrescodee TVN_simplexoptimizer(task& t) {
+  reset_items(t);
+  const bool maximize = TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE;
+  const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER];
+  if (optimizer == TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX) return missing_optimizer(t, "primal-dual simplex optimizer");
+  sim_run run{&t, maximize ? -1.0 : 1.0, TVN_sysenv_gettime(), TVN_RES_OK, -1, 0, {}};
+  if (const TVNrescodee code = TVN_tovanlog(&t, TVN_CALLBACK_BEGIN_SIMPLEX)) return code;
+
+  TVN_makesolution(t, TVN_SOL_BAS);
+  TVN_lu_invfac(t.basis.factor); // of a basis that the run leaves
+  if (t.params.ival[TVN_IPAR_SIM_HOTSTART_LU] == 0) t.kept = kept_basis{};
+  simplex_param param;
+  tovansim_setparam(t, maximize, param);
+  param.hotstart = hotstart_mode(t);
+  param.keysonly = t.params.ival[TVN_IPAR_SIM_HOTSTART] == TVN_SIM_HOTSTART_STATUS_KEYS;
+  const sol_ptrs ptrs = TVN_getsolptrs(t, TVN_SOL_BAS);
+  lp_solution sol{ptrs.skc, ptrs.skx, ptrs.xc, ptrs.xx, ptrs.y, ptrs.slc, ptrs.suc, ptrs.slx, ptrs.sux};
+  const negated_costs negated(t, maximize);
+  TVN_invalidallsol(t);
+  simplex_info info;
+  {
+    const lent_matrix matrix(t);
+    if (param.hotstart != 0) turn_duals(t, maximize, sol);
+    const simplex_progress progress{&run, TVN_simplexprogress};
+    TVN_simplex_optimize(*t.sys, make_view(t, maximize, negated, matrix.a), param, info, progress, sol, &t.kept);
+    turn_duals(t, maximize, sol);
+  }
+  t.sols.defined[TVN_SOL_BAS] = 1;
+  t.sols.prosta[TVN_SOL_BAS] = TVN_convertprosta(info.prosta);
+  t.sols.solsta[TVN_SOL_BAS] = TVN_convertsolsta(info.solsta);
+  update_simplexitems(run, info);
+  const TVNrescodee code = run.trm != TVN_RES_OK ? run.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
+  log_simplexend(run, info, code);
+  if (const TVNrescodee c = TVN_tovanlog(&t, TVN_CALLBACK_END_SIMPLEX); code == TVN_RES_OK) return c;
+  return code;
+}
+
+} // namespace tvn
