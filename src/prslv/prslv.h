@@ -37,22 +37,24 @@ struct prslv_param {
   int32_t loglevel = 0;         // above 1: options and summary
   int32_t timing = 1;           // above 1: measure each task
   int32_t use = 1;              // 0: count only
-  int32_t relax = 1;            // drop column bounds that rows imply
+  int32_t relax = 0;            // drop column bounds that rows imply: at a vertex free columns have nowhere to rest
   int32_t lindep = 1;           // linear dependency check
   int32_t eliminatortries = -1; // negative: no limit
   int32_t elimfill = 1;         // times the original nonzeros that the eliminator may fill
-  double tolx = 1e-6;           // feasibility
-  double tols = 1e-6;           // dual
+  double tolx = 1e-8;           // feasibility
+  double tols = 1e-8;           // dual
   double tolaij = 1e-12;        // absolute drop
-  double reldrop = 1e-8;        // relative drop
+  double reldrop = 1e-12;       // relative drop: 1e-8 of a coefficient times a value of 1e6 shows in the user's row
   double tollindep = 1e-6;
   double pivlimit = 0.01;    // stability of a pivot relative to its row and column
   double growthlimit = 4.0;  // of the largest entry of a row by one elimination
   double sizelimit = 1e8;    // of any entry
   double fillfactor = 0.2;   // spare room for fill, times elimfill
-  int32_t lindepworklim = 0; // 0: none
+  int32_t lindepworklim = 1; // 0: none
   bool keepprimal = false;   // every feasible point must survive: no dominated columns
   bool keepdual = false;     // no relaxing of bounds
+
+  bool operator==(const prslv_param&) const = default;
 };
 
 // Reductions by record type.

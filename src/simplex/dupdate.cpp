@@ -12,6 +12,7 @@ namespace tvn {
 namespace {
 
 constexpr double maxweight = 1e20;
+constexpr double faintweight = 1e10; // weights that come down from above it are differences of large numbers
 
 // Weights are kept within [1, 1e20]; a little noise keeps ties apart.
 double bounded(dual_state& s, double w) {
@@ -98,7 +99,9 @@ void dsimplex_updatebasics(dual_state& s, int32_t r, double step, double pivot) 
     }
     dsimplex_notechange(s, k, b);
   }
-  if (weighted) s.basic[r].weight = bounded(s, own + norm / (pivot * pivot));
+  if (!weighted) return;
+  s.basic[r].weight = bounded(s, own + norm / (pivot * pivot));
+  if (s.basic[r].weight > faintweight) s.exactweights = false;
 }
 
 void dsimplex_exchange(dual_state& s, int32_t r, int32_t q, bool to_upper) {

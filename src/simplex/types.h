@@ -54,7 +54,7 @@ struct simplex_param {
   int32_t cleanoptimizer = kind_free; // of the run on the user's problem after presolve's undo, when one is needed
   int32_t hotstart = 0;               // 0 none, 4 start primal feasible, 5 dual feasible, 6 otherwise
   bool keysonly = false;              // the values of the start do not count
-  int32_t presolve = 0;               // 0 no, 1 yes, 2 free: yes unless the run is short or the start is good
+  int32_t presolve = 2;               // 0 no, 1 yes, 2 free: yes unless the run is short or the start is good
   prslv_param prslv;                  // settings of presolve
   int32_t degen = 1;                  // 0 none, 1 free, 2 aggressive, 3 moderate, 4 minimum
   int32_t scaling = 1;                // 0 none, 1 free, 3 moderate, 4 aggressive
@@ -73,19 +73,21 @@ struct simplex_param {
   int32_t reformulation = reform_off; // opposite columns as one before the run
   int32_t restrictpct = 50;           // percentage of restriction of the primal candidate list
   int32_t maxiterations = 10000000;
-  int32_t maxsetbacks = 200;
+  int32_t maxsetbacks = 250;
   int32_t refactorfreq = 0; // 0 automatic
   int32_t logfreq = 500;
   double tolx = 1e-6; // primal feasibility, absolute, in the user's units relative to 1 + |bound|
   double tols = 1e-6; // dual feasibility
   double tolabspiv = 1e-7;
-  double tolrelpiv = 0.001; // of the factor
-  double maxtime = -1;      // seconds from `starttime`, negative: none
-  double starttime = 0;     // clock reading at the start of the run
-  bool usecutlow = false;   // stop once a feasible point is known below cutlow (of the minimisation)
+  double tolrelpiv = 0.01; // of the factor
+  double maxtime = -1;     // seconds from `starttime`, negative: none
+  double starttime = 0;    // clock reading at the start of the run
+  bool usecutlow = false;  // stop once a feasible point is known below cutlow (of the minimisation)
   double cutlow = -1e30;
   bool usecutupp = false; // stop once it is known that no point lies below cutupp
   double cutupp = 1e30;
+
+  bool operator==(const simplex_param&) const = default;
 };
 
 // Events handed to the progress function.

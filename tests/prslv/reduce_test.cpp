@@ -53,7 +53,7 @@ outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true
       tvn::reduced_problem r;
       tvn::TVN_simplex_copyreduced(*sys, *ctx, r);
       tvn::simplex_info info;
-      tvn::simplex_param simplex;
+      tvn::simplex_param simplex = direct_param();
       simplex.presolve = 0;
       simplex.optimizer = tvn::kind_primal;
       tvn::TVN_simplex_optimize(*sys, r.lp, simplex, info, {}, r.sol);
@@ -100,7 +100,7 @@ tvn::simplex_info solve_directly(lp_case& p, lp_point& point) {
   tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
   tvn::simplex_info info;
   tvn::lp_solution sol = point.view();
-  tvn::simplex_param plain;
+  tvn::simplex_param plain = direct_param();
   plain.presolve = 0;
   plain.optimizer = tvn::kind_primal;
   tvn::TVN_simplex_optimize(*sys, p.view(), plain, info, {}, sol);

@@ -12,7 +12,7 @@ namespace {
 struct kept_run {
   tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
   std::unique_ptr<tvn::kept_basis> kept = std::make_unique<tvn::kept_basis>();
-  tvn::simplex_param param;
+  tvn::simplex_param param = direct_param();
   tvn::simplex_info info;
 
   kept_run() { param.savelu = true; }

@@ -40,7 +40,7 @@ struct outcome {
 constexpr tvn::simplex_kind kinds[] = {tvn::kind_free, tvn::kind_primal, tvn::kind_dual};
 
 tvn::simplex_param by(tvn::simplex_kind kind) {
-  tvn::simplex_param param;
+  tvn::simplex_param param = direct_param();
   param.optimizer = kind;
   return param;
 }
@@ -49,7 +49,7 @@ int64_t iterations(const tvn::simplex_info& info) {
   return info.count[tvn::kind_primal].iterations + info.count[tvn::kind_dual].iterations;
 }
 
-outcome solve(lp_case& p, tvn::simplex_param param = {}, int64_t stop_at = -1, const lp_point* start = nullptr,
+outcome solve(lp_case& p, tvn::simplex_param param = direct_param(), int64_t stop_at = -1, const lp_point* start = nullptr,
               int32_t logfreq = 1) {
   outcome o{{}, start ? *start : lp_point(p), {}};
   o.seen.sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
@@ -239,7 +239,7 @@ TEST(HotStart, AfterAChangeOfBoundsOrCostsTakesFewIterations) {
         p.blx[j] -= 0.5;
     }
     const outcome cold = solve(p);
-    tvn::simplex_param param;
+    tvn::simplex_param param = direct_param();
     param.hotstart = 6;
     const outcome hot = solve(p, param, -1, &first.point);
     ASSERT_EQ(cold.info.solsta, tvn::sol_optimal);
@@ -306,7 +306,7 @@ TEST(NotFinite, DataNeverGiveAnOptimum) {
 TEST(Trivial, ProblemsWithoutRowsOrColumnsAndCrossingBoundsAreSettled) {
   for (const int32_t presolve : {0, 1}) {
     const auto settled = [&](lp_case& p) {
-      tvn::simplex_param param;
+      tvn::simplex_param param = direct_param();
       param.presolve = presolve;
       return solve(p, param);
     };

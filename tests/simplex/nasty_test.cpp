@@ -69,7 +69,7 @@ void expect_all_exact(tvn::simplex_kind kind, uint64_t usual) {
   std::printf("seeds %llu to %llu\n", static_cast<unsigned long long>(first),
               static_cast<unsigned long long>(first + num - 1));
   for (uint64_t seed = first; seed < first + num && !::testing::Test::HasFailure(); seed++) {
-    tvn::simplex_param param;
+    tvn::simplex_param param = direct_param();
     param.optimizer = kind;
     param.selection = param.dualselection =
         static_cast<int32_t>(seed % 6); // free, partial, full, ase, steepest edge, devex
@@ -77,7 +77,6 @@ void expect_all_exact(tvn::simplex_kind kind, uint64_t usual) {
     param.restrictpct = seed % 7 == 0 ? 80 : 50;
     param.refactorfreq = seed % 11 == 0 ? 1 : 0;
     param.presolve = static_cast<int32_t>(seed % 2);
-    param.prslv.tolx = param.prslv.tols = 1e-8;
     expect_exact(seed, param);
   }
 }

@@ -21,10 +21,9 @@ struct outcome {
 outcome solve(lp_case& p, tvn::simplex_kind kind, int32_t presolve, int64_t limit) {
   tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
   outcome o{{}, lp_point(p)};
-  tvn::simplex_param param;
+  tvn::simplex_param param = direct_param();
   param.optimizer = kind;
   param.presolve = presolve;
-  param.prslv.tolx = param.prslv.tols = 1e-8;
   param.maxiterations = static_cast<int32_t>(limit);
   tvn::lp_solution sol = o.point.view();
   tvn::TVN_simplex_optimize(*sys, p.view(), param, o.info, {}, sol);

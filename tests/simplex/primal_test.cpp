@@ -34,7 +34,7 @@ outcome solve(lp_case& p, tvn::simplex_param param, const lp_point* start = null
 }
 
 tvn::simplex_param primal(int32_t selection = 0) {
-  tvn::simplex_param param;
+  tvn::simplex_param param = direct_param();
   param.optimizer = tvn::kind_primal;
   param.selection = selection;
   return param;

@@ -50,11 +50,10 @@ int64_t iterations(const tvn::simplex_info& i) {
 }
 
 tvn::simplex_param drawn_param(uint64_t seed) {
-  tvn::simplex_param param;
+  tvn::simplex_param param = direct_param();
   param.optimizer = static_cast<int32_t>(seed % 3);
   param.presolve = seed % 4 == 0;
   param.reformulation = std::array<int32_t, 3>{tvn::reform_on, tvn::reform_free, tvn::reform_aggressive}[seed / 3 % 3];
-  param.prslv.tolx = param.prslv.tols = 1e-8;
   return param;
 }
 
@@ -163,7 +162,7 @@ TEST(Reformulation, TakesAnyStart) {
     add_pairs(p, seed, static_cast<int32_t>(1 + seed % 6), seed % 5 == 0);
     workbench w;
     lp_point cold(p), hot(p);
-    tvn::simplex_param param;
+    tvn::simplex_param param = direct_param();
     const tvn::simplex_info want = w.solve(p, cold, param);
     for (auto* keys : {&hot.skc, &hot.skx})
       for (int32_t& key : *keys) key = rng() % 3 == 0 ? tvn::sk_bas : static_cast<int32_t>(rng() % 9) - 1;
@@ -206,7 +205,7 @@ TEST(Reformulation, LeavesABasisWhereALimitEndsTheRun) {
 
 TEST(Reformulation, TakesOnlyStepsThatKeepEverySolution) {
   workbench w;
-  tvn::simplex_param param;
+  tvn::simplex_param param = direct_param();
   const auto take = [&](lp_case p, int32_t how, int32_t presolve = 0, int32_t hotstart = 0) {
     lp_point s(p);
     tvn::lp_solution sol = s.view();

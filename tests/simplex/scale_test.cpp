@@ -20,7 +20,7 @@ struct workshop {
   }
   // Does the working copy differ from the problem by powers of two alone?
   bool is_exact(lp_case& p, const tvn::scale_request& scale, bool& scaled) {
-    tvn::simplex_param param;
+    tvn::simplex_param param = direct_param();
     tvn::simplex_info info;
     const tvn::simplex_progress progress;
     tvn::simplex_watch watch{param, info, progress};
@@ -81,7 +81,7 @@ TEST(LargeUnits, EndWithTheOptimum) {
       known_case k = optimal_case(seed, 30, 50, 0.15, 0.4);
       multiply_bounds(k.p, by);
       k.objective = k.p.cfix + (k.objective - k.p.cfix) * by;
-      tvn::simplex_param param;
+      tvn::simplex_param param = direct_param();
       param.optimizer = seed % 2 == 0 ? tvn::kind_primal : tvn::kind_dual;
       param.presolve = seed % 3 == 0 ? 2 : 0;
       param.scaling = seed % 5 == 0 ? 0 : 1;

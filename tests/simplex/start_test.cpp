@@ -55,8 +55,7 @@ TEST(Start, MayBeAnything) {
     std::mt19937_64 rng(seed);
     lp_case p = seed % 2 == 0 ? nasty_case(seed) : optimal_case(seed, 12, 18, 0.3, 0.4).p;
     starter run;
-    tvn::simplex_param param;
-    param.prslv.tolx = param.prslv.tols = 1e-8;
+    tvn::simplex_param param = direct_param();
     lp_point cold(p), hot(p);
     const tvn::simplex_info want = run.solve(p, cold, param);
     make_wild(hot, rng, static_cast<int>(seed % 10));
@@ -106,7 +105,7 @@ TEST(Start, KeepsTheValuesOfSuperbasics) {
     std::mt19937_64 rng(seed);
     known_case k = optimal_case(seed, 15, 25, 0.3, 0.3);
     starter run;
-    tvn::simplex_param param;
+    tvn::simplex_param param = direct_param();
     param.hotstart = 6;
     param.scaling = 4;
     param.optimizer = seed % 3 == 0 ? tvn::kind_dual : seed % 3 == 1 ? tvn::kind_primal : tvn::kind_free;
@@ -129,7 +128,7 @@ TEST(Start, MayLackRowsOrColumns) {
   for (const auto kind : {tvn::kind_free, tvn::kind_primal, tvn::kind_dual})
     for (const int32_t presolve : {0, 1}) {
       starter run;
-      tvn::simplex_param param;
+      tvn::simplex_param param = direct_param();
       param.optimizer = kind;
       param.presolve = presolve;
       param.savelu = true;
@@ -166,7 +165,7 @@ TEST(Start, MayComeWithTheBasisOfAnotherProblem) {
     lp_case p = optimal_case(seed, 20, 25, 0.2, 0.3).p;
     known_case k = optimal_case(seed + 1000, 10 + static_cast<int32_t>(seed % 20), 30, 0.2, 0.3);
     starter run;
-    tvn::simplex_param param;
+    tvn::simplex_param param = direct_param();
     param.savelu = true;
     param.presolve = static_cast<int32_t>(seed % 2);
     lp_point s(p), t(k.p);
@@ -186,7 +185,7 @@ TEST(Start, GoesOnWhereALimitEndedTheRun) {
       SCOPED_TRACE(std::to_string(savelu) + " by " + std::to_string(kind));
       known_case k = optimal_case(11, 60, 90, 0.08, 0.3);
       starter run;
-      tvn::simplex_param param;
+      tvn::simplex_param param = direct_param();
       param.optimizer = kind;
       param.savelu = savelu;
       param.maxiterations = 15;

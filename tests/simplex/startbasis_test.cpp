@@ -16,7 +16,7 @@ start make_start(lp_case& p, lp_point& keys) {
   tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
   start r;
   {
-    const tvn::simplex_param param;
+    const tvn::simplex_param param = direct_param();
     tvn::simplex_info info;
     const tvn::simplex_progress progress;
     tvn::simplex_watch watch{param, info, progress};
@@ -48,7 +48,7 @@ start make_start(lp_case& p, lp_point& keys) {
 
 tvn::simplex_info solve(lp_case& p, lp_point& s, int32_t hotstart) {
   tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  tvn::simplex_param param;
+  tvn::simplex_param param = direct_param();
   param.hotstart = hotstart;
   tvn::simplex_info info;
   tvn::lp_solution sol = s.view();

@@ -20,11 +20,10 @@ void expect_solved(lp_case p, uint64_t seed, bool nearisright = false, double to
     for (const int32_t presolve : {0, 1}) {
       SCOPED_TRACE("seed " + std::to_string(seed) + " optimizer " + std::to_string(kind) + " presolve " +
                    std::to_string(presolve));
-      tvn::simplex_param param;
+      tvn::simplex_param param = direct_param();
       param.optimizer = kind;
       param.presolve = presolve;
-      param.prslv.tolx = param.prslv.tols = 1e-8;
-      lp_point point(p);
+        lp_point point(p);
       const tvn::simplex_info info = solve_whole(p, param, point);
       ASSERT_EQ(info.response, tvn::simplex_code::ok);
       ASSERT_TRUE(info.solsta == tvn::sol_optimal || (nearisright && info.solsta == tvn::sol_near_optimal));

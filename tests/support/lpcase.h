@@ -9,6 +9,14 @@
 
 namespace tvntest {
 
+// Settings as a user has them, without presolve.
+inline tvn::simplex_param direct_param() {
+  tvn::simplex_param param;
+  param.presolve = 0;
+  return param;
+}
+
+
 struct lp_case {
   int32_t m = 0, n = 0;
   double cfix = 0;

@@ -12,7 +12,7 @@ namespace tvntest {
 
 struct bench {
   tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  tvn::simplex_param param;
+  tvn::simplex_param param = direct_param();
   tvn::simplex_info info;
   std::string line;
   tvn::simplex_progress progress{this, note_line};

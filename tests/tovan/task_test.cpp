@@ -1,6 +1,8 @@
 // If this fails, a task leaks or loses scratch memory, stops without a word, or lends its matrix while it changes.
-#include "tovan/task/api.h"
 #include "tovan/data/data.h"
+#include "tovan/optimize/optimize.h"
+#include "tovan/optimize/presolvelog.h"
+#include "tovan/task/api.h"
 #include "tovan/task/names.h"
 #include "tovan/task/scratch.h"
 
@@ -179,6 +181,12 @@ TEST(DebugFiles, AreWrittenForTheEnvironmentAndEachTask) {
   EXPECT_NE(text.str().find("*** ERROR *** Living tasks when deleting the environment\n"), std::string::npos);
   EXPECT_TRUE(std::filesystem::exists(stem + ".0.task.txt"));
   std::filesystem::remove_all(dir);
+}
+
+// Tests of the folders below run on the records as they are made, users on the tables.
+TEST_F(TaskInside, SettingsOfANewTaskAreThoseOfTheRecords) {
+  EXPECT_TRUE(tvn::TVN_presolveparam(*task) == tvn::prslv_param{});
+  EXPECT_TRUE(tvn::TVN_simplexparam(*task, false) == tvn::simplex_param{});
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // The roads of an optimizer run.
 #pragma once
 
+#include "simplex/types.h"
 #include "tovan/task/task.h"
 
 namespace tvn {
@@ -13,6 +14,8 @@ void tell_ineffective_parameters(task& t) noexcept;
 TVNrescodee missing_optimizer(task& t, const char* name);
 // Continuous problems.
 TVNrescodee TVN_contoptimizer(task& t);
+// What the parameters of the task say to a simplex optimizer; the frame minimises.
+simplex_param TVN_simplexparam(const task& t, bool maximize);
 // Linear problems by a simplex optimizer, into the basic slot.
 TVNrescodee TVN_simplexoptimizer(task& t);
 

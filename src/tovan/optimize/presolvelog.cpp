@@ -70,7 +70,6 @@ prslv_param TVN_presolveparam(const task& t) {
   prslv_param p;
   TVN_prslv_initparam(p);
   p.loglevel = std::max(0, iv[TVN_IPAR_LOG_PRESOLVE] - 1);
-  p.relax = 0; // free columns at a vertex have nowhere to rest
   p.lindep = iv[TVN_IPAR_PRESOLVE_LINDEP_USE];
   p.lindepworklim = iv[TVN_IPAR_PRESOLVE_LINDEP_WORK_LIM];
   p.eliminatortries = iv[TVN_IPAR_PRESOLVE_ELIMINATOR_USE] != 0 ? iv[TVN_IPAR_PRESOLVE_ELIMINATOR_MAX_NUM_TRIES] : 0;
@@ -79,7 +78,6 @@ prslv_param TVN_presolveparam(const task& t) {
   p.tols = dv[TVN_DPAR_PRESOLVE_TOL_S];
   p.tolaij = dv[TVN_DPAR_PRESOLVE_TOL_AIJ];
   p.tollindep = dv[TVN_DPAR_PRESOLVE_TOL_LIN_DEP];
-  p.reldrop = 1e-12; // below: 1e-8 of a coefficient times a value of 1e6 shows in the user's row
   return p;
 }
 

@@ -66,7 +66,10 @@ simplex_kind optimizer_number(int32_t value) {
   }
 }
 
-void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
+} // namespace
+
+simplex_param TVN_simplexparam(const task& t, bool maximize) {
+  simplex_param p;
   const auto& iv = t.params.ival;
   const auto& dv = t.params.dval;
   p.optimizer = optimizer_number(iv[TVN_IPAR_OPTIMIZER]);
@@ -105,7 +108,10 @@ void tovansim_setparam(const task& t, bool maximize, simplex_param& p) {
   p.cutlow = maximize ? -dv[TVN_DPAR_UPPER_OBJ_CUT] : dv[TVN_DPAR_LOWER_OBJ_CUT];
   p.usecutupp = maximize ? low : upp;
   p.cutupp = maximize ? -dv[TVN_DPAR_LOWER_OBJ_CUT] : dv[TVN_DPAR_UPPER_OBJ_CUT];
+  return p;
 }
+
+namespace {
 
 // Other values than those of the user, where the sense asks for them. A zero stays a positive one.
 void negate(const double* from, int32_t num, double* to) noexcept {
@@ -187,8 +193,7 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
   TVN_makesolution(t, TVN_SOL_BAS);
   TVN_lu_invfac(t.basis.factor); // of a basis that the run leaves
   if (t.params.ival[TVN_IPAR_SIM_HOTSTART_LU] == 0) t.kept = kept_basis{};
-  simplex_param param;
-  tovansim_setparam(t, maximize, param);
+  simplex_param param = TVN_simplexparam(t, maximize);
   param.hotstart = hotstart_mode(t);
   param.keysonly = t.params.ival[TVN_IPAR_SIM_HOTSTART] == TVN_SIM_HOTSTART_STATUS_KEYS;
   const sol_ptrs ptrs = TVN_getsolptrs(t, TVN_SOL_BAS);
