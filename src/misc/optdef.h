@@ -1,4 +1,5 @@
-// The words that presolve and optimizers share: bound keys, status keys, statuses, and the arrays of a solution.
+// The words that presolve and optimizers share: bound keys, status keys, statuses, and the arrays of a linear problem
+// and of its solution.
 #pragma once
 
 #include <cstdint>
@@ -43,6 +44,19 @@ enum pro_status : int32_t {
 struct lp_solution {
   int32_t *skc = nullptr, *skx = nullptr;
   double *xc = nullptr, *xx = nullptr, *y = nullptr, *slc = nullptr, *suc = nullptr, *slx = nullptr, *sux = nullptr;
+};
+
+// The user's problem, minimised. Column j holds positions ptrb[j] .. ptre[j]-1.
+struct lp_view {
+  int32_t numcon = 0, numvar = 0;
+  double cfix = 0;
+  const double* cslack = nullptr; // [numcon], null: all 0
+  const double* c = nullptr;      // [numvar]
+  const int64_t *ptrb = nullptr, *ptre = nullptr;
+  const int32_t* sub = nullptr;
+  const double* val = nullptr;
+  const int32_t *bkc = nullptr, *bkx = nullptr;
+  const double *blc = nullptr, *buc = nullptr, *blx = nullptr, *bux = nullptr;
 };
 
 } // namespace tvn

@@ -8,7 +8,7 @@
 
 #include "simplex/presolved.h"
 #include "simplex/reformulate.h"
-#include "simplex/verify.h"
+#include "verify/verify.h"
 
 #include <algorithm>
 #include <cmath>
@@ -64,7 +64,7 @@ void refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol) {
   }
   if (solsta == sol_dual_infeas_cer) return TVN_simplex_clearduals(lp, sol);
   for (int32_t j = 0; j < lp.numvar; j++) {
-    const double d = TVN_simplex_userreducedcost(lp, j, certificate ? 0.0 : lp.c[j], sol.y);
+    const double d = TVN_verify_reducedcost(lp, j, certificate ? 0.0 : lp.c[j], sol.y);
     if (certificate && sol.slx[j] > 0 && sol.sux[j] > 0) continue; // crossing bounds
     const int32_t key = certificate ? static_cast<int32_t>(sk_unk) : sol.skx[j];
     const bool between = key == sk_bas || key == sk_supbas;

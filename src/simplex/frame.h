@@ -28,6 +28,6 @@ void TVN_simplex_keepfactor(sysenv& sys, const lp_view& lp, const simplex_param&
 // Replaces the claim info.solsta by what the residuals of sol on the user's problem support; false when an optimizer's
 // claim is not supported.
 bool TVN_simplex_settlestatus(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                              lp_solution& sol);
+                              const lp_solution& sol);
 
 } // namespace tvn

@@ -11,7 +11,7 @@
 #include "simplex/pstate.h"
 #include "simplex/smartcrash.h"
 #include "simplex/startbasis.h"
-#include "simplex/verify.h"
+#include "verify/verify.h"
 
 #include <cmath>
 
@@ -20,10 +20,8 @@ namespace tvn {
 namespace {
 
 constexpr int32_t scalepasses = 6;
-constexpr double tolgap = 1e-9;                             // room below the objective of an optimum, relative to it
 constexpr int32_t maxrepairs = 3;                           // turns of the dual simplex on behalf of the primal one
 constexpr double smallpivot = 1e-10, smallestpivot = 1e-13; // of the runs after a ray that does not hold
-constexpr double tolcertificate = 1e-7;                     // violation of a certificate relative to its objective
 
 // --- start basis
 
@@ -160,7 +158,7 @@ void export_duals(const simplex_state& s, const lp_view& lp, const buffer<double
     split_dual(cs + sol.y[i], sol.skc[i], sol.slc[i], sol.suc[i]);
   }
   for (int32_t j = 0; j < lp.numvar; j++)
-    split_dual(TVN_simplex_userreducedcost(lp, j, lp.c[j], sol.y), sol.skx[j], sol.slx[j], sol.sux[j]);
+    split_dual(TVN_verify_reducedcost(lp, j, lp.c[j], sol.y), sol.skx[j], sol.slx[j], sol.sux[j]);
 }
 
 // The certificate of phase one: signs by value, so that any dual at an infinite bound shows as a violation.
@@ -175,7 +173,7 @@ void export_certificate(const simplex_state& s, const lp_view& lp, const buffer<
     sol.y[i] = k < 0 ? 0.0 : y[k] * w.rowscale[k];
     split(sol.y[i], sol.slc[i], sol.suc[i]);
   }
-  for (int32_t j = 0; j < lp.numvar; j++) split(TVN_simplex_userreducedcost(lp, j, 0.0, sol.y), sol.slx[j], sol.sux[j]);
+  for (int32_t j = 0; j < lp.numvar; j++) split(TVN_verify_reducedcost(lp, j, 0.0, sol.y), sol.slx[j], sol.sux[j]);
 }
 
 // Runs one optimizer on the state; true: the other one has to go on.
@@ -307,36 +305,16 @@ void TVN_simplex_keepfactor(sysenv& sys, const lp_view& lp, const simplex_param&
   TVN_simplex_updatebasis(kept, s, lp, true);
 }
 
-// Statuses that the residuals support; false when an optimizer's claim is not among them.
 bool TVN_simplex_settlestatus(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                              lp_solution& sol) {
-  const int32_t claim = info.solsta;
-  info.prosta = pro_unknown;
-  info.solsta = sol_unknown;
-  if (claim == sol_prim_infeas_cer || claim == sol_dual_infeas_cer) {
-    const bool primal = claim == sol_prim_infeas_cer;
-    const double v = primal ? TVN_simplex_primalcertificate(lp, sol) : TVN_simplex_dualcertificate(sys, lp, sol);
-    (primal ? info.primalviol : info.dualviol) = v;
-    if (!(v <= tolcertificate)) return false;
-    info.prosta = primal ? pro_prim_infeas : pro_dual_infeas;
-    info.solsta = claim;
-    return true;
-  }
-  const lp_residuals r = TVN_simplex_residuals(sys, lp, sol);
-  info.objective = r.objective;
-  info.primalviol = std::max(r.bound, r.row) + (std::isnan(r.activity) ? r.activity : 0.0);
-  info.dualviol = std::max(r.dualeq, r.dualsign);
-  const bool primal = r.bound <= param.tolx && r.row <= param.tolx && r.activity <= param.tolx;
-  const bool dual = r.dualeq <= param.tols && r.dualsign <= param.tols;
-  if (primal && dual && r.comp <= param.tols) {
-    info.prosta = pro_prim_and_dual_feas;
-    info.solsta = r.gap <= tolgap ? sol_optimal : sol_near_optimal;
-  } else if (primal || dual) {
-    info.prosta = primal ? pro_prim_feas : pro_dual_feas;
-    info.solsta = primal ? sol_prim_feas : sol_dual_feas;
-  }
-  const bool unchecked = claim != sol_optimal && claim != sol_near_optimal;
-  return unchecked || info.solsta == sol_optimal || info.solsta == claim;
+                              const lp_solution& sol) {
+  const lp_verdict v = TVN_verify_claim(sys, lp, sol, info.solsta, param.tolx, param.tols);
+  const bool certificate = info.solsta == sol_prim_infeas_cer || info.solsta == sol_dual_infeas_cer;
+  if (!certificate) info.objective = v.objective;
+  if (info.solsta != sol_dual_infeas_cer) info.primalviol = v.primalviol;
+  if (info.solsta != sol_prim_infeas_cer) info.dualviol = v.dualviol;
+  info.prosta = v.prosta;
+  info.solsta = v.solsta;
+  return v.holds;
 }
 
 namespace {

@@ -151,19 +151,6 @@ struct simplex_watch {
   bool stopped(); // asks
 };
 
-// The user's problem, minimised. Column j holds positions ptrb[j] .. ptre[j]-1.
-struct lp_view {
-  int32_t numcon = 0, numvar = 0;
-  double cfix = 0;
-  const double* cslack = nullptr; // [numcon], null: all 0
-  const double* c = nullptr;      // [numvar]
-  const int64_t *ptrb = nullptr, *ptre = nullptr;
-  const int32_t* sub = nullptr;
-  const double* val = nullptr;
-  const int32_t *bkc = nullptr, *bkx = nullptr;
-  const double *blc = nullptr, *buc = nullptr, *blx = nullptr, *bux = nullptr;
-};
-
 // The random generator of all perturbations; its state lies in the information record, so that runs repeat exactly.
 inline double TVN_simplex_random(int32_t& state) noexcept {
   state = static_cast<int32_t>((static_cast<int64_t>(state) * 10278 + 3) % 32749);

@@ -1,6 +1,6 @@
 // If this failed in the field: scaling would change the problem's numbers, or problems in large units would end without
 // a status, or with the proof of an infeasibility that is not there.
-#include "simplex/verify.h"
+#include "verify/verify.h"
 #include "simplex/work.h"
 #include "support/oracle.h"
 
@@ -110,6 +110,6 @@ TEST(LargeUnits, DoNotHideTheErrorOfAProof) {
     lp_point s(p);
     s.y = {-1, 1};
     s.suc[0] = s.slc[1] = 1;
-    EXPECT_EQ(tvn::TVN_simplex_primalcertificate(p.view(), s.view()) <= 1e-7, b == 1);
+    EXPECT_EQ(tvn::TVN_verify_primalcertificate(p.view(), s.view()) <= 1e-7, b == 1);
   }
 }

@@ -1,6 +1,7 @@
 // Residuals and certificates from the user's data alone, sums in long double. Cost: O(nonzeros).
-#include "simplex/verify.h"
+#include "verify/verify.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -10,6 +11,8 @@ namespace {
 
 // A sum this small beside its terms is rounding of the data, and proves nothing.
 constexpr double roundoff = 1e-12;
+constexpr double tolgap = 1e-9;         // room below the objective of an optimum, relative to it
+constexpr double tolcertificate = 1e-7; // violation of a certificate relative to its objective
 // Violations that a change of the point by a few units in its last place can cause are none.
 constexpr double lastplaces = 0x1p-48;
 
@@ -84,11 +87,11 @@ cost_sum reduced_cost(const lp_view& lp, int32_t j, double cj, const double* y) 
 
 } // namespace
 
-double TVN_simplex_userreducedcost(const lp_view& lp, int32_t j, double cj, const double* y) {
+double TVN_verify_reducedcost(const lp_view& lp, int32_t j, double cj, const double* y) {
   return static_cast<double>(reduced_cost(lp, j, cj, y).value);
 }
 
-lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol) {
+lp_residuals TVN_verify_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol) {
   lp_residuals r;
   buffer<long double> act(sys, lp.numcon);
   buffer<double> largest(sys, lp.numcon);
@@ -131,7 +134,7 @@ lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solu
   return r;
 }
 
-double TVN_simplex_primalcertificate(const lp_view& lp, const lp_solution& sol) {
+double TVN_verify_primalcertificate(const lp_view& lp, const lp_solution& sol) {
   long double obj = 0, terms = 0, multipliers = 0;
   double worst = 0;
   auto add = [&](double multiplier, double bound) {
@@ -152,7 +155,7 @@ double TVN_simplex_primalcertificate(const lp_view& lp, const lp_solution& sol) 
   }
   for (int32_t j = 0; j < lp.numvar; j++) {
     take(lp.bkx[j], lp.blx[j], lp.bux[j], sol.slx[j], sol.sux[j]);
-    worsen(worst, std::fabs(TVN_simplex_userreducedcost(lp, j, 0.0, sol.y) - sol.slx[j] + sol.sux[j]));
+    worsen(worst, std::fabs(TVN_verify_reducedcost(lp, j, 0.0, sol.y) - sol.slx[j] + sol.sux[j]));
   }
   if (!(obj > roundoff * terms)) return std::numeric_limits<double>::infinity();
   // Points of the size that the bounds speak of must not make up for the violation.
@@ -160,7 +163,7 @@ double TVN_simplex_primalcertificate(const lp_view& lp, const lp_solution& sol) 
   return static_cast<double>(worst * size / obj);
 }
 
-double TVN_simplex_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol) {
+double TVN_verify_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol) {
   buffer<long double> act(sys, lp.numcon);
   buffer<double> largest(sys, lp.numcon);
   row_activities(lp, sol.xx, act, largest);
@@ -180,6 +183,45 @@ double TVN_simplex_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solu
     fall -= static_cast<long double>(lp.c[j]) * sol.xx[j];
   }
   return fall > 0 ? worst / static_cast<double>(fall) : std::numeric_limits<double>::infinity();
+}
+
+namespace {
+
+void judge_certificate(sysenv& sys, const lp_view& lp, const lp_solution& sol, int32_t claim, lp_verdict& v) {
+  const bool primal = claim == sol_prim_infeas_cer;
+  const double violation = primal ? TVN_verify_primalcertificate(lp, sol) : TVN_verify_dualcertificate(sys, lp, sol);
+  (primal ? v.primalviol : v.dualviol) = violation;
+  v.holds = violation <= tolcertificate;
+  if (!v.holds) return;
+  v.prosta = primal ? pro_prim_infeas : pro_dual_infeas;
+  v.solsta = claim;
+}
+
+} // namespace
+
+lp_verdict TVN_verify_claim(sysenv& sys, const lp_view& lp, const lp_solution& sol, int32_t claim, double tolx,
+                            double tols) {
+  lp_verdict v;
+  if (claim == sol_prim_infeas_cer || claim == sol_dual_infeas_cer) {
+    judge_certificate(sys, lp, sol, claim, v);
+    return v;
+  }
+  const lp_residuals r = TVN_verify_residuals(sys, lp, sol);
+  v.objective = r.objective;
+  v.primalviol = std::max(r.bound, r.row) + (std::isnan(r.activity) ? r.activity : 0.0);
+  v.dualviol = std::max(r.dualeq, r.dualsign);
+  const bool primal = r.bound <= tolx && r.row <= tolx && r.activity <= tolx;
+  const bool dual = r.dualeq <= tols && r.dualsign <= tols;
+  if (primal && dual && r.comp <= tols) {
+    v.prosta = pro_prim_and_dual_feas;
+    v.solsta = r.gap <= tolgap ? sol_optimal : sol_near_optimal;
+  } else if (primal || dual) {
+    v.prosta = primal ? pro_prim_feas : pro_dual_feas;
+    v.solsta = primal ? sol_prim_feas : sol_dual_feas;
+  }
+  const bool unchecked = claim != sol_optimal && claim != sol_near_optimal;
+  v.holds = unchecked || v.solsta == sol_optimal || v.solsta == claim;
+  return v;
 }
 
 } // namespace tvn

@@ -1,7 +1,8 @@
 // Residuals of a solution on the user's own data: the only ground on which a status is given.
 #pragma once
 
-#include "simplex/types.h"
+#include "cpub/buffer.h"
+#include "misc/optdef.h"
 
 namespace tvn {
 
@@ -18,15 +19,28 @@ struct lp_residuals {
   double objective = 0; // primal, cfix included
 };
 
-lp_residuals TVN_simplex_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol);
+lp_residuals TVN_verify_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol);
 
 // Violation of a certificate divided by the certificate's own objective; infinity when that is not positive or is
 // nothing but rounding beside its terms. That of a primal one is for points as large as the bounds that it adds up.
 // Primal: y, slc, suc, slx, sux prove that no point is feasible. Dual: xx is a ray along which the objective falls.
-double TVN_simplex_primalcertificate(const lp_view& lp, const lp_solution& sol);
-double TVN_simplex_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol);
+double TVN_verify_primalcertificate(const lp_view& lp, const lp_solution& sol);
+double TVN_verify_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol);
 
 // z_j = c_j * cfactor - A_j'y in long double.
-double TVN_simplex_userreducedcost(const lp_view& lp, int32_t j, double cj, const double* y);
+double TVN_verify_reducedcost(const lp_view& lp, int32_t j, double cj, const double* y);
+
+// What the residuals support of an optimizer's claim (sol_status). An optimum within the tolerances whose duals leave
+// room below its objective is a near optimum.
+struct lp_verdict {
+  int32_t prosta = pro_unknown, solsta = sol_unknown;
+  bool holds = false;                  // the claim stands, or was none that residuals could refute
+  double objective = 0;                // of a point
+  double primalviol = 0, dualviol = 0; // the worst ones; of a certificate the one that it has
+};
+
+// tolx, tols: primal and dual tolerance for the figures above.
+lp_verdict TVN_verify_claim(sysenv& sys, const lp_view& lp, const lp_solution& sol, int32_t claim, double tolx,
+                            double tols);
 
 } // namespace tvn
