@@ -32,7 +32,9 @@ void product(benchmark::State& state) {
   const int64_t n = state.range(0);
   const auto a = random_values(n * n), b = random_values(n * n);
   auto c = random_values(n * n), pack = random_values(tvn::TVN_matker_packsize(ker));
-  for (auto _ : state) tvn::TVN_matker_mm_cecmab(ker, n, n, n, a.data(), n, b.data(), n, c.data(), n, pack.data());
+  for (auto _ : state) {
+    TVN_matker_mm_cecmab(ker, {n, n, n, a.data(), n, b.data(), n, nullptr, c.data(), n, false}, pack.data());
+  }
   rate(state, 2.0 * static_cast<double>(n * n * n));
 }
 
@@ -48,10 +50,11 @@ void factor(benchmark::State& state) {
   const auto ker = tvn::TVN_matker_make(static_cast<tvn::matker_isa>(state.range(1)));
   const int64_t n = state.range(0);
   const auto a = definite(n);
-  auto work = random_values(tvn::TVN_dfac_worksize(ker, n)), d = random_values(n), l = a;
+  auto work = random_values(tvn::TVN_dfac_worksize(ker, n, n, 1)), d = random_values(n), l = a;
+  const tvn::dfac_space space = TVN_dfac_space(ker, n, n, work.data());
   for (auto _ : state) {
     l = a;
-    tvn::TVN_dfac_factor(ker, n, n, l.data(), n, d.data(), {nullptr, one, nullptr}, work.data());
+    tvn::TVN_dfac_factor(ker, {n, n, l.data(), n, nullptr, d.data()}, {nullptr, one, nullptr}, space, nullptr);
   }
   rate(state, static_cast<double>(n * n * n) / 3);
 }

@@ -84,12 +84,13 @@ struct prepared {
   tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
   tvn::sfk_structure structure;
   tvn::sfk_factor factor;
-  explicit prepared(const std::string& path) : k(form(read_file(path))), perm(static_cast<size_t>(k.n)) {
+  explicit prepared(const std::string& path, int32_t numthreads = 1)
+      : k(form(read_file(path))), perm(static_cast<size_t>(k.n)) {
     tvn::sorder_figures figures;
     const tvn::sorder_graph g{k.n, k.beg.data(), k.end.data(), k.sub.data()};
     (void)TVN_amf_sorder(*sys, g, nullptr, {}, perm.data(), figures);
     (void)TVN_sfk_setupL(*sys, g, perm.data(), {}, structure);
-    TVN_sfk_allocLval(*sys, structure, tvn::TVN_matker_make(tvn::matker_isa::avx512), factor);
+    TVN_sfk_allocLval(*sys, structure, tvn::TVN_matker_make(tvn::matker_isa::avx512), factor, numthreads);
   }
   ~prepared() {
     structure = {};
@@ -102,10 +103,12 @@ void put_counters(benchmark::State& state, const prepared& p) {
   state.counters["rate"] = benchmark::Counter(p.structure.flops, benchmark::Counter::kIsIterationInvariantRate);
   state.counters["flops"] = p.structure.flops;
   state.counters["nnzl"] = static_cast<double>(p.structure.nnzl);
+  state.counters["stored"] = static_cast<double>(p.structure.stored);
+  state.counters["fronts"] = p.structure.numsn;
 }
 
-void factor(benchmark::State& state, const std::string& path) {
-  prepared p(path);
+void factor(benchmark::State& state, const std::string& path, int32_t numthreads) {
+  prepared p(path, numthreads);
   for (auto _ : state) {
     TVN_sfk_clear(p.factor);
     for (int32_t i = 0; i < p.k.n; i++) {
@@ -156,7 +159,8 @@ int main(int argc, char** argv) {
   for (const std::string& f : files) {
     std::string name = std::filesystem::path(f).filename().string();
     name.resize(name.size() - 7);
-    benchmark::RegisterBenchmark((name + "/factor").c_str(), factor, f);
+    benchmark::RegisterBenchmark((name + "/factor").c_str(), factor, f, 1);
+    benchmark::RegisterBenchmark((name + "/twothreads").c_str(), factor, f, 2)->UseRealTime();
 #ifdef TVN_BENCH_CHOLMOD
     benchmark::RegisterBenchmark((name + "/cholmod").c_str(), cholmod, f);
 #endif

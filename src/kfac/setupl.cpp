@@ -1,8 +1,8 @@
-// The analysis: postorder, supernodes, their rows, the stack, and where the entries go.
+// The analysis: postorder, supernodes, their rows, subtrees for threads, and where the entries go.
 //
 // A column joins the supernode of the one before it when that is its only way up and they differ by the row between
-// them. Then a supernode is merged with its parent when the parent's first column follows its last one and the zeros
-// that this stores are few beside the block, or the block is small (Ashcraft and Grimes 1989): fewer, larger fronts.
+// them. Then a supernode is merged with its parent when the parent's first column follows its last one and one front is
+// cheaper than two, the zeros that it has more included (relaxed supernodes: Ashcraft and Grimes 1989).
 // The rows of a supernode below its own columns are those of its last column, so their number is known from the column
 // counts before any row is formed. Cost: O(pattern + rows).
 #include "kfac/sfk.h"
@@ -13,18 +13,20 @@ namespace tvn {
 
 namespace {
 
-// Merged columns up to `width` may hold so large a share of zeros.
-struct relax_rule {
-  int32_t width;
-  double zeros;
-};
-constexpr relax_rule relax_rules[] = {{8, 0.7}, {32, 0.15}, {96, 0.07}};
-constexpr double relax_wide = 0.03;
+double trapezoid(double cols, double below) noexcept { return cols * (cols + 1) / 2 + cols * below; }
 
-bool worth_merging(int32_t width, double zeros, double size) noexcept {
-  for (const relax_rule& r : relax_rules)
-    if (width <= r.width) return zeros <= r.zeros * size;
-  return zeros <= relax_wide * size;
+// What fronts cost by size, in nanoseconds of a usual machine: its own, to make and to hand on its update, its flops;
+// the stored values count for the solves.
+double front_cost(double cols, double below) noexcept {
+  constexpr double own = 60, perupdate = 0.5, perflop = 1.0 / 30, pervalue = 0.5;
+  const double rows = cols + below, flops = cols * rows * rows - cols * cols * rows + cols * cols * cols / 3;
+  return own + perupdate * below * (below + 1) / 2 + perflop * flops + pervalue * trapezoid(cols, below);
+}
+
+// A column without children has no front.
+double single_cost(double below) noexcept {
+  constexpr double own = 20, perupdate = 0.7;
+  return own + perupdate * below * (below + 1) / 2;
 }
 
 struct columns {
@@ -45,35 +47,32 @@ void postorder_columns(sysenv& sys, const sorder_tree& tree, const int32_t* perm
   }
 }
 
-double trapezoid(double cols, double below) noexcept { return cols * (cols + 1) / 2 + cols * below; }
-
 // Borders of the supernodes, from the end: a supernode takes the one in front of it while that pays.
 int32_t find_supernodes(sysenv& sys, const columns& c, int32_t n, buffer<int32_t>& snbeg) {
   buffer<int32_t> begin(sys, int64_t{n} + 1); // of fundamental supernodes, then of merged ones
+  buffer<int8_t> leaf(sys, n, 1);
+  for (int32_t k = 0; k < n; k++)
+    if (c.parent[k] >= 0) leaf[c.parent[k]] = 0;
   int32_t num = 0;
   for (int32_t k = 0; k < n; k++)
     if (k == 0 || c.parent[k - 1] != k || c.count[k] != c.count[k - 1] - 1) begin[num++] = k;
   begin[num] = n;
-  buffer<double> zeros(sys, num, 0.0); // in the block of a supernode
-  buffer<int32_t> top(sys, num);       // stack of merged supernodes, first columns
+  buffer<int32_t> top(sys, num); // stack of merged supernodes, first columns
   int32_t depth = 0;
   for (int32_t s = 0; s < num; s++) {
     int32_t first = begin[s], last = begin[s + 1] - 1;
-    double z = 0;
     while (depth > 0) {
       const int32_t child = top[depth - 1], childlast = first - 1;
       if (c.parent[childlast] < first || c.parent[childlast] > last) break;
       const double cols = first - child, own = last - first + 1,
                    childbelow = static_cast<double>(c.count[childlast] - 1),
                    below = static_cast<double>(c.count[last] - 1);
-      const double all = zeros[depth - 1] + z + cols * (own + below - childbelow);
-      if (!worth_merging(last - child + 1, all, trapezoid(cols + own, below))) break;
-      z = all;
+      const double alone = cols == 1 && leaf[child] ? single_cost(childbelow) : front_cost(cols, childbelow);
+      if (front_cost(cols + own, below) > alone + front_cost(own, below)) break;
       first = child;
       depth--;
     }
-    top[depth] = first;
-    zeros[depth++] = z;
+    top[depth++] = first;
   }
   snbeg.reset(sys, int64_t{depth} + 1);
   std::copy_n(top.data(), depth, snbeg.data());
@@ -148,16 +147,56 @@ void form_rows(sysenv& sys, const adjacency& a, const columns& c, sfk_structure&
   }
 }
 
-// The most that the updates of unassembled children take.
-void size_stack(sysenv& sys, sfk_structure& s) {
-  buffer<int64_t> waiting(sys, s.numsn, int64_t{0}); // of the children of a supernode
-  int64_t now = 0;
+// Where the rows below a supernode stand in its parent's front.
+void find_uprows(sfk_structure& s) noexcept {
   for (int32_t k = 0; k < s.numsn; k++) {
-    const int64_t below = s.rowbeg[k + 1] - s.rowbeg[k] - (s.snbeg[k + 1] - s.snbeg[k]), size = below * (below + 1) / 2;
-    now += size - waiting[k];
-    if (s.snparent[k] >= 0) waiting[s.snparent[k]] += size;
-    s.maxstack = std::max(s.maxstack, now);
+    const int32_t up = s.snparent[k];
+    if (up < 0) continue;
+    const int32_t* const rows = s.rows.data() + s.rowbeg[up];
+    const int64_t end = s.rowbeg[k + 1];
+    int64_t p = s.rowbeg[k] + s.snbeg[k + 1] - s.snbeg[k];
+    for (int32_t at = 0; p < end; p++) {
+      while (rows[at] != s.rows[p]) at++;
+      s.uprow[p] = at;
+    }
   }
+}
+
+// Subtrees that cost up to a sixteenth of all, which threads do one each at a time.
+void choose_subtrees(sysenv& sys, sfk_structure& s) {
+  constexpr double numparts = 16;
+  buffer<double> cost(sys, s.numsn, 0.0);
+  double all = 0;
+  for (int32_t k = 0; k < s.numsn; k++) {
+    const auto height = static_cast<double>(s.rowbeg[k + 1] - s.rowbeg[k]);
+    const double own = height * height * static_cast<double>(s.snbeg[k + 1] - s.snbeg[k]);
+    all += own;
+    cost[k] += own;
+    if (s.snparent[k] >= 0) cost[s.snparent[k]] += cost[k];
+  }
+  s.depth.reset(sys, s.numsn);
+  buffer<int32_t> roots(sys, s.numsn);
+  int32_t num = 0;
+  for (int32_t k = s.numsn - 1; k >= 0; k--) {
+    const int32_t up = s.snparent[k];
+    s.depth[k] = up < 0 ? 0 : s.depth[up] + 1;
+    if (cost[k] * numparts <= all && (up < 0 || cost[up] * numparts > all)) roots[num++] = k;
+  }
+  s.subtree.reset(sys, num);
+  s.subtreebeg.reset(sys, num);
+  std::copy_n(roots.data(), num, s.subtree.data());
+  std::sort(s.subtree.begin(), s.subtree.end(),
+            [&](int32_t a, int32_t b) { return cost[a] != cost[b] ? cost[a] > cost[b] : a < b; });
+  buffer<int32_t> first(sys, s.numsn);
+  for (int32_t k = 0; k < s.numsn; k++) first[k] = k;
+  for (int32_t k = 0; k < s.numsn; k++)
+    if (s.snparent[k] >= 0) first[s.snparent[k]] = std::min(first[s.snparent[k]], first[k]);
+  for (int32_t q = 0; q < num; q++) s.subtreebeg[q] = first[s.subtree[q]];
+  int32_t numabove = 0;
+  for (int32_t k = 0; k < s.numsn; k++) numabove += cost[k] * numparts > all;
+  s.above.reset(sys, numabove);
+  for (int32_t k = s.numsn - 1; k >= 0; k--)
+    if (cost[k] * numparts > all) s.above[--numabove] = k;
 }
 
 // Where an entry of a column goes.
@@ -218,7 +257,9 @@ sfk_code TVN_sfk_setupL(sysenv& sys, const sorder_graph& graph, const int32_t* p
     form_rows(sys, a, c, s);
   }
   if (stopped()) return sfk_code::stopped;
-  size_stack(sys, s);
+  s.uprow.reset(sys, s.rowbeg[s.numsn]);
+  find_uprows(s);
+  choose_subtrees(sys, s);
   find_places(sys, graph, s);
   return stopped() ? sfk_code::stopped : sfk_code::ok;
 }

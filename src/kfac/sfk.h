@@ -22,14 +22,23 @@ struct sfk_structure {
   buffer<int32_t> lastchild, prevsibling; // [numsn] -1: none
   buffer<int64_t> rowbeg;                 // [numsn + 1]
   buffer<int32_t> rows;                   // [rowbeg[numsn]]
+  buffer<int32_t> uprow;                  // like rows: place of a row below the own columns in the parent's front
+  buffer<int32_t> depth;                  // [numsn] 0: root
+  buffer<int32_t> subtree;                // roots of disjoint subtrees, dearest first; what is above them is few fronts
+  buffer<int32_t> subtreebeg;             // like subtree: the first supernode
+  buffer<int32_t> above;                  // supernodes in no such subtree, ascending
   buffer<int64_t> valbeg;                 // [numsn + 1]
   buffer<int64_t> diagdest;               // [n] by node: where the diagonal goes in the values
   buffer<int64_t> dest;                   // by place in the pattern: where an entry goes, -1: a loop
   int32_t maxfront = 0, maxcols = 0;      // rows of a front, columns of a supernode
-  int64_t maxstack = 0;                   // doubles
   int64_t nnzl = 0, stored = 0;           // of the factor with its diagonal; with the zeros of merged supernodes
   double flops = 0;                       // of a factorisation, without those zeros
 };
+
+// One column and no child.
+inline bool is_single(const sfk_structure& s, int32_t k) noexcept {
+  return s.snbeg[k + 1] - s.snbeg[k] == 1 && s.lastchild[k] < 0;
+}
 
 // Asked every few milliseconds; nonzero ends the call.
 using sfk_progress = sorder_progress;
@@ -52,17 +61,20 @@ struct sfk_pivots {
 struct sfk_factor {
   const sfk_structure* sfk = nullptr;
   matker ker;
-  buffer<double> val;                     // [stored] first the matrix, then L
-  buffer<double> d;                       // [n]
-  buffer<double> front;                   // [maxfront^2]
-  buffer<double> stack;                   // [maxstack] packed lower triangles of updates
-  buffer<double> work;                    // of the dense kernels
-  buffer<int32_t> local;                  // [n] row to its place in the front at hand
+  int32_t numthreads = 1;
+  buffer<double> val;                // [stored] first the matrix, then L
+  buffer<double> d;                  // [n]
+  buffer<double> stack;              // updates (dfac.h); with threads a part for each, one for the subtrees' own
+  buffer<int64_t> place;             // [numsn] of an update in its part; ~place: in the part that is kept
+  int64_t keptbeg = 0, partsize = 0; // in stack: updates of subtrees; a thread's part. The part of 0 is in front
+  buffer<double> work;               // of the dense kernels; with threads a part for each
+  int64_t worksize = 0;              // of such a part, for fronts of so many rows and columns
+  int64_t maxrows = 0, maxcols = 0;
   int32_t numrepair = 0, numnegative = 0; // of the last factorisation
 };
 
-// Throws out_of_memory.
-void TVN_sfk_allocLval(sysenv& sys, const sfk_structure& sfk, const matker& ker, sfk_factor& f);
+// numthreads: more than one thread works where the system is large, with the same bits. Throws out_of_memory.
+void TVN_sfk_allocLval(sysenv& sys, const sfk_structure& sfk, const matker& ker, sfk_factor& f, int32_t numthreads = 1);
 
 // All values 0, to be filled through dest and diagdest by adding.
 void TVN_sfk_clear(sfk_factor& f) noexcept;

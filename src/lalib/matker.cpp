@@ -1,8 +1,7 @@
 // Packing and blocking around the register tile.
 //
 // Loop order: column blocks of C, then blocks of k, then row blocks of C. A packed block of B stays in the third cache
-// over all row blocks, a packed block of A in the second over all tiles of its rows. Tiles that lie partly outside C,
-// or across the diagonal of a triangle, are computed beside and then added where they belong.
+// over all row blocks, a block of A in the second over all tiles of its rows.
 #include "lalib/matker.h"
 
 #include <algorithm>
@@ -11,71 +10,70 @@ namespace tvn {
 
 namespace {
 
-constexpr int32_t maxtile = 24 * 8;
 constexpr int32_t linedoubles = 8; // of a cache line
+// A is copied where it is read by so many columns and has so many.
+constexpr int64_t packcols = 96, packdepth = 32;
 
-// Rows [0, rows) of src, `width` at a time: dst holds for each group its k columns one after the other, zeros beyond.
-void pack_rows(const double* src, int64_t ld, int64_t rows, int64_t k, int32_t width, double* dst) noexcept {
-  for (int64_t from = 0; from < rows; from += width) {
-    const int64_t w = std::min<int64_t>(width, rows - from);
-    for (int64_t p = 0; p < k; p++, dst += width) {
-      const double* s = src + from + p * ld;
-      for (int64_t i = 0; i < w; i++) dst[i] = s[i];
-      for (int64_t i = w; i < width; i++) dst[i] = 0.0;
+// Groups of nr rows of b times d: for each group its k columns one after the other, zeros beyond.
+void pack_coefficients(const double* b, int64_t ldb, const double* d, int64_t rows, int64_t k, int32_t nr,
+                       double* dst) noexcept {
+  for (int64_t from = 0; from < rows; from += nr) {
+    const int64_t w = std::min<int64_t>(nr, rows - from);
+    for (int64_t p = 0; p < k; p++, dst += nr) {
+      const double* s = b + from + p * ldb;
+      const double t = d ? d[p] : 1.0;
+      for (int64_t i = 0; i < w; i++) dst[i] = s[i] * t;
+      for (int64_t i = w; i < nr; i++) dst[i] = 0.0;
     }
   }
 }
 
-struct tile_place {
-  int64_t row, col, rows, cols; // inside C
-};
-
-// A tile beside its place; only what is inside C and not above the diagonal is added.
-void run_partial(const microkernel& micro, int64_t k, const double* a, const double* b, const tile_place& t, bool lower,
-                 double* c, int64_t ldc) noexcept {
-  alignas(64) double tile[maxtile] = {};
-  micro.run(k, a, b, tile, micro.mr);
-  for (int64_t j = 0; j < t.cols; j++)
-    for (int64_t i = lower ? std::max<int64_t>(0, t.col + j - t.row) : 0; i < t.rows; i++)
-      c[t.row + i + (t.col + j) * ldc] += tile[i + j * micro.mr];
+// Groups of mr rows of a, without regard to what stands beyond the last row.
+void pack_rows(const double* a, int64_t lda, int64_t rows, int64_t k, int32_t mr, double* dst) noexcept {
+  for (int64_t from = 0; from < rows; from += mr) {
+    const int64_t w = std::min<int64_t>(mr, rows - from);
+    for (int64_t p = 0; p < k; p++, dst += mr) {
+      const double* s = a + from + p * lda;
+      if (w == mr)
+        for (int64_t i = 0; i < mr; i++) dst[i] = s[i];
+      else
+        for (int64_t i = 0; i < w; i++) dst[i] = s[i];
+    }
+  }
 }
 
-// One packed block of A against one of B. row0, col0: where their part of C begins.
-void run_block(const microkernel& micro, int64_t k, const double* pa, int64_t row0, int64_t rows, const double* pb,
-               int64_t col0, int64_t cols, bool lower, double* c, int64_t ldc) noexcept {
-  for (int64_t j = 0; j < cols; j += micro.nr)
-    for (int64_t i = 0; i < rows; i += micro.mr) {
-      const tile_place t{row0 + i, col0 + j, std::min<int64_t>(micro.mr, rows - i),
-                         std::min<int64_t>(micro.nr, cols - j)};
-      if (lower && t.row + t.rows <= t.col) continue; // above the diagonal
-      const double *a = pa + i * k, *b = pb + j * k;
-      const bool whole = t.rows == micro.mr && t.cols == micro.nr && (!lower || t.row >= t.col + t.cols - 1);
-      if (whole)
-        micro.run(k, a, b, c + t.row + t.col * ldc, ldc);
-      else
-        run_partial(micro, k, a, b, t, lower, c, ldc);
-    }
+// Rows [row, end) of C, whose first packed group begins at row 0 of pa, for one group of columns.
+void run_packed(const microkernel& micro, int64_t row, int64_t end, int64_t cols, const double* pa, micro_call m,
+                double* c) noexcept {
+  m.lda = micro.mr;
+  while (row < end) {
+    const int64_t group = row / micro.mr, stop = std::min(end, (group + 1) * micro.mr);
+    m.a = pa + group * micro.mr * m.k + (row - group * micro.mr);
+    m.c = c + row;
+    TVN_matker_run_rows(micro, stop - row, cols, m);
+    row = stop;
+  }
+}
+
+// Row block [i, end) against the packed rows [j, j + cols) of B, columns [p, p + k) of both.
+void run_block(const matker& ker, const matker_product& t, int64_t i, int64_t end, int64_t j, int64_t cols, int64_t p,
+               int64_t k, const double* pb, double* pa) noexcept {
+  const microkernel& micro = ker.micro;
+  const bool packed = cols >= packcols && k >= packdepth;
+  if (packed) pack_rows(t.a + i + p * t.lda, t.lda, end - i, k, micro.mr, pa);
+  for (int64_t q = 0; q < cols; q += micro.nr, pb += micro.nr * k) {
+    const int64_t row = t.lower ? std::max(i, j + q) : i, num = std::min<int64_t>(micro.nr, cols - q);
+    if (row >= end) break;
+    double* const c = t.c + (j + q) * t.ldc;
+    micro_call m{k, t.a + row + p * t.lda, t.lda, pb, c + row, t.ldc, 0, nullptr};
+    if (packed)
+      run_packed(micro, row - i, end - i, num, pa, m, c + i);
+    else
+      TVN_matker_run_rows(micro, end - row, num, m);
+  }
 }
 
 int64_t round_up(int64_t n, int64_t to) noexcept { return (n + to - 1) / to * to; }
-
-void multiply(const matker& ker, int64_t m, int64_t n, int64_t k, const double* a, int64_t lda, const double* b,
-              int64_t ldb, bool lower, double* c, int64_t ldc, double* pack) noexcept {
-  double* const pa = pack;
-  double* const pb = pack + round_up(int64_t{ker.mc} * ker.kc, linedoubles);
-  for (int64_t j = 0; j < n; j += ker.nc) {
-    const int64_t cols = std::min<int64_t>(ker.nc, n - j);
-    for (int64_t p = 0; p < k; p += ker.kc) {
-      const int64_t depth = std::min<int64_t>(ker.kc, k - p);
-      pack_rows(b + j + p * ldb, ldb, cols, depth, ker.micro.nr, pb);
-      for (int64_t i = lower ? j / ker.mc * ker.mc : 0; i < m; i += ker.mc) {
-        const int64_t rows = std::min<int64_t>(ker.mc, m - i);
-        pack_rows(a + i + p * lda, lda, rows, depth, ker.micro.mr, pa);
-        run_block(ker.micro, depth, pa, i, rows, pb, j, cols, lower, c, ldc);
-      }
-    }
-  }
-}
 
 bool has_isa(matker_isa isa) noexcept {
   switch (isa) {
@@ -108,14 +106,17 @@ int64_t TVN_matker_packsize(const matker& ker) noexcept {
   return round_up(int64_t{ker.mc} * ker.kc, linedoubles) + int64_t{ker.nc} * ker.kc;
 }
 
-void TVN_matker_mm_cecmab(const matker& ker, int64_t m, int64_t n, int64_t k, const double* a, int64_t lda,
-                          const double* b, int64_t ldb, double* c, int64_t ldc, double* pack) noexcept {
-  multiply(ker, m, n, k, a, lda, b, ldb, false, c, ldc, pack);
-}
-
-void TVN_matker_mm_sym_cecmab(const matker& ker, int64_t m, int64_t n, int64_t k, const double* a, int64_t lda,
-                              const double* b, int64_t ldb, double* c, int64_t ldc, double* pack) noexcept {
-  multiply(ker, m, n, k, a, lda, b, ldb, true, c, ldc, pack);
+void TVN_matker_mm_cecmab(const matker& ker, const matker_product& t, double* pack) noexcept {
+  double* const pb = pack + round_up(int64_t{ker.mc} * ker.kc, linedoubles);
+  for (int64_t j = 0; j < t.n; j += ker.nc) {
+    const int64_t cols = std::min<int64_t>(ker.nc, t.n - j);
+    for (int64_t p = 0; p < t.k; p += ker.kc) {
+      const int64_t depth = std::min<int64_t>(ker.kc, t.k - p);
+      pack_coefficients(t.b + j + p * t.ldb, t.ldb, t.d ? t.d + p : nullptr, cols, depth, ker.micro.nr, pb);
+      for (int64_t i = t.lower ? j : 0; i < t.m; i += ker.mc)
+        run_block(ker, t, i, std::min<int64_t>(i + ker.mc, t.m), j, cols, p, depth, pb, pack);
+    }
+  }
 }
 
 } // namespace tvn

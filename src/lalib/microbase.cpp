@@ -11,13 +11,23 @@ struct vec2 {
   using type = __m128d;
   static constexpr int width = 2;
   static type load(const double* p) { return _mm_loadu_pd(p); }
+  static type load_part(const double* p, int64_t n) { return n == 2 ? load(p) : _mm_load_sd(p); }
   static void store(double* p, type v) { _mm_storeu_pd(p, v); }
+  static void store_part(double* p, type v, int64_t n) { n == 2 ? store(p, v) : _mm_store_sd(p, v); }
   static type fill(double v) { return _mm_set1_pd(v); }
   static type less(type c, type a, type b) { return _mm_sub_pd(c, _mm_mul_pd(a, b)); }
+  static type over(type a, type b) { return _mm_div_pd(a, b); }
 };
+
+constexpr int nr = 4;
 
 } // namespace
 
-const microkernel micro_base = {micro_tile<vec2, 2, 4>, 4, 4};
+#define TVN_TILES(cols)                                                                                                \
+  {                                                                                                                    \
+    micro_tile<vec2, nr, 2, cols, true>, micro_tile<vec2, nr, 1, cols, false>, micro_tile<vec2, nr, 2, cols, false>,   \
+        nullptr                                                                                                        \
+  }
+const microkernel micro_base = {{TVN_TILES(1), TVN_TILES(2), TVN_TILES(3), TVN_TILES(4)}, 4, nr, 2, 1};
 
 } // namespace tvn

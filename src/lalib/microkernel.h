@@ -1,16 +1,32 @@
-// What a register tile is to the code that packs for it.
+// What a register tile is to the code around it.
 #pragma once
 
 #include <stdint.h>
 
 namespace tvn {
 
-// c (mr by nr, column-major with ldc) -= a b' over k: a packed in groups of mr, b in groups of nr.
-using micro_function = void (*)(int64_t k, const double* a, const double* b, double* c, int64_t ldc);
+constexpr int maxmicrocols = 8, maxmicrovectors = 3;
+
+// One tile: c (column-major with ldc) -= a u' over k columns of a (column-major with lda), where u holds k groups of nr
+// coefficients. Each element is its old value less the products in the order of the columns, one after the other, so
+// no choice of tiles changes a bit. tri null: that is all. Else the columns are then finished: tri holds L of the nr
+// columns by groups of nr, then their pivots, and c becomes c inv(L') inv(D).
+struct micro_call {
+  int64_t k;
+  const double* a;
+  int64_t lda;
+  const double* u;
+  double* c;
+  int64_t ldc;
+  int64_t last; // doubles of the last vector
+  const double* tri;
+};
+using micro_function = void (*)(const micro_call& m);
 
 struct microkernel {
-  micro_function run;
-  int32_t mr, nr;
+  micro_function run[maxmicrocols][maxmicrovectors + 1]; // by columns - 1; 0: all vectors whole, v: v of them, the last
+                                                         // one in part
+  int32_t mr, nr, nrlog, widthlog; // rows, columns of a whole tile and their logarithm, that of doubles in a vector
 };
 
 extern const microkernel micro_base, micro_avx2, micro_avx512;

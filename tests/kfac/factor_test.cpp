@@ -79,17 +79,17 @@ struct solver {
     factor = sfk_factor{};
     EXPECT_EQ(TVN_sysenv_delete(&sys), sys_code::ok) << "leak";
   }
-  void analyse(const system_case& c, const int32_t* perm) {
+  void analyse(const system_case& c, const int32_t* perm, int32_t numthreads = 1) {
     ASSERT_EQ(TVN_sfk_setupL(*sys, c.graph(), perm, {}, structure), sfk_code::ok);
-    TVN_sfk_allocLval(*sys, structure, TVN_matker_make(matker_isa::avx512), factor);
+    TVN_sfk_allocLval(*sys, structure, TVN_matker_make(matker_isa::avx512), factor, numthreads);
   }
-  sfk_code calculate(const system_case& c, const sfk_pivots& pivots = {}) {
+  sfk_code calculate(const system_case& c, const sfk_pivots& pivots = {}, const sfk_progress& progress = {}) {
     TVN_sfk_clear(factor);
     for (size_t p = 0; p < c.val.size(); p++) factor.val[structure.dest[static_cast<int64_t>(p)]] += c.val[p];
     for (int32_t j = 0; j < c.n; j++) factor.val[structure.diagdest[j]] += c.diag[size_t(j)];
     sfk_pivots own = pivots;
     own.sign = c.sign.data();
-    return TVN_ch_calfac(factor, own, {});
+    return TVN_ch_calfac(factor, own, progress);
   }
   std::vector<double> solve(std::vector<double> b) {
     std::vector<double> work(static_cast<size_t>(structure.n + structure.maxfront));
@@ -162,6 +162,77 @@ TEST(SymmetricFactor, NeverFailsOnZerosOfTheDiagonalAndTellsNaN) {
     if (c.n == 0) continue;
     c.diag[size_t(c.n) / 2] = std::nan("");
     EXPECT_EQ(s.calculate(c), sfk_code::failed);
+  }
+}
+
+namespace {
+
+// A cube with a shifted difference operator: large fronts over many subtrees.
+system_case cube(int32_t side) {
+  system_case c;
+  c.n = side * side * side;
+  std::mt19937_64 rng(1);
+  std::uniform_real_distribution<double> unit(-1, 1);
+  for (int32_t i = 0; i < c.n; i++) {
+    c.beg.push_back(static_cast<int64_t>(c.sub.size()));
+    for (const int32_t step : {1, side, side * side})
+      if (i / step % side > 0) {
+        c.sub.push_back(i - step);
+        c.val.push_back(unit(rng));
+      }
+  }
+  c.beg.push_back(static_cast<int64_t>(c.sub.size()));
+  c.diag.assign(size_t(c.n), 4.0);
+  c.sign.assign(size_t(c.n), 1);
+  return c;
+}
+
+// Ends at the given question, and sees that only its own thread asks.
+struct patience {
+  int32_t left;
+  int32_t calls = 0;
+  pthread_t self = pthread_self();
+  static int32_t ask(void* handle, int32_t, int64_t, double fraction) {
+    auto& p = *static_cast<patience*>(handle);
+    EXPECT_TRUE(pthread_equal(p.self, pthread_self()));
+    EXPECT_LE(fraction, 1.0);
+    return ++p.calls > p.left;
+  }
+};
+
+} // namespace
+
+TEST(SymmetricFactor, HasTheSameBitsForAnyNumberOfThreads) {
+  const system_case c = cube(20);
+  std::vector<int32_t> perm(size_t(c.n));
+  solver one;
+  sorder_figures figures;
+  ASSERT_EQ(TVN_amf_sorder(*one.sys, c.graph(), nullptr, {}, perm.data(), figures), sorder_code::ok);
+  one.analyse(c, perm.data());
+  ASSERT_EQ(one.calculate(c), sfk_code::ok);
+  for (const int32_t numthreads : {2, 3, 5}) {
+    solver many;
+    many.analyse(c, perm.data(), numthreads);
+    ASSERT_EQ(many.factor.numthreads, numthreads);
+    for (int round = 0; round < 3; round++) {
+      ASSERT_EQ(many.calculate(c), sfk_code::ok);
+      EXPECT_TRUE(std::equal(one.factor.d.begin(), one.factor.d.end(), many.factor.d.begin()));
+      const std::vector<double> b(size_t(c.n), 1.0);
+      EXPECT_EQ(one.solve(b), many.solve(b));
+    }
+    sfk_pivots all_replaced;
+    all_replaced.tolpiv = 1e6;
+    ASSERT_EQ(many.calculate(c, all_replaced), sfk_code::ok);
+    EXPECT_EQ(many.factor.numrepair, c.n) << "counts of all threads";
+    patience whole{1 << 30};
+    ASSERT_EQ(many.calculate(c, {}, {&whole, patience::ask}), sfk_code::ok);
+    for (int32_t k = 0; k < whole.calls; k += 1 + whole.calls / 20) {
+      patience p{k};
+      const sfk_code code = many.calculate(c, {}, {&p, patience::ask}); // how often is chance
+      EXPECT_EQ(code, p.calls > k ? sfk_code::stopped : sfk_code::ok) << k;
+      EXPECT_LE(p.calls, k + 1) << "asked again after the answer";
+    }
+    ASSERT_EQ(many.calculate(c), sfk_code::ok) << "a stop leaves nothing behind";
   }
 }
 

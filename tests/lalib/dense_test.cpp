@@ -31,6 +31,7 @@ struct block {
 
 } // namespace
 
+// Odd sizes, none and one, at any alignment: every tile with whole and partial rows and columns is met.
 TEST(Matker, SubtractsProductsOfAllShapesAndTouchesNothingElse) {
   std::mt19937_64 rng(1);
   for (const matker_isa isa : sets) {
@@ -38,20 +39,25 @@ TEST(Matker, SubtractsProductsOfAllShapesAndTouchesNothingElse) {
     std::vector<double> pack(static_cast<size_t>(TVN_matker_packsize(ker)));
     for (int round = 0; round < 150; round++) {
       const auto size = [&](int64_t most) { return static_cast<int64_t>(rng() % static_cast<uint64_t>(most + 1)); };
-      const bool lower = round % 2, large = round % 30 == 0;
+      const bool lower = round % 2, large = round % 75 == 0, scaled = round % 3 == 0;
       const int64_t n = size(large ? 1100 : 40), m = lower ? n + size(50) : size(large ? 500 : 60),
                     k = size(large ? 300 : 20);
       SCOPED_TRACE(std::to_string(m) + " " + std::to_string(n) + " " + std::to_string(k));
-      block a(m, k, round % 3, rng), b(n, k, round % 4, rng), c(m, n, round % 5, rng), old = c;
+      block a(m, k, round % 3, rng), b(n, k, round % 4, rng), c(m, n, round % 5, rng), d(k, 1, 0, rng), old = c;
       std::fill(pack.begin(), pack.end(), std::nan(""));
-      (lower ? TVN_matker_mm_sym_cecmab : TVN_matker_mm_cecmab)(ker, m, n, k, a.data(), a.ld, b.data(), b.ld, c.data(),
-                                                                c.ld, pack.data());
+      TVN_matker_mm_cecmab(
+          ker, {m, n, k, a.data(), a.ld, b.data(), b.ld, scaled ? d.data() : nullptr, c.data(), c.ld, lower},
+          pack.data());
       double worst = 0;
       for (int64_t j = 0; j < n; j++)
         for (int64_t i = 0; i < m; i++) {
+          if (lower && i < j) {
+            old.at(i, j) = i >= j / ker.micro.nr * ker.micro.nr ? c.at(i, j) : old.at(i, j);
+            continue;
+          }
           long double want = old.at(i, j);
-          if (!lower || i >= j)
-            for (int64_t p = 0; p < k; p++) want -= static_cast<long double>(a.at(i, p)) * b.at(j, p);
+          for (int64_t p = 0; p < k; p++)
+            want -= static_cast<long double>(a.at(i, p)) * b.at(j, p) * (scaled ? d.at(p, 0) : 1.0);
           worst = std::max(worst, std::fabs(static_cast<double>(want - c.at(i, j))));
           old.at(i, j) = c.at(i, j);
         }
@@ -72,7 +78,7 @@ struct rule {
     r.seen.push_back(q);
     return q == 0 ? 1.0 : q;
   }
-  static bool goeson(void* handle) {
+  static bool goeson(void* handle, double) {
     auto& r = *static_cast<rule*>(handle);
     return r.asked++ != r.stopat;
   }
@@ -80,7 +86,33 @@ struct rule {
 
 } // namespace
 
-// The rest after w columns equals the Schur complement, and L D L' the columns, in long double.
+namespace {
+
+// A front whose columns and update stand apart, with sentinels around.
+struct front_case {
+  int64_t n, w;
+  block a;
+  std::vector<double> update, d, work;
+  front_case(const matker& ker, int64_t rows, int64_t cols, int32_t numthreads, std::mt19937_64& rng)
+      : n(rows), w(cols), a(rows, cols, 3, rng), update(size_t(TVN_dfac_updatesize(rows - cols)) + 1, guard),
+        d(size_t(cols) + 1, guard), work(size_t(TVN_dfac_worksize(ker, rows, cols, numthreads)) + 1, std::nan("")) {
+    std::uniform_real_distribution<double> unit(-1, 1);
+    work.back() = guard;
+    for (int64_t j = 0; j < n; j++)
+      for (int64_t i = j; i < n; i++)
+        at(i, j) = i == j ? (j % 2 ? -1.0 : 1.0) * static_cast<double>(n + 2) : unit(rng); // known signs
+  }
+  double& at(int64_t i, int64_t j) { return j < w ? a.at(i, j) : TVN_dfac_column(update.data(), n - w, j - w)[i - w]; }
+  bool factor(const matker& ker, rule& r, thread_team* team) {
+    return TVN_dfac_factor(ker, {n, w, a.data(), a.ld, update.data(), d.data()}, {&r, rule::pivot, rule::goeson},
+                           TVN_dfac_space(ker, n, w, work.data()), team);
+  }
+};
+
+} // namespace
+
+// The rest after w columns equals the Schur complement, and L D L' the columns, in long double; a team has the same
+// bits.
 TEST(Dfac, FactorsLeadingColumnsAndUpdatesTheRest) {
   std::mt19937_64 rng(2);
   for (const matker_isa isa : sets) {
@@ -93,36 +125,42 @@ TEST(Dfac, FactorsLeadingColumnsAndUpdatesTheRest) {
                                {40, 16},
                                {97, 33},
                                {130, 130},
-                               {300, 270},
-                               {600, 520}}) {
+                               {300, 170},
+                               {520, 1},
+                               {600, 320}}) {
       SCOPED_TRACE(std::to_string(n) + " " + std::to_string(w));
-      block a(n, n, 3, rng);
-      for (int64_t j = 0; j < n; j++) a.at(j, j) = (j % 2 ? -1.0 : 1.0) * static_cast<double>(n + 2); // known signs
-      const block old = a;
-      std::vector<double> d(static_cast<size_t>(w) + 1), work(static_cast<size_t>(TVN_dfac_worksize(ker, n)));
-      rule r;
-      ASSERT_TRUE(TVN_dfac_factor(ker, n, w, a.data(), a.ld, d.data(), {&r, rule::pivot, rule::goeson}, work.data()));
+      front_case f(ker, n, w, 3, rng), old = f, shared = f;
+      rule r, s;
+      ASSERT_TRUE(f.factor(ker, r, nullptr));
       ASSERT_EQ(static_cast<int64_t>(r.seen.size()), w);
-      block b = old;
-      double worst = 0;
-      for (int64_t j = 0; j < n; j++)
-        for (int64_t i = j; i < n; i++) {
-          const auto l = [&](int64_t row, int64_t col) { return row == col ? 1.0 : a.at(row, col); };
-          long double sum = j < w ? 0.0L : static_cast<long double>(a.at(i, j));
-          for (int64_t p = 0; p <= std::min(j, w - 1); p++)
-            sum += static_cast<long double>(l(i, p)) * l(j, p) * d[static_cast<size_t>(p)];
-          worst = std::max(worst, std::fabs(static_cast<double>(sum - b.at(i, j))));
+      double worst = 0, differ = 0;
+      std::vector<long double> sum(size_t(n), 0.0L);
+      {
+        thread_team team(3, {});
+        ASSERT_TRUE(shared.factor(ker, s, &team));
+      }
+      for (int64_t j = 0; j < n; j++) {
+        for (int64_t i = j; i < n; i++) sum[size_t(i)] = j < w ? 0.0L : static_cast<long double>(f.at(i, j));
+        for (int64_t p = 0; p <= std::min(j, w - 1); p++) {
+          const long double t = (p == j ? 1.0L : static_cast<long double>(f.at(j, p))) * f.d[size_t(p)];
+          for (int64_t i = j; i < n; i++) sum[size_t(i)] += t * (i == p ? 1.0 : f.at(i, p));
         }
+        for (int64_t i = j; i < n; i++) {
+          worst = std::max(worst, std::fabs(static_cast<double>(sum[size_t(i)] - old.at(i, j))));
+          differ += i > j && f.at(i, j) != shared.at(i, j);
+        }
+      }
       EXPECT_TRUE(worst <= 1e-14 * static_cast<double>(n + 1)) << worst;
-      for (int64_t j = 0; j < n; j++)
-        for (int64_t i = 0; i < j; i++) ASSERT_EQ(a.at(i, j), b.at(i, j)) << "above the diagonal";
-      for (int64_t k = 0; k < w; k++) EXPECT_EQ(d[static_cast<size_t>(k)] > 0, k % 2 == 0) << "inertia";
+      EXPECT_EQ(differ, 0) << "bits of the team";
+      EXPECT_EQ(f.d, shared.d);
+      for (int64_t k = 0; k < w; k++) EXPECT_EQ(f.d[size_t(k)] > 0, k % 2 == 0) << "inertia";
+      EXPECT_EQ(f.d.back(), guard);
+      EXPECT_EQ(f.work.back(), guard);
+      EXPECT_EQ(f.update.back(), guard);
       if (w <= 256) continue;
       rule stop;
       stop.stopat = 1;
-      a = old;
-      EXPECT_FALSE(
-          TVN_dfac_factor(ker, n, w, a.data(), a.ld, d.data(), {&stop, rule::pivot, rule::goeson}, work.data()));
+      EXPECT_FALSE(old.factor(ker, stop, nullptr));
     }
   }
 }
