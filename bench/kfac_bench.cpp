@@ -92,6 +92,14 @@ struct prepared {
     (void)TVN_sfk_setupL(*sys, g, perm.data(), {}, structure);
     TVN_sfk_allocLval(*sys, structure, tvn::TVN_matker_make(tvn::matker_isa::avx512), factor, numthreads);
   }
+  void fill() {
+    TVN_sfk_clear(factor);
+    for (int32_t i = 0; i < k.n; i++) {
+      factor.val[structure.diagdest[i]] += k.val[size_t(k.beg[size_t(i)])];
+      for (int64_t q = k.beg[size_t(i)] + 1; q < k.end[size_t(i)]; q++)
+        factor.val[structure.dest[q]] += k.val[size_t(q)];
+    }
+  }
   ~prepared() {
     structure = {};
     factor = {};
@@ -110,13 +118,38 @@ void put_counters(benchmark::State& state, const prepared& p) {
 void factor(benchmark::State& state, const std::string& path, int32_t numthreads) {
   prepared p(path, numthreads);
   for (auto _ : state) {
-    TVN_sfk_clear(p.factor);
-    for (int32_t i = 0; i < p.k.n; i++) {
-      p.factor.val[p.structure.diagdest[i]] += p.k.val[size_t(p.k.beg[size_t(i)])];
-      for (int64_t q = p.k.beg[size_t(i)] + 1; q < p.k.end[size_t(i)]; q++)
-        p.factor.val[p.structure.dest[q]] += p.k.val[size_t(q)];
-    }
+    p.fill();
     if (TVN_ch_calfac(p.factor, {}, {}) != tvn::sfk_code::ok) state.SkipWithError("failed");
+  }
+  put_counters(state, p);
+}
+
+// The free order and the structure: all that comes before the first factorisation.
+void analysis(benchmark::State& state, const std::string& path) {
+  prepared p(path);
+  const tvn::sorder_graph g{p.k.n, p.k.beg.data(), p.k.end.data(), p.k.sub.data()};
+  std::vector<int32_t> invp(p.perm.size());
+  tvn::gp_sorder_stats stats;
+  for (auto _ : state) {
+    (void)TVN_amf_gp_sorder(*p.sys, g, nullptr, {}, {}, p.perm.data(), invp.data(), stats);
+    (void)TVN_sfk_setupL(*p.sys, g, p.perm.data(), {}, p.structure);
+  }
+  put_counters(state, p);
+}
+
+// With as many right sides at once.
+void solve(benchmark::State& state, const std::string& path, int32_t num) {
+  prepared p(path);
+  p.fill();
+  if (TVN_ch_calfac(p.factor, {}, {}) != tvn::sfk_code::ok) state.SkipWithError("failed");
+  std::vector<double> rhs(p.perm.size() * static_cast<size_t>(num), 1.0),
+      work(static_cast<size_t>(TVN_sfk_worksize(p.structure)));
+  for (auto _ : state) {
+    std::fill(rhs.begin(), rhs.end(), 1.0);
+    if (num == 1)
+      TVN_sfk_solve(p.factor, rhs.data(), work.data());
+    else
+      TVN_sfk_solve_X(p.factor, num, rhs.data(), work.data());
   }
   put_counters(state, p);
 }
@@ -160,6 +193,9 @@ int main(int argc, char** argv) {
     std::string name = std::filesystem::path(f).filename().string();
     name.resize(name.size() - 7);
     benchmark::RegisterBenchmark((name + "/factor").c_str(), factor, f, 1);
+    benchmark::RegisterBenchmark((name + "/analysis").c_str(), analysis, f);
+    benchmark::RegisterBenchmark((name + "/solve").c_str(), solve, f, 1);
+    benchmark::RegisterBenchmark((name + "/solve16").c_str(), solve, f, 16);
     benchmark::RegisterBenchmark((name + "/twothreads").c_str(), factor, f, 2)->UseRealTime();
 #ifdef TVN_BENCH_CHOLMOD
     benchmark::RegisterBenchmark((name + "/cholmod").c_str(), cholmod, f);

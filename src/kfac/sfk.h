@@ -88,4 +88,10 @@ void TVN_sfk_Ltx(const sfk_factor& f, double* x, double* work) noexcept;
 // Solves with the factor; rhs by node, overwritten. work: [n + maxfront].
 void TVN_sfk_solve(const sfk_factor& f, double* rhs, double* work) noexcept;
 
+// Several right sides at once, column by column of n: inverse of L times x, by position; solves, by node. They differ
+// from one at a time in rounding. work: [TVN_sfk_worksize].
+int64_t TVN_sfk_worksize(const sfk_structure& sfk) noexcept;
+void TVN_sfk_LX(const sfk_factor& f, int32_t num, double* x, double* work) noexcept;
+void TVN_sfk_solve_X(const sfk_factor& f, int32_t num, double* rhs, double* work) noexcept;
+
 } // namespace tvn

@@ -1,5 +1,8 @@
-// Triangular solves along the supernodes. Rows below a supernode are gathered once, so that the inner loops run down
-// contiguous columns of L. Cost: the stored values, twice.
+// Triangular solves along the supernodes, with one right side and with several at once.
+//
+// Small blocks are done by plain loops. In large ones a few columns at a time go through the kernels: to the rows below
+// as a product, from them as dot products. Several right sides lie row by row, micro_wide in a row, so that each value
+// of L is read once for all. Cost: the stored values, twice.
 #include "kfac/sfk.h"
 
 #include <algorithm>
@@ -7,6 +10,8 @@
 namespace tvn {
 
 namespace {
+
+constexpr int64_t smallblock = 256; // elements for which a call costs more than it saves
 
 struct block_view {
   const double* l; // column-major
@@ -22,21 +27,139 @@ block_view block_of(const sfk_factor& f, int32_t k) noexcept {
           s.snbeg[k]};
 }
 
+void forward_small(const block_view& b, double* x) noexcept {
+  const int64_t num = b.height - b.width;
+  for (int64_t c = 0; c < b.width; c++) {
+    const double* const l = b.l + c * b.height;
+    const double t = x[b.first + c];
+    for (int64_t i = c + 1; i < b.width; i++) x[b.first + i] -= l[i] * t;
+    for (int64_t i = 0; i < num; i++) x[b.below[i]] -= l[b.width + i] * t;
+  }
+}
+
+void backward_small(const block_view& b, double* x) noexcept {
+  const int64_t num = b.height - b.width;
+  for (int64_t c = b.width - 1; c >= 0; c--) {
+    const double* const l = b.l + c * b.height;
+    double sum = 0;
+    for (int64_t i = c + 1; i < b.width; i++) sum += l[i] * x[b.first + i];
+    for (int64_t i = 0; i < num; i++) sum += l[b.width + i] * x[b.below[i]];
+    x[b.first + c] -= sum;
+  }
+}
+
+// y: [height] the own rows, then those below.
+void forward_block(const matker& ker, const block_view& b, double* y) noexcept {
+  const int64_t step = ker.micro.nr;
+  for (int64_t c = 0; c < b.width; c += step) {
+    const int64_t end = std::min(c + step, b.width);
+    for (int64_t p = c; p < end; p++)
+      for (int64_t i = p + 1; i < end; i++) y[i] -= b.l[i + p * b.height] * y[p];
+    TVN_matker_run_rows(ker.micro, b.height - end, 1,
+                        {end - c, b.l + end + c * b.height, b.height, y + c, 1, y + end, b.height, 0, nullptr});
+  }
+}
+
+void backward_block(const matker& ker, const block_view& b, double* y) noexcept {
+  const int64_t step = ker.micro.nr;
+  double sum[maxmicrocols];
+  for (int64_t c = (b.width - 1) / step * step; c >= 0; c -= step) {
+    const int64_t end = std::min(c + step, b.width);
+    ker.micro.dots[end - c - 1](b.height - end, b.l + end + c * b.height, b.height, y + end, sum);
+    for (int64_t p = end - 1; p >= c; p--) {
+      double all = sum[p - c];
+      for (int64_t i = p + 1; i < end; i++) all += b.l[i + p * b.height] * y[i];
+      y[p] -= all;
+    }
+  }
+}
+
+// The same for rows of micro_wide right sides.
+constexpr int64_t wide = micro_wide;
+
+void subtract_row(double* __restrict y, const double* __restrict x, double t) noexcept {
+  for (int64_t q = 0; q < wide; q++) y[q] -= t * x[q];
+}
+
+// y seen as a matrix with a column for each row, so that the register tile takes L as its coefficients.
+void forward_wide(const matker& ker, const block_view& b, double* y) noexcept {
+  const int64_t step = ker.micro.nr;
+  for (int64_t c = 0; c < b.width; c += step) {
+    const int64_t end = std::min(c + step, b.width);
+    for (int64_t p = c; p < end; p++)
+      for (int64_t i = p + 1; i < end; i++) subtract_row(y + i * wide, y + p * wide, b.l[i + p * b.height]);
+    for (int64_t i = end; i < b.height; i += step)
+      TVN_matker_run_rows(
+          ker.micro, wide, std::min(step, b.height - i),
+          {end - c, y + c * wide, wide, b.l + i + c * b.height, b.height, y + i * wide, wide, 0, nullptr});
+  }
+}
+
+void backward_wide(const matker& ker, const block_view& b, double* y) noexcept {
+  const int64_t step = ker.micro.nr;
+  double sum[maxmicrocols * wide];
+  for (int64_t c = (b.width - 1) / step * step; c >= 0; c -= step) {
+    const int64_t end = std::min(c + step, b.width);
+    ker.micro.dotsx[end - c - 1](b.height - end, b.l + end + c * b.height, b.height, y + end * wide, sum);
+    for (int64_t p = end - 1; p >= c; p--) {
+      for (int64_t i = p + 1; i < end; i++) subtract_row(y + p * wide, y + i * wide, b.l[i + p * b.height]);
+      subtract_row(y + p * wide, sum + (p - c) * wide, 1.0);
+    }
+  }
+}
+
+// All supernodes, on rows by position; z: [maxfront * wide].
+void forward_all(const sfk_factor& f, double* x, double* z) noexcept {
+  for (int32_t k = 0; k < f.sfk->numsn; k++) {
+    const block_view b = block_of(f, k);
+    const int64_t num = b.height - b.width;
+    std::copy_n(x + b.first * wide, b.width * wide, z);
+    std::fill_n(z + b.width * wide, num * wide, 0.0);
+    forward_wide(f.ker, b, z);
+    std::copy_n(z, b.width * wide, x + b.first * wide);
+    for (int64_t i = 0; i < num; i++) subtract_row(x + b.below[i] * wide, z + (b.width + i) * wide, -1.0);
+  }
+}
+
+void backward_all(const sfk_factor& f, double* x, double* z) noexcept {
+  for (int32_t k = f.sfk->numsn - 1; k >= 0; k--) {
+    const block_view b = block_of(f, k);
+    std::copy_n(x + b.first * wide, b.width * wide, z);
+    for (int64_t i = b.width; i < b.height; i++) std::copy_n(x + b.below[i - b.width] * wide, wide, z + i * wide);
+    backward_wide(f.ker, b, z);
+    std::copy_n(z, b.width * wide, x + b.first * wide);
+  }
+}
+
+// Columns of x, n apart, to rows and back; perm null: positions. Rows are filled up with zeros.
+void gather_rows(const double* x, int64_t n, int64_t num, const int32_t* perm, double* rows) noexcept {
+  for (int64_t k = 0; k < n; k++, rows += wide) {
+    const double* const from = x + (perm ? perm[k] : k);
+    for (int64_t q = 0; q < wide; q++) rows[q] = q < num ? from[q * n] : 0.0;
+  }
+}
+
+void scatter_rows(const double* rows, int64_t n, int64_t num, const int32_t* perm, double* x) noexcept {
+  for (int64_t k = 0; k < n; k++, rows += wide)
+    for (int64_t q = 0; q < num; q++) x[(perm ? perm[k] : k) + q * n] = rows[q];
+}
+
 } // namespace
 
 void TVN_sfk_Lx(const sfk_factor& f, double* x, double* work) noexcept {
   for (int32_t k = 0; k < f.sfk->numsn; k++) {
     const block_view b = block_of(f, k);
-    const int64_t num = b.height - b.width;
-    double* __restrict const sum = work;
-    std::fill_n(sum, num, 0.0);
-    for (int64_t c = 0; c < b.width; c++) {
-      const double* __restrict const l = b.l + c * b.height;
-      const double t = x[b.first + c];
-      for (int64_t i = c + 1; i < b.width; i++) x[b.first + i] -= l[i] * t;
-      for (int64_t i = 0; i < num; i++) sum[i] += l[b.width + i] * t;
+    if (b.height * b.width <= smallblock) {
+      forward_small(b, x);
+      continue;
     }
-    for (int64_t i = 0; i < num; i++) x[b.below[i]] -= sum[i];
+    const int64_t num = b.height - b.width;
+    double* const y = work;
+    std::copy_n(x + b.first, b.width, y);
+    std::fill_n(y + b.width, num, 0.0);
+    forward_block(f.ker, b, y);
+    std::copy_n(y, b.width, x + b.first);
+    for (int64_t i = 0; i < num; i++) x[b.below[i]] += y[b.width + i];
   }
 }
 
@@ -47,21 +170,16 @@ void TVN_sfk_InvmulD(const sfk_factor& f, double* x) noexcept {
 void TVN_sfk_Ltx(const sfk_factor& f, double* x, double* work) noexcept {
   for (int32_t k = f.sfk->numsn - 1; k >= 0; k--) {
     const block_view b = block_of(f, k);
-    const int64_t num = b.height - b.width;
-    double* __restrict const y = work;
-    for (int64_t i = 0; i < num; i++) y[i] = x[b.below[i]];
-    for (int64_t c = b.width - 1; c >= 0; c--) {
-      const double* __restrict const l = b.l + c * b.height;
-      double even = 0, odd = 0;
-      for (int64_t i = c + 1; i < b.width; i++) even += l[i] * x[b.first + i];
-      int64_t i = 0;
-      for (; i + 1 < num; i += 2) {
-        even += l[b.width + i] * y[i];
-        odd += l[b.width + i + 1] * y[i + 1];
-      }
-      if (i < num) even += l[b.width + i] * y[i];
-      x[b.first + c] -= even + odd;
+    if (b.height * b.width <= smallblock) {
+      backward_small(b, x);
+      continue;
     }
+    const int64_t num = b.height - b.width;
+    double* const y = work;
+    std::copy_n(x + b.first, b.width, y);
+    for (int64_t i = 0; i < num; i++) y[b.width + i] = x[b.below[i]];
+    backward_block(f.ker, b, y);
+    std::copy_n(y, b.width, x + b.first);
   }
 }
 
@@ -73,6 +191,32 @@ void TVN_sfk_solve(const sfk_factor& f, double* rhs, double* work) noexcept {
   TVN_sfk_InvmulD(f, x);
   TVN_sfk_Ltx(f, x, work);
   for (int32_t k = 0; k < s.n; k++) rhs[s.perm[k]] = x[k];
+}
+
+int64_t TVN_sfk_worksize(const sfk_structure& s) noexcept { return (int64_t{s.n} + s.maxfront) * wide; }
+
+void TVN_sfk_LX(const sfk_factor& f, int32_t num, double* x, double* work) noexcept {
+  const int64_t n = f.sfk->n;
+  double* const rows = work + f.sfk->maxfront * wide;
+  for (int64_t c = 0; c < num; c += wide) {
+    gather_rows(x + c * n, n, std::min(wide, num - c), nullptr, rows);
+    forward_all(f, rows, work);
+    scatter_rows(rows, n, std::min(wide, num - c), nullptr, x + c * n);
+  }
+}
+
+void TVN_sfk_solve_X(const sfk_factor& f, int32_t num, double* rhs, double* work) noexcept {
+  const int64_t n = f.sfk->n;
+  const int32_t* const perm = f.sfk->perm.data();
+  double* const rows = work + f.sfk->maxfront * wide;
+  for (int64_t c = 0; c < num; c += wide) {
+    gather_rows(rhs + c * n, n, std::min(wide, num - c), perm, rows);
+    forward_all(f, rows, work);
+    for (int64_t k = 0; k < n; k++)
+      for (int64_t q = 0; q < wide; q++) rows[k * wide + q] /= f.d[k];
+    backward_all(f, rows, work);
+    scatter_rows(rows, n, std::min(wide, num - c), perm, rhs + c * n);
+  }
 }
 
 } // namespace tvn

@@ -75,8 +75,9 @@ void factor_small(const panel_run& r, int64_t c, int64_t num, double* tri) noexc
 
 // The group of columns [c, c + num) in the rows [row, end).
 void finish_group(const panel_run& r, int64_t c, int64_t num, int64_t row, int64_t end) noexcept {
-  TVN_matker_run_rows(r.ker.micro, end - row, num,
-                      {c - r.from, r.at(row, r.from), r.f.lda, r.coef_of(c), r.at(row, c), r.f.lda, 0, r.tri_of(c)});
+  TVN_matker_run_rows(
+      r.ker.micro, end - row, num,
+      {c - r.from, r.at(row, r.from), r.f.lda, r.coef_of(c), r.nr, r.at(row, c), r.f.lda, 0, r.tri_of(c)});
 }
 
 // All groups in the rows [from, end) that hold their diagonal blocks.
@@ -86,7 +87,7 @@ void factor_top(const panel_run& r, int64_t end) noexcept {
     if (c > r.from) {
       fill_coefficients(r, c, num, c, r.coef_of(c));
       TVN_matker_run_rows(r.ker.micro, num, num,
-                          {c - r.from, r.at(c, r.from), r.f.lda, r.coef_of(c), r.at(c, c), r.f.lda, 0, nullptr});
+                          {c - r.from, r.at(c, r.from), r.f.lda, r.coef_of(c), r.nr, r.at(c, c), r.f.lda, 0, nullptr});
     }
     factor_small(r, c, num, r.tri_of(c));
     finish_group(r, c, num, c + num, end);
@@ -137,7 +138,7 @@ void update_strip(const panel_run& r, int64_t row, int64_t end, double* pack) no
     int64_t ld = 0, i = std::max(row, r.group_row(g));
     double* const c = target(r, g, ld);
     const int64_t cols = std::min(r.group_row(g + 1) - r.group_row(g), r.nr);
-    micro_call m{depth, r.at(i, r.from), r.f.lda, u, c + i, ld, 0, nullptr};
+    micro_call m{depth, r.at(i, r.from), r.f.lda, u, r.nr, c + i, ld, 0, nullptr};
     if (!packed) {
       TVN_matker_run_rows(micro, end - i, cols, m);
       continue;

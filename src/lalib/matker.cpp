@@ -65,7 +65,7 @@ void run_block(const matker& ker, const matker_product& t, int64_t i, int64_t en
     const int64_t row = t.lower ? std::max(i, j + q) : i, num = std::min<int64_t>(micro.nr, cols - q);
     if (row >= end) break;
     double* const c = t.c + (j + q) * t.ldc;
-    micro_call m{k, t.a + row + p * t.lda, t.lda, pb, c + row, t.ldc, 0, nullptr};
+    micro_call m{k, t.a + row + p * t.lda, t.lda, pb, micro.nr, c + row, t.ldc, 0, nullptr};
     if (packed)
       run_packed(micro, row - i, end - i, num, pa, m, c + i);
     else

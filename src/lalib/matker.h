@@ -40,6 +40,11 @@ struct matker_product {
 // pack: work space.
 void TVN_matker_mm_cecmab(const matker& ker, const matker_product& p, double* pack) noexcept;
 
+inline void TVN_matker_mm_sym_cecmab(const matker& ker, int64_t m, int64_t n, int64_t k, const double* a, int64_t lda,
+                                     const double* b, int64_t ldb, double* c, int64_t ldc, double* pack) noexcept {
+  TVN_matker_mm_cecmab(ker, {m, n, k, a, lda, b, ldb, nullptr, c, ldc, true}, pack);
+}
+
 // Columns [0, cols) of `rows` rows by one tile after the other; what m says of rows is replaced.
 inline void TVN_matker_run_rows(const microkernel& micro, int64_t rows, int64_t cols, micro_call m) noexcept {
   const micro_function* const run = micro.run[cols - 1];

@@ -17,6 +17,7 @@ struct vec4 {
   static void store_part(double* p, type v, int64_t n) { _mm256_maskstore_pd(p, mask(n), v); }
   static type fill(double v) { return _mm256_set1_pd(v); }
   static type less(type c, type a, type b) { return _mm256_fnmadd_pd(a, b, c); }
+  static type plus(type c, type a, type b) { return _mm256_fmadd_pd(a, b, c); }
   static type over(type a, type b) { return _mm256_div_pd(a, b); }
 };
 
@@ -29,6 +30,13 @@ constexpr int nr = 4;
     micro_tile<vec4, nr, 3, cols, true>, micro_tile<vec4, nr, 1, cols, false>, micro_tile<vec4, nr, 2, cols, false>,   \
         micro_tile<vec4, nr, 3, cols, false>                                                                           \
   }
-const microkernel micro_avx2 = {{TVN_TILES(1), TVN_TILES(2), TVN_TILES(3), TVN_TILES(4)}, 12, nr, 2, 2};
+const microkernel micro_avx2 = {
+    {TVN_TILES(1), TVN_TILES(2), TVN_TILES(3), TVN_TILES(4)},
+    {micro_dots_of<vec4, 1>, micro_dots_of<vec4, 2>, micro_dots_of<vec4, 3>, micro_dots_of<vec4, 4>},
+    {micro_dotsx_of<vec4, 1>, micro_dotsx_of<vec4, 2>, micro_dotsx_of<vec4, 3>, micro_dotsx_of<vec4, 4>},
+    12,
+    nr,
+    2,
+    2};
 
 } // namespace tvn

@@ -17,6 +17,7 @@ struct vec8 {
   static void store_part(double* p, type v, int64_t n) { _mm512_mask_storeu_pd(p, mask(n), v); }
   static type fill(double v) { return _mm512_set1_pd(v); }
   static type less(type c, type a, type b) { return _mm512_fnmadd_pd(a, b, c); }
+  static type plus(type c, type a, type b) { return _mm512_fmadd_pd(a, b, c); }
   static type over(type a, type b) { return _mm512_div_pd(a, b); }
 };
 
@@ -31,6 +32,10 @@ constexpr int nr = 8;
   }
 const microkernel micro_avx512 = {
     {TVN_TILES(1), TVN_TILES(2), TVN_TILES(3), TVN_TILES(4), TVN_TILES(5), TVN_TILES(6), TVN_TILES(7), TVN_TILES(8)},
+    {micro_dots_of<vec8, 1>, micro_dots_of<vec8, 2>, micro_dots_of<vec8, 3>, micro_dots_of<vec8, 4>,
+     micro_dots_of<vec8, 5>, micro_dots_of<vec8, 6>, micro_dots_of<vec8, 7>, micro_dots_of<vec8, 8>},
+    {micro_dotsx_of<vec8, 1>, micro_dotsx_of<vec8, 2>, micro_dotsx_of<vec8, 3>, micro_dotsx_of<vec8, 4>,
+     micro_dotsx_of<vec8, 5>, micro_dotsx_of<vec8, 6>, micro_dotsx_of<vec8, 7>, micro_dotsx_of<vec8, 8>},
     24,
     nr,
     3,

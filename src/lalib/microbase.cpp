@@ -16,6 +16,7 @@ struct vec2 {
   static void store_part(double* p, type v, int64_t n) { n == 2 ? store(p, v) : _mm_store_sd(p, v); }
   static type fill(double v) { return _mm_set1_pd(v); }
   static type less(type c, type a, type b) { return _mm_sub_pd(c, _mm_mul_pd(a, b)); }
+  static type plus(type c, type a, type b) { return _mm_add_pd(c, _mm_mul_pd(a, b)); }
   static type over(type a, type b) { return _mm_div_pd(a, b); }
 };
 
@@ -28,6 +29,13 @@ constexpr int nr = 4;
     micro_tile<vec2, nr, 2, cols, true>, micro_tile<vec2, nr, 1, cols, false>, micro_tile<vec2, nr, 2, cols, false>,   \
         nullptr                                                                                                        \
   }
-const microkernel micro_base = {{TVN_TILES(1), TVN_TILES(2), TVN_TILES(3), TVN_TILES(4)}, 4, nr, 2, 1};
+const microkernel micro_base = {
+    {TVN_TILES(1), TVN_TILES(2), TVN_TILES(3), TVN_TILES(4)},
+    {micro_dots_of<vec2, 1>, micro_dots_of<vec2, 2>, micro_dots_of<vec2, 3>, micro_dots_of<vec2, 4>},
+    {micro_dotsx_of<vec2, 1>, micro_dotsx_of<vec2, 2>, micro_dotsx_of<vec2, 3>, micro_dotsx_of<vec2, 4>},
+    4,
+    nr,
+    2,
+    1};
 
 } // namespace tvn

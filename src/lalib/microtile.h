@@ -21,10 +21,10 @@ template <class V, int rows, int cols, bool whole> struct tile {
 #pragma GCC unroll 4
       for (int i = 0; i < rows; i++) acc[j][i] = load(m.c + j * m.ldc, i, m.last);
   }
-  template <int nr> void subtract(const micro_call& m) {
+  void subtract(const micro_call& m) {
     const double *a = m.a, *u = m.u;
-    const int64_t lda = m.lda, last = m.last;
-    for (int64_t p = 0; p < m.k; p++, a += lda, u += nr) {
+    const int64_t lda = m.lda, ldu = m.ldu, last = m.last;
+    for (int64_t p = 0; p < m.k; p++, a += lda, u += ldu) {
       vector v[rows];
 #pragma GCC unroll 4
       for (int i = 0; i < rows; i++) v[i] = load(a, i, last);
@@ -69,9 +69,56 @@ template <class V, int rows, int cols, bool whole> struct tile {
 template <class V, int nr, int rows, int cols, bool whole> void micro_tile(const micro_call& m) {
   tile<V, rows, cols, whole> t;
   t.read(m);
-  t.template subtract<nr>(m);
+  t.subtract(m);
   if (m.tri) t.template finish<nr>(m.tri);
   t.write(m);
+}
+
+template <class V, int cols> void micro_dots_of(int64_t n, const double* l, int64_t ld, const double* y, double* sum) {
+  typename V::type acc[cols];
+#pragma GCC unroll 8
+  for (int j = 0; j < cols; j++) acc[j] = V::fill(0.0);
+  int64_t i = 0;
+  for (; i + V::width <= n; i += V::width) {
+    const typename V::type v = V::load(y + i);
+#pragma GCC unroll 8
+    for (int j = 0; j < cols; j++) acc[j] = V::plus(acc[j], V::load(l + i + j * ld), v);
+  }
+  if (i < n) {
+    const typename V::type v = V::load_part(y + i, n - i);
+#pragma GCC unroll 8
+    for (int j = 0; j < cols; j++) acc[j] = V::plus(acc[j], V::load_part(l + i + j * ld, n - i), v);
+  }
+  for (int j = 0; j < cols; j++) {
+    double parts[V::width], all = 0;
+    V::store(parts, acc[j]);
+    for (int p = 0; p < V::width; p++) all += parts[p];
+    sum[j] = all;
+  }
+}
+
+template <class V, int cols> void micro_dotsx_of(int64_t n, const double* l, int64_t ld, const double* y, double* sum) {
+  constexpr int parts = micro_wide / V::width;
+  typename V::type acc[cols][parts];
+#pragma GCC unroll 8
+  for (int j = 0; j < cols; j++)
+#pragma GCC unroll 4
+    for (int q = 0; q < parts; q++) acc[j][q] = V::fill(0.0);
+  for (int64_t i = 0; i < n; i++, y += micro_wide) {
+    typename V::type v[parts];
+#pragma GCC unroll 4
+    for (int q = 0; q < parts; q++) v[q] = V::load(y + q * V::width);
+#pragma GCC unroll 8
+    for (int j = 0; j < cols; j++) {
+      const typename V::type w = V::fill(l[i + j * ld]);
+#pragma GCC unroll 4
+      for (int q = 0; q < parts; q++) acc[j][q] = V::plus(acc[j][q], v[q], w);
+    }
+  }
+#pragma GCC unroll 8
+  for (int j = 0; j < cols; j++)
+#pragma GCC unroll 4
+    for (int q = 0; q < parts; q++) V::store(sum + j * micro_wide + q * V::width, acc[j][q]);
 }
 
 } // namespace

@@ -147,6 +147,17 @@ TEST(SymmetricFactor, SolvesRandomSystemsInAnyOrder) {
     ASSERT_EQ(s.calculate(c), sfk_code::ok);
     EXPECT_EQ(first, s.solve(b));
     EXPECT_GE(s.structure.stored, s.structure.nnzl);
+    // Several at once.
+    const int32_t num = 1 + static_cast<int32_t>(seed % 19);
+    std::vector<double> all, work(static_cast<size_t>(TVN_sfk_worksize(s.structure)), std::nan(""));
+    for (int32_t k = 0; k < num; k++)
+      for (const double v : b) all.push_back(v * (k + 1));
+    TVN_sfk_solve_X(s.factor, num, all.data(), work.data());
+    for (int32_t k = 0; k < num; k++) {
+      std::vector<double> x(all.begin() + k * c.n, all.begin() + (k + 1) * c.n), scaled = b;
+      for (double& v : scaled) v *= k + 1;
+      EXPECT_TRUE(residual(c, x, scaled) <= 1e-13) << k;
+    }
   }
 }
 
