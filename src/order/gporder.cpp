@@ -14,15 +14,17 @@ namespace tvn {
 
 namespace {
 
-constexpr double numfactor = 25;    // factorisations of a usual solve
-constexpr double share = 0.6;       // of the time of these, for all partitions
-constexpr double passperentry = 60; // units of a partition for each entry of the graph, roughly
-constexpr int32_t maxpasses = 2;
+constexpr double numfactor = 25;                  // factorisations of a usual solve
+constexpr double share = 0.8;                     // of the time of these, for the first partition
+constexpr double shareall = 0.2;                  // for all, once there is one
+constexpr double passperentry = 60;               // units of a partition for each entry of the graph, roughly
+constexpr int32_t maxpasses = 4, usualpasses = 2; // more while none has won
+constexpr uint64_t firstseed = 11;
 constexpr int32_t minpartitioned = 100;
 constexpr int32_t maxsecondfill = 20000; // nodes for which a second score is tried
 // Of the weights that the caller gives. Patterns of linear problems want balance, grids the lightest separator: 25
 // percent fewer flops on cubes with cheap imbalance, 30 percent more on pds-10.
-constexpr double passratio[maxpasses] = {0.333, 1.0}, passbeta[maxpasses] = {3.0, 0.125};
+constexpr double passratio[usualpasses] = {0.333, 1.0}, passbeta[usualpasses] = {3.0, 0.125};
 
 struct candidate {
   buffer<int32_t> order; // of the classes
@@ -70,12 +72,11 @@ bool try_partition(search& s, const partition_weights& w, uint64_t seed, bool& b
   return true;
 }
 
-// Flops of a factorisation in the time of one list entry: tiny fronts run at a tenth of the speed of large ones.
-double flops_per_unit(double flops) { return std::clamp(std::cbrt(flops) / 12, 8.0, 80.0); }
-
-double affordable(const search& s) {
-  const double flops = s.best.figures.flops;
-  return share * numfactor * flops / flops_per_unit(flops);
+// A factorisation in units: what a column, an entry and a flop take of the time of a list entry.
+double units_of_factor(const search& s) {
+  constexpr double percolumn = 8, perentry = 0.6, perflop = 0.012;
+  const sorder_figures& f = s.best.figures;
+  return percolumn * s.g.n + perentry * static_cast<double>(f.nnz) + perflop * f.flops;
 }
 
 // Passes with changing weights while they are cheap beside what they may save.
@@ -84,9 +85,12 @@ bool partition(search& s, const gp_sorder_params& params) {
   bool better = false;
   sorder_figures figures;
   for (int32_t pass = 0; pass < maxpasses; pass++) {
-    if (passperentry * entries * (pass + 1) > affordable(s)) break;
-    const partition_weights w{params.minratio * passratio[pass], params.beta * passbeta[pass]};
-    if (!try_partition(s, w, static_cast<uint64_t>(pass) + 1, better, figures)) return false;
+    const double least = passperentry * entries * (pass + 1);
+    if (least > (pass == 0 ? share : shareall) * numfactor * units_of_factor(s)) break;
+    if (pass >= usualpasses && s.stats.partitioned) break;
+    const int32_t kind = pass % usualpasses;
+    const partition_weights w{params.minratio * passratio[kind], params.beta * passbeta[kind]};
+    if (!try_partition(s, w, firstseed + static_cast<uint64_t>(pass), better, figures)) return false;
     if (figures.flops > 2 * s.best.figures.flops) break; // not a graph for partitions
   }
   return true;
