@@ -22,9 +22,8 @@ bool separate_coarsest(const sgraph& g, const partition_weights& w, sorder_watch
   bisection trial{{space.sys, g.n}};
   double best = 0;
   for (int32_t k = 0; k < numtries; k++) {
-    int64_t work = 0;
-    grow_separator(g, growratio[k % 4], space, trial, work);
-    if (!watch.go_on(work) || !refine_separator(g, w, coarsepasses, watch, space, trial)) return false;
+    if (!grow_separator(g, growratio[k % 4], watch, space, trial)) return false;
+    if (!refine_separator(g, w, coarsepasses, watch, space, trial)) return false;
     const double cost = bisection_cost(w, trial.weight[0], trial.weight[1], trial.weight[2]);
     if (k > 0 && cost >= best) continue;
     best = cost;

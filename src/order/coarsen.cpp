@@ -13,7 +13,7 @@ namespace tvn {
 namespace {
 
 // Random within classes of degrees that double.
-void visit_order(const sgraph& g, partition_space& space, buffer<int32_t>& order) {
+bool visit_order(const sgraph& g, sorder_watch& watch, partition_space& space, buffer<int32_t>& order) {
   int64_t begin[66] = {0};
   const auto cls = [&](int32_t i) { return std::bit_width(static_cast<uint64_t>(g.beg[i + 1] - g.beg[i])) + 1; };
   for (int32_t i = 0; i < g.n; i++) begin[cls(i) + 1]++;
@@ -22,8 +22,11 @@ void visit_order(const sgraph& g, partition_space& space, buffer<int32_t>& order
   std::copy_n(begin, 66, at);
   for (int32_t i = 0; i < g.n; i++) order[at[cls(i)]++] = i;
   for (int32_t k = 0; k < 65; k++)
-    for (int64_t p = begin[k + 1] - 1; p > begin[k]; p--)
+    for (int64_t p = begin[k + 1] - 1; p > begin[k]; p--) {
       std::swap(order[p], order[begin[k] + space.pick(static_cast<int32_t>(p - begin[k] + 1))]);
+      if (!watch.go_on(1)) return false;
+    }
+  return true;
 }
 
 int32_t edge_weight(const sgraph& g, int64_t p) { return g.edgew.empty() ? 1 : g.edgew[p]; }
@@ -47,7 +50,7 @@ void pair_nodes(buffer<int32_t>& mate, int32_t i, int32_t j) {
 }
 
 // Singles behind the same neighbour. Those without any neighbour are paired as they come.
-void match_singles(const sgraph& g, buffer<int32_t>& mate, int32_t maxnodew) {
+bool match_singles(const sgraph& g, sorder_watch& watch, buffer<int32_t>& mate, int32_t maxnodew) {
   int32_t lonely = -1;
   const auto join = [&](int32_t& open, int32_t j) {
     if (open >= 0 && open != j && g.node_weight(open) + g.node_weight(j) <= maxnodew) {
@@ -62,7 +65,9 @@ void match_singles(const sgraph& g, buffer<int32_t>& mate, int32_t maxnodew) {
     int32_t open = -1;
     for (int64_t p = g.beg[h]; p < g.beg[h + 1]; p++)
       if (mate[g.sub[p]] < 0) join(open, g.sub[p]);
+    if (!watch.go_on(g.beg[h + 1] - g.beg[h] + 1)) return false;
   }
+  return true;
 }
 
 // Number of pairs and singles, numbered by their first node.
@@ -72,8 +77,9 @@ int32_t number_pairs(const sgraph& g, const buffer<int32_t>& mate, buffer<int32_
   return num;
 }
 
-void contract(sysenv& sys, const sgraph& g, const buffer<int32_t>& mate, const buffer<int32_t>& fine2coarse,
-              int32_t num, sgraph& to) {
+bool contract(const sgraph& g, const buffer<int32_t>& mate, const buffer<int32_t>& fine2coarse, int32_t num,
+              sorder_watch& watch, partition_space& space, sgraph& to) {
+  sysenv& sys = space.sys;
   buffer<int64_t> place(sys, num, -1); // of the edge to a coarse node
   to.n = num;
   to.weight = g.weight;
@@ -103,8 +109,10 @@ void contract(sysenv& sys, const sgraph& g, const buffer<int32_t>& mate, const b
       }
     }
     c++;
+    if (!watch.go_on(2 * (g.beg[i + 1] - g.beg[i]) + 2)) return false;
   }
   to.beg[num] = end;
+  return true;
 }
 
 } // namespace
@@ -112,7 +120,7 @@ void contract(sysenv& sys, const sgraph& g, const buffer<int32_t>& mate, const b
 bool coarsen_graph(const sgraph& fine, int32_t maxnodew, sorder_watch& watch, partition_space& space,
                    buffer<int32_t>& fine2coarse, sgraph& coarse) {
   buffer<int32_t> order(space.sys, fine.n), mate(space.sys, fine.n, -1);
-  visit_order(fine, space, order);
+  if (!visit_order(fine, watch, space, order)) return false;
   int32_t single = 0;
   for (const int32_t i : order) {
     if (mate[i] >= 0) continue;
@@ -123,13 +131,12 @@ bool coarsen_graph(const sgraph& fine, int32_t maxnodew, sorder_watch& watch, pa
       single++;
     if (!watch.go_on(fine.beg[i + 1] - fine.beg[i] + 2)) return false;
   }
-  if (8 * single > fine.n) match_singles(fine, mate, maxnodew);
+  if (8 * single > fine.n && !match_singles(fine, watch, mate, maxnodew)) return false;
   for (int32_t i = 0; i < fine.n; i++)
     if (mate[i] < 0) mate[i] = i;
   fine2coarse.reset(space.sys, fine.n);
   const int32_t num = number_pairs(fine, mate, fine2coarse);
-  contract(space.sys, fine, mate, fine2coarse, num, coarse);
-  return watch.go_on(2 * fine.num_entries());
+  return contract(fine, mate, fine2coarse, num, watch, space, coarse);
 }
 
 } // namespace tvn

@@ -17,6 +17,7 @@ namespace {
 constexpr double numfactor = 25;                  // factorisations of a usual solve
 constexpr double share = 0.8;                     // of the time of these, for the first partition
 constexpr double shareall = 0.2;                  // for all, once there is one
+constexpr double fillshare = 0.6;                 // for an order by fill, before a second one is tried
 constexpr double passperentry = 60;               // units of a partition for each entry of the graph, roughly
 constexpr int32_t maxpasses = 4, usualpasses = 2; // more while none has won
 constexpr uint64_t firstseed = 11;
@@ -28,7 +29,7 @@ constexpr double passratio[usualpasses] = {0.333, 1.0}, passbeta[usualpasses] = 
 
 struct candidate {
   buffer<int32_t> order; // of the classes
-  sorder_figures figures;
+  sorder_tree tree;      // its postorder and figures
 };
 
 struct search {
@@ -49,11 +50,10 @@ bool is_better(const sorder_figures& a, const sorder_figures& b) {
 bool try_fill(search& s, const int32_t* priority, bool strict, amf_score score, bool& better, sorder_figures& figures) {
   candidate c{{s.sys, s.g.n}, {}};
   const amf_input in{s.g, priority, strict, s.columns, s.row2node, score};
-  sorder_tree tree;
   if (!amf_order(s.sys, in, s.watch, c.order.data())) return false;
-  if (!analyse_order(s.sys, s.g, c.order.data(), s.watch, tree)) return false;
-  figures = c.figures = tree.figures;
-  better = s.best.order.empty() || is_better(c.figures, s.best.figures);
+  if (!analyse_order(s.sys, s.g, c.order.data(), s.watch, c.tree)) return false;
+  figures = c.tree.figures;
+  better = s.best.order.empty() || is_better(figures, s.best.tree.figures);
   if (better) std::swap(s.best, c);
   return true;
 }
@@ -75,8 +75,8 @@ bool try_partition(search& s, const partition_weights& w, uint64_t seed, bool& b
 // A factorisation in units: what a column, an entry and a flop take of the time of a list entry.
 double units_of_factor(const search& s) {
   constexpr double percolumn = 8, perentry = 0.6, perflop = 0.012;
-  const sorder_figures& f = s.best.figures;
-  return percolumn * s.g.n + perentry * static_cast<double>(f.nnz) + perflop * f.flops;
+  const sorder_figures& f = s.best.tree.figures;
+  return percolumn * static_cast<double>(s.g.weight) + perentry * static_cast<double>(f.nnz) + perflop * f.flops;
 }
 
 // Passes with changing weights while they are cheap beside what they may save.
@@ -91,7 +91,7 @@ bool partition(search& s, const gp_sorder_params& params) {
     const int32_t kind = pass % usualpasses;
     const partition_weights w{params.minratio * passratio[kind], params.beta * passbeta[kind]};
     if (!try_partition(s, w, firstseed + static_cast<uint64_t>(pass), better, figures)) return false;
-    if (figures.flops > 2 * s.best.figures.flops) break; // not a graph for partitions
+    if (figures.flops > 2 * s.best.tree.figures.flops) break; // not a graph for partitions
   }
   return true;
 }
@@ -99,15 +99,18 @@ bool partition(search& s, const gp_sorder_params& params) {
 bool find_order(search& s, const gp_sorder_params& params, const sorder_figures* incumbent) {
   bool better = false;
   sorder_figures figures;
+  const int64_t before = s.watch.work;
   if (!try_fill(s, nullptr, true, amf_score::shared_fill, better, s.stats.fill)) return false;
-  if (s.g.n <= maxsecondfill) {
+  const double second = fillshare * numfactor * units_of_factor(s);
+  if (s.g.n <= maxsecondfill && static_cast<double>(s.watch.work - before) <= second) {
     if (!try_fill(s, nullptr, true, amf_score::fill, better, figures)) return false;
     if (better) s.stats.fill = figures;
   }
-  if (incumbent && params.wantextra * static_cast<double>(s.best.figures.nnz) <= static_cast<double>(incumbent->nnz))
+  if (incumbent &&
+      params.wantextra * static_cast<double>(s.best.tree.figures.nnz) <= static_cast<double>(incumbent->nnz))
     return true;
   const int64_t base = s.g.weight + s.g.num_entries();
-  if (s.g.n < minpartitioned || (s.g.n > 10000 && 2 * s.best.figures.nnz < params.level * base)) return true;
+  if (s.g.n < minpartitioned || (s.g.n > 10000 && 2 * s.best.tree.figures.nnz < params.level * base)) return true;
   return partition(s, params);
 }
 
@@ -116,16 +119,13 @@ void invert(const int32_t* perm, int32_t n, int32_t* invp) {
 }
 
 // The best order in postorder of its tree, for the nodes of the whole graph.
-bool write_order(search& s, const buffer<int32_t>& node2class, int32_t* perm) {
-  sorder_tree tree;
-  if (!analyse_order(s.sys, s.g, s.best.order.data(), s.watch, tree)) return false;
+void write_order(search& s, const buffer<int32_t>& node2class, int32_t* perm) {
   buffer<int32_t> order(s.sys, s.g.n);
-  for (int32_t k = 0; k < s.g.n; k++) order[k] = s.best.order[tree.post[k]];
+  for (int32_t k = 0; k < s.g.n; k++) order[k] = s.best.order[s.best.tree.post[k]];
   if (node2class.empty())
     std::copy(order.begin(), order.end(), perm);
   else
     expand_order(s.sys, node2class, order, perm);
-  return true;
 }
 
 bool gp_sorder(sysenv& sys, const sorder_graph& graph, const sorder_columns* columns, const gp_sorder_params& params,
@@ -139,9 +139,12 @@ bool gp_sorder(sysenv& sys, const sorder_graph& graph, const sorder_columns* col
   if (!compress_graph(sys, g, watch, node2class, classes, compressed)) return false;
   search s{sys, columns, watch, compressed ? classes : g, compressed ? node2class.data() : nullptr, {}, stats};
   if (!find_order(s, params, params.incumbent ? &incumbent.figures : nullptr)) return false;
-  stats.best = s.best.figures;
+  stats.best = s.best.tree.figures;
   stats.improved = !params.incumbent || is_better(stats.best, incumbent.figures);
-  if (stats.improved) return write_order(s, node2class, perm);
+  if (stats.improved) {
+    write_order(s, node2class, perm);
+    return true;
+  }
   stats.best = incumbent.figures;
   stats.partitioned = false;
   std::copy_n(params.incumbent, graph.n, perm);

@@ -52,7 +52,8 @@ struct partition_space {
 
 // A first separator: side A grows from a random node by the best moves until it has `ratio` times the
 // weight of the other.
-void grow_separator(const sgraph& g, double ratio, partition_space& space, bisection& b, int64_t& work);
+[[nodiscard]] bool grow_separator(const sgraph& g, double ratio, sorder_watch& watch, partition_space& space,
+                                  bisection& b);
 
 // Levels of a nested dissection: 0 for the leaves, above for separators highest at the top.
 [[nodiscard]] bool dissect_graph(sysenv& sys, const sgraph& g, const partition_weights& w, uint64_t seed,

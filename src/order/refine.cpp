@@ -8,6 +8,7 @@
 #include "temp/prbheap.h"
 
 #include <cmath>
+#include <utility>
 
 namespace tvn {
 
@@ -20,8 +21,11 @@ struct mover {
   const sgraph& g;
   partition_space& space;
   bisection& b;
+  sorder_watch& watch;
   int32_t num[2] = {0, 0}; // nodes in the heaps
-  int64_t work = 0;
+  int64_t work = 0;        // since the watch was told
+
+  bool go_on() { return watch.go_on(std::exchange(work, 0)); }
 
   int8_t* where() { return b.where.data(); }
   void insert(int32_t v) {
@@ -112,13 +116,18 @@ void take_back(mover& m, int32_t nummoved, int32_t to, int32_t& numpulled) {
   m.put(v, side_s);
 }
 
-// True: the cost fell.
-bool refine_once(const sgraph& g, const partition_weights& w, partition_space& space, bisection& b, int64_t& work) {
-  mover m{g, space, b};
+// False: stopped. better: the cost fell.
+bool refine_once(const sgraph& g, const partition_weights& w, sorder_watch& watch, partition_space& space, bisection& b,
+                 bool& better) {
+  mover m{g, space, b, watch};
   space.stamp++;
   int32_t numsep = 0;
-  for (int32_t v = 0; v < g.n; v++)
-    if (b.where[v] == side_s) m.insert(v), numsep++;
+  for (int32_t v = 0; v < g.n; v++) {
+    if (b.where[v] != side_s) continue;
+    m.insert(v);
+    numsep++;
+    if (!m.go_on()) return false;
+  }
   const double before = bisection_cost(w, b.weight[0], b.weight[1], b.weight[2]);
   double best = before;
   const int32_t patience = std::clamp(numsep / 2, 50, 400);
@@ -131,6 +140,7 @@ bool refine_once(const sgraph& g, const partition_weights& w, partition_space& s
     space.moved[nummoved] = v;
     space.pulledbegin[nummoved++] = numpulled;
     numpulled = m.move(v, to, numpulled);
+    if (!m.go_on()) return false;
     const double cost = bisection_cost(w, b.weight[0], b.weight[1], b.weight[2]);
     if (cost > best - mincostgain) continue;
     best = cost;
@@ -141,8 +151,8 @@ bool refine_once(const sgraph& g, const partition_weights& w, partition_space& s
     nummoved--;
     take_back(m, nummoved, space.pulledbegin[nummoved], numpulled);
   }
-  work += m.work + g.n / 8;
-  return best < before - mincostgain;
+  better = best < before - mincostgain;
+  return watch.go_on(g.n / 8);
 }
 
 } // namespace
@@ -159,16 +169,15 @@ partition_space::partition_space(sysenv& s, int32_t n)
 bool refine_separator(const sgraph& g, const partition_weights& w, int32_t passes, sorder_watch& watch,
                       partition_space& space, bisection& b) {
   for (int32_t pass = 0; pass < passes; pass++) {
-    int64_t work = 0;
-    const bool better = refine_once(g, w, space, b, work);
-    if (!watch.go_on(work)) return false;
+    bool better = false;
+    if (!refine_once(g, w, watch, space, b, better)) return false;
     if (!better) break;
   }
   return true;
 }
 
-void grow_separator(const sgraph& g, double ratio, partition_space& space, bisection& b, int64_t& work) {
-  mover m{g, space, b};
+bool grow_separator(const sgraph& g, double ratio, sorder_watch& watch, partition_space& space, bisection& b) {
+  mover m{g, space, b, watch};
   space.stamp++;
   std::fill_n(m.where(), g.n, int8_t{side_b});
   b.weight[side_a] = b.weight[side_s] = 0;
@@ -189,9 +198,10 @@ void grow_separator(const sgraph& g, double ratio, partition_space& space, bisec
       m.insert(v);
     }
     m.move(v, side_a, 0);
+    if (!m.go_on()) return false;
   }
   m.clear();
-  work += m.work + g.n;
+  return watch.go_on(g.n);
 }
 
 } // namespace tvn
