@@ -4,6 +4,7 @@
 #include "thread/team.h"
 
 #include <algorithm>
+#include <signal.h>
 #include <time.h>
 
 namespace tvn {
@@ -103,11 +104,16 @@ thread_team::thread_team(int32_t wanted, const team_watch& w) noexcept : watch(w
   pthread_mutex_init(&lock, nullptr);
   pthread_cond_init(&work, nullptr);
   pthread_cond_init(&idle, nullptr);
+  if (wanted <= 1) return;
+  sigset_t all, before; // the signals of the process are for its own threads
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &before);
   for (; numthreads < std::min(wanted, maxteam); numthreads++) {
     member& m = members[numthreads];
     m = {this, numthreads, {}};
     if (pthread_create(&m.id, nullptr, serve, &m) != 0) break;
   }
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 thread_team::~thread_team() {
