@@ -1,5 +1,5 @@
 // The free choice between primal and dual simplex, by the shape of the problem and the infeasibilities of the start.
-#include "simplex/state.h"
+#include "simplex/base/state.h"
 
 #include <cmath>
 

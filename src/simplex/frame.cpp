@@ -6,6 +6,7 @@
 // one, with a proof of the same kind afterwards.
 #include "simplex/frame.h"
 
+#include "simplex/direct.h"
 #include "simplex/presolved.h"
 #include "simplex/reformulate.h"
 #include "verify/verify.h"
@@ -74,18 +75,10 @@ void refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol) {
 }
 
 struct presolve_run {
-  sysenv& sys;
-  const lp_view& lp;
-  const simplex_param& param;
-  simplex_info& info;
-  const simplex_progress& progress;
-  lp_solution& sol;
-  kept_basis* kept;
+  const simplex_run& run;
   prslv_context* ctx;
 
-  presolve_run(sysenv& sys_, const lp_view& lp_, const simplex_param& p, simplex_info& i, const simplex_progress& pr,
-               lp_solution& s, kept_basis* k, const prslv_problem& q)
-      : sys(sys_), lp(lp_), param(p), info(i), progress(pr), sol(s), kept(k), ctx(TVN_prslv_make(sys_, q)) {}
+  presolve_run(const simplex_run& r, const prslv_problem& q) : run(r), ctx(TVN_prslv_make(r.sys, q)) {}
   ~presolve_run() { TVN_prslv_delete(ctx); }
   presolve_run(const presolve_run&) = delete;
   presolve_run& operator=(const presolve_run&) = delete;
@@ -98,37 +91,38 @@ struct presolve_run {
 int32_t poll_watch(void* handle, int32_t) { return static_cast<simplex_watch*>(handle)->stopped() ? 1 : 0; }
 
 void print_line(void* handle, const char* line) {
-  auto& run = *static_cast<presolve_run*>(handle);
+  const simplex_run& run = *static_cast<const simplex_run*>(handle);
   run.info.line = line;
   run.progress(simplex_event::presolve_line, run.info);
   run.info.line = nullptr;
 }
 
 simplex_code presolve_run::reduce() {
-  progress(simplex_event::begin_presolve, info);
-  simplex_watch watch{param, info, progress};
-  TVN_prslv_putsink(*ctx, {this, print_line});
-  const prslv_code code = TVN_prslv_reduce(*ctx, param.prslv, info.prslv, {&watch, poll_watch});
-  progress(simplex_event::end_presolve, info);
+  run.progress(simplex_event::begin_presolve, run.info);
+  simplex_watch watch{run.param, run.info, run.progress};
+  simplex_run told = run;
+  TVN_prslv_putsink(*ctx, {&told, print_line});
+  const prslv_code code = TVN_prslv_reduce(*ctx, run.param.prslv, run.info.prslv, {&watch, poll_watch});
+  run.progress(simplex_event::end_presolve, run.info);
   return code == prslv_code::stopped ? watch.stop : simplex_code::ok;
 }
 
 // Solution of what presolve left, in the live places of sol.
 void presolve_run::solve_reduced() {
   reduced_problem r;
-  TVN_simplex_copyreduced(sys, *ctx, r);
+  TVN_simplex_copyreduced(run.sys, *ctx, r);
   TVN_prslv_keeprecords(*ctx);
-  if (param.hotstart != 0) TVN_simplex_gatherkeys(sol, r);
-  simplex_param inner = param;
+  if (run.param.hotstart != 0) TVN_simplex_gatherkeys(run.sol, r);
+  simplex_param inner = run.param;
   inner.judged = false;
   inner.savelu = false; // a factor of the reduced basis is of no use to the next run
   kept_basis left;
-  TVN_simplex_solvedirectly(sys, r.lp, inner, info, progress, r.sol, kept ? &left : nullptr);
-  if (kept) {
+  TVN_simplex_solvedirectly({run.sys, r.lp, inner, run.info, run.progress, r.sol, run.kept ? &left : nullptr});
+  if (run.kept) {
     TVN_simplex_renamebasis(left, r.con2user.data(), r.var2user.data());
-    *kept = std::move(left);
+    *run.kept = std::move(left);
   }
-  TVN_simplex_spreadreduced(r, lp.numcon, lp.numvar, sol);
+  TVN_simplex_spreadreduced(r, run.lp.numcon, run.lp.numvar, run.sol);
 }
 
 // A stop during the walk back leaves time to finish it, for otherwise what the run has reached would be lost.
@@ -148,124 +142,103 @@ int32_t poll_walk(void* handle, int32_t) {
 
 // False when the walk was stopped.
 bool presolve_run::back() {
+  simplex_info& info = run.info;
   const int32_t claim = info.solsta;
-  walk_watch w{{param, info, progress}};
-  const prslv_code code = TVN_prslv_postsolvebasis(
-      *ctx, info.prslv, claim == sol_prim_feas || claim == sol_dual_feas ? sol_unknown : claim, sol, {&w, poll_walk});
+  walk_watch w{{run.param, info, run.progress}};
+  const prslv_code code =
+      TVN_prslv_postsolvebasis(*ctx, info.prslv, claim == sol_prim_feas || claim == sol_dual_feas ? sol_unknown : claim,
+                               run.sol, {&w, poll_walk});
   if (code == prslv_code::stopped && info.response == simplex_code::ok) info.response = w.watch.stop;
   if (code != prslv_code::ok) return false;
-  refresh(sys, lp, claim, sol);
+  refresh(run.sys, run.lp, claim, run.sol);
   return true;
 }
 
-} // namespace
-
-void TVN_simplex_clearduals(const lp_view& lp, lp_solution& sol) {
-  for (double* v : {sol.y, sol.slc, sol.suc}) std::fill_n(v, lp.numcon, 0.0);
-  for (double* v : {sol.slx, sol.sux}) std::fill_n(v, lp.numvar, 0.0);
-}
-
-void TVN_simplex_clearsolution(const lp_view& lp, lp_solution& sol) {
-  std::fill_n(sol.skc, lp.numcon, static_cast<int32_t>(sk_bas));
-  std::fill_n(sol.xc, lp.numcon, 0.0);
-  for (int32_t j = 0; j < lp.numvar; j++)
-    sol.skx[j] = has_lower(lp.bkx[j]) ? sk_low : has_upper(lp.bkx[j]) ? sk_upr : sk_supbas;
-  std::fill_n(sol.xx, lp.numvar, 0.0);
-  TVN_simplex_clearduals(lp, sol);
-}
-
-namespace {
-
 // With presolve; false when the direct road has to go on: from the keys in sol when `again.hotstart` is set.
-bool solve_with_presolve(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                         const simplex_progress& progress, lp_solution& sol, kept_basis* kept, simplex_param& again) {
+bool solve_with_presolve(const simplex_run& run, simplex_param& again) {
+  simplex_info& info = run.info;
   editable_problem e;
-  TVN_simplex_copyeditable(sys, lp, e);
-  presolve_run run(sys, lp, param, info, progress, sol, kept, e.p);
-  info.response = run.reduce();
+  TVN_simplex_copyeditable(run.sys, run.lp, e);
+  presolve_run presolved(run, e.p);
+  info.response = presolved.reduce();
   if (info.response != simplex_code::ok) {
-    if (param.hotstart == 0) TVN_simplex_clearsolution(lp, sol);
+    if (run.param.hotstart == 0) TVN_simplex_clearsolution(run.lp, run.sol);
     info.solsta = sol_unknown;
     return true;
   }
   if (info.prslv.status == prs_dual_infeas) return false; // a ray says nothing of feasible points
   if (info.prslv.status == prs_prim_infeas) {
     info.solsta = sol_prim_infeas_cer;
-    TVN_prslv_getcertificate(*run.ctx, sol);
+    TVN_prslv_getcertificate(*presolved.ctx, run.sol);
   } else {
-    run.solve_reduced();
+    presolved.solve_reduced();
     // What could not be proven there may well be without presolve.
     if (TVN_simplex_gaveup(info.response)) return false;
     if (info.solsta == sol_unknown && info.response == simplex_code::ok) return false;
   }
-  if (!run.back()) {
-    TVN_simplex_clearsolution(lp, sol);
+  if (!presolved.back()) {
+    TVN_simplex_clearsolution(run.lp, run.sol);
     info.solsta = sol_unknown;
     info.prosta = pro_unknown;
     return true;
   }
   const int32_t claim = info.solsta;
-  if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) {
-    if (kept && param.savelu && info.solsta == sol_optimal)
-      TVN_simplex_keepfactor(sys, lp, param, info, progress, sol, *kept);
+  if (TVN_simplex_settlestatus(run) || info.response != simplex_code::ok) {
+    if (run.kept && run.param.savelu && info.solsta == sol_optimal) TVN_simplex_keepfactor(run);
     return true;
   }
   if (claim == sol_optimal || claim == sol_near_optimal) { // not for the user's problem: go on from the basis
     again.hotstart = 6;
     again.cleaning = true;
-    again.optimizer = param.cleanoptimizer; // free: by the infeasibilities that the undo has left
+    again.optimizer = run.param.cleanoptimizer; // free: by the infeasibilities that the undo has left
   }
   return false;
 }
 
 // The direct road on the user's problem after another one whose claim did not stand there.
-void clean_up(sysenv& sys, const lp_view& lp, const simplex_param& again, simplex_info& info,
-              const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
+void clean_up(const simplex_run& run) {
+  simplex_info& info = run.info;
   info.response = simplex_code::ok;
   const auto before = info.count;
-  TVN_simplex_solvedirectly(sys, lp, again, info, progress, sol, kept);
+  TVN_simplex_solvedirectly(run);
   info.cleanups++;
   for (size_t kind = 0; kind < before.size(); kind++)
     info.cleaniterations[kind] += info.count[kind].iterations - before[kind].iterations;
 }
 
-void solve_as_given(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                    const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
-  if (!presolve_wanted(lp, param, sol)) return TVN_simplex_solvedirectly(sys, lp, param, info, progress, sol, kept);
-  simplex_param again = param;
+void solve_as_given(const simplex_run& run) {
+  if (!presolve_wanted(run.lp, run.param, run.sol)) return TVN_simplex_solvedirectly(run);
+  simplex_param again = run.param;
   again.presolve = again.hotstart = 0;
-  if (solve_with_presolve(sys, lp, param, info, progress, sol, kept, again)) return;
-  clean_up(sys, lp, again, info, progress, sol, kept);
+  if (!solve_with_presolve(run, again)) clean_up(run.with(again));
 }
 
-void tell_reformulation(simplex_info& info, const simplex_progress& progress, const reformulation& r) {
+void tell_reformulation(const simplex_run& run, const reformulation& r) {
   char line[100];
   std::snprintf(line, sizeof line, "Reformulation - merged : %-10d rested at a bound: %d\n", r.nummerged, r.numrested);
-  info.line = line;
-  info.linelevel = 1;
-  (void)progress(simplex_event::message, info);
-  info.line = nullptr;
+  run.info.line = line;
+  run.info.linelevel = 1;
+  (void)run.progress(simplex_event::message, run.info);
+  run.info.line = nullptr;
 }
 
 // With opposite columns as one, when that is asked for and pays.
-void optimize_reformulated(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                           const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
+void optimize_reformulated(const simplex_run& run) {
   reformulation r;
-  if (!TVN_simplex_reformulate(sys, lp, param, sol, r))
-    return solve_as_given(sys, lp, param, info, progress, sol, kept);
-  tell_reformulation(info, progress, r);
-  solve_as_given(sys, r.lp, param, info, progress, sol, kept);
-  const int32_t claim = info.solsta;
-  TVN_simplex_reformulatepostsolve(r, claim, sol);
-  refresh(sys, lp, claim, sol);
-  if (TVN_simplex_settlestatus(sys, lp, param, info, sol) || info.response != simplex_code::ok) return;
-  simplex_param again = param;
+  if (!TVN_simplex_reformulate(run.sys, run.lp, run.param, run.sol, r)) return solve_as_given(run);
+  tell_reformulation(run, r);
+  solve_as_given(run.on(r.lp));
+  const int32_t claim = run.info.solsta;
+  TVN_simplex_reformulatepostsolve(r, claim, run.sol);
+  refresh(run.sys, run.lp, claim, run.sol);
+  if (TVN_simplex_settlestatus(run) || run.info.response != simplex_code::ok) return;
+  simplex_param again = run.param;
   again.presolve = again.hotstart = 0;
   if (claim == sol_optimal || claim == sol_near_optimal) {
     again.hotstart = 6;
-    again.optimizer = param.cleanoptimizer;
+    again.optimizer = run.param.cleanoptimizer;
   }
-  clean_up(sys, lp, again, info, progress, sol, kept);
+  clean_up(run.with(again));
 }
 
 // Bounds so far out that an item resting on one leaves no digits to the others.
@@ -301,26 +274,26 @@ private:
 
 // Without the far bounds first, when there are any. Their violations are mended from the basis found; where there is
 // none, all is done again with them. A nonbasic between two far bounds keeps the key of a free one.
-void optimize_near(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                   const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
-  const near_problem near(sys, lp, param.hotstart != 0 ? &sol : nullptr);
-  optimize_reformulated(sys, near.lp, param, info, progress, sol, kept);
+void optimize_near(const simplex_run& run) {
+  simplex_info& info = run.info;
+  const near_problem near(run.sys, run.lp, run.param.hotstart != 0 ? &run.sol : nullptr);
+  optimize_reformulated(run.on(near.lp));
   if (near.numfar == 0) return;
   const int32_t claim = info.solsta;
-  const bool holds = TVN_simplex_settlestatus(sys, lp, param, info, sol);
+  const bool holds = TVN_simplex_settlestatus(run);
   if (info.response != simplex_code::ok && info.response != simplex_code::numerical) return;
   if (holds && (claim == sol_prim_infeas_cer || claim == sol_optimal)) return;
-  if (info.solsta == sol_near_optimal) return TVN_simplex_closegap(sys, lp, param, info, progress, sol, kept);
-  simplex_param again = param;
+  if (info.solsta == sol_near_optimal) return TVN_simplex_closegap(run);
+  simplex_param again = run.param;
   again.hotstart = 0;
   if (claim != sol_optimal && claim != sol_near_optimal) {
     info.response = simplex_code::ok;
-    return optimize_reformulated(sys, lp, again, info, progress, sol, kept);
+    return optimize_reformulated(run.with(again));
   }
   again.presolve = 0;
   again.hotstart = 6;
-  again.optimizer = param.cleanoptimizer;
-  clean_up(sys, lp, again, info, progress, sol, kept);
+  again.optimizer = run.param.cleanoptimizer;
+  clean_up(run.with(again));
 }
 
 bool is_finite(const lp_view& lp, const lp_solution& sol) {
@@ -357,7 +330,7 @@ void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& p
                           const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
   info.response = simplex_code::ok;
   if (crossing_bounds(lp, info, sol)) return;
-  optimize_near(sys, lp, param, info, progress, sol, kept);
+  optimize_near({sys, lp, param, info, progress, sol, kept});
   settle_end(lp, info, sol);
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "prslv/pair.h"
-#include "simplex/types.h"
+#include "simplex/base/types.h"
 
 namespace tvn {
 

@@ -1,6 +1,6 @@
 // If this failed in the field: a crash basis would be singular, or leave a variable without a place, and the run would
 // start with repairs instead of a lead.
-#include "simplex/crash.h"
+#include "simplex/start/crash.h"
 #include "support/simplexbench.h"
 
 using namespace tvntest;

@@ -1,7 +1,7 @@
 // If this failed in the field: a start made by the crash or taken over from an earlier run would be singular or send
 // the dual simplex a long way round, free variables would be left between their bounds, and a run in trouble would not
 // end.
-#include "simplex/dstate.h"
+#include "simplex/dual/dstate.h"
 #include "support/oracle.h"
 #include "support/simplexbench.h"
 

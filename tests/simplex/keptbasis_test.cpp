@@ -1,6 +1,6 @@
 // If this failed in the field: a second run on the same task would begin with the factor of another basis, and give
 // wrong answers or none; or it would pay for a factor that it already has.
-#include "simplex/keptbasis.h"
+#include "simplex/base/keptbasis.h"
 #include "support/oracle.h"
 
 #include <memory>

@@ -1,7 +1,7 @@
 // If this failed in the field: the primal simplex would leave a point that is no vertex, call a widened bound a proof,
 // circle on a degenerate problem, or break off where a caller only wanted a feasible basis.
-#include "simplex/crash.h"
-#include "simplex/pstate.h"
+#include "simplex/start/crash.h"
+#include "simplex/primal/pstate.h"
 #include "support/oracle.h"
 #include "support/simplexbench.h"
 

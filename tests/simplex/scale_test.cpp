@@ -1,7 +1,7 @@
 // If this failed in the field: scaling would change the problem's numbers, or problems in large units would end without
 // a status, or with the proof of an infeasibility that is not there.
 #include "verify/verify.h"
-#include "simplex/work.h"
+#include "simplex/base/work.h"
 #include "support/oracle.h"
 
 using namespace tvntest;

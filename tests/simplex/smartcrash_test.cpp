@@ -1,8 +1,8 @@
 // If this failed in the field: a basis that is all but optimal would be called optimal with a violation left, or would
 // be left in a state from which the optimizer that follows goes wrong.
-#include "simplex/smartcrash.h"
+#include "simplex/start/smartcrash.h"
 
-#include "simplex/pstate.h"
+#include "simplex/primal/pstate.h"
 #include "support/oracle.h"
 #include "support/simplexbench.h"
 

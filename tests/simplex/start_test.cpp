@@ -1,6 +1,6 @@
 // If this failed in the field: a start that a caller made up, or took from another problem, would end in a wrong
 // answer, a crash or an endless run instead of a slower one.
-#include "simplex/keptbasis.h"
+#include "simplex/base/keptbasis.h"
 #include "support/oracle.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
 // If this failed in the field: a caller who names too few basics would lose many of those that he names to repairs, and
 // a restart after new constraints would begin far from where the last run ended.
-#include "simplex/startbasis.h"
+#include "simplex/start/startbasis.h"
 #include "support/oracle.h"
 
 using namespace tvntest;

@@ -1,7 +1,7 @@
 // A small linear problem owned by a test, and the generators of such problems.
 #pragma once
 
-#include "simplex/simplex.h"
+#include "simplex/frame.h"
 
 #include <cstdint>
 #include <random>

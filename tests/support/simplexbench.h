@@ -1,7 +1,7 @@
 // A working problem at its slack basis with the state of a simplex run, without the frame.
 #pragma once
 
-#include "simplex/dstate.h"
+#include "simplex/dual/dstate.h"
 #include "support/lpcase.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // The roads of an optimizer run.
 #pragma once
 
-#include "simplex/types.h"
+#include "simplex/base/types.h"
 #include "tovan/task/task.h"
 
 namespace tvn {

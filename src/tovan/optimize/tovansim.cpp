@@ -12,7 +12,7 @@
 #include "tovan/solution/sol.h"
 #include "tovan/optimize/tovansimlog.h"
 
-#include "simplex/simplex.h"
+#include "simplex/frame.h"
 
 namespace tvn {
 

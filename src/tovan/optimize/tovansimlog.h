@@ -3,7 +3,7 @@
 
 #include "tovan/task/task.h"
 
-#include "simplex/types.h"
+#include "simplex/base/types.h"
 
 namespace tvn {
 

@@ -11,8 +11,8 @@
 #include "tovan/task/scratch.h"
 #include "tovan/task/solution.h"
 
-#include "simplex/bsimplex.h"
-#include "simplex/keptbasis.h"
+#include "simplex/base/bsimplex.h"
+#include "simplex/base/keptbasis.h"
 
 namespace tvn {
 // The user's nonlinear functions; both or none. They stay when the data are deleted, as the callbacks do.

@@ -1,0 +1,126 @@
+// Pricing of the dual simplex: the lists of infeasible positions, weights, and the choice of the leaving row.
+//
+// Each position that becomes infeasible is put on an unordered list; a position that is feasible again leaves it when
+// the list is next read. The choice maximises squared infeasibility over weight (Forrest and Goldfarb 1992). A reading
+// of the list also gathers the positions whose score is at least half the best one. Until all of those have fallen
+// below that cutoff only they and the positions that rise above it meanwhile can be best, so a choice costs the length
+// of the short list (Hall and McKinnon 2005 keep such a list for hyper-sparse problems).
+#include "simplex/dual/dstate.h"
+
+namespace tvn {
+
+namespace {
+
+constexpr double topshare = 0.5; // of the best score: cutoff of the short list
+
+struct row_choice {
+  int32_t k = -1;
+  double score = 0;
+};
+
+// The score is infeasibility / weight; the comparison by products saves the division.
+inline void improve(row_choice& best, int32_t k, const dual_basic& b) {
+  if (b.infeas > best.score * b.weight) best = {k, b.infeas / b.weight};
+}
+
+row_choice read_top(dual_state& s) {
+  row_choice best;
+  int32_t kept = 0;
+  for (int32_t p = 0; p < s.numtop; p++) {
+    const int32_t k = s.top[p];
+    dual_basic& b = s.basic[k];
+    if (b.infeas == 0 || b.infeas < s.cutoff * b.weight) {
+      b.listed &= ~on_top;
+      continue;
+    }
+    s.top[kept++] = k;
+    improve(best, k, b);
+  }
+  s.numtop = kept;
+  return best;
+}
+
+row_choice read_list(dual_state& s) {
+  row_choice best;
+  int32_t kept = 0;
+  for (int32_t p = 0; p < s.numlist; p++) {
+    const int32_t k = s.list[p];
+    dual_basic& b = s.basic[k];
+    if (b.infeas == 0) {
+      b.listed &= ~on_list;
+      continue;
+    }
+    s.list[kept++] = k;
+    improve(best, k, b);
+  }
+  s.numlist = kept;
+  return best;
+}
+
+// Partial pricing: a short list of what a circular scan meets, largest infeasibility first; a new scan when it is used
+// up, or at random.
+int32_t select_partial(dual_state& s) {
+  constexpr double emptyagain = 0.995; // a random draw above this empties the list
+  const int32_t m = s.work.m, target = m < 10000 ? 15 : m < 30000 ? 20 : m < 50000 ? 25 : 35;
+  if (TVN_simplex_random(s.info.randomstate) > emptyagain) s.numtop = 0;
+  s.cutoff = 0; // what stays infeasible stays on the list
+  row_choice best = read_top(s);
+  s.cutoff = HUGE_VAL;
+  if (best.k >= 0) return best.k;
+  int32_t k = s.scanstart < m ? s.scanstart : 0;
+  for (int32_t scanned = 0; scanned < m && s.numtop < target; scanned++, k = k + 1 == m ? 0 : k + 1) {
+    if (s.basic[k].infeas == 0) continue;
+    s.top[s.numtop++] = k;
+    improve(best, k, s.basic[k]);
+    if (scanned > m / 4 && s.numtop >= target / 2) break;
+  }
+  s.scanstart = k;
+  return best.k;
+}
+
+} // namespace
+
+void dsimplex_rebuildlist(dual_state& s) noexcept {
+  s.numlist = s.numtop = 0;
+  s.cutoff = HUGE_VAL;
+  for (int32_t k = 0; k < s.work.m; k++) {
+    s.basic[k].listed = 0;
+    dsimplex_notechange(s, k, s.basic[k]);
+  }
+}
+
+int32_t dsimplex_select(dual_state& s) {
+  if (s.method == sel_partial) return select_partial(s);
+  row_choice best = read_top(s);
+  if (best.k >= 0) return best.k;
+  best = read_list(s);
+  if (best.k < 0) return best.k;
+  s.cutoff = topshare * best.score;
+  for (int32_t p = 0; p < s.numlist; p++) dsimplex_notechange(s, s.list[p], s.basic[s.list[p]]);
+  return best.k;
+}
+
+void dsimplex_resetweights(dual_state& s) {
+  s.exactweights = true;
+  for (const int32_t j : s.fac.head) s.exactweights = s.exactweights && s.work.is_logical(j);
+  const double start = s.method == sel_se || s.method == sel_ase ? 2.0 : 1.0;
+  for (dual_basic& b : s.basic) b.weight = start;
+}
+
+bool dsimplex_takeweights(dual_state& s) {
+  const buffer<double>& kept = s.base.dualweight;
+  if (s.base.dualweightkind != s.method || kept.size() != s.work.total) return false;
+  for (int32_t k = 0; k < s.work.m; k++) {
+    const double w = kept[s.fac.head[k]];
+    s.basic[k].weight = w >= 1 && w <= 1e20 ? w : 2.0;
+  }
+  s.exactweights = false; // the run that left them may have lost digits
+  return true;
+}
+
+void dsimplex_leaveweights(dual_state& s) {
+  for (int32_t k = 0; k < s.work.m; k++) s.base.dualweight[s.fac.head[k]] = s.basic[k].weight;
+  s.base.dualweightkind = s.method;
+}
+
+} // namespace tvn

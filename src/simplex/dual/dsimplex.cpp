@@ -1,0 +1,446 @@
+// The loop of the dual simplex: price, row, ratio, column, check, update; recomputation and recovery around it.
+//
+// Each named step answers go on, recompute (the factor, values and d are made fresh before the next pricing) or
+// finished (s.base.stop and s.info.solsta say how). A verdict is reached only on fresh data; optimality on the true
+// costs, and when those have become dual infeasible the primal simplex is asked to finish. It is a verdict on the
+// working problem, and the frame proves it on the user's data.
+#include "simplex/dual/dstate.h"
+
+#include <cmath>
+#include <limits>
+
+namespace tvn {
+
+namespace {
+
+constexpr int64_t budgetreserve = 40; // iterations left: no more perturbation
+constexpr int64_t tightreserve = 100; // iterations left: smaller tolerance of the ratio test
+constexpr double tolpivmin = 1e-10;
+constexpr double smallpivot = 1e-5;   // below it a pivot is taken on a fresh factor only
+constexpr double bannedweight = 1e15; // of a row whose pivot failed
+constexpr double smallstep = 1e-12;   // dual steps up to this count as degenerate
+constexpr double weightslack = 0.25;  // a weight below this part of the true one is put right before the row may leave
+constexpr double worseerror = 1e-7;   // difference between the two values of a pivot at which weights lose digits too
+constexpr double sizable = 0.01;      // smaller pivots tell nothing by a relative difference
+constexpr int64_t stalliterations = 2000;
+constexpr int32_t maxkicks = 8;
+
+int64_t total_iterations(const dual_state& s) {
+  return s.info.count[kind_primal].iterations + s.info.count[kind_dual].iterations;
+}
+
+void store_xb(dual_state& s) {
+  for (int32_t k = 0; k < s.work.m; k++) s.x[s.fac.head[k]] = s.basic[k].x;
+}
+
+double primal_infeasibility(const dual_state& s) {
+  double sum = 0;
+  for (int32_t k = 0; k < s.work.m; k++) {
+    const dual_basic& b = s.basic[k];
+    const double v = std::max(b.lo - b.x, b.x - b.up);
+    if (v > s.tolfeas) sum += v;
+  }
+  return sum;
+}
+
+// The figures of a line of the log: objective and sums of infeasibilities, on the true bounds but for the box.
+void set_objective(dual_state& s) {
+  store_xb(s);
+  s.info.objective = TVN_simplex_pointobjective(s.base);
+  s.info.sumpinf = primal_infeasibility(s);
+  dsimplex_countinf(s);
+  s.info.sumdinf = s.phase == 1 ? s.sumdinf : 0.0;
+  s.info.phase = s.phase;
+}
+
+simplex_code stop_code(int32_t stop) { return stop == 2 ? simplex_code::peer_stop : simplex_code::user_stop; }
+
+// Clock, user and limits. The sums behind the log line are only formed when a line is due.
+loop_state check_limits(dual_state& s) {
+  const bool line = s.param.logfreq > 0 && (s.iter % s.param.logfreq == 0 || s.info.forcelog);
+  if (line) {
+    set_objective(s);
+    if (const int32_t stop = s.base.progress(simplex_event::iteration, s.info))
+      return dsimplex_finish(s, stop_code(stop), sol_unknown);
+    s.info.forcelog = false;
+  }
+  const int64_t left = s.param.maxiterations - total_iterations(s);
+  if (left <= 0) return dsimplex_finish(s, simplex_code::max_iterations, sol_unknown);
+  if (left < tightreserve) s.tolratio = 0.01 * s.told;
+  if (left < budgetreserve) s.allowperturb = false;
+  return TVN_simplex_poll(s.base) ? loop_state::finished : loop_state::go_on;
+}
+
+// Working objective: that of the perturbed problem, which alone rises without fail.
+double working_objective(const dual_state& s) {
+  double sum = 0;
+  for (int32_t j = 0; j < s.work.total; j++) sum += s.cost[j] * s.x[j];
+  return sum;
+}
+
+// Runs of many times the rows are those of degenerate problems whose ties the first perturbation is too small for; a
+// thousand times it brings qap12 from 160,000 iterations to 50,000, and the primal simplex to 2,400 more.
+constexpr int32_t longrows = 4, longleast = 500;
+constexpr double longfactor = 1000;
+
+bool is_long(const dual_state& s) {
+  return s.phase == 2 && !s.longrun && s.allowperturb &&
+         s.iter - s.phasestart > longleast + static_cast<int64_t>(longrows) * s.work.m;
+}
+
+loop_state perturb_far(dual_state& s) {
+  s.longrun = true;
+  dsimplex_perturb(s, longfactor);
+  s.lastobj = s.bestobj = -HUGE_VAL; // of other costs
+  return loop_state::go_on;
+}
+
+// Objectives that are fresh tell whether the run gets on. Steps can gain what the next recomputation takes back.
+loop_state watch_progress(dual_state& s) {
+  const double now = working_objective(s), scale = 1 + std::fabs(now);
+  if (now < s.lastobj - 0.1 * std::max(std::fabs(now), std::fabs(s.lastobj))) {
+    if (++s.losses >= 2) {
+      s.losses = 0;
+      s.lastobj = now;
+      if (dsimplex_setback(s) == loop_state::finished) return loop_state::finished;
+      s.refactor = false; // the factor is fresh
+    }
+  } else {
+    s.losses = 0;
+  }
+  s.lastobj = now;
+  if (is_long(s)) return perturb_far(s);
+  if (now > s.bestobj + 1e-9 * scale) {
+    s.bestobj = now;
+    s.bestiter = s.iter;
+    s.bestsetbacks = s.setbacks;
+    return loop_state::go_on;
+  }
+  if (s.iter - s.bestiter <= stalliterations + 2 * s.work.m) return loop_state::go_on;
+  s.bestiter = s.iter;
+  if (++s.kicks > maxkicks) return dsimplex_handover(s);
+  if (s.param.degen != 0) dsimplex_kick(s, static_cast<int32_t>(std::min<int64_t>(s.kicks, 3)));
+  return loop_state::go_on;
+}
+
+// The dual objective bounds every point from below, but only on the true costs.
+loop_state check_cut(dual_state& s) {
+  if (!s.param.usecutupp || s.phase != 2 || !(working_objective(s) + s.work.offset > s.param.cutupp))
+    return loop_state::go_on;
+  if (!s.perturbed) return dsimplex_finish(s, simplex_code::objective_range, sol_unknown);
+  // Once only: what has to be shifted again says nothing of the cut.
+  if (!s.allowperturb) return loop_state::go_on;
+  s.allowperturb = false;
+  dsimplex_restorecosts(s);
+  s.refactor = true;
+  return loop_state::go_on;
+}
+
+void begin_phase(dual_state& s, int32_t phase) {
+  if (phase == 1)
+    dsimplex_setphaseone(s);
+  else
+    dsimplex_setphasetwo(s);
+  s.lastobj = s.bestobj = -HUGE_VAL;
+  s.bestiter = s.phasestart = s.iter;
+  s.losses = 0;
+  s.info.forcelog = true;
+}
+
+// Shifted costs make any basis dual feasible; the primal simplex finishes on the true ones.
+constexpr int32_t shiftedcosts = 2;
+
+loop_state first_phase(dual_state& s) {
+  dsimplex_countinf(s);
+  // After another optimizer what is wrong is within the tolerance.
+  const bool shifts = s.param.dualphaseone == shiftedcosts || s.info.hotstart == 1;
+  const bool boxed = s.numdinf > 0 && (s.feasonly || !shifts);
+  begin_phase(s, boxed ? 1 : 2);
+  if (s.feasonly && !boxed) return dsimplex_finish(s, simplex_code::ok, sol_dual_feas);
+  if (s.allowperturb && s.base.cold) dsimplex_perturb(s, 1);
+  return loop_state::go_on;
+}
+
+// Fresh factor, d, signs and values.
+loop_state recompute(dual_state& s) {
+  if (dsimplex_refactor(s) == loop_state::finished) return loop_state::finished;
+  dsimplex_formd(s);
+  if (s.phase == 0 && first_phase(s) == loop_state::finished) return loop_state::finished;
+  dsimplex_correctsigns(s);
+  if (TVN_simplex_poll(s.base)) return loop_state::finished;
+  dsimplex_formxb(s);
+  dsimplex_savebasis(s);
+  dsimplex_notecalm(s);
+  s.fresh = true;
+  if (check_cut(s) == loop_state::finished || watch_progress(s) == loop_state::finished) return loop_state::finished;
+  if (s.refactor) return loop_state::recompute;
+#if TVN_CHECK_LEVEL >= 2
+  dsimplex_check(s);
+#endif
+  return loop_state::go_on;
+}
+
+// No row is infeasible in the box: dual feasible, or never.
+loop_state end_of_phaseone(dual_state& s) {
+  const bool waschanged = s.perturbed;
+  if (waschanged) {
+    dsimplex_restorecosts(s);
+    dsimplex_formd(s);
+  }
+  dsimplex_countinf(s);
+  if (s.numdinf > 0 && !waschanged) return dsimplex_finish(s, simplex_code::ok, sol_dual_infeas_cer);
+  s.refactor = true;
+  if (s.numdinf > 0) return loop_state::recompute; // on the true costs the box may have more to give
+  begin_phase(s, 2);
+  if (s.feasonly) return dsimplex_finish(s, simplex_code::ok, sol_dual_feas);
+  if (s.allowperturb) dsimplex_perturb(s, 1);
+  return loop_state::recompute;
+}
+
+// The pricing found nothing.
+loop_state end_of_pricing(dual_state& s) {
+  if (!s.fresh || s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (s.phase == 1) return end_of_phaseone(s);
+  if (!s.perturbed && dsimplex_rmsuperbasics(s) > 0) return loop_state::recompute;
+  if (s.base.stop != simplex_code::ok) return loop_state::finished;
+  if (!s.perturbed) return dsimplex_finish(s, simplex_code::ok, sol_optimal);
+  dsimplex_restorecosts(s);
+  return dsimplex_handover(s);
+}
+
+// No entering variable: a proof, or lost digits.
+loop_state infeasible(dual_state& s, int32_t r, double sigma) {
+  if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (s.phase == 2 && dsimplex_checkcertificate(s, r, sigma)) {
+    std::fill(s.base.infeas.begin(), s.base.infeas.end(), int8_t{0});
+    s.base.infeas[r] = sigma > 0 ? 1 : -1;
+    return dsimplex_finish(s, simplex_code::ok, sol_prim_infeas_cer);
+  }
+  if (s.tolpiv > tolpivmin) {
+    s.tolpiv = tolpivmin;
+    TVN_simplex_raisepivots(s.fac.factor, 2, 0.5);
+  } else {
+    s.basic[r].weight = bannedweight;
+  }
+  return dsimplex_setback(s);
+}
+
+// The leaving row: rho is formed on the way, and a weight that was far too small costs the row its place.
+int32_t choose_row(dual_state& s) {
+  for (;;) {
+    const int32_t r = dsimplex_select(s);
+    if (r < 0) return r;
+    TVN_simplex_rowofinverse(s.base, r);
+    if (s.method != sel_se && s.method != sel_ase) return r;
+    const double norm = dsimplex_rownorm(s), kept = s.basic[r].weight;
+    if (kept < bannedweight || kept < norm) s.basic[r].weight = norm;
+    if (kept >= weightslack * norm || s.method == sel_ase) return r;
+    s.exactweights = false;
+    s.rho.clear();
+  }
+}
+
+// A third to two thirds of the work in the factor, and worth it in any share: docs/decisions/007-end-of-the-dual.md.
+void steepest_edge_vector(dual_state& s) {
+  if (s.method != sel_se) return;
+  s.colrow.copy(s.rho);
+  TVN_lu_ftranl(s.fac.factor, s.colrow);
+  TVN_lu_ftranus(s.fac.factor, s.colrow, s.tau, 0.0, 1e-16);
+}
+
+// What the difference between the two values of a pivot asks for: by its decade, the number of updates above which the
+// factor is renewed before the pivot is taken, and that from which on it is renewed soon. A factor with few updates has
+// no better values to give.
+struct pivot_rule {
+  int32_t now, soon;
+};
+constexpr int32_t never = std::numeric_limits<int32_t>::max();
+
+pivot_rule rule_of(double error) {
+  constexpr pivot_rule rules[] = {{5, 11}, {5, 11}, {15, 16}, {30, 31}, {30, 71}, {30, 71}};
+  const double decade = -std::floor(std::log10(std::max(error, 1e-15)));
+  return decade > 5 ? pivot_rule{never, never} : rules[decade < 1 ? 0 : static_cast<size_t>(decade)];
+}
+
+// A small pivot is not worth an infeasibility that the user allows.
+bool forgives(dual_state& s, int32_t r) {
+  const double v = 1.001 * std::sqrt(s.basic[r].infeas); // the tolerance has to be above it
+  if (v > relaxedshare * s.param.tolx) return false;
+  (void)TVN_simplex_relax(s.base, v);
+  dsimplex_rebuildlist(s);
+  return true;
+}
+
+// Compares the pivot of the row with that of the column, and either with what a sound basis needs.
+loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
+  const double error = std::fabs(arow - acol), size = std::min(std::fabs(arow), std::fabs(acol));
+  const bool lost = TVN_simplex_ispivotlost(arow, acol, s.tolpiv);
+  if (error > worseerror * (1 + size)) s.exactweights = false; // their updates share these digits
+  if (!lost) {
+    if (size < smallpivot && s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+    if (size < smallpivot && forgives(s, r)) return loop_state::recompute;
+    if (std::fabs(arow) <= sizable) return loop_state::go_on;
+    const pivot_rule rule = rule_of(error / (std::fabs(arow) + 1));
+    if (s.fac.since > rule.now) return s.refactor = true, loop_state::recompute;
+    if (s.fac.since >= rule.soon) s.soon = true;
+    return loop_state::go_on;
+  }
+  if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  // On a fresh factor the row itself is bad; a second time all others are, or there are none.
+  if (s.basic[r].weight >= bannedweight) return dsimplex_handover(s);
+  s.basic[r].weight = bannedweight;
+  dsimplex_notebadpivot(s);
+  TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.5);
+  return dsimplex_setback(s);
+}
+
+// Refused: the new basis is factored afresh. A second failure asks for more care in the factor; one on a fresh factor
+// speaks against the pivot, and its row does not come back soon.
+loop_state refused_update(dual_state& s, int32_t position) {
+  s.fac.usable = false;
+  if (s.failedupdates++ > 0) TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.1);
+  if (s.fac.since == 0) {
+    dsimplex_notebadpivot(s);
+    s.basic[position].weight = bannedweight;
+  }
+  return dsimplex_setback(s);
+}
+
+loop_state update_factor(dual_state& s, int32_t position) {
+  lu& f = s.fac.factor;
+  const double tolabs = TVN_lu_gettol(f, 1);
+  TVN_lu_puttol(f, 1, std::min(0.1 * s.tolpiv, tolabs));
+  const lu_code code = TVN_lu_supd(f, position, s.spike);
+  TVN_lu_puttol(f, 1, tolabs);
+  if (code == lu_code::no_update_room) { // which says nothing against the pivot
+    s.fac.usable = false;
+    s.refactor = true;
+    return loop_state::recompute;
+  }
+  if (code != lu_code::done && code != lu_code::refactor_advised) return refused_update(s, position);
+  if (++s.fac.since >= s.updatelimit || code == lu_code::refactor_advised) s.soon = true;
+  return loop_state::go_on;
+}
+
+void count_iteration(dual_state& s, double step) {
+  auto& count = s.info.count[kind_dual];
+  s.iter++;
+  count.iterations++;
+  if (s.phase == 1) count.infeasible++;
+  if (step > smallstep) return;
+  count.degenerate++;
+  s.perioddeg++;
+}
+
+loop_state iterate(dual_state& s) {
+  const int32_t r = choose_row(s);
+  if (r < 0) return end_of_pricing(s);
+  dual_basic& b = s.basic[r];
+  const double below = b.lo - b.x, above = b.x - b.up, sigma = below > above ? -1.0 : 1.0;
+  TVN_simplex_formrow(s.base);
+  const dual_ratio ratio = dsimplex_minratio(s, sigma, std::max(below, above));
+  if (ratio.q < 0) return infeasible(s, r, sigma);
+  s.laststep = ratio.step;
+  const int32_t q = ratio.q, leaving = s.fac.head[r];
+  TVN_simplex_solvecolumn(s.base, q);
+  const double arow = s.alpha.val[q], pivot = s.aq.val[r];
+  if (const loop_state state = check_pivot(s, r, arow, pivot); state != loop_state::go_on) return state;
+  steepest_edge_vector(s);
+  dsimplex_flip(s, ratio.numflips);
+  if (ratio.step == 0 && s.d[q] != 0) { // no negative step: the cost gives way
+    s.cost[q] -= s.d[q];
+    s.d[q] = 0;
+    s.perturbed = true;
+  }
+  dsimplex_updateduals(s, q, leaving, s.d[q] / arow);
+  const double step = (b.x - (sigma > 0 ? b.up : b.lo)) / pivot;
+  dsimplex_updatebasics(s, r, step, pivot);
+  dsimplex_exchange(s, r, q, sigma > 0);
+  b.x = s.x[q] + step;
+  dsimplex_notechange(s, r, b);
+  s.fresh = false;
+  count_iteration(s, ratio.step);
+  return update_factor(s, r);
+}
+
+void clear_vectors(dual_state& s) noexcept {
+  s.spike.clear();
+  s.aq.clear();
+  s.rho.clear();
+  s.alpha.clear();
+  s.tau.clear();
+}
+
+void allocate(dual_state& s) {
+  sysenv& sys = s.sys;
+  const int64_t m = s.work.m, total = s.work.total;
+  s.cost.reset(sys, total);
+  s.move.reset(sys, total, int8_t{0});
+  s.basic.reset(sys, m, dual_basic{});
+  s.top.reset(sys, m);
+  s.list.reset(sys, m);
+  s.cand.reset(sys, total);
+  s.relaxed.reset(sys, total);
+  s.groupend.reset(sys, total + 1);
+  s.exchanges.reset(sys, m);
+  s.savedhead.reset(sys, m);
+  s.savedkey.reset(sys, total);
+  s.savedweight.reset(sys, m);
+  if (s.base.dualweight.size() != total) s.base.dualweight.reset(sys, total, 0.0);
+}
+
+void start(dual_state& s) {
+  allocate(s);
+  s.told = std::min(1e-7, s.param.tols);
+  s.tolratio = 0.3 * s.told;
+  s.tolpiv = s.param.tolabspiv;
+  TVN_lu_puttol(s.fac.factor, 2, s.param.tolrelpiv);
+  TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
+  s.method = s.param.dualselection == sel_free ? sel_se : s.param.dualselection;
+  s.allowperturb = s.param.degen != 0 && s.param.maxiterations - total_iterations(s) >= budgetreserve;
+  dsimplex_restorecosts(s);
+  if (s.base.cold) TVN_dsimplex_dualcrash(s);
+  for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
+  if (!dsimplex_takeweights(s)) dsimplex_resetweights(s);
+  s.info.forcelog = true;
+  s.updatelimit = dual_maxupdates;
+  s.phase = 0; // undecided until the first reduced costs
+  s.refactor = true;
+}
+
+} // namespace
+
+void dsimplex_optimize(dual_state& s) {
+  start(s);
+  for (;;) {
+    if (s.refactor || s.soon) {
+      if (recompute(s) == loop_state::finished) break;
+      continue;
+    }
+    if (check_limits(s) == loop_state::finished) break;
+    const loop_state state = iterate(s);
+    clear_vectors(s);
+#if TVN_CHECK_LEVEL >= 3
+    if (state == loop_state::go_on && !s.refactor) dsimplex_check(s);
+#endif
+    if (state == loop_state::finished) break;
+  }
+  clear_vectors(s);
+  store_xb(s);
+  dsimplex_leaveweights(s);
+  // A run that ends before the true bounds have come back leaves a basic point of the true problem all the same.
+  if (s.phase != 2 && s.info.solsta != sol_dual_infeas_cer) {
+    dsimplex_setphasetwo(s);
+    if (s.fac.usable) dsimplex_formxb(s);
+  }
+  set_objective(s);
+}
+
+bool TVN_simplex_dualfeas(simplex_state& base) {
+  dual_state s(base);
+  s.feasonly = true;
+  dsimplex_optimize(s);
+  return base.stop == simplex_code::ok && base.info.solsta == sol_dual_feas;
+}
+
+} // namespace tvn

@@ -1,0 +1,178 @@
+// Bound perturbation of the primal simplex and its removal.
+//
+// Degenerate vertices are taken apart by widening working bounds by small random amounts: once at the start, sized by
+// how alike the data are, and again in kicks when many of the last steps had length zero (Gill, Murray, Saunders and
+// Wright 1989 give the idea of widening; sizes are far below the feasibility tolerance asked for). The working set only
+// grows, so infeasibility under perturbation is infeasibility. The true bounds come back before any verdict.
+#include "simplex/primal/pstate.h"
+
+#include <cmath>
+
+namespace tvn {
+
+namespace {
+
+constexpr double hugebound = 1e6;   // bounds of this magnitude are left alone
+constexpr int32_t maxunstalls = 12; // returns to the true bounds after which no stall is perturbed any more
+constexpr double largebound = 100;  // and from here on perturbed less
+
+double user_magnitude(const primal_state& s, int32_t j, double bound) { return std::fabs(bound) * s.work.factor(j); }
+
+// Moves one side of j outward by `by`.
+void widen_lower(primal_state& s, int32_t j, double by) {
+  s.lo[j] -= by;
+  if (s.key[j] == sk_low) s.x[j] = s.lo[j];
+}
+void widen_upper(primal_state& s, int32_t j, double by) {
+  s.up[j] += by;
+  if (s.key[j] == sk_upr) s.x[j] = s.up[j];
+}
+
+struct magnitude_census {
+  int64_t num = 0;    // nonzero finite bounds and costs
+  int64_t bounds = 0; // all finite bounds, a free variable counts one
+  int64_t alike = 0;  // neighbours in order that hardly differ
+  double smallest = 1e300, largest = 0, maxcost = 0, maxbound = 0;
+  int64_t fixedrows = 0;
+};
+
+magnitude_census take_census(primal_state& s) {
+  const simplex_work& w = s.work;
+  magnitude_census c;
+  buffer<double> mags(s.sys, 3 * static_cast<int64_t>(w.total));
+  auto note = [&](double v) {
+    if (v == 0) return;
+    mags[c.num++] = v;
+    c.smallest = std::min(c.smallest, v);
+    c.largest = std::max(c.largest, v);
+  };
+  for (int32_t j = 0; j < w.total; j++) {
+    const bool haslo = w.lower[j] > -bound_infinity, hasup = w.upper[j] < bound_infinity;
+    c.bounds += haslo + hasup + (!haslo && !hasup);
+    if (w.is_logical(j) && w.is_fixed(j)) c.fixedrows++;
+    for (const double b : {haslo ? w.lower[j] : 0.0, hasup ? w.upper[j] : 0.0}) {
+      const double mag = user_magnitude(s, j, b);
+      note(mag);
+      c.maxbound = std::max(c.maxbound, mag);
+    }
+    if (w.is_logical(j)) continue;
+    const double cost = std::fabs(w.cost[j]) / w.factor(j);
+    note(cost);
+    c.maxcost = std::max(c.maxcost, cost);
+  }
+  std::sort(mags.begin(), mags.begin() + c.num);
+  const double delta = 0.01 * 0.01 * s.param.tolx;
+  for (int64_t p = 1; p < c.num; p++) c.alike += mags[p] - mags[p - 1] < delta;
+  return c;
+}
+
+// The size of the perturbation; 0 for none.
+double perturbation_size(const primal_state& s, const magnitude_census& c) {
+  const double tolx = s.param.tolx, num = static_cast<double>(c.num), alike = static_cast<double>(c.alike);
+  if (num <= 0.2 * static_cast<double>(c.bounds) || 0.8 * num <= alike)
+    return num < 0.5 * static_cast<double>(c.bounds) ? 0.01 * tolx : 0.0;
+  const bool many = alike >= 0.1 * num;
+  const double k = many ? 100 : 1000, l = many ? 1e-5 : 1e-4;
+  const double u =
+      std::min(k / ((3 * std::max(c.maxcost, 1.0) + c.maxbound) * 0.125) * 0.0001, c.largest / c.smallest * l);
+  const double share = static_cast<double>(c.fixedrows) / std::max(1, s.work.m);
+  if (share < 0.3) return std::min(u, 1e-5);
+  if (share >= 0.5) return std::max(std::min(u, 0.001), 10 * tolx);
+  return std::max(std::min(u, 0.0001), 0.1 * tolx);
+}
+
+// Moves the bounds that basics stand on outward by a random share of `size`.
+void widen_tight_basics(primal_state& s, double size) {
+  bool any = false;
+  int32_t& state = s.info.randomstate;
+  for (int32_t k = 0; k < s.work.m; k++) {
+    const int32_t j = s.fac.head[k];
+    for (const bool upper : {false, true}) {
+      const double bound = upper ? s.up[j] : s.lo[j];
+      if (user_magnitude(s, j, bound) >= hugebound || std::fabs(bound - s.x[j]) > 10 * s.tolfeas) continue;
+      const double by = TVN_simplex_random(state) * size * (user_magnitude(s, j, bound) >= largebound ? 50 : 1);
+      (upper ? s.up[j] : s.lo[j]) += upper ? by : -by;
+      any = true;
+    }
+  }
+  psimplex_gatherbasics(s);
+  s.perturbed = s.perturbed || any;
+  if (any && s.phase == 1) s.refactor = true; // the phase-one cost may have changed
+}
+
+} // namespace
+
+void psimplex_perturbinit(primal_state& s) {
+  double size = perturbation_size(s, take_census(s));
+  if (s.param.degen == 2) size *= 10;
+  if (size == 0) return;
+  int32_t& state = s.info.randomstate;
+  auto amount = [&](int32_t j, double bound) {
+    const double mag = user_magnitude(s, j, bound);
+    const double by = TVN_simplex_random(state) * size / s.work.factor(j);
+    return mag >= hugebound ? 0.0 : mag >= largebound ? 0.01 * by : by;
+  };
+  for (int32_t j = 0; j < s.work.total; j++) {
+    if (s.key[j] != sk_bas) continue;
+    if (s.lo[j] > -bound_infinity) widen_lower(s, j, amount(j, s.lo[j]));
+    if (s.up[j] < bound_infinity) widen_upper(s, j, amount(j, s.up[j]));
+  }
+  s.perturbed = true;
+}
+
+void psimplex_kick(primal_state& s) {
+  const double f = static_cast<double>(s.perioddeg) / static_cast<double>(s.degenperiod);
+  s.periodstart = s.iter;
+  s.perioddeg = 0;
+  const double toldegs = std::min(10.0, 10 * s.param.tols);
+  if (s.degenmode == 0 || !s.allowperturb || f <= 0.05) return;
+  if (s.phase == 2 && 100 * toldegs > std::fabs(s.info.objective)) return;
+  const double tolx = s.param.tolx;
+  const double strong = 0.05 * std::min(1e-6, tolx), medium = 0.01 * std::min(1e-7, tolx),
+               weak = 0.005 * std::min(1e-7, tolx);
+  struct thresholds {
+    double strong, medium, weak;
+  };
+  const thresholds t = s.degenmode == 3   ? thresholds{0.5, 0.3, 0.2}
+                       : s.degenmode == 2 ? thresholds{0.7, 0.4, 0.3}
+                                          : thresholds{0.9, 0.7, 0.4};
+  double size = 0;
+  if (f > t.strong && (s.degenmode == 3 || s.perturbed)) {
+    size = strong;
+    s.degenperiod += 300;
+  } else if (f > t.medium && (s.degenmode != 1 || s.perturbed)) {
+    size = medium;
+  } else if (f > t.weak) {
+    size = weak;
+  }
+  if (size == 0) return;
+  if (s.param.degen == 2) size *= 5;
+  widen_tight_basics(s, size);
+}
+
+bool psimplex_unstall(primal_state& s) {
+  if (s.resets >= maxunstalls || s.accepting) return false;
+  // Largest reduced cost and partial pricing stall first: from here on weights lead.
+  if (s.method == sel_partial || s.method == sel_full) {
+    s.method = s.wanted = sel_devex;
+    psimplex_resetweights(s);
+    s.refactor = true;
+  }
+  widen_tight_basics(s, s.param.tolx * std::exp2(s.resets));
+  return true;
+}
+
+void psimplex_variablereset(primal_state& s) {
+  for (int32_t j = 0; j < s.work.total; j++) {
+    s.lo[j] = s.work.lower[j];
+    s.up[j] = s.work.upper[j];
+    if (s.key[j] == sk_low || s.key[j] == sk_fix) s.x[j] = s.lo[j];
+    if (s.key[j] == sk_upr) s.x[j] = s.up[j];
+    if (s.key[j] == sk_supbas) s.x[j] = std::min(s.up[j], std::max(s.lo[j], s.x[j]));
+  }
+  for (int32_t j = 0; j < s.work.total && s.numbanned > 0; j++) s.banned[j] = 0;
+  s.numbanned = 0;
+  s.perturbed = false;
+}
+
+} // namespace tvn

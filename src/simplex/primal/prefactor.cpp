@@ -1,0 +1,253 @@
+// Fresh factor, point, phase and reduced costs of the primal simplex, and what a bad event does.
+//
+// A bad event is a pivot, a column or a factor that proved wrong. It counts, the factor is made anew, and where events
+// repeat the tolerances of pivots rise, columns are banned until the next return to the true bounds, and in the end
+// the run gives up. In calm periods the tolerance falls again to what the user set.
+#include "simplex/primal/pstate.h"
+
+#include <cmath>
+#include <utility>
+
+namespace tvn {
+
+namespace {
+
+constexpr int64_t maxfutile = 40;                    // setbacks without a better point between them
+constexpr double tolpivmax = 1e-4, tolcareful = 0.1; // the most that tolpiv and the factor's absolute one may rise to
+constexpr double careful = 1000;                     // times tolpiv is the factor's absolute tolerance after a refusal
+constexpr double feasibleshift = 10;   // times tolfeas: infeasibility that a shift of the working bound absorbs
+constexpr double realgain = 0.01;      // of the gain that steps of phase one claim: less is rounding,
+constexpr double maxnoise = 1e-4;      // which may hide reduced costs up to this
+constexpr int32_t maxstalls = 30;      // rounds without progress that a run may have
+constexpr double smallprogress = 1e-9; // of the objective, between two fresh values far apart
+constexpr int32_t key_absolute = 1;    // pivot tolerance of the factor
+
+} // namespace
+
+loop_state psimplex_finish(primal_state& s, simplex_code code, int32_t solsta) {
+  s.stop = code;
+  s.info.solsta = solsta;
+  return loop_state::finished;
+}
+
+void psimplex_setobjective(primal_state& s) {
+  s.info.objective = TVN_simplex_pointobjective(s.base);
+  s.info.sumpinf = s.phase == 1 ? s.suminf : 0.0;
+  s.info.phase = s.phase;
+}
+
+void psimplex_ban(primal_state& s, int32_t q) {
+  s.banned[q] = 1;
+  s.numbanned++;
+  psimplex_setcandidate(s, q);
+}
+
+bool psimplex_askdual(primal_state& s) {
+  if (s.alone || s.base.repairs == 0) return false;
+  s.base.repairs--;
+  s.handover = true;
+  psimplex_finish(s, simplex_code::ok, sol_unknown);
+  return true;
+}
+
+namespace {
+
+loop_state count_setback(primal_state& s) {
+  s.info.count[kind_primal].setbacks = ++s.setbacks;
+  if (s.setbacks - s.bestsetbacks > maxfutile && psimplex_askdual(s)) return loop_state::finished;
+  if (s.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
+  TVN_simplex_tell(s.base, 1, "Too many (%d) bad events\n", static_cast<int>(s.setbacks));
+  return psimplex_finish(s, simplex_code::max_setbacks, sol_unknown);
+}
+
+} // namespace
+
+loop_state psimplex_setback(primal_state& s) {
+  s.refactor = true;
+  s.tries = s.iter == s.triesiter ? s.tries + 1 : 1;
+  s.triesiter = s.iter;
+  return count_setback(s);
+}
+
+loop_state psimplex_losepivot(primal_state& s) {
+  constexpr int32_t recent = 5; // updates: the factor is not to blame
+  if (s.fac.since <= recent) s.tolpiv = TVN_simplex_raised(s.tolpiv, tolpivmax);
+  return psimplex_setback(s);
+}
+
+loop_state psimplex_refusedupdate(primal_state& s, int32_t position) {
+  // The new basis stands and is factored afresh, with care.
+  lu& f = s.fac.factor;
+  s.fac.usable = false;
+  s.careful = true;
+  TVN_simplex_raisepivots(f, 1.5, 0.1);
+  TVN_simplex_tell(s.base, 2, "%-20s: %-d\n", "Pivot row", static_cast<int>(position));
+  TVN_simplex_tell(s.base, 2, "%-20s: %-.2e\n", "Pivot", s.aq.val[position]);
+  TVN_simplex_tell(s.base, 2, "%-20s: %-.2e\n", "||aj||", std::sqrt(s.colnorm));
+  return psimplex_losepivot(s);
+}
+
+void psimplex_calm(primal_state& s) {
+  if (s.setbacks == s.calmsetbacks) {
+    s.tolpiv = std::min(s.tolpiv, std::max(s.param.tolabspiv, 0.1 * s.tolpiv));
+    TVN_simplex_calmpivots(s.fac.factor, s.param.tolrelpiv);
+  }
+  s.calmsetbacks = s.setbacks;
+}
+
+namespace {
+
+// A variable that a repair threw out rests at its nearest bound and may not come back before the next reset.
+void rest_at_bound(primal_state& s, int32_t j) {
+  const double lo = s.lo[j], up = s.up[j];
+  if (lo <= -bound_infinity && up >= bound_infinity) {
+    s.key[j] = sk_supbas;
+  } else if (s.work.is_fixed(j)) {
+    s.key[j] = sk_fix;
+    s.x[j] = s.work.lower[j];
+  } else if (up >= bound_infinity || (lo > -bound_infinity && std::fabs(s.x[j] - lo) <= std::fabs(up - s.x[j]))) {
+    s.key[j] = sk_low;
+    s.x[j] = lo;
+  } else {
+    s.key[j] = sk_upr;
+    s.x[j] = up;
+  }
+}
+
+// Keys, lists and bans after a repair of the basis.
+loop_state follow_repair(primal_state& s, std::span<const basis_exchange> exchanges) {
+  for (const auto [leaving, entering] : exchanges) {
+    rest_at_bound(s, leaving);
+    psimplex_leavebasis(s, leaving);
+    psimplex_enterbasis(s, entering);
+    if (s.iter > 0 && !s.banned[leaving]) {
+      s.banned[leaving] = 1;
+      s.numbanned++;
+    }
+  }
+  s.info.count[kind_primal].artificials += static_cast<int64_t>(exchanges.size());
+  TVN_simplex_tell(s.base, 2,
+                   "LU decomposition has been recomputed at iteration: %d Artficials. Current: %d Total: %d.\n",
+                   static_cast<int>(s.iter), static_cast<int>(exchanges.size()),
+                   static_cast<int>(s.info.count[kind_primal].artificials));
+  if (++s.successive > 1) {
+    if (s.successive == 2) TVN_simplex_tell(s.base, 2, "Singular basis in two succesive iterations.\n");
+    s.tolpiv = TVN_simplex_raised(s.tolpiv, tolpivmax);
+    TVN_simplex_raisepivots(s.fac.factor, 2, 0.5);
+  }
+  return !exchanges.empty() && s.iter > 0 ? psimplex_setback(s) : loop_state::go_on;
+}
+
+loop_state refactor(primal_state& s) {
+  buffer<basis_exchange> exchanges(s.sys, s.work.m);
+  s.workfactor += TVN_lu_getupdatework(s.fac.factor);
+  lu& f = s.fac.factor;
+  const double absolute = TVN_lu_gettol(f, key_absolute);
+  if (s.careful) TVN_lu_puttol(f, key_absolute, std::max(absolute, std::min(careful * s.tolpiv, tolcareful)));
+  const int32_t num = TVN_simplex_refactor(s.base, kind_primal, exchanges);
+  TVN_lu_puttol(f, key_absolute, absolute);
+  s.careful = false;
+  if (num < 0) return loop_state::finished;
+  s.workfactor += TVN_lu_getfactorwork(s.fac.factor);
+  const loop_state state = num > 0 ? follow_repair(s, {exchanges.data(), static_cast<size_t>(num)}) : loop_state::go_on;
+  s.refactor = s.soon = false;
+  return state == loop_state::finished ? state : loop_state::go_on;
+}
+
+} // namespace
+
+// Small infeasibilities of a point that was feasible are rounding: the working bound gives way to them.
+// `relative` is to the bound in the user's units.
+bool psimplex_absorb(primal_state& s, double relative) {
+  for (int32_t k = 0; k < s.work.m; k++) {
+    const int32_t j = s.fac.head[k];
+    const double below = s.lo[j] - s.x[j], above = s.x[j] - s.up[j], f = s.work.factor(j);
+    const double limit = std::max(std::min(feasibleshift * s.tolfeas, relaxedshare * s.param.tolx),
+                                  relative * (1 / f + std::fabs(below > above ? s.lo[j] : s.up[j])));
+    if (std::max(below, above) > limit) return false;
+  }
+  for (int32_t k = 0; k < s.work.m; k++) {
+    const int32_t j = s.fac.head[k];
+    s.lo[j] = std::min(s.lo[j], s.x[j]);
+    s.up[j] = std::max(s.up[j], s.x[j]);
+  }
+  s.perturbed = true;
+  psimplex_countinf(s);
+  return true;
+}
+
+namespace {
+
+// A point that was feasible is so no more. Where the digits do not suffice for the tolerance it gives way, up to half
+// of what the user asked for: else the run would swing between the phases for ever.
+loop_state lose_feasibility(primal_state& s) {
+  if (TVN_simplex_relax(s.base, 2 * s.tolfeas)) psimplex_countinf(s);
+  if (s.numinf == 0) return loop_state::go_on;
+  TVN_simplex_raisepivots(s.fac.factor, 2, 0.5);
+  return count_setback(s);
+}
+
+// Steps can gain what the next recomputation takes back. Over many steps only the fresh objective tells progress.
+// A feasible point lost is none, so a swing between the phases is a stall too.
+loop_state watch_progress(primal_state& s) {
+  const double now = s.phase == 1 ? s.suminf : s.info.objective;
+  const bool better = s.phase == s.bestphase ? now < s.best - smallprogress * s.objscale : s.phase > s.bestphase;
+  if (better || s.resets != s.bestresets) {
+    s.best = now;
+    s.bestiter = s.iter;
+    s.bestsetbacks = s.setbacks;
+    s.bestphase = s.phase;
+    s.bestresets = s.resets;
+  } else if (s.iter - s.bestiter > stallperturbed + 2 * s.work.m) {
+    if (++s.stalls > maxstalls) return psimplex_finish(s, simplex_code::stall, sol_unknown);
+    s.random = !psimplex_unstall(s);
+    s.bestphase = 0; // begin anew
+  }
+  return loop_state::go_on;
+}
+
+// Phase one stands still though its steps claim a gain: their reduced costs are rounding.
+void watch_rounding(primal_state& s) {
+  const double claimed = std::exchange(s.gain, 0.0), before = std::exchange(s.lastsuminf, s.suminf);
+  if (s.phase == 1 && claimed > 0 && before - s.suminf < realgain * claimed) s.noise = std::min(10 * s.tols, maxnoise);
+  if (s.phase == 1) return;
+  s.lastsuminf = HUGE_VAL;
+  s.noise = 0;
+}
+
+} // namespace
+
+// Fresh factor, x, phase and d.
+loop_state psimplex_recompute(primal_state& s) {
+  if (s.resetmode && s.perturbed && s.iter > 0 && s.resets < maxresets) {
+    psimplex_variablereset(s);
+    s.info.count[kind_primal].resets = ++s.resets;
+    s.phase = 1;
+  }
+  if (refactor(s) == loop_state::finished) return loop_state::finished;
+  TVN_simplex_formxb(s.fac, s.x);
+  if (TVN_simplex_poll(s.base)) return loop_state::finished;
+  psimplex_countinf(s);
+  const bool wasfeasible = s.phase == 2;
+  if (wasfeasible && s.numinf > 0 && s.allowperturb) psimplex_absorb(s, 0);
+  if (wasfeasible && s.numinf > 0 && lose_feasibility(s) == loop_state::finished) return loop_state::finished;
+  psimplex_gatherbasics(s);
+  // Within what the user allows, and no better since the last look.
+  const bool forgiven = s.numinf > 0 && !s.perturbed && s.suminf <= relaxedshare * s.param.tolx;
+  if (forgiven && s.forgiven && TVN_simplex_relax(s.base, s.suminf)) psimplex_countinf(s);
+  s.forgiven = forgiven;
+  s.phase = s.numinf > 0 ? 1 : 2;
+  if (wasfeasible != (s.phase == 2)) s.info.forcelog = true;
+  psimplex_setobjective(s);
+  s.objscale = 1 + std::fabs(s.phase == 1 ? s.suminf : s.info.objective);
+  watch_rounding(s);
+  if (watch_progress(s) == loop_state::finished) return loop_state::finished;
+  psimplex_formd(s);
+  psimplex_rebuildcandidates(s);
+#if TVN_CHECK_LEVEL >= 2
+  psimplex_check(s);
+#endif
+  return loop_state::go_on;
+}
+
+} // namespace tvn

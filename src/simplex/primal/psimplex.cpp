@@ -1,0 +1,454 @@
+// The loop of the primal simplex: price, solve, ratio, check, update; recomputation and recovery around it.
+//
+// Each named step answers go on, recompute (the factor, x and d are made fresh before the next pricing) or finished
+// (s.stop and s.info.solsta say how). A verdict is reached only on fresh data and on the true bounds; it is a verdict
+// on the working problem, and the frame proves it on the user's data.
+#include "simplex/primal/pstate.h"
+
+#include <cmath>
+#include <utility>
+
+namespace tvn {
+
+namespace {
+
+constexpr int64_t budgetreserve = 40; // iterations left: no more perturbation
+constexpr int32_t maxupdates = 500;   // on one factor, whatever the cost of a solve says
+constexpr int64_t stallplain = 200;   // degenerate steps in a row before random edges
+constexpr int64_t calmperiod = 1000;  // iterations between looks at the pivot tolerance
+constexpr int64_t listperiod = 5000;  // and between two fillings of a restricted list
+constexpr int32_t maxtries = 10;      // setbacks at one iteration: its column is banned
+constexpr double smallstep = 1e-12;   // steps up to this count as degenerate,
+constexpr double smallgain = 1e-11;   // and gains up to this part of the objective as standing still
+constexpr double tightshare = 1e-3;   // of the optimality tolerance, where phase one finds no way on
+constexpr double minshare = 1e-9;     // of the largest entry of its column: a smaller pivot is rounding
+
+double direction(const primal_state& s, int32_t q, double d) {
+  if (s.key[q] == sk_low) return 1.0;
+  if (s.key[q] == sk_upr) return -1.0;
+  return d < 0 ? 1.0 : -1.0;
+}
+
+simplex_code stop_code(int32_t stop) { return stop == 2 ? simplex_code::peer_stop : simplex_code::user_stop; }
+
+// Of all optimizers of the run.
+int64_t total_iterations(const primal_state& s) {
+  return s.info.count[kind_primal].iterations + s.info.count[kind_dual].iterations;
+}
+
+// Clock, user and limits. The sums behind the log line are only formed when a line is due.
+loop_state check_limits(primal_state& s) {
+  const bool line = s.param.logfreq > 0 && (s.iter % s.param.logfreq == 0 || s.info.forcelog);
+  if (line) {
+    if (s.phase == 1) psimplex_countinf(s);
+    psimplex_setobjective(s);
+    if (const int32_t stop = s.progress(simplex_event::iteration, s.info))
+      return psimplex_finish(s, stop_code(stop), sol_unknown);
+    s.info.forcelog = false;
+  }
+  if (total_iterations(s) >= s.param.maxiterations)
+    return psimplex_finish(s, simplex_code::max_iterations, sol_unknown);
+  if (TVN_simplex_poll(s.base)) return loop_state::finished;
+  if (s.phase == 2 && s.param.usecutlow && s.iter % 64 == 0) {
+    psimplex_setobjective(s);
+    if (s.info.objective < s.param.cutlow) return psimplex_finish(s, simplex_code::objective_range, sol_unknown);
+  }
+  return loop_state::go_on;
+}
+
+void clear_vectors(primal_state& s) noexcept {
+  s.spike.clear();
+  s.aq.clear();
+  s.rho.clear();
+  s.alpha.clear();
+  s.tau.clear();
+}
+
+// An optimum is reached, but some nonbasics stand between their bounds.
+loop_state remove_superbasics(primal_state& s) {
+  for (int32_t j = psimplex_findsuperbasic(s); j >= 0; j = psimplex_findsuperbasic(s, j + 1)) {
+    const loop_state state = psimplex_rmsuperbasic(s, j);
+    clear_vectors(s);
+    if (state == loop_state::finished || check_limits(s) == loop_state::finished) return loop_state::finished;
+    if (state == loop_state::recompute || s.soon) break;
+  }
+  return s.refactor = true, loop_state::recompute;
+}
+
+// Phase one is at its end with no bound widened. What the user's tolerance allows is no infeasibility; reduced costs
+// within theirs can hide one of their size. False: neither is left.
+bool doubt_infeasibility(primal_state& s) {
+  if (TVN_simplex_relax(s.base, s.param.tolx)) return true;
+  if (!s.accepting && psimplex_absorb(s, s.param.tolx)) {
+    s.accepting = true;
+    s.allowperturb = false;
+    return true;
+  }
+  const double tight = tightshare * s.param.tols;
+  if (s.tolone <= tight) return false;
+  s.tolone = tight;
+  return true;
+}
+
+// The pricing found nothing.
+loop_state end_of_pricing(primal_state& s) {
+  if (!s.freshd || s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (s.numbanned > 0) {
+    for (int32_t j = 0; j < s.work.total; j++) s.banned[j] = 0;
+    s.numbanned = 0;
+    s.lenient = true;
+    return psimplex_setback(s);
+  }
+  if (s.phase == 1 && !s.perturbed) {
+    if (doubt_infeasibility(s)) return s.refactor = true, loop_state::recompute;
+    if (s.noise > 0 && psimplex_askdual(s)) return loop_state::finished; // rounding proves nothing
+    return psimplex_finish(s, simplex_code::ok, sol_prim_infeas_cer);
+  }
+  if (s.phase == 2 && !s.perturbed && psimplex_findsuperbasic(s) >= 0) return remove_superbasics(s);
+  if (s.phase == 2 && (!s.perturbed || s.accepting)) {
+    if (s.accepting) {
+      psimplex_variablereset(s);
+      TVN_simplex_formxb(s.fac, s.x);
+    }
+    return psimplex_finish(s, simplex_code::ok, sol_optimal);
+  }
+  const bool optimal = s.phase == 2 && psimplex_findsuperbasic(s) < 0;
+  psimplex_variablereset(s);
+  if (++s.resets >= maxresets) s.allowperturb = false;
+  s.info.count[kind_primal].resets = s.resets;
+  s.info.forcelog = true;
+  if (optimal && psimplex_askdual(s)) return loop_state::finished;
+  // From here the phase is decided anew on the true bounds, with no bound giving way.
+  s.phase = 1;
+  s.refactor = true;
+  return loop_state::recompute;
+}
+
+} // namespace
+
+double psimplex_columnreducedcost(primal_state& s, int32_t q) {
+  const double* const aq = s.aq.val.data();
+  const bool first = s.phase == 1;
+  double d = s.cost(q), norm = 0, largest = 0;
+  for (int32_t p = 0; p < s.aq.count; p++) {
+    const int32_t k = s.aq.idx[p];
+    const double a = aq[k];
+    d -= a * (first ? static_cast<double>(s.infeas[k]) : s.basics[k].cost);
+    norm += a * a;
+    largest = std::max(largest, std::fabs(a));
+  }
+  s.colnorm = norm;
+  s.colmax = largest;
+  return d;
+}
+
+namespace {
+
+// Compares two values of one quantity; the more digits agree the more updates the factor may carry.
+bool wants_refactor(const primal_state& s, double a, double b) {
+  const double e = std::max(std::fabs(a - b) / (std::fabs(b) + 1), 1e-15);
+  const auto k = static_cast<int32_t>(-std::floor(std::log10(e)));
+  const int32_t u = s.fac.since;
+  if (k < 2) return u >= 11;
+  if (k == 2) return u > 15;
+  if (k == 3) return u > 30;
+  if (k <= 5) return u > 100;
+  return k <= 7 && u > 150;
+}
+
+// No blocking bound.
+loop_state unbounded(primal_state& s, int32_t q, double sigma) {
+  if (s.phase == 1) {
+    // The composite objective is bounded below, so the column has lost its digits.
+    psimplex_ban(s, q);
+    return psimplex_setback(s);
+  }
+  if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (s.perturbed) {
+    psimplex_variablereset(s);
+    s.phase = 1;
+    return psimplex_setback(s);
+  }
+  if (s.tolpiv > s.param.tolabspiv) {
+    s.tolpiv = std::max(1e-12, 0.1 * s.tolpiv);
+    return s.refactor = true, loop_state::recompute;
+  }
+  for (int32_t j = 0; j < s.work.total; j++) s.x[j] = 0;
+  s.x[q] = sigma;
+  for (int32_t p = 0; p < s.aq.count; p++) s.x[s.fac.head[s.aq.idx[p]]] = -sigma * s.aq.val[s.aq.idx[p]];
+  return psimplex_finish(s, simplex_code::ok, sol_dual_infeas_cer);
+}
+
+void swap_bound(primal_state& s, int32_t q, double sigma, double step) {
+  psimplex_movebasics(s, sigma, step);
+  s.key[q] = sigma > 0 ? sk_upr : sk_low;
+  s.x[q] = sigma > 0 ? s.up[q] : s.lo[q];
+  psimplex_setcandidate(s, q);
+  s.info.count[kind_primal].boundswaps++;
+}
+
+// The leaving variable rests where the step put it: on its bound, which gives way by the tolerance when it must.
+void settle_leaving(primal_state& s, int32_t j, bool upper) {
+  double& bound = upper ? s.up[j] : s.lo[j];
+  const bool outside = upper ? s.x[j] > bound : s.x[j] < bound;
+  if (outside && s.allowperturb && s.phase == 2 && !s.work.is_fixed(j)) {
+    bound = s.x[j];
+    s.perturbed = true;
+  }
+  s.x[j] = bound;
+  s.key[j] = s.work.is_fixed(j) ? sk_fix : upper ? sk_upr : sk_low;
+}
+
+loop_state update_factor(primal_state& s, int32_t position) {
+  switch (TVN_lu_supd(s.fac.factor, position, s.spike)) {
+  case lu_code::done: break;
+  case lu_code::refactor_advised: s.soon = true; break;
+  case lu_code::no_update_room: // which says nothing against the pivot
+    s.fac.usable = false;
+    s.refactor = true;
+    return loop_state::recompute;
+  default: return psimplex_refusedupdate(s, position);
+  }
+  if (++s.fac.since >= maxupdates) s.soon = true;
+  return loop_state::go_on;
+}
+
+// On a fresh factor the column itself is bad.
+loop_state lose_pivot(primal_state& s, int32_t q) {
+  if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  psimplex_ban(s, q);
+  return psimplex_losepivot(s);
+}
+
+void steepest_edge_vector(primal_state& s) {
+  if (s.method != sel_se && s.method != sel_se + sel_restrict) return;
+  const double before = TVN_lu_getupdatework(s.fac.factor);
+  for (int32_t p = 0; p < s.aq.count; p++) s.unit.push(s.aq.idx[p], s.aq.val[s.aq.idx[p]]);
+  TVN_lu_btrans(s.fac.factor, s.unit, s.tau, 1e-18, 1e-18);
+  s.workedge += TVN_lu_getupdatework(s.fac.factor) - before;
+}
+
+} // namespace
+
+loop_state psimplex_pivot(primal_state& s, int32_t q, double sigma, double dq, const ratio_result& r) {
+  const int32_t leaving = s.fac.head[r.position];
+  const double a = s.aq.val[r.position], theta = dq / a;
+  TVN_simplex_rowofinverse(s.base, r.position);
+  const double arow = TVN_simplex_columndot(s.work, q, s.rho.val.data());
+  if (TVN_simplex_ispivotlost(arow, a, psimplex_leastpivot(s))) return lose_pivot(s, q);
+  if (wants_refactor(s, arow, a)) s.soon = true;
+  const bool full = s.method != sel_partial;
+  if (full) {
+    steepest_edge_vector(s);
+    s.workprice += static_cast<double>(TVN_simplex_formrow(s.base)) + s.alpha.count;
+    s.rowcount = (7 * s.rowcount + s.alpha.count) / 8;
+  } else {
+    s.workprice += s.rho.count;
+    for (int32_t p = 0; p < s.rho.count; p++) s.y[s.rho.idx[p]] += theta * s.rho.val[s.rho.idx[p]];
+  }
+  const auto oldcost = static_cast<double>(s.infeas[r.position]); // 0 in phase two
+  psimplex_movebasics(s, sigma, r.step);
+  // The leaving variable's own change of status goes with it.
+  for (int32_t p = 0; p < s.numchanged; p++) {
+    if (s.changed[p] != r.position) continue;
+    s.changed[p] = s.changed[--s.numchanged];
+    s.delta[p] = s.delta[s.numchanged];
+    break;
+  }
+  if (s.infeas[r.position] != 0) s.numinf--;
+  settle_leaving(s, leaving, r.to_upper);
+  s.x[q] += sigma * r.step;
+  if (full) {
+    psimplex_updateduals(s, q, leaving, a, dq);
+    s.d[leaving] -= oldcost; // a nonbasic has no phase-one cost
+  }
+  s.fac.head[r.position] = q;
+  s.basics[r.position] = {s.x[q], s.lo[q], s.up[q], s.work.cost[q]};
+  s.fac.pos[q] = r.position;
+  s.fac.pos[leaving] = -1;
+  s.infeas[r.position] = 0;
+  psimplex_enterbasis(s, q);
+  psimplex_leavebasis(s, leaving);
+  s.freshd = false;
+  return update_factor(s, r.position);
+}
+
+namespace {
+
+// `gain` is the fall of the objective of the phase.
+void count_iteration(primal_state& s, double step, double gain) {
+  auto& count = s.info.count[kind_primal];
+  s.iter++;
+  count.iterations++;
+  if (s.phase == 1) count.infeasible++;
+  if (step <= smallstep) {
+    count.degenerate++;
+    s.perioddeg++;
+  }
+  s.gain += s.phase == 1 ? gain : 0;
+  s.stalled = gain <= smallgain * s.objscale ? s.stalled + 1 : 0;
+  // Perturbation ends most stalls. Where it may not act, or has not, bounds are widened all the same, and after many
+  // such rounds random edges end the stall with probability one.
+  if (s.stalled == 0) {
+    s.random = false;
+  } else if (s.stalled > (s.allowperturb ? stallperturbed + 2 * s.work.m : stallplain + s.work.m / 4)) {
+    s.random = !psimplex_unstall(s);
+    s.stalled = 1;
+  }
+  s.successive = 0;
+  s.lenient = false;
+  const int64_t done = total_iterations(s);
+  const double share = static_cast<double>(done) / std::max(1, s.param.maxiterations);
+  if ((share > 0.8 && s.iter > 20) || s.param.maxiterations - done < budgetreserve) s.allowperturb = false;
+}
+
+loop_state iterate(primal_state& s) {
+  const price_result price = psimplex_select(s);
+  if (price.j < 0) return end_of_pricing(s);
+  const int32_t q = price.j;
+  if (s.iter == s.triesiter && s.tries > maxtries) {
+    s.tries = 0;
+    psimplex_ban(s, q);
+    return loop_state::go_on;
+  }
+  TVN_simplex_solvecolumn(s.base, q);
+  const double dq = psimplex_columnreducedcost(s, q), sigma = direction(s, q, dq);
+  s.d[q] = dq;
+  if (dq * sigma > -0.1 * s.tols) {
+    // The sign is gone: the reduced cost was rounding.
+    if (s.fac.since > 0 || !s.freshd) return psimplex_setback(s);
+    psimplex_ban(s, q);
+    return loop_state::go_on;
+  }
+  if (std::fabs(price.d) > 0.01 && wants_refactor(s, price.d, dq)) s.soon = true;
+  const ratio_result r = s.phase == 1 ? psimplex_stepsize_phaseone(s, q, sigma, -std::fabs(dq))
+                                      : psimplex_stepsize(s, sigma, psimplex_ownrange(s, q, sigma));
+  if (r.position < 0 && !r.swap) return unbounded(s, q, sigma);
+  if (!r.swap && r.pivot < 1e-5 && s.fac.since > 5) return s.refactor = true, loop_state::recompute;
+  if (!r.swap && r.pivot < minshare * s.colmax && !s.lenient) {
+    if (s.fac.since > 5) return s.refactor = true, loop_state::recompute;
+    psimplex_ban(s, q);
+    return loop_state::go_on;
+  }
+  loop_state state = loop_state::go_on;
+  if (r.swap)
+    swap_bound(s, q, sigma, r.step);
+  else
+    state = psimplex_pivot(s, q, sigma, dq, r);
+  // Swaps leave the factor fresh, so that nothing else brings them before the eyes of those who watch progress.
+  s.swaps = r.swap ? s.swaps + 1 : 0;
+  if (s.swaps >= maxupdates) {
+    s.swaps = 0;
+    s.soon = true;
+  }
+  if (!r.swap && s.fac.pos[q] < 0) return state; // refused
+  count_iteration(s, r.step, std::fabs(dq) * r.step);
+  if (state != loop_state::go_on) return state;
+  if (s.phase == 1) {
+    s.rho.clear();
+    s.alpha.clear();
+    psimplex_updatephasecost(s);
+    if (s.numinf == 0) return s.refactor = true, loop_state::recompute;
+  }
+  return loop_state::go_on;
+}
+
+} // namespace
+
+bool TVN_simplex_primalfeas(simplex_state& s) {
+  primal_state p(s);
+  p.tofeasible = true;
+  psimplex_optimize(p);
+  return s.stop == simplex_code::ok && s.info.solsta == sol_prim_feas;
+}
+
+namespace {
+
+void allocate(primal_state& s) {
+  sysenv& sys = s.sys;
+  const int64_t m = s.work.m, total = s.work.total;
+  s.weight.reset(sys, total, 0.0);
+  for (auto* b : {&s.inframe, &s.banned, &s.side}) b->reset(sys, total, uint8_t{0});
+  s.cand.reset(sys, total);
+  s.shortlist.reset(sys, total);
+  s.candpos.reset(sys, total, -1);
+  s.plist.reset(sys, 64);
+  s.breaks.reset(sys, 2 * m);
+  s.near.reset(sys, m);
+  s.basics.reset(sys, m);
+  s.changed.reset(sys, m);
+  s.delta.reset(sys, m);
+}
+
+} // namespace
+
+namespace {
+
+// Feasible within the working bounds: the answer when these are the true ones, which else come back now.
+loop_state rest_feasible(primal_state& s) {
+  if (!s.perturbed) return psimplex_finish(s, simplex_code::ok, sol_prim_feas);
+  psimplex_variablereset(s);
+  s.allowperturb = false;
+  s.phase = 1;
+  s.refactor = true;
+  return loop_state::recompute;
+}
+
+void run_loop(primal_state& s) {
+  allocate(s);
+  s.tolpiv = s.param.tolabspiv;
+  s.tols = s.tolone = s.param.tols;
+  TVN_lu_puttol(s.fac.factor, 2, s.param.tolrelpiv);
+  TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
+  const bool cold = s.base.cold;
+  s.allowperturb = s.param.degen != 0 && s.param.maxiterations >= budgetreserve;
+  psimplex_choosepricing(s);
+  s.degenmode = !s.allowperturb ? 0 : s.param.degen == 4 ? 1 : cold ? 3 : s.resetmode ? 1 : 2;
+  if (s.allowperturb && cold) psimplex_perturbinit(s);
+  psimplex_resetweights(s);
+  // Who asks for steepest edge gets its norms, after a crash or from any other start too.
+  bool wantnorms = s.method == sel_se || s.method == sel_se + sel_restrict;
+  s.info.forcelog = true;
+  s.phase = 1;
+  s.refactor = true;
+  for (;;) {
+    if (s.refactor || s.soon) {
+      if (psimplex_recompute(s) == loop_state::finished) break;
+      if (std::exchange(wantnorms, false)) {
+        if (!psimplex_exactweights(s)) break;
+        psimplex_rebuildcandidates(s);
+      }
+      if (s.tofeasible && s.phase == 2 && rest_feasible(s) == loop_state::finished) break;
+      continue;
+    }
+    if (check_limits(s) == loop_state::finished) break;
+    if (s.iter - s.periodstart >= s.degenperiod) psimplex_kick(s);
+    if (s.iter % 100 == 0 && !psimplex_choosepricingswitch(s)) break;
+    if (s.iter % calmperiod == 0) psimplex_calm(s);
+    if (s.restricted && s.iter - s.listed >= listperiod) {
+      psimplex_formd(s);
+      psimplex_rebuildcandidates(s);
+    }
+    if (s.weighterrors > 3) psimplex_resetweights(s);
+    const loop_state state = iterate(s);
+    clear_vectors(s);
+#if TVN_CHECK_LEVEL >= 3
+    if (state == loop_state::go_on && !s.refactor) psimplex_check(s);
+#endif
+    if (state == loop_state::finished) break;
+  }
+  clear_vectors(s);
+  psimplex_setobjective(s);
+}
+
+} // namespace
+
+void psimplex_optimize(primal_state& s) {
+  dupvec_groups groups;
+  psimplex_groupdupvec(s, groups);
+  s.alone = groups.num > 0 || s.tofeasible;
+  run_loop(s);
+  if (groups.num > 0) psimplex_dupvecfeasible(s, groups);
+}
+
+} // namespace tvn

@@ -1,0 +1,260 @@
+// The state of a primal simplex run and the pieces of its loop. What it shares with other optimizers lies in state.h
+// and is seen here under the same names.
+//
+// Who spoils what: a pivot spoils nothing that is maintained (x, d, weights, factor), each carries its rounding; a
+// refactorisation makes x and d fresh. Changing working bounds spoils x, changing the phase spoils d.
+#pragma once
+
+#include "simplex/base/state.h"
+
+#include <cmath>
+
+namespace tvn {
+
+struct ratio_result {
+  int32_t position = -1; // leaving basis position, -1: none
+  double step = 0;       // of the entering variable, >= 0
+  bool to_upper = false; // the leaving variable goes to its upper bound
+  bool swap = false;     // the entering variable meets its own other bound first
+  double pivot = 0;      // magnitude of the pivot
+};
+
+struct price_result {
+  int32_t j = -1; // entering variable, -1: none
+  double d = 0;   // its reduced cost
+};
+
+// What the ratio test reads of a basic variable, in one place by position: a column of the tableau meets few of them.
+struct basic_entry {
+  double x, lo, up, cost; // value, working bounds, cost of phase two
+};
+
+// How pricing sees a variable: which sign of its reduced cost makes it attractive, and whether it is a candidate.
+enum price_side : uint8_t {
+  side_none = 0,
+  side_low = 1,
+  side_upr = 2,
+  side_free = 3,
+  side_mask = 3,
+  side_listed = 4,
+  side_short = 8
+};
+
+struct primal_state {
+  explicit primal_state(simplex_state& b) : base(b) {}
+
+  simplex_state& base;
+  sysenv& sys = base.sys;
+  simplex_watch& watch = base.watch;
+  const simplex_param& param = base.param;
+  simplex_info& info = base.info;
+  const simplex_progress& progress = base.progress;
+  simplex_work& work = base.work;
+  simplex_fac& fac = base.fac;
+  buffer<double>&x = base.x, &lo = base.lo, &up = base.up; // working bounds are wider than the problem's when perturbed
+  buffer<uint8_t>&key = base.key, &inlist = base.inlist;   // listed: d and weight are maintained; restricted: not all
+  buffer<double>&d = base.d,
+  &y = base.y;                          // reduced costs of the phase; y maintained under partial pricing, else scratch
+  buffer<int8_t>& infeas = base.infeas; // -1 below, +1 above, 0 within the working bounds
+  spvec &spike = base.spike, &colrow = base.colrow, &aq = base.aq, &unit = base.unit, &rho = base.rho, &tau = base.tau,
+        &alpha = base.alpha;
+  simplex_code& stop = base.stop;
+
+  bool perturbed = false; // some working bound differs from the problem's
+  bool allowperturb = true;
+
+  // Phase one: 1 while infeasible, 2 once feasible.
+  int32_t phase = 1;
+  int32_t numinf = 0;
+  double suminf = 0;
+
+  // Cost of j in the objective of the phase, infeasibility left out.
+  double cost(int32_t j) const noexcept { return phase == 1 ? 0.0 : work.cost[j]; }
+
+  buffer<basic_entry> basics; // [m] by position; x is also kept in place
+  double colnorm = 0;         // sum of squares of the entering column,
+  double colmax = 0;          // and its largest magnitude
+
+  // Pricing.
+  buffer<uint8_t> side;    // [total] price_side, follows key, ban and list
+  buffer<double> weight;   // [total]
+  buffer<uint8_t> inframe; // [total] reference framework of devex
+  buffer<uint8_t> banned;  // [total] does not enter until the next reset
+  buffer<int32_t> cand;    // nonbasics with an attractive reduced cost, unordered
+  buffer<int32_t> candpos; // [total] position in cand, -1: not there
+  int32_t numcand = 0, numbanned = 0;
+  buffer<int32_t> shortlist;          // all candidates with d^2 / weight >= cutoff, and some that were
+  int32_t numshort = 0, rowcount = 0; // rowcount: running length of the pivot rows
+  double cutoff = 1e300;              // of the score; 1e300: no short list is kept
+  int64_t maxcollen = 0;              // entries of the longest column
+  int32_t method = sel_devex, wanted = sel_switch;
+  int32_t scanstart = 0; // partial pricing: where the next scan begins
+  buffer<int32_t> plist; // partial pricing: the candidates of the last scan
+  int32_t numplist = 0;
+  int32_t weighterrors = 0;
+  bool restricted = false; // some nonbasic is not in the list
+
+  // Tolerances; they move, see the loop.
+  double& tolfeas = base.tolfeas;
+  double tolpiv = 1e-7, tols = 1e-6;
+  double tolone = 1e-6; // tols in phase one, the rounding of its reduced costs left out
+
+  struct breakpoint {
+    double ratio;
+    int32_t position;
+    double slope;
+    bool upper;
+  };
+  buffer<breakpoint> breaks; // [2m]
+  buffer<int32_t> near;      // [m] positions that may block the step
+  buffer<int32_t> changed;   // [m] positions whose infeasibility status changed ...
+  buffer<int8_t> delta;      // [m] ... and by how much
+  int32_t numchanged = 0;
+
+  // Control.
+  bool refactor = true; // before the next pricing
+  bool soon = false;    // the factor advised it, or there were many swaps in a row
+  int32_t swaps = 0;    // in a row
+  bool freshd = false;  // d was computed from scratch since the last pivot
+  int64_t iter = 0;     // of this run
+  int64_t periodstart = 0, perioddeg = 0, degenperiod = 500;
+  int32_t degenmode = 1;
+  int32_t resets = 0;   // returns to the true bounds
+  double objscale = 1;  // 1 + magnitude of the objective of the phase at the last recomputation
+  double best = 0;      // lowest fresh objective of this phase since the last return to the true bounds,
+  int64_t bestiter = 0; // when it was met,
+  int32_t bestphase = 0, bestresets = 0;  // and which phase and return that was
+  int64_t bestsetbacks = 0;               // setbacks by then
+  int32_t stalls = 0;                     // how often that was too long ago
+  double gain = 0, lastsuminf = HUGE_VAL; // of phase one: gain claimed since the last recomputation, infeasibility then
+  double noise = 0;                       // reduced costs of phase one that proved to be rounding
+  int64_t stalled = 0;                    // degenerate steps in a row
+  bool random = false;                    // stalled for long: entering and leaving variables are drawn (random edge)
+  bool forgiven = false;                  // infeasible within what the user allows at the last recomputation
+  bool accepting = false;                 // true bounds gave way within the tolerance asked for: they do not come back
+  bool lenient = false;     // nothing but refused columns is left: their small pivots count until the next step
+  bool alone = false;       // the dual simplex cannot go on from the state
+  bool handover = false;    // the dual simplex has to go on
+  bool tofeasible = false;  // the run ends at the first point that is feasible within the true bounds
+  bool resetmode = false;   // many more columns than rows: widened bounds come back at the next recomputation
+  bool careful = false;     // the next factorisation refuses small pivots
+  int64_t triesiter = -1;   // iteration of the last setback,
+  int32_t tries = 0;        // and how many it has had
+  int64_t calmsetbacks = 0; // setbacks at the last calm check
+  int64_t refreshed = 0;    // iteration at which the reference framework was set,
+  int64_t listed = 0;       // and the one at which a restricted list was filled
+  int32_t successive = 0;   // recoveries without a good iteration between
+  int64_t setbacks = 0;
+  double workprice = 0;                // units of work since the last switch of pricing: pivot rows and lists,
+  double workfactor = 0, workedge = 0; // the factor up to its last refactorisation, the solves for exact weights
+  int64_t lastswitch = 0;
+};
+
+constexpr int32_t maxresets = 6;         // returns to the true bounds that may be followed by new perturbation
+constexpr int64_t stallperturbed = 2000; // and as many steps plus 2m without progress are a stall
+
+// --- factor, point and bad events (prefactor.cpp)
+loop_state psimplex_finish(primal_state& s, simplex_code code, int32_t solsta);
+void psimplex_setobjective(primal_state& s);
+void psimplex_ban(primal_state& s, int32_t q); // it does not enter before the next reset
+bool psimplex_askdual(primal_state& s);        // the dual simplex goes on from here; false: it has had its turns
+loop_state psimplex_setback(primal_state& s);
+loop_state psimplex_losepivot(primal_state& s);                       // two values of a pivot disagree
+loop_state psimplex_refusedupdate(primal_state& s, int32_t position); // the factor would not take a pivot
+void psimplex_calm(primal_state& s);                                  // lowers the pivot tolerance after a calm period
+// Widens the working bounds of the basics by small infeasibilities; false: some are larger.
+bool psimplex_absorb(primal_state& s, double relative);
+loop_state psimplex_recompute(primal_state& s);
+
+// --- recomputation (pphase.cpp)
+void psimplex_gatherbasics(primal_state& s) noexcept; // s.basics from x, bounds and cost
+void psimplex_countinf(primal_state& s);
+void psimplex_formd(primal_state& s);
+// Adds the effect of the changed infeasibility statuses (s.changed, s.delta) to d; the list is then empty.
+void psimplex_updatephasecost(primal_state& s);
+
+// --- pricing (pprice.cpp)
+void psimplex_setcandidate(primal_state& s, int32_t j) noexcept;  // after a change of key, ban, list or d
+void psimplex_movecandidate(primal_state& s, int32_t j) noexcept; // into the list or out of it
+constexpr double freeshare = 10; // free variables enter first: their reduced costs count this many times
+inline bool psimplex_isattractive(uint8_t side, double d, double tols) noexcept {
+  static constexpr double sign[] = {0, 1, -1, 0};
+  side &= side_mask;
+  return (side == side_free ? -std::fabs(d) : sign[side] * d) < -tols;
+}
+// After a change of d or weight: into the short list when the score calls for it.
+inline void psimplex_shortlist(primal_state& s, int32_t j, double d, double weight) noexcept {
+  const uint8_t side = s.side[j];
+  if ((side & side_mask) == side_free) d *= freeshare;
+  if (d * d < s.cutoff * weight || (side & (side_listed | side_short)) != side_listed) return;
+  s.side[j] = side | side_short;
+  s.shortlist[s.numshort++] = j;
+}
+// After a change of d alone.
+inline void psimplex_reprice(primal_state& s, int32_t j) noexcept {
+  if (psimplex_isattractive(s.side[j], s.d[j], s.tols) != ((s.side[j] & side_listed) != 0))
+    psimplex_movecandidate(s, j);
+  psimplex_shortlist(s, j, s.d[j], s.weight[j]);
+}
+void psimplex_rebuildcandidates(primal_state& s) noexcept;
+void psimplex_resetweights(primal_state& s);
+bool psimplex_exactweights(primal_state& s); // false: stopped on the way
+price_result psimplex_select(primal_state& s);
+void psimplex_choosepricing(primal_state& s);
+bool psimplex_choosepricingswitch(primal_state& s); // false: stopped on the way
+void psimplex_enterbasis(primal_state& s, int32_t j) noexcept;
+void psimplex_leavebasis(primal_state& s, int32_t j) noexcept;
+
+// --- ratio tests (pratio.cpp); sigma is the direction of the entering variable, +1 or -1
+// range: the step at which the entering variable meets an end of its own.
+double psimplex_ownrange(const primal_state& s, int32_t q, double sigma);
+ratio_result psimplex_stepsize(primal_state& s, double sigma, double range);
+ratio_result psimplex_stepsize_phaseone(primal_state& s, int32_t q, double sigma, double slope);
+
+// Entries of the entering column up to this are no pivots. Where nothing else is left the size does not count, as long
+// as both values of the pivot agree.
+inline double psimplex_leastpivot(const primal_state& s) noexcept {
+  constexpr double rounding = 1e-14; // of the largest entry
+  return s.lenient ? std::min(s.tolpiv, rounding * s.colmax) : s.tolpiv;
+}
+
+// --- update (pupdate.cpp)
+void psimplex_updateduals(primal_state& s, int32_t q, int32_t leaving, double pivot, double dq);
+void psimplex_movebasics(primal_state& s, double sigma, double step);
+
+// --- perturbation (pperturb.cpp)
+void psimplex_perturbinit(primal_state& s);
+void psimplex_kick(primal_state& s);
+// Last resort against a stall, whatever the parameters say of perturbation; false: no more of it in this run.
+bool psimplex_unstall(primal_state& s);
+void psimplex_variablereset(primal_state& s);
+
+// --- superbasics (psuper.cpp): nonbasics with the key sk_supbas off their bounds; a free one rests at zero
+// The first one from `from` on, -1: none.
+int32_t psimplex_findsuperbasic(const primal_state& s, int32_t from = 0);
+// Moves j to its nearest bound or, where a basic blocks the way, into the basis. Its reduced cost is within tolerance.
+loop_state psimplex_rmsuperbasic(primal_state& s, int32_t j);
+
+// --- duplicate columns (pdupvec.cpp)
+struct dupvec_groups {
+  int64_t num = 0;             // columns that another one stands for
+  buffer<int32_t> first;       // [n] the column that stands for it, itself for all others
+  buffer<double> factor;       // [n] column = factor * first
+  buffer<double> lower, upper; // [n] bounds before the grouping
+};
+void psimplex_groupdupvec(primal_state& s, dupvec_groups& g);          // g.num 0: nothing is changed
+void psimplex_dupvecfeasible(primal_state& s, const dupvec_groups& g); // bounds, point and basis of the members again
+
+// --- audit (pcheck.cpp): stops on a breach
+void psimplex_check(primal_state& s);
+
+// --- the loop (psimplex.cpp): the shared state ready with keys, head and x of the nonbasics set.
+void psimplex_optimize(primal_state& s);
+// Exchange of q with the variable at r.position, all quantities updated; dq its reduced cost, sigma its direction.
+loop_state psimplex_pivot(primal_state& s, int32_t q, double sigma, double dq, const ratio_result& r);
+// Reduced cost of q from its column in s.aq: the independent second value. Norm and largest entry come with it.
+double psimplex_columnreducedcost(primal_state& s, int32_t q);
+// Runs to feasibility only; true: s.x is within the bounds. For callers that need a feasible basis and no optimum.
+bool TVN_simplex_primalfeas(simplex_state& s);
+
+} // namespace tvn
