@@ -40,22 +40,36 @@ void enter_queue(amf_state& s, int32_t i) {
   s.watch.work += s.len[i];
 }
 
+// Ascending by priority, then by number. Levels of a partition are few.
 void sort_bands(amf_state& s) {
   s.band.reset(s.sys, s.n);
-  for (int32_t i = 0; i < s.n; i++) s.band[i] = i;
-  if (!s.in.priority) return;
+  if (!s.in.priority || s.n == 0) {
+    for (int32_t i = 0; i < s.n; i++) s.band[i] = i;
+    return;
+  }
   const int32_t* const pri = s.in.priority;
-  std::sort(s.band.begin(), s.band.end(),
-            [&](int32_t a, int32_t b) { return pri[a] != pri[b] ? pri[a] < pri[b] : a < b; });
+  const auto [least, most] = std::minmax_element(pri, pri + s.n);
+  if (int64_t{*most} - *least > s.n) {
+    for (int32_t i = 0; i < s.n; i++) s.band[i] = i;
+    std::sort(s.band.begin(), s.band.end(),
+              [&](int32_t a, int32_t b) { return pri[a] != pri[b] ? pri[a] < pri[b] : a < b; });
+    return;
+  }
+  buffer<int32_t> next(s.sys, int64_t{*most} - *least + 2, 0);
+  for (int32_t i = 0; i < s.n; i++) next[pri[i] - *least + 1]++;
+  for (int64_t p = 1; p < next.size(); p++) next[p] += next[p - 1];
+  for (int32_t i = 0; i < s.n; i++) s.band[next[pri[i] - *least]++] = i;
 }
 
 // The bound of nodes that wait for their band: it only shrinks while their neighbourhood is updated.
-void init_weights(amf_state& s) {
+bool init_weights(amf_state& s) {
   for (int32_t i = 0; i < s.n; i++) {
     int64_t outer = 0;
     sum_neighbours(s, i, outer);
     s.weight[i] = static_cast<int32_t>(std::min(outer, s.left - s.nv[i]));
+    if (!s.watch.go_on(s.len[i] + 1)) return false;
   }
+  return true;
 }
 
 // False: no band is left.
@@ -173,8 +187,7 @@ bool amf_order(sysenv& sys, const amf_input& in, sorder_watch& watch, int32_t* p
   amf_state s(sys, in, watch, perm);
   if (!amf_setup(s)) return false;
   sort_bands(s);
-  init_weights(s);
-  return eliminate_all(s);
+  return init_weights(s) && eliminate_all(s);
 }
 
 } // namespace tvn

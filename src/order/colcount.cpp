@@ -12,6 +12,8 @@ namespace tvn {
 
 namespace {
 
+constexpr int64_t missed = 4; // units of a step to a node somewhere in memory
+
 struct order_view {
   const int32_t* pos2node; // null: identity
   const int32_t* node2pos;
@@ -39,13 +41,14 @@ bool make_tree(sysenv& sys, const sgraph& g, const order_view& order, sorder_wat
 }
 
 // Children in ascending order.
-void make_postorder(sysenv& sys, const buffer<int32_t>& parent, buffer<int32_t>& post) {
+bool make_postorder(sysenv& sys, const buffer<int32_t>& parent, sorder_watch& watch, buffer<int32_t>& post) {
   const auto n = static_cast<int32_t>(parent.size());
   buffer<int32_t> child(sys, int64_t{n} + 1, -1), sibling(sys, n), stack(sys, int64_t{n} + 1);
   for (int32_t k = n - 1; k >= 0; k--) {
     int32_t& first = child[parent[k] < 0 ? n : parent[k]];
     sibling[k] = first;
     first = k;
+    if (!watch.go_on(missed)) return false;
   }
   int32_t num = 0, depth = 0;
   for (int32_t root = child[n]; root >= 0; root = sibling[root]) {
@@ -58,9 +61,11 @@ void make_postorder(sysenv& sys, const buffer<int32_t>& parent, buffer<int32_t>&
       } else {
         post[num++] = k;
         depth--;
+        if (!watch.go_on(missed)) return false;
       }
     }
   }
+  return true;
 }
 
 // A root of the union of those that share an ancestor so far.
@@ -77,6 +82,7 @@ bool count_columns(sysenv& sys, const sgraph& g, const order_view& order, sorder
     up[j] = j;
     tree.count[j] = first[j] < 0 ? g.node_weight(order.node(j)) : 0;
     for (; j >= 0 && first[j] < 0; j = tree.parent[j]) first[j] = k;
+    if (!watch.go_on(missed)) return false;
   }
   for (int32_t k = 0; k < n; k++) {
     const int32_t j = tree.post[k], node = order.node(j), parent = tree.parent[j];
@@ -121,7 +127,7 @@ bool analyse_order(sysenv& sys, const sgraph& g, const int32_t* perm, sorder_wat
   }
   const order_view order{perm, perm ? invp.data() : nullptr};
   if (!make_tree(sys, g, order, watch, tree.parent)) return false;
-  make_postorder(sys, tree.parent, tree.post);
+  if (!make_postorder(sys, tree.parent, watch, tree.post)) return false;
   if (!count_columns(sys, g, order, watch, tree)) return false;
   add_figures(g, order, tree);
   return true;
