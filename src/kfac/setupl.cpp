@@ -6,6 +6,7 @@
 // The rows of a supernode below its own columns are those of its last column, so their number is known from the column
 // counts before any row is formed. Cost: O(pattern + rows).
 #include "kfac/sfk.h"
+#include "order/sgraph.h"
 
 #include <algorithm>
 
@@ -86,19 +87,22 @@ struct adjacency {
 };
 
 // Entries below the diagonal by column, in positions.
-void lower_columns(sysenv& sys, const sorder_graph& g, const sfk_structure& s, adjacency& a) {
+bool lower_columns(sysenv& sys, const sorder_graph& g, const sfk_structure& s, sorder_watch& watch, adjacency& a) {
   a.beg.reset(sys, int64_t{s.n} + 1, int64_t{0});
   const auto each = [&](auto f) {
-    for (int32_t j = 0; j < s.n; j++)
+    for (int32_t j = 0; j < s.n; j++) {
       for (int64_t p = g.beg[j]; p < g.end[j]; p++)
         if (g.sub[p] != j) f(std::min(s.invp[j], s.invp[g.sub[p]]), std::max(s.invp[j], s.invp[g.sub[p]]));
+      if (!watch.go_on(g.end[j] - g.beg[j] + 1)) return false;
+    }
+    return true;
   };
-  each([&](int32_t low, int32_t) { a.beg[low + 1]++; });
+  if (!each([&](int32_t low, int32_t) { a.beg[low + 1]++; })) return false;
   for (int32_t k = 0; k < s.n; k++) a.beg[k + 1] += a.beg[k];
   a.sub.reset(sys, a.beg[s.n]);
   buffer<int64_t> next(sys, s.n);
   std::copy_n(a.beg.data(), s.n, next.data());
-  each([&](int32_t low, int32_t high) { a.sub[next[low]++] = high; });
+  return each([&](int32_t low, int32_t high) { a.sub[next[low]++] = high; });
 }
 
 void size_supernodes(sysenv& sys, const columns& c, sfk_structure& s) {
@@ -117,7 +121,7 @@ void size_supernodes(sysenv& sys, const columns& c, sfk_structure& s) {
 }
 
 // Rows of each supernode from its entries and from the rows of its children.
-void form_rows(sysenv& sys, const adjacency& a, const columns& c, sfk_structure& s) {
+bool form_rows(sysenv& sys, const adjacency& a, const columns& c, sorder_watch& watch, sfk_structure& s) {
   s.rows.reset(sys, s.rowbeg[s.numsn]);
   s.snparent.reset(sys, s.numsn);
   s.lastchild.reset(sys, s.numsn, -1);
@@ -141,10 +145,12 @@ void form_rows(sysenv& sys, const adjacency& a, const columns& c, sfk_structure&
     std::sort(s.rows.data() + below, s.rows.data() + p);
     const int32_t up = c.parent[end - 1];
     s.snparent[k] = up < 0 ? -1 : col2sn[up];
+    if (!watch.go_on(8 * (p - below) + a.beg[end] - a.beg[first] + 8)) return false;
     if (up < 0) continue;
     s.prevsibling[k] = s.lastchild[col2sn[up]];
     s.lastchild[col2sn[up]] = k;
   }
+  return true;
 }
 
 // Where the rows below a supernode stand in its parent's front.
@@ -211,7 +217,7 @@ int64_t place_of(const sfk_structure& s, int32_t k, int32_t row, int32_t col) no
   return s.valbeg[k] + (col - first) * height + at;
 }
 
-void find_places(sysenv& sys, const sorder_graph& g, sfk_structure& s) {
+bool find_places(sysenv& sys, const sorder_graph& g, sorder_watch& watch, sfk_structure& s) {
   buffer<int32_t> col2sn(sys, s.n);
   int64_t last = 0;
   for (int32_t k = 0; k < s.numsn; k++)
@@ -227,7 +233,9 @@ void find_places(sysenv& sys, const sorder_graph& g, sfk_structure& s) {
       const int32_t b = s.invp[g.sub[p]], col = std::min(a, b);
       s.dest[p] = place_of(s, col2sn[col], std::max(a, b), col);
     }
+    if (!watch.go_on(16 * (g.end[j] - g.beg[j]) + 8)) return false;
   }
+  return true;
 }
 
 } // namespace
@@ -248,20 +256,15 @@ sfk_code TVN_sfk_setupL(sysenv& sys, const sorder_graph& graph, const int32_t* p
   s.flops = tree.figures.flops;
   s.numsn = find_supernodes(sys, c, s.n, s.snbeg);
   size_supernodes(sys, c, s);
-  const auto stopped = [&] { return progress.fn && progress.fn(progress.handle, 3, s.n, -1.0) != 0; };
-  if (stopped()) return sfk_code::stopped;
+  sorder_watch watch(progress);
   {
     adjacency a;
-    lower_columns(sys, graph, s, a);
-    if (stopped()) return sfk_code::stopped;
-    form_rows(sys, a, c, s);
+    if (!lower_columns(sys, graph, s, watch, a) || !form_rows(sys, a, c, watch, s)) return sfk_code::stopped;
   }
-  if (stopped()) return sfk_code::stopped;
   s.uprow.reset(sys, s.rowbeg[s.numsn]);
   find_uprows(s);
   choose_subtrees(sys, s);
-  find_places(sys, graph, s);
-  return stopped() ? sfk_code::stopped : sfk_code::ok;
+  return find_places(sys, graph, watch, s) && watch.begin_phase() ? sfk_code::ok : sfk_code::stopped;
 }
 
 } // namespace tvn

@@ -81,17 +81,17 @@ void TVN_sfk_clear(sfk_factor& f) noexcept;
 // L D L' of what the values hold. failed: a NaN or an infinite number came out.
 [[nodiscard]] sfk_code TVN_ch_calfac(sfk_factor& f, const sfk_pivots& pivots, const sfk_progress& progress) noexcept;
 
-// x := inverse of L, of D, of L' times x, in positions. work: [maxfront].
-void TVN_sfk_Lx(const sfk_factor& f, double* x, double* work) noexcept;
+// x := inverse of L, of D, of L' times x, in positions. work: [maxfront]. False: stopped, x is spoiled.
+bool TVN_sfk_Lx(const sfk_factor& f, double* x, double* work, const sfk_progress& progress = {}) noexcept;
 void TVN_sfk_InvmulD(const sfk_factor& f, double* x) noexcept;
-void TVN_sfk_Ltx(const sfk_factor& f, double* x, double* work) noexcept;
-// Solves with the factor; rhs by node, overwritten. work: [n + maxfront].
-void TVN_sfk_solve(const sfk_factor& f, double* rhs, double* work) noexcept;
-
+bool TVN_sfk_Ltx(const sfk_factor& f, double* x, double* work, const sfk_progress& progress = {}) noexcept;
+// Solves with the factor; rhs by node, overwritten. work: [n + maxfront]. False: stopped, rhs stands.
+bool TVN_sfk_solve(const sfk_factor& f, double* rhs, double* work, const sfk_progress& progress = {}) noexcept;
 // Several right sides at once, column by column of n: inverse of L times x, by position; solves, by node. They differ
-// from one at a time in rounding. work: [TVN_sfk_worksize].
+// from one at a time in rounding. work: [TVN_sfk_worksize]. False: stopped within a group of them.
 int64_t TVN_sfk_worksize(const sfk_structure& sfk) noexcept;
-void TVN_sfk_LX(const sfk_factor& f, int32_t num, double* x, double* work) noexcept;
-void TVN_sfk_solve_X(const sfk_factor& f, int32_t num, double* rhs, double* work) noexcept;
+bool TVN_sfk_LX(const sfk_factor& f, int32_t num, double* x, double* work, const sfk_progress& progress = {}) noexcept;
+bool TVN_sfk_solve_X(const sfk_factor& f, int32_t num, double* rhs, double* work,
+                     const sfk_progress& progress = {}) noexcept;
 
 } // namespace tvn

@@ -13,6 +13,20 @@ namespace {
 
 constexpr int64_t smallblock = 256; // elements for which a call costs more than it saves
 
+// Asks after so many values of L, a few milliseconds.
+struct solve_watch {
+  const sfk_progress& progress;
+  int64_t values = 0;
+
+  bool go_on(int64_t num) {
+    constexpr int64_t perask = 10'000'000;
+    values += num;
+    if (values < perask || !progress.fn) return true;
+    values = 0;
+    return progress.fn(progress.handle, 7, 0, -1.0) == 0;
+  }
+};
+
 struct block_view {
   const double* l; // column-major
   int64_t height, width;
@@ -109,26 +123,30 @@ void backward_wide(const matker& ker, const block_view& b, double* y) noexcept {
 }
 
 // All supernodes, on rows by position; z: [maxfront * wide].
-void forward_all(const sfk_factor& f, double* x, double* z) noexcept {
+bool forward_all(const sfk_factor& f, double* x, double* z, solve_watch& watch) noexcept {
   for (int32_t k = 0; k < f.sfk->numsn; k++) {
     const block_view b = block_of(f, k);
     const int64_t num = b.height - b.width;
+    if (!watch.go_on(4 * b.height * b.width)) return false;
     std::copy_n(x + b.first * wide, b.width * wide, z);
     std::fill_n(z + b.width * wide, num * wide, 0.0);
     forward_wide(f.ker, b, z);
     std::copy_n(z, b.width * wide, x + b.first * wide);
     for (int64_t i = 0; i < num; i++) subtract_row(x + b.below[i] * wide, z + (b.width + i) * wide, -1.0);
   }
+  return true;
 }
 
-void backward_all(const sfk_factor& f, double* x, double* z) noexcept {
+bool backward_all(const sfk_factor& f, double* x, double* z, solve_watch& watch) noexcept {
   for (int32_t k = f.sfk->numsn - 1; k >= 0; k--) {
     const block_view b = block_of(f, k);
+    if (!watch.go_on(4 * b.height * b.width)) return false;
     std::copy_n(x + b.first * wide, b.width * wide, z);
     for (int64_t i = b.width; i < b.height; i++) std::copy_n(x + b.below[i - b.width] * wide, wide, z + i * wide);
     backward_wide(f.ker, b, z);
     std::copy_n(z, b.width * wide, x + b.first * wide);
   }
+  return true;
 }
 
 // Columns of x, n apart, to rows and back; perm null: positions. Rows are filled up with zeros.
@@ -146,9 +164,11 @@ void scatter_rows(const double* rows, int64_t n, int64_t num, const int32_t* per
 
 } // namespace
 
-void TVN_sfk_Lx(const sfk_factor& f, double* x, double* work) noexcept {
+bool TVN_sfk_Lx(const sfk_factor& f, double* x, double* work, const sfk_progress& progress) noexcept {
+  solve_watch watch{progress};
   for (int32_t k = 0; k < f.sfk->numsn; k++) {
     const block_view b = block_of(f, k);
+    if (!watch.go_on(b.height * b.width)) return false;
     if (b.height * b.width <= smallblock) {
       forward_small(b, x);
       continue;
@@ -161,15 +181,18 @@ void TVN_sfk_Lx(const sfk_factor& f, double* x, double* work) noexcept {
     std::copy_n(y, b.width, x + b.first);
     for (int64_t i = 0; i < num; i++) x[b.below[i]] += y[b.width + i];
   }
+  return true;
 }
 
 void TVN_sfk_InvmulD(const sfk_factor& f, double* x) noexcept {
   for (int32_t k = 0; k < f.sfk->n; k++) x[k] /= f.d[k];
 }
 
-void TVN_sfk_Ltx(const sfk_factor& f, double* x, double* work) noexcept {
+bool TVN_sfk_Ltx(const sfk_factor& f, double* x, double* work, const sfk_progress& progress) noexcept {
+  solve_watch watch{progress};
   for (int32_t k = f.sfk->numsn - 1; k >= 0; k--) {
     const block_view b = block_of(f, k);
+    if (!watch.go_on(b.height * b.width)) return false;
     if (b.height * b.width <= smallblock) {
       backward_small(b, x);
       continue;
@@ -181,42 +204,49 @@ void TVN_sfk_Ltx(const sfk_factor& f, double* x, double* work) noexcept {
     backward_block(f.ker, b, y);
     std::copy_n(y, b.width, x + b.first);
   }
+  return true;
 }
 
-void TVN_sfk_solve(const sfk_factor& f, double* rhs, double* work) noexcept {
+bool TVN_sfk_solve(const sfk_factor& f, double* rhs, double* work, const sfk_progress& progress) noexcept {
   const sfk_structure& s = *f.sfk;
   double* const x = work + s.maxfront;
   for (int32_t k = 0; k < s.n; k++) x[k] = rhs[s.perm[k]];
-  TVN_sfk_Lx(f, x, work);
+  if (!TVN_sfk_Lx(f, x, work, progress)) return false;
   TVN_sfk_InvmulD(f, x);
-  TVN_sfk_Ltx(f, x, work);
+  if (!TVN_sfk_Ltx(f, x, work, progress)) return false;
   for (int32_t k = 0; k < s.n; k++) rhs[s.perm[k]] = x[k];
+  return true;
 }
 
 int64_t TVN_sfk_worksize(const sfk_structure& s) noexcept { return (int64_t{s.n} + s.maxfront) * wide; }
 
-void TVN_sfk_LX(const sfk_factor& f, int32_t num, double* x, double* work) noexcept {
+bool TVN_sfk_LX(const sfk_factor& f, int32_t num, double* x, double* work, const sfk_progress& progress) noexcept {
+  solve_watch watch{progress};
   const int64_t n = f.sfk->n;
   double* const rows = work + f.sfk->maxfront * wide;
   for (int64_t c = 0; c < num; c += wide) {
     gather_rows(x + c * n, n, std::min(wide, num - c), nullptr, rows);
-    forward_all(f, rows, work);
+    if (!forward_all(f, rows, work, watch)) return false;
     scatter_rows(rows, n, std::min(wide, num - c), nullptr, x + c * n);
   }
+  return true;
 }
 
-void TVN_sfk_solve_X(const sfk_factor& f, int32_t num, double* rhs, double* work) noexcept {
+bool TVN_sfk_solve_X(const sfk_factor& f, int32_t num, double* rhs, double* work,
+                     const sfk_progress& progress) noexcept {
+  solve_watch watch{progress};
   const int64_t n = f.sfk->n;
   const int32_t* const perm = f.sfk->perm.data();
   double* const rows = work + f.sfk->maxfront * wide;
   for (int64_t c = 0; c < num; c += wide) {
     gather_rows(rhs + c * n, n, std::min(wide, num - c), perm, rows);
-    forward_all(f, rows, work);
+    if (!forward_all(f, rows, work, watch)) return false;
     for (int64_t k = 0; k < n; k++)
       for (int64_t q = 0; q < wide; q++) rows[k * wide + q] /= f.d[k];
-    backward_all(f, rows, work);
+    if (!backward_all(f, rows, work, watch)) return false;
     scatter_rows(rows, n, std::min(wide, num - c), perm, rhs + c * n);
   }
+  return true;
 }
 
 } // namespace tvn
