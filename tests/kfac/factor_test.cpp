@@ -247,6 +247,37 @@ TEST(SymmetricFactor, HasTheSameBitsForAnyNumberOfThreads) {
   }
 }
 
+// Each request of the analysis and of the room for the values fails in turn; what comes after takes nothing.
+TEST(SymmetricFactor, ExhaustedMemoryIsReportedAndLeavesNothing) {
+  struct budget {
+    int64_t left = 0;
+  } pool;
+  const auto take = [](void* p, size_t size) -> void* {
+    return static_cast<budget*>(p)->left-- > 0 ? std::malloc(size) : nullptr;
+  };
+  const auto give = [](void*, void* memory) { std::free(memory); };
+  const system_case c = cube(14);
+  bool done = false;
+  for (int64_t allowed = 0; !done; allowed++) {
+    pool.left = INT64_MAX;
+    sysenv* sys = TVN_sysenv_make(10, &pool, take, give);
+    pool.left = allowed;
+    try {
+      sfk_structure structure;
+      sfk_factor factor;
+      ASSERT_EQ(TVN_sfk_setupL(*sys, c.graph(), nullptr, {}, structure), sfk_code::ok);
+      TVN_sfk_allocLval(*sys, structure, TVN_matker_make(matker_isa::avx512), factor, 2);
+      EXPECT_EQ(factor.numthreads, 2);
+      pool.left = 0;
+      TVN_sfk_clear(factor);
+      for (int32_t j = 0; j < c.n; j++) factor.val[structure.diagdest[j]] = 1.0;
+      EXPECT_EQ(TVN_ch_calfac(factor, {}, {}), sfk_code::ok);
+      done = true;
+    } catch (const out_of_memory&) {}
+    EXPECT_EQ(TVN_sysenv_delete(&sys), sys_code::ok) << "leak after " << allowed;
+  }
+}
+
 TEST(SymmetricFactor, StopsWhereItIsTold) {
   const system_case c = random_system(30);
   solver s;

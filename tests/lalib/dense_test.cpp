@@ -67,6 +67,30 @@ TEST(Matker, SubtractsProductsOfAllShapesAndTouchesNothingElse) {
   }
 }
 
+// Dot products of up to nr columns, with one and with several vectors, of every length and at any alignment.
+TEST(Matker, DotsAreThoseOfLongDouble) {
+  std::mt19937_64 rng(3);
+  for (const matker_isa isa : sets) {
+    const matker ker = TVN_matker_make(isa);
+    for (int64_t n = 0; n <= 37; n++)
+      for (int64_t cols = 1; cols <= ker.micro.nr; cols++) {
+        block l(n, cols, n % 3, rng), y(n, 1, 0, rng), rows(micro_wide, n, 0, rng);
+        double one[maxmicrocols], wide[maxmicrocols * micro_wide];
+        ker.micro.dots[cols - 1](n, l.data(), l.ld, y.data(), one);
+        ker.micro.dotsx[cols - 1](n, l.data(), l.ld, rows.data(), wide);
+        for (int64_t j = 0; j < cols; j++)
+          for (int64_t q = -1; q < micro_wide; q++) {
+            long double want = 0;
+            for (int64_t i = 0; i < n; i++)
+              want += static_cast<long double>(l.at(i, j)) * (q < 0 ? y.at(i, 0) : rows.at(q, i));
+            const double got = q < 0 ? one[j] : wide[j * micro_wide + q];
+            ASSERT_TRUE(std::fabs(static_cast<double>(want) - got) <= 1e-15 * static_cast<double>(n + 1))
+                << n << ' ' << q;
+          }
+      }
+  }
+}
+
 namespace {
 
 struct rule {
