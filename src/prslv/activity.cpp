@@ -30,9 +30,20 @@ void put_bounds(int32_t& key, double& bl, double& bu, double lo, double up) {
 } // namespace
 
 void TVN_prslv_conactivity(prslv_context& x, int32_t i) {
-  x.lax[i] = x.uax[i] = 0;
-  x.ncilax[i] = x.nciuax[i] = 0;
-  for_row(x, i, [&](int32_t j, double a) { add_term(x, i, a, var_lower(x, j), var_upper(x, j), 1); });
+  double least = 0, largest = 0;
+  int32_t numlow = 0, numupp = 0;
+  for_row(x, i, [&](int32_t j, double a) {
+    const double lo = var_lower(x, j), up = var_upper(x, j), atlow = a > 0 ? lo : up, atupp = a > 0 ? up : lo;
+    const bool inflow = std::isinf(atlow), infupp = std::isinf(atupp);
+    numlow += inflow;
+    numupp += infupp;
+    least += inflow ? 0 : a * atlow;
+    largest += infupp ? 0 : a * atupp;
+  });
+  x.lax[i] = least;
+  x.uax[i] = largest;
+  x.ncilax[i] = numlow;
+  x.nciuax[i] = numupp;
 }
 
 void TVN_prslv_allactivities(prslv_context& x) {

@@ -13,6 +13,40 @@
 
 namespace tvn {
 
+prslv_dualsum TVN_prslv_sumduals(const prslv_context& x, int32_t j, const double* yl, const double* yu) {
+  prslv_dualsum s;
+  for_col(x, j, [&](int32_t i, double a) {
+    const double lo = a > 0 ? a * yl[i] : a * yu[i], up = a > 0 ? a * yu[i] : a * yl[i];
+    if (std::isinf(lo)) {
+      s.numlo++;
+    } else {
+      s.lo += lo;
+      s.size += std::fabs(lo);
+    }
+    if (std::isinf(up)) {
+      s.numup++;
+    } else {
+      s.up += up;
+      s.size += std::fabs(up);
+    }
+  });
+  return s;
+}
+
+// A row whose dual slack is strictly positive (negative) rests on its lower (upper) bound.
+// Record: row, key; the bound dropped.
+void TVN_prslv_confixatbounddbg(prslv_context& x, int32_t i, bool lower) {
+  const int32_t rtype = lower ? rt_confixlow : rt_confixupr;
+  TVN_prslv_beginpushstk(x, rtype);
+  push_int(x, i);
+  push_int(x, x.p.bkc[i]);
+  push_real(x, lower ? x.p.buc[i] : x.p.blc[i]);
+  TVN_prslv_endpushstk(x, rtype);
+  const double b = lower ? x.p.blc[i] : x.p.buc[i];
+  TVN_prslv_putconbounds(x, i, b, b);
+  TVN_prslv_updatelist(x.list, i);
+  make_columns_due(x, i); // a slack may go now
+}
 namespace {
 
 constexpr int32_t tightenpasses = 2;
@@ -48,37 +82,11 @@ void start_bounds(prslv_context& x) {
   std::copy_n(x.yu.data(), x.p.numcon, x.tyu.data());
 }
 
-// Sum of a_ij y_i over the bounds, with the number of infinite terms on each side, and the size of the terms.
-struct dual_activity {
-  double lo = 0, up = 0, size = 0;
-  int32_t numlo = 0, numup = 0;
-};
-
-dual_activity sum_column(const prslv_context& x, int32_t j, const double* yl, const double* yu) {
-  dual_activity s;
-  for_col(x, j, [&](int32_t i, double a) {
-    const double lo = a > 0 ? a * yl[i] : a * yu[i], up = a > 0 ? a * yu[i] : a * yl[i];
-    if (std::isinf(lo)) {
-      s.numlo++;
-    } else {
-      s.lo += lo;
-      s.size += std::fabs(lo);
-    }
-    if (std::isinf(up)) {
-      s.numup++;
-    } else {
-      s.up += up;
-      s.size += std::fabs(up);
-    }
-  });
-  return s;
-}
-
 // a_j'y <= c (no upper bound) and a_j'y >= c (no lower bound) bound each y_i through the others.
 void tighten_by_column(prslv_context& x, int32_t j) {
   const bool noupp = var_upper(x, j) == prslv_inf, nolow = var_lower(x, j) == -prslv_inf;
   if (!noupp && !nolow) return;
-  const dual_activity s = sum_column(x, j, x.tyl.data(), x.tyu.data());
+  const prslv_dualsum s = TVN_prslv_sumduals(x, j, x.tyl.data(), x.tyu.data());
   const double c = x.p.c[j];
   if (s.size > 1e8 * (1 + std::fabs(c))) return; // the digits are gone
   for_col(x, j, [&](int32_t i, double a) {
@@ -91,7 +99,7 @@ void tighten_by_column(prslv_context& x, int32_t j) {
 }
 
 range reduced_cost(const prslv_context& x, int32_t j, const double* yl, const double* yu, double& size) {
-  const dual_activity s = sum_column(x, j, yl, yu);
+  const prslv_dualsum s = TVN_prslv_sumduals(x, j, yl, yu);
   size = s.size + std::fabs(x.p.c[j]);
   return {s.numup ? -prslv_inf : x.p.c[j] - s.up, s.numlo ? prslv_inf : x.p.c[j] - s.lo};
 }
@@ -111,21 +119,6 @@ void try_dominated(prslv_context& x, int32_t j) {
     TVN_prslv_varfix(x, j, var_lower(x, j), rt_varfixlow);
   else if (upp && var_upper(x, j) < prslv_inf)
     TVN_prslv_varfix(x, j, var_upper(x, j), rt_varfixupr);
-}
-
-// A row whose dual slack is strictly positive (negative) rests on its lower (upper) bound.
-// Record: row, key; the bound dropped.
-void TVN_prslv_confixatbounddbg(prslv_context& x, int32_t i, bool lower) {
-  const int32_t rtype = lower ? rt_confixlow : rt_confixupr;
-  TVN_prslv_beginpushstk(x, rtype);
-  push_int(x, i);
-  push_int(x, x.p.bkc[i]);
-  push_real(x, lower ? x.p.buc[i] : x.p.blc[i]);
-  TVN_prslv_endpushstk(x, rtype);
-  const double b = lower ? x.p.blc[i] : x.p.buc[i];
-  TVN_prslv_putconbounds(x, i, b, b);
-  TVN_prslv_updatelist(x.list, i);
-  make_columns_due(x, i); // a slack may go now
 }
 
 void try_tight_row(prslv_context& x, int32_t i) {

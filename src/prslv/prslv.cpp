@@ -109,11 +109,8 @@ prslv_entry TVN_prslv_getvarsin(const prslv_context& x, int32_t j) {
   TVN_sysenv_stopdbg(x.sys, label, __LINE__, "Variable singleton not found j=%d\n", j);
 }
 
-bool TVN_prslv_stopped(prslv_context& x, int64_t work) {
-  constexpr int64_t worklimit = 50000; // entries, well below a millisecond
-  constexpr double interval = 0.02;    // seconds
-  x.work += work + 1;
-  if (x.stop || x.work < worklimit) return x.stop;
+bool TVN_prslv_asked(prslv_context& x) {
+  constexpr double interval = 0.02; // seconds
   x.work = 0;
   const double now = TVN_sysenv_gettime();
   if (now - x.lastpoll < interval) return false;

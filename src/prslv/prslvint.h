@@ -140,7 +140,12 @@ prslv_entry TVN_prslv_getconsin(const prslv_context& x, int32_t i);
 prslv_entry TVN_prslv_getvarsin(const prslv_context& x, int32_t j);
 
 // True when the run must end; asks the user at most every 20 ms.
-bool TVN_prslv_stopped(prslv_context& x, int64_t work);
+bool TVN_prslv_asked(prslv_context& x);
+inline bool TVN_prslv_stopped(prslv_context& x, int64_t work) {
+  constexpr int64_t worklimit = 50000; // entries, well below a millisecond
+  x.work += work + 1;
+  return x.stop || (x.work >= worklimit && TVN_prslv_asked(x));
+}
 
 // --- lists of rows and columns due
 
@@ -307,6 +312,15 @@ prslv_pivot prslv_popp(prslv_post& w, prslv_reader& r); // also moves the other 
 // themselves.
 prslv_code TVN_prslv_dualbounds(prslv_context& x);
 void TVN_prslv_checkvar(prslv_context& x, int32_t j);
+void TVN_prslv_confixatbounddbg(prslv_context& x, int32_t i, bool lower);
+// Sum of a_ij y_i over bounds on y, with the number of infinite terms on each side and the size of the terms.
+struct prslv_dualsum {
+  double lo = 0, up = 0, size = 0;
+  int32_t numlo = 0, numup = 0;
+};
+prslv_dualsum TVN_prslv_sumduals(const prslv_context& x, int32_t j, const double* yl, const double* yu);
+// dualimp: bounds on row duals through column bounds that rows imply.
+prslv_code TVN_prslv_impliedduals(prslv_context& x);
 void prslv_undoconfix(prslv_post& w, int32_t rtype);
 void prslv_undovarforce(prslv_post& w);
 // varrelax: column bounds that rows imply.

@@ -1,8 +1,9 @@
 // The driver: rounds of reductions until nothing changes, and the way back to the input.
 //
 // An outer pass lays out the matrix afresh and runs inner rounds; a round does the first thing that is due (simple
-// reductions, duplicate rows, duplicate columns, once relaxing and the dependency check) and then the eliminator while
-// it pays. A step that runs out of room for fill ends the pass, and the next one starts on a clean matrix.
+// reductions, duplicate rows, duplicate columns, duals through implied bounds, once relaxing and the dependency check)
+// and then the eliminator while it pays. A step that runs out of room for fill ends the pass, and the next one starts
+// on a clean matrix.
 #include "prslv/prslvint.h"
 
 namespace tvn {
@@ -101,7 +102,7 @@ prslv_code prslv_init(prslv_context& x) {
 // --- rounds
 
 struct due {
-  bool simple = true, rows = true, columns = true, relax = true, lindep = true;
+  bool simple = true, rows = true, columns = true, relax = true, lindep = true, duals = true;
   bool eliminator = true;
   int32_t tries = 0, eliminated = -1; // runs, and the number of records after the last look
   int32_t poor = 0;                   // runs that gained little
@@ -115,7 +116,7 @@ prslv_code one_step(prslv_context& x, due& d, bool& changed) {
   if (d.simple) {
     d.simple = false;
     code = TVN_prslv_checkproblem(x);
-    if (gained()) d.rows = d.columns = true;
+    if (gained()) d.rows = d.columns = d.duals = true;
   } else if (d.rows) {
     d.rows = false;
     code = TVN_prslv_checkdupcon(x);
@@ -124,6 +125,10 @@ prslv_code one_step(prslv_context& x, due& d, bool& changed) {
     d.columns = false;
     code = TVN_prslv_checkdupvar(x);
     if (gained()) d.simple = d.columns = true;
+  } else if (d.duals && !x.param.keepprimal && !x.param.keepdual) {
+    d.duals = false;
+    code = TVN_prslv_impliedduals(x);
+    if (gained()) d.simple = d.duals = true;
   } else if (d.relax && x.param.relax && !x.param.keepprimal && !x.param.keepdual) {
     d.relax = false;
     code = TVN_prslv_relax(x);

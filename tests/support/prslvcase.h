@@ -185,6 +185,36 @@ inline lp_case structured_case(uint64_t seed) {
   return k.finish();
 }
 
+// Columns whose bounds rows imply or nearly imply: rows of one sign hold them from above, rows of both signs from
+// below.
+inline lp_case covered_case(uint64_t seed) {
+  case_maker k(seed);
+  const int m = k.pick(3, 9), n = k.pick(5, 14);
+  for (int j = 0; j < n; j++) k.add_col(k.pick(0, 9) == 0 ? -1e30 : 0, 1e30, k.pick(-4, 4));
+  for (int i = 0; i < m; i++) {
+    const bool cover = k.pick(0, 2) > 0;
+    const double b = k.pick(1, 6);
+    const int r = k.add_row(k.pick(0, 2) == 0 ? b - k.pick(0, 2) : -1e30, b);
+    for (int e = k.pick(2, 6); e > 0; e--) k.rows[size_t(r)][k.any_col()] = cover ? k.pick(1, 3) : k.coef();
+  }
+  for (const auto& row : k.rows) {
+    const double b = k.buc[size_t(&row - k.rows.data())];
+    for (const auto& [j, a] : row) {
+      const int kind = k.pick(0, 5);
+      if (a > 0 && kind < 4)
+        k.bux[size_t(j)] = std::min(k.bux[size_t(j)], b / a + (kind == 0 ? -0.5 : kind == 1 ? 1 : 0));
+    }
+  }
+  for (int j = 0; j < n; j++) // a second way to say the same, with the other sign
+    if (k.pick(0, 3) == 0) {
+      const int r = k.add_row(k.pick(-1, 1), 1e30);
+      k.rows[size_t(r)][j] = k.pick(1, 2);
+      k.rows[size_t(r)][k.any_col()] = -k.pick(1, 2);
+    }
+  if (seed % 2 != 0) k.make_solvable();
+  return k.finish();
+}
+
 // Keeps the live problem before each record and judges the solution after the record is undone.
 struct auditor {
   struct depth {
