@@ -82,7 +82,9 @@ double choose_pivot(void* handle, int64_t k, double q) {
   const double sign = r.pivots.sign ? r.pivots.sign[r.s.perm[col]] : 1.0;
   r.finite = r.finite && std::isfinite(q);
   if (!(sign * q > r.pivots.tolpiv)) {
+    const double was = q;
     q = sign * std::max(r.pivots.repaired, std::fabs(q)); // no smaller than it was: else the rest would grow
+    if (r.pivots.added) r.pivots.added[col] = q - was;
     r.f.numrepair++;
   }
   r.f.numnegative += q < 0;

@@ -55,6 +55,7 @@ struct sfk_pivots {
   const int8_t* sign = nullptr; // [n] by node, +1 or -1: the sign that the pivot must have; null: all +1
   double tolpiv = 1e-14;        // a pivot of the right sign below it, and any of the wrong sign, is replaced
   double repaired = 1.0;        // least magnitude that replaces it
+  double* added = nullptr;      // [n] by position, or null: what a replaced pivot was raised by; others are left alone
 };
 
 // Values. Made once for a structure; a factorisation allocates nothing.

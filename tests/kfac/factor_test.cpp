@@ -167,9 +167,16 @@ TEST(SymmetricFactor, NeverFailsOnZerosOfTheDiagonalAndTellsNaN) {
     solver s;
     s.analyse(c, nullptr);
     std::fill(c.diag.begin(), c.diag.end(), 0.0);
-    ASSERT_EQ(s.calculate(c), sfk_code::ok);
+    std::vector<double> added(size_t(c.n), 0.0);
+    sfk_pivots pivots;
+    pivots.added = added.data();
+    ASSERT_EQ(s.calculate(c, pivots), sfk_code::ok);
     EXPECT_EQ(s.factor.numrepair > 0, c.n > 0);
-    for (const double v : s.solve(std::vector<double>(size_t(c.n), 1.0))) EXPECT_TRUE(std::isfinite(v));
+    EXPECT_EQ(s.factor.numrepair, c.n - std::count(added.begin(), added.end(), 0.0));
+    // It is the exact factor of the matrix with what was added.
+    const std::vector<double> b(size_t(c.n), 1.0);
+    for (int32_t k = 0; k < c.n; k++) c.diag[size_t(s.structure.perm[k])] += added[size_t(k)];
+    EXPECT_TRUE(residual(c, s.solve(b), b) <= 1e-12);
     if (c.n == 0) continue;
     c.diag[size_t(c.n) / 2] = std::nan("");
     EXPECT_EQ(s.calculate(c), sfk_code::failed);
