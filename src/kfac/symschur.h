@@ -1,0 +1,39 @@
+// Columns beside a factor: K = K0 + sum w w' / t, where L D L' = K0 and the columns w are few.
+//
+// A dense column of A that was left out of A D A' is one, with t the inverse of its D; so is what a pivot was raised
+// by, with w = e_k and t = -1 / amount, which is taken out again that way (Andersen 1996). With V = inverse of L times
+// W the Schur matrix is E = T + V' inv(D) V, indefinite as soon as something is taken out. Solves put V inv(E) V'
+// between L and D. What E drops stays as it is in K0: a raised pivot that belongs to a dependent row, whose unknown
+// is free. Cost: 2 nnz(L) + k m for each of k columns, k^3/3 for E.
+#pragma once
+
+#include "kfac/bunchkauf.h"
+#include "kfac/sfk.h"
+
+namespace tvn {
+
+struct schur_part {
+  int32_t n = 0, maxcol = 0, num = 0; // order of the factor, capacity, columns in use
+  buffer<double> v;                   // [n * maxcol] by column, in positions
+  buffer<double> t;                   // [maxcol]
+  buffer<double> e;                   // [maxcol^2]
+  buffer<double> scale, rhs;          // [maxcol] powers of two that bring the diagonal of E near 1; u
+  buffer<int32_t> piv;                // [maxcol]
+  buffer<double> pack;                // of the products: two slices of V' and the kernels' own
+  bunchkauf_inertia inertia;          // of E
+};
+
+// Doubles that maxcol columns take.
+double TVN_sc_worksize(int64_t n, int64_t maxcol) noexcept;
+// Throws out_of_memory.
+void TVN_sc_create(sysenv& sys, const matker& ker, int32_t n, int32_t maxcol, schur_part& sc);
+// A new column of zeros; the caller puts w into it, by position.
+double* TVN_sc_addcol(schur_part& sc, double t) noexcept;
+// E and its factor. work: [maxfront] of the triangular solves. failed: a NaN or an infinite number came out.
+[[nodiscard]] sfk_code TVN_sc_calschur(const sfk_factor& f, const sfk_progress& progress, double* work,
+                                       schur_part& sc) noexcept;
+// Solves K0 x - W u = x, W' x + T u = u, where x, in positions, has been through L and is divided by D on return.
+// u: [num] sc.rhs, right side and solution.
+void TVN_sc_solve(const sfk_factor& f, schur_part& sc, double* x) noexcept;
+
+} // namespace tvn
