@@ -1,0 +1,141 @@
+// The systems of an interior-point method on A of each file of TOVAN_DATA/lp, with a slack for each inequality: one
+// analysis, 25 factorisations with random H from 1e-8 to 1e8, three solves each. A line a file: what was chosen, flops,
+// milliseconds of all, the worst residual. Arguments: names of files; form=0|1|2, densecol=N, refine=N.
+#include "kfac/kktfac.h"
+#include "tovan.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct columns {
+  int32_t m = 0, n = 0;
+  std::vector<int64_t> beg{0};
+  std::vector<int32_t> sub;
+  std::vector<double> val;
+
+  void add(int32_t num, const int32_t* rows, const double* values) {
+    sub.insert(sub.end(), rows, rows + num);
+    val.insert(val.end(), values, values + num);
+    beg.push_back(static_cast<int64_t>(sub.size()));
+    n++;
+  }
+  tvn::kkt_columns view() const { return {m, n, beg.data(), beg.data() + 1, sub.data(), val.data()}; }
+};
+
+columns read_file(const std::string& path) {
+  columns a;
+  TVNenv_t env = nullptr;
+  TVNtask_t task = nullptr;
+  TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr);
+  TVN_initenv(env);
+  TVN_makeemptytask(env, &task);
+  TVN_readdata(task, path.c_str());
+  int32_t numvar = 0;
+  TVN_getnumcon(task, &a.m);
+  TVN_getnumvar(task, &numvar);
+  std::vector<int32_t> sub(static_cast<size_t>(a.m) + 1);
+  std::vector<double> val(static_cast<size_t>(a.m) + 1);
+  for (int32_t j = 0; j < numvar; j++) {
+    int32_t num = 0;
+    TVN_getavec(task, TVN_ACC_VAR, j, &num, sub.data(), val.data());
+    a.add(num, sub.data(), val.data());
+  }
+  for (int32_t i = 0; i < a.m; i++) {
+    int32_t key = 0;
+    double lower = 0, upper = 0;
+    const double minus = -1;
+    TVN_getbound(task, TVN_ACC_CON, i, &key, &lower, &upper);
+    if (key != TVN_BK_FX) a.add(1, &i, &minus);
+  }
+  TVN_deletetask(&task);
+  TVN_deleteenv(&env);
+  return a;
+}
+
+void run(const std::string& name, const columns& a, const tvn::kktfac_params& params) {
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
+  {
+    tvn::kktfac k;
+    TVN_kktfac_make(*sys, a.m, a.n, params, k);
+    const auto setup = TVN_kktfac_autosetup(k, a.view(), {});
+    double worst = 0;
+    int32_t repairs = 0, drops = 0;
+    std::mt19937_64 rng(1);
+    std::uniform_real_distribution<double> log10h(-8, 8), unit(-1, 1);
+    std::vector<double> h(static_cast<size_t>(a.n)), x(3 * h.size()), y(3 * static_cast<size_t>(a.m));
+    for (int t = 0; setup == tvn::kktfac_code::ok && t < 25; t++) {
+      for (double& v : h) v = std::pow(10, log10h(rng));
+      tvn::kktfac_numbers numbers;
+      numbers.h = h.data();
+      if (TVN_kktfac_numfac(k, numbers) != tvn::kktfac_code::ok) break;
+      repairs = std::max(repairs, k.info.numrepair);
+      drops = std::max(drops, k.info.numdropped);
+      // Right sides that belong to a solution, so that dependent rows do not contradict each other.
+      std::fill(y.begin(), y.end(), 0.0);
+      for (size_t c = 0; c < 3; c++)
+        for (size_t j = 0; j < h.size(); j++) {
+          x[c * h.size() + j] = unit(rng);
+          const double at = unit(rng);
+          for (auto p = static_cast<size_t>(a.beg[j]); p < static_cast<size_t>(a.beg[j + 1]); p++)
+            y[c * static_cast<size_t>(a.m) + static_cast<size_t>(a.sub[p])] += a.val[p] * at;
+        }
+      if (TVN_kktfac_solve(k, tvn::kkt_target::exact, 3, x.data(), y.data()) != tvn::kktfac_code::ok) break;
+      worst = std::max(worst, k.info.residual);
+    }
+    const tvn::kktfac_info& f = k.info;
+    std::printf("%-10s %6d %7d %4d %5d %2d %2d%c %9lld %9lld %9.2e %9.2e %8.1f %7.1f %7.1f %8.1f %7.1f %8.1f %3lld %5d "
+                "%5d %8.1e %8.2f\n",
+                name.c_str(), a.m, a.n, static_cast<int>(setup), f.numdense, static_cast<int>(f.form), f.numtries,
+                f.broughtin ? '*' : ' ', static_cast<long long>(f.nnzpattern), static_cast<long long>(f.nnzl), f.fflops,
+                f.adaflops, 1e3 * f.ordertime, 1e3 * f.setuptime, 1e3 * f.formtime, 1e3 * f.factime, 1e3 * f.schurtime,
+                1e3 * f.solvetime, static_cast<long long>(f.numrefine), repairs, drops, worst, 25e3 * f.seconds);
+    std::fflush(stdout);
+  }
+  tvn::TVN_sysenv_delete(&sys);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  const char* data = std::getenv("TOVAN_DATA");
+  if (!data) {
+    std::fprintf(stderr, "TOVAN_DATA must name the folder of the public problems\n");
+    return 2;
+  }
+  tvn::kktfac_params params;
+  std::vector<std::string> names;
+  for (int k = 1; k < argc; k++) {
+    if (std::strncmp(argv[k], "form=", 5) == 0)
+      params.ktpe = static_cast<tvn::kkt_form>(std::atoi(argv[k] + 5));
+    else if (std::strncmp(argv[k], "densecol=", 9) == 0)
+      params.densecol = std::atoi(argv[k] + 9);
+    else if (std::strncmp(argv[k], "tolpiv=", 7) == 0)
+      params.tolpiv = std::atof(argv[k] + 7);
+    else if (std::strncmp(argv[k], "refine=", 7) == 0)
+      params.maxrefine = std::atoi(argv[k] + 7);
+    else
+      names.emplace_back(argv[k]);
+  }
+  const auto folder = std::filesystem::path(data) / "lp";
+  const std::string ending = ".mps.gz";
+  if (names.empty())
+    for (const auto& f : std::filesystem::directory_iterator(folder)) {
+      const std::string file = f.path().filename().string();
+      if (file.ends_with(ending)) names.push_back(file.substr(0, file.size() - ending.size()));
+    }
+  std::sort(names.begin(), names.end());
+  std::printf("%-10s %6s %7s %4s %5s %2s %3s %9s %9s %9s %9s %8s %7s %7s %8s %7s %8s %3s %5s %5s %8s %8s\n", "name",
+              "m", "n", "code", "dense", "fm", "try", "nnz(AA)", "nnz(L)", "flops", "formfl", "order", "setup", "form",
+              "factor", "schur", "solve", "ref", "rep", "drop", "residual", "predict");
+  for (const std::string& name : names) run(name, read_file((folder / (name + ending)).string()), params);
+  return 0;
+}

@@ -1,0 +1,119 @@
+// Analysis: the plan, the structure of its factor, and all the storage that factorisations and solves need.
+#include "kfac/kktint.h"
+#include "kfac/kktorder.h"
+
+#include "cpub/timer.h"
+
+#include <algorithm>
+
+namespace tvn {
+
+namespace {
+
+kktfac_code to_code(sfk_code code) noexcept {
+  switch (code) {
+  case sfk_code::ok: return kktfac_code::ok;
+  case sfk_code::failed: return kktfac_code::space;
+  case sfk_code::stopped: return kktfac_code::stopped;
+  }
+  return kktfac_code::failed;
+}
+
+void make_adat(kktfac& k, const kkt_plan& plan) {
+  k.n = k.numrow;
+  k.dense.reset(*k.sys, plan.numapart);
+  int32_t num = 0;
+  for (int32_t j = 0; j < k.numcol; j++)
+    if (plan.apart[j]) k.dense[num++] = j;
+  TVN_adat_sort(*k.sys, k.a, plan.apart.data(), k.structure.invp.data(), k.ada);
+  k.ada.val.reset(*k.sys, k.ada.row.size());
+  k.local.reset(*k.sys, k.numrow);
+}
+
+void make_sqdt(kktfac& k, const kkt_plan& plan) {
+  k.n = k.numcol + k.numrow;
+  k.sign.reset(*k.sys, k.n);
+  for (int32_t i = 0; i < k.n; i++) k.sign[i] = i < k.numcol ? 1 : -1;
+  k.place.reset(*k.sys, int64_t{k.numcol} + 1);
+  std::copy_n(plan.pattern.beg.data(), int64_t{k.numcol} + 1, k.place.data());
+}
+
+void make_storage(kktfac& k, int32_t schurspc) {
+  sysenv& sys = *k.sys;
+  const matker ker = TVN_matker_make(k.params.isa);
+  TVN_sfk_allocLval(sys, k.structure, ker, k.factor);
+  TVN_sc_create(sys, ker, k.n, schurspc, k.schur);
+  for (buffer<double>* b : {&k.h, &k.hfac, &k.invh}) b->reset(sys, k.numcol);
+  for (buffer<double>* b : {&k.d, &k.dfac}) b->reset(sys, k.numrow);
+  for (buffer<double>* b : {&k.scale, &k.added, &k.work.position}) b->reset(sys, k.n);
+  int64_t last = 0;
+  for (int32_t j = 0; k.q.beg && j < k.numcol; j++) last = std::max(last, k.q.end[j]);
+  k.hoff.reset(sys, last);
+  const int64_t all = int64_t{k.numcol} + k.numrow;
+  for (buffer<double>* b : {&k.work.solution, &k.work.best, &k.work.rhs, &k.work.remainder, &k.work.correction})
+    b->reset(sys, all);
+  k.work.residual.reset(sys, all);
+  k.work.basis.reset(sys, (kkt_directions + 1) * all);
+  k.work.direction.reset(sys, kkt_directions * all);
+  k.work.front.reset(sys, k.structure.maxfront);
+}
+
+void put_figures(const kkt_plan& plan, kktfac& k) noexcept {
+  kktfac_info& f = k.info;
+  f.form = plan.form;
+  f.numdense = plan.numapart;
+  f.numtries = plan.numtries;
+  f.partitioned = plan.partitioned;
+  f.nnzpattern = plan.pattern.sub.size();
+  f.nnzl = k.structure.nnzl;
+  f.fflops = k.structure.flops;
+  f.adaflops = plan.form == kkt_form::adat ? 2 * plan.numprod : 0;
+  const auto cols = static_cast<double>(plan.numapart);
+  f.schurflops = cols * (2 * static_cast<double>(f.nnzl) + cols * k.n) + cols * cols * cols / 3;
+  f.seconds = plan.seconds;
+}
+
+} // namespace
+
+void TVN_kktfac_make(sysenv& sys, int32_t numrow, int32_t numcol, const kktfac_params& params, kktfac& k) {
+  k = kktfac{};
+  k.sys = &sys;
+  k.numrow = numrow;
+  k.numcol = numcol;
+  k.params = params;
+}
+
+kktfac_code kktfac_setup(kktfac& k, bool noneapart) {
+  sysenv& sys = *k.sys;
+  const double start = TVN_sysenv_gettime();
+  kkt_plan plan;
+  sfk_code code = TVN_kktfac_order(sys, k.a, k.q, k.params, noneapart, plan);
+  if (code != sfk_code::ok) return to_code(code);
+  const double ordered = TVN_sysenv_gettime();
+  // What an earlier setup has left goes first: two factors need not stand side by side.
+  k.factor = {};
+  k.schur = {};
+  k.ada = {};
+  k.form = plan.form;
+  code = TVN_sfk_setupL(sys, plan.pattern.graph(), plan.perm.data(), k.params.progress, k.structure);
+  if (code != sfk_code::ok) return to_code(code);
+  k.form == kkt_form::adat ? make_adat(k, plan) : make_sqdt(k, plan);
+  if (k.form == kkt_form::adat) k.structure.dest.clear();
+  put_figures(plan, k);
+  const int32_t schurspc = TVN_kktfac_schurspc(plan, k.numrow);
+  plan = {}; // before the factor is taken
+  make_storage(k, schurspc);
+  k.info.ordertime += ordered - start;
+  k.info.setuptime += TVN_sysenv_gettime() - ordered;
+  return kktfac_code::ok;
+}
+
+kktfac_code TVN_kktfac_autosetup(kktfac& k, const kkt_columns& a, const kkt_quadratic& q) {
+  k.a = a;
+  k.q = q;
+  k.info = {};
+  k.floord = kktfac{}.floord;
+  return kktfac_setup(k, false);
+}
+
+} // namespace tvn

@@ -1,0 +1,127 @@
+// The linear systems of an interior-point method, one pattern and many numbers:
+//
+//     [ H + Rp        A'    ] [ x ]   [ r ]
+//     [   A      -(D + Rd)  ] [ y ] = [ s ]      H positive semidefinite, D >= 0 diagonal
+//
+// Analyse once (make, autosetup), then for each H and D factor once (numfac) and solve often (solve). A diagonal H may
+// be eliminated: then A inv(H + Rp) A' + D + Rd is factored ("adat"), its long columns kept beside the factor where
+// that is cheaper; else the whole, whose pivots have known signs in any order (Vanderbei 1995; "sqdt"). The choice goes
+// by predicted seconds. Rp and Rd help the factor only: solves are refined to the system without them or with them, as
+// the caller says. After autosetup nothing is allocated, but where a set of long columns has to be given up.
+#pragma once
+
+#include "kfac/adat.h"
+#include "kfac/symschur.h"
+
+namespace tvn {
+
+enum class kktfac_code : int32_t {
+  ok = 0,
+  space = 1,   // more entries than filltrh allows; exhausted memory is thrown
+  failed = 2,  // a NaN or an infinite number in the data or the result
+  stopped = 7, // by the progress function
+};
+
+enum class kkt_form : int32_t { free = 0, adat = 1, sqdt = 2 };
+
+// Off-diagonal entries of H by columns, each pair once.
+struct kkt_quadratic {
+  const int64_t *beg = nullptr, *end = nullptr; // [numcol] null: H is diagonal
+  const int32_t* sub = nullptr;
+};
+
+struct kktfac_params {
+  kkt_form ktpe = kkt_form::free; // adat needs a diagonal H
+  sorder_method ordtpe = sorder_method::free;
+  int32_t densecol = 40;               // least length of a column that may be kept apart, at least 20; 0: none is
+  double tolpiv = 1e-15;               // of a matrix with unit diagonal: smaller pivots are replaced
+  double filltrh = 4e9;                // most entries of a pattern or factor
+  int32_t maxrefine = 3;               // steps of refinement of a solve
+  double tolrefine = 1e-15;            // residual, relative to its largest term, that needs none
+  double tolkrylov = 1e-9;             // above it corrections are combined
+  bool useprecision = true;            // residuals in long double
+  matker_isa isa = matker_isa::avx512; // best instruction set of the kernels
+  sfk_progress progress;
+};
+
+// Numbers of a factorisation. Null stands for zeros. They are copied, and so may go afterwards; A's values are read.
+struct kktfac_numbers {
+  const double *h = nullptr, *rp = nullptr; // [numcol] infinity fixes x at 0
+  const double *d = nullptr, *rd = nullptr; // [numrow]
+  const double* hoff = nullptr;             // by place in the pattern of H
+};
+
+enum class kkt_target : int32_t { exact = 0, regularised = 1 }; // without Rp and Rd; with them
+
+struct kktfac_info {
+  // Of the analysis.
+  kkt_form form = kkt_form::free;
+  int32_t numdense = 0;                            // columns kept apart
+  int32_t numtries = 0;                            // sets of columns and forms that were ordered to find the cheapest
+  bool partitioned = false;                        // the order comes from a partition
+  bool broughtin = false;                          // columns were apart, until the residuals forbade it
+  int64_t nnzpattern = 0;                          // strict triangle of the matrix that is factored
+  int64_t nnzl = 0;                                // of its factor with the diagonal
+  double fflops = 0, adaflops = 0, schurflops = 0; // a factorisation, forming the matrix, columns beside the factor
+  double seconds = 0;                              // predicted of a factorisation with its solves
+  double ordertime = 0, setuptime = 0;             // measured
+  // Of the factorisations and solves so far.
+  int64_t numfac = 0, numsolve = 0, numrefine = 0;
+  double formtime = 0, factime = 0, schurtime = 0, solvetime = 0;
+  // Of the last ones.
+  int32_t numrepair = 0;                        // pivots replaced
+  int32_t numtaken = 0;                         // of them taken out again by the Schur part
+  int32_t numdropped = 0;                       // of them left in: dependent rows
+  int64_t positive = 0, negative = 0, zero = 0; // inertia of the whole matrix
+  double residual = 0;                          // worst of the last solve, relative to its largest term
+};
+
+constexpr int32_t kkt_directions = 6; // corrections that are combined at a time
+
+// Vectors of a solve; all but the last two are [numcol + numrow], columns first.
+struct kktfac_work {
+  buffer<double> solution, best, rhs, remainder, correction;
+  buffer<long double> residual;
+  buffer<double> basis, direction; // kkt_directions + 1 and kkt_directions of them
+  buffer<double> position;         // [order of the factor]
+  buffer<double> front;            // [maxfront]
+};
+
+struct kktfac {
+  sysenv* sys = nullptr;
+  int32_t numrow = 0, numcol = 0;
+  kktfac_params params;
+  kkt_columns a;   // the caller's, until the last solve
+  kkt_quadratic q; // likewise
+  kktfac_info info;
+
+  kkt_form form = kkt_form::free;
+  int32_t n = 0;         // order of the factor: rows, or columns and rows
+  buffer<int8_t> sign;   // [n] by node, of its pivot
+  buffer<int32_t> dense; // [numdense] columns that are apart
+  adat_columns ada;      // adat
+  buffer<int64_t> place; // [numcol + 1] sqdt: of A's columns in the pattern; H's part follows them
+  sfk_structure structure;
+  sfk_factor factor;
+  schur_part schur;
+
+  buffer<double> h, hfac, invh; // [numcol] H, H + Rp at least its floor, its inverse
+  buffer<double> hoff;          // by place in the pattern of H
+  buffer<double> d, dfac;       // [numrow]
+  double floord = 1e-8;         // sqdt: least D + Rd after scaling; falls where residuals ask for it
+  bool floored = false;         // and it was used
+  buffer<double> scale;         // [n] by node, powers of two
+  buffer<double> added;         // [n] by position, what pivots were raised by
+  buffer<int32_t> local;        // [numrow] work of the forming
+  kktfac_work work;
+};
+
+void TVN_kktfac_make(sysenv& sys, int32_t numrow, int32_t numcol, const kktfac_params& params, kktfac& k);
+// Form, long columns, order, structure and all storage. Throws out_of_memory, and can then be called again.
+[[nodiscard]] kktfac_code TVN_kktfac_autosetup(kktfac& k, const kkt_columns& a, const kkt_quadratic& q);
+// The factor. May set up anew, and then allocate, where columns that are apart spoil the residuals.
+[[nodiscard]] kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers);
+// num right sides, x: [num * numcol], y: [num * numrow]; they become the solutions.
+[[nodiscard]] kktfac_code TVN_kktfac_solve(kktfac& k, kkt_target target, int32_t num, double* x, double* y) noexcept;
+
+} // namespace tvn

@@ -1,0 +1,240 @@
+// The numeric factorisation: numbers, scale, matrix, pivots, columns beside the factor.
+//
+// The matrix is scaled to a diagonal near 1 by powers of two, which change no digit; then a threshold on pivots means
+// something. In the big system rows take the scale that they would have in A inv(H) A' + D, and a D that is too small
+// for an order that eliminates a row before its columns gets a floor, which refinement makes up for. A small pivot is
+// raised by 1: its row depends on those before it, or it meets columns only that are apart. Where there is a Schur part
+// this is taken out again, and E tells the two cases; else it stays, and the unknown of such a row is near 0 for
+// whatever consistent right side (Wright 1999). If a trial solve shows that columns apart have cost the accuracy, all
+// columns go into the matrix for good.
+#include "kfac/kktint.h"
+
+#include "cpub/timer.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tvn {
+
+namespace {
+
+constexpr double least_h = 1e-30;         // of H + Rp: else its inverse might overflow
+constexpr double trusted_residual = 1e-6; // of a trial solve with repaired pivots
+constexpr double refined_residual = 1e-9; // of one with a floor under D
+constexpr double low_floor = 1e-12;
+
+// A power of two whose square brings v near 1; 1 for 0.
+double scale_of(double v) noexcept {
+  if (!(v > 0)) return 1.0;
+  int exponent = 0;
+  std::frexp(v, &exponent);
+  const int half = exponent >= 0 ? exponent / 2 : (exponent - 1) / 2;
+  return std::ldexp(1.0, -half);
+}
+
+// False for a NaN.
+bool copy_numbers(const kktfac_numbers& from, kktfac& k) noexcept {
+  bool good = true;
+  for (int32_t j = 0; j < k.numcol; j++) {
+    k.h[j] = from.h ? from.h[j] : 0.0;
+    k.hfac[j] = std::max(k.h[j] + (from.rp ? from.rp[j] : 0.0), least_h);
+    k.invh[j] = 1 / k.hfac[j];
+    good = good && k.h[j] >= 0 && (!from.rp || from.rp[j] >= 0);
+  }
+  for (int32_t i = 0; i < k.numrow; i++) {
+    k.d[i] = from.d ? from.d[i] : 0.0;
+    k.dfac[i] = k.d[i] + (from.rd ? from.rd[i] : 0.0);
+    good = good && k.dfac[i] >= 0 && std::isfinite(k.dfac[i]);
+  }
+  if (from.hoff)
+    std::copy_n(from.hoff, k.hoff.size(), k.hoff.data());
+  else
+    std::fill(k.hoff.begin(), k.hoff.end(), 0.0);
+  return good;
+}
+
+// diag: [numrow] by row, of A inv(H) A' + D; columns that are apart count only where nothing else does.
+void row_diagonals(const kktfac& k, double* diag) noexcept {
+  const auto add = [&](int32_t j, bool emptyonly) {
+    for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) {
+      double& d = diag[k.a.sub[p]];
+      if (!emptyonly || d == 0) d += k.a.val[p] * k.a.val[p] * k.invh[j];
+    }
+  };
+  std::copy_n(k.dfac.data(), k.numrow, diag);
+  int64_t next = 0;
+  for (int32_t j = 0; j < k.numcol; j++) {
+    if (next < k.dense.size() && k.dense[next] == j)
+      next++;
+    else
+      add(j, false);
+  }
+  for (const int32_t j : k.dense) add(j, true);
+}
+
+sfk_code form_adat(kktfac& k) noexcept {
+  row_diagonals(k, k.scale.data());
+  for (int32_t i = 0; i < k.n; i++) k.scale[i] = scale_of(k.scale[i]);
+  TVN_adat_scale(k.a, k.structure.perm, k.scale.data(), k.ada);
+  for (int32_t i = 0; i < k.n; i++) k.factor.val[k.structure.diagdest[i]] += k.scale[i] * k.dfac[i] * k.scale[i];
+  return TVN_adat_form(k.ada, k.invh.data(), k.params.progress, k.local.data(), k.factor);
+}
+
+sfk_code form_sqdt(kktfac& k) noexcept {
+  const int32_t n = k.numcol;
+  double* const s = k.scale.data();
+  row_diagonals(k, s + n);
+  for (int32_t j = 0; j < n; j++) s[j] = scale_of(std::isfinite(k.hfac[j]) ? k.hfac[j] : 1.0);
+  for (int32_t i = n; i < k.n; i++) s[i] = scale_of(s[i]);
+  double* const val = k.factor.val.data();
+  const int64_t* const dest = k.structure.dest.data();
+  for (int32_t j = 0; j < n; j++) {
+    const bool fixed = k.invh[j] == 0;
+    val[k.structure.diagdest[j]] += fixed ? 1.0 : s[j] * k.hfac[j] * s[j];
+    if (fixed) continue;
+    int64_t to = k.place[j];
+    for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) val[dest[to++]] += s[n + k.a.sub[p]] * k.a.val[p] * s[j];
+    for (int64_t p = k.q.beg ? k.q.beg[j] : 0; k.q.beg && p < k.q.end[j]; p++, to++)
+      if (dest[to] >= 0 && k.invh[k.q.sub[p]] != 0) val[dest[to]] += s[k.q.sub[p]] * k.hoff[p] * s[j];
+  }
+  k.floored = false;
+  for (int32_t i = 0; i < k.numrow; i++) {
+    const double own = s[n + i] * k.dfac[i] * s[n + i];
+    k.floored = k.floored || own < k.floord;
+    val[k.structure.diagdest[n + i]] -= std::max(own, k.floord);
+  }
+  return sfk_code::ok;
+}
+
+bool finite_scale(const kktfac& k) noexcept {
+  for (const double s : k.scale)
+    if (!std::isfinite(s) || s == 0) return false;
+  return true;
+}
+
+sfk_code calculate_factor(kktfac& k) noexcept {
+  sfk_pivots pivots;
+  pivots.sign = k.sign.empty() ? nullptr : k.sign.data();
+  pivots.tolpiv = k.params.tolpiv;
+  pivots.added = k.added.data();
+  std::fill(k.added.begin(), k.added.end(), 0.0);
+  return TVN_ch_calfac(k.factor, pivots, k.params.progress);
+}
+
+// Columns that are apart and, as far as there is room, what pivots were raised by.
+sfk_code calculate_schur(kktfac& k) noexcept {
+  schur_part& sc = k.schur;
+  sc.num = 0;
+  sc.inertia = {};
+  k.info.numtaken = 0;
+  for (const int32_t j : k.dense) {
+    if (k.invh[j] == 0) continue;
+    double* const w = TVN_sc_addcol(sc, k.hfac[j]);
+    for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) {
+      const int32_t i = k.a.sub[p];
+      w[k.structure.invp[i]] = k.a.val[p] * k.scale[i];
+    }
+  }
+  for (int32_t i = 0; i < k.n && k.info.numrepair > 0; i++) {
+    if (k.added[i] == 0 || sc.num == sc.maxcol) continue;
+    TVN_sc_addcol(sc, -1 / k.added[i])[i] = 1;
+    k.info.numtaken++;
+  }
+  return sc.num > 0 ? TVN_sc_calschur(k.factor, k.params.progress, k.work.front.data(), sc) : sfk_code::ok;
+}
+
+// The whole matrix has the inertia of what was eliminated before, of the factor and of E, less that of the corrections
+// that E takes out (Haynsworth 1968). What E drops belongs to a zero.
+void count_inertia(kktfac& k) noexcept {
+  kktfac_info& f = k.info;
+  const bunchkauf_inertia& e = k.schur.inertia;
+  const int64_t taken = f.numtaken - e.dropped; // corrections that are out of the matrix
+  f.numdropped = static_cast<int32_t>(f.numrepair - taken);
+  f.zero = f.numdropped;
+  if (k.form == kkt_form::adat) {
+    f.positive = k.numcol - (k.schur.num - f.numtaken) + k.factor.numnegative + e.positive;
+    f.negative = k.n - k.factor.numnegative + e.negative - taken - f.zero;
+    return;
+  }
+  int64_t raised[2] = {0, 0}, left = k.info.numtaken; // positive and negative pivots, taken out
+  int64_t dropped[2] = {0, 0};
+  for (int32_t i = 0; i < k.n; i++) {
+    if (k.added[i] == 0) continue;
+    (left-- > 0 ? raised : dropped)[k.added[i] < 0]++;
+  }
+  // Which of them E has dropped does not show in its inertia: rows, whose pivots are negative, are the likely ones.
+  const int64_t rows = std::min(e.dropped, raised[1]);
+  raised[1] -= rows;
+  dropped[1] += rows;
+  raised[0] -= e.dropped - rows;
+  dropped[0] += e.dropped - rows;
+  f.positive = k.n - k.factor.numnegative + e.negative - raised[0] - dropped[0];
+  f.negative = k.factor.numnegative + e.positive - raised[1] - dropped[1];
+}
+
+sfk_code factor_once(kktfac& k) noexcept {
+  const double start = TVN_sysenv_gettime();
+  TVN_sfk_clear(k.factor);
+  sfk_code code = k.form == kkt_form::adat ? form_adat(k) : form_sqdt(k);
+  if (code == sfk_code::ok && !finite_scale(k)) code = sfk_code::failed;
+  const double formed = TVN_sysenv_gettime();
+  if (code == sfk_code::ok) code = calculate_factor(k);
+  k.info.numrepair = k.factor.numrepair;
+  const double factored = TVN_sysenv_gettime();
+  if (code == sfk_code::ok) code = calculate_schur(k);
+  k.info.formtime += formed - start;
+  k.info.factime += factored - formed;
+  k.info.schurtime += TVN_sysenv_gettime() - factored;
+  k.info.numfac++;
+  if (code == sfk_code::ok) count_inertia(k);
+  return code;
+}
+
+// Solves a system with a known solution of signs.
+double trial_residual(kktfac& k, kkt_target target) noexcept {
+  const int32_t n = k.numcol, m = k.numrow;
+  double *const rx = k.work.solution.data(), *const ry = rx + n;
+  const auto known = [](int32_t i) { return (static_cast<uint32_t>(i) * 2654435761u) & 0x80000000u ? 1.0 : -1.0; };
+  for (int32_t j = 0; j < n; j++) rx[j] = known(j) * std::min(1.0, k.invh[j]);
+  for (int32_t i = 0; i < m; i++) ry[i] = known(i);
+  std::copy_n(rx, n + m, k.work.rhs.data());
+  kktfac_residual(k, target, nullptr, k.work.rhs.data(), rx);
+  kktfac_refine(k, target, rx);
+  return k.info.residual;
+}
+
+// Columns that are apart have cost too many digits.
+bool spoilt_by_schur(kktfac& k) noexcept {
+  return k.form == kkt_form::adat && k.info.numdense > 0 && k.info.numrepair > 0 &&
+         trial_residual(k, kkt_target::regularised) > trusted_residual;
+}
+
+// So has the floor under D, where it is used. Below the lower one rounding would cost more than the floor.
+bool spoilt_by_floor(kktfac& k) noexcept {
+  if (k.form != kkt_form::sqdt || !k.floored || k.floord <= low_floor) return false;
+  return trial_residual(k, kkt_target::regularised) > refined_residual;
+}
+
+} // namespace
+
+kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers) {
+  if (!copy_numbers(numbers, k)) return kktfac_code::failed;
+  for (;;) {
+    const sfk_code code = factor_once(k);
+    if (code == sfk_code::stopped) return kktfac_code::stopped;
+    if (code == sfk_code::failed) return kktfac_code::failed;
+    if (spoilt_by_floor(k)) {
+      k.floord = low_floor;
+    } else if (spoilt_by_schur(k)) {
+      const kktfac_code again = kktfac_setup(k, true);
+      if (again == kktfac_code::space) return kktfac_code::ok; // the factor at hand still stands
+      if (again != kktfac_code::ok) return again;
+      k.info.broughtin = true;
+      if (!copy_numbers(numbers, k)) return kktfac_code::failed;
+    } else {
+      return kktfac_code::ok;
+    }
+  }
+}
+
+} // namespace tvn
