@@ -41,8 +41,8 @@ void make_sqdt(kktfac& k, const kkt_plan& plan) {
 void make_storage(kktfac& k, int32_t schurspc) {
   sysenv& sys = *k.sys;
   const matker ker = TVN_matker_make(k.params.isa);
-  TVN_sfk_allocLval(sys, k.structure, ker, k.factor);
-  TVN_sc_create(sys, ker, k.n, schurspc, k.schur);
+  TVN_sfk_allocLval(sys, k.structure, ker, k.factor, k.params.numthr);
+  TVN_sc_create(sys, k.factor, schurspc, k.schur);
   for (buffer<double>* b : {&k.h, &k.hfac, &k.invh}) b->reset(sys, k.numcol);
   for (buffer<double>* b : {&k.d, &k.dfac}) b->reset(sys, k.numrow);
   for (buffer<double>* b : {&k.scale, &k.added, &k.work.position}) b->reset(sys, k.n);

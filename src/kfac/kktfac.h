@@ -41,6 +41,7 @@ struct kktfac_params {
   double tolkrylov = 1e-9;             // above it corrections are combined
   bool useprecision = true;            // residuals in long double
   matker_isa isa = matker_isa::avx512; // best instruction set of the kernels
+  int32_t numthr = 1;                  // threads of a factorisation, with the same bits
   sfk_progress progress;
 };
 

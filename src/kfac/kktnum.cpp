@@ -140,7 +140,7 @@ sfk_code calculate_schur(kktfac& k) noexcept {
     TVN_sc_addcol(sc, -1 / k.added[i])[i] = 1;
     k.info.numtaken++;
   }
-  return sc.num > 0 ? TVN_sc_calschur(k.factor, k.params.progress, k.work.front.data(), sc) : sfk_code::ok;
+  return sc.num > 0 ? TVN_sc_calschur(k.factor, k.params.progress, sc) : sfk_code::ok;
 }
 
 // The whole matrix has the inertia of what was eliminated before, of the factor and of E, less that of the corrections

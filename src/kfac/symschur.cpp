@@ -28,18 +28,16 @@ struct schur_run {
 // E = T + V' inv(D) V by slices of rows, which go to the kernel as the columns of V'.
 bool form_schur(const sfk_factor& f, const schur_run& run, schur_part& sc) noexcept {
   const int64_t k = sc.num, n = sc.n;
-  double *const left = sc.pack.data(), *const right = left + k * slice, *const pack = left + 2 * sc.maxcol * slice;
+  double *const turned = sc.pack.data(), *const weight = turned + k * slice, *const pack = weight + slice;
   std::fill_n(sc.e.data(), k * k, 0.0);
   for (int64_t from = 0; from < n; from += slice) {
     const int64_t rows = std::min(slice, n - from);
+    for (int64_t i = 0; i < rows; i++) weight[i] = -1 / f.d[from + i];
     for (int64_t c = 0; c < k; c++) {
-      const double* v = sc.v.data() + c * n + from;
-      for (int64_t i = 0; i < rows; i++) {
-        left[c + i * k] = v[i];
-        right[c + i * k] = -v[i] / f.d[from + i];
-      }
+      const double* const v = sc.v.data() + c * n + from;
+      for (int64_t i = 0; i < rows; i++) turned[c + i * k] = v[i];
     }
-    TVN_matker_mm_sym_cecmab(f.ker, k, k, rows, left, k, right, k, sc.e.data(), k, pack);
+    TVN_matker_mm_cecmab(f.ker, {k, k, rows, turned, k, turned, k, weight, sc.e.data(), k, true}, pack);
     if (k > 64 && !run.go_on()) return false;
   }
   return true;
@@ -63,12 +61,8 @@ bool scale_schur(schur_part& sc) noexcept {
 
 } // namespace
 
-double TVN_sc_worksize(int64_t n, int64_t maxcol) noexcept {
-  const auto rows = static_cast<double>(n), cols = static_cast<double>(maxcol);
-  return cols * (rows + cols + 2.0 * slice);
-}
-
-void TVN_sc_create(sysenv& sys, const matker& ker, int32_t n, int32_t maxcol, schur_part& sc) {
+void TVN_sc_create(sysenv& sys, const sfk_factor& f, int32_t maxcol, schur_part& sc) {
+  const int32_t n = f.sfk->n;
   sc = schur_part{};
   sc.n = n;
   sc.maxcol = maxcol;
@@ -78,7 +72,8 @@ void TVN_sc_create(sysenv& sys, const matker& ker, int32_t n, int32_t maxcol, sc
   sc.scale.reset(sys, maxcol);
   sc.rhs.reset(sys, maxcol);
   sc.piv.reset(sys, maxcol);
-  sc.pack.reset(sys, maxcol > 0 ? 2 * maxcol * slice + TVN_matker_packsize(ker) : 0);
+  sc.pack.reset(sys, maxcol > 0 ? (maxcol + 1) * slice + TVN_matker_packsize(f.ker) : 0);
+  sc.solve.reset(sys, maxcol > 0 ? TVN_sfk_worksize(*f.sfk) : 0);
 }
 
 double* TVN_sc_addcol(schur_part& sc, double t) noexcept {
@@ -88,11 +83,11 @@ double* TVN_sc_addcol(schur_part& sc, double t) noexcept {
   return w;
 }
 
-sfk_code TVN_sc_calschur(const sfk_factor& f, const sfk_progress& progress, double* work, schur_part& sc) noexcept {
+sfk_code TVN_sc_calschur(const sfk_factor& f, const sfk_progress& progress, schur_part& sc) noexcept {
   schur_run run{progress};
-  for (int32_t c = 0; c < sc.num; c++) {
+  for (int64_t c = 0; c < sc.num; c += micro_wide) {
     if (!run.go_on()) return sfk_code::stopped;
-    TVN_sfk_Lx(f, sc.v.data() + int64_t{c} * sc.n, work);
+    TVN_sfk_LX(f, std::min(static_cast<int32_t>(sc.num - c), micro_wide), sc.v.data() + c * sc.n, sc.solve.data());
   }
   if (!form_schur(f, run, sc)) return sfk_code::stopped;
   if (!scale_schur(sc)) return sfk_code::failed;

@@ -19,19 +19,16 @@ struct schur_part {
   buffer<double> e;                   // [maxcol^2]
   buffer<double> scale, rhs;          // [maxcol] powers of two that bring the diagonal of E near 1; u
   buffer<int32_t> piv;                // [maxcol]
-  buffer<double> pack;                // of the products: two slices of V' and the kernels' own
+  buffer<double> pack, solve;         // of the products: a slice of V' and the kernels' own; of the triangular solves
   bunchkauf_inertia inertia;          // of E
 };
 
-// Doubles that maxcol columns take.
-double TVN_sc_worksize(int64_t n, int64_t maxcol) noexcept;
 // Throws out_of_memory.
-void TVN_sc_create(sysenv& sys, const matker& ker, int32_t n, int32_t maxcol, schur_part& sc);
+void TVN_sc_create(sysenv& sys, const sfk_factor& f, int32_t maxcol, schur_part& sc);
 // A new column of zeros; the caller puts w into it, by position.
 double* TVN_sc_addcol(schur_part& sc, double t) noexcept;
-// E and its factor. work: [maxfront] of the triangular solves. failed: a NaN or an infinite number came out.
-[[nodiscard]] sfk_code TVN_sc_calschur(const sfk_factor& f, const sfk_progress& progress, double* work,
-                                       schur_part& sc) noexcept;
+// E and its factor. failed: a NaN or an infinite number came out.
+[[nodiscard]] sfk_code TVN_sc_calschur(const sfk_factor& f, const sfk_progress& progress, schur_part& sc) noexcept;
 // Solves K0 x - W u = x, W' x + T u = u, where x, in positions, has been through L and is divided by D on return.
 // u: [num] sc.rhs, right side and solution.
 void TVN_sc_solve(const sfk_factor& f, schur_part& sc, double* x) noexcept;

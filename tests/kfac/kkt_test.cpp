@@ -114,6 +114,7 @@ TEST(Kkt, SolvesLikeADenseOracleAndCountsItsInertia) {
     params.densecol = 1;
     params.ktpe = s.quadratic ? kkt_form::free : static_cast<kkt_form>(rng() % 3);
     params.ordtpe = static_cast<sorder_method>(rng() % 6);
+    params.numthr = 1 + static_cast<int32_t>(seed % 2);
     solver t;
     ASSERT_EQ(t.setup(c, params), kktfac_code::ok);
     // The big system has a floor under a D that is 0, which takes a step or two more.
