@@ -161,6 +161,54 @@ TEST(SymmetricFactor, SolvesRandomSystemsInAnyOrder) {
   }
 }
 
+// Without fractions: after step k element (i, j) of the rest is the minor of rows 0 .. k, i and columns 0 .. k, j,
+// which gives L and D as quotients of whole numbers (Bareiss 1968).
+TEST(SymmetricFactor, IsTheExactOneOfIntegerMatrices) {
+  int32_t judged = 0;
+  for (uint64_t seed = 0; seed < 3000; seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    system_case c = random_system(seed);
+    if (c.n == 0 || c.n > 12) continue;
+    judged++;
+    const auto n = size_t(c.n);
+    std::vector<std::vector<__int128>> a(n, std::vector<__int128>(n, 0));
+    solver s;
+    s.analyse(c, nullptr);
+    const int32_t* const place = s.structure.invp.data();
+    for (size_t j = 0; j < n; j++) c.diag[j] = c.sign[j];
+    for (size_t j = 0; j < n; j++)
+      for (auto p = size_t(c.beg[j]); p < size_t(c.beg[j + 1]); p++) {
+        const auto i = size_t(c.sub[p]);
+        c.val[p] = std::round(3 * c.val[p]);
+        const auto high = size_t(std::max(place[i], place[j])), low = size_t(std::min(place[i], place[j]));
+        a[high][low] = static_cast<int64_t>(c.val[p]);
+        if (c.sign[i] != c.sign[j]) continue;
+        for (const size_t k : {i, j}) c.diag[k] += c.sign[k] * std::fabs(c.val[p]);
+      }
+    for (size_t j = 0; j < n; j++) a[size_t(place[j])][size_t(place[j])] = static_cast<int64_t>(c.diag[j]);
+    ASSERT_EQ(s.calculate(c), sfk_code::ok);
+    EXPECT_EQ(s.factor.numrepair, 0);
+    __int128 before = 1;
+    for (size_t k = 0; k < n; before = a[k][k], k++) {
+      const double d = static_cast<double>(a[k][k]) / static_cast<double>(before);
+      EXPECT_NEAR(s.factor.d[int64_t(k)], d, 1e-13 * std::fabs(d));
+      for (size_t i = k + 1; i < n; i++)
+        for (size_t j = k + 1; j <= i; j++) a[i][j] = (a[i][j] * a[k][k] - a[i][k] * a[j][k]) / before;
+    }
+    for (int32_t k = 0; k < s.structure.numsn; k++)
+      for (int64_t q = s.structure.rowbeg[k]; q < s.structure.rowbeg[k + 1]; q++) {
+        const int32_t row = s.structure.rows[q], first = s.structure.snbeg[k];
+        const int64_t height = s.structure.rowbeg[k + 1] - s.structure.rowbeg[k], at = q - s.structure.rowbeg[k];
+        for (int32_t j = first; j < std::min(row, s.structure.snbeg[k + 1]); j++) {
+          const double l =
+              static_cast<double>(a[size_t(row)][size_t(j)]) / static_cast<double>(a[size_t(j)][size_t(j)]);
+          EXPECT_NEAR(s.factor.val[s.structure.valbeg[k] + (j - first) * height + at], l, 1e-13 * (1 + std::fabs(l)));
+        }
+      }
+  }
+  EXPECT_GT(judged, 500);
+}
+
 TEST(SymmetricFactor, NeverFailsOnZerosOfTheDiagonalAndTellsNaN) {
   for (uint64_t seed = 0; seed < 40; seed++) {
     system_case c = random_system(seed);
