@@ -42,7 +42,10 @@ void make_storage(kktfac& k, int32_t schurspc) {
   sysenv& sys = *k.sys;
   const matker ker = TVN_matker_make(k.params.isa);
   TVN_sfk_allocLval(sys, k.structure, ker, k.factor, k.params.numthr);
-  TVN_sc_create(sys, k.factor, schurspc, k.schur);
+  k.maxtaken = schurspc - static_cast<int32_t>(k.dense.size());
+  TVN_sc_create(sys, k.factor, schurspc + k.params.maxlow, k.schur);
+  k.low.reset(sys, int64_t{k.params.maxlow} * k.numcol);
+  k.sigma.reset(sys, k.params.maxlow);
   for (buffer<double>* b : {&k.h, &k.hfac, &k.invh}) b->reset(sys, k.numcol);
   for (buffer<double>* b : {&k.d, &k.dfac}) b->reset(sys, k.numrow);
   for (buffer<double>* b : {&k.scale, &k.added, &k.work.position}) b->reset(sys, k.n);
@@ -94,6 +97,8 @@ kktfac_code kktfac_setup(kktfac& k, bool noneapart) {
   k.factor = {};
   k.schur = {};
   k.ada = {};
+  k.dense.clear();
+  k.sign.clear();
   k.form = plan.form;
   code = TVN_sfk_setupL(sys, plan.pattern.graph(), plan.perm.data(), k.params.progress, k.structure);
   if (code != sfk_code::ok) return to_code(code);

@@ -42,6 +42,7 @@ struct kktfac_params {
   bool useprecision = true;            // residuals in long double
   matker_isa isa = matker_isa::avx512; // best instruction set of the kernels
   int32_t numthr = 1;                  // threads of a factorisation, with the same bits
+  int32_t maxlow = 0;                  // rank-one terms of H
   sfk_progress progress;
 };
 
@@ -50,6 +51,9 @@ struct kktfac_numbers {
   const double *h = nullptr, *rp = nullptr; // [numcol] infinity fixes x at 0
   const double *d = nullptr, *rd = nullptr; // [numrow]
   const double* hoff = nullptr;             // by place in the pattern of H
+  int32_t numlow = 0;                       // terms sigma v v' of H, which keep it positive semidefinite
+  const double* low = nullptr;              // [numlow * numcol] v after v
+  const double* sigma = nullptr;            // [numlow]
 };
 
 enum class kkt_target : int32_t { exact = 0, regularised = 1 }; // without Rp and Rd; with them
@@ -106,14 +110,16 @@ struct kktfac {
   sfk_factor factor;
   schur_part schur;
 
-  buffer<double> h, hfac, invh; // [numcol] H, H + Rp at least its floor, its inverse
-  buffer<double> hoff;          // by place in the pattern of H
-  buffer<double> d, dfac;       // [numrow]
-  double floord = 1e-8;         // sqdt: least D + Rd after scaling; falls where residuals ask for it
-  bool floored = false;         // and it was used
-  buffer<double> scale;         // [n] by node, powers of two
-  buffer<double> added;         // [n] by position, what pivots were raised by
-  buffer<int32_t> local;        // [numrow] work of the forming
+  buffer<double> h, hfac, invh;     // [numcol] H, H + Rp at least its floor, its inverse
+  buffer<double> hoff;              // by place in the pattern of H
+  int32_t numlow = 0, maxtaken = 0; // terms at hand; repairs for which the Schur part has room
+  buffer<double> low, sigma;        // [maxlow * numcol] [maxlow]
+  buffer<double> d, dfac;           // [numrow]
+  double floord = 1e-8;             // sqdt: least D + Rd after scaling; falls where residuals ask for it
+  bool floored = false;             // and it was used
+  buffer<double> scale;             // [n] by node, powers of two
+  buffer<double> added;             // [n] by position, what pivots were raised by
+  buffer<int32_t> local;            // [numrow] work of the forming
   kktfac_work work;
 };
 

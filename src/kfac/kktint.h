@@ -8,6 +8,25 @@ namespace tvn {
 // The analysis; noneapart: every column of A goes into the matrix.
 [[nodiscard]] kktfac_code kktfac_setup(kktfac& k, bool noneapart);
 
+// Columns that are not apart.
+template <class F> void kktfac_others(const kktfac& k, F f) noexcept {
+  const int32_t* next = k.dense.begin();
+  for (int32_t j = 0; j < k.numcol; j++) {
+    if (next != k.dense.end() && *next == j)
+      next++;
+    else
+      f(j);
+  }
+}
+
+// The columns beside the factor and their Schur matrix; inertia into the info.
+[[nodiscard]] sfk_code kktfac_calbeside(kktfac& k) noexcept;
+void kktfac_countinertia(kktfac& k) noexcept;
+// Right side of the Schur part for one of the system; after the solve, x of columns that are apart, and what the terms
+// of H add to the others'. rhs, x: [numcol].
+void kktfac_besiderhs(kktfac& k, const double* rhs) noexcept;
+void kktfac_besidex(const kktfac& k, double* x) noexcept;
+
 // The solution of the factored system: rhs, correction: [numcol + numrow], columns first.
 void kktfac_apply(kktfac& k, const double* rhs, double* correction) noexcept;
 

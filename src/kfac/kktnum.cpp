@@ -50,6 +50,14 @@ bool copy_numbers(const kktfac_numbers& from, kktfac& k) noexcept {
     std::copy_n(from.hoff, k.hoff.size(), k.hoff.data());
   else
     std::fill(k.hoff.begin(), k.hoff.end(), 0.0);
+  k.numlow = 0;
+  for (int32_t c = 0; c < from.numlow && k.numlow < k.params.maxlow; c++) {
+    good = good && std::isfinite(from.sigma[c]);
+    if (from.sigma[c] == 0) continue;
+    k.sigma[k.numlow] = from.sigma[c];
+    double* const v = k.low.data() + int64_t{k.numlow++} * k.numcol;
+    for (int32_t j = 0; j < k.numcol; j++) v[j] = k.invh[j] == 0 ? 0.0 : from.low[int64_t{c} * k.numcol + j];
+  }
   return good;
 }
 
@@ -121,57 +129,6 @@ sfk_code calculate_factor(kktfac& k) noexcept {
   return TVN_ch_calfac(k.factor, pivots, k.params.progress);
 }
 
-// Columns that are apart and, as far as there is room, what pivots were raised by.
-sfk_code calculate_schur(kktfac& k) noexcept {
-  schur_part& sc = k.schur;
-  sc.num = 0;
-  sc.inertia = {};
-  k.info.numtaken = 0;
-  for (const int32_t j : k.dense) {
-    if (k.invh[j] == 0) continue;
-    double* const w = TVN_sc_addcol(sc, k.hfac[j]);
-    for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) {
-      const int32_t i = k.a.sub[p];
-      w[k.structure.invp[i]] = k.a.val[p] * k.scale[i];
-    }
-  }
-  for (int32_t i = 0; i < k.n && k.info.numrepair > 0; i++) {
-    if (k.added[i] == 0 || sc.num == sc.maxcol) continue;
-    TVN_sc_addcol(sc, -1 / k.added[i])[i] = 1;
-    k.info.numtaken++;
-  }
-  return sc.num > 0 ? TVN_sc_calschur(k.factor, k.params.progress, sc) : sfk_code::ok;
-}
-
-// The whole matrix has the inertia of what was eliminated before, of the factor and of E, less that of the corrections
-// that E takes out (Haynsworth 1968). What E drops belongs to a zero.
-void count_inertia(kktfac& k) noexcept {
-  kktfac_info& f = k.info;
-  const bunchkauf_inertia& e = k.schur.inertia;
-  const int64_t taken = f.numtaken - e.dropped; // corrections that are out of the matrix
-  f.numdropped = static_cast<int32_t>(f.numrepair - taken);
-  f.zero = f.numdropped;
-  if (k.form == kkt_form::adat) {
-    f.positive = k.numcol - (k.schur.num - f.numtaken) + k.factor.numnegative + e.positive;
-    f.negative = k.n - k.factor.numnegative + e.negative - taken - f.zero;
-    return;
-  }
-  int64_t raised[2] = {0, 0}, left = k.info.numtaken; // positive and negative pivots, taken out
-  int64_t dropped[2] = {0, 0};
-  for (int32_t i = 0; i < k.n; i++) {
-    if (k.added[i] == 0) continue;
-    (left-- > 0 ? raised : dropped)[k.added[i] < 0]++;
-  }
-  // Which of them E has dropped does not show in its inertia: rows, whose pivots are negative, are the likely ones.
-  const int64_t rows = std::min(e.dropped, raised[1]);
-  raised[1] -= rows;
-  dropped[1] += rows;
-  raised[0] -= e.dropped - rows;
-  dropped[0] += e.dropped - rows;
-  f.positive = k.n - k.factor.numnegative + e.negative - raised[0] - dropped[0];
-  f.negative = k.factor.numnegative + e.positive - raised[1] - dropped[1];
-}
-
 sfk_code factor_once(kktfac& k) noexcept {
   const double start = TVN_sysenv_gettime();
   TVN_sfk_clear(k.factor);
@@ -181,12 +138,12 @@ sfk_code factor_once(kktfac& k) noexcept {
   if (code == sfk_code::ok) code = calculate_factor(k);
   k.info.numrepair = k.factor.numrepair;
   const double factored = TVN_sysenv_gettime();
-  if (code == sfk_code::ok) code = calculate_schur(k);
+  if (code == sfk_code::ok) code = kktfac_calbeside(k);
   k.info.formtime += formed - start;
   k.info.factime += factored - formed;
   k.info.schurtime += TVN_sysenv_gettime() - factored;
   k.info.numfac++;
-  if (code == sfk_code::ok) count_inertia(k);
+  if (code == sfk_code::ok) kktfac_countinertia(k);
   return code;
 }
 

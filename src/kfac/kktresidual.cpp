@@ -58,6 +58,16 @@ template <class T> kkt_residual residual_of(const target_system& s, const double
       r[i] -= static_cast<T>(k.hoff[p]) * v[j];
       r[j] -= static_cast<T>(k.hoff[p]) * v[i];
     }
+  for (int32_t c = 0; c < k.numlow; c++) {
+    const double* const low = k.low.data() + int64_t{c} * n;
+    T sum = 0;
+    for (int32_t j = 0; j < n; j++) sum += static_cast<T>(low[j]) * v[j];
+    for (int32_t j = 0; j < n; j++) {
+      const T t = k.sigma[c] * sum * low[j];
+      see(term[0], static_cast<double>(t));
+      r[j] -= t;
+    }
+  }
   for (int32_t i = 0; i < n + m; i++) see(worst[i >= n], static_cast<double>(r[i]));
   const auto ratio = [&](int part) { return worst[part] == 0 ? 0.0 : worst[part] / term[part]; };
   const double first = ratio(0), second = ratio(1);

@@ -28,47 +28,32 @@ void solve_positions(kktfac& k) noexcept {
   TVN_sfk_Ltx(k.factor, z, front);
 }
 
-// Columns that are not apart.
-template <class F> void for_others(const kktfac& k, F f) noexcept {
-  const int32_t* next = k.dense.begin();
-  for (int32_t j = 0; j < k.numcol; j++) {
-    if (next != k.dense.end() && *next == j)
-      next++;
-    else
-      f(j);
-  }
-}
-
 // Columns that are apart get their x from the Schur part: found from y, it would lose what their small H multiplies.
 void apply_adat(kktfac& k, const double* rhs, double* to) noexcept {
   const int32_t n = k.numcol;
   double* const z = k.work.position.data();
   const int32_t* const invp = k.structure.invp.data();
-  std::fill(k.schur.rhs.begin(), k.schur.rhs.end(), 0.0);
-  int32_t apart = 0;
-  for (const int32_t j : k.dense)
-    if (k.invh[j] != 0) k.schur.rhs[apart++] = rhs[j];
+  kktfac_besiderhs(k, rhs);
   for (int32_t i = 0; i < k.numrow; i++) to[n + i] = -rhs[n + i];
-  for_others(k, [&](int32_t j) {
+  kktfac_others(k, [&](int32_t j) {
     const double t = rhs[j] * k.invh[j];
     for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) to[n + k.a.sub[p]] += k.a.val[p] * t;
   });
   for (int32_t i = 0; i < k.numrow; i++) z[invp[i]] = k.scale[i] * to[n + i];
   solve_positions(k);
   for (int32_t i = 0; i < k.numrow; i++) to[n + i] = k.scale[i] * z[invp[i]];
-  for_others(k, [&](int32_t j) {
+  kktfac_others(k, [&](int32_t j) {
     double t = rhs[j];
     for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) t -= k.a.val[p] * to[n + k.a.sub[p]];
     to[j] = k.invh[j] == 0 ? 0.0 : t * k.invh[j];
   });
-  apart = 0;
-  for (const int32_t j : k.dense) to[j] = k.invh[j] == 0 ? 0.0 : k.schur.rhs[apart++];
+  kktfac_besidex(k, to);
 }
 
 void apply_sqdt(kktfac& k, const double* rhs, double* to) noexcept {
   double* const z = k.work.position.data();
   const int32_t* const invp = k.structure.invp.data();
-  std::fill(k.schur.rhs.begin(), k.schur.rhs.end(), 0.0);
+  kktfac_besiderhs(k, rhs);
   for (int32_t i = 0; i < k.n; i++) z[invp[i]] = i < k.numcol && k.invh[i] == 0 ? 0.0 : k.scale[i] * rhs[i];
   solve_positions(k);
   for (int32_t i = 0; i < k.n; i++) to[i] = k.scale[i] * z[invp[i]];

@@ -47,15 +47,15 @@ bool form_schur(const sfk_factor& f, const schur_run& run, schur_part& sc) noexc
 bool scale_schur(schur_part& sc) noexcept {
   const int64_t k = sc.num;
   for (int64_t c = 0; c < k; c++) {
-    const double size = std::fabs(sc.t[c]) + std::fabs(sc.e[c + c * k]);
+    const double size = std::fabs(sc.t[c + c * sc.maxcol]) + std::fabs(sc.e[c + c * k]);
     if (!std::isfinite(size)) return false;
     int exponent = 0;
     std::frexp(size, &exponent);
     sc.scale[c] = size > 0 ? std::ldexp(1.0, -exponent / 2) : 1.0;
-    sc.e[c + c * k] += sc.t[c];
   }
   for (int64_t c = 0; c < k; c++)
-    for (int64_t r = c; r < k; r++) sc.e[r + c * k] *= sc.scale[r] * sc.scale[c];
+    for (int64_t r = c; r < k; r++)
+      sc.e[r + c * k] = (sc.e[r + c * k] + sc.t[r + c * sc.maxcol]) * sc.scale[r] * sc.scale[c];
   return true;
 }
 
@@ -67,7 +67,7 @@ void TVN_sc_create(sysenv& sys, const sfk_factor& f, int32_t maxcol, schur_part&
   sc.n = n;
   sc.maxcol = maxcol;
   sc.v.reset(sys, int64_t{n} * maxcol);
-  sc.t.reset(sys, maxcol);
+  sc.t.reset(sys, int64_t{maxcol} * maxcol);
   sc.e.reset(sys, int64_t{maxcol} * maxcol);
   sc.scale.reset(sys, maxcol);
   sc.rhs.reset(sys, maxcol);
@@ -79,7 +79,9 @@ void TVN_sc_create(sysenv& sys, const sfk_factor& f, int32_t maxcol, schur_part&
 double* TVN_sc_addcol(schur_part& sc, double t) noexcept {
   double* const w = sc.v.data() + int64_t{sc.num} * sc.n;
   std::fill_n(w, sc.n, 0.0);
-  sc.t[sc.num++] = t;
+  double* const column = sc.t.data() + int64_t{sc.num} * sc.maxcol;
+  std::fill_n(column, sc.maxcol, 0.0);
+  column[sc.num++] = t;
   return w;
 }
 

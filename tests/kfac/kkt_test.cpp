@@ -90,6 +90,17 @@ constexpr double tolresidual = 1e-14; // of norm(K) norm(x) after one step of re
 
 } // namespace
 
+// Terms of either sign; what the negative ones take is half of H at most.
+void add_terms(std::mt19937_64& rng, kkt_case& c) {
+  for (uint64_t num = 1 + rng() % 2, q = 0; q < num; q++) {
+    const std::vector<double> v = random_vector(rng, c.n);
+    double sum = 0;
+    for (size_t j = 0; j < v.size(); j++) sum += v[j] * v[j] / c.h[j];
+    c.low.insert(c.low.end(), v.begin(), v.end());
+    c.sigma.push_back(rng() % 2 && sum > 0 ? -0.25 / sum : 2.0);
+  }
+}
+
 // Every third with long columns that only the Schur part knows; conditions up to 1e12.
 TEST(Kkt, SolvesLikeADenseOracleAndCountsItsInertia) {
   int32_t judged = 0, withdense = 0, bigsystems = 0;
@@ -104,7 +115,8 @@ TEST(Kkt, SolvesLikeADenseOracleAndCountsItsInertia) {
     s.withd = seed % 2 == 0;
     s.slacks = seed % 7 != 0 || !s.withd;
     const auto m = static_cast<int32_t>(longer ? 24 + rng() % 16 : rng() % 16);
-    const kkt_case c = random_case(rng, m, static_cast<int32_t>(rng() % (longer ? 30 : 16)), s);
+    kkt_case c = random_case(rng, m, static_cast<int32_t>(rng() % (longer ? 30 : 16)), s);
+    if (seed % 4 == 1 && !s.quadratic) add_terms(rng, c);
     const dense full = matrix_of(c);
     const dense_figures truth = figures_of(full);
     if (!(truth.condition <= 1e12L)) continue;
@@ -114,6 +126,7 @@ TEST(Kkt, SolvesLikeADenseOracleAndCountsItsInertia) {
     params.densecol = 1;
     params.ktpe = s.quadratic ? kkt_form::free : static_cast<kkt_form>(rng() % 3);
     params.ordtpe = static_cast<sorder_method>(rng() % 6);
+    params.maxlow = 2;
     params.numthr = 1 + static_cast<int32_t>(seed % 2);
     solver t;
     ASSERT_EQ(t.setup(c, params), kktfac_code::ok);

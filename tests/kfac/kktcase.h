@@ -10,7 +10,7 @@ struct kkt_case {
   int32_t m = 0, n = 0;
   std::vector<int64_t> beg{0}, qbeg;
   std::vector<int32_t> sub, qsub;
-  std::vector<double> val, hoff, h, d;
+  std::vector<double> val, hoff, h, d, low, sigma;
 
   tvn::kkt_columns a() const { return {m, n, beg.data(), beg.data() + 1, sub.data(), val.data()}; }
   tvn::kkt_quadratic q() const {
@@ -21,6 +21,9 @@ struct kkt_case {
     x.h = h.data();
     x.d = d.data();
     x.hoff = hoff.data();
+    x.numlow = static_cast<int32_t>(sigma.size());
+    x.low = low.data();
+    x.sigma = sigma.data();
     return x;
   }
   void put(int32_t i, double v) {
@@ -46,6 +49,10 @@ inline dense matrix_of(const kkt_case& c) {
     for (auto p = static_cast<size_t>(c.qbeg[j]); p < static_cast<size_t>(c.qbeg[j + 1]); p++)
       put(static_cast<size_t>(c.qsub[p]), j, c.hoff[p]);
   }
+  for (size_t q = 0; q < c.sigma.size(); q++)
+    for (size_t i = 0; i < n; i++)
+      for (size_t j = 0; j < n; j++)
+        k[i][j] += static_cast<long double>(c.sigma[q]) * c.low[q * n + i] * c.low[q * n + j];
   for (size_t i = n; i < all; i++) k[i][i] -= static_cast<long double>(c.d[i - n]);
   return k;
 }

@@ -1,0 +1,123 @@
+// Columns beside the factor: those of A that are apart, rank-one terms of H, and what pivots were raised by.
+//
+// A term sigma v v' makes an unknown u = -sigma v'x and the equation v'x + u / sigma = 0. In the big system it meets
+// the columns by -v. In A inv(H) A' + D the x of the other columns have been eliminated from it, which leaves
+// w = A inv(H) v, -(1 / sigma + v' inv(H) v), and -v' inv(H) v with the v of another; with the x of a column that is
+// apart it keeps -v.
+#include "kfac/kktint.h"
+
+#include <algorithm>
+
+namespace tvn {
+
+namespace {
+
+void add_apart(kktfac& k) noexcept {
+  for (const int32_t j : k.dense) {
+    if (k.invh[j] == 0) continue;
+    double* const w = TVN_sc_addcol(k.schur, k.hfac[j]);
+    for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) {
+      const int32_t i = k.a.sub[p];
+      w[k.structure.invp[i]] = k.a.val[p] * k.scale[i];
+    }
+  }
+}
+
+void add_term_sqdt(kktfac& k, int32_t term) noexcept {
+  double* const w = TVN_sc_addcol(k.schur, 1 / k.sigma[term]);
+  const double* const v = k.low.data() + int64_t{term} * k.numcol;
+  for (int32_t j = 0; j < k.numcol; j++) w[k.structure.invp[j]] = v[j] * k.scale[j];
+}
+
+void add_term_adat(kktfac& k, int32_t term) noexcept {
+  const int32_t at = k.schur.num, first = at - term;
+  double* const w = TVN_sc_addcol(k.schur, 0);
+  const double* const v = k.low.data() + int64_t{term} * k.numcol;
+  kktfac_others(k, [&](int32_t j) {
+    const double t = v[j] * k.invh[j];
+    if (t == 0) return;
+    for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) {
+      const int32_t i = k.a.sub[p];
+      w[k.structure.invp[i]] += k.a.val[p] * k.scale[i] * t;
+    }
+  });
+  int32_t c = 0;
+  for (const int32_t j : k.dense)
+    if (k.invh[j] != 0) TVN_sc_putcross(k.schur, at, c++, -v[j]);
+  for (int32_t q = 0; q <= term; q++) {
+    const double* const other = k.low.data() + int64_t{q} * k.numcol;
+    double sum = q == term ? 1 / k.sigma[term] : 0;
+    kktfac_others(k, [&](int32_t j) { sum += other[j] * k.invh[j] * v[j]; });
+    TVN_sc_putcross(k.schur, at, first + q, -sum);
+  }
+}
+
+} // namespace
+
+sfk_code kktfac_calbeside(kktfac& k) noexcept {
+  schur_part& sc = k.schur;
+  sc.num = 0;
+  sc.inertia = {};
+  k.info.numtaken = 0;
+  add_apart(k);
+  for (int32_t c = 0; c < k.numlow; c++) k.form == kkt_form::adat ? add_term_adat(k, c) : add_term_sqdt(k, c);
+  for (int32_t i = 0; i < k.n && k.info.numtaken < std::min(k.maxtaken, k.info.numrepair); i++) {
+    if (k.added[i] == 0) continue;
+    TVN_sc_addcol(sc, -1 / k.added[i])[i] = 1;
+    k.info.numtaken++;
+  }
+  return sc.num > 0 ? TVN_sc_calschur(k.factor, k.params.progress, sc) : sfk_code::ok;
+}
+
+void kktfac_besiderhs(kktfac& k, const double* rhs) noexcept {
+  double* u = k.schur.rhs.data();
+  std::fill(k.schur.rhs.begin(), k.schur.rhs.end(), 0.0);
+  if (k.form == kkt_form::sqdt) return;
+  for (const int32_t j : k.dense)
+    if (k.invh[j] != 0) *u++ = rhs[j];
+  for (int32_t c = 0; c < k.numlow; c++, u++) {
+    const double* const v = k.low.data() + int64_t{c} * k.numcol;
+    kktfac_others(k, [&](int32_t j) { *u += v[j] * k.invh[j] * rhs[j]; });
+  }
+}
+
+void kktfac_besidex(const kktfac& k, double* x) noexcept {
+  const double* u = k.schur.rhs.data();
+  for (const int32_t j : k.dense) x[j] = k.invh[j] == 0 ? 0.0 : *u++;
+  for (int32_t c = 0; c < k.numlow; c++, u++) {
+    const double* const v = k.low.data() + int64_t{c} * k.numcol;
+    kktfac_others(k, [&](int32_t j) { x[j] += k.invh[j] * v[j] * *u; });
+  }
+}
+
+// The matrix has the inertia of what was eliminated before, of the factor and of E, less that of the equations that E
+// adds for terms and raised pivots (Haynsworth 1968). What E drops belongs to a zero.
+void kktfac_countinertia(kktfac& k) noexcept {
+  kktfac_info& f = k.info;
+  const bunchkauf_inertia& e = k.schur.inertia;
+  const int64_t taken = f.numtaken - e.dropped; // corrections that are out of the matrix
+  f.numdropped = static_cast<int32_t>(f.numrepair - taken);
+  f.zero = f.numdropped;
+  const int64_t risen = std::count_if(k.sigma.begin(), k.sigma.begin() + k.numlow, [](double s) { return s > 0; });
+  if (k.form == kkt_form::adat) {
+    const int64_t apart = k.schur.num - f.numtaken - k.numlow;
+    f.positive = k.numcol - apart + k.factor.numnegative + e.positive - (k.numlow - risen);
+    f.negative = k.n - k.factor.numnegative + e.negative - taken - f.zero - risen;
+    return;
+  }
+  int64_t raised[2] = {0, 0}, left = f.numtaken, dropped[2] = {0, 0}; // positive and negative pivots
+  for (int32_t i = 0; i < k.n; i++) {
+    if (k.added[i] == 0) continue;
+    (left-- > 0 ? raised : dropped)[k.added[i] < 0]++;
+  }
+  // Which of them E has dropped does not show in its inertia: rows, whose pivots are negative, are the likely ones.
+  const int64_t rows = std::min(e.dropped, raised[1]);
+  raised[1] -= rows;
+  dropped[1] += rows;
+  raised[0] -= e.dropped - rows;
+  dropped[0] += e.dropped - rows;
+  f.positive = k.n - k.factor.numnegative + e.negative - raised[0] - dropped[0] - (k.numlow - risen);
+  f.negative = k.factor.numnegative + e.positive - raised[1] - dropped[1] - risen;
+}
+
+} // namespace tvn
