@@ -33,13 +33,13 @@ struct kkt_quadratic {
 struct kktfac_params {
   kkt_form ktpe = kkt_form::free; // adat needs a diagonal H
   sorder_method ordtpe = sorder_method::free;
-  int32_t densecol = 40;               // least length of a column that may be kept apart, at least 20; 0: none is
-  double tolpiv = 1e-15;               // of a matrix with unit diagonal: smaller pivots are replaced
-  double filltrh = 4e9;                // most entries of a pattern or factor
-  int32_t maxrefine = 3;               // steps of refinement of a solve
-  double tolrefine = 1e-15;            // residual, relative to its largest term, that needs none
-  double tolkrylov = 1e-9;             // above it corrections are combined
-  bool useprecision = true;            // residuals in long double
+  int32_t densecol = 40;     // least length of a column that may be kept apart, at least 20; 0: none is
+  double tolpiv = 1e-15;     // of a matrix with unit diagonal: smaller pivots are replaced
+  double filltrh = 4e9;      // most entries of a pattern or factor
+  int32_t maxrefine = 3;     // steps of refinement of a solve
+  double tolrefine = 4e-15;  // residual, relative to its largest term, that needs none
+  double tolkrylov = 1e-9;   // above it corrections are combined
+  bool useprecision = false; // residuals in long double: the last digits of x and y, at several times the cost
   matker_isa isa = matker_isa::avx512; // best instruction set of the kernels
   int32_t numthr = 1;                  // threads of a factorisation, with the same bits
   int32_t maxlow = 0;                  // rank-one terms of H

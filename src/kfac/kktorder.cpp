@@ -11,13 +11,13 @@ namespace tvn {
 namespace {
 
 // Measured on one core with AVX-512; the ratios decide, not the machine.
-constexpr double rate_factor = 2e10;  // flops a second of large fronts
+constexpr double rate_factor = 3e10;  // flops a second of large fronts
 constexpr double second_entry = 2e-9; // what an entry of L costs beside them: assembly, small fronts
 constexpr double second_node = 5e-8;
-constexpr double rate_solve = 2e9; // bound by memory
+constexpr double rate_solve = 4e9; // bound by memory
 constexpr double rate_dense = 8e9; // V' inv(D) V
 constexpr double rate_schur = 1.5e9;
-constexpr double rate_product = 6e8;  // of A D A'
+constexpr double rate_product = 8e8;  // of A D A'
 constexpr double margin_precise = 10; // likewise the big system, where columns apart have cost too many digits
 constexpr double margin = 1.1;        // by which another plan must be cheaper
 

@@ -24,7 +24,7 @@ template <class T> kkt_residual residual_of(const target_system& s, const double
   double worst[2] = {0, 0};
   const auto see = [](double& most, double value) {
     value = std::fabs(value);
-    if (!(value <= most)) most = value; // a NaN stays
+    most = value > most ? value : most;
   };
   for (int32_t i = 0; i < m; i++) {
     const T t = static_cast<T>(s.d[i]) * y[i];
@@ -68,7 +68,10 @@ template <class T> kkt_residual residual_of(const target_system& s, const double
       r[j] -= t;
     }
   }
-  for (int32_t i = 0; i < n + m; i++) see(worst[i >= n], static_cast<double>(r[i]));
+  for (int32_t i = 0; i < n + m; i++) {
+    const double value = std::fabs(static_cast<double>(r[i]));
+    if (!(value <= worst[i >= n])) worst[i >= n] = value; // a NaN stays
+  }
   const auto ratio = [&](int part) { return worst[part] == 0 ? 0.0 : worst[part] / term[part]; };
   const double first = ratio(0), second = ratio(1);
   found.worst = first >= second || std::isnan(first) ? first : second;

@@ -1,9 +1,9 @@
 // Solves: the factor with the columns beside it, and refinement to the system wanted.
 //
-// Residuals are those of the whole system, in long double where the caller agrees: their terms cancel down to the last
-// digits (Wilkinson 1963; Higham 2002). Where corrections gain too little, because pivots were raised or the system
-// wanted is not the one factored, several are combined (kktkrylov.cpp). What does not make the residual smaller is not
-// kept. Cost of a step: 4 nnz(L), 4 nnz(A).
+// Residuals are those of the whole system. In double they become as small as rounding allows (Skeel 1980); in long
+// double x and y gain digits beside (Wilkinson 1963). Where corrections gain too little, because pivots were raised or
+// the system wanted is not the one factored, several are combined (kktkrylov.cpp). What does not make the residual
+// smaller is not kept. Cost of a step: 4 nnz(L), 4 nnz(A).
 #include "kfac/kktint.h"
 
 #include "cpub/timer.h"
