@@ -120,6 +120,7 @@ struct kktfac {
   buffer<double> scale;             // [n] by node, powers of two
   buffer<double> added;             // [n] by position, what pivots were raised by
   buffer<int32_t> local;            // [numrow] work of the forming
+  bool stopped = false;             // by the user, in the middle of a solve
   kktfac_work work;
 };
 
@@ -128,7 +129,8 @@ void TVN_kktfac_make(sysenv& sys, int32_t numrow, int32_t numcol, const kktfac_p
 [[nodiscard]] kktfac_code TVN_kktfac_autosetup(kktfac& k, const kkt_columns& a, const kkt_quadratic& q);
 // The factor. May set up anew, and then allocate, where columns that are apart spoil the residuals.
 [[nodiscard]] kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers);
-// num right sides, x: [num * numcol], y: [num * numrow]; they become the solutions.
+// num right sides, x: [num * numcol], y: [num * numrow]; they become the solutions, those that are left when it is
+// stopped excepted.
 [[nodiscard]] kktfac_code TVN_kktfac_solve(kktfac& k, kkt_target target, int32_t num, double* x, double* y) noexcept;
 
 } // namespace tvn

@@ -27,6 +27,7 @@ void kktfac_countinertia(kktfac& k) noexcept;
 void kktfac_besiderhs(kktfac& k, const double* rhs) noexcept;
 void kktfac_besidex(const kktfac& k, double* x) noexcept;
 
+// All that solve leave off where the user stops them, with k.stopped.
 // The solution of the factored system: rhs, correction: [numcol + numrow], columns first.
 void kktfac_apply(kktfac& k, const double* rhs, double* correction) noexcept;
 

@@ -176,13 +176,16 @@ bool spoilt_by_floor(kktfac& k) noexcept {
 
 kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers) {
   if (!copy_numbers(numbers, k)) return kktfac_code::failed;
+  k.stopped = false;
   for (;;) {
     const sfk_code code = factor_once(k);
     if (code == sfk_code::stopped) return kktfac_code::stopped;
     if (code == sfk_code::failed) return kktfac_code::failed;
-    if (spoilt_by_floor(k)) {
+    const bool floor = spoilt_by_floor(k), schur = !floor && spoilt_by_schur(k);
+    if (k.stopped) return kktfac_code::stopped;
+    if (floor) {
       k.floord = low_floor;
-    } else if (spoilt_by_schur(k)) {
+    } else if (schur) {
       const kktfac_code again = kktfac_setup(k, true);
       if (again == kktfac_code::space) return kktfac_code::ok; // the factor at hand still stands
       if (again != kktfac_code::ok) return again;

@@ -20,12 +20,13 @@ constexpr int32_t max_restarts = 3;
 // The factored matrix on work.position, scaled.
 void solve_positions(kktfac& k) noexcept {
   double *const z = k.work.position.data(), *const front = k.work.front.data();
-  TVN_sfk_Lx(k.factor, z, front);
+  k.stopped = k.stopped || !TVN_sfk_Lx(k.factor, z, front, k.params.progress);
+  if (k.stopped) return;
   if (k.schur.num > 0)
     TVN_sc_solve(k.factor, k.schur, z);
   else
     TVN_sfk_InvmulD(k.factor, z);
-  TVN_sfk_Ltx(k.factor, z, front);
+  k.stopped = !TVN_sfk_Ltx(k.factor, z, front, k.params.progress);
 }
 
 // Columns that are apart get their x from the Schur part: found from y, it would lose what their small H multiplies.
@@ -71,11 +72,13 @@ void kktfac_refine(kktfac& k, kkt_target target, double* v) noexcept {
                 *const best = k.work.best.data();
   std::copy_n(v, all, rhs);
   kktfac_apply(k, rhs, v);
+  if (k.stopped) return;
   kkt_residual at = kktfac_residual(k, target, rhs, v, r);
   bool gains = true;
   for (int32_t t = 0; gains && t < k.params.maxrefine && at.worst > k.params.tolrefine; t++) {
     std::copy_n(v, all, best);
     kktfac_apply(k, r, step);
+    if (k.stopped) return;
     for (int64_t i = 0; i < all; i++) v[i] += step[i];
     const kkt_residual now = kktfac_residual(k, target, rhs, v, r);
     k.info.numrefine++;
@@ -91,6 +94,7 @@ void kktfac_refine(kktfac& k, kkt_target target, double* v) noexcept {
   for (int32_t t = 0; gains && t < max_restarts && k.params.maxrefine > 0 && at.worst > k.params.tolkrylov; t++) {
     const double before = at.worst;
     kktfac_combine(k, target, v, at);
+    if (k.stopped) return;
     gains = at.worst < before / 10;
   }
   k.info.residual = at.worst;
@@ -101,13 +105,15 @@ kktfac_code TVN_kktfac_solve(kktfac& k, kkt_target target, int32_t num, double* 
   const int64_t n = k.numcol, m = k.numrow;
   double worst = 0;
   bool finite = true;
+  k.stopped = false;
   for (int32_t c = 0; c < num; c++) {
-    if (k.params.progress.fn && k.params.progress.fn(k.params.progress.handle, 8, c, -1.0) != 0)
-      return kktfac_code::stopped;
+    const sfk_progress& user = k.params.progress;
+    if (user.fn && user.fn(user.handle, 8, c, -1.0) != 0) return kktfac_code::stopped;
     double* const v = k.work.solution.data();
     std::copy_n(x + c * n, n, v);
     std::copy_n(y + c * m, m, v + n);
     kktfac_refine(k, target, v);
+    if (k.stopped) return kktfac_code::stopped;
     std::copy_n(v, n, x + c * n);
     std::copy_n(v + n, m, y + c * m);
     for (int64_t i = 0; i < n + m; i++) finite = finite && std::isfinite(v[i]);

@@ -88,8 +88,9 @@ double* TVN_sc_addcol(schur_part& sc, double t) noexcept {
 sfk_code TVN_sc_calschur(const sfk_factor& f, const sfk_progress& progress, schur_part& sc) noexcept {
   schur_run run{progress};
   for (int64_t c = 0; c < sc.num; c += micro_wide) {
-    if (!run.go_on()) return sfk_code::stopped;
-    TVN_sfk_LX(f, std::min(static_cast<int32_t>(sc.num - c), micro_wide), sc.v.data() + c * sc.n, sc.solve.data());
+    const int32_t num = std::min(static_cast<int32_t>(sc.num - c), micro_wide);
+    if (!run.go_on() || !TVN_sfk_LX(f, num, sc.v.data() + c * sc.n, sc.solve.data(), progress))
+      return sfk_code::stopped;
   }
   if (!form_schur(f, run, sc)) return sfk_code::stopped;
   if (!scale_schur(sc)) return sfk_code::failed;

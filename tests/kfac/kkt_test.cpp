@@ -373,7 +373,7 @@ TEST(Kkt, StopsWhereverItIsToldAndStartsAnew) {
     solver t;
     ASSERT_EQ(run_all(t, c, params), kktfac_code::ok);
     const int64_t all = user.calls;
-    EXPECT_GT(all, 8);
+    EXPECT_GE(all, 5);
     for (int64_t last = 0; last < all; last++) {
       user = {0, last};
       EXPECT_EQ(run_all(t, c, params), kktfac_code::stopped) << last << " of " << all;
