@@ -1,10 +1,12 @@
 // The systems of an interior-point method on A of each file of TOVAN_DATA/lp, with a slack for each inequality: one
 // analysis, 25 factorisations with random H from 1e-8 to 1e8, three solves each. A line a file: what was chosen, flops,
-// milliseconds of all, the worst residual. Arguments: names of files; form=0|1|2, densecol=N, refine=N.
+// milliseconds of all, the worst residual, and the longest time without a question to the user, in the analysis and
+// later. Arguments: names of files, or bandM for a band of M rows; form=0|1|2, densecol=N, refine=N.
 #include "kfac/kktfac.h"
 #include "tovan.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -61,12 +63,47 @@ columns read_file(const std::string& path) {
   return a;
 }
 
-void run(const std::string& name, const columns& a, const tvn::kktfac_params& params) {
+// A band: what takes long where the factor does not.
+columns make_band(int32_t m) {
+  columns a;
+  a.m = m;
+  std::mt19937_64 rng(1);
+  for (int32_t j = 0; j < 3 * m; j++) {
+    const int32_t first = std::min(j / 3, m - 40);
+    const int32_t rows[] = {first, first + 1 + static_cast<int32_t>(rng() % 10),
+                            first + 20 + static_cast<int32_t>(rng() % 10)};
+    const double values[] = {1, -1, 2};
+    a.add(3, rows, values);
+  }
+  return a;
+}
+
+// The longest time in which the user is not asked.
+struct patience {
+  std::chrono::steady_clock::time_point last = std::chrono::steady_clock::now();
+  double longest = 0;
+  static int32_t ask(void* handle, int32_t, int64_t, double) {
+    auto& self = *static_cast<patience*>(handle);
+    const auto now = std::chrono::steady_clock::now();
+    self.longest = std::max(self.longest, std::chrono::duration<double>(now - self.last).count());
+    self.last = now;
+    return 0;
+  }
+  void restart() { last = std::chrono::steady_clock::now(); }
+};
+
+void run(const std::string& name, const columns& a, tvn::kktfac_params params) {
+  patience user;
+  params.progress = {&user, patience::ask};
   tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
   {
     tvn::kktfac k;
     TVN_kktfac_make(*sys, a.m, a.n, params, k);
+    user.restart();
     const auto setup = TVN_kktfac_autosetup(k, a.view(), {});
+    patience::ask(&user, 0, 0, 0);
+    const double gap = user.longest;
+    user.longest = 0;
     double worst = 0;
     int32_t repairs = 0, drops = 0;
     std::mt19937_64 rng(1);
@@ -76,7 +113,9 @@ void run(const std::string& name, const columns& a, const tvn::kktfac_params& pa
       for (double& v : h) v = std::pow(10, log10h(rng));
       tvn::kktfac_numbers numbers;
       numbers.h = h.data();
+      user.restart();
       if (TVN_kktfac_numfac(k, numbers) != tvn::kktfac_code::ok) break;
+      patience::ask(&user, 0, 0, 0);
       repairs = std::max(repairs, k.info.numrepair);
       drops = std::max(drops, k.info.numdropped);
       // Right sides that belong to a solution, so that dependent rows do not contradict each other.
@@ -88,16 +127,19 @@ void run(const std::string& name, const columns& a, const tvn::kktfac_params& pa
           for (auto p = static_cast<size_t>(a.beg[j]); p < static_cast<size_t>(a.beg[j + 1]); p++)
             y[c * static_cast<size_t>(a.m) + static_cast<size_t>(a.sub[p])] += a.val[p] * at;
         }
+      user.restart();
       if (TVN_kktfac_solve(k, tvn::kkt_target::exact, 3, x.data(), y.data()) != tvn::kktfac_code::ok) break;
+      patience::ask(&user, 0, 0, 0);
       worst = std::max(worst, k.info.residual);
     }
     const tvn::kktfac_info& f = k.info;
     std::printf("%-10s %6d %7d %4d %5d %2d %2d%c %9lld %9lld %9.2e %9.2e %8.1f %7.1f %7.1f %8.1f %7.1f %8.1f %3lld %5d "
-                "%5d %8.1e %8.2f\n",
+                "%5d %8.1e %8.2f %5.1f %5.1f\n",
                 name.c_str(), a.m, a.n, static_cast<int>(setup), f.numdense, static_cast<int>(f.form), f.numtries,
                 f.broughtin ? '*' : ' ', static_cast<long long>(f.nnzpattern), static_cast<long long>(f.nnzl), f.fflops,
                 f.adaflops, 1e3 * f.ordertime, 1e3 * f.setuptime, 1e3 * f.formtime, 1e3 * f.factime, 1e3 * f.schurtime,
-                1e3 * f.solvetime, static_cast<long long>(f.numrefine), repairs, drops, worst, 25e3 * f.seconds);
+                1e3 * f.solvetime, static_cast<long long>(f.numrefine), repairs, drops, worst, 25e3 * f.seconds,
+                1e3 * gap, 1e3 * user.longest);
     std::fflush(stdout);
   }
   tvn::TVN_sysenv_delete(&sys);
@@ -133,9 +175,13 @@ int main(int argc, char** argv) {
       if (file.ends_with(ending)) names.push_back(file.substr(0, file.size() - ending.size()));
     }
   std::sort(names.begin(), names.end());
-  std::printf("%-10s %6s %7s %4s %5s %2s %3s %9s %9s %9s %9s %8s %7s %7s %8s %7s %8s %3s %5s %5s %8s %8s\n", "name",
-              "m", "n", "code", "dense", "fm", "try", "nnz(AA)", "nnz(L)", "flops", "formfl", "order", "setup", "form",
-              "factor", "schur", "solve", "ref", "rep", "drop", "residual", "predict");
-  for (const std::string& name : names) run(name, read_file((folder / (name + ending)).string()), params);
+  std::printf("%-10s %6s %7s %4s %5s %2s %3s %9s %9s %9s %9s %8s %7s %7s %8s %7s %8s %3s %5s %5s %8s %8s %5s %5s\n",
+              "name", "m", "n", "code", "dense", "fm", "try", "nnz(AA)", "nnz(L)", "flops", "formfl", "order", "setup",
+              "form", "factor", "schur", "solve", "ref", "rep", "drop", "residual", "predict", "gap", "gap");
+  for (const std::string& name : names)
+    run(name,
+        name.starts_with("band") ? make_band(std::atoi(name.c_str() + 4))
+                                 : read_file((folder / (name + ending)).string()),
+        params);
   return 0;
 }

@@ -8,22 +8,24 @@ namespace tvn {
 namespace {
 
 constexpr double productsperask = 5e6; // some milliseconds
+constexpr double entriesperask = 5e5;  // they lie far apart
 
 // Asks the caller every so many products.
 struct product_watch {
   const sfk_progress& progress;
   int32_t code;
+  double perask = productsperask;
   double done = 0;
   bool go_on(double more, int64_t row, double all) {
     done += more;
-    if (!progress.fn || done < productsperask) return true;
+    if (!progress.fn || done < perask) return true;
     done = 0;
     return progress.fn(progress.handle, code, row, all) == 0;
   }
 };
 
-void list_rows(sysenv& sys, const kkt_columns& a, const int8_t* apart, const int32_t* invp, adat_columns& to,
-               buffer<int64_t>& source) {
+bool list_rows(sysenv& sys, const kkt_columns& a, const int8_t* apart, const int32_t* invp, product_watch& watch,
+               adat_columns& to, buffer<int64_t>& source) {
   to.rowbeg.reset(sys, int64_t{a.numrow} + 1, int64_t{0});
   const auto position = [&](int64_t p) { return invp ? invp[a.sub[p]] : a.sub[p]; };
   for (int32_t j = 0; j < a.numcol; j++) {
@@ -33,6 +35,7 @@ void list_rows(sysenv& sys, const kkt_columns& a, const int8_t* apart, const int
     for (int64_t p = a.beg[j]; p < a.end[j]; p++) to.rowbeg[position(p) + 1]++;
     const auto len = static_cast<double>(a.length(j));
     to.numprod += len * (len + 1) / 2;
+    if (!watch.go_on(len + 1, j, -1.0)) return false;
   }
   for (int32_t i = 0; i < a.numrow; i++) to.rowbeg[i + 1] += to.rowbeg[i];
   const int64_t num = to.beg[a.numcol];
@@ -47,32 +50,39 @@ void list_rows(sysenv& sys, const kkt_columns& a, const int8_t* apart, const int
       to.rowcol[q] = j;
       source[q] = p;
     }
+    if (!watch.go_on(static_cast<double>(a.length(j)) + 1, j, -1.0)) return false;
   }
+  return true;
 }
 
 } // namespace
 
-void TVN_adat_sort(sysenv& sys, const kkt_columns& a, const int8_t* apart, const int32_t* invp, adat_columns& to) {
+sfk_code TVN_adat_sort(sysenv& sys, const kkt_columns& a, const int8_t* apart, const int32_t* invp,
+                       const sfk_progress& progress, adat_columns& to) {
   to = adat_columns{};
   to.numrow = a.numrow;
   to.numcol = a.numcol;
   to.beg.reset(sys, int64_t{a.numcol} + 1);
   to.beg[0] = 0;
   buffer<int64_t> source; // of a row's entry, its place in A
-  list_rows(sys, a, apart, invp, to, source);
+  product_watch watch{progress, 3, entriesperask};
+  if (!list_rows(sys, a, apart, invp, watch, to, source)) return sfk_code::stopped;
   const int64_t num = to.beg[a.numcol];
   to.row.reset(sys, num);
   to.from.reset(sys, num);
   to.rowplace.reset(sys, num);
   buffer<int64_t> next(sys, a.numcol);
   std::copy_n(to.beg.data(), a.numcol, next.data());
-  for (int32_t i = 0; i < a.numrow; i++)
+  for (int32_t i = 0; i < a.numrow; i++) {
     for (int64_t q = to.rowbeg[i]; q < to.rowbeg[i + 1]; q++) {
       const int64_t p = next[to.rowcol[q]]++;
       to.row[p] = i;
       to.from[p] = source[q];
       to.rowplace[q] = p;
     }
+    if (!watch.go_on(static_cast<double>(to.rowbeg[i + 1] - to.rowbeg[i]) + 1, i, -1.0)) return sfk_code::stopped;
+  }
+  return sfk_code::ok;
 }
 
 sfk_code TVN_sfk_setup_aat(sysenv& sys, const adat_columns& a, int64_t maxentries, const sfk_progress& progress,
@@ -111,15 +121,6 @@ void TVN_adat_scale(const kkt_columns& from, const buffer<int32_t>& perm, const 
   for (int64_t p = 0; p < num; p++) a.val[p] = from.val[a.from[p]] * scale[perm[a.row[p]]];
 }
 
-void TVN_adat_diagonal(const kkt_columns& from, const adat_columns& a, const double* d, double* diag) noexcept {
-  std::fill_n(diag, a.numrow, 0.0);
-  for (int32_t j = 0; j < a.numcol; j++)
-    for (int64_t p = a.beg[j]; p < a.beg[j + 1]; p++) {
-      const double v = from.val[a.from[p]];
-      diag[a.row[p]] += v * v * d[j];
-    }
-}
-
 sfk_code TVN_adat_form(const adat_columns& a, const double* d, const sfk_progress& progress, int32_t* local,
                        sfk_factor& f) noexcept {
   const sfk_structure& s = *f.sfk;
@@ -130,7 +131,7 @@ sfk_code TVN_adat_form(const adat_columns& a, const double* d, const sfk_progres
     for (int64_t i = 0; i < height; i++) local[rows[i]] = static_cast<int32_t>(i);
     double* column = f.val.data() + s.valbeg[k];
     for (int32_t i = s.snbeg[k]; i < s.snbeg[k + 1]; i++, column += height) {
-      double work = 0;
+      double work = static_cast<double>(height);
       for (int64_t q = a.rowbeg[i]; q < a.rowbeg[i + 1]; q++) {
         const int64_t first = a.rowplace[q], end = a.beg[a.rowcol[q] + 1];
         const double t = a.val[first] * d[a.rowcol[q]];

@@ -41,7 +41,8 @@ struct kkt_pattern {   // row i: positions above i
 };
 
 // apart: [numcol] nonzero: the column does not take part; null: all do. invp: node to position; null: as it is.
-void TVN_adat_sort(sysenv& sys, const kkt_columns& a, const int8_t* apart, const int32_t* invp, adat_columns& sorted);
+[[nodiscard]] sfk_code TVN_adat_sort(sysenv& sys, const kkt_columns& a, const int8_t* apart, const int32_t* invp,
+                                     const sfk_progress& progress, adat_columns& sorted);
 
 // Pattern of the strict triangle. stopped: at the caller's wish, failed: it has more than maxentries.
 [[nodiscard]] sfk_code TVN_sfk_setup_aat(sysenv& sys, const adat_columns& a, int64_t maxentries,
@@ -50,8 +51,6 @@ void TVN_adat_sort(sysenv& sys, const kkt_columns& a, const int8_t* apart, const
 // scale: [numrow] by node. val of `a` becomes that of A with scaled rows.
 void TVN_adat_scale(const kkt_columns& from, const buffer<int32_t>& perm, const double* scale,
                     adat_columns& a) noexcept;
-// diag[i] by position, [numrow]: of A D A' without the columns that are apart, from the values of `from`.
-void TVN_adat_diagonal(const kkt_columns& from, const adat_columns& a, const double* d, double* diag) noexcept;
 // Adds A D A' to the values of the factor, whose positions are those of `a`. local: [numrow] work.
 [[nodiscard]] sfk_code TVN_adat_form(const adat_columns& a, const double* d, const sfk_progress& progress,
                                      int32_t* local, sfk_factor& f) noexcept;

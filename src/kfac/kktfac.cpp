@@ -19,23 +19,27 @@ kktfac_code to_code(sfk_code code) noexcept {
   return kktfac_code::failed;
 }
 
-void make_adat(kktfac& k, const kkt_plan& plan) {
+sfk_code make_adat(kktfac& k, const kkt_plan& plan) {
   k.n = k.numrow;
   k.dense.reset(*k.sys, plan.numapart);
   int32_t num = 0;
   for (int32_t j = 0; j < k.numcol; j++)
     if (plan.apart[j]) k.dense[num++] = j;
-  TVN_adat_sort(*k.sys, k.a, plan.apart.data(), k.structure.invp.data(), k.ada);
+  const sfk_code code =
+      TVN_adat_sort(*k.sys, k.a, plan.apart.data(), k.structure.invp.data(), k.params.progress, k.ada);
   k.ada.val.reset(*k.sys, k.ada.row.size());
   k.local.reset(*k.sys, k.numrow);
+  k.structure.dest.clear(); // columns are gathered in another way
+  return code;
 }
 
-void make_sqdt(kktfac& k, const kkt_plan& plan) {
+sfk_code make_sqdt(kktfac& k, const kkt_plan& plan) {
   k.n = k.numcol + k.numrow;
   k.sign.reset(*k.sys, k.n);
   for (int32_t i = 0; i < k.n; i++) k.sign[i] = i < k.numcol ? 1 : -1;
   k.place.reset(*k.sys, int64_t{k.numcol} + 1);
   std::copy_n(plan.pattern.beg.data(), int64_t{k.numcol} + 1, k.place.data());
+  return sfk_code::ok;
 }
 
 void make_storage(kktfac& k, int32_t schurspc) {
@@ -102,8 +106,8 @@ kktfac_code kktfac_setup(kktfac& k, bool noneapart) {
   k.form = plan.form;
   code = TVN_sfk_setupL(sys, plan.pattern.graph(), plan.perm.data(), k.params.progress, k.structure);
   if (code != sfk_code::ok) return to_code(code);
-  k.form == kkt_form::adat ? make_adat(k, plan) : make_sqdt(k, plan);
-  if (k.form == kkt_form::adat) k.structure.dest.clear();
+  code = k.form == kkt_form::adat ? make_adat(k, plan) : make_sqdt(k, plan);
+  if (code != sfk_code::ok) return to_code(code);
   put_figures(plan, k);
   const int32_t schurspc = TVN_kktfac_schurspc(plan, k.numrow);
   plan = {}; // before the factor is taken
@@ -118,6 +122,9 @@ kktfac_code TVN_kktfac_autosetup(kktfac& k, const kkt_columns& a, const kkt_quad
   k.q = q;
   k.info = {};
   k.floord = kktfac{}.floord;
+  int64_t size = int64_t{a.numcol} + a.numrow;
+  for (int32_t j = 0; j < a.numcol; j++) size += a.length(j);
+  k.large = size > 20000;
   return kktfac_setup(k, false);
 }
 

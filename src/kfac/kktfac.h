@@ -120,7 +120,8 @@ struct kktfac {
   buffer<double> scale;             // [n] by node, powers of two
   buffer<double> added;             // [n] by position, what pivots were raised by
   buffer<int32_t> local;            // [numrow] work of the forming
-  bool stopped = false;             // by the user, in the middle of a solve
+  bool large = false;               // a pass over A takes a while
+  bool stopped = false;             // by the user, between passes
   kktfac_work work;
 };
 

@@ -19,6 +19,13 @@ template <class F> void kktfac_others(const kktfac& k, F f) noexcept {
   }
 }
 
+// Asks the user between passes over vectors or A; false, with k.stopped, when all is to end.
+inline bool kktfac_goeson(kktfac& k) noexcept {
+  const sfk_progress& user = k.params.progress;
+  if (user.fn && k.large && !k.stopped) k.stopped = user.fn(user.handle, 8, 0, -1.0) != 0;
+  return !k.stopped;
+}
+
 // The columns beside the factor and their Schur matrix; inertia into the info.
 [[nodiscard]] sfk_code kktfac_calbeside(kktfac& k) noexcept;
 void kktfac_countinertia(kktfac& k) noexcept;

@@ -89,9 +89,10 @@ void kktfac_combine(kktfac& k, kkt_target target, double* v, kkt_residual& at) n
   while (num < maxdir) {
     double *const from = basis + num * n, *const to = from + n;
     for (int64_t i = 0; i < n; i++) t[i] = from[i] / w.of(i);
-    kktfac_apply(k, t, z + num * n);
-    if (k.stopped) return;
+    if (kktfac_goeson(k)) kktfac_apply(k, t, z + num * n);
+    if (!kktfac_goeson(k)) return;
     kktfac_residual(k, target, nullptr, z + num * n, to);
+    if (!kktfac_goeson(k)) return;
     for (int64_t i = 0; i < n; i++) to[i] *= -w.of(i);
     if (!orthogonalise(basis, n, num, to, l)) break;
     const double length = l.r[num + 1][num];

@@ -83,6 +83,7 @@ void row_diagonals(const kktfac& k, double* diag) noexcept {
 sfk_code form_adat(kktfac& k) noexcept {
   row_diagonals(k, k.scale.data());
   for (int32_t i = 0; i < k.n; i++) k.scale[i] = scale_of(k.scale[i]);
+  if (!kktfac_goeson(k)) return sfk_code::stopped;
   TVN_adat_scale(k.a, k.structure.perm, k.scale.data(), k.ada);
   for (int32_t i = 0; i < k.n; i++) k.factor.val[k.structure.diagdest[i]] += k.scale[i] * k.dfac[i] * k.scale[i];
   return TVN_adat_form(k.ada, k.invh.data(), k.params.progress, k.local.data(), k.factor);
@@ -94,6 +95,7 @@ sfk_code form_sqdt(kktfac& k) noexcept {
   row_diagonals(k, s + n);
   for (int32_t j = 0; j < n; j++) s[j] = scale_of(std::isfinite(k.hfac[j]) ? k.hfac[j] : 1.0);
   for (int32_t i = n; i < k.n; i++) s[i] = scale_of(s[i]);
+  if (!kktfac_goeson(k)) return sfk_code::stopped;
   double* const val = k.factor.val.data();
   const int64_t* const dest = k.structure.dest.data();
   for (int32_t j = 0; j < n; j++) {
@@ -129,9 +131,20 @@ sfk_code calculate_factor(kktfac& k) noexcept {
   return TVN_ch_calfac(k.factor, pivots, k.params.progress);
 }
 
+// In pieces: memory that is touched for the first time takes its while.
+bool clear_values(kktfac& k) noexcept {
+  constexpr int64_t piece = 1 << 21;
+  buffer<double>& val = k.factor.val;
+  for (int64_t p = 0; p < val.size(); p += piece) {
+    std::fill_n(val.data() + p, std::min(piece, val.size() - p), 0.0);
+    if (!kktfac_goeson(k)) return false;
+  }
+  return true;
+}
+
 sfk_code factor_once(kktfac& k) noexcept {
   const double start = TVN_sysenv_gettime();
-  TVN_sfk_clear(k.factor);
+  if (!clear_values(k)) return sfk_code::stopped;
   sfk_code code = k.form == kkt_form::adat ? form_adat(k) : form_sqdt(k);
   if (code == sfk_code::ok && !finite_scale(k)) code = sfk_code::failed;
   const double formed = TVN_sysenv_gettime();
@@ -175,8 +188,9 @@ bool spoilt_by_floor(kktfac& k) noexcept {
 } // namespace
 
 kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers) {
-  if (!copy_numbers(numbers, k)) return kktfac_code::failed;
   k.stopped = false;
+  if (!copy_numbers(numbers, k)) return kktfac_code::failed;
+  if (!kktfac_goeson(k)) return kktfac_code::stopped;
   for (;;) {
     const sfk_code code = factor_once(k);
     if (code == sfk_code::stopped) return kktfac_code::stopped;

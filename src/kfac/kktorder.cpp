@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numeric>
 
 namespace tvn {
 
@@ -85,7 +84,8 @@ sorder_method quick_method(const choice_input& in) noexcept {
 // failed: beyond the cap.
 sfk_code try_adat(const choice_input& in, sorder_method method, kkt_plan& plan) {
   adat_columns sorted;
-  TVN_adat_sort(in.sys, in.a, plan.apart.data(), nullptr, sorted);
+  const sfk_code sort = TVN_adat_sort(in.sys, in.a, plan.apart.data(), nullptr, in.params.progress, sorted);
+  if (sort != sfk_code::ok) return sort;
   plan.numprod = sorted.numprod;
   for (int32_t i = 0; i < in.a.numrow; i++) plan.numempty += sorted.rowbeg[i] == sorted.rowbeg[i + 1];
   if (plan.numapart == 0) plan.numempty = 0;
@@ -115,9 +115,10 @@ sfk_code try_sqdt(const choice_input& in, kkt_plan& plan) {
   return order_plan(in, in.params.ktpe == kkt_form::sqdt || in.q.beg ? in.params.ordtpe : quick_method(in), plan);
 }
 
-// Columns by falling length, and after how many of them a set may end.
+// Columns that are long enough by falling length, and after how many of them a set may end.
 struct dense_search {
   buffer<int32_t> bylength;
+  double numprod = 0; // of all columns
   int32_t ends[8];
   int32_t numends = 0;
 };
@@ -129,14 +130,11 @@ double clique(const kkt_columns& a, int32_t j) noexcept {
 
 // The number of columns, longest first, that may be apart: three times longer than the mean of the others.
 int32_t count_candidates(const choice_input& in, const dense_search& s) noexcept {
-  if (in.params.densecol <= 0) return 0;
-  const int64_t least = std::max(in.params.densecol, 20);
   int64_t rest = in.nnz;
   int32_t found = 0;
-  for (int32_t num = 1; num <= in.a.numcol; num++) {
+  for (int32_t num = 1; num <= s.bylength.size(); num++) {
     const int64_t len = in.a.length(s.bylength[num - 1]);
     rest -= len;
-    if (len < least) break;
     if (static_cast<double>(len) * (in.a.numcol - num + 1) > 3.0 * static_cast<double>(rest)) found = num;
   }
   return found;
@@ -168,7 +166,7 @@ void find_ends(const choice_input& in, int32_t first, int32_t last, dense_search
   };
   for (int32_t k = std::max(first, 1); k <= last; k++) {
     if (!set_allowed(k, in.a.numrow)) break;
-    const int64_t next = k < in.a.numcol ? in.a.length(s.bylength[k]) : 0;
+    const int64_t next = k < s.bylength.size() ? in.a.length(s.bylength[k]) : 0;
     const double size =
         static_cast<double>(in.a.length(s.bylength[k - 1])) / static_cast<double>(std::max<int64_t>(next, 1));
     if (size >= 1.3 || k == last) add(k, k == last ? std::max(size, 1e3) : size);
@@ -176,8 +174,17 @@ void find_ends(const choice_input& in, int32_t first, int32_t last, dense_search
 }
 
 void search_setup(const choice_input& in, dense_search& s) {
-  s.bylength.reset(in.sys, in.a.numcol);
-  std::iota(s.bylength.begin(), s.bylength.end(), 0);
+  const int64_t least = std::max(in.params.densecol, 20);
+  const auto each = [&](auto f) {
+    for (int32_t j = 0; in.params.densecol > 0 && j < in.a.numcol; j++)
+      if (in.a.length(j) >= least) f(j);
+  };
+  int32_t num = 0;
+  for (int32_t j = 0; j < in.a.numcol; j++) s.numprod += clique(in.a, j);
+  each([&](int32_t) { num++; });
+  s.bylength.reset(in.sys, num);
+  num = 0;
+  each([&](int32_t j) { s.bylength[num++] = j; });
   std::sort(s.bylength.begin(), s.bylength.end(), [&](int32_t x, int32_t y) {
     return in.a.length(x) != in.a.length(y) ? in.a.length(x) > in.a.length(y) : x < y;
   });
@@ -192,8 +199,8 @@ void start_plan(const choice_input& in, const dense_search& s, int32_t num, kkt_
 
 // Products of A D A' without the longest columns.
 double rest_products(const choice_input& in, const dense_search& s, int32_t num) noexcept {
-  double sum = 0;
-  for (int32_t k = num; k < in.a.numcol; k++) sum += clique(in.a, s.bylength[k]);
+  double sum = s.numprod;
+  for (int32_t k = 0; k < num; k++) sum -= clique(in.a, s.bylength[k]);
   return sum;
 }
 

@@ -20,13 +20,13 @@ constexpr int32_t max_restarts = 3;
 // The factored matrix on work.position, scaled.
 void solve_positions(kktfac& k) noexcept {
   double *const z = k.work.position.data(), *const front = k.work.front.data();
-  k.stopped = k.stopped || !TVN_sfk_Lx(k.factor, z, front, k.params.progress);
+  k.stopped = !kktfac_goeson(k) || !TVN_sfk_Lx(k.factor, z, front, k.params.progress);
   if (k.stopped) return;
   if (k.schur.num > 0)
     TVN_sc_solve(k.factor, k.schur, z);
   else
     TVN_sfk_InvmulD(k.factor, z);
-  k.stopped = !TVN_sfk_Ltx(k.factor, z, front, k.params.progress);
+  k.stopped = !kktfac_goeson(k) || !TVN_sfk_Ltx(k.factor, z, front, k.params.progress) || !kktfac_goeson(k);
 }
 
 // Columns that are apart get their x from the Schur part: found from y, it would lose what their small H multiplies.
@@ -72,13 +72,13 @@ void kktfac_refine(kktfac& k, kkt_target target, double* v) noexcept {
                 *const best = k.work.best.data();
   std::copy_n(v, all, rhs);
   kktfac_apply(k, rhs, v);
-  if (k.stopped) return;
+  if (!kktfac_goeson(k)) return;
   kkt_residual at = kktfac_residual(k, target, rhs, v, r);
   bool gains = true;
   for (int32_t t = 0; gains && t < k.params.maxrefine && at.worst > k.params.tolrefine; t++) {
     std::copy_n(v, all, best);
-    kktfac_apply(k, r, step);
-    if (k.stopped) return;
+    if (kktfac_goeson(k)) kktfac_apply(k, r, step);
+    if (!kktfac_goeson(k)) return;
     for (int64_t i = 0; i < all; i++) v[i] += step[i];
     const kkt_residual now = kktfac_residual(k, target, rhs, v, r);
     k.info.numrefine++;
