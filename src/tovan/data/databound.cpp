@@ -2,10 +2,10 @@
 //
 // A put stores the key and the values in the normal form of the key, and then lets sides go whose value is past the
 // infinity threshold: only the key tells which stored values count.
-#include "tovan/task/api.h"
 #include "tovan/data/data.h"
-#include "tovan/task/names.h"
 #include "tovan/solution/sol.h"
+#include "tovan/task/api.h"
+#include "tovan/task/names.h"
 
 #include <cmath>
 
@@ -31,8 +31,8 @@ TVNrescodee warn_large_side(task& t, TVNrescodee code, int32_t accmode, int32_t 
 TVNrescodee warn_large(task& t, int32_t accmode, int32_t i, int32_t bk, double bl, double bu) {
   const double large = t.params.dval[TVN_DPAR_DATA_TOL_BOUND_WRN], inf = t.params.dval[TVN_DPAR_DATA_TOL_BOUND_INF];
   // A value of exactly the threshold is infinite and gives no warning.
-  const bool lower = bk_has_lower(bk) && std::fabs(bl) >= large && bl > -inf;
-  const bool upper = bk_has_upper(bk) && std::fabs(bu) >= large && bu < inf;
+  const bool lower = has_lower(bk) && std::fabs(bl) >= large && bl > -inf;
+  const bool upper = has_upper(bk) && std::fabs(bu) >= large && bu < inf;
   if (accmode == TVN_ACC_CON && bk == TVN_BK_FX) {
     if (!lower) return TVN_RES_OK;
     return report(t, label, __LINE__, TVN_RES_WRN_LARGE_CON_FX, item_name(t, accmode, i), TVN_userindex(t, i), bl);
@@ -45,20 +45,20 @@ TVNrescodee warn_large(task& t, int32_t accmode, int32_t i, int32_t bk, double b
 // The values as the key stores them.
 bound_value normal_form(int32_t bk, double bl, double bu) noexcept {
   switch (bk) {
-  case TVN_BK_LO: return {bk, bl, infinity};
-  case TVN_BK_UP: return {bk, -infinity, bu};
+  case TVN_BK_LO: return {bk, bl, bound_infinity};
+  case TVN_BK_UP: return {bk, -bound_infinity, bu};
   case TVN_BK_FX: return {bk, bl, bl};
-  case TVN_BK_FR: return {bk, -infinity, infinity};
+  case TVN_BK_FR: return {bk, -bound_infinity, bound_infinity};
   default: return {bk, bl, bu};
   }
 }
 
 // Infinity is stored as 1e30.
-double stored(double value) noexcept { return std::isinf(value) ? std::copysign(infinity, value) : value; }
+double stored(double value) noexcept { return std::isinf(value) ? std::copysign(bound_infinity, value) : value; }
 
 // The key without the sides that are past the infinity threshold.
 int32_t key_within(int32_t bk, double bl, double bu, double inf) noexcept {
-  const bool lower = bk_has_lower(bk) && !(bl <= -inf), upper = bk_has_upper(bk) && !(bu >= inf);
+  const bool lower = has_lower(bk) && !(bl <= -inf), upper = has_upper(bk) && !(bu >= inf);
   if (lower && upper) return bk;
   if (lower) return TVN_BK_LO;
   return upper ? TVN_BK_UP : TVN_BK_FR;
@@ -77,12 +77,12 @@ TVNrescodee put_bounds(task& t, int32_t accmode, int32_t num, const int32_t* sub
 
 // The bound that a change of one side leads to; false when nothing is to be done.
 bool changed_bound(const bound_value& old, bool lower, bool finite, double value, bound_value& now) noexcept {
-  const bool haslower = bk_has_lower(old.bk), hasupper = bk_has_upper(old.bk);
+  const bool haslower = has_lower(old.bk), hasupper = has_upper(old.bk);
   now = old;
   if (lower)
-    now.bl = finite ? value : -infinity;
+    now.bl = finite ? value : -bound_infinity;
   else
-    now.bu = finite ? value : infinity;
+    now.bu = finite ? value : bound_infinity;
   const bool keepslower = lower ? finite : haslower, keepsupper = lower ? hasupper : finite;
   if (keepslower && keepsupper)
     now.bk = now.bl == now.bu ? TVN_BK_FX : TVN_BK_RA;

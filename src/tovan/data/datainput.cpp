@@ -1,6 +1,6 @@
 // Bulk input of a whole problem, appending of filled items, and the check of the data before an optimization.
-#include "tovan/task/api.h"
 #include "tovan/data/data.h"
+#include "tovan/task/api.h"
 #include "tovan/task/names.h"
 #include "tovan/task/scratch.h"
 
@@ -133,17 +133,17 @@ TVNrescodee TVN_checkdata(task& t) {
   const problem& p = t.prob;
   TVNrescodee code = TVN_RES_OK;
   for (int32_t i = 0; i < p.numcon && !code; i++) {
-    if (bk_has_lower(p.bkc[i]) && std::isnan(p.blc[i]))
+    if (has_lower(p.bkc[i]) && std::isnan(p.blc[i]))
       code = report_nan(t, TVN_RES_ERR_NAN_IN_BLC, TVN_ACC_CON, i);
-    else if (bk_has_upper(p.bkc[i]) && std::isnan(p.buc[i]))
+    else if (has_upper(p.bkc[i]) && std::isnan(p.buc[i]))
       code = report_nan(t, TVN_RES_ERR_NAN_IN_BUC, TVN_ACC_CON, i);
   }
   for (int32_t j = 0; j < p.numvar && !code; j++) {
     if (std::isnan(p.c[j]))
       code = report_nan(t, TVN_RES_ERR_NAN_IN_C, TVN_ACC_VAR, j);
-    else if (bk_has_lower(p.bkx[j]) && std::isnan(p.blx[j]))
+    else if (has_lower(p.bkx[j]) && std::isnan(p.blx[j]))
       code = report_nan(t, TVN_RES_ERR_NAN_IN_BLX, TVN_ACC_VAR, j);
-    else if (bk_has_upper(p.bkx[j]) && std::isnan(p.bux[j]))
+    else if (has_upper(p.bkx[j]) && std::isnan(p.bux[j]))
       code = report_nan(t, TVN_RES_ERR_NAN_IN_BUX, TVN_ACC_VAR, j);
   }
   if (!code && !std::isfinite(p.cfix)) code = report(t, label, __LINE__, TVN_RES_ERR_NAN_IN_DOUBLE_DATA, "cfix");

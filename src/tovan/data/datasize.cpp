@@ -2,10 +2,10 @@
 //
 // A capacity changes by building all new arrays first and swapping them in, so exhausted memory leaves the old ones.
 // Appending at least doubles a capacity that is too small: n single appends cost O(n) moves in all.
-#include "tovan/task/api.h"
 #include "tovan/data/data.h"
-#include "tovan/task/names.h"
 #include "tovan/solution/sol.h"
+#include "tovan/task/api.h"
+#include "tovan/task/names.h"
 
 #include <cstdio>
 
@@ -61,8 +61,8 @@ void init_constraints(task& t, int32_t first, int32_t last) noexcept {
   for (int32_t i = first; i < last; i++) {
     p.cslack[i] = 0.0;
     p.bkc[i] = TVN_BK_FR;
-    p.blc[i] = -infinity;
-    p.buc[i] = infinity;
+    p.blc[i] = -bound_infinity;
+    p.buc[i] = bound_infinity;
     t.names.offset[TVN_PI_CON][i] = 0;
     if (!p.q.conbegin.empty()) p.q.conbegin[i] = p.q.conend[i] = 0;
   }

@@ -3,9 +3,9 @@
 // The figures of single items stand in solmeas.h. Cost of a full check: a few passes over A and the quadratic terms,
 // one call of the user's functions.
 #include "tovan/measures/solinf.h"
-#include "tovan/task/api.h"
 #include "tovan/data/nlfunc.h"
 #include "tovan/measures/solmeas.h"
+#include "tovan/task/api.h"
 
 namespace tvn {
 
@@ -181,14 +181,15 @@ TVNrescodee TVN_updatesolutioninfo(task& t, int32_t whichsol) {
 using namespace tvn;
 
 TVNrescodee TVN_getprimalobj(TVNtask_t task, int32_t whichsol, double* primalobj) {
-  return api(task, [&](tvn::task& t) { return get_objective(t, whichsol, primalobj, -infinity, primal_objective); });
+  return api(task,
+             [&](tvn::task& t) { return get_objective(t, whichsol, primalobj, -bound_infinity, primal_objective); });
 }
 
 TVNrescodee TVN_getdualobj(TVNtask_t task, int32_t whichsol, double* dualobj) {
   return api(task, [&](tvn::task& t) {
     if (whichsol != TVN_SOL_ITG || !TVN_solutiondef(t, whichsol))
-      return get_objective(t, whichsol, dualobj, infinity, dual_objective);
-    put_out(dualobj, infinity);
+      return get_objective(t, whichsol, dualobj, bound_infinity, dual_objective);
+    put_out(dualobj, bound_infinity);
     return report(t, label, __LINE__, TVN_RES_ERR_NO_DUAL_FOR_ITG_SOL);
   });
 }

@@ -1,8 +1,8 @@
 // Violations and objective values, item by item. See solmeas.h.
 #include "tovan/measures/solmeas.h"
 
-#include "tovan/task/convert.h"
 #include "tovan/data/nlfunc.h"
+#include "tovan/task/convert.h"
 
 #include <cmath>
 
@@ -109,11 +109,11 @@ side_view side_of(task& t, const sol_ptrs& s, int32_t accmode) noexcept {
 
 double bound_violation(const side_view& v, int32_t i, double f, bool normalize) noexcept {
   double worst = 0.0;
-  if (bk_has_lower(v.b.bk[i])) {
+  if (has_lower(v.b.bk[i])) {
     const double scale = normalize ? std::max(std::fabs(v.b.bl[i]), 1.0) : 1.0;
     worst = worse(worst, (f * v.b.bl[i] - v.x[i]) / scale);
   }
-  if (bk_has_upper(v.b.bk[i])) {
+  if (has_upper(v.b.bk[i])) {
     const double scale = normalize ? std::max(std::fabs(v.b.bu[i]), 1.0) : 1.0;
     worst = worse(worst, (v.x[i] - f * v.b.bu[i]) / scale);
   }
@@ -122,8 +122,8 @@ double bound_violation(const side_view& v, int32_t i, double f, bool normalize) 
 
 double dual_bound_violation(const side_view& v, int32_t i, double sign) noexcept {
   double worst = worse(worse(0.0, sign * v.sl[i]), sign * v.su[i]);
-  if (!bk_has_lower(v.b.bk[i])) worst = worse(worst, std::fabs(v.sl[i]));
-  if (!bk_has_upper(v.b.bk[i])) worst = worse(worst, std::fabs(v.su[i]));
+  if (!has_lower(v.b.bk[i])) worst = worse(worst, std::fabs(v.sl[i]));
+  if (!has_upper(v.b.bk[i])) worst = worse(worst, std::fabs(v.su[i]));
   return worst;
 }
 
@@ -203,8 +203,8 @@ double dual_objective(task& t, const measured_solution& m, const nonlinear_terms
     const side_view v = side_of(t, m.s, accmode);
     if (!v.sl) continue;
     for (int32_t i = 0; i < v.b.count; i++) {
-      if (bk_has_lower(v.b.bk[i]) && v.sl[i] != 0.0) sum += static_cast<long double>(v.b.bl[i]) * v.sl[i];
-      if (bk_has_upper(v.b.bk[i]) && v.su[i] != 0.0) sum -= static_cast<long double>(v.b.bu[i]) * v.su[i];
+      if (has_lower(v.b.bk[i]) && v.sl[i] != 0.0) sum += static_cast<long double>(v.b.bl[i]) * v.sl[i];
+      if (has_upper(v.b.bk[i]) && v.su[i] != 0.0) sum -= static_cast<long double>(v.b.bu[i]) * v.su[i];
     }
   }
   return static_cast<double>(sum);

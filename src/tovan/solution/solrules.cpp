@@ -170,8 +170,8 @@ void after_relaxing(int32_t& prosta, int32_t& solsta) noexcept {
 
 // Keys that say "at a bound" hold only while the value still stands there; basic and superbasic ones stay.
 int32_t key_after_bound(int32_t key, const bound_value& now, double x, double g, double tol) noexcept {
-  const bool atlower = bk_has_lower(now.bk) && std::fabs(x - g * now.bl) <= tol;
-  const bool atupper = bk_has_upper(now.bk) && std::fabs(x - g * now.bu) <= tol;
+  const bool atlower = has_lower(now.bk) && std::fabs(x - g * now.bl) <= tol;
+  const bool atupper = has_upper(now.bk) && std::fabs(x - g * now.bu) <= tol;
   switch (key) {
   case TVN_SK_LOW: return atlower ? key : TVN_SK_UNK;
   case TVN_SK_UPR: return atupper ? key : TVN_SK_UNK;
@@ -186,8 +186,8 @@ struct bound_change {
 };
 
 void change_statuses(const bound_change& b, double x, int32_t& prosta, int32_t& solsta) noexcept {
-  const bool oldlower = bk_has_lower(b.old.bk), oldupper = bk_has_upper(b.old.bk);
-  const bool lower = bk_has_lower(b.now.bk), upper = bk_has_upper(b.now.bk);
+  const bool oldlower = has_lower(b.old.bk), oldupper = has_upper(b.old.bk);
+  const bool lower = has_lower(b.now.bk), upper = has_upper(b.now.bk);
   if (lower && (!oldlower || b.now.bl > b.old.bl + b.tol)) after_tightening(prosta, solsta, x < b.now.bl - b.tol);
   if (upper && (!oldupper || b.now.bu < b.old.bu - b.tol)) after_tightening(prosta, solsta, x > b.now.bu + b.tol);
   const bool dropped = (oldlower && !lower) || (oldupper && !upper);

@@ -5,6 +5,31 @@
 
 namespace tvn {
 
+namespace {
+
+// Keys and statuses below the interface are numbered as outside, so that arrays go through as they are.
+constexpr bool same(int32_t inside, int32_t outside) { return inside == outside; }
+static_assert(same(bk_lo, TVN_BK_LO) && same(bk_up, TVN_BK_UP) && same(bk_fx, TVN_BK_FX) && same(bk_fr, TVN_BK_FR) &&
+              same(bk_ra, TVN_BK_RA));
+static_assert(same(sk_unk, TVN_SK_UNK) && same(sk_bas, TVN_SK_BAS) && same(sk_supbas, TVN_SK_SUPBAS) &&
+              same(sk_low, TVN_SK_LOW) && same(sk_upr, TVN_SK_UPR) && same(sk_fix, TVN_SK_FIX) &&
+              same(sk_inf, TVN_SK_INF));
+static_assert(same(sol_unknown, TVN_SOL_STA_UNKNOWN) && same(sol_optimal, TVN_SOL_STA_OPTIMAL) &&
+              same(sol_prim_feas, TVN_SOL_STA_PRIM_FEAS) && same(sol_dual_feas, TVN_SOL_STA_DUAL_FEAS) &&
+              same(sol_prim_and_dual_feas, TVN_SOL_STA_PRIM_AND_DUAL_FEAS) &&
+              same(sol_prim_infeas_cer, TVN_SOL_STA_PRIM_INFEAS_CER) &&
+              same(sol_dual_infeas_cer, TVN_SOL_STA_DUAL_INFEAS_CER) &&
+              same(sol_near_optimal, TVN_SOL_STA_NEAR_OPTIMAL) &&
+              same(sol_near_prim_feas, TVN_SOL_STA_NEAR_PRIM_FEAS) &&
+              same(sol_near_dual_feas, TVN_SOL_STA_NEAR_DUAL_FEAS) &&
+              same(sol_near_prim_infeas_cer, TVN_SOL_STA_NEAR_PRIM_INFEAS_CER) &&
+              same(sol_near_dual_infeas_cer, TVN_SOL_STA_NEAR_DUAL_INFEAS_CER));
+static_assert(same(pro_prim_and_dual_feas, TVN_PRO_STA_PRIM_AND_DUAL_FEAS) &&
+              same(pro_prim_feas, TVN_PRO_STA_PRIM_FEAS) && same(pro_dual_feas, TVN_PRO_STA_DUAL_FEAS) &&
+              same(pro_prim_infeas, TVN_PRO_STA_PRIM_INFEAS) && same(pro_dual_infeas, TVN_PRO_STA_DUAL_INFEAS));
+
+} // namespace
+
 TVNrescodee TVN_oresptomrespdbg(int32_t code) noexcept {
   switch (code) {
   case 0: return TVN_RES_OK;

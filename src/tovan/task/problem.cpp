@@ -8,8 +8,8 @@ namespace tvn {
 bound_value get_bound(const problem& p, int32_t accmode, int32_t i) noexcept {
   const bool con = accmode == TVN_ACC_CON;
   const int32_t bk = con ? p.bkc[i] : p.bkx[i];
-  return {bk, bk_has_lower(bk) ? (con ? p.blc[i] : p.blx[i]) : -infinity,
-          bk_has_upper(bk) ? (con ? p.buc[i] : p.bux[i]) : infinity};
+  return {bk, has_lower(bk) ? (con ? p.blc[i] : p.blx[i]) : -bound_infinity,
+          has_upper(bk) ? (con ? p.buc[i] : p.bux[i]) : bound_infinity};
 }
 
 bool has_qobj(const problem& p) noexcept { return p.q.objend > p.q.objbegin; }

@@ -6,17 +6,13 @@
 // a whole problem. Key FX, LO, UP, FR, RA says which bounds count; infinity is stored as 1e30.
 #pragma once
 
+#include "misc/optdef.h"
 #include "misc/sprmat.h"
 #include "tovan.h"
 
 namespace tvn {
 
-inline constexpr double infinity = 1.0e30;
-
-// Keys with a finite side: bit masks over TVN_BK_*.
-inline constexpr bool bk_has_lower(int32_t bk) noexcept { return (21 >> bk) & 1; }
-inline constexpr bool bk_has_upper(int32_t bk) noexcept { return (22 >> bk) & 1; }
-inline bool TVN_isinfinity(double x) noexcept { return x >= infinity; }
+inline bool TVN_isinfinity(double x) noexcept { return x >= bound_infinity; }
 
 // Triplets of the objective and of all constraints in one pool, lower triangular (subi >= subj).
 struct qterms {
@@ -72,7 +68,7 @@ inline bound_arrays side_bounds(problem& p, int32_t accmode) noexcept {
 
 struct bound_value {
   int32_t bk = TVN_BK_FR;
-  double bl = -infinity, bu = infinity;
+  double bl = -bound_infinity, bu = bound_infinity;
 };
 
 bound_value get_bound(const problem& p, int32_t accmode, int32_t i) noexcept;

@@ -6,14 +6,14 @@
 // holds the term once means the same. Cost: linear in the size of the problem, a few passes over the columns for A.
 #include "tovan/files/mps/mpswrite.h"
 
-#include "tovan/task/convert.h"
 #include "tovan/data/data.h"
+#include "tovan/tables/version.h"
+#include "tovan/task/convert.h"
 #include "tovan/task/fileaccess.h"
 #include "tovan/task/log.h"
 #include "tovan/task/names.h"
 #include "tovan/task/param.h"
 #include "tovan/task/report.h"
-#include "tovan/tables/version.h"
 
 #include <charconv>
 #include <cmath>
@@ -234,16 +234,16 @@ void integer_bounds(mps_writer& w, int32_t j) {
   const problem& p = w.t.prob;
   const int32_t bk = p.bkx[j];
   if (bk == TVN_BK_RA && p.blx[j] == 0 && p.bux[j] == 1) return bound_line(w, "BV", j, nullptr);
-  if (bk_has_lower(bk))
+  if (has_lower(bk))
     bound_line(w, "LI", j, &p.blx[j]);
   else
     bound_line(w, "MI", j, nullptr);
   if (bk == TVN_BK_FX)
     bound_line(w, "FX", j, &p.blx[j]); // the type stands by LI
-  else if (bk_has_upper(bk))
+  else if (has_upper(bk))
     bound_line(w, "UI", j, &p.bux[j]);
   // Without a finite bound the type would be lost: an infinite upper one carries it.
-  if (bk == TVN_BK_FR) bound_line(w, "UI", j, &infinity);
+  if (bk == TVN_BK_FR) bound_line(w, "UI", j, &bound_infinity);
 }
 
 void continuous_bounds(mps_writer& w, int32_t j) {

@@ -122,7 +122,7 @@ TVNrescodee start_column(mps_reader& r, column_state& s, std::string_view name) 
   if (code == TVN_RES_OK) append_name(r.t, TVN_PI_VAR, s.var, name);
   if (code == TVN_RES_OK)
     code = s.integer ? put_bound(r.t, TVN_ACC_VAR, s.var, TVN_BK_RA, 0.0, 1.0)
-                     : put_bound(r.t, TVN_ACC_VAR, s.var, TVN_BK_LO, 0.0, infinity);
+                     : put_bound(r.t, TVN_ACC_VAR, s.var, TVN_BK_LO, 0.0, bound_infinity);
   if (code == TVN_RES_OK && s.integer && r.keepint) code = TVN_putvartype(&r.t, s.var, TVN_VAR_TYPE_INT);
   return mps_fail(r, code);
 }

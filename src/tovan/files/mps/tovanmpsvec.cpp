@@ -53,7 +53,7 @@ struct vector_choice {
 };
 
 // A number that no double holds is read as infinite, and an infinite bound is 1e30.
-double bound_within(double value) noexcept { return std::clamp(value, -infinity, infinity); }
+double bound_within(double value) noexcept { return std::clamp(value, -bound_infinity, bound_infinity); }
 
 // Calls `put(i, value)` for the pairs of a line; a blank name with value 0 is passed over.
 template <class Put> TVNrescodee each_pair(mps_reader& r, const mps_fields& f, Put&& put) {
@@ -80,8 +80,8 @@ TVNrescodee put_rhs(mps_reader& r, int32_t i, double value, bool second) {
     if (bad) return bad;
   }
   const int32_t key = get_bound(r.t.prob, TVN_ACC_CON, i).bk;
-  const double lower = key == TVN_BK_UP ? -infinity : bound_within(value);
-  const double upper = key == TVN_BK_LO ? infinity : bound_within(value);
+  const double lower = key == TVN_BK_UP ? -bound_infinity : bound_within(value);
+  const double upper = key == TVN_BK_LO ? bound_infinity : bound_within(value);
   return put_bound(r.t, TVN_ACC_CON, i, key, lower, upper);
 }
 
@@ -117,13 +117,13 @@ TVNrescodee make_integer(mps_reader& r, int32_t j) {
 }
 
 TVNrescodee put_lower(mps_reader& r, int32_t j, const bound_value& b, double value) {
-  const bool both = bk_has_upper(b.bk);
-  return put_bound(r.t, TVN_ACC_VAR, j, both ? TVN_BK_RA : TVN_BK_LO, value, both ? b.bu : infinity);
+  const bool both = has_upper(b.bk);
+  return put_bound(r.t, TVN_ACC_VAR, j, both ? TVN_BK_RA : TVN_BK_LO, value, both ? b.bu : bound_infinity);
 }
 
 TVNrescodee put_upper(mps_reader& r, int32_t j, const bound_value& b, double value) {
-  const bool both = bk_has_lower(b.bk);
-  return put_bound(r.t, TVN_ACC_VAR, j, both ? TVN_BK_RA : TVN_BK_UP, both ? b.bl : -infinity, value);
+  const bool both = has_lower(b.bk);
+  return put_bound(r.t, TVN_ACC_VAR, j, both ? TVN_BK_RA : TVN_BK_UP, both ? b.bl : -bound_infinity, value);
 }
 
 TVNrescodee put_typed_bound(mps_reader& r, bound_type type, int32_t j, double value) {
@@ -133,10 +133,12 @@ TVNrescodee put_typed_bound(mps_reader& r, bound_type type, int32_t j, double va
     if (const TVNrescodee bad = make_integer(r, j)) return bad;
   }
   switch (type) {
-  case bound_type::mi: return put_bound(t, TVN_ACC_VAR, j, bk_has_upper(b.bk) ? TVN_BK_UP : TVN_BK_FR, -infinity, b.bu);
-  case bound_type::pl: return put_bound(t, TVN_ACC_VAR, j, bk_has_lower(b.bk) ? TVN_BK_LO : TVN_BK_FR, b.bl, infinity);
+  case bound_type::mi:
+    return put_bound(t, TVN_ACC_VAR, j, has_upper(b.bk) ? TVN_BK_UP : TVN_BK_FR, -bound_infinity, b.bu);
+  case bound_type::pl:
+    return put_bound(t, TVN_ACC_VAR, j, has_lower(b.bk) ? TVN_BK_LO : TVN_BK_FR, b.bl, bound_infinity);
   case bound_type::bv: return put_bound(t, TVN_ACC_VAR, j, TVN_BK_RA, 0.0, 1.0);
-  case bound_type::fr: return put_bound(t, TVN_ACC_VAR, j, TVN_BK_FR, -infinity, infinity);
+  case bound_type::fr: return put_bound(t, TVN_ACC_VAR, j, TVN_BK_FR, -bound_infinity, bound_infinity);
   case bound_type::fx: return put_bound(t, TVN_ACC_VAR, j, TVN_BK_FX, value, value);
   case bound_type::lo: return put_lower(r, j, b, value);
   case bound_type::li: return put_lower(r, j, b, std::ceil(value));
