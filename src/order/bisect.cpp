@@ -32,10 +32,8 @@ bool separate_coarsest(const sgraph& g, const partition_weights& w, sorder_watch
   return true;
 }
 
-} // namespace
-
-bool bisect_graph(const sgraph& g, const partition_weights& w, sorder_watch& watch, partition_space& space,
-                  bisection& b) {
+bool bisect_by_levels(const sgraph& g, const partition_weights& w, sorder_watch& watch, partition_space& space,
+                      bisection& b) {
   b.where.reset(space.sys, g.n);
   if (g.n > coarsestsize) {
     const int64_t maxnodew = std::max<int64_t>(1, 3 * g.weight / (2 * coarsestsize));
@@ -44,13 +42,24 @@ bool bisect_graph(const sgraph& g, const partition_weights& w, sorder_watch& wat
     if (!coarsen_graph(g, static_cast<int32_t>(maxnodew), watch, space, fine2coarse, coarse)) return false;
     if (coarse.n < g.n - g.n / 20) {
       bisection c;
-      if (!bisect_graph(coarse, w, watch, space, c)) return false;
+      if (!bisect_by_levels(coarse, w, watch, space, c)) return false;
       for (int32_t i = 0; i < g.n; i++) b.where[i] = c.where[fine2coarse[i]];
       std::copy_n(c.weight, 3, b.weight);
       return refine_separator(g, w, finepasses, watch, space, b);
     }
   }
   return separate_coarsest(g, w, watch, space, b);
+}
+
+} // namespace
+
+bool bisect_graph(const sgraph& g, const partition_weights& w, sorder_watch& watch, partition_space& space,
+                  bisection& b) {
+  if (!bisect_by_levels(g, w, watch, space, b)) return false;
+  if (!w.smooth || b.weight[side_a] == 0 || b.weight[side_b] == 0) return true;
+  bool better = false;
+  if (!smooth_separator(g, w, watch, space, b, better)) return false;
+  return !better || refine_separator(g, w, 1, watch, space, b);
 }
 
 } // namespace tvn

@@ -26,6 +26,7 @@ constexpr int32_t maxsecondfill = 20000; // nodes for which a second score is tr
 // Of the weights that the caller gives. Patterns of linear problems want balance, grids the lightest separator: 25
 // percent fewer flops on cubes with cheap imbalance, 30 percent more on pds-10.
 constexpr double passratio[usualpasses] = {0.333, 1.0}, passbeta[usualpasses] = {3.0, 0.125};
+constexpr bool passsmooth[usualpasses] = {false, true};
 
 struct candidate {
   buffer<int32_t> order; // of the classes
@@ -89,7 +90,7 @@ bool partition(search& s, const gp_sorder_params& params) {
     if (least > (pass == 0 ? share : shareall) * numfactor * units_of_factor(s)) break;
     if (pass >= usualpasses && s.stats.partitioned) break;
     const int32_t kind = pass % usualpasses;
-    const partition_weights w{params.minratio * passratio[kind], params.beta * passbeta[kind]};
+    const partition_weights w{params.minratio * passratio[kind], params.beta * passbeta[kind], passsmooth[kind]};
     if (!try_partition(s, w, firstseed + static_cast<uint64_t>(pass), better, figures)) return false;
     if (figures.flops > 2 * s.best.tree.figures.flops) break; // not a graph for partitions
   }

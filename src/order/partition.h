@@ -10,6 +10,7 @@ enum side : int8_t { side_a = 0, side_b = 1, side_s = 2 };
 struct partition_weights {
   double minratio = 0.25; // of the lighter to the heavier side; below it no step may make it smaller
   double beta = 0.25;     // price of imbalance
+  bool smooth = false;    // separators of the whole part by flow in the end
 };
 
 // Who is where. The weights of the three sides are kept.
@@ -49,6 +50,10 @@ struct partition_space {
 // Moves single nodes out of the separator, and what they touch on the other side into it.
 [[nodiscard]] bool refine_separator(const sgraph& g, const partition_weights& w, int32_t passes, sorder_watch& watch,
                                     partition_space& space, bisection& b);
+
+// Replaces the separator by a lightest one among its nodes and their neighbours on one side, then on the other.
+[[nodiscard]] bool smooth_separator(const sgraph& g, const partition_weights& w, sorder_watch& watch,
+                                    partition_space& space, bisection& b, bool& better);
 
 // A first separator: side A grows from a random node by the best moves until it has `ratio` times the
 // weight of the other.

@@ -54,10 +54,77 @@ TEST_F(Partition, SeparatorsSeparateAndWeighWhatTheySay) {
     for (int32_t& w : s.nodew) s.weight += w = static_cast<int32_t>(1 + rng() % (seed % 3 == 0 ? 9 : 1));
     partition_space space(*sys, g.n);
     bisection b;
-    ASSERT_TRUE(bisect_graph(s, {}, watch, space, b));
+    partition_weights w;
+    w.smooth = seed % 2 != 0;
+    ASSERT_TRUE(bisect_graph(s, w, watch, space, b));
     expect_separator(s, b);
     for (const auto& pos : space.heappos) EXPECT_EQ(std::count(pos.begin(), pos.end(), -1), g.n) << "heap left dirty";
   }
+}
+
+namespace {
+
+// Is there a path between nodes outside of `wide` on both sides that avoids `cut`?
+bool joins_sides(const sgraph& g, const bisection& b, uint32_t wide, uint32_t cut) {
+  uint32_t seen = 0;
+  for (int32_t v = 0; v < g.n; v++)
+    if (b.where[v] == side_a && !(wide >> v & 1)) seen |= 1u << v;
+  for (uint32_t last = 0; last != seen;) {
+    last = seen;
+    for (int32_t v = 0; v < g.n; v++)
+      if (seen >> v & 1)
+        for (int64_t p = g.beg[v]; p < g.beg[v + 1]; p++) seen |= 1u << g.sub[p] & ~cut;
+  }
+  for (int32_t v = 0; v < g.n; v++)
+    if (b.where[v] == side_b && !(wide >> v & 1) && seen >> v & 1) return true;
+  return false;
+}
+
+} // namespace
+
+// Where imbalance has no price nothing lighter is left among the separator and its neighbours on either side.
+TEST_F(Partition, SmoothsToALightestSeparator) {
+  int32_t numbetter = 0;
+  for (uint64_t seed = 1; seed <= num_seeds(600); seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937_64 rng(seed);
+    const graph g = random_graph(rng, 14);
+    sgraph s;
+    make(g, s);
+    s.nodew.reset(*sys, g.n);
+    s.weight = 0;
+    for (int32_t& w : s.nodew) s.weight += w = static_cast<int32_t>(1 + rng() % 5);
+    bisection b{{*sys, g.n}};
+    for (int8_t& w : b.where) w = static_cast<int8_t>(rng() % 2);
+    for (int32_t v = 0; v < g.n; v++)
+      for (int64_t p = s.beg[v]; p < s.beg[v + 1]; p++)
+        if (b.where[v] == side_a && b.where[s.sub[p]] == side_b) b.where[v] = side_s;
+    for (int32_t v = 0; v < g.n; v++) b.weight[b.where[v]] += s.nodew[v];
+    if (b.weight[side_a] == 0 || b.weight[side_b] == 0) continue;
+    const int64_t before = b.weight[side_s];
+    partition_space space(*sys, g.n);
+    bool better = false;
+    ASSERT_TRUE(smooth_separator(s, {0.0, 0.0}, watch, space, b, better));
+    expect_separator(s, b);
+    numbetter += better;
+    EXPECT_EQ(better, std::max<int64_t>(b.weight[side_s], 1) < before);
+    for (const int8_t from : {int8_t{side_a}, int8_t{side_b}}) {
+      uint32_t wide = 0;
+      for (int32_t v = 0; v < g.n; v++) {
+        if (b.where[v] == side_s) wide |= 1u << v;
+        for (int64_t p = s.beg[v]; p < s.beg[v + 1]; p++)
+          if (b.where[v] == from && b.where[s.sub[p]] == side_s) wide |= 1u << v;
+      }
+      bool outside = false;
+      for (int32_t v = 0; v < g.n; v++) outside |= b.where[v] == from && !(wide >> v & 1);
+      for (uint32_t cut = wide; outside && cut > 0; cut = (cut - 1) & wide) {
+        int64_t weight = 0;
+        for (int32_t v = 0; v < g.n; v++) weight += cut >> v & 1 ? s.nodew[v] : 0;
+        EXPECT_TRUE(weight >= b.weight[side_s] || joins_sides(s, b, wide, cut)) << cut;
+      }
+    }
+  }
+  EXPECT_GE(numbetter, 50);
 }
 
 TEST_F(Partition, CutsGridsAndPiecesWhereAPersonWould) {
