@@ -82,13 +82,18 @@ void plan_threads(sysenv& sys, const sfk_structure& s, sfk_factor& f) {
   f.work.reset(sys, std::max(f.worksize * f.numthreads, top));
 }
 
+// A team costs about a tenth of a millisecond, and small fronts are not shared.
+bool is_worth_threads(const sfk_structure& s) noexcept {
+  constexpr double percolumn = 35e-9, perentry = 2.6e-9, perflop = 1.0 / 30e9, least = 1.5e-3; // seconds
+  return percolumn * s.n + perentry * static_cast<double>(s.nnzl) + perflop * s.flops > least;
+}
+
 } // namespace
 
 void TVN_sfk_allocLval(sysenv& sys, const sfk_structure& sfk, const matker& ker, sfk_factor& f, int32_t numthreads) {
-  constexpr double minflops = 1e7; // a team costs about a tenth of a millisecond
   f.sfk = &sfk;
   f.ker = ker;
-  f.numthreads = sfk.flops < minflops ? 1 : std::clamp(numthreads, 1, maxteam);
+  f.numthreads = is_worth_threads(sfk) ? std::clamp(numthreads, 1, maxteam) : 1;
   f.val.reset(sys, sfk.stored);
   f.d.reset(sys, sfk.n);
   f.place.reset(sys, sfk.numsn);
