@@ -1,7 +1,8 @@
 // The systems of an interior-point method on A of each file of TOVAN_DATA/lp, with a slack for each inequality: one
 // analysis, 25 factorisations with random H from 1e-8 to 1e8, three solves each. A line a file: what was chosen, flops,
 // milliseconds of all, the worst residual, and the longest time without a question to the user, in the analysis and
-// later. Arguments: names of files, or bandM for a band of M rows; form=0|1|2, densecol=N, refine=N.
+// later. Arguments: names of files, or bandM for a band of M rows; form=0|1|2, densecol=N, refine=N, tolpiv=X; late: H
+// near 1e-6 for some columns, 1e6 for the others.
 #include "kfac/kktfac.h"
 #include "tovan.h"
 
@@ -92,7 +93,7 @@ struct patience {
   void restart() { last = std::chrono::steady_clock::now(); }
 };
 
-void run(const std::string& name, const columns& a, tvn::kktfac_params params) {
+void run(const std::string& name, const columns& a, tvn::kktfac_params params, bool late) {
   patience user;
   params.progress = {&user, patience::ask};
   tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
@@ -110,7 +111,9 @@ void run(const std::string& name, const columns& a, tvn::kktfac_params params) {
     std::uniform_real_distribution<double> log10h(-8, 8), unit(-1, 1);
     std::vector<double> h(static_cast<size_t>(a.n)), x(3 * h.size()), y(3 * static_cast<size_t>(a.m));
     for (int t = 0; setup == tvn::kktfac_code::ok && t < 25; t++) {
-      for (double& v : h) v = std::pow(10, log10h(rng));
+      const double small = 1.2 * a.m / a.n;
+      for (double& v : h)
+        v = late ? std::pow(10, (unit(rng) < 2 * small - 1 ? -6 : 6) + log10h(rng) / 4) : std::pow(10, log10h(rng));
       tvn::kktfac_numbers numbers;
       numbers.h = h.data();
       user.restart();
@@ -155,6 +158,7 @@ int main(int argc, char** argv) {
   }
   tvn::kktfac_params params;
   std::vector<std::string> names;
+  bool late = false; // two kinds of columns, as at the end of a run
   for (int k = 1; k < argc; k++) {
     if (std::strncmp(argv[k], "form=", 5) == 0)
       params.ktpe = static_cast<tvn::kkt_form>(std::atoi(argv[k] + 5));
@@ -162,6 +166,8 @@ int main(int argc, char** argv) {
       params.densecol = std::atoi(argv[k] + 9);
     else if (std::strncmp(argv[k], "tolpiv=", 7) == 0)
       params.tolpiv = std::atof(argv[k] + 7);
+    else if (std::strcmp(argv[k], "late") == 0)
+      late = true;
     else if (std::strncmp(argv[k], "refine=", 7) == 0)
       params.maxrefine = std::atoi(argv[k] + 7);
     else
@@ -182,6 +188,6 @@ int main(int argc, char** argv) {
     run(name,
         name.starts_with("band") ? make_band(std::atoi(name.c_str() + 4))
                                  : read_file((folder / (name + ending)).string()),
-        params);
+        params, late);
   return 0;
 }

@@ -92,6 +92,7 @@ struct kktfac_work {
   buffer<double> front;            // [maxfront]
 };
 
+// Stays where it is from autosetup on: its parts point at each other.
 struct kktfac {
   sysenv* sys = nullptr;
   int32_t numrow = 0, numcol = 0;
@@ -128,7 +129,8 @@ struct kktfac {
 void TVN_kktfac_make(sysenv& sys, int32_t numrow, int32_t numcol, const kktfac_params& params, kktfac& k);
 // Form, long columns, order, structure and all storage. Throws out_of_memory, and can then be called again.
 [[nodiscard]] kktfac_code TVN_kktfac_autosetup(kktfac& k, const kkt_columns& a, const kkt_quadratic& q);
-// The factor. May set up anew, and then allocate, where columns that are apart spoil the residuals.
+// The factor. Where columns that are apart spoil the residuals it sets up anew, and then allocates; if that throws
+// out_of_memory, autosetup comes first again.
 [[nodiscard]] kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers);
 // num right sides, x: [num * numcol], y: [num * numrow]; they become the solutions, those that are left when it is
 // stopped excepted.

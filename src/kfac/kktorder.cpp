@@ -69,7 +69,8 @@ sfk_code order_plan(const choice_input& in, sorder_method method, kkt_plan& plan
     return sfk_code::stopped;
   plan.figures = stats.best;
   plan.partitioned = stats.partitioned;
-  plan.final = method == in.params.ordtpe;
+  // That method partitions only what has been ordered before.
+  plan.final = method == in.params.ordtpe && (method != sorder_method::graphpar2 || params.incumbent);
   plan.perm.swap(perm);
   plan.seconds = static_cast<double>(plan.figures.nnz) > in.params.filltrh ? std::numeric_limits<double>::infinity()
                                                                            : predict(plan, g.n, in.a.numrow);

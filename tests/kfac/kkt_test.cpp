@@ -153,7 +153,7 @@ TEST(Kkt, SolvesLikeADenseOracleAndCountsItsInertia) {
 
 // Rows repeated or zero, rows that long columns alone meet, H over forty decades: finite, consistent systems solved.
 TEST(Kkt, LeavesDependentRowsAndSolvesWhatIsConsistent) {
-  int32_t taken = 0, dropped = 0;
+  int32_t taken = 0, dropped = 0, broughtin = 0;
   for (uint64_t seed = 0; seed < 300; seed++) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937_64 rng(seed);
@@ -192,7 +192,16 @@ TEST(Kkt, LeavesDependentRowsAndSolvesWhatIsConsistent) {
     v = b;
     ASSERT_EQ(t.solve(v), kktfac_code::ok);
     EXPECT_TRUE(std::isfinite(largest(v)));
+    // Where that has cost columns apart their place, the next numbers find all in order.
+    broughtin += t.k.info.broughtin;
+    twice.h.assign(size_t(twice.n), 1.0);
+    ASSERT_EQ(TVN_kktfac_numfac(t.k, twice.numbers()), kktfac_code::ok);
+    const std::vector<double> easy = times(matrix_of(twice), random_vector(rng, twice.n + twice.m));
+    v = easy;
+    ASSERT_EQ(t.solve(v), kktfac_code::ok);
+    EXPECT_LE(relative_residual(matrix_of(twice), v, easy), 1e-11) << "brought in " << t.k.info.broughtin;
   }
+  EXPECT_GT(broughtin, 0);
   EXPECT_GT(taken, 0);
   EXPECT_GT(dropped, 1000);
 }
@@ -263,6 +272,29 @@ TEST(Kkt, SolvesWithAndWithoutRegularisation) {
     ASSERT_EQ(TVN_kktfac_solve(t.k, kkt_target::exact, 2, x.data(), y.data()), kktfac_code::ok);
     EXPECT_TRUE(std::equal(exact.begin(), exact.begin() + c.n, x.begin() + c.n));
     EXPECT_TRUE(std::equal(exact.begin() + c.n, exact.end(), y.begin() + c.m));
+  }
+}
+
+// Three columns of another size than in the factor: single corrections do not converge, four together do.
+TEST(Kkt, CombinesCorrectionsWhereOneAtATimeDoesNot) {
+  for (uint64_t seed = 0; seed < 40; seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937_64 rng(seed);
+    const kkt_case c = random_case(rng, 20, 30, {});
+    std::vector<double> rp(size_t(c.n), 0.0);
+    for (size_t j = 0; j < 3; j++) rp[10 * j + rng() % 10] = 1e3;
+    kktfac_numbers numbers = c.numbers();
+    numbers.rp = rp.data();
+    kktfac_params params;
+    params.ktpe = seed % 2 ? kkt_form::adat : kkt_form::sqdt;
+    solver t;
+    ASSERT_EQ(t.setup(c, params), kktfac_code::ok);
+    ASSERT_EQ(TVN_kktfac_numfac(t.k, numbers), kktfac_code::ok);
+    const std::vector<double> b = random_vector(rng, c.n + c.m);
+    std::vector<double> v = b;
+    ASSERT_EQ(t.solve(v), kktfac_code::ok);
+    EXPECT_LE(relative_residual(matrix_of(c), v, b), 1e-10);
+    EXPECT_LE(t.k.info.numrefine, 6);
   }
 }
 
