@@ -5,6 +5,7 @@
 #include "cpub/timer.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace tvn {
 
@@ -90,12 +91,13 @@ void TVN_kktfac_make(sysenv& sys, int32_t numrow, int32_t numcol, const kktfac_p
   k.params = params;
 }
 
-kktfac_code kktfac_setup(kktfac& k, bool noneapart) {
+kktfac_code kktfac_setup(kktfac& k, bool noneapart, double maxseconds) {
   sysenv& sys = *k.sys;
   const double start = TVN_sysenv_gettime();
   kkt_plan plan;
   sfk_code code = TVN_kktfac_order(sys, k.a, k.q, k.params, noneapart, plan);
   if (code != sfk_code::ok) return to_code(code);
+  if (plan.seconds > maxseconds) return kktfac_code::space;
   const double ordered = TVN_sysenv_gettime();
   // What an earlier setup has left goes first: two factors need not stand side by side.
   k.factor = {};
@@ -122,10 +124,11 @@ kktfac_code TVN_kktfac_autosetup(kktfac& k, const kkt_columns& a, const kkt_quad
   k.q = q;
   k.info = {};
   k.floord = kktfac{}.floord;
+  k.trust = kktfac{}.trust;
   int64_t size = int64_t{a.numcol} + a.numrow;
   for (int32_t j = 0; j < a.numcol; j++) size += a.length(j);
   k.large = size > 20000;
-  return kktfac_setup(k, false);
+  return kktfac_setup(k, false, std::numeric_limits<double>::infinity());
 }
 
 } // namespace tvn

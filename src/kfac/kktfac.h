@@ -121,6 +121,7 @@ struct kktfac {
   buffer<double> scale;             // [n] by node, powers of two
   buffer<double> added;             // [n] by position, what pivots were raised by
   buffer<int32_t> local;            // [numrow] work of the forming
+  double trust = 1e-6;              // residual of a trial solve up to which columns that are apart stay there
   bool large = false;               // a pass over A takes a while
   bool stopped = false;             // by the user, between passes
   kktfac_work work;

@@ -5,8 +5,9 @@
 
 namespace tvn {
 
-// The analysis; noneapart: every column of A goes into the matrix.
-[[nodiscard]] kktfac_code kktfac_setup(kktfac& k, bool noneapart);
+// The analysis; noneapart: every column of A goes into the matrix. space: nothing keeps below filltrh or below so many
+// predicted seconds, and what was set up before still stands.
+[[nodiscard]] kktfac_code kktfac_setup(kktfac& k, bool noneapart, double maxseconds);
 
 // Columns that are not apart.
 template <class F> void kktfac_others(const kktfac& k, F f) noexcept {

@@ -13,13 +13,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace tvn {
 
 namespace {
 
 constexpr double least_h = 1e-30;         // of H + Rp: else its inverse might overflow
-constexpr double trusted_residual = 1e-6; // of a trial solve with repaired pivots
+constexpr double useless_residual = 1e-2; // of a trial solve
+constexpr double dearer = 10;             // what a better residual may cost, as long as it is not useless
 constexpr double refined_residual = 1e-9; // of one with a floor under D
 constexpr double low_floor = 1e-12;
 
@@ -173,13 +175,18 @@ double trial_residual(kktfac& k, kkt_target target) noexcept {
   return k.info.residual;
 }
 
-// Columns that are apart have cost too many digits.
-bool spoilt_by_schur(kktfac& k) noexcept {
-  return k.form == kkt_form::adat && k.info.numdense > 0 && k.info.numrepair > 0 &&
-         trial_residual(k, kkt_target::regularised) > trusted_residual;
+// Columns that are apart have cost too many digits, or all of them.
+enum class apart_verdict { good, spoilt, useless };
+
+apart_verdict judge_apart(kktfac& k) noexcept {
+  if (k.form == kkt_form::sqdt || k.info.numdense == 0 || k.info.numrepair == 0 || std::isinf(k.trust))
+    return apart_verdict::good;
+  const double residual = trial_residual(k, kkt_target::regularised);
+  if (residual <= k.trust) return apart_verdict::good;
+  return residual <= useless_residual ? apart_verdict::spoilt : apart_verdict::useless;
 }
 
-// So has the floor under D, where it is used. Below the lower one rounding would cost more than the floor.
+// The floor under D has, where it is used. Below the lower one rounding would cost more than the floor.
 bool spoilt_by_floor(kktfac& k) noexcept {
   if (k.form != kkt_form::sqdt || !k.floored || k.floord <= low_floor) return false;
   return trial_residual(k, kkt_target::regularised) > refined_residual;
@@ -195,19 +202,24 @@ kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers) {
     const sfk_code code = factor_once(k);
     if (code == sfk_code::stopped) return kktfac_code::stopped;
     if (code == sfk_code::failed) return kktfac_code::failed;
-    const bool floor = spoilt_by_floor(k), schur = !floor && spoilt_by_schur(k);
+    const bool floor = spoilt_by_floor(k);
+    const apart_verdict apart = floor ? apart_verdict::good : judge_apart(k);
     if (k.stopped) return kktfac_code::stopped;
+    if (!floor && apart == apart_verdict::good) return kktfac_code::ok;
     if (floor) {
       k.floord = low_floor;
-    } else if (schur) {
-      const kktfac_code again = kktfac_setup(k, true);
-      if (again == kktfac_code::space) return kktfac_code::ok; // the factor at hand still stands
-      if (again != kktfac_code::ok) return again;
-      k.info.broughtin = true;
-      if (!copy_numbers(numbers, k)) return kktfac_code::failed;
-    } else {
+      continue;
+    }
+    constexpr double any = std::numeric_limits<double>::infinity();
+    const bool useless = apart == apart_verdict::useless;
+    const kktfac_code again = kktfac_setup(k, true, useless ? any : dearer * k.info.seconds);
+    if (again == kktfac_code::space) {
+      k.trust = useless ? any : useless_residual;
       return kktfac_code::ok;
     }
+    if (again != kktfac_code::ok) return again;
+    k.info.broughtin = true;
+    if (!copy_numbers(numbers, k)) return kktfac_code::failed;
   }
 }
 
