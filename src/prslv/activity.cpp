@@ -9,7 +9,15 @@ namespace tvn {
 
 namespace {
 
-void add_term(prslv_context& x, int32_t i, double a, double lo, double up, int32_t sign) {
+void put_bounds(int32_t& key, double& bl, double& bu, double lo, double up) {
+  key = key_of(lo, up);
+  if (lo > -prslv_inf) bl = lo;
+  if (up < prslv_inf) bu = up;
+}
+
+} // namespace
+
+void TVN_prslv_addterm(prslv_context& x, int32_t i, double a, double lo, double up, int32_t sign) {
   const double atlow = a > 0 ? lo : up, atupp = a > 0 ? up : lo;
   if (std::isinf(atlow))
     x.ncilax[i] += sign;
@@ -20,14 +28,6 @@ void add_term(prslv_context& x, int32_t i, double a, double lo, double up, int32
   else
     x.uax[i] += sign * (a * atupp);
 }
-
-void put_bounds(int32_t& key, double& bl, double& bu, double lo, double up) {
-  key = key_of(lo, up);
-  if (lo > -prslv_inf) bl = lo;
-  if (up < prslv_inf) bu = up;
-}
-
-} // namespace
 
 void TVN_prslv_conactivity(prslv_context& x, int32_t i) {
   double least = 0, largest = 0;
@@ -54,13 +54,17 @@ void TVN_prslv_allactivities(prslv_context& x) {
   }
 }
 
+void TVN_prslv_setvarbounds(prslv_context& x, int32_t j, double lo, double up) {
+  put_bounds(x.p.bkx[j], x.p.blx[j], x.p.bux[j], lo, up);
+}
+
 void TVN_prslv_putvarbounds(prslv_context& x, int32_t j, double lo, double up) {
   const double oldlo = var_lower(x, j), oldup = var_upper(x, j);
-  put_bounds(x.p.bkx[j], x.p.blx[j], x.p.bux[j], lo, up);
+  TVN_prslv_setvarbounds(x, j, lo, up);
   make_due(x, j);
   for_col(x, j, [&](int32_t i, double a) {
-    add_term(x, i, a, oldlo, oldup, -1);
-    add_term(x, i, a, lo, up, 1);
+    TVN_prslv_addterm(x, i, a, oldlo, oldup, -1);
+    TVN_prslv_addterm(x, i, a, lo, up, 1);
     TVN_prslv_updatelist(x.list, i);
   });
 }
@@ -84,7 +88,7 @@ void TVN_prslv_killvar(prslv_context& x, int32_t j, double value) {
   x.varlive[j] = 0;
   x.p.cfix += x.p.c[j] * value;
   for_col(x, j, [&](int32_t i, double a) {
-    add_term(x, i, a, lo, up, -1);
+    TVN_prslv_addterm(x, i, a, lo, up, -1);
     const double shift = a * value;
     x.p.cfix += x.p.cc[i] * shift; // the row's cost prices what is left of the row
     if (con_lower(x, i) > -prslv_inf) x.p.blc[i] -= shift;

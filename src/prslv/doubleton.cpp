@@ -97,8 +97,8 @@ pair_entry choose_pair(const prslv_context& x, int32_t i) {
 } // namespace
 
 // Record: as a pivot, then the column that stays, whether its lower and its upper bound came from the other, and its
-// coefficient. True when the row went.
-bool prslv_doubletoncon(prslv_context& x, int32_t i) {
+// coefficient. True when the row went. Activities follow where they are in use.
+bool prslv_doubletoncon(prslv_context& x, int32_t i, bool active) {
   const pair_entry e = choose_pair(x, i);
   if (!x.varlin[e.keep] || !may_substitute(x, e.go) || std::fabs(e.ago) < x.param.pivlimit * std::fabs(e.akeep) ||
       !TVN_prslv_pivotroom(x, i, e.go))
@@ -121,7 +121,7 @@ bool prslv_doubletoncon(prslv_context& x, int32_t i) {
   push_real(x, e.akeep);
   TVN_prslv_endpushstk(x, rt_doubleton);
   TVN_prslv_substitute(x, i, e.go, e.ago, b);
-  if (low || upp) TVN_prslv_putvarbounds(x, e.keep, newl, newu);
+  if (low || upp) (active ? TVN_prslv_putvarbounds : TVN_prslv_setvarbounds)(x, e.keep, newl, newu);
   if (newl > newu) {
     x.status = prs_prim_infeas;
     x.certcol = e.keep;
@@ -136,7 +136,7 @@ prslv_code TVN_prslv_doubletoncons(prslv_context& x) {
   for (int32_t i = 0; i < x.p.numcon && x.status == prs_undecided; i++) {
     if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
     if (!x.conlive[i] || !x.conlin[i] || x.connz[i] != 2 || con_lower(x, i) != con_upper(x, i)) continue;
-    prslv_doubletoncon(x, i);
+    prslv_doubletoncon(x, i, false);
   }
   return prslv_code::ok;
 }

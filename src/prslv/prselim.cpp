@@ -39,7 +39,10 @@ candidate best_row(const prslv_context& x, int32_t j) {
   return best;
 }
 
-bool may_go(const prslv_context& x, int32_t j) { return x.varlive[j] && may_substitute(x, j) && x.varnz[j] >= 2; }
+// A column of more rows has no score within the limit, since a row has two columns at least.
+bool may_go(const prslv_context& x, int32_t j) {
+  return x.varlive[j] && may_substitute(x, j) && x.varnz[j] >= 2 && x.varnz[j] <= scorelimit + 1;
+}
 
 double row_max(const prslv_context& x, int32_t i) {
   double v = 0;

@@ -57,6 +57,7 @@ void TVN_prslv_keeprecords(prslv_context& x) noexcept {
     l->cap.clear();
     l->sub.clear();
     l->val.clear();
+    l->place.clear();
   }
   for (auto* b : {&x.lax, &x.uax, &x.rowwork, &x.colwork, &x.valwork, &x.yl, &x.yu, &x.tyl, &x.tyu, &x.implied.lower,
                   &x.implied.upper, &x.rowmax})

@@ -50,6 +50,7 @@ struct prslv_param {
   double growthlimit = 4.0;  // of the largest entry of a row by one elimination
   double sizelimit = 1e8;    // of any entry
   double fillfactor = 0.2;   // spare room for fill, times elimfill
+  int32_t longline = 100;    // entries of rows and columns that are not looked through for each change
   int32_t lindepworklim = 1; // 0: none
   bool keepprimal = false;   // every feasible point must survive: no dominated columns
   bool keepdual = false;     // no relaxing of bounds

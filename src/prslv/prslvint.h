@@ -18,6 +18,10 @@ struct prslv_lines {
   buffer<int32_t> sub;
   buffer<double> val;
   int64_t free = 0; // first position behind all lines
+  // Places of one long line, so that many changes to it cost no look at all of it.
+  int32_t hub = -1;      // the line, -1: none
+  int32_t longline = 0;  // entries that make a line long
+  buffer<int32_t> place; // by partner: behind beg of the hub, -1: no entry; clean while there is no hub
 };
 
 // A record stack: types, and records in a byte store as integers, reals and, for sizes other than the type's default
@@ -165,7 +169,7 @@ inline void make_columns_due(prslv_context& x, int32_t i) {
 }
 
 // Whether a stands out in row i: a tiny coefficient turns a bound of its column into noise of the row and the other way
-// about. The largest coefficient is that of when it was last looked for, which is not below today's.
+// about. The largest coefficient is that of when it was last looked for, or has come since: not below today's.
 inline bool is_decent(prslv_context& x, int32_t i, double a) {
   double& biggest = x.rowmax[i];
   if (biggest < 0) for_row(x, i, [&](int32_t, double v) { biggest = std::max(biggest, std::fabs(v)); });
@@ -197,8 +201,11 @@ void TVN_prslv_findmultiples(prslv_context& x, bool byrow, prslv_multiples& foun
 
 void TVN_prslv_conactivity(prslv_context& x, int32_t i); // afresh
 void TVN_prslv_allactivities(prslv_context& x);
-// New bounds of column j: activities of its rows, which become due.
+// Adds (sign 1) or takes away (-1) the term a x_j of row i, x_j between lo and up.
+void TVN_prslv_addterm(prslv_context& x, int32_t i, double a, double lo, double up, int32_t sign);
+// New bounds of column j: activities of its rows, which become due. Bounds alone where activities are formed later.
 void TVN_prslv_putvarbounds(prslv_context& x, int32_t j, double lo, double up);
+void TVN_prslv_setvarbounds(prslv_context& x, int32_t j, double lo, double up);
 void TVN_prslv_putconbounds(prslv_context& x, int32_t i, double lo, double up);
 struct prslv_implied {
   double lower = -prslv_inf, upper = prslv_inf;
@@ -291,7 +298,7 @@ void prslv_undovarfix(prslv_post& w, int32_t rtype);
 bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a);
 void prslv_undovarslack(prslv_post& w);
 // doubleton: an equality of two columns.
-bool prslv_doubletoncon(prslv_context& x, int32_t i);
+bool prslv_doubletoncon(prslv_context& x, int32_t i, bool active = true);
 prslv_code TVN_prslv_doubletoncons(prslv_context& x);
 void prslv_undodoubleton(prslv_post& w);
 // prselim: implied free columns by substitution.

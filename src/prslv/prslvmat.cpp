@@ -51,14 +51,47 @@ void transpose_into_rows(prslv_context& x) {
 
 void remove_from_line(prslv_lines& l, int32_t k, int64_t p) {
   const int64_t last = l.beg[k] + --l.len[k];
+  if (l.hub == k) {
+    l.place[l.sub[last]] = static_cast<int32_t>(p - l.beg[k]);
+    l.place[l.sub[p]] = -1;
+  }
   l.sub[p] = l.sub[last];
   l.val[p] = l.val[last];
 }
 
 void append_to_line(prslv_lines& l, int32_t k, int32_t sub, double val) {
+  if (l.hub == k) l.place[sub] = l.len[k];
   const int64_t p = l.beg[k] + l.len[k]++;
   l.sub[p] = sub;
   l.val[p] = val;
+}
+
+void leave_hub(prslv_lines& l) {
+  if (l.hub < 0) return;
+  for (int64_t p = l.beg[l.hub], e = p + l.len[l.hub]; p < e; p++) l.place[l.sub[p]] = -1;
+  l.hub = -1;
+}
+
+// Keeps the places of line k. The next changes are to the same line where many columns are tied to one.
+void keep_hub(prslv_lines& l, int32_t k) {
+  if (l.hub == k) return;
+  leave_hub(l);
+  l.hub = k;
+  for (int32_t q = 0; q < l.len[k]; q++) l.place[l.sub[l.beg[k] + q]] = q;
+}
+
+// Whether `num` changes to line k go by its places.
+bool is_long(const prslv_lines& l, int32_t k, int32_t num) { return l.len[k] > std::max(l.longline, num); }
+
+// Place of entry s in line k, which has it.
+int64_t find_place(prslv_lines& l, int32_t k, int32_t s) {
+  if (l.len[k] > l.longline) {
+    keep_hub(l, k);
+    return l.beg[k] + l.place[s];
+  }
+  int64_t p = l.beg[k];
+  while (l.sub[p] != s) p++;
+  return p;
 }
 
 } // namespace
@@ -70,6 +103,9 @@ void TVN_prslv_makematrix(prslv_context& x) {
   const int64_t room = nz + spare_room(x, nz);
   size_lines(*x.sys, x.col, p.numvar, room);
   size_lines(*x.sys, x.row, p.numcon, room);
+  x.col.longline = x.row.longline = x.param.longline;
+  x.col.place.reset(*x.sys, p.numcon, -1);
+  x.row.place.reset(*x.sys, p.numvar, -1);
   x.connz.reset(*x.sys, p.numcon, 0);
   x.varnz.reset(*x.sys, p.numvar, 0);
   int64_t at = 0;
@@ -89,6 +125,8 @@ void TVN_prslv_makematrix(prslv_context& x) {
 }
 
 void TVN_prslv_cleana(prslv_context& x) {
+  leave_hub(x.col);
+  leave_hub(x.row);
   int64_t nz = 0;
   for (int32_t j = 0; j < x.p.numvar; j++)
     if (x.varlive[j]) nz += x.varnz[j];
@@ -127,11 +165,13 @@ bool TVN_prslv_growline(prslv_lines& l, int32_t k, int32_t need) {
     return true;
   }
   if (l.free + want > l.sub.size()) return false;
+  const int64_t spare = want > l.longline ? want / 2 : 0; // a line that grows by one again and again moves seldom
+  const int64_t take = want + std::min(spare, (l.sub.size() - l.free - want) / 8);
   std::copy_n(l.sub.data() + l.beg[k], l.len[k], l.sub.data() + l.free);
   std::copy_n(l.val.data() + l.beg[k], l.len[k], l.val.data() + l.free);
   l.beg[k] = l.free;
-  l.cap[k] = want;
-  l.free += want;
+  l.cap[k] = static_cast<int32_t>(take);
+  l.free += take;
   return true;
 }
 
@@ -143,10 +183,32 @@ void tidy(prslv_lines& l, int32_t k, const buffer<char>& live) {
     if (!live[l.sub[p]]) remove_from_line(l, k, p);
 }
 
+// As add_multiple, by the places of a long line: costs the pivot line.
+int32_t add_to_hub(prslv_context& x, prslv_lines& lines, int32_t k, double factor, const int32_t* sub, int32_t num,
+                   const buffer<double>& work) {
+  int32_t change = 0;
+  keep_hub(lines, k);
+  for (int32_t q = 0; q < num; q++) {
+    const int32_t s = sub[q], at = lines.place[s];
+    const int64_t p = lines.beg[k] + at;
+    const double old = at >= 0 ? lines.val[p] : 0.0, v = old - factor * work[s];
+    const bool drop = TVN_prslv_updateaiszero(x, v, old);
+    if (at < 0 && !drop)
+      append_to_line(lines, k, s, v);
+    else if (at >= 0 && !drop)
+      lines.val[p] = v;
+    else if (at >= 0)
+      remove_from_line(lines, k, p);
+    change += (at < 0 && !drop) - (at >= 0 && drop);
+  }
+  return change;
+}
+
 // Line k of `lines` gets -factor times the pattern of the pivot line: `sub`, `num` with values in `work` by index.
 // mark[s] == k tells that index s was met. Returns the change of the number of entries.
 int32_t add_multiple(prslv_context& x, prslv_lines& lines, int32_t k, double factor, const int32_t* sub, int32_t num,
                      const buffer<double>& work, buffer<int32_t>& mark) {
+  if (is_long(lines, k, num)) return add_to_hub(x, lines, k, factor, sub, num, work);
   int32_t change = 0;
   for (int64_t p = lines.beg[k] + lines.len[k] - 1; p >= lines.beg[k]; p--) {
     const int32_t s = lines.sub[p];
@@ -174,18 +236,23 @@ int32_t add_multiple(prslv_context& x, prslv_lines& lines, int32_t k, double fac
 
 namespace {
 
+// The dead of a long line go only when it is full.
+bool make_room(prslv_lines& l, int32_t k, int32_t need, const buffer<char>& live) {
+  if (l.len[k] > l.longline && l.len[k] + need <= l.cap[k]) return true;
+  tidy(l, k, live);
+  return TVN_prslv_growline(l, k, need);
+}
+
 bool find_room(prslv_context& x, int32_t i, int32_t j) {
   bool ok = true;
   const bool alone = x.varnz[j] == 1; // then no line grows, and long ones are not touched
   for_row(x, i, [&](int32_t l, double) {
     if (l == j || !ok || alone) return;
-    tidy(x.col, l, x.conlive);
-    ok = TVN_prslv_growline(x.col, l, x.varnz[j] - 1);
+    ok = make_room(x.col, l, x.varnz[j] - 1, x.conlive);
   });
   for_col(x, j, [&](int32_t k, double) {
     if (k == i || !ok) return;
-    tidy(x.row, k, x.varlive);
-    ok = TVN_prslv_growline(x.row, k, x.connz[i] - 1);
+    ok = make_room(x.row, k, x.connz[i] - 1, x.varlive);
   });
   return ok;
 }
@@ -199,6 +266,22 @@ bool TVN_prslv_pivotroom(prslv_context& x, int32_t i, int32_t j) {
   TVN_prslv_cleana(x);
   return !x.stop && find_room(x, i, j);
 }
+
+namespace {
+
+// Takes the terms of some columns out of the activity of a long row, or puts them in.
+void add_terms(prslv_context& x, int32_t k, const int32_t* cols, int32_t num, int32_t sign) {
+  keep_hub(x.row, k);
+  for (int32_t q = 0; q < num; q++) {
+    const int32_t at = x.row.place[cols[q]];
+    if (at < 0) continue;
+    const double a = x.row.val[x.row.beg[k] + at];
+    TVN_prslv_addterm(x, k, a, var_lower(x, cols[q]), var_upper(x, cols[q]), sign);
+    if (x.rowmax[k] >= 0) x.rowmax[k] = std::max(x.rowmax[k], std::fabs(a));
+  }
+}
+
+} // namespace
 
 void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, double b) {
   // The pivot row by column in colwork, the factors of the pivot column by row in rowwork.
@@ -218,13 +301,20 @@ void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, do
     const double f = a / aij;
     x.rowwork[k] = f;
     numrows++;
-    remove_from_line(x.row, k, [&] {
-      int64_t p = x.row.beg[k];
-      while (x.row.sub[p] != j) p++;
-      return p;
-    }());
+    remove_from_line(x.row, k, find_place(x.row, k, j));
     x.connz[k]--;
+    const bool islong = is_long(x.row, k, numcols);
+    if (islong) {
+      TVN_prslv_addterm(x, k, a, var_lower(x, j), var_upper(x, j), -1);
+      add_terms(x, k, cols, numcols, -1);
+    }
     x.connz[k] += add_multiple(x, x.row, k, f, cols, numcols, x.colwork, x.colmark);
+    if (islong) {
+      add_terms(x, k, cols, numcols, 1);
+    } else {
+      TVN_prslv_conactivity(x, k);
+      x.rowmax[k] = -1;
+    }
     if (has_lower(x.p.bkc[k]) && std::fabs(x.p.blc[k]) < bound_infinity) x.p.blc[k] -= f * b;
     if (has_upper(x.p.bkc[k]) && std::fabs(x.p.buc[k]) < bound_infinity) x.p.buc[k] -= f * b;
     if (x.p.bkc[k] == bk_fx) x.p.buc[k] = x.p.blc[k];
@@ -250,11 +340,7 @@ void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, do
   x.p.bkx[j] = bk_fx;
   x.stats->numconfree++;
   x.stats->numvarfixed++;
-  for (int32_t q = 0; q < numrows; q++) {
-    TVN_prslv_conactivity(x, rows[q]);
-    TVN_prslv_updatelist(x.list, rows[q]);
-    x.rowmax[rows[q]] = -1;
-  }
+  for (int32_t q = 0; q < numrows; q++) TVN_prslv_updatelist(x.list, rows[q]);
   for (int32_t q = 0; q < numcols; q++) make_due(x, cols[q]);
   (void)TVN_prslv_stopped(x, work); // who goes on asks again
 }

@@ -93,6 +93,7 @@ tvn::prslv_param settings(uint64_t seed) {
   param.reldrop = 1e-12;
   param.relax = seed % 4 == 3;
   param.eliminatortries = seed % 5 == 4 ? 0 : -1;
+  param.longline = seed % 7 < 3 ? 1 : 100;
   return param;
 }
 
@@ -627,6 +628,19 @@ lp_case star_of_links(int n) {
   return k.finish();
 }
 
+// The same, and each column stands in a row of its own and in one that all share; each link tightens the bounds.
+lp_case star_with_rows(int n) {
+  case_maker k(1);
+  for (int j = 0; j <= 2 * n; j++) k.add_col(0, j <= n ? 1e4 - 0.1 * j : 1e30, 1 + j % 3);
+  const int shared = k.add_row(-1e6 * n, 1e30);
+  for (int j = 1; j <= n; j++) {
+    k.rows[size_t(k.add_row(1, 1))] = {{0, -1.0}, {j, 1.0}};
+    k.rows[size_t(k.add_row(-1e30, 50))] = {{j, 1.0}, {n + j, -1.0}, {n + 1 + j % n, 1.0}};
+    k.rows[size_t(shared)][j] = -1.0 - j % 7;
+  }
+  return k.finish();
+}
+
 // Balanced transport problems of three by three, each with one dependent row; priced so that all stay.
 lp_case transport_blocks(int n) {
   case_maker k(1);
@@ -668,7 +682,8 @@ lp_case repeated_columns(int n) {
 TEST(Presolve, AsksSoonAndCostsLittleWhereThereIsMuchToDo) {
   constexpr double promised = 0.1, bearable = 5; // seconds, with audits and sanitizers
   lp_case cases[] = {equal_row_of_slacks(40000), chain_of_links(40000),   star_of_links(40000),
-                     transport_blocks(12000),    repeated_columns(20000), chain_of_dominated(40000)};
+                     star_with_rows(20000),      transport_blocks(12000), repeated_columns(20000),
+                     chain_of_dominated(40000)};
   for (lp_case& p : cases) {
     SCOPED_TRACE(std::to_string(p.m) + " by " + std::to_string(p.n));
     tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
