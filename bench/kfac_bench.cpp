@@ -1,6 +1,6 @@
-// Factor and solve with A A' + I of each file of TOVAN_DATA/lp, in our approximate minimum fill order, beside CHOLMOD
-// with the same order, where the machine has it. One case a file and solver; counters: flops of a factorisation and
-// the rate, nonzeros of the factor.
+// Factor and solve with A A' + I of each file of TOVAN_DATA/lp, and with grids, in our approximate minimum fill order,
+// beside CHOLMOD with the same order, where the machine has it. One case a file and solver; counters: flops of a
+// factorisation and the rate, nonzeros of the factor.
 #include "kfac/sfk.h"
 #include "tovan.h"
 
@@ -78,14 +78,36 @@ normal_matrix form(const columns_of_a& a) {
   return k;
 }
 
+// A difference operator on a square or a cube, from "grid NXxNYxNZ".
+normal_matrix grid(const std::string& sides) {
+  int32_t nx = 0, ny = 0, nz = 0;
+  std::sscanf(sides.c_str(), "grid %dx%dx%d", &nx, &ny, &nz);
+  normal_matrix k;
+  k.n = nx * ny * nz;
+  for (int32_t i = 0; i < k.n; i++) {
+    const auto put = [&](int32_t row, double v) {
+      k.sub.push_back(row);
+      k.val.push_back(v);
+    };
+    k.beg.push_back(static_cast<int64_t>(k.sub.size()));
+    put(i, 7);
+    if ((i + 1) % nx > 0) put(i + 1, -1);
+    if ((i / nx + 1) % ny > 0) put(i + nx, -1);
+    if (i / nx / ny + 1 < nz) put(i + nx * ny, -1);
+    k.end.push_back(static_cast<int64_t>(k.sub.size()));
+  }
+  return k;
+}
+
+normal_matrix make(const std::string& what) { return what.starts_with("grid ") ? grid(what) : form(read_file(what)); }
+
 struct prepared {
   normal_matrix k;
   std::vector<int32_t> perm;
   tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
   tvn::sfk_structure structure;
   tvn::sfk_factor factor;
-  explicit prepared(const std::string& path, int32_t numthreads = 1)
-      : k(form(read_file(path))), perm(static_cast<size_t>(k.n)) {
+  explicit prepared(const std::string& path, int32_t numthreads = 1) : k(make(path)), perm(static_cast<size_t>(k.n)) {
     tvn::sorder_figures figures;
     const tvn::sorder_graph g{k.n, k.beg.data(), k.end.data(), k.sub.data()};
     (void)TVN_amf_sorder(*sys, g, nullptr, {}, perm.data(), figures);
@@ -189,9 +211,10 @@ int main(int argc, char** argv) {
   for (const auto& f : std::filesystem::directory_iterator(std::filesystem::path(data) / "lp"))
     if (f.path().string().ends_with(".mps.gz")) files.push_back(f.path().string());
   std::sort(files.begin(), files.end());
+  files.insert(files.end(), {"grid 400x400x1", "grid 30x30x30", "grid 45x45x45"});
   for (const std::string& f : files) {
     std::string name = std::filesystem::path(f).filename().string();
-    name.resize(name.size() - 7);
+    if (name.ends_with(".mps.gz")) name.resize(name.size() - 7);
     benchmark::RegisterBenchmark((name + "/factor").c_str(), factor, f, 1);
     benchmark::RegisterBenchmark((name + "/analysis").c_str(), analysis, f);
     benchmark::RegisterBenchmark((name + "/solve").c_str(), solve, f, 1);
