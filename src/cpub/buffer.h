@@ -22,6 +22,13 @@ inline size_t checked_bytes(int64_t n, size_t size) {
   return total;
 }
 
+// An index out of range ends the program where it happens, from check level 2 on.
+inline void check_index([[maybe_unused]] int64_t k, [[maybe_unused]] int64_t n) noexcept {
+#if TVN_CHECK_LEVEL >= 2
+  if (k < 0 || k >= n) __builtin_trap();
+#endif
+}
+
 // Fixed number of elements, set at construction or by reset().
 template <class T> struct buffer {
   static_assert(std::is_trivially_copyable_v<T>);
@@ -72,8 +79,14 @@ template <class T> struct buffer {
   T* end() noexcept { return ptr_ + len_; }
   const T* begin() const noexcept { return ptr_; }
   const T* end() const noexcept { return ptr_ + len_; }
-  T& operator[](int64_t k) noexcept { return ptr_[k]; }
-  const T& operator[](int64_t k) const noexcept { return ptr_[k]; }
+  T& operator[](int64_t k) noexcept {
+    check_index(k, len_);
+    return ptr_[k];
+  }
+  const T& operator[](int64_t k) const noexcept {
+    check_index(k, len_);
+    return ptr_[k];
+  }
   operator std::span<T>() noexcept { return {ptr_, static_cast<size_t>(len_)}; }
   operator std::span<const T>() const noexcept { return {ptr_, static_cast<size_t>(len_)}; }
 
@@ -138,8 +151,14 @@ template <class T> struct vec {
   T* end() noexcept { return data() + len_; }
   const T* begin() const noexcept { return data(); }
   const T* end() const noexcept { return data() + len_; }
-  T& operator[](int64_t k) noexcept { return store_[k]; }
-  const T& operator[](int64_t k) const noexcept { return store_[k]; }
+  T& operator[](int64_t k) noexcept {
+    check_index(k, len_);
+    return store_[k];
+  }
+  const T& operator[](int64_t k) const noexcept {
+    check_index(k, len_);
+    return store_[k];
+  }
   T& back() noexcept { return store_[len_ - 1]; }
   const T& back() const noexcept { return store_[len_ - 1]; }
   operator std::span<T>() noexcept { return {data(), static_cast<size_t>(len_)}; }
