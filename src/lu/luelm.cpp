@@ -172,19 +172,27 @@ lu_code insert_fill(lu& f, const lu_active& a, int32_t r, double l, int32_t num,
   return code;
 }
 
+constexpr int64_t askstep = 1000000; // units between two questions within a pivot
+
 lu_code update_rows(lu& f, const lu_active& a, int32_t numrow, int32_t numcol) {
   lu_code code = lu_code::done;
   int32_t base = 1;
-  int64_t work = 0;
+  int64_t work = 0, nextask = askstep; // one pivot in a full nucleus is the work of many
   for (int32_t n = 0; n < numrow && code == lu_code::done; n++) {
     const int32_t r = a.rowlist[n];
     const double l = f.lwork[n];
     work += f.rlen[r] + numcol;
+    if (work >= nextask) {
+      nextask = work + askstep;
+      if (f.progress && f.progress(f.progresshandle, 2, f.stpf + f.stpb) != 0) code = lu_code::stopped;
+    }
     const int32_t met = update_present(f, a, r, l, base);
-    if (met == numcol)
+    if (met == numcol) {
       base++; // all marks stand at base + 1 already
-    else
-      code = insert_fill(f, a, r, l, numcol, met, base);
+      continue;
+    }
+    const lu_code filled = insert_fill(f, a, r, l, numcol, met, base);
+    if (code == lu_code::done) code = filled;
   }
   f.work[lt_eliminate] += work;
   return code;
