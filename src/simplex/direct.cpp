@@ -272,7 +272,7 @@ void run_once(const simplex_run& run, scale_request scale, const lp_solution* ke
   if (cert)
     export_certificate(s, lp, y, sol);
   else if (ray)
-    TVN_simplex_clearduals(lp, sol);
+    TVN_prslv_clearduals(lp, sol);
   else
     export_duals(s, lp, y, sol);
   TVN_lu_getlusze(s.fac.factor, info.lnz, info.unz);
@@ -291,18 +291,13 @@ scale_request make_request(const simplex_param& param) {
 
 } // namespace
 
-void TVN_simplex_clearduals(const lp_view& lp, lp_solution& sol) {
-  for (double* v : {sol.y, sol.slc, sol.suc}) std::fill_n(v, lp.numcon, 0.0);
-  for (double* v : {sol.slx, sol.sux}) std::fill_n(v, lp.numvar, 0.0);
-}
-
 void TVN_simplex_clearsolution(const lp_view& lp, lp_solution& sol) {
   std::fill_n(sol.skc, lp.numcon, static_cast<int32_t>(sk_bas));
   std::fill_n(sol.xc, lp.numcon, 0.0);
   for (int32_t j = 0; j < lp.numvar; j++)
     sol.skx[j] = has_lower(lp.bkx[j]) ? sk_low : has_upper(lp.bkx[j]) ? sk_upr : sk_supbas;
   std::fill_n(sol.xx, lp.numvar, 0.0);
-  TVN_simplex_clearduals(lp, sol);
+  TVN_prslv_clearduals(lp, sol);
 }
 
 void TVN_simplex_keepfactor(const simplex_run& run) {

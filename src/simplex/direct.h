@@ -1,6 +1,7 @@
 // The pieces of the simplex frame that its files share.
 #pragma once
 
+#include "prslv/reduced.h"
 #include "simplex/base/keptbasis.h"
 #include "simplex/frame.h"
 
@@ -20,7 +21,6 @@ struct simplex_run {
   simplex_run on(const lp_view& other) const { return {sys, other, param, info, progress, sol, kept}; }
 };
 
-void TVN_simplex_clearduals(const lp_view& lp, lp_solution& sol);
 void TVN_simplex_clearsolution(const lp_view& lp, lp_solution& sol); // logical basis, all values 0
 
 // The road without presolve, with the ladder of repairs; sol holds the keys of a start when param.hotstart is set.

@@ -6,10 +6,9 @@
 // one, with a proof of the same kind afterwards.
 #include "simplex/frame.h"
 
+#include "prslv/reduced.h"
 #include "simplex/direct.h"
-#include "simplex/presolved.h"
 #include "simplex/reformulate.h"
-#include "verify/verify.h"
 
 #include <algorithm>
 #include <cmath>
@@ -53,27 +52,6 @@ bool presolve_wanted(const lp_view& lp, const simplex_param& param, const lp_sol
   return param.maxiterations > shortrun && (param.hotstart == 0 || !is_good_start(lp, param, sol));
 }
 
-// Activities and reduced costs of the user's problem from x and y, so that the identities hold to the last digit.
-void refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol) {
-  const bool certificate = solsta == sol_prim_infeas_cer || solsta == sol_dual_infeas_cer;
-  buffer<long double> act(sys, lp.numcon, 0.0L);
-  for (int32_t j = 0; j < lp.numvar; j++)
-    for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) act[lp.sub[p]] += static_cast<long double>(lp.val[p]) * sol.xx[j];
-  for (int32_t i = 0; i < lp.numcon; i++) {
-    const int32_t key = certificate ? static_cast<int32_t>(sk_unk) : sol.skc[i];
-    sol.xc[i] = key == sk_low || key == sk_fix ? lp.blc[i] : key == sk_upr ? lp.buc[i] : static_cast<double>(act[i]);
-  }
-  if (solsta == sol_dual_infeas_cer) return TVN_simplex_clearduals(lp, sol);
-  for (int32_t j = 0; j < lp.numvar; j++) {
-    const double d = TVN_verify_reducedcost(lp, j, certificate ? 0.0 : lp.c[j], sol.y);
-    if (certificate && sol.slx[j] > 0 && sol.sux[j] > 0) continue; // crossing bounds
-    const int32_t key = certificate ? static_cast<int32_t>(sk_unk) : sol.skx[j];
-    const bool between = key == sk_bas || key == sk_supbas;
-    sol.slx[j] = key == sk_low ? d : key == sk_upr || between ? 0 : std::max(d, 0.0);
-    sol.sux[j] = key == sk_upr ? -d : key == sk_low || between ? 0 : std::max(-d, 0.0);
-  }
-}
-
 struct presolve_run {
   const simplex_run& run;
   prslv_context* ctx;
@@ -110,9 +88,9 @@ simplex_code presolve_run::reduce() {
 // Solution of what presolve left, in the live places of sol.
 void presolve_run::solve_reduced() {
   reduced_problem r;
-  TVN_simplex_copyreduced(run.sys, *ctx, r);
+  TVN_prslv_copyreduced(run.sys, *ctx, r);
   TVN_prslv_keeprecords(*ctx);
-  if (run.param.hotstart != 0) TVN_simplex_gatherkeys(run.sol, r);
+  if (run.param.hotstart != 0) TVN_prslv_gatherkeys(run.sol, r);
   simplex_param inner = run.param;
   inner.judged = false;
   inner.savelu = false; // a factor of the reduced basis is of no use to the next run
@@ -122,7 +100,7 @@ void presolve_run::solve_reduced() {
     TVN_simplex_renamebasis(left, r.con2user.data(), r.var2user.data());
     *run.kept = std::move(left);
   }
-  TVN_simplex_spreadreduced(r, run.lp.numcon, run.lp.numvar, run.sol);
+  TVN_prslv_spreadreduced(r, run.lp.numcon, run.lp.numvar, run.sol);
 }
 
 // A stop during the walk back leaves time to finish it, for otherwise what the run has reached would be lost.
@@ -150,7 +128,7 @@ bool presolve_run::back() {
                                run.sol, {&w, poll_walk});
   if (code == prslv_code::stopped && info.response == simplex_code::ok) info.response = w.watch.stop;
   if (code != prslv_code::ok) return false;
-  refresh(run.sys, run.lp, claim, run.sol);
+  TVN_prslv_refresh(run.sys, run.lp, claim, run.sol);
   return true;
 }
 
@@ -158,7 +136,7 @@ bool presolve_run::back() {
 bool solve_with_presolve(const simplex_run& run, simplex_param& again) {
   simplex_info& info = run.info;
   editable_problem e;
-  TVN_simplex_copyeditable(run.sys, run.lp, e);
+  TVN_prslv_copyeditable(run.sys, run.lp, e);
   presolve_run presolved(run, e.p);
   info.response = presolved.reduce();
   if (info.response != simplex_code::ok) {
@@ -230,7 +208,7 @@ void optimize_reformulated(const simplex_run& run) {
   solve_as_given(run.on(r.lp));
   const int32_t claim = run.info.solsta;
   TVN_simplex_reformulatepostsolve(r, claim, run.sol);
-  refresh(run.sys, run.lp, claim, run.sol);
+  TVN_prslv_refresh(run.sys, run.lp, claim, run.sol);
   if (TVN_simplex_settlestatus(run) || run.info.response != simplex_code::ok) return;
   simplex_param again = run.param;
   again.presolve = again.hotstart = 0;

@@ -43,7 +43,7 @@ outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true
   {
     const tvn::lp_view lp = p.view();
     tvn::editable_problem e;
-    tvn::TVN_simplex_copyeditable(*sys, lp, e);
+    tvn::TVN_prslv_copyeditable(*sys, lp, e);
     tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
     auditor audit;
     tvn::TVN_prslv_putaudit(*ctx, audit.hook());
@@ -51,7 +51,7 @@ outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true
     o.presolved = o.stats.status;
     if (o.presolved == tvn::prs_undecided || o.presolved == tvn::prs_solved) {
       tvn::reduced_problem r;
-      tvn::TVN_simplex_copyreduced(*sys, *ctx, r);
+      tvn::TVN_prslv_copyreduced(*sys, *ctx, r);
       tvn::simplex_info info;
       tvn::simplex_param simplex = direct_param();
       simplex.presolve = 0;
@@ -62,7 +62,7 @@ outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true
       for (int32_t i = 0; i < r.lp.numcon; i++) o.objective += r.lp.cslack[i] * r.sol.xc[i];
       for (int32_t j = 0; j < r.lp.numvar; j++) o.objective += r.lp.c[j] * r.sol.xx[j];
       if (move != 0 && o.solsta == tvn::sol_optimal) o.moved = move_point(r, move);
-      tvn::TVN_simplex_spreadreduced(r, p.m, p.n, sol);
+      tvn::TVN_prslv_spreadreduced(r, p.m, p.n, sol);
     } else {
       o.solsta = o.presolved == tvn::prs_prim_infeas ? tvn::sol_prim_infeas_cer : tvn::sol_dual_infeas_cer;
       tvn::TVN_prslv_getcertificate(*ctx, sol);
@@ -216,7 +216,7 @@ TEST(Presolve, WalksBackUnderNearStatusesAsUnderPlainOnes) {
   tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
   {
     tvn::editable_problem e;
-    tvn::TVN_simplex_copyeditable(*sys, p.view(), e);
+    tvn::TVN_prslv_copyeditable(*sys, p.view(), e);
     tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
     tvn::prslv_stats stats;
     EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, settings(1), stats, {}), tvn::prslv_code::ok);
@@ -308,14 +308,14 @@ TEST(Presolve, KeepsTheIntegerOptimumAndFixesIntegersAtIntegersOnly) {
     tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
     {
       tvn::editable_problem e;
-      tvn::TVN_simplex_copyeditable(*sys, p.view(), e);
+      tvn::TVN_prslv_copyeditable(*sys, p.view(), e);
       e.p.varint = isint.data();
       tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
       tvn::prslv_stats stats;
       EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, settings(seed), stats, {}), tvn::prslv_code::ok);
       ASSERT_TRUE(stats.status == tvn::prs_undecided || stats.status == tvn::prs_solved);
       tvn::reduced_problem r;
-      tvn::TVN_simplex_copyreduced(*sys, *ctx, r);
+      tvn::TVN_prslv_copyreduced(*sys, *ctx, r);
       for (int32_t j = 0; j < r.lp.numvar; j++) left.push_back(isint[size_t(r.var2user[j])]);
       for (int32_t j = 0; j < p.n; j++) {
         const bool fixed = isint[size_t(j)] && !tvn::TVN_prslv_varislive(*ctx, j);
@@ -523,13 +523,13 @@ TEST(Presolve, FindsNextToNothingInItsOwnResult) {
     tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
     for (int run = 0; run < 2; run++) {
       tvn::editable_problem e;
-      tvn::TVN_simplex_copyeditable(*sys, p.view(), e);
+      tvn::TVN_prslv_copyeditable(*sys, p.view(), e);
       tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
       tvn::prslv_stats stats;
       EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, settings(1), stats, {}), tvn::prslv_code::ok);
       again += run == 1 && tvn::TVN_prslv_getnumred(*ctx) > 2; // beyond the two snapshots
       tvn::reduced_problem r;
-      tvn::TVN_simplex_copyreduced(*sys, *ctx, r);
+      tvn::TVN_prslv_copyreduced(*sys, *ctx, r);
       p = stats.status == tvn::prs_undecided ? case_of(r) : lp_case{};
       if (p.beg.empty()) p.beg.push_back(0);
       tvn::TVN_prslv_delete(ctx);
@@ -572,7 +572,7 @@ TEST(Presolve, StopsWhenAskedAndGivesTheProblemBack) {
   {
     const tvn::lp_view lp = p.view();
     tvn::editable_problem e;
-    tvn::TVN_simplex_copyeditable(*sys, lp, e);
+    tvn::TVN_prslv_copyeditable(*sys, lp, e);
     tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
     tvn::prslv_stats stats;
     const tvn::prslv_progress stop{nullptr, [](void*, int32_t) { return 1; }};
@@ -689,7 +689,7 @@ TEST(Presolve, AsksSoonAndCostsLittleWhereThereIsMuchToDo) {
     tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
     {
       tvn::editable_problem e;
-      tvn::TVN_simplex_copyeditable(*sys, p.view(), e);
+      tvn::TVN_prslv_copyeditable(*sys, p.view(), e);
       tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
       tvn::prslv_stats stats;
       ask_meter meter;

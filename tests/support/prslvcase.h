@@ -2,7 +2,7 @@
 #pragma once
 
 #include "oracle.h"
-#include "simplex/presolved.h"
+#include "prslv/reduced.h"
 
 #include <map>
 #include <set>

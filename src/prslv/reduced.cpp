@@ -1,5 +1,9 @@
-// The bridge between the simplex frame and presolve: a compact copy of what presolve leaves, and the way back.
-#include "simplex/presolved.h"
+// Copies around presolve. See reduced.h.
+#include "prslv/reduced.h"
+
+#include "verify/verify.h"
+
+#include <algorithm>
 
 namespace tvn {
 
@@ -50,7 +54,7 @@ void copy_matrix(sysenv& sys, const prslv_context& ctx, const prslv_problem& p, 
 
 } // namespace
 
-void TVN_simplex_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_problem& r) {
+void TVN_prslv_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_problem& r) {
   const prslv_problem& p = TVN_prslv_getproblem(ctx);
   buffer<int32_t> newrow;
   number_live(sys, ctx, p, r, newrow);
@@ -96,7 +100,7 @@ void TVN_simplex_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_prob
   for (double** v : {&r.sol.xx, &r.sol.slx, &r.sol.sux}) *v = reals.take(n);
 }
 
-void TVN_simplex_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t numvar, lp_solution& sol) {
+void TVN_prslv_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t numvar, lp_solution& sol) {
   for (double* v : {sol.xc, sol.y, sol.slc, sol.suc}) std::fill_n(v, numcon, 0.0);
   for (double* v : {sol.xx, sol.slx, sol.sux}) std::fill_n(v, numvar, 0.0);
   std::fill_n(sol.skc, numcon, static_cast<int32_t>(sk_unk));
@@ -118,7 +122,7 @@ void TVN_simplex_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t
   }
 }
 
-void TVN_simplex_gatherkeys(const lp_solution& sol, reduced_problem& r) {
+void TVN_prslv_gatherkeys(const lp_solution& sol, reduced_problem& r) {
   for (int32_t i = 0; i < r.lp.numcon; i++) {
     const int32_t key = sol.skc[r.con2user[i]];
     r.sol.skc[i] = key == sk_supbas ? static_cast<int32_t>(sk_unk) : key; // its activity may be another one now
@@ -129,7 +133,7 @@ void TVN_simplex_gatherkeys(const lp_solution& sol, reduced_problem& r) {
   }
 }
 
-void TVN_simplex_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e) {
+void TVN_prslv_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e) {
   const int64_t m = lp.numcon, n = lp.numvar;
   e.keys.reset(sys, m + n);
   e.reals.reset(sys, 3 * (m + n));
@@ -159,6 +163,31 @@ void TVN_simplex_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& 
   else
     std::fill_n(p.cc, m, 0.0);
   p.cfix = lp.cfix;
+}
+
+void TVN_prslv_clearduals(const lp_view& lp, lp_solution& sol) {
+  for (double* v : {sol.y, sol.slc, sol.suc}) std::fill_n(v, lp.numcon, 0.0);
+  for (double* v : {sol.slx, sol.sux}) std::fill_n(v, lp.numvar, 0.0);
+}
+
+void TVN_prslv_refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol) {
+  const bool certificate = solsta == sol_prim_infeas_cer || solsta == sol_dual_infeas_cer;
+  buffer<long double> act(sys, lp.numcon, 0.0L);
+  for (int32_t j = 0; j < lp.numvar; j++)
+    for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) act[lp.sub[p]] += static_cast<long double>(lp.val[p]) * sol.xx[j];
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    const int32_t key = certificate ? static_cast<int32_t>(sk_unk) : sol.skc[i];
+    sol.xc[i] = key == sk_low || key == sk_fix ? lp.blc[i] : key == sk_upr ? lp.buc[i] : static_cast<double>(act[i]);
+  }
+  if (solsta == sol_dual_infeas_cer) return TVN_prslv_clearduals(lp, sol);
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    const double d = TVN_verify_reducedcost(lp, j, certificate ? 0.0 : lp.c[j], sol.y);
+    if (certificate && sol.slx[j] > 0 && sol.sux[j] > 0) continue; // crossing bounds
+    const int32_t key = certificate ? static_cast<int32_t>(sk_unk) : sol.skx[j];
+    const bool between = key == sk_bas || key == sk_supbas;
+    sol.slx[j] = key == sk_low ? d : key == sk_upr || between ? 0 : std::max(d, 0.0);
+    sol.sux[j] = key == sk_upr ? -d : key == sk_low || between ? 0 : std::max(-d, 0.0);
+  }
 }
 
 } // namespace tvn

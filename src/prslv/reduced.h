@@ -1,8 +1,7 @@
-// The bridge between the simplex frame and presolve: a compact copy of what presolve leaves, and the way back.
+// What an optimizer needs around presolve: a copy that it may edit, a compact copy of what it leaves, and the way back.
 #pragma once
 
 #include "prslv/prslv.h"
-#include "simplex/base/types.h"
 
 namespace tvn {
 
@@ -16,11 +15,11 @@ struct reduced_problem {
   buffer<double> val, reals;
 };
 
-void TVN_simplex_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_problem& r);
+void TVN_prslv_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_problem& r);
 // Solution of the reduced problem into the live places of the full one; the others become 0.
-void TVN_simplex_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t numvar, lp_solution& sol);
+void TVN_prslv_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t numvar, lp_solution& sol);
 // Keys of the full problem at the live places, for a start of the reduced one.
-void TVN_simplex_gatherkeys(const lp_solution& sol, reduced_problem& r);
+void TVN_prslv_gatherkeys(const lp_solution& sol, reduced_problem& r);
 
 // The vectors of a problem that presolve may edit, with the view of it. The matrix is not copied.
 struct editable_problem {
@@ -29,6 +28,10 @@ struct editable_problem {
   buffer<double> reals;
 };
 
-void TVN_simplex_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e);
+void TVN_prslv_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e);
+
+void TVN_prslv_clearduals(const lp_view& lp, lp_solution& sol);
+// Activities and reduced costs of the user's problem from x and y, so that the identities hold to the last digit.
+void TVN_prslv_refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol);
 
 } // namespace tvn
