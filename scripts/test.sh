@@ -1,11 +1,10 @@
 #!/bin/sh
 # Builds and runs the tests: the whole suite in release, then the quick part under AddressSanitizer and UBSan.
-# TOVAN_DATA (default ../shared/data) names the folder of the public test problems; tests that need them skip without.
+# TOVAN_DATA names the folder of the public test problems; tests that need them skip with a line when it is not set.
 set -e
 top=$(cd "$(dirname "$0")/.." && pwd)
 sh "$top/scripts/setup.sh" g++ cmake ninja-build zlib1g-dev libgtest-dev libbenchmark-dev binutils
 cd "$top"
-export TOVAN_DATA="${TOVAN_DATA:-$top/../shared/data}"
 jobs=$(nproc)
 for preset in release asan; do
   echo "== $preset"

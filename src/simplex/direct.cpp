@@ -111,8 +111,8 @@ void drop_noise(simplex_state& s, buffer<double>& y) {
     if (!missed[i]) y[i] = 0;
 }
 
-// Duals of one item from its reduced cost and key.
-void split_dual(double d, int32_t key, double& sl, double& su) {
+// Duals of one item from its reduced cost and key; a basic or free one has none, whatever rounding is left in d.
+void rest_dual(double d, int32_t key, double& sl, double& su) {
   sl = su = 0;
   if (key == sk_low)
     sl = d;
@@ -155,10 +155,10 @@ void export_duals(const simplex_state& s, const lp_view& lp, const buffer<double
     const int32_t k = w.user2row[i];
     const double cs = lp.cslack ? lp.cslack[i] : 0.0;
     sol.y[i] = k < 0 ? -cs : y[k] * w.rowscale[k];
-    split_dual(cs + sol.y[i], sol.skc[i], sol.slc[i], sol.suc[i]);
+    rest_dual(cs + sol.y[i], sol.skc[i], sol.slc[i], sol.suc[i]);
   }
   for (int32_t j = 0; j < lp.numvar; j++)
-    split_dual(TVN_verify_reducedcost(lp, j, lp.c[j], sol.y), sol.skx[j], sol.slx[j], sol.sux[j]);
+    rest_dual(TVN_verify_reducedcost(lp, j, lp.c[j], sol.y), sol.skx[j], sol.slx[j], sol.sux[j]);
 }
 
 // The certificate of phase one: signs by value, so that any dual at an infinite bound shows as a violation.
