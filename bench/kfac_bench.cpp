@@ -165,7 +165,7 @@ void solve(benchmark::State& state, const std::string& path, int32_t num) {
   p.fill();
   if (TVN_ch_calfac(p.factor, {}, {}) != tvn::sfk_code::ok) state.SkipWithError("failed");
   std::vector<double> rhs(p.perm.size() * static_cast<size_t>(num), 1.0),
-      work(static_cast<size_t>(TVN_sfk_worksize(p.structure)));
+      work(static_cast<size_t>(TVN_sfk_worksize(p.structure, num)));
   for (auto _ : state) {
     std::fill(rhs.begin(), rhs.end(), 1.0);
     if (num == 1)
@@ -218,7 +218,8 @@ int main(int argc, char** argv) {
     benchmark::RegisterBenchmark((name + "/factor").c_str(), factor, f, 1);
     benchmark::RegisterBenchmark((name + "/analysis").c_str(), analysis, f);
     benchmark::RegisterBenchmark((name + "/solve").c_str(), solve, f, 1);
-    benchmark::RegisterBenchmark((name + "/solve16").c_str(), solve, f, 16);
+    for (const int32_t num : {2, 4, 8, 16})
+      benchmark::RegisterBenchmark((name + "/solve" + std::to_string(num)).c_str(), solve, f, num);
     benchmark::RegisterBenchmark((name + "/twothreads").c_str(), factor, f, 2)->UseRealTime();
 #ifdef TVN_BENCH_CHOLMOD
     benchmark::RegisterBenchmark((name + "/cholmod").c_str(), cholmod, f);

@@ -1,8 +1,8 @@
 // The systems of an interior-point method on A of each file of TOVAN_DATA/lp, with a slack for each inequality: one
-// analysis, 25 factorisations with random H from 1e-8 to 1e8, three solves each. A line a file: what was chosen, flops,
-// milliseconds of all, the worst residual, and the longest time without a question to the user, in the analysis and
-// later. Arguments: names of files, or bandM for a band of M rows; form=0|1|2, densecol=N, refine=N, tolpiv=X; late: H
-// near 1e-6 for some columns, 1e6 for the others.
+// analysis, 25 factorisations with random H from 1e-8 to 1e8, three solves each (rhs=N; atonce=N of them at a time). A
+// line a file: what was chosen, flops, milliseconds of all, the worst residual, and the longest time without a question
+// to the user, in the analysis and later. Arguments: names of files, or bandM for a band of M rows; form=0|1|2,
+// densecol=N, refine=N, tolpiv=X; late: H near 1e-6 for some columns, 1e6 for the others.
 #include "kfac/kktfac.h"
 #include "tovan.h"
 
@@ -93,7 +93,7 @@ struct patience {
   void restart() { last = std::chrono::steady_clock::now(); }
 };
 
-void run(const std::string& name, const columns& a, tvn::kktfac_params params, bool late) {
+void run(const std::string& name, const columns& a, tvn::kktfac_params params, size_t numrhs, bool late) {
   patience user;
   params.progress = {&user, patience::ask};
   tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
@@ -109,7 +109,7 @@ void run(const std::string& name, const columns& a, tvn::kktfac_params params, b
     int32_t repairs = 0, drops = 0;
     std::mt19937_64 rng(1);
     std::uniform_real_distribution<double> log10h(-8, 8), unit(-1, 1);
-    std::vector<double> h(static_cast<size_t>(a.n)), x(3 * h.size()), y(3 * static_cast<size_t>(a.m));
+    std::vector<double> h(static_cast<size_t>(a.n)), x(numrhs * h.size()), y(numrhs * static_cast<size_t>(a.m));
     for (int t = 0; setup == tvn::kktfac_code::ok && t < 25; t++) {
       const double small = 1.2 * a.m / a.n;
       for (double& v : h)
@@ -123,7 +123,7 @@ void run(const std::string& name, const columns& a, tvn::kktfac_params params, b
       drops = std::max(drops, k.info.numdropped);
       // Right sides that belong to a solution, so that dependent rows do not contradict each other.
       std::fill(y.begin(), y.end(), 0.0);
-      for (size_t c = 0; c < 3; c++)
+      for (size_t c = 0; c < numrhs; c++)
         for (size_t j = 0; j < h.size(); j++) {
           x[c * h.size() + j] = unit(rng);
           const double at = unit(rng);
@@ -131,7 +131,9 @@ void run(const std::string& name, const columns& a, tvn::kktfac_params params, b
             y[c * static_cast<size_t>(a.m) + static_cast<size_t>(a.sub[p])] += a.val[p] * at;
         }
       user.restart();
-      if (TVN_kktfac_solve(k, tvn::kkt_target::exact, 3, x.data(), y.data()) != tvn::kktfac_code::ok) break;
+      if (TVN_kktfac_solve(k, tvn::kkt_target::exact, static_cast<int32_t>(numrhs), x.data(), y.data()) !=
+          tvn::kktfac_code::ok)
+        break;
       patience::ask(&user, 0, 0, 0);
       worst = std::max(worst, k.info.residual);
     }
@@ -158,12 +160,19 @@ int main(int argc, char** argv) {
   }
   tvn::kktfac_params params;
   std::vector<std::string> names;
+  size_t numrhs = 3;
   bool late = false; // two kinds of columns, as at the end of a run
   for (int k = 1; k < argc; k++) {
     if (std::strncmp(argv[k], "form=", 5) == 0)
       params.ktpe = static_cast<tvn::kkt_form>(std::atoi(argv[k] + 5));
     else if (std::strncmp(argv[k], "densecol=", 9) == 0)
       params.densecol = std::atoi(argv[k] + 9);
+    else if (std::strncmp(argv[k], "rhs=", 4) == 0)
+      numrhs = static_cast<size_t>(std::atoi(argv[k] + 4));
+    else if (std::strncmp(argv[k], "atonce=", 7) == 0)
+      params.maxrhs = std::atoi(argv[k] + 7);
+    else if (std::strncmp(argv[k], "threads=", 8) == 0)
+      params.numthr = std::atoi(argv[k] + 8);
     else if (std::strncmp(argv[k], "tolpiv=", 7) == 0)
       params.tolpiv = std::atof(argv[k] + 7);
     else if (std::strcmp(argv[k], "late") == 0)
@@ -188,6 +197,6 @@ int main(int argc, char** argv) {
     run(name,
         name.starts_with("band") ? make_band(std::atoi(name.c_str() + 4))
                                  : read_file((folder / (name + ending)).string()),
-        params, late);
+        params, numrhs, late);
   return 0;
 }

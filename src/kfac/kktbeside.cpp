@@ -69,9 +69,8 @@ sfk_code kktfac_calbeside(kktfac& k) noexcept {
   return sc.num > 0 ? TVN_sc_calschur(k.factor, k.params.progress, sc) : sfk_code::ok;
 }
 
-void kktfac_besiderhs(kktfac& k, const double* rhs) noexcept {
-  double* u = k.schur.rhs.data();
-  std::fill(k.schur.rhs.begin(), k.schur.rhs.end(), 0.0);
+void kktfac_besiderhs(const kktfac& k, const double* rhs, double* u) noexcept {
+  std::fill_n(u, k.schur.num, 0.0);
   if (k.form == kkt_form::sqdt) return;
   for (const int32_t j : k.dense)
     if (k.invh[j] != 0) *u++ = rhs[j];
@@ -81,8 +80,7 @@ void kktfac_besiderhs(kktfac& k, const double* rhs) noexcept {
   }
 }
 
-void kktfac_besidex(const kktfac& k, double* x) noexcept {
-  const double* u = k.schur.rhs.data();
+void kktfac_besidex(const kktfac& k, const double* u, double* x) noexcept {
   for (const int32_t j : k.dense) x[j] = k.invh[j] == 0 ? 0.0 : *u++;
   for (int32_t c = 0; c < k.numlow; c++, u++) {
     const double* const v = k.low.data() + int64_t{c} * k.numcol;

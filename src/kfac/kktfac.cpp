@@ -53,17 +53,19 @@ void make_storage(kktfac& k, int32_t schurspc) {
   k.sigma.reset(sys, k.params.maxlow);
   for (buffer<double>* b : {&k.h, &k.hfac, &k.invh}) b->reset(sys, k.numcol);
   for (buffer<double>* b : {&k.d, &k.dfac}) b->reset(sys, k.numrow);
-  for (buffer<double>* b : {&k.scale, &k.added, &k.work.position}) b->reset(sys, k.n);
+  for (buffer<double>* b : {&k.scale, &k.added}) b->reset(sys, k.n);
   int64_t last = 0;
   for (int32_t j = 0; k.q.beg && j < k.numcol; j++) last = std::max(last, k.q.end[j]);
   k.hoff.reset(sys, last);
   const int64_t all = int64_t{k.numcol} + k.numrow;
   for (buffer<double>* b : {&k.work.solution, &k.work.best, &k.work.rhs, &k.work.remainder, &k.work.correction})
-    b->reset(sys, all);
+    b->reset(sys, k.params.maxrhs * all);
+  k.work.position.reset(sys, int64_t{k.params.maxrhs} * k.n);
+  k.work.beside.reset(sys, int64_t{k.params.maxrhs} * k.schur.maxcol);
   k.work.residual.reset(sys, all);
   k.work.basis.reset(sys, (kkt_directions + 1) * all);
   k.work.direction.reset(sys, kkt_directions * all);
-  k.work.front.reset(sys, k.structure.maxfront);
+  k.work.front.reset(sys, TVN_sfk_worksize(k.structure, k.params.maxrhs));
 }
 
 void put_figures(const kkt_plan& plan, kktfac& k) noexcept {
@@ -89,6 +91,7 @@ void TVN_kktfac_make(sysenv& sys, int32_t numrow, int32_t numcol, const kktfac_p
   k.numrow = numrow;
   k.numcol = numcol;
   k.params = params;
+  k.params.maxrhs = std::clamp(params.maxrhs, 1, micro_wide);
 }
 
 kktfac_code kktfac_setup(kktfac& k, bool noneapart, double maxseconds) {

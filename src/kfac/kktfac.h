@@ -43,6 +43,7 @@ struct kktfac_params {
   matker_isa isa = matker_isa::avx512; // best instruction set of the kernels
   int32_t numthr = 1;                  // threads of a factorisation, with the same bits
   int32_t maxlow = 0;                  // rank-one terms of H
+  int32_t maxrhs = 1;                  // right sides that are solved at once, up to micro_wide; room for each
   sfk_progress progress;
 };
 
@@ -83,13 +84,14 @@ struct kktfac_info {
 
 constexpr int32_t kkt_directions = 6; // corrections that are combined at a time
 
-// Vectors of a solve; all but the last two are [numcol + numrow], columns first.
+// Vectors of a solve, [numcol + numrow] with columns first where nothing else is said.
 struct kktfac_work {
-  buffer<double> solution, best, rhs, remainder, correction;
+  buffer<double> solution, best, rhs, remainder, correction; // maxrhs of them
   buffer<long double> residual;
   buffer<double> basis, direction; // kkt_directions + 1 and kkt_directions of them
-  buffer<double> position;         // [order of the factor]
-  buffer<double> front;            // [maxfront]
+  buffer<double> position;         // [maxrhs * order of the factor]
+  buffer<double> beside;           // [maxrhs * columns beside the factor]
+  buffer<double> front;            // [TVN_sfk_worksize]
 };
 
 // Stays where it is from autosetup on: its parts point at each other.
@@ -134,7 +136,7 @@ void TVN_kktfac_make(sysenv& sys, int32_t numrow, int32_t numcol, const kktfac_p
 // out_of_memory, autosetup comes first again.
 [[nodiscard]] kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers);
 // num right sides, x: [num * numcol], y: [num * numrow]; they become the solutions, those that are left when it is
-// stopped excepted.
+// stopped excepted. Several at once differ from one at a time in rounding.
 [[nodiscard]] kktfac_code TVN_kktfac_solve(kktfac& k, kkt_target target, int32_t num, double* x, double* y) noexcept;
 
 } // namespace tvn

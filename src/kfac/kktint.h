@@ -31,13 +31,14 @@ inline bool kktfac_goeson(kktfac& k) noexcept {
 [[nodiscard]] sfk_code kktfac_calbeside(kktfac& k) noexcept;
 void kktfac_countinertia(kktfac& k) noexcept;
 // Right side of the Schur part for one of the system; after the solve, x of columns that are apart, and what the terms
-// of H add to the others'. rhs, x: [numcol].
-void kktfac_besiderhs(kktfac& k, const double* rhs) noexcept;
-void kktfac_besidex(const kktfac& k, double* x) noexcept;
+// of H add to the others'. rhs, x: [numcol], u: [schur.num].
+void kktfac_besiderhs(const kktfac& k, const double* rhs, double* u) noexcept;
+void kktfac_besidex(const kktfac& k, const double* u, double* x) noexcept;
 
 // All that solve leave off where the user stops them, with k.stopped.
-// The solution of the factored system: rhs, correction: [numcol + numrow], columns first.
-void kktfac_apply(kktfac& k, const double* rhs, double* correction) noexcept;
+// The solutions of the factored system, up to params.maxrhs at once: rhs, to: [num], each [numcol + numrow] with
+// columns first.
+void kktfac_apply(kktfac& k, int32_t num, const double* const* rhs, double* const* to) noexcept;
 
 struct kkt_residual {
   double worst = 0;        // the larger of both parts, each relative to its largest term
@@ -47,12 +48,23 @@ struct kkt_residual {
 // to := rhs - K v; null rhs: 0. All [numcol + numrow].
 kkt_residual kktfac_residual(kktfac& k, kkt_target target, const double* rhs, const double* v, double* to) noexcept;
 
-// Adds to v the combination of some corrections that leaves the least residual, if that makes it smaller. In and out:
-// work.remainder, the residual of v to work.rhs, and `at`.
-void kktfac_combine(kktfac& k, kkt_target target, double* v, kkt_residual& at) noexcept;
+// One of the right sides at work.
+struct kkt_vectors {
+  double *solution, *best, *rhs, *remainder, *correction;
+};
+inline kkt_vectors kktfac_vectors(kktfac& k, int32_t c) noexcept {
+  const int64_t at = c * (int64_t{k.numcol} + k.numrow);
+  kktfac_work& w = k.work;
+  return {w.solution.data() + at, w.best.data() + at, w.rhs.data() + at, w.remainder.data() + at,
+          w.correction.data() + at};
+}
 
-// Solves to the target and leaves the worst relative residual in the info. v: [numcol + numrow] right side, becomes the
-// solution; one of the work vectors only if it is `solution`.
-void kktfac_refine(kktfac& k, kkt_target target, double* v) noexcept;
+// Adds to the solution the combination of some corrections that leaves the least residual, if that makes it smaller. In
+// and out: the remainder, its residual, and `at`.
+void kktfac_combine(kktfac& k, kkt_target target, const kkt_vectors& w, kkt_residual& at) noexcept;
+
+// Solves to the target and leaves the worst relative residual in the info. The first num of work.solution, up to
+// params.maxrhs, are right sides and become solutions.
+void kktfac_refine(kktfac& k, kkt_target target, int32_t num) noexcept;
 
 } // namespace tvn

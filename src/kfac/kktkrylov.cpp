@@ -73,13 +73,14 @@ bool orthogonalise(const double* basis, int64_t n, int32_t c, double* w, least_s
 
 } // namespace
 
-void kktfac_combine(kktfac& k, kkt_target target, double* v, kkt_residual& at) noexcept {
+void kktfac_combine(kktfac& k, kkt_target target, const kkt_vectors& use, kkt_residual& at) noexcept {
   weights w{k.numcol, int64_t{k.numcol} + k.numrow, {1, 1}};
   for (int part = 0; part < 2; part++)
     if (at.term[part] > 0) w.part[part] = 1 / at.term[part];
   const int64_t n = w.all;
-  double *const basis = k.work.basis.data(), *const z = k.work.direction.data(), *const r = k.work.remainder.data(),
-                *const best = k.work.best.data(), *const t = k.work.correction.data();
+  double *const basis = k.work.basis.data(), *const z = k.work.direction.data(), *const v = use.solution,
+                *const r = use.remainder, *const best = use.best;
+  const double* const t = use.correction;
   for (int64_t i = 0; i < n; i++) basis[i] = r[i] * w.of(i);
   least_squares l;
   const double size = l.g[0] = std::sqrt(dot(basis, basis, n));
@@ -88,10 +89,11 @@ void kktfac_combine(kktfac& k, kkt_target target, double* v, kkt_residual& at) n
   int32_t num = 0;
   while (num < maxdir) {
     double *const from = basis + num * n, *const to = from + n;
-    for (int64_t i = 0; i < n; i++) t[i] = from[i] / w.of(i);
-    if (kktfac_goeson(k)) kktfac_apply(k, t, z + num * n);
+    for (int64_t i = 0; i < n; i++) use.correction[i] = from[i] / w.of(i);
+    double* const direction = z + num * n;
+    if (kktfac_goeson(k)) kktfac_apply(k, 1, &t, &direction);
     if (!kktfac_goeson(k)) return;
-    kktfac_residual(k, target, nullptr, z + num * n, to);
+    kktfac_residual(k, target, nullptr, direction, to);
     if (!kktfac_goeson(k)) return;
     for (int64_t i = 0; i < n; i++) to[i] *= -w.of(i);
     if (!orthogonalise(basis, n, num, to, l)) break;
@@ -105,9 +107,9 @@ void kktfac_combine(kktfac& k, kkt_target target, double* v, kkt_residual& at) n
   std::copy_n(v, n, best);
   for (int32_t c = 0; c < num; c++)
     for (int64_t i = 0; i < n; i++) v[i] += l.g[c] * z[c * n + i];
-  const kkt_residual now = kktfac_residual(k, target, k.work.rhs.data(), v, r);
+  const kkt_residual now = kktfac_residual(k, target, use.rhs, v, r);
   if (!(now.worst < at.worst)) std::copy_n(best, n, v);
-  at = now.worst < at.worst ? now : kktfac_residual(k, target, k.work.rhs.data(), v, r);
+  at = now.worst < at.worst ? now : kktfac_residual(k, target, use.rhs, v, r);
 }
 
 } // namespace tvn

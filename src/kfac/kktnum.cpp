@@ -171,7 +171,7 @@ double trial_residual(kktfac& k, kkt_target target) noexcept {
   for (int32_t i = 0; i < m; i++) ry[i] = known(i);
   std::copy_n(rx, n + m, k.work.rhs.data());
   kktfac_residual(k, target, nullptr, k.work.rhs.data(), rx);
-  kktfac_refine(k, target, rx);
+  kktfac_refine(k, target, 1);
   return k.info.residual;
 }
 

@@ -18,86 +18,142 @@ namespace {
 constexpr int32_t max_restarts = 3;
 
 // The factored matrix on work.position, scaled.
-void solve_positions(kktfac& k) noexcept {
+void solve_positions(kktfac& k, int32_t num, const double* const* rhs) noexcept {
   double *const z = k.work.position.data(), *const front = k.work.front.data();
-  k.stopped = !kktfac_goeson(k) || !TVN_sfk_Lx(k.factor, z, front, k.params.progress);
+  k.stopped = !kktfac_goeson(k) || !TVN_sfk_LX(k.factor, num, z, front, k.params.progress);
+  for (int32_t c = 0; !k.stopped && c < num; c++) {
+    double* const x = z + int64_t{c} * k.n;
+    if (k.schur.num > 0) {
+      double* const u = k.work.beside.data() + int64_t{c} * k.schur.maxcol;
+      kktfac_besiderhs(k, rhs[c], u);
+      TVN_sc_solve(k.factor, k.schur, x, u);
+    } else {
+      TVN_sfk_InvmulD(k.factor, x);
+    }
+    k.stopped = !kktfac_goeson(k);
+  }
   if (k.stopped) return;
-  if (k.schur.num > 0)
-    TVN_sc_solve(k.factor, k.schur, z);
-  else
-    TVN_sfk_InvmulD(k.factor, z);
-  k.stopped = !kktfac_goeson(k) || !TVN_sfk_Ltx(k.factor, z, front, k.params.progress) || !kktfac_goeson(k);
+  k.stopped = !TVN_sfk_LtX(k.factor, num, z, front, k.params.progress) || !kktfac_goeson(k);
 }
 
-// Columns that are apart get their x from the Schur part: found from y, it would lose what their small H multiplies.
-void apply_adat(kktfac& k, const double* rhs, double* to) noexcept {
+// Rows of `to` take the right side of the positions before they take y.
+void begin_adat(const kktfac& k, const double* rhs, double* to, double* z) noexcept {
   const int32_t n = k.numcol;
-  double* const z = k.work.position.data();
   const int32_t* const invp = k.structure.invp.data();
-  kktfac_besiderhs(k, rhs);
   for (int32_t i = 0; i < k.numrow; i++) to[n + i] = -rhs[n + i];
   kktfac_others(k, [&](int32_t j) {
     const double t = rhs[j] * k.invh[j];
     for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) to[n + k.a.sub[p]] += k.a.val[p] * t;
   });
   for (int32_t i = 0; i < k.numrow; i++) z[invp[i]] = k.scale[i] * to[n + i];
-  solve_positions(k);
+}
+
+// Columns that are apart get their x from the Schur part: found from y, it would lose what their small H multiplies.
+void end_adat(const kktfac& k, const double* rhs, const double* z, const double* u, double* to) noexcept {
+  const int32_t n = k.numcol;
+  const int32_t* const invp = k.structure.invp.data();
   for (int32_t i = 0; i < k.numrow; i++) to[n + i] = k.scale[i] * z[invp[i]];
   kktfac_others(k, [&](int32_t j) {
     double t = rhs[j];
     for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) t -= k.a.val[p] * to[n + k.a.sub[p]];
     to[j] = k.invh[j] == 0 ? 0.0 : t * k.invh[j];
   });
-  kktfac_besidex(k, to);
+  kktfac_besidex(k, u, to);
 }
 
-void apply_sqdt(kktfac& k, const double* rhs, double* to) noexcept {
-  double* const z = k.work.position.data();
+void begin_sqdt(const kktfac& k, const double* rhs, double* z) noexcept {
   const int32_t* const invp = k.structure.invp.data();
-  kktfac_besiderhs(k, rhs);
   for (int32_t i = 0; i < k.n; i++) z[invp[i]] = i < k.numcol && k.invh[i] == 0 ? 0.0 : k.scale[i] * rhs[i];
-  solve_positions(k);
+}
+
+void end_sqdt(const kktfac& k, const double* z, double* to) noexcept {
+  const int32_t* const invp = k.structure.invp.data();
   for (int32_t i = 0; i < k.n; i++) to[i] = k.scale[i] * z[invp[i]];
+}
+
+struct refinement {
+  kkt_vectors w;
+  kkt_residual at;
+  bool gains = true;
+};
+
+// One step for those that want it; false when none does.
+bool correct(kktfac& k, kkt_target target, int32_t num, refinement* all) noexcept {
+  const int64_t size = int64_t{k.numcol} + k.numrow;
+  refinement* wanting[micro_wide];
+  const double* from[micro_wide];
+  double* to[micro_wide];
+  int32_t count = 0;
+  for (refinement* r = all; r != all + num; r++) {
+    if (!r->gains || !(r->at.worst > k.params.tolrefine)) continue;
+    from[count] = r->w.remainder;
+    to[count] = r->w.correction;
+    wanting[count++] = r;
+  }
+  if (count == 0 || !kktfac_goeson(k)) return false;
+  kktfac_apply(k, count, from, to);
+  for (int32_t c = 0; c < count && kktfac_goeson(k); c++) {
+    refinement& r = *wanting[c];
+    double* const v = r.w.solution;
+    std::copy_n(v, size, r.w.best);
+    for (int64_t i = 0; i < size; i++) v[i] += r.w.correction[i];
+    const kkt_residual now = kktfac_residual(k, target, r.w.rhs, v, r.w.remainder);
+    k.info.numrefine++;
+    r.gains = now.worst < r.at.worst / 2;
+    if (now.worst < r.at.worst) {
+      r.at = now;
+    } else {
+      std::copy_n(r.w.best, size, v);
+      r.at = kktfac_residual(k, target, r.w.rhs, v, r.w.remainder);
+    }
+  }
+  return !k.stopped;
+}
+
+void combine(kktfac& k, kkt_target target, refinement& r) noexcept {
+  r.gains = true;
+  for (int32_t t = 0; r.gains && t < max_restarts && k.params.maxrefine > 0 && r.at.worst > k.params.tolkrylov; t++) {
+    const double before = r.at.worst;
+    kktfac_combine(k, target, r.w, r.at);
+    if (k.stopped) return;
+    r.gains = r.at.worst < before / 10;
+  }
 }
 
 } // namespace
 
-void kktfac_apply(kktfac& k, const double* rhs, double* to) noexcept {
-  k.form == kkt_form::adat ? apply_adat(k, rhs, to) : apply_sqdt(k, rhs, to);
+void kktfac_apply(kktfac& k, int32_t num, const double* const* rhs, double* const* to) noexcept {
+  const bool adat = k.form == kkt_form::adat;
+  const auto position = [&](int32_t c) { return k.work.position.data() + int64_t{c} * k.n; };
+  for (int32_t c = 0; c < num && kktfac_goeson(k); c++)
+    adat ? begin_adat(k, rhs[c], to[c], position(c)) : begin_sqdt(k, rhs[c], position(c));
+  if (!k.stopped) solve_positions(k, num, rhs);
+  for (int32_t c = 0; c < num && kktfac_goeson(k); c++) {
+    const double* const u = k.work.beside.data() + int64_t{c} * k.schur.maxcol;
+    adat ? end_adat(k, rhs[c], position(c), u, to[c]) : end_sqdt(k, position(c), to[c]);
+  }
 }
 
-void kktfac_refine(kktfac& k, kkt_target target, double* v) noexcept {
-  const int64_t all = int64_t{k.numcol} + k.numrow;
-  double *const rhs = k.work.rhs.data(), *const step = k.work.correction.data(), *const r = k.work.remainder.data(),
-                *const best = k.work.best.data();
-  std::copy_n(v, all, rhs);
-  kktfac_apply(k, rhs, v);
-  if (!kktfac_goeson(k)) return;
-  kkt_residual at = kktfac_residual(k, target, rhs, v, r);
-  bool gains = true;
-  for (int32_t t = 0; gains && t < k.params.maxrefine && at.worst > k.params.tolrefine; t++) {
-    std::copy_n(v, all, best);
-    if (kktfac_goeson(k)) kktfac_apply(k, r, step);
-    if (!kktfac_goeson(k)) return;
-    for (int64_t i = 0; i < all; i++) v[i] += step[i];
-    const kkt_residual now = kktfac_residual(k, target, rhs, v, r);
-    k.info.numrefine++;
-    gains = now.worst < at.worst / 2;
-    if (now.worst < at.worst) {
-      at = now;
-    } else {
-      std::copy_n(best, all, v);
-      at = kktfac_residual(k, target, rhs, v, r);
-    }
+void kktfac_refine(kktfac& k, kkt_target target, int32_t num) noexcept {
+  const int64_t size = int64_t{k.numcol} + k.numrow;
+  refinement all[micro_wide];
+  const double* from[micro_wide] = {};
+  double* to[micro_wide] = {};
+  for (int32_t c = 0; c < num; c++) {
+    all[c].w = kktfac_vectors(k, c);
+    from[c] = all[c].w.rhs;
+    to[c] = all[c].w.solution;
   }
-  gains = true;
-  for (int32_t t = 0; gains && t < max_restarts && k.params.maxrefine > 0 && at.worst > k.params.tolkrylov; t++) {
-    const double before = at.worst;
-    kktfac_combine(k, target, v, at);
-    if (k.stopped) return;
-    gains = at.worst < before / 10;
+  std::copy_n(k.work.solution.data(), num * size, k.work.rhs.data());
+  kktfac_apply(k, num, from, to);
+  for (int32_t c = 0; c < num && kktfac_goeson(k); c++)
+    all[c].at = kktfac_residual(k, target, from[c], to[c], all[c].w.remainder);
+  for (int32_t t = 0; t < k.params.maxrefine && !k.stopped && correct(k, target, num, all);) t++;
+  k.info.residual = 0;
+  for (int32_t c = 0; c < num && !k.stopped; c++) {
+    combine(k, target, all[c]);
+    if (!(all[c].at.worst <= k.info.residual)) k.info.residual = all[c].at.worst;
   }
-  k.info.residual = at.worst;
 }
 
 kktfac_code TVN_kktfac_solve(kktfac& k, kkt_target target, int32_t num, double* x, double* y) noexcept {
@@ -106,17 +162,23 @@ kktfac_code TVN_kktfac_solve(kktfac& k, kkt_target target, int32_t num, double* 
   double worst = 0;
   bool finite = true;
   k.stopped = false;
-  for (int32_t c = 0; c < num; c++) {
+  for (int32_t c = 0, group; c < num; c += group) {
+    group = std::min(k.params.maxrhs, num - c);
     const sfk_progress& user = k.params.progress;
     if (user.fn && user.fn(user.handle, 8, c, -1.0) != 0) return kktfac_code::stopped;
-    double* const v = k.work.solution.data();
-    std::copy_n(x + c * n, n, v);
-    std::copy_n(y + c * m, m, v + n);
-    kktfac_refine(k, target, v);
+    double* v = k.work.solution.data();
+    for (int64_t q = c; q < c + group; q++, v += n + m) {
+      std::copy_n(x + q * n, n, v);
+      std::copy_n(y + q * m, m, v + n);
+    }
+    kktfac_refine(k, target, group);
     if (k.stopped) return kktfac_code::stopped;
-    std::copy_n(v, n, x + c * n);
-    std::copy_n(v + n, m, y + c * m);
-    for (int64_t i = 0; i < n + m; i++) finite = finite && std::isfinite(v[i]);
+    v = k.work.solution.data();
+    for (int64_t q = c; q < c + group; q++, v += n + m) {
+      std::copy_n(v, n, x + q * n);
+      std::copy_n(v + n, m, y + q * m);
+      for (int64_t i = 0; i < n + m; i++) finite = finite && std::isfinite(v[i]);
+    }
     worst = std::max(worst, k.info.residual);
   }
   k.info.residual = worst;

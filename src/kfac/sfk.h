@@ -88,10 +88,11 @@ void TVN_sfk_InvmulD(const sfk_factor& f, double* x) noexcept;
 bool TVN_sfk_Ltx(const sfk_factor& f, double* x, double* work, const sfk_progress& progress = {}) noexcept;
 // Solves with the factor; rhs by node, overwritten. work: [n + maxfront]. False: stopped, rhs stands.
 bool TVN_sfk_solve(const sfk_factor& f, double* rhs, double* work, const sfk_progress& progress = {}) noexcept;
-// Several right sides at once, column by column of n: inverse of L times x, by position; solves, by node. They differ
-// from one at a time in rounding. work: [TVN_sfk_worksize]. False: stopped within a group of them.
-int64_t TVN_sfk_worksize(const sfk_structure& sfk) noexcept;
+// Several right sides at once where that pays, column by column of n: inverse of L or L' times x, by position; solves,
+// by node. They differ from one at a time in rounding. work: [TVN_sfk_worksize]. False: stopped within a group of them.
+int64_t TVN_sfk_worksize(const sfk_structure& sfk, int64_t num) noexcept;
 bool TVN_sfk_LX(const sfk_factor& f, int32_t num, double* x, double* work, const sfk_progress& progress = {}) noexcept;
+bool TVN_sfk_LtX(const sfk_factor& f, int32_t num, double* x, double* work, const sfk_progress& progress = {}) noexcept;
 bool TVN_sfk_solve_X(const sfk_factor& f, int32_t num, double* rhs, double* work,
                      const sfk_progress& progress = {}) noexcept;
 

@@ -162,6 +162,32 @@ void scatter_rows(const double* rows, int64_t n, int64_t num, const int32_t* per
     for (int64_t q = 0; q < num; q++) x[(perm ? perm[k] : k) + q * n] = rows[q];
 }
 
+// Rows of zeros cost what right sides cost. One at a time is faster for less than so many, the sooner where L is read
+// from near by.
+int64_t least_wide(const sfk_structure& s) noexcept { return s.stored > 500'000 ? 3 : 4; }
+
+// one: of a column that is left where it is; many: of rows.
+template <class One, class Many>
+bool by_groups(const sfk_factor& f, int32_t num, double* x, const int32_t* perm, double* work,
+               const sfk_progress& progress, One one, Many many) noexcept {
+  solve_watch watch{progress};
+  const int64_t n = f.sfk->n, least = least_wide(*f.sfk);
+  double* const rows = work + f.sfk->maxfront * wide;
+  for (int64_t c = 0; c < num;) {
+    const int64_t group = num - c < least ? 1 : std::min(wide, num - c);
+    double* const first = x + c * n;
+    c += group;
+    if (group == 1) {
+      if (!one(first)) return false;
+      continue;
+    }
+    gather_rows(first, n, group, perm, rows);
+    if (!many(rows, watch)) return false;
+    scatter_rows(rows, n, group, perm, first);
+  }
+  return true;
+}
+
 } // namespace
 
 bool TVN_sfk_Lx(const sfk_factor& f, double* x, double* work, const sfk_progress& progress) noexcept {
@@ -218,35 +244,32 @@ bool TVN_sfk_solve(const sfk_factor& f, double* rhs, double* work, const sfk_pro
   return true;
 }
 
-int64_t TVN_sfk_worksize(const sfk_structure& s) noexcept { return (int64_t{s.n} + s.maxfront) * wide; }
+int64_t TVN_sfk_worksize(const sfk_structure& s, int64_t num) noexcept {
+  return num < least_wide(s) ? int64_t{s.n} + s.maxfront : (int64_t{s.n} + s.maxfront) * wide;
+}
 
 bool TVN_sfk_LX(const sfk_factor& f, int32_t num, double* x, double* work, const sfk_progress& progress) noexcept {
-  solve_watch watch{progress};
-  const int64_t n = f.sfk->n;
-  double* const rows = work + f.sfk->maxfront * wide;
-  for (int64_t c = 0; c < num; c += wide) {
-    gather_rows(x + c * n, n, std::min(wide, num - c), nullptr, rows);
-    if (!forward_all(f, rows, work, watch)) return false;
-    scatter_rows(rows, n, std::min(wide, num - c), nullptr, x + c * n);
-  }
-  return true;
+  return by_groups(
+      f, num, x, nullptr, work, progress, [&](double* y) { return TVN_sfk_Lx(f, y, work, progress); },
+      [&](double* rows, solve_watch& watch) { return forward_all(f, rows, work, watch); });
+}
+
+bool TVN_sfk_LtX(const sfk_factor& f, int32_t num, double* x, double* work, const sfk_progress& progress) noexcept {
+  return by_groups(
+      f, num, x, nullptr, work, progress, [&](double* y) { return TVN_sfk_Ltx(f, y, work, progress); },
+      [&](double* rows, solve_watch& watch) { return backward_all(f, rows, work, watch); });
 }
 
 bool TVN_sfk_solve_X(const sfk_factor& f, int32_t num, double* rhs, double* work,
                      const sfk_progress& progress) noexcept {
-  solve_watch watch{progress};
-  const int64_t n = f.sfk->n;
-  const int32_t* const perm = f.sfk->perm.data();
-  double* const rows = work + f.sfk->maxfront * wide;
-  for (int64_t c = 0; c < num; c += wide) {
-    gather_rows(rhs + c * n, n, std::min(wide, num - c), perm, rows);
-    if (!forward_all(f, rows, work, watch)) return false;
-    for (int64_t k = 0; k < n; k++)
-      for (int64_t q = 0; q < wide; q++) rows[k * wide + q] /= f.d[k];
-    if (!backward_all(f, rows, work, watch)) return false;
-    scatter_rows(rows, n, std::min(wide, num - c), perm, rhs + c * n);
-  }
-  return true;
+  return by_groups(
+      f, num, rhs, f.sfk->perm.data(), work, progress, [&](double* x) { return TVN_sfk_solve(f, x, work, progress); },
+      [&](double* rows, solve_watch& watch) {
+        if (!forward_all(f, rows, work, watch)) return false;
+        for (int64_t k = 0; k < f.sfk->n; k++)
+          for (int64_t q = 0; q < wide; q++) rows[k * wide + q] /= f.d[k];
+        return backward_all(f, rows, work, watch);
+      });
 }
 
 } // namespace tvn

@@ -70,10 +70,9 @@ void TVN_sc_create(sysenv& sys, const sfk_factor& f, int32_t maxcol, schur_part&
   sc.t.reset(sys, int64_t{maxcol} * maxcol);
   sc.e.reset(sys, int64_t{maxcol} * maxcol);
   sc.scale.reset(sys, maxcol);
-  sc.rhs.reset(sys, maxcol);
   sc.piv.reset(sys, maxcol);
   sc.pack.reset(sys, maxcol > 0 ? (maxcol + 1) * slice + TVN_matker_packsize(f.ker) : 0);
-  sc.solve.reset(sys, maxcol > 0 ? TVN_sfk_worksize(*f.sfk) : 0);
+  sc.solve.reset(sys, maxcol > 0 ? TVN_sfk_worksize(*f.sfk, std::min(maxcol, micro_wide)) : 0);
 }
 
 double* TVN_sc_addcol(schur_part& sc, double t) noexcept {
@@ -100,16 +99,16 @@ sfk_code TVN_sc_calschur(const sfk_factor& f, const sfk_progress& progress, schu
              : sfk_code::stopped;
 }
 
-void TVN_sc_solve(const sfk_factor& f, schur_part& sc, double* x) noexcept {
+void TVN_sc_solve(const sfk_factor& f, const schur_part& sc, double* x, double* u) noexcept {
   const int64_t n = sc.n;
   TVN_sfk_InvmulD(f, x);
-  for (int64_t c = 0; c < sc.num; c++) sc.rhs[c] = sc.scale[c] * (sc.rhs[c] - dot(sc.v.data() + c * n, x, n));
-  TVN_bunchkauf_solve(sc.num, sc.e.data(), sc.num, sc.piv.data(), sc.rhs.data());
+  for (int64_t c = 0; c < sc.num; c++) u[c] = sc.scale[c] * (u[c] - dot(sc.v.data() + c * n, x, n));
+  TVN_bunchkauf_solve(sc.num, sc.e.data(), sc.num, sc.piv.data(), u);
   for (int64_t c = 0; c < sc.num; c++) {
-    const double u = sc.rhs[c] *= sc.scale[c];
-    if (u == 0) continue;
+    const double t = u[c] *= sc.scale[c];
+    if (t == 0) continue;
     const double* __restrict const v = sc.v.data() + c * n;
-    for (int64_t i = 0; i < n; i++) x[i] += u * v[i] / f.d[i];
+    for (int64_t i = 0; i < n; i++) x[i] += t * v[i] / f.d[i];
   }
 }
 

@@ -17,7 +17,7 @@ struct schur_part {
   buffer<double> v;                   // [n * maxcol] by column, in positions
   buffer<double> t;                   // [maxcol^2] lower triangle by columns of maxcol
   buffer<double> e;                   // [maxcol^2]
-  buffer<double> scale, rhs;          // [maxcol] powers of two that bring the diagonal of E near 1; u
+  buffer<double> scale;               // [maxcol] powers of two that bring the diagonal of E near 1
   buffer<int32_t> piv;                // [maxcol]
   buffer<double> pack, solve;         // of the products: a slice of V' and the kernels' own; of the triangular solves
   bunchkauf_inertia inertia;          // of E
@@ -32,7 +32,7 @@ inline void TVN_sc_putcross(schur_part& sc, int64_t r, int64_t c, double t) noex
 // E and its factor. failed: a NaN or an infinite number came out.
 [[nodiscard]] sfk_code TVN_sc_calschur(const sfk_factor& f, const sfk_progress& progress, schur_part& sc) noexcept;
 // Solves K0 x - W u = x, W' x + T u = u, where x, in positions, has been through L and is divided by D on return.
-// u: [num] sc.rhs, right side and solution.
-void TVN_sc_solve(const sfk_factor& f, schur_part& sc, double* x) noexcept;
+// u: [num] right side and solution.
+void TVN_sc_solve(const sfk_factor& f, const schur_part& sc, double* x, double* u) noexcept;
 
 } // namespace tvn

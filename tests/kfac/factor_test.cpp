@@ -149,7 +149,7 @@ TEST(SymmetricFactor, SolvesRandomSystemsInAnyOrder) {
     EXPECT_GE(s.structure.stored, s.structure.nnzl);
     // Several at once.
     const int32_t num = 1 + static_cast<int32_t>(seed % 19);
-    std::vector<double> all, work(static_cast<size_t>(TVN_sfk_worksize(s.structure)), std::nan(""));
+    std::vector<double> all, work(static_cast<size_t>(TVN_sfk_worksize(s.structure, num)), std::nan(""));
     for (int32_t k = 0; k < num; k++)
       for (const double v : b) all.push_back(v * (k + 1));
     TVN_sfk_solve_X(s.factor, num, all.data(), work.data());

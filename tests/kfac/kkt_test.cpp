@@ -275,6 +275,51 @@ TEST(Kkt, SolvesWithAndWithoutRegularisation) {
   }
 }
 
+// Each of several at once to its own end, whatever it takes.
+TEST(Kkt, SolvesSeveralAtOnce) {
+  for (uint64_t seed = 0; seed < 120; seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937_64 rng(seed);
+    const bool longer = seed % 3 == 0;
+    shape s;
+    s.numlong = longer ? 3 : 0;
+    kkt_case c = random_case(rng, longer ? 30 : 12, 20, s);
+    if (seed % 5 == 0) add_terms(rng, c);
+    std::vector<double> rp(size_t(c.n), 0.0); // a column that corrections have to be combined for
+    if (seed % 4 == 0) rp[rng() % 10] = 1e3;
+    kktfac_numbers numbers = c.numbers();
+    numbers.rp = rp.data();
+    kktfac_params params;
+    params.ktpe = seed % 2 ? kkt_form::adat : kkt_form::sqdt;
+    params.densecol = 1;
+    params.maxlow = 2;
+    params.maxrhs = 1 + static_cast<int32_t>(seed % 8);
+    solver t;
+    ASSERT_EQ(t.setup(c, params), kktfac_code::ok);
+    ASSERT_EQ(TVN_kktfac_numfac(t.k, numbers), kktfac_code::ok);
+    const int32_t num = 1 + static_cast<int32_t>(rng() % 19);
+    std::vector<double> x = random_vector(rng, num * c.n), y = random_vector(rng, num * c.m);
+    std::fill(x.begin(), x.begin() + c.n, 0.0);
+    std::fill(y.begin(), y.begin() + c.m, 0.0);
+    const std::vector<double> bx = x, by = y;
+    ASSERT_EQ(TVN_kktfac_solve(t.k, kkt_target::exact, num, x.data(), y.data()), kktfac_code::ok);
+    const dense full = matrix_of(c);
+    for (int32_t q = 0; q < num; q++) {
+      const auto of = [&](const std::vector<double>& top, const std::vector<double>& bottom) {
+        std::vector<double> v(top.begin() + q * c.n, top.begin() + (q + 1) * c.n);
+        v.insert(v.end(), bottom.begin() + q * c.m, bottom.begin() + (q + 1) * c.m);
+        return v;
+      };
+      EXPECT_LE(relative_residual(full, of(x, y), of(bx, by)), seed % 4 ? tolresidual : 1e-10) << q << " of " << num;
+    }
+    EXPECT_EQ(t.k.info.numsolve, num);
+    std::vector<double> againx = bx, againy = by;
+    ASSERT_EQ(TVN_kktfac_solve(t.k, kkt_target::exact, num, againx.data(), againy.data()), kktfac_code::ok);
+    EXPECT_EQ(x, againx);
+    EXPECT_EQ(y, againy);
+  }
+}
+
 // Three columns of another size than in the factor: single corrections do not converge, four together do.
 TEST(Kkt, CombinesCorrectionsWhereOneAtATimeDoesNot) {
   for (uint64_t seed = 0; seed < 40; seed++) {
