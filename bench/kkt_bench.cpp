@@ -1,7 +1,8 @@
 // The systems of an interior-point method on A of each file of TOVAN_DATA/lp, with a slack for each inequality: one
 // analysis, 25 factorisations with random H from 1e-8 to 1e8, three solves each (rhs=N; atonce=N of them at a time). A
 // line a file: what was chosen, flops, milliseconds of all, the worst residual, and the longest time without a question
-// to the user, in the analysis and later. Arguments: names of files, or bandM for a band of M rows; form=0|1|2,
+// to the user, in the analysis and later. Arguments: names of files, bandM for a band of M rows, cubeS for the
+// edges of a grid with S^3 nodes; form=0|1|2,
 // densecol=N, refine=N, tolpiv=X; late: H near 1e-6 for some columns, 1e6 for the others.
 #include "kfac/kktfac.h"
 #include "tovan.h"
@@ -75,6 +76,21 @@ columns make_band(int32_t m) {
                             first + 20 + static_cast<int32_t>(rng() % 10)};
     const double values[] = {1, -1, 2};
     a.add(3, rows, values);
+  }
+  return a;
+}
+
+// A A' is a grid in three dimensions, shifted.
+columns make_cube(int32_t side) {
+  columns a;
+  a.m = side * side * side;
+  const double values[] = {1, -1};
+  for (int32_t i = 0; i < a.m; i++) {
+    a.add(1, &i, values);
+    for (const int32_t step : {1, side, side * side}) {
+      const int32_t rows[] = {i - step, i};
+      if (i / step % side > 0) a.add(2, rows, values);
+    }
   }
   return a;
 }
@@ -195,8 +211,9 @@ int main(int argc, char** argv) {
               "form", "factor", "schur", "solve", "ref", "rep", "drop", "residual", "predict", "gap", "gap");
   for (const std::string& name : names)
     run(name,
-        name.starts_with("band") ? make_band(std::atoi(name.c_str() + 4))
-                                 : read_file((folder / (name + ending)).string()),
+        name.starts_with("band")   ? make_band(std::atoi(name.c_str() + 4))
+        : name.starts_with("cube") ? make_cube(std::atoi(name.c_str() + 4))
+                                   : read_file((folder / (name + ending)).string()),
         params, numrhs, late);
   return 0;
 }

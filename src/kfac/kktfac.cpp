@@ -30,7 +30,6 @@ sfk_code make_adat(kktfac& k, const kkt_plan& plan) {
       TVN_adat_sort(*k.sys, k.a, plan.apart.data(), k.structure.invp.data(), k.params.progress, k.ada);
   k.ada.val.reset(*k.sys, k.ada.row.size());
   k.local.reset(*k.sys, k.numrow);
-  k.structure.dest.clear(); // columns are gathered in another way
   return code;
 }
 
@@ -109,7 +108,9 @@ kktfac_code kktfac_setup(kktfac& k, bool noneapart, double maxseconds) {
   k.dense.clear();
   k.sign.clear();
   k.form = plan.form;
-  code = TVN_sfk_setupL(sys, plan.pattern.graph(), plan.perm.data(), k.params.progress, k.structure);
+  // Columns of A D A' are gathered without places.
+  const sfk_places places = k.form == kkt_form::adat ? sfk_places::diagonal : sfk_places::all;
+  code = TVN_sfk_setupL(sys, plan.pattern.graph(), plan.perm.data(), k.params.progress, k.structure, places);
   if (code != sfk_code::ok) return to_code(code);
   code = k.form == kkt_form::adat ? make_adat(k, plan) : make_sqdt(k, plan);
   if (code != sfk_code::ok) return to_code(code);

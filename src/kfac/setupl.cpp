@@ -217,6 +217,12 @@ int64_t place_of(const sfk_structure& s, int32_t k, int32_t row, int32_t col) no
   return s.valbeg[k] + (col - first) * height + at;
 }
 
+void find_diagonal(sysenv& sys, sfk_structure& s) {
+  s.diagdest.reset(sys, s.n);
+  for (int32_t k = 0; k < s.numsn; k++)
+    for (int32_t j = s.snbeg[k]; j < s.snbeg[k + 1]; j++) s.diagdest[s.perm[j]] = place_of(s, k, j, j);
+}
+
 bool find_places(sysenv& sys, const sorder_graph& g, sorder_watch& watch, sfk_structure& s) {
   buffer<int32_t> col2sn(sys, s.n);
   int64_t last = 0;
@@ -224,10 +230,8 @@ bool find_places(sysenv& sys, const sorder_graph& g, sorder_watch& watch, sfk_st
     for (int32_t j = s.snbeg[k]; j < s.snbeg[k + 1]; j++) col2sn[j] = k;
   for (int32_t j = 0; j < s.n; j++) last = std::max(last, g.end[j]);
   s.dest.reset(sys, last, int64_t{-1});
-  s.diagdest.reset(sys, s.n);
   for (int32_t j = 0; j < s.n; j++) {
     const int32_t a = s.invp[j];
-    s.diagdest[j] = place_of(s, col2sn[a], a, a);
     for (int64_t p = g.beg[j]; p < g.end[j]; p++) {
       if (g.sub[p] == j) continue;
       const int32_t b = s.invp[g.sub[p]], col = std::min(a, b);
@@ -241,7 +245,7 @@ bool find_places(sysenv& sys, const sorder_graph& g, sorder_watch& watch, sfk_st
 } // namespace
 
 sfk_code TVN_sfk_setupL(sysenv& sys, const sorder_graph& graph, const int32_t* perm, const sfk_progress& progress,
-                        sfk_structure& s) {
+                        sfk_structure& s, sfk_places places) {
   s = sfk_structure{};
   s.n = graph.n;
   sorder_tree tree;
@@ -264,7 +268,9 @@ sfk_code TVN_sfk_setupL(sysenv& sys, const sorder_graph& graph, const int32_t* p
   s.uprow.reset(sys, s.rowbeg[s.numsn]);
   find_uprows(s);
   choose_subtrees(sys, s);
-  return find_places(sys, graph, watch, s) && watch.begin_phase() ? sfk_code::ok : sfk_code::stopped;
+  find_diagonal(sys, s);
+  if (places == sfk_places::all && !find_places(sys, graph, watch, s)) return sfk_code::stopped;
+  return watch.begin_phase() ? sfk_code::ok : sfk_code::stopped;
 }
 
 } // namespace tvn

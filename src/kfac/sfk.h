@@ -45,10 +45,14 @@ using sfk_progress = sorder_progress;
 
 enum class sfk_code : int32_t { ok = 0, failed = 2, stopped = 5 };
 
+// What is told of where entries go: without `dest` time and memory are saved.
+enum class sfk_places { all, diagonal };
+
 // The structure of the factor of the graph in this order (position to node; null: as it is), columns postordered.
 // Throws out_of_memory.
 [[nodiscard]] sfk_code TVN_sfk_setupL(sysenv& sys, const sorder_graph& graph, const int32_t* perm,
-                                      const sfk_progress& progress, sfk_structure& sfk);
+                                      const sfk_progress& progress, sfk_structure& sfk,
+                                      sfk_places places = sfk_places::all);
 
 // What a pivot may be. All are magnitudes of a matrix with unit diagonal.
 struct sfk_pivots {

@@ -147,6 +147,10 @@ TEST(SymmetricFactor, SolvesRandomSystemsInAnyOrder) {
     ASSERT_EQ(s.calculate(c), sfk_code::ok);
     EXPECT_EQ(first, s.solve(b));
     EXPECT_GE(s.structure.stored, s.structure.nnzl);
+    sfk_structure bare;
+    ASSERT_EQ(TVN_sfk_setupL(*s.sys, c.graph(), s.structure.perm.data(), {}, bare, sfk_places::diagonal), sfk_code::ok);
+    EXPECT_TRUE(bare.dest.empty());
+    EXPECT_TRUE(std::equal(bare.diagdest.begin(), bare.diagdest.end(), s.structure.diagdest.begin()));
     // Several at once.
     const int32_t num = 1 + static_cast<int32_t>(seed % 19);
     std::vector<double> all, work(static_cast<size_t>(TVN_sfk_worksize(s.structure, num)), std::nan(""));
