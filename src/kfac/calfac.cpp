@@ -69,6 +69,9 @@ struct alignas(64) calfac_run {
     if (since < flopsperask) return true;
     job.done.fetch_add(since, std::memory_order_relaxed);
     since = 0;
+    return ask();
+  }
+  bool ask() {
     if (job.team && job.team->stopped) return false;
     if (thread != 0) return true;
     job.first = first;
@@ -177,6 +180,25 @@ void gather_tile(void* arg, int64_t tile, int32_t) {
   gather_columns(g.r, g.k, g.f, from, std::min(from + dfac_block, g.f.rows));
 }
 
+// All at once, but for the largest fronts, where room that is touched for the first time takes its while.
+bool gather_alone(calfac_run& r, int32_t k, const front_view& f) noexcept {
+  constexpr int64_t atonce = 1 << 21; // elements of the update
+  const int64_t below = f.rows - f.cols;
+  if (below * below < 2 * atonce) {
+    gather_columns(r, k, f, 0, f.rows);
+    return true;
+  }
+  gather_job g{r, k, f};
+  int64_t since = 0;
+  for (int64_t tile = 0; tile <= (below + dfac_block - 1) / dfac_block; tile++) {
+    gather_tile(&g, tile, r.thread);
+    since += below * dfac_block;
+    if (since >= atonce && !r.ask()) return false;
+    if (since >= atonce) since = 0;
+  }
+  return true;
+}
+
 bool factor_single(calfac_run& r, int32_t k) noexcept {
   const sfk_structure& s = r.s;
   double* const l = r.job.all.val.data() + s.valbeg[k];
@@ -198,8 +220,8 @@ bool factor_front(calfac_run& r, int32_t k, thread_team* team) noexcept {
   if (team) {
     gather_job g{r, k, f};
     if (!TVN_team_run(*team, 1 + (f.rows - f.cols + dfac_block - 1) / dfac_block, gather_tile, &g)) return false;
-  } else {
-    gather_columns(r, k, f, 0, f.rows);
+  } else if (!gather_alone(r, k, f)) {
+    return false;
   }
   const dfac_front front{f.rows, f.cols, f.block, f.rows, f.update, r.job.all.d.data() + r.first};
   const double told = r.told;
@@ -242,7 +264,15 @@ sfk_code factor_by_team(calfac_job& job) {
 
 } // namespace
 
-void TVN_sfk_clear(sfk_factor& f) noexcept { std::fill_n(f.val.data(), f.val.size(), 0.0); }
+// In pieces: memory that is touched for the first time takes its while.
+bool TVN_sfk_clear(sfk_factor& f, const sfk_progress& progress) noexcept {
+  constexpr int64_t piece = 1 << 21;
+  for (int64_t p = 0; p < f.val.size(); p += piece) {
+    std::fill_n(f.val.data() + p, std::min(piece, f.val.size() - p), 0.0);
+    if (p + piece < f.val.size() && progress.fn && progress.fn(progress.handle, 6, 0, 0.0) != 0) return false;
+  }
+  return true;
+}
 
 sfk_code TVN_ch_calfac(sfk_factor& f, const sfk_pivots& pivots, const sfk_progress& progress) noexcept {
   calfac_job job{f, *f.sfk, pivots, progress};

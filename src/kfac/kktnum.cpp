@@ -133,20 +133,9 @@ sfk_code calculate_factor(kktfac& k) noexcept {
   return TVN_ch_calfac(k.factor, pivots, k.params.progress);
 }
 
-// In pieces: memory that is touched for the first time takes its while.
-bool clear_values(kktfac& k) noexcept {
-  constexpr int64_t piece = 1 << 21;
-  buffer<double>& val = k.factor.val;
-  for (int64_t p = 0; p < val.size(); p += piece) {
-    std::fill_n(val.data() + p, std::min(piece, val.size() - p), 0.0);
-    if (!kktfac_goeson(k)) return false;
-  }
-  return true;
-}
-
 sfk_code factor_once(kktfac& k) noexcept {
   const double start = TVN_sysenv_gettime();
-  if (!clear_values(k)) return sfk_code::stopped;
+  if (!TVN_sfk_clear(k.factor, k.params.progress)) return sfk_code::stopped;
   sfk_code code = k.form == kkt_form::adat ? form_adat(k) : form_sqdt(k);
   if (code == sfk_code::ok && !finite_scale(k)) code = sfk_code::failed;
   const double formed = TVN_sysenv_gettime();

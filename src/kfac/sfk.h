@@ -81,8 +81,8 @@ struct sfk_factor {
 // numthreads: more than one thread works where the system is large, with the same bits. Throws out_of_memory.
 void TVN_sfk_allocLval(sysenv& sys, const sfk_structure& sfk, const matker& ker, sfk_factor& f, int32_t numthreads = 1);
 
-// All values 0, to be filled through dest and diagdest by adding.
-void TVN_sfk_clear(sfk_factor& f) noexcept;
+// All values 0, to be filled through dest and diagdest by adding. False: stopped.
+bool TVN_sfk_clear(sfk_factor& f, const sfk_progress& progress = {}) noexcept;
 // L D L' of what the values hold. failed: a NaN or an infinite number came out.
 [[nodiscard]] sfk_code TVN_ch_calfac(sfk_factor& f, const sfk_pivots& pivots, const sfk_progress& progress) noexcept;
 

@@ -347,4 +347,14 @@ TEST(SymmetricFactor, StopsWhereItIsTold) {
   EXPECT_GT(calls, 0);
   s.analyse(c, nullptr);
   EXPECT_EQ(s.calculate(c), sfk_code::ok);
+  // Millions of values are not cleared without a question.
+  constexpr int32_t leaves = 2300; // all of them meet once the hub has gone
+  system_case star;
+  star.n = leaves + 1;
+  for (int32_t i = 1; i <= leaves; i++) star.sub.push_back(i);
+  star.beg.assign(size_t(star.n) + 1, leaves);
+  star.beg[0] = 0;
+  s.analyse(star, nullptr);
+  EXPECT_FALSE(TVN_sfk_clear(s.factor, at_once));
+  EXPECT_TRUE(TVN_sfk_clear(s.factor));
 }
