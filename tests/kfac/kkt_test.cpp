@@ -151,28 +151,39 @@ TEST(Kkt, SolvesLikeADenseOracleAndCountsItsInertia) {
   EXPECT_GT(bigsystems, 400);
 }
 
+// Each row twice, and one without an entry.
+kkt_case doubled_case(std::mt19937_64& rng, uint64_t seed) {
+  shape s;
+  s.numlong = static_cast<int32_t>(seed % 3);
+  s.decades = static_cast<double>(seed % 4);
+  s.withd = s.slacks = false;
+  const int32_t half = 15 + static_cast<int32_t>(rng() % 10);
+  const kkt_case c = random_case(rng, half, 2 * half, s);
+  kkt_case twice;
+  twice.m = 2 * half + 1;
+  for (int32_t j = 0; j < c.n; j++) {
+    for (auto p = size_t(c.beg[size_t(j)]); p < size_t(c.beg[size_t(j) + 1]); p++) {
+      twice.put(c.sub[p], c.val[p]);
+      twice.put(half + c.sub[p], c.val[p]);
+    }
+    twice.end_column(c.h[size_t(j)]);
+  }
+  twice.d.assign(size_t(twice.m), 0.0);
+  return twice;
+}
+
+void spread_over_decades(std::mt19937_64& rng, kkt_case& c) {
+  for (double& h : c.h) h = std::pow(10, static_cast<double>(rng() % 41) - 20);
+}
+
 // Rows repeated or zero, rows that long columns alone meet, H over forty decades: finite, consistent systems solved.
 TEST(Kkt, LeavesDependentRowsAndSolvesWhatIsConsistent) {
   int32_t taken = 0, dropped = 0, broughtin = 0;
   for (uint64_t seed = 0; seed < 300; seed++) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937_64 rng(seed);
-    shape s;
-    s.numlong = static_cast<int32_t>(seed % 3);
-    s.decades = static_cast<double>(seed % 4);
-    s.withd = s.slacks = false;
-    const int32_t half = 15 + static_cast<int32_t>(rng() % 10);
-    kkt_case c = random_case(rng, half, 2 * half, s);
-    kkt_case twice; // each row once more, and one without an entry
-    twice.m = 2 * half + 1;
-    for (int32_t j = 0; j < c.n; j++) {
-      for (auto p = size_t(c.beg[size_t(j)]); p < size_t(c.beg[size_t(j) + 1]); p++) {
-        twice.put(c.sub[p], c.val[p]);
-        twice.put(half + c.sub[p], c.val[p]);
-      }
-      twice.end_column(c.h[size_t(j)]);
-    }
-    twice.d.assign(size_t(twice.m), 0.0);
+    kkt_case twice = doubled_case(rng, seed);
+    const int32_t half = twice.m / 2;
     kktfac_params params;
     params.ktpe = static_cast<kkt_form>(rng() % 3);
     params.densecol = 1;
@@ -187,7 +198,7 @@ TEST(Kkt, LeavesDependentRowsAndSolvesWhatIsConsistent) {
     ASSERT_EQ(t.solve(v), kktfac_code::ok);
     EXPECT_LE(relative_residual(full, v, b), 1e-11) << "form " << int(t.k.info.form);
     EXPECT_GE(t.k.info.form == kkt_form::adat ? t.k.info.zero : half, half);
-    for (double& h : twice.h) h = std::pow(10, static_cast<double>(rng() % 41) - 20);
+    spread_over_decades(rng, twice);
     ASSERT_EQ(TVN_kktfac_numfac(t.k, twice.numbers()), kktfac_code::ok);
     v = b;
     ASSERT_EQ(t.solve(v), kktfac_code::ok);
@@ -475,13 +486,25 @@ TEST(Kkt, LosesNothingWhenMemoryEndsAndTakesNoneAfterTheAnalysis) {
       std::free(block);
     }
   };
-  for (const kkt_form form : {kkt_form::adat, kkt_form::sqdt}) {
-    std::mt19937_64 rng(23);
+  // Either form, and numbers that make the factorisation set up anew.
+  for (int kind = 0; kind < 3; kind++) {
+    const bool anew = kind == 2;
+    kktfac_params params;
+    params.ktpe = kind == 1 ? kkt_form::sqdt : kkt_form::adat;
+    params.maxrhs = 4;
     shape s;
     s.numlong = 3;
-    const kkt_case c = random_case(rng, 50, 40, s);
-    kktfac_params params;
-    params.ktpe = form;
+    kkt_case c;
+    for (uint64_t seed = 0, found = 0; found == 0; seed++) {
+      ASSERT_LT(seed, 300u) << "the case itself";
+      std::mt19937_64 rng(seed);
+      c = anew ? doubled_case(rng, seed) : random_case(rng, 50, 40, s);
+      if (anew) spread_over_decades(rng, c);
+      if (anew) params.densecol = 1;
+      solver t;
+      ASSERT_EQ(run_all(t, c, params), kktfac_code::ok);
+      found = t.k.info.broughtin == anew;
+    }
     bool failed = true;
     for (int64_t failat = 1; failed; failat++) {
       memory m;
