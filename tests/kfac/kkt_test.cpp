@@ -331,6 +331,50 @@ TEST(Kkt, SolvesSeveralAtOnce) {
   }
 }
 
+// Factor, columns beside it, solves; both forms.
+TEST(Kkt, HasTheSameBitsForAnyNumberOfThreads) {
+  for (const kkt_form form : {kkt_form::adat, kkt_form::sqdt}) {
+    std::mt19937_64 rng(29);
+    kkt_case c;
+    c.m = 1200;
+    for (int32_t j = 0; j < 1500; j++) {
+      const auto first = static_cast<int32_t>(rng() % 900);
+      for (int32_t i = 0; i < 300; i++)
+        if (rng() % 10 == 0) c.put(first + i, 1 + static_cast<double>(rng() % 64) / 64);
+      c.end_column(std::pow(10, static_cast<double>(rng() % 5) - 2));
+    }
+    for (int32_t j = 0; j < 12; j++) {
+      for (int32_t i = 0; i < c.m; i++) c.put(i, static_cast<double>(rng() % 64) / 64);
+      c.end_column(1.0);
+    }
+    c.d.assign(size_t(c.m), 1e-3);
+    c.d[5] = 0;
+    std::vector<double> first;
+    for (const int32_t numthr : {1, 2, 3}) {
+      kktfac_params params;
+      params.ktpe = form;
+      params.numthr = numthr;
+      params.maxrhs = 4;
+      solver t;
+      ASSERT_EQ(t.setup(c, params), kktfac_code::ok);
+      ASSERT_EQ(t.k.factor.numthreads, numthr);
+      EXPECT_EQ(t.k.info.numdense > 0, form == kkt_form::adat);
+      for (int round = 0; round < 2; round++) {
+        ASSERT_EQ(TVN_kktfac_numfac(t.k, c.numbers()), kktfac_code::ok);
+        std::vector<double> x(size_t(4 * c.n)), y(size_t(4 * c.m), 1.0);
+        for (size_t q = 0; q < x.size(); q++) x[q] = static_cast<double>(q % 17) - 8;
+        ASSERT_EQ(TVN_kktfac_solve(t.k, kkt_target::exact, 4, x.data(), y.data()), kktfac_code::ok);
+        EXPECT_LE(t.k.info.residual, 1e-13);
+        x.insert(x.end(), y.begin(), y.end());
+        x.insert(x.end(), t.k.schur.e.begin(), t.k.schur.e.end());
+        x.insert(x.end(), t.k.factor.d.begin(), t.k.factor.d.end());
+        if (first.empty()) first = x;
+        EXPECT_TRUE(x == first) << numthr << " threads";
+      }
+    }
+  }
+}
+
 // Three columns of another size than in the factor: single corrections do not converge, four together do.
 TEST(Kkt, CombinesCorrectionsWhereOneAtATimeDoesNot) {
   for (uint64_t seed = 0; seed < 40; seed++) {
