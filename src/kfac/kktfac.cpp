@@ -102,6 +102,7 @@ kktfac_code kktfac_setup(kktfac& k, bool noneapart, double maxseconds) {
   if (plan.seconds > maxseconds) return kktfac_code::space;
   const double ordered = TVN_sysenv_gettime();
   // What an earlier setup has left goes first: two factors need not stand side by side.
+  k.ready = false;
   k.factor = {};
   k.schur = {};
   k.ada = {};
@@ -120,6 +121,7 @@ kktfac_code kktfac_setup(kktfac& k, bool noneapart, double maxseconds) {
   make_storage(k, schurspc);
   k.info.ordertime += ordered - start;
   k.info.setuptime += TVN_sysenv_gettime() - ordered;
+  k.ready = true;
   return kktfac_code::ok;
 }
 
@@ -127,6 +129,7 @@ kktfac_code TVN_kktfac_autosetup(kktfac& k, const kkt_columns& a, const kkt_quad
   k.a = a;
   k.q = q;
   k.info = {};
+  k.ready = false;
   k.floord = kktfac{}.floord;
   k.trust = kktfac{}.trust;
   int64_t size = int64_t{a.numcol} + a.numrow;

@@ -18,7 +18,7 @@ namespace tvn {
 enum class kktfac_code : int32_t {
   ok = 0,
   space = 1,   // more entries than filltrh allows; exhausted memory is thrown
-  failed = 2,  // a NaN or an infinite number in the data or the result
+  failed = 2,  // a NaN or an infinite number in the data or the result, too many terms, or nothing set up
   stopped = 7, // by the progress function
 };
 
@@ -126,6 +126,7 @@ struct kktfac {
   double trust = 1e-6;              // residual of a trial solve up to which columns that are apart stay there
   bool large = false;               // a pass over A takes a while
   bool stopped = false;             // by the user, between passes
+  bool ready = false;               // set up; an analysis that was cut short leaves nothing to go on from
   kktfac_work work;
 };
 

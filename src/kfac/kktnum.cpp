@@ -36,7 +36,7 @@ double scale_of(double v) noexcept {
 
 // False for a NaN.
 bool copy_numbers(const kktfac_numbers& from, kktfac& k) noexcept {
-  bool good = true;
+  bool good = from.numlow <= k.params.maxlow;
   for (int32_t j = 0; j < k.numcol; j++) {
     k.h[j] = from.h ? from.h[j] : 0.0;
     k.hfac[j] = std::max(k.h[j] + (from.rp ? from.rp[j] : 0.0), least_h);
@@ -185,7 +185,7 @@ bool spoilt_by_floor(kktfac& k) noexcept {
 
 kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers) {
   k.stopped = false;
-  if (!copy_numbers(numbers, k)) return kktfac_code::failed;
+  if (!k.ready || !copy_numbers(numbers, k)) return kktfac_code::failed;
   if (!kktfac_goeson(k)) return kktfac_code::stopped;
   for (;;) {
     const sfk_code code = factor_once(k);

@@ -157,6 +157,7 @@ void kktfac_refine(kktfac& k, kkt_target target, int32_t num) noexcept {
 }
 
 kktfac_code TVN_kktfac_solve(kktfac& k, kkt_target target, int32_t num, double* x, double* y) noexcept {
+  if (!k.ready) return kktfac_code::failed;
   const double start = TVN_sysenv_gettime();
   const int64_t n = k.numcol, m = k.numrow;
   double worst = 0;
