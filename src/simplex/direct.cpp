@@ -246,10 +246,12 @@ void run_once(const simplex_run& run, scale_request scale, const lp_solution* ke
   if (info.warmfactor) scale.kept = kept;
   if (!TVN_simplex_compressproblem(sys, lp, scale, watch, work, keys)) {
     if (!keys) TVN_simplex_clearsolution(lp, sol); // else what stands stays
+    info.nopoint = !keys;
     info.response = watch.stop;
     info.solsta = sol_unknown;
     return;
   }
+  info.nopoint = false;
   info.numcon = work.m;
   info.numvar = work.n;
   simplex_state s(sys, watch, work);
@@ -315,6 +317,11 @@ void TVN_simplex_keepfactor(const simplex_run& run) {
 
 bool TVN_simplex_settlestatus(const simplex_run& run) {
   simplex_info& info = run.info;
+  if (info.nopoint) { // the zeros in its place might even be optimal, but are no basic solution
+    info.prosta = pro_unknown;
+    info.solsta = sol_unknown;
+    return true;
+  }
   const lp_verdict v = TVN_verify_claim(run.sys, run.lp, run.sol, info.solsta, run.param.tolx, run.param.tols);
   const bool certificate = info.solsta == sol_prim_infeas_cer || info.solsta == sol_dual_infeas_cer;
   if (!certificate) info.objective = v.objective;

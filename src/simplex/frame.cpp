@@ -259,7 +259,10 @@ void optimize_near(const simplex_run& run) {
   if (near.numfar == 0) return;
   const int32_t claim = info.solsta;
   const bool holds = TVN_simplex_settlestatus(run);
-  if (info.response != simplex_code::ok && info.response != simplex_code::numerical) return;
+  // A bound of the objective from the duals holds with more bounds, too; a point must be one of the user's.
+  const bool infeasible = info.solsta == sol_unknown || (info.solsta == sol_dual_feas && !run.param.usecutupp);
+  const bool cutwrongly = info.response == simplex_code::objective_range && infeasible;
+  if (info.response != simplex_code::ok && info.response != simplex_code::numerical && !cutwrongly) return;
   if (holds && (claim == sol_prim_infeas_cer || claim == sol_optimal)) return;
   if (info.solsta == sol_near_optimal) return TVN_simplex_closegap(run);
   simplex_param again = run.param;

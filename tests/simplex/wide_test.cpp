@@ -23,7 +23,7 @@ void expect_solved(lp_case p, uint64_t seed, bool nearisright = false, double to
       tvn::simplex_param param = direct_param();
       param.optimizer = kind;
       param.presolve = presolve;
-        lp_point point(p);
+      lp_point point(p);
       const tvn::simplex_info info = solve_whole(p, param, point);
       ASSERT_EQ(info.response, tvn::simplex_code::ok);
       ASSERT_TRUE(info.solsta == tvn::sol_optimal || (nearisright && info.solsta == tvn::sol_near_optimal));
@@ -63,4 +63,32 @@ TEST(WideNumbers, BoundsFarOutHoldWhenTheyBind) {
       for (double& b : *bounds) b *= std::fabs(b) < 1e30 ? unit : 1;
     expect_solved(p, seed, false, 1e-15 * unit); // of sums of that size
   }
+}
+
+// What is feasible without the far bound is no point that a cut of the objective may be about.
+TEST(WideNumbers, CutsAreForPointsWithinFarBounds) {
+  for (const auto kind : {tvn::kind_primal, tvn::kind_dual, tvn::kind_free})
+    for (const int32_t presolve : {0, 1}) {
+      lp_case p{2, 1, 0, {-1}, {0, 2}, {0, 1}, {1e-3, 1.1e-3}, {-1e30, -1e30}, {5e6, 5.6e6}, {0}, {2e9}, {}, {}};
+      tvn::simplex_param param = direct_param();
+      param.optimizer = kind;
+      param.presolve = presolve;
+      param.usecutlow = true;
+      param.cutlow = -3e9;
+      lp_point point(p);
+      const tvn::simplex_info info = solve_whole(p, param, point);
+      EXPECT_EQ(info.response, tvn::simplex_code::ok);
+      EXPECT_EQ(info.solsta, tvn::sol_optimal);
+      EXPECT_EQ(info.objective, -2e9);
+    }
+}
+
+TEST(WideNumbers, ARunThatWasStoppedBeforeItHadAPointClaimsNone) {
+  lp_case p{1, 2, 0, {0, 0}, {0, 1, 2}, {0, 0}, {1, 1}, {-1}, {1}, {-2, -2}, {3, 3}, {}, {}};
+  tvn::simplex_param param = direct_param();
+  param.maxtime = 0;
+  lp_point point(p);
+  const tvn::simplex_info info = solve_whole(p, param, point);
+  EXPECT_EQ(info.response, tvn::simplex_code::max_time);
+  EXPECT_EQ(info.solsta, tvn::sol_unknown);
 }

@@ -116,6 +116,7 @@ struct simplex_info {
   int32_t numcon = 0, numvar = 0;        // of the working problem
   int32_t hotstart = 0; // of the optimizer in hand: 0 none, 1 after another one, else as in the settings
   int32_t numbasics = 0, basisrank = -1; // of the start: basics given, rank of the first factor
+  bool nopoint = false;                  // the run was stopped before it had one
   bool warmfactor = false;               // the factor of the start was left by an earlier run
   int32_t phase = 0;                     // 1 or 2
   simplex_kind kind = kind_primal;       // the optimizer in hand
