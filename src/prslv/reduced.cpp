@@ -170,20 +170,30 @@ void TVN_prslv_clearduals(const lp_view& lp, lp_solution& sol) {
   for (double* v : {sol.slx, sol.sux}) std::fill_n(v, lp.numvar, 0.0);
 }
 
-void TVN_prslv_refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol) {
+void TVN_prslv_clearsolution(const lp_view& lp, lp_solution& sol) {
+  std::fill_n(sol.skc, lp.numcon, static_cast<int32_t>(sk_bas));
+  std::fill_n(sol.xc, lp.numcon, 0.0);
+  for (int32_t j = 0; j < lp.numvar; j++)
+    sol.skx[j] = has_lower(lp.bkx[j]) ? sk_low : has_upper(lp.bkx[j]) ? sk_upr : sk_supbas;
+  std::fill_n(sol.xx, lp.numvar, 0.0);
+  TVN_prslv_clearduals(lp, sol);
+}
+
+void TVN_prslv_refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol, bool basic) {
   const bool certificate = solsta == sol_prim_infeas_cer || solsta == sol_dual_infeas_cer;
+  const bool keyed = basic && !certificate;
   buffer<long double> act(sys, lp.numcon, 0.0L);
   for (int32_t j = 0; j < lp.numvar; j++)
     for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) act[lp.sub[p]] += static_cast<long double>(lp.val[p]) * sol.xx[j];
   for (int32_t i = 0; i < lp.numcon; i++) {
-    const int32_t key = certificate ? static_cast<int32_t>(sk_unk) : sol.skc[i];
+    const int32_t key = keyed ? sol.skc[i] : static_cast<int32_t>(sk_unk);
     sol.xc[i] = key == sk_low || key == sk_fix ? lp.blc[i] : key == sk_upr ? lp.buc[i] : static_cast<double>(act[i]);
   }
   if (solsta == sol_dual_infeas_cer) return TVN_prslv_clearduals(lp, sol);
   for (int32_t j = 0; j < lp.numvar; j++) {
     const double d = TVN_verify_reducedcost(lp, j, certificate ? 0.0 : lp.c[j], sol.y);
     if (certificate && sol.slx[j] > 0 && sol.sux[j] > 0) continue; // crossing bounds
-    const int32_t key = certificate ? static_cast<int32_t>(sk_unk) : sol.skx[j];
+    const int32_t key = keyed ? sol.skx[j] : static_cast<int32_t>(sk_unk);
     const bool between = key == sk_bas || key == sk_supbas;
     sol.slx[j] = key == sk_low ? d : key == sk_upr || between ? 0 : std::max(d, 0.0);
     sol.sux[j] = key == sk_upr ? -d : key == sk_low || between ? 0 : std::max(-d, 0.0);

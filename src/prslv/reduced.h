@@ -30,8 +30,10 @@ struct editable_problem {
 
 void TVN_prslv_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e);
 
+void TVN_prslv_clearsolution(const lp_view& lp, lp_solution& sol); // logical basis, all values 0
 void TVN_prslv_clearduals(const lp_view& lp, lp_solution& sol);
-// Activities and reduced costs of the user's problem from x and y, so that the identities hold to the last digit.
-void TVN_prslv_refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol);
+// Activities and reduced costs of the user's problem from x and y, so that the identities hold to the last digit. In a
+// basic solution what its key says rests there.
+void TVN_prslv_refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol, bool basic = true);
 
 } // namespace tvn

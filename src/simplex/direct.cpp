@@ -245,7 +245,7 @@ void run_once(const simplex_run& run, scale_request scale, const lp_solution* ke
                     TVN_simplex_basisfits(sys, *kept, lp, *keys);
   if (info.warmfactor) scale.kept = kept;
   if (!TVN_simplex_compressproblem(sys, lp, scale, watch, work, keys)) {
-    if (!keys) TVN_simplex_clearsolution(lp, sol); // else what stands stays
+    if (!keys) TVN_prslv_clearsolution(lp, sol); // else what stands stays
     info.nopoint = !keys;
     info.response = watch.stop;
     info.solsta = sol_unknown;
@@ -293,15 +293,6 @@ scale_request make_request(const simplex_param& param) {
 
 } // namespace
 
-void TVN_simplex_clearsolution(const lp_view& lp, lp_solution& sol) {
-  std::fill_n(sol.skc, lp.numcon, static_cast<int32_t>(sk_bas));
-  std::fill_n(sol.xc, lp.numcon, 0.0);
-  for (int32_t j = 0; j < lp.numvar; j++)
-    sol.skx[j] = has_lower(lp.bkx[j]) ? sk_low : has_upper(lp.bkx[j]) ? sk_upr : sk_supbas;
-  std::fill_n(sol.xx, lp.numvar, 0.0);
-  TVN_prslv_clearduals(lp, sol);
-}
-
 void TVN_simplex_keepfactor(const simplex_run& run) {
   const auto& [sys, lp, param, info, progress, sol, kept] = run;
   simplex_work work;
@@ -322,7 +313,7 @@ bool TVN_simplex_settlestatus(const simplex_run& run) {
     info.solsta = sol_unknown;
     return true;
   }
-  const lp_verdict v = TVN_verify_claim(run.sys, run.lp, run.sol, info.solsta, run.param.tolx, run.param.tols);
+  const lp_verdict v = TVN_verify_claim(run.sys, run.lp, run.sol, info.solsta, {run.param.tolx, run.param.tols});
   const bool certificate = info.solsta == sol_prim_infeas_cer || info.solsta == sol_dual_infeas_cer;
   if (!certificate) info.objective = v.objective;
   if (info.solsta != sol_dual_infeas_cer) info.primalviol = v.primalviol;

@@ -21,8 +21,6 @@ struct simplex_run {
   simplex_run on(const lp_view& other) const { return {sys, other, param, info, progress, sol, kept}; }
 };
 
-void TVN_simplex_clearsolution(const lp_view& lp, lp_solution& sol); // logical basis, all values 0
-
 // The road without presolve, with the ladder of repairs; sol holds the keys of a start when param.hotstart is set.
 void TVN_simplex_solvedirectly(const simplex_run& run);
 

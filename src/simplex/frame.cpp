@@ -9,6 +9,7 @@
 #include "prslv/reduced.h"
 #include "simplex/direct.h"
 #include "simplex/reformulate.h"
+#include "verify/verify.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,24 +19,6 @@ namespace tvn {
 namespace {
 
 constexpr int32_t shortrun = 50; // iterations below which presolve does not pay
-
-// Crossing bounds prove infeasibility by themselves: both duals of the item are 1.
-bool crossing_bounds(const lp_view& lp, simplex_info& info, lp_solution& sol) {
-  for (int32_t i = 0; i < lp.numcon + lp.numvar; i++) {
-    const bool row = i < lp.numcon;
-    const int32_t j = row ? i : i - lp.numcon;
-    const bool crosses =
-        row ? lp.bkc[j] == bk_ra && lp.blc[j] > lp.buc[j] : lp.bkx[j] == bk_ra && lp.blx[j] > lp.bux[j];
-    if (!crosses) continue;
-    TVN_simplex_clearsolution(lp, sol);
-    (row ? sol.slc : sol.slx)[j] = 1;
-    (row ? sol.suc : sol.sux)[j] = 1;
-    info.prosta = pro_prim_infeas;
-    info.solsta = sol_prim_infeas_cer;
-    return true;
-  }
-  return false;
-}
 
 // Does the start say more than that all logicals are basic?
 bool is_good_start(const lp_view& lp, const simplex_param& param, const lp_solution& sol) {
@@ -140,7 +123,7 @@ bool solve_with_presolve(const simplex_run& run, simplex_param& again) {
   presolve_run presolved(run, e.p);
   info.response = presolved.reduce();
   if (info.response != simplex_code::ok) {
-    if (run.param.hotstart == 0) TVN_simplex_clearsolution(run.lp, run.sol);
+    if (run.param.hotstart == 0) TVN_prslv_clearsolution(run.lp, run.sol);
     info.solsta = sol_unknown;
     return true;
   }
@@ -155,7 +138,7 @@ bool solve_with_presolve(const simplex_run& run, simplex_param& again) {
     if (info.solsta == sol_unknown && info.response == simplex_code::ok) return false;
   }
   if (!presolved.back()) {
-    TVN_simplex_clearsolution(run.lp, run.sol);
+    TVN_prslv_clearsolution(run.lp, run.sol);
     info.solsta = sol_unknown;
     info.prosta = pro_unknown;
     return true;
@@ -298,7 +281,7 @@ void settle_end(const lp_view& lp, simplex_info& info, lp_solution& sol) {
     std::for_each(sol.xx, sol.xx + lp.numvar, tidy);
   }
   if (is_finite(lp, sol)) return;
-  TVN_simplex_clearsolution(lp, sol);
+  TVN_prslv_clearsolution(lp, sol);
   info.solsta = sol_unknown;
   info.prosta = pro_unknown;
   info.objective = 0;
@@ -310,7 +293,13 @@ void settle_end(const lp_view& lp, simplex_info& info, lp_solution& sol) {
 void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
                           const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
   info.response = simplex_code::ok;
-  if (crossing_bounds(lp, info, sol)) return;
+  if (const int32_t item = TVN_verify_crossingitem(lp); item >= 0) {
+    TVN_prslv_clearsolution(lp, sol);
+    TVN_verify_provecrossing(lp, item, sol);
+    info.prosta = pro_prim_infeas;
+    info.solsta = sol_prim_infeas_cer;
+    return;
+  }
   optimize_near({sys, lp, param, info, progress, sol, kept});
   settle_end(lp, info, sol);
 }

@@ -11,8 +11,6 @@ namespace {
 
 // A sum this small beside its terms is rounding of the data, and proves nothing.
 constexpr double roundoff = 1e-12;
-constexpr double tolgap = 1e-9;         // room below the objective of an optimum, relative to it
-constexpr double tolcertificate = 1e-7; // violation of a certificate relative to its objective
 // Violations that a change of the point by a few units in its last place can cause are none.
 constexpr double lastplaces = 0x1p-48;
 
@@ -187,11 +185,12 @@ double TVN_verify_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solut
 
 namespace {
 
-void judge_certificate(sysenv& sys, const lp_view& lp, const lp_solution& sol, int32_t claim, lp_verdict& v) {
+void judge_certificate(sysenv& sys, const lp_view& lp, const lp_solution& sol, int32_t claim, double tol,
+                       lp_verdict& v) {
   const bool primal = claim == sol_prim_infeas_cer;
   const double violation = primal ? TVN_verify_primalcertificate(lp, sol) : TVN_verify_dualcertificate(sys, lp, sol);
   (primal ? v.primalviol : v.dualviol) = violation;
-  v.holds = violation <= tolcertificate;
+  v.holds = violation <= tol;
   if (!v.holds) return;
   v.prosta = primal ? pro_prim_infeas : pro_dual_infeas;
   v.solsta = claim;
@@ -199,22 +198,22 @@ void judge_certificate(sysenv& sys, const lp_view& lp, const lp_solution& sol, i
 
 } // namespace
 
-lp_verdict TVN_verify_claim(sysenv& sys, const lp_view& lp, const lp_solution& sol, int32_t claim, double tolx,
-                            double tols) {
+lp_verdict TVN_verify_claim(sysenv& sys, const lp_view& lp, const lp_solution& sol, int32_t claim,
+                            const lp_tolerances& tol) {
   lp_verdict v;
   if (claim == sol_prim_infeas_cer || claim == sol_dual_infeas_cer) {
-    judge_certificate(sys, lp, sol, claim, v);
+    judge_certificate(sys, lp, sol, claim, tol.certificate, v);
     return v;
   }
   const lp_residuals r = TVN_verify_residuals(sys, lp, sol);
   v.objective = r.objective;
   v.primalviol = std::max(r.bound, r.row) + (std::isnan(r.activity) ? r.activity : 0.0);
   v.dualviol = std::max(r.dualeq, r.dualsign);
-  const bool primal = r.bound <= tolx && r.row <= tolx && r.activity <= tolx;
-  const bool dual = r.dualeq <= tols && r.dualsign <= tols;
-  if (primal && dual && r.comp <= tols) {
+  const bool primal = r.bound <= tol.x && r.row <= tol.x && r.activity <= tol.x;
+  const bool dual = r.dualeq <= tol.s && r.dualsign <= tol.s;
+  if (primal && dual && r.comp <= tol.s) {
     v.prosta = pro_prim_and_dual_feas;
-    v.solsta = r.gap <= tolgap ? sol_optimal : sol_near_optimal;
+    v.solsta = r.gap <= tol.gap ? sol_optimal : sol_near_optimal;
   } else if (primal || dual) {
     v.prosta = primal ? pro_prim_feas : pro_dual_feas;
     v.solsta = primal ? sol_prim_feas : sol_dual_feas;
@@ -222,6 +221,21 @@ lp_verdict TVN_verify_claim(sysenv& sys, const lp_view& lp, const lp_solution& s
   const bool unchecked = claim != sol_optimal && claim != sol_near_optimal;
   v.holds = unchecked || v.solsta == sol_optimal || v.solsta == claim;
   return v;
+}
+
+int32_t TVN_verify_crossingitem(const lp_view& lp) {
+  for (int32_t i = 0; i < lp.numcon; i++)
+    if (lp.bkc[i] == bk_ra && lp.blc[i] > lp.buc[i]) return i;
+  for (int32_t j = 0; j < lp.numvar; j++)
+    if (lp.bkx[j] == bk_ra && lp.blx[j] > lp.bux[j]) return lp.numcon + j;
+  return -1;
+}
+
+void TVN_verify_provecrossing(const lp_view& lp, int32_t item, lp_solution& sol) {
+  const bool row = item < lp.numcon;
+  const int32_t j = row ? item : item - lp.numcon;
+  (row ? sol.slc : sol.slx)[j] = 1;
+  (row ? sol.suc : sol.sux)[j] = 1;
 }
 
 } // namespace tvn

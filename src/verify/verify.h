@@ -39,8 +39,19 @@ struct lp_verdict {
   double primalviol = 0, dualviol = 0; // the worst ones; of a certificate the one that it has
 };
 
-// tolx, tols: primal and dual tolerance for the figures above.
-lp_verdict TVN_verify_claim(sysenv& sys, const lp_view& lp, const lp_solution& sol, int32_t claim, double tolx,
-                            double tols);
+// For the figures above.
+struct lp_tolerances {
+  double x, s;               // primal, dual
+  double gap = 1e-9;         // room below the objective of an optimum
+  double certificate = 1e-7; // violation
+};
+
+lp_verdict TVN_verify_claim(sysenv& sys, const lp_view& lp, const lp_solution& sol, int32_t claim,
+                            const lp_tolerances& tol);
+
+// The first item whose bounds cross, rows before columns, -1: none. It proves infeasibility by itself: both its duals
+// become 1.
+int32_t TVN_verify_crossingitem(const lp_view& lp);
+void TVN_verify_provecrossing(const lp_view& lp, int32_t item, lp_solution& sol);
 
 } // namespace tvn
