@@ -6,6 +6,7 @@
 // one, with a proof of the same kind afterwards.
 #include "simplex/frame.h"
 
+#include "dualize/dualize.h"
 #include "prslv/reduced.h"
 #include "simplex/direct.h"
 #include "simplex/reformulate.h"
@@ -260,6 +261,37 @@ void optimize_near(const simplex_run& run) {
   clean_up(run.with(again));
 }
 
+// Cuts of the objective of the dual, which is the negative of that of the primal.
+simplex_param dual_settings(const simplex_param& p) {
+  simplex_param d = p;
+  d.usecutlow = p.usecutupp;
+  d.cutlow = -p.cutupp;
+  d.usecutupp = p.usecutlow;
+  d.cutupp = -p.cutlow;
+  return d;
+}
+
+// By the dual as a problem of its own. Its basis is one of the primal; what is wrong with it there, the direct road
+// mends.
+void optimize_dual(const simplex_run& run) {
+  simplex_info& info = run.info;
+  dualizer d;
+  TVN_dualize_formdual(run.sys, run.lp, d);
+  const simplex_param param = dual_settings(run.param);
+  info.dualform = true;
+  optimize_near({run.sys, d.dual, param, info, run.progress, d.sol, nullptr});
+  info.dualform = false;
+  const int32_t claim = TVN_dualize_solsta(info.solsta);
+  TVN_dualize_getprimal(run.sys, run.lp, d, info.solsta, true, run.sol);
+  if (run.kept) *run.kept = kept_basis{};
+  info.solsta = claim;
+  if (TVN_simplex_settlestatus(run) || info.response != simplex_code::ok) return;
+  simplex_param again = run.param;
+  again.presolve = again.hotstart = 0;
+  if (claim == sol_optimal || claim == sol_near_optimal) again.hotstart = 6;
+  clean_up(run.with(again));
+}
+
 bool is_finite(const lp_view& lp, const lp_solution& sol) {
   const auto all = [](const double* v, int32_t n) {
     return std::all_of(v, v + n, [](double x) { return std::isfinite(x); });
@@ -300,7 +332,11 @@ void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& p
     info.solsta = sol_prim_infeas_cer;
     return;
   }
-  optimize_near({sys, lp, param, info, progress, sol, kept});
+  const simplex_run run{sys, lp, param, info, progress, sol, kept};
+  if (param.dualform && param.hotstart == 0)
+    optimize_dual(run);
+  else
+    optimize_near(run);
   settle_end(lp, info, sol);
 }
 

@@ -54,6 +54,7 @@ struct simplex_param {
   int32_t cleanoptimizer = kind_free; // of the run on the user's problem after presolve's undo, when one is needed
   int32_t hotstart = 0;               // 0 none, 4 start primal feasible, 5 dual feasible, 6 otherwise
   bool keysonly = false;              // the values of the start do not count
+  bool dualform = false;              // a cold start solves the dual as a problem of its own
   int32_t presolve = 2;               // 0 no, 1 yes, 2 free: yes unless the run is short or the start is good
   prslv_param prslv;                  // settings of presolve
   int32_t degen = 1;                  // 0 none, 1 free, 2 aggressive, 3 moderate, 4 minimum
@@ -113,6 +114,7 @@ struct simplex_info {
   simplex_code response = simplex_code::ok;
   int32_t prosta = pro_unknown, solsta = sol_unknown;
   std::array<simplex_counters, 4> count; // by simplex_kind
+  bool dualform = false;                 // at work on the dual: figures are its own
   int32_t numcon = 0, numvar = 0;        // of the working problem
   int32_t hotstart = 0; // of the optimizer in hand: 0 none, 1 after another one, else as in the settings
   int32_t numbasics = 0, basisrank = -1; // of the start: basics given, rank of the first factor
