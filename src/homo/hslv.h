@@ -49,6 +49,8 @@ struct hs_param {
   int32_t densecol = 40;
   int32_t numthr = 1;
   matker_isa isa = matker_isa::avx512;
+
+  bool operator==(const hs_param&) const = default;
 };
 
 // Figures of a run, in units of the problem as given.

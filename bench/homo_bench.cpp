@@ -1,0 +1,243 @@
+// The interior-point loop on each file of TOVAN_DATA/FOLDER, presolved, in standard form: a line a file with the
+// iterations, correctors, levels, residuals, and where the time goes. Arguments: names of files; infeasible: the other
+// folder; presolve=0|1, maxcor=N, start=N, form=N, diff=0|1, scaling=0|1, log.
+#include "homo/hslv.h"
+#include "prslv/reduced.h"
+#include "tovan.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace {
+
+double seconds() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
+
+struct problem {
+  tvn::lp_view lp;
+  std::vector<int64_t> ptr;
+  std::vector<int32_t> sub, bkc, bkx;
+  std::vector<double> val, c, blc, buc, blx, bux;
+};
+
+void read_file(const std::string& path, problem& p) {
+  TVNenv_t env = nullptr;
+  TVNtask_t task = nullptr;
+  TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr);
+  TVN_initenv(env);
+  TVN_makeemptytask(env, &task);
+  TVN_readdata(task, path.c_str());
+  int32_t m = 0, n = 0;
+  TVN_getnumcon(task, &m);
+  TVN_getnumvar(task, &n);
+  const auto um = static_cast<size_t>(m), un = static_cast<size_t>(n);
+  for (auto* v : {&p.blc, &p.buc}) v->resize(um);
+  for (auto* v : {&p.blx, &p.bux, &p.c}) v->resize(un);
+  p.bkc.resize(um);
+  p.bkx.resize(un);
+  TVN_getboundslice(task, TVN_ACC_CON, 0, m, p.bkc.data(), p.blc.data(), p.buc.data());
+  TVN_getboundslice(task, TVN_ACC_VAR, 0, n, p.bkx.data(), p.blx.data(), p.bux.data());
+  TVN_getc(task, p.c.data());
+  TVN_getcfix(task, &p.lp.cfix);
+  int32_t sense = 0;
+  TVN_getintparam(task, TVN_IPAR_OBJECTIVE_SENSE, &sense);
+  std::vector<int32_t> sub(um + 1);
+  std::vector<double> val(um + 1);
+  p.ptr.push_back(0);
+  for (int32_t j = 0; j < n; j++) {
+    int32_t num = 0;
+    TVN_getavec(task, TVN_ACC_VAR, j, &num, sub.data(), val.data());
+    p.sub.insert(p.sub.end(), sub.begin(), sub.begin() + num);
+    p.val.insert(p.val.end(), val.begin(), val.begin() + num);
+    p.ptr.push_back(static_cast<int64_t>(p.sub.size()));
+  }
+  TVN_deletetask(&task);
+  TVN_deleteenv(&env);
+  tvn::lp_view& v = p.lp;
+  v.numcon = m;
+  v.numvar = n;
+  v.c = p.c.data();
+  v.ptrb = p.ptr.data();
+  v.ptre = p.ptr.data() + 1;
+  v.sub = p.sub.data();
+  v.val = p.val.data();
+  v.bkc = p.bkc.data();
+  v.bkx = p.bkx.data();
+  v.blc = p.blc.data();
+  v.buc = p.buc.data();
+  v.blx = p.blx.data();
+  v.bux = p.bux.data();
+}
+
+struct standard {
+  int32_t m = 0, n = 0;
+  std::vector<int64_t> beg{0};
+  std::vector<int32_t> sub, bk;
+  std::vector<double> val, c, b, up;
+  double cfix = 0;
+
+  // A column with its bounds, shifted and turned so that it starts at 0.
+  void add(int32_t num, const int32_t* rows, const double* values, double cost, int32_t key, double bl, double bu) {
+    const double sign = key == tvn::bk_up ? -1 : 1, at = key == tvn::bk_up ? bu : key == tvn::bk_fr ? 0 : bl;
+    cfix += cost * at;
+    for (int32_t k = 0; k < num; k++) b[static_cast<size_t>(rows[k])] -= values[k] * at;
+    if (key == tvn::bk_fx) return;
+    for (int32_t k = 0; k < num; k++) {
+      sub.push_back(rows[k]);
+      val.push_back(sign * values[k]);
+    }
+    beg.push_back(static_cast<int64_t>(sub.size()));
+    c.push_back(sign * cost);
+    bk.push_back(key == tvn::bk_up ? tvn::bk_lo : key);
+    up.push_back(key == tvn::bk_ra ? bu - bl : 0);
+    n++;
+  }
+  tvn::hs_problem view() const {
+    tvn::hs_problem p;
+    p.a = {m, n, beg.data(), beg.data() + 1, sub.data(), val.data()};
+    p.c = c.data();
+    p.b = b.data();
+    p.bk = bk.data();
+    p.up = up.data();
+    p.cfix = cfix;
+    return p;
+  }
+};
+
+standard make_standard(const tvn::lp_view& lp) {
+  standard s;
+  s.m = lp.numcon;
+  s.cfix = lp.cfix;
+  s.b.assign(static_cast<size_t>(lp.numcon), 0.0);
+  const auto cc = [&](int32_t i) { return lp.cslack ? lp.cslack[i] : 0.0; };
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    double cost = lp.c[j];
+    for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) cost += lp.val[p] * cc(lp.sub[p]);
+    s.add(static_cast<int32_t>(lp.ptre[j] - lp.ptrb[j]), lp.sub + lp.ptrb[j], lp.val + lp.ptrb[j], cost, lp.bkx[j],
+          lp.blx[j], lp.bux[j]);
+  }
+  const double minus = -1;
+  for (int32_t i = 0; i < lp.numcon; i++) s.add(1, &i, &minus, 0, lp.bkc[i], lp.blc[i], lp.buc[i]);
+  return s;
+}
+
+int32_t print(void* handle, tvn::hs_event event, const tvn::hs_info& i) {
+  if (event == tvn::hs_event::iteration && *static_cast<bool*>(handle))
+    std::printf("%4d %18.10e %18.10e %8.1e %8.1e %8.1e %8.1e %8.1e  cor %d lev %d res %.1e ref %lld\n", i.iter, i.pobj,
+                i.dobj, i.kaptau, i.pfeas, i.dfeas, i.gap, i.mu, i.numcorrectors, i.level, i.fac.residual,
+                static_cast<long long>(i.fac.numrefine));
+  return 0;
+}
+
+struct settings {
+  bool presolve = true, log = false;
+  tvn::hs_param param;
+};
+
+void solve(const std::string& name, const standard& s, settings set) {
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
+  const auto n = static_cast<size_t>(s.n), m = static_cast<size_t>(s.m);
+  std::vector<double> x(n), z(n), sup(n), y(m);
+  std::vector<int32_t> sk(n);
+  tvn::hs_point point{x.data(), z.data(), sup.data(), y.data(), sk.data()};
+  tvn::hs_info i;
+  tvn::run_watch watch;
+  const double start = seconds();
+  TVN_hs_optlp(*sys, s.view(), set.param, watch, {&set.log, print}, {}, point, i);
+  const double all = seconds() - start;
+  const tvn::kktfac_info& f = i.fac;
+  std::printf("%-10s %6d %7d %2d %2d %3d %3d %d %18.10e %8.1e %8.1e %8.1e %2d %3d %8.2e %8.1e %8.2f %7.2f %7.2f %7.2f "
+              "%7.2f %4lld %4lld\n",
+              name.c_str(), s.m, s.n, static_cast<int>(i.response), i.solsta, i.iter, i.numcorrectors, i.maxlevel,
+              i.pobj, i.pfeas, i.dfeas, i.gap, static_cast<int>(f.form), f.numdense, f.fflops + f.adaflops, i.kaptau,
+              1e3 * all, 1e3 * (f.ordertime + f.setuptime), 1e3 * (f.formtime + f.factime + f.schurtime),
+              1e3 * f.solvetime,
+              1e3 * (all - f.ordertime - f.setuptime - f.formtime - f.factime - f.schurtime - f.solvetime),
+              static_cast<long long>(f.numsolve), static_cast<long long>(f.numrefine));
+  std::fflush(stdout);
+  tvn::TVN_sysenv_delete(&sys);
+}
+
+void run(const std::string& name, const std::string& path, const settings& set) {
+  problem p;
+  read_file(path, p);
+  if (!set.presolve) return solve(name, make_standard(p.lp), set);
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
+  {
+    tvn::editable_problem e;
+    TVN_prslv_copyeditable(*sys, p.lp, e);
+    tvn::prslv_context* ctx = TVN_prslv_make(*sys, e.p);
+    tvn::prslv_param param;
+    tvn::prslv_stats stats;
+    TVN_prslv_reduce(*ctx, param, stats, {});
+    if (stats.status == tvn::prs_undecided) {
+      tvn::reduced_problem r;
+      TVN_prslv_copyreduced(*sys, *ctx, r);
+      solve(name, make_standard(r.lp), set);
+    } else {
+      std::printf("%-10s presolve: %d\n", name.c_str(), stats.status);
+    }
+    TVN_prslv_delete(ctx);
+  }
+  tvn::TVN_sysenv_delete(&sys);
+}
+
+bool take(const char* arg, const char* key, int& value) {
+  const size_t len = std::strlen(key);
+  if (std::strncmp(arg, key, len) != 0) return false;
+  value = std::atoi(arg + len);
+  return true;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  const char* data = std::getenv("TOVAN_DATA");
+  if (!data) {
+    std::fprintf(stderr, "TOVAN_DATA must name the folder of the public problems\n");
+    return 2;
+  }
+  settings set;
+  std::string sub = "lp";
+  std::vector<std::string> names;
+  for (int k = 1; k < argc; k++) {
+    int v = 0;
+    if (take(argv[k], "presolve=", v))
+      set.presolve = v != 0;
+    else if (take(argv[k], "maxcor=", v))
+      set.param.maxcorrectors = v;
+    else if (take(argv[k], "start=", v))
+      set.param.start = static_cast<tvn::hs_startpoint>(v);
+    else if (take(argv[k], "form=", v))
+      set.param.form = static_cast<tvn::kkt_form>(v);
+    else if (take(argv[k], "diff=", v))
+      set.param.diffstep = v != 0;
+    else if (take(argv[k], "scaling=", v))
+      set.param.scaling = v != 0;
+    else if (std::strcmp(argv[k], "log") == 0)
+      set.log = true;
+    else if (std::strcmp(argv[k], "infeasible") == 0)
+      sub = "lp_infeasible";
+    else
+      names.emplace_back(argv[k]);
+  }
+  const auto folder = std::filesystem::path(data) / sub;
+  const std::string ending = ".mps.gz";
+  if (names.empty())
+    for (const auto& f : std::filesystem::directory_iterator(folder)) {
+      const std::string file = f.path().filename().string();
+      if (file.ends_with(ending)) names.push_back(file.substr(0, file.size() - ending.size()));
+    }
+  std::sort(names.begin(), names.end());
+  std::printf("%-10s %6s %7s %2s %2s %3s %3s %s %18s %8s %8s %8s %2s %3s %8s %8s %8s %7s %7s %7s %7s %4s %4s\n", "name",
+              "m", "n", "rc", "st", "it", "cor", "l", "objective", "pfeas", "dfeas", "gap", "fm", "dns", "flops",
+              "kap/tau", "ms", "analyse", "factor", "solve", "rest", "slv", "ref");
+  for (const std::string& name : names) run(name, (folder / (name + ending)).string(), set);
+  return 0;
+}

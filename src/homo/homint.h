@@ -1,0 +1,120 @@
+// What the parts of the linear loop share: the scaled problem, points, residuals, figures.
+//
+// The model, homogeneous and self-dual, on the scaled problem:
+//
+//     A x - b tau = 0,   x + xup - u tau = 0,   A'y + s - sup - c tau = 0,   -c'x + b'y - u'sup - kappa = 0
+//
+// with x s, xup sup and tau kappa driven to 0 (Ye, Todd and Mizuno 1994; Xu, Hung and Ye 1996). Columns stand in the
+// order: lower bound only, lower and upper bound, free; s is 0 on free ones. All factors of scaling are powers of two.
+#pragma once
+
+#include "homo/direction.h"
+#include "homo/hslv.h"
+
+namespace tvn {
+
+struct hom_data {
+  int32_t m = 0, n = 0;
+  int32_t npos = 0, nup = 0; // columns with a lower bound; the last nup of them have an upper one, too
+  buffer<int32_t> order;     // [n] place here -> column of the caller
+  buffer<int64_t> beg;       // [n + 1]
+  buffer<int32_t> sub;
+  buffer<double> val;
+  buffer<double> c, b, u;                      // [n] [m] [nup]
+  buffer<double> xunit, sunit, yunit, rowunit; // caller's value = unit * scaled: x and xup, s and sup, y, rows
+  double objunit = 1, cfix = 0;
+  double norma = 0, normb = 0, normc = 0; // largest entries of the caller's A; b and u; c
+
+  int32_t up0() const noexcept { return npos - nup; }
+  int64_t numpairs() const noexcept { return int64_t{npos} + nup + 1; }
+  kkt_columns columns() const noexcept { return {m, n, beg.data(), beg.data() + 1, sub.data(), val.data()}; }
+};
+
+// Of a point or a direction.
+struct hom_point {
+  buffer<double> all;
+  double *x = nullptr, *s = nullptr;     // [n]
+  double *xup = nullptr, *sup = nullptr; // [nup]
+  double* y = nullptr;                   // [m]
+  double tau = 0, kappa = 0;
+
+  void make(sysenv& sys, const hom_data& d);
+  void copy(const hom_point& from) noexcept;
+  void add(double factor, const hom_point& d) noexcept; // with tau and kappa
+};
+
+struct hom_residual {
+  buffer<double> rp, ru, rd; // [m] [nup] [n] of the first three equations
+  double rg = 0;             // of the last
+};
+
+// In units of the caller but for mu; objectives and residuals those of the point divided by tau.
+struct hom_figures {
+  double cx = 0, by = 0; // scaled: c'x, b'y - u'sup
+  double comp = 0;       // scaled: x's + xup'sup
+  double mu = 0, minpair = 0;
+  double pobj = 0, dobj = 0, gap = 0; // objectives without cfix; gap relative
+  double pfeas = 0, dfeas = 0, kaptau = 0;
+  double rayx = 0, rayy = 0; // norms of the rows without b tau, of the columns without c tau; not divided
+};
+
+// Right side of a Newton system: how much of the residuals to remove, and the products aimed at less those at hand.
+struct hom_aim {
+  double feas = 0;
+  buffer<double> xs, xsup; // [npos] [nup]
+  double tk = 0;
+};
+
+struct hom_steps {
+  double p = 0, d = 0;
+  double least() const noexcept { return p < d ? p : d; }
+};
+
+struct hom_limits {
+  double gap = 1, feas = 1, cert = 1; // what the tolerances are multiplied with
+};
+
+// Largest merit 1: the point is within all tolerances of an optimum.
+double hom_merit(const hom_data& d, const hs_param& param, const hom_figures& f) noexcept;
+// The status that the figures support: optimal, a certificate, or unknown.
+int32_t hom_terminate(const hom_data& d, const hs_param& param, const hom_limits& limits, const hom_point& p,
+                      const hom_figures& f) noexcept;
+
+void hom_setup(sysenv& sys, const hs_problem& problem, bool scaling, hom_data& d);
+// Residuals and figures of a point.
+void hom_measure(const hom_data& d, const hom_point& p, hom_residual& r, hom_figures& f) noexcept;
+
+// Largest steps, at most 1, that keep p + a (d + omega e) in the orthant; e may be null.
+hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& dir, const hom_point* e,
+                       double omega) noexcept;
+
+// Diagonal of the system, sums for tau, and the factor; then a direction.
+[[nodiscard]] newton_code hom_factor(const hom_data& d, const hom_point& p, double rho, double delta, newton& w);
+[[nodiscard]] newton_code hom_search(const hom_data& d, const hom_point& p, const hom_residual& r, const hom_aim& aim,
+                                     newton& w, hom_point& dir) noexcept;
+
+[[nodiscard]] newton_code hom_start(const hom_data& d, const hs_param& param, newton& w, hom_point& p);
+
+// Moves both sides by their own steps and brings them back to one tau.
+void hom_update(const hom_data& d, const hom_point& dir, hom_steps a, hom_point& p) noexcept;
+
+// A direction in the making.
+struct hom_move {
+  hom_point dir, cor; // so far, and what may be added
+  hom_aim aim;
+  hom_steps a, affine;  // largest steps of dir, and of the predictor
+  double gamma = 0;     // share of mu that is aimed at
+  int32_t numcor = 0;   // further correctors that were taken
+  bool dropped = false; // the second order terms
+
+  void make(sysenv& sys, const hom_data& d);
+};
+
+// Predictor, corrector and up to maxcor further correctors (homcor.cpp).
+[[nodiscard]] newton_code hom_choosemove(const hom_data& d, const hom_point& p, const hom_residual& r,
+                                         const hom_figures& f, int32_t maxcor, newton& w, hom_move& v) noexcept;
+
+// Guesses of status keys, in the order of the caller.
+void hom_setstakey(const hom_data& d, const hom_point& p, const hom_point& dir, hom_steps a, int32_t* key) noexcept;
+
+} // namespace tvn

@@ -1,0 +1,107 @@
+// Residuals and figures of a point.
+#include "homo/homint.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tvn {
+
+void hom_point::make(sysenv& sys, const hom_data& d) {
+  all.reset(sys, 2 * (int64_t{d.n} + d.nup) + d.m, 0.0);
+  x = all.data();
+  s = x + d.n;
+  xup = s + d.n;
+  sup = xup + d.nup;
+  y = sup + d.nup;
+}
+
+void hom_point::copy(const hom_point& from) noexcept {
+  std::copy(from.all.begin(), from.all.end(), all.begin());
+  tau = from.tau;
+  kappa = from.kappa;
+}
+
+void hom_point::add(double factor, const hom_point& d) noexcept {
+  double* const to = all.data();
+  const double* const from = d.all.data();
+  for (int64_t k = 0; k < all.size(); k++) to[k] += factor * from[k];
+  tau += factor * d.tau;
+  kappa += factor * d.kappa;
+}
+
+namespace {
+
+// A NaN stays.
+void see(double& most, double v) noexcept {
+  v = std::fabs(v);
+  if (!(v <= most)) most = v;
+}
+
+void measure_columns(const hom_data& d, const hom_point& p, hom_residual& r, hom_figures& f) noexcept {
+  double cx = 0;
+  for (int32_t j = 0; j < d.n; j++) {
+    double sum = p.s[j];
+    if (j >= d.up0() && j < d.npos) sum -= p.sup[j - d.up0()];
+    const double xj = p.x[j];
+    for (int64_t q = d.beg[j]; q < d.beg[j + 1]; q++) {
+      sum += d.val[q] * p.y[d.sub[q]];
+      r.rp[d.sub[q]] += d.val[q] * xj;
+    }
+    see(f.rayy, sum * d.sunit[j]);
+    r.rd[j] = sum - d.c[j] * p.tau;
+    see(f.dfeas, r.rd[j] * d.sunit[j]);
+    cx += d.c[j] * xj;
+  }
+  f.cx = cx;
+}
+
+void measure_rows(const hom_data& d, const hom_point& p, hom_residual& r, hom_figures& f) noexcept {
+  double by = 0;
+  for (int32_t i = 0; i < d.m; i++) {
+    see(f.rayx, r.rp[i] * d.rowunit[i]);
+    r.rp[i] -= d.b[i] * p.tau;
+    see(f.pfeas, r.rp[i] * d.rowunit[i]);
+    by += d.b[i] * p.y[i];
+  }
+  for (int32_t k = 0; k < d.nup; k++) {
+    const double sum = p.x[d.up0() + k] + p.xup[k], unit = d.xunit[d.up0() + k];
+    see(f.rayx, sum * unit);
+    r.ru[k] = sum - d.u[k] * p.tau;
+    see(f.pfeas, r.ru[k] * unit);
+    by -= d.u[k] * p.sup[k];
+  }
+  f.by = by;
+}
+
+void measure_pairs(const hom_data& d, const hom_point& p, hom_figures& f) noexcept {
+  double sum = 0, least = p.tau * p.kappa;
+  const auto pair = [&](double v) {
+    sum += v;
+    least = v < least ? v : least;
+  };
+  for (int32_t j = 0; j < d.npos; j++) pair(p.x[j] * p.s[j]);
+  for (int32_t k = 0; k < d.nup; k++) pair(p.xup[k] * p.sup[k]);
+  f.comp = sum;
+  f.mu = (sum + p.tau * p.kappa) / static_cast<double>(d.numpairs());
+  f.minpair = least;
+}
+
+} // namespace
+
+void hom_measure(const hom_data& d, const hom_point& p, hom_residual& r, hom_figures& f) noexcept {
+  f = {};
+  std::fill(r.rp.begin(), r.rp.end(), 0.0);
+  measure_columns(d, p, r, f);
+  measure_rows(d, p, r, f);
+  measure_pairs(d, p, f);
+  r.rg = f.by - f.cx - p.kappa;
+  f.pfeas /= p.tau;
+  f.dfeas /= p.tau;
+  f.kaptau = p.kappa / p.tau * d.objunit;
+  f.pobj = f.cx / p.tau * d.objunit;
+  f.dobj = f.by / p.tau * d.objunit;
+  const double size = 1 + std::min(std::fabs(f.pobj), std::fabs(f.dobj));
+  f.gap = std::max(std::fabs(f.pobj - f.dobj), f.comp / p.tau / p.tau * d.objunit) / size;
+}
+
+} // namespace tvn

@@ -1,0 +1,62 @@
+// Step lengths.
+#include "homo/homint.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tvn {
+
+namespace {
+
+// Largest a <= 1 with v + a (d + omega e) >= 0, as the largest -d/v: one division a pair.
+struct blocker {
+  double worst = 1; // largest decrease relative to the value; step 1 / worst
+  void see(double v, double d) noexcept {
+    const double r = -d / v;
+    worst = r > worst ? r : worst;
+  }
+  double step() const noexcept { return 1 / worst; }
+};
+
+void block(int64_t num, const double* v, const double* d, const double* e, double omega, blocker& b) noexcept {
+  if (e)
+    for (int64_t k = 0; k < num; k++) b.see(v[k], d[k] + omega * e[k]);
+  else
+    for (int64_t k = 0; k < num; k++) b.see(v[k], d[k]);
+}
+
+} // namespace
+
+hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& dir, const hom_point* e,
+                       double omega) noexcept {
+  blocker both;
+  both.see(p.tau, dir.tau + (e ? omega * e->tau : 0.0));
+  both.see(p.kappa, dir.kappa + (e ? omega * e->kappa : 0.0));
+  blocker x = both, s = both;
+  block(d.npos, p.x, dir.x, e ? e->x : nullptr, omega, x);
+  block(d.nup, p.xup, dir.xup, e ? e->xup : nullptr, omega, x);
+  block(d.npos, p.s, dir.s, e ? e->s : nullptr, omega, s);
+  block(d.nup, p.sup, dir.sup, e ? e->sup : nullptr, omega, s);
+  return {x.step(), s.step()};
+}
+
+void hom_update(const hom_data& d, const hom_point& dir, hom_steps a, hom_point& p) noexcept {
+  if (a.p == a.d) {
+    p.add(a.p, dir);
+    return;
+  }
+  const double taup = p.tau + a.p * dir.tau, taud = p.tau + a.d * dir.tau, tau = std::min(taup, taud);
+  const double fp = tau / taup, fd = tau / taud;
+  const auto move = [](int64_t num, double step, double factor, const double* by, double* v) {
+    for (int64_t k = 0; k < num; k++) v[k] = factor * (v[k] + step * by[k]);
+  };
+  move(d.n, a.p, fp, dir.x, p.x);
+  move(d.nup, a.p, fp, dir.xup, p.xup);
+  move(d.n, a.d, fd, dir.s, p.s);
+  move(d.nup, a.d, fd, dir.sup, p.sup);
+  move(d.m, a.d, fd, dir.y, p.y);
+  p.kappa = (p.kappa + a.least() * dir.kappa) * fp * fd;
+  p.tau = tau;
+}
+
+} // namespace tvn

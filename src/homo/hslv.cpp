@@ -1,0 +1,48 @@
+// The way in and out: scaled problem, loop, point in units of the caller.
+#include "homo/homoptlp.h"
+
+#include "cpub/timer.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tvn {
+
+void hom_getpoint(const hom_data& d, const hom_point& p, const hom_figures& f, int32_t solsta, hs_point& out) noexcept {
+  double primal = 1 / p.tau, dual = 1 / p.tau;
+  if (solsta == sol_prim_infeas_cer || solsta == sol_near_prim_infeas_cer) {
+    primal = 0;
+    dual = 1 / (f.by * d.objunit);
+  } else if (solsta == sol_dual_infeas_cer || solsta == sol_near_dual_infeas_cer) {
+    double most = 0;
+    for (int32_t j = 0; j < d.n; j++) most = std::max(most, std::fabs(p.x[j] * d.xunit[j]));
+    primal = 1 / most;
+    dual = 0;
+  }
+  for (int32_t j = 0; j < d.n; j++) {
+    const int32_t to = d.order[j], k = j < d.npos ? j - d.up0() : -1;
+    out.x[to] = p.x[j] * d.xunit[j] * primal;
+    out.s[to] = p.s[j] * d.sunit[j] * dual;
+    out.sup[to] = k >= 0 ? p.sup[k] * d.sunit[j] * dual : 0.0;
+  }
+  for (int32_t i = 0; i < d.m; i++) out.y[i] = p.y[i] * d.yunit[i] * dual;
+}
+
+void TVN_hs_optlp(sysenv& sys, const hs_problem& problem, const hs_param& param, run_watch& watch,
+                  const hs_progress& progress, const hs_judge& judge, hs_point& point, hs_info& info) {
+  info = {};
+  info.starttime = TVN_sysenv_gettime();
+  hom_run run;
+  run.sys = &sys;
+  run.param = &param;
+  run.watch = &watch;
+  run.progress = &progress;
+  run.judge = &judge;
+  run.out = &point;
+  run.info = &info;
+  hom_setup(sys, problem, param.scaling, run.d);
+  hom_optlp(run);
+  info.fac = run.w.k.info;
+}
+
+} // namespace tvn
