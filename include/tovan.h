@@ -458,19 +458,30 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_INFEAS_REPORT_AUTO 24 /* default 0, 0 to 1. No effect yet. */
 #define TVN_IPAR_INFEAS_REPORT_LEVEL 25 /* default 1, >= 0. No effect yet. */
 #define TVN_IPAR_INTPNT_BASIS 26 /* default 1, 0 to 4. No effect yet. */
-#define TVN_IPAR_INTPNT_DIFF_STEP 27 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_INTPNT_DIFF_STEP 27 /* default 1, 0 to 1. The interior-point optimizer may take other steps in the
+    primal than in the dual. */
 #define TVN_IPAR_INTPNT_FACTOR_DEBUG_LVL 28 /* default 0, >= 0. No effect yet. */
-#define TVN_IPAR_INTPNT_FACTOR_METHOD 29 /* default 0, >= 0. No effect yet. */
-#define TVN_IPAR_INTPNT_MAX_ITERATIONS 30 /* default 400, >= 0. No effect yet. */
-#define TVN_IPAR_INTPNT_MAX_NUM_COR 31 /* default -1, >= -1. No effect yet. */
-#define TVN_IPAR_INTPNT_MAX_NUM_REFINEMENT_STEPS 32 /* default -1. No effect yet. */
+#define TVN_IPAR_INTPNT_FACTOR_METHOD 29 /* default 0, >= 0. The system that the interior-point optimizer factors: 1
+    the normal equations, 2 the augmented system, otherwise the cheaper one. */
+#define TVN_IPAR_INTPNT_MAX_ITERATIONS 30 /* default 400, >= 0. Interior-point iterations after which a run ends with
+    TVN_RES_TRM_MAX_ITERATIONS. */
+#define TVN_IPAR_INTPNT_MAX_NUM_COR 31 /* default -1, >= -1. Centrality correctors of an iteration; negative chooses
+    by the cost of a factorisation beside that of a solve. */
+#define TVN_IPAR_INTPNT_MAX_NUM_REFINEMENT_STEPS 32 /* default -1. Steps of iterative refinement of a direction;
+    negative takes as many as pay. */
 #define TVN_IPAR_INTPNT_NUM_THREADS 33 /* default 1, >= 0. Threads of an interior-point run. */
-#define TVN_IPAR_INTPNT_OFF_COL_TRH 34 /* default 40, >= 0. No effect yet. */
-#define TVN_IPAR_INTPNT_ORDER_METHOD 35 /* default 0, 0 to 5. No effect yet. */
-#define TVN_IPAR_INTPNT_REGULARIZATION_USE 36 /* default 1, 0 to 1. No effect yet. */
-#define TVN_IPAR_INTPNT_SCALING 37 /* default 0, 0 to 3. No effect yet. */
-#define TVN_IPAR_INTPNT_SOLVE_FORM 38 /* default 0, 0 to 2. No effect yet. */
-#define TVN_IPAR_INTPNT_STARTING_POINT 39 /* default 0, 0 to 3. No effect yet. */
+#define TVN_IPAR_INTPNT_OFF_COL_TRH 34 /* default 40, >= 0. Columns with at least so many entries may be kept apart
+    from the factor, where that is cheaper; 0 keeps none apart. */
+#define TVN_IPAR_INTPNT_ORDER_METHOD 35 /* default 0, 0 to 5. Order of the factor: approximate minimum local fill,
+    graph partitioning, none, or free, the better of both by what the factor costs. */
+#define TVN_IPAR_INTPNT_REGULARIZATION_USE 36 /* default 1, 0 to 1. The systems of the interior-point optimizer may be
+    regularised where they are not accurate enough. */
+#define TVN_IPAR_INTPNT_SCALING 37 /* default 0, 0 to 3. None leaves the problem as it is inside the interior-point
+    optimizer; all others scale by powers of two. */
+#define TVN_IPAR_INTPNT_SOLVE_FORM 38 /* default 0, 0 to 2. The interior-point optimizer solves the primal, the dual,
+    or, free, the dual where it promises half the time. */
+#define TVN_IPAR_INTPNT_STARTING_POINT 39 /* default 0, 0 to 3. Start of the interior-point optimizer: least squares,
+    a constant, strictly within the bounds, or free, the better one. */
 #define TVN_IPAR_LOG 40 /* default 10, >= 0. The level of the whole log; 0 is silence. Each of the LOG_ parameters
     below is cut to it. */
 #define TVN_IPAR_LOG_BI 41 /* default 4, >= 0. Lines of the basis identification. */
@@ -484,12 +495,12 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_LOG_FILE 48 /* default 1, >= 0. Lines about reading files. */
 #define TVN_IPAR_LOG_HEAD 49 /* default 1, >= 0. The table of the problem at the head of a run. */
 #define TVN_IPAR_LOG_INFEAS_ANA 50 /* default 1, >= 0. Lines of the infeasibility report. */
-#define TVN_IPAR_LOG_INTPNT 51 /* default 4, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_INTPNT 51 /* default 4, >= 0. Lines of the interior-point optimizers. */
 #define TVN_IPAR_LOG_MIO 52 /* default 4, >= 0. No effect yet. */
 #define TVN_IPAR_LOG_MIO_FREQ 53 /* default 1000. No effect yet. */
 #define TVN_IPAR_LOG_NONCONVEX 54 /* default 1, >= 0. No effect yet. */
 #define TVN_IPAR_LOG_OPTIMIZER 55 /* default 1, >= 0. Begin and end of a run. */
-#define TVN_IPAR_LOG_ORDER 56 /* default 1, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_ORDER 56 /* default 1, >= 0. Lines of the ordering. */
 #define TVN_IPAR_LOG_PARAM 57 /* default 0, >= 0. Each line of a parameter file that is read. */
 #define TVN_IPAR_LOG_PRESOLVE 58 /* default 1, >= 0. Lines of the presolve; 3 adds its steps and a table of what it
     did. */
@@ -540,7 +551,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_OPF_WRITE_SOL_ITR 101 /* default 1, 0 to 1. No effect yet. */
 #define TVN_IPAR_OPF_WRITE_SOLUTIONS 102 /* default 0, 0 to 1. No effect yet. */
 #define TVN_IPAR_OPTIMIZER 103 /* default 0, 0 to 10. Which optimizer takes the problem. Free sends a linear one to
-    the simplex, which chooses between primal and dual by its shape and start. */
+    the simplex, which chooses between primal and dual by its shape and start; interior-point gives the interior
+    solution alone. */
 #define TVN_IPAR_PARAM_READ_CASE_NAME 104 /* default 1, 0 to 1. Names in a parameter file count with their case;
     otherwise they are read as upper case. */
 #define TVN_IPAR_PARAM_READ_IGN_ERROR 105 /* default 0, 0 to 1. Faults in a parameter file are passed over. */
@@ -633,7 +645,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_SIM_SCALING 163 /* default 0, 0 to 3. Scaling of the problem inside the simplex optimizers: free
     scales when it pays, moderate always, aggressive with more passes, none not at all. */
 #define TVN_IPAR_SIM_SCALING_METHOD 164 /* default 0, 0 to 1. Geometric only, or geometric and then equilibrated. */
-#define TVN_IPAR_SIM_SOLVE_FORM 165 /* default 0, 0 to 2. No effect yet. */
+#define TVN_IPAR_SIM_SOLVE_FORM 165 /* default 0, 0 to 2. Dual: a cold start solves the dual as a problem of its own,
+    and its basis is brought back; otherwise the primal is solved. */
 #define TVN_IPAR_SIM_STABILITY_PRIORITY 166 /* default 50, 0 to 100. No effect yet. */
 #define TVN_IPAR_SIM_SWITCH_OPTIMIZER 167 /* default 0, 0 to 1. No effect yet. */
 #define TVN_IPAR_SOL_FILTER_KEEP_BASIC 168 /* default 0, 0 to 1. No effect yet. */
@@ -707,16 +720,26 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_DPAR_INTPNT_NL_TOL_PFEAS 26 /* default 1e-8, 0 to 1. No effect yet. */
 #define TVN_DPAR_INTPNT_NL_TOL_REL_GAP 27 /* default 1e-6, >= 1e-14. No effect yet. */
 #define TVN_DPAR_INTPNT_NL_TOL_REL_STEP 28 /* default 0.995, 0.0001 to 1. No effect yet. */
-#define TVN_DPAR_INTPNT_TOL_DFEAS 29 /* default 1e-8, 0 to 1. No effect yet. */
-#define TVN_DPAR_INTPNT_TOL_DSAFE 30 /* default 1, >= 0.0001. No effect yet. */
-#define TVN_DPAR_INTPNT_TOL_INFEAS 31 /* default 1e-8, 0 to 1. No effect yet. */
-#define TVN_DPAR_INTPNT_TOL_MU_RED 32 /* default 1e-16, 0 to 1. No effect yet. */
-#define TVN_DPAR_INTPNT_TOL_PATH 33 /* default 1e-8, 0 to 0.9999. No effect yet. */
-#define TVN_DPAR_INTPNT_TOL_PFEAS 34 /* default 1e-8, 0 to 1. No effect yet. */
-#define TVN_DPAR_INTPNT_TOL_PSAFE 35 /* default 1, >= 0.0001. No effect yet. */
-#define TVN_DPAR_INTPNT_TOL_REL_GAP 36 /* default 1e-8, >= 1e-14. No effect yet. */
-#define TVN_DPAR_INTPNT_TOL_REL_STEP 37 /* default 0.9999, 0.0001 to 0.999999. No effect yet. */
-#define TVN_DPAR_INTPNT_TOL_STEP_SIZE 38 /* default 1e-10, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_TOL_DFEAS 29 /* default 1e-8, 0 to 1. Dual residual that the interior-point optimizer aims at,
+    relative to the costs. */
+#define TVN_DPAR_INTPNT_TOL_DSAFE 30 /* default 1, >= 0.0001. Size of the dual start of the interior-point optimizer.
+    */
+#define TVN_DPAR_INTPNT_TOL_INFEAS 31 /* default 1e-8, 0 to 1. Violation of a certificate, relative to its objective,
+    at which the interior-point optimizer proposes it. */
+#define TVN_DPAR_INTPNT_TOL_MU_RED 32 /* default 1e-16, 0 to 1. Complementarity that the interior-point optimizer does
+    not try to fall below. */
+#define TVN_DPAR_INTPNT_TOL_PATH 33 /* default 1e-8, 0 to 0.9999. How close the interior-point optimizer keeps to the
+    central path. */
+#define TVN_DPAR_INTPNT_TOL_PFEAS 34 /* default 1e-8, 0 to 1. Primal residual that the interior-point optimizer aims
+    at, relative to the right-hand sides. */
+#define TVN_DPAR_INTPNT_TOL_PSAFE 35 /* default 1, >= 0.0001. Size of the primal start of the interior-point
+    optimizer. */
+#define TVN_DPAR_INTPNT_TOL_REL_GAP 36 /* default 1e-8, >= 1e-14. Gap between the objectives that the interior-point
+    optimizer aims at, relative to the objective. */
+#define TVN_DPAR_INTPNT_TOL_REL_STEP 37 /* default 0.9999, 0.0001 to 0.999999. Share of the way to the border that a
+    step of the interior-point optimizer may go. */
+#define TVN_DPAR_INTPNT_TOL_STEP_SIZE 38 /* default 1e-10, 0 to 1. A shorter step of the interior-point optimizer is
+    none. */
 #define TVN_DPAR_LOWER_OBJ_CUT 39 /* default -1e30. A minimisation ends with TVN_RES_TRM_OBJECTIVE_RANGE once a
     feasible point has a lower objective. */
 #define TVN_DPAR_LOWER_OBJ_CUT_FINITE_TRH 40 /* default -5e29. A lower cut that is no larger does not count. */

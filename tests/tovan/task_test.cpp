@@ -187,6 +187,7 @@ TEST(DebugFiles, AreWrittenForTheEnvironmentAndEachTask) {
 TEST_F(TaskInside, SettingsOfANewTaskAreThoseOfTheRecords) {
   EXPECT_TRUE(tvn::TVN_presolveparam(*task) == tvn::prslv_param{});
   EXPECT_TRUE(tvn::TVN_simplexparam(*task, false) == tvn::simplex_param{});
+  EXPECT_TRUE(tvn::TVN_homogeneousparam(*task, false) == tvn::hs_param{});
 }
 
 } // namespace

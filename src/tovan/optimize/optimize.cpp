@@ -4,13 +4,13 @@
 // problem under the free choice goes to the simplex optimizer, and the log says so.
 #include "tovan/optimize/optimize.h"
 
+#include "tovan/data/data.h"
+#include "tovan/measures/solinf.h"
+#include "tovan/solution/sol.h"
 #include "tovan/task/api.h"
 #include "tovan/task/convert.h"
-#include "tovan/data/data.h"
 #include "tovan/task/log.h"
 #include "tovan/task/report.h"
-#include "tovan/solution/sol.h"
-#include "tovan/measures/solinf.h"
 
 namespace tvn {
 
@@ -88,8 +88,8 @@ TVNrescodee TVN_contoptimizer(task& t) {
   if (type == TVN_PROBTYPE_CONIC) return wrong_optimizer(t);
   if (optimizer == TVN_OPTIMIZER_QCONE && type != TVN_PROBTYPE_GECO)
     return missing_optimizer(t, "direct optimizer for quadratic problems");
-  if (optimizer != TVN_OPTIMIZER_FREE || type != TVN_PROBTYPE_LO)
-    return missing_optimizer(t, "interior-point optimizer");
+  if (type != TVN_PROBTYPE_LO) return missing_optimizer(t, "interior-point optimizer for nonlinear problems");
+  if (optimizer != TVN_OPTIMIZER_FREE) return TVN_interioroptimizer(t);
   if (is_logged(t, TVN_IPAR_LOG_OPTIMIZER))
     echo(t, TVN_STREAM_MSG, "The linear problem is solved by the simplex optimizer.\n");
   return TVN_simplexoptimizer(t);

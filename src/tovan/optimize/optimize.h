@@ -1,6 +1,7 @@
 // The roads of an optimizer run.
 #pragma once
 
+#include "homo/hslv.h"
 #include "simplex/base/types.h"
 #include "tovan/task/task.h"
 
@@ -18,5 +19,9 @@ TVNrescodee TVN_contoptimizer(task& t);
 simplex_param TVN_simplexparam(const task& t, bool maximize);
 // Linear problems by a simplex optimizer, into the basic slot.
 TVNrescodee TVN_simplexoptimizer(task& t);
+// What the parameters say to a homogeneous optimizer.
+hs_param TVN_homogeneousparam(const task& t, bool maximize);
+// Linear problems by the interior-point optimizer, into the interior slot.
+TVNrescodee TVN_interioroptimizer(task& t);
 
 } // namespace tvn

@@ -1,16 +1,16 @@
 // The simplex road: settings and views for the simplex frame, its result into the basic slot.
 //
-// A is lent by the store and locked for the run, by a guard that ends the loan on every exit path. The frame minimises:
-// a maximisation gives it negated copies of the costs, so that the user's functions read the task as it is during the
-// run. No other array is copied; the slots are the run's own, undefined until it is over.
-#include "tovan/task/convert.h"
+// A is lent by the store and locked for the run, by a guard that ends the loan on every exit path. The slots are the
+// run's own, undefined until it is over.
 #include "tovan/data/data.h"
-#include "tovan/task/log.h"
+#include "tovan/optimize/minimised.h"
 #include "tovan/optimize/optimize.h"
 #include "tovan/optimize/presolvelog.h"
-#include "tovan/task/report.h"
-#include "tovan/solution/sol.h"
 #include "tovan/optimize/tovansimlog.h"
+#include "tovan/solution/sol.h"
+#include "tovan/task/convert.h"
+#include "tovan/task/log.h"
+#include "tovan/task/report.h"
 
 #include "simplex/frame.h"
 
@@ -74,6 +74,7 @@ simplex_param TVN_simplexparam(const task& t, bool maximize) {
   const auto& dv = t.params.dval;
   p.optimizer = optimizer_number(iv[TVN_IPAR_OPTIMIZER]);
   p.cleanoptimizer = optimizer_number(iv[TVN_IPAR_BI_CLEAN_OPTIMIZER]);
+  p.dualform = iv[TVN_IPAR_SIM_SOLVE_FORM] == TVN_SOLVE_DUAL;
   p.presolve = iv[TVN_IPAR_PRESOLVE_USE];
   p.prslv = TVN_presolveparam(t);
   p.degen = iv[TVN_IPAR_SIM_DEGEN];
@@ -100,64 +101,16 @@ simplex_param TVN_simplexparam(const task& t, bool maximize) {
   p.tolrelpiv = dv[TVN_DPAR_SIM_LU_TOL_REL_PIV];
   p.maxtime = dv[TVN_DPAR_OPTIMIZER_MAX_TIME];
   p.starttime = t.optstart;
-  // The cuts are on the user's objective; the frame minimises. The primal objective falls through the lower one, the
-  // dual objective rises through the upper one.
-  const bool low = dv[TVN_DPAR_LOWER_OBJ_CUT] > dv[TVN_DPAR_LOWER_OBJ_CUT_FINITE_TRH],
-             upp = dv[TVN_DPAR_UPPER_OBJ_CUT] < dv[TVN_DPAR_UPPER_OBJ_CUT_FINITE_TRH];
-  p.usecutlow = maximize ? upp : low;
-  p.cutlow = maximize ? -dv[TVN_DPAR_UPPER_OBJ_CUT] : dv[TVN_DPAR_LOWER_OBJ_CUT];
-  p.usecutupp = maximize ? low : upp;
-  p.cutupp = maximize ? -dv[TVN_DPAR_LOWER_OBJ_CUT] : dv[TVN_DPAR_UPPER_OBJ_CUT];
+  // The primal objective falls through the lower cut, the dual objective rises through the upper one.
+  const minimised_cuts cuts = TVN_minimisedcuts(t, maximize);
+  p.usecutlow = cuts.uselow;
+  p.cutlow = cuts.low;
+  p.usecutupp = cuts.useupp;
+  p.cutupp = cuts.upp;
   return p;
 }
 
 namespace {
-
-// Other values than those of the user, where the sense asks for them. A zero stays a positive one.
-void negate(const double* from, int32_t num, double* to) noexcept {
-  for (int32_t k = 0; k < num; k++) to[k] = 0.0 - from[k];
-}
-
-struct negated_costs {
-  buffer<double> c, cslack;
-  negated_costs(task& t, bool maximize) {
-    if (!maximize) return;
-    c.reset(*t.sys, t.prob.numvar);
-    cslack.reset(*t.sys, t.prob.numcon);
-    negate(t.prob.c.data(), t.prob.numvar, c.data());
-    negate(t.prob.cslack.data(), t.prob.numcon, cslack.data());
-  }
-};
-
-// Duals between the user's sense and that of the frame; in either no zero keeps a sign.
-void turn_duals(const task& t, bool maximize, const lp_solution& s) noexcept {
-  const auto turn = [&](double* v, int32_t num) {
-    for (int32_t k = 0; k < num; k++) v[k] = maximize ? 0.0 - v[k] : v[k] + 0.0;
-  };
-  for (double* v : {s.y, s.slc, s.suc}) turn(v, t.prob.numcon);
-  for (double* v : {s.slx, s.sux}) turn(v, t.prob.numvar);
-}
-
-lp_view make_view(const task& t, bool maximize, const negated_costs& negated, const sprmat_view& a) {
-  const problem& p = t.prob;
-  lp_view v;
-  v.numcon = p.numcon;
-  v.numvar = p.numvar;
-  v.cfix = maximize ? 0.0 - p.cfix : p.cfix;
-  v.cslack = maximize ? negated.cslack.data() : p.cslack.data();
-  v.c = maximize ? negated.c.data() : p.c.data();
-  v.ptrb = a.ptrb;
-  v.ptre = a.ptre;
-  v.sub = a.sub;
-  v.val = a.val;
-  v.bkc = p.bkc.data();
-  v.bkx = p.bkx.data();
-  v.blc = p.blc.data();
-  v.buc = p.buc.data();
-  v.blx = p.blx.data();
-  v.bux = p.bux.data();
-  return v;
-}
 
 // How the stored basic solution may start the run: 0 not at all, 4 primal feasible, 5 dual feasible, 6 otherwise.
 int32_t hotstart_mode(const task& t) {
@@ -172,11 +125,10 @@ void reset_items(task& t) {
   for (const int32_t item : {TVN_DINF_OPTIMIZER_TIME, TVN_DINF_SIM_TIME, TVN_DINF_SIM_OBJ, TVN_DINF_SIM_FEAS,
                              TVN_DINF_SIM_PRIMAL_TIME, TVN_DINF_SIM_DUAL_TIME, TVN_DINF_SIM_PRIMAL_DUAL_TIME})
     t.info.dou[static_cast<size_t>(item)] = 0;
-  for (const int32_t item :
-       {TVN_IINF_SIM_PRIMAL_ITER, TVN_IINF_SIM_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DEG_ITER,
-        TVN_IINF_SIM_DUAL_DEG_ITER, TVN_IINF_SIM_PRIMAL_INF_ITER, TVN_IINF_SIM_DUAL_INF_ITER,
-        TVN_IINF_SIM_PRIMAL_HOTSTART, TVN_IINF_SIM_DUAL_HOTSTART, TVN_IINF_SIM_PRIMAL_HOTSTART_LU,
-        TVN_IINF_SIM_DUAL_HOTSTART_LU})
+  for (const int32_t item : {TVN_IINF_SIM_PRIMAL_ITER, TVN_IINF_SIM_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DUAL_ITER,
+                             TVN_IINF_SIM_PRIMAL_DEG_ITER, TVN_IINF_SIM_DUAL_DEG_ITER, TVN_IINF_SIM_PRIMAL_INF_ITER,
+                             TVN_IINF_SIM_DUAL_INF_ITER, TVN_IINF_SIM_PRIMAL_HOTSTART, TVN_IINF_SIM_DUAL_HOTSTART,
+                             TVN_IINF_SIM_PRIMAL_HOTSTART_LU, TVN_IINF_SIM_DUAL_HOTSTART_LU})
     t.info.intg[static_cast<size_t>(item)] = 0;
 }
 
@@ -196,17 +148,16 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
   simplex_param param = TVN_simplexparam(t, maximize);
   param.hotstart = hotstart_mode(t);
   param.keysonly = t.params.ival[TVN_IPAR_SIM_HOTSTART] == TVN_SIM_HOTSTART_STATUS_KEYS;
-  const sol_ptrs ptrs = TVN_getsolptrs(t, TVN_SOL_BAS);
-  lp_solution sol{ptrs.skc, ptrs.skx, ptrs.xc, ptrs.xx, ptrs.y, ptrs.slc, ptrs.suc, ptrs.slx, ptrs.sux};
-  const negated_costs negated(t, maximize);
+  lp_solution sol = TVN_slotarrays(t, TVN_SOL_BAS);
+  const minimised_costs costs(t, maximize);
   TVN_invalidallsol(t);
   simplex_info info;
   {
     const lent_matrix matrix(t);
-    if (param.hotstart != 0) turn_duals(t, maximize, sol);
+    if (param.hotstart != 0) TVN_turnduals(t, maximize, sol);
     const simplex_progress progress{&run, TVN_simplexprogress};
-    TVN_simplex_optimize(*t.sys, make_view(t, maximize, negated, matrix.a), param, info, progress, sol, &t.kept);
-    turn_duals(t, maximize, sol);
+    TVN_simplex_optimize(*t.sys, TVN_minimisedview(t, costs, matrix.a), param, info, progress, sol, &t.kept);
+    TVN_turnduals(t, maximize, sol);
   }
   t.sols.defined[TVN_SOL_BAS] = 1;
   t.sols.prosta[TVN_SOL_BAS] = TVN_convertprosta(info.prosta);

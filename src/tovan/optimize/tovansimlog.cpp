@@ -33,12 +33,17 @@ void log_start(task& t, const simplex_info& info) {
   line("hotstart", info.hotstart, "Valid bas. fac.", info.warmfactor ? 1 : 0);
 }
 
+// The dual is minimised as the negative of the primal.
+double user_objective(const sim_run& run, const simplex_info& info) {
+  return (info.dualform ? -run.sense : run.sense) * info.objective;
+}
+
 void log_line(sim_run& run, const simplex_info& info) {
   const auto& count = info.count[info.kind];
   run.lineiteration = count.iterations;
   run.lineobjective = info.objective;
   const double iters = static_cast<double>(std::max<int64_t>(1, count.iterations)), now = TVN_sysenv_gettime();
-  const double degenerate = 100.0 * static_cast<double>(count.degenerate) / iters, obj = run.sense * info.objective;
+  const double degenerate = 100.0 * static_cast<double>(count.degenerate) / iters, obj = user_objective(run, info);
   const auto iterations = static_cast<int>(count.iterations);
   if (info.kind == kind_dual)
     echo(*run.t, TVN_STREAM_MSG, "%-8d  %-10.2f  %-10.2e  %-10.2e  %-20.10e  %-20.10e  %-8.2f  %-8.2f\n", iterations,
@@ -163,7 +168,8 @@ void update_simplexitems(const sim_run& run, const simplex_info& info) {
   items.private_intg[TVNP_IINF_SIM_NUM_PRIMAL_BOUNDSWAPS] = narrow(primal.boundswaps);
   items.lint[TVN_LIINF_BI_CLEAN_PRIMAL_ITER] = info.cleaniterations[kind_primal];
   items.lint[TVN_LIINF_BI_CLEAN_DUAL_ITER] = info.cleaniterations[kind_dual];
-  items.dou[TVN_DINF_SIM_OBJ] = run.sense * info.objective;
+  items.dou[TVN_DINF_SIM_OBJ] = user_objective(run, info);
+  if (info.dualform) items.intg[TVN_IINF_SIM_SOLVE_DUAL] = 1;
   items.dou[TVN_DINF_SIM_FEAS] = info.kind == kind_dual ? info.sumdinf : info.sumpinf;
   const double now = TVN_sysenv_gettime();
   items.dou[TVN_DINF_SIM_TIME] = now - run.start;

@@ -1,0 +1,139 @@
+// The interior-point road: settings and views for the layer below, its result into the interior slot.
+#include "cpub/machinfo.h"
+#include "tovan/data/data.h"
+#include "tovan/optimize/minimised.h"
+#include "tovan/optimize/optimize.h"
+#include "tovan/optimize/presolvelog.h"
+#include "tovan/optimize/tovanipmlog.h"
+#include "tovan/task/convert.h"
+#include "tovan/task/log.h"
+
+namespace tvn {
+
+namespace {
+
+kkt_form factor_form(int32_t value) {
+  switch (value) {
+  case 1: return kkt_form::adat;
+  case 2: return kkt_form::sqdt;
+  default: return kkt_form::free;
+  }
+}
+
+hs_startpoint start_point(int32_t value) {
+  switch (value) {
+  case TVN_STARTING_POINT_GUESS: return hs_startpoint::guess;
+  case TVN_STARTING_POINT_CONSTANT: return hs_startpoint::constant;
+  case TVN_STARTING_POINT_SATISFY_BOUNDS: return hs_startpoint::satisfy_bounds;
+  default: return hs_startpoint::free;
+  }
+}
+
+ipm_form solve_form(int32_t value) {
+  switch (value) {
+  case TVN_SOLVE_PRIMAL: return ipm_form::primal;
+  case TVN_SOLVE_DUAL: return ipm_form::dual;
+  default: return ipm_form::free;
+  }
+}
+
+sorder_method order_method(int32_t value) {
+  switch (value) {
+  case TVN_ORDER_METHOD_APPMINLOC1: return sorder_method::appminloc1;
+  case TVN_ORDER_METHOD_APPMINLOC2: return sorder_method::appminloc2;
+  case TVN_ORDER_METHOD_GRAPHPAR1: return sorder_method::graphpar1;
+  case TVN_ORDER_METHOD_GRAPHPAR2: return sorder_method::graphpar2;
+  case TVN_ORDER_METHOD_NONE: return sorder_method::none;
+  default: return sorder_method::free;
+  }
+}
+
+} // namespace
+
+hs_param TVN_homogeneousparam(const task& t, bool maximize) {
+  hs_param p;
+  const auto& iv = t.params.ival;
+  const auto& dv = t.params.dval;
+  p.maxiterations = iv[TVN_IPAR_INTPNT_MAX_ITERATIONS];
+  p.maxcorrectors = iv[TVN_IPAR_INTPNT_MAX_NUM_COR];
+  p.maxrefinements = iv[TVN_IPAR_INTPNT_MAX_NUM_REFINEMENT_STEPS];
+  p.diffstep = iv[TVN_IPAR_INTPNT_DIFF_STEP] != 0;
+  p.regularization = iv[TVN_IPAR_INTPNT_REGULARIZATION_USE] != 0;
+  p.scaling = iv[TVN_IPAR_INTPNT_SCALING] != TVN_SCALING_NONE;
+  p.start = start_point(iv[TVN_IPAR_INTPNT_STARTING_POINT]);
+  p.tolpfeas = dv[TVN_DPAR_INTPNT_TOL_PFEAS];
+  p.toldfeas = dv[TVN_DPAR_INTPNT_TOL_DFEAS];
+  p.tolgap = dv[TVN_DPAR_INTPNT_TOL_REL_GAP];
+  p.tolinfeas = dv[TVN_DPAR_INTPNT_TOL_INFEAS];
+  p.tolmured = dv[TVN_DPAR_INTPNT_TOL_MU_RED];
+  p.tolpath = dv[TVN_DPAR_INTPNT_TOL_PATH];
+  p.tolstepsize = dv[TVN_DPAR_INTPNT_TOL_STEP_SIZE];
+  p.tolrelstep = dv[TVN_DPAR_INTPNT_TOL_REL_STEP];
+  p.psafe = dv[TVN_DPAR_INTPNT_TOL_PSAFE];
+  p.dsafe = dv[TVN_DPAR_INTPNT_TOL_DSAFE];
+  p.form = factor_form(iv[TVN_IPAR_INTPNT_FACTOR_METHOD]);
+  p.order = order_method(iv[TVN_IPAR_INTPNT_ORDER_METHOD]);
+  p.densecol = iv[TVN_IPAR_INTPNT_OFF_COL_TRH];
+  if (iv[TVN_IPAR_CPU_TYPE] == TVN_CPU_GENERIC) p.isa = matker_isa::baseline;
+  const minimised_cuts cuts = TVN_minimisedcuts(t, maximize);
+  p.usecutlow = cuts.uselow;
+  p.cutlow = cuts.low;
+  p.usecutupp = cuts.useupp;
+  p.cutupp = cuts.upp;
+  return p;
+}
+
+namespace {
+
+ipm_param interior_param(const task& t, bool maximize) {
+  ipm_param p;
+  p.hs = TVN_homogeneousparam(t, maximize);
+  p.hs.numthr = t.info.intg[TVN_IINF_INTPNT_NUM_THREADS];
+  p.presolve = t.params.ival[TVN_IPAR_PRESOLVE_USE] != TVN_PRESOLVE_MODE_OFF;
+  p.prslv = TVN_presolveparam(t);
+  p.form = solve_form(t.params.ival[TVN_IPAR_INTPNT_SOLVE_FORM]);
+  p.maxtime = t.params.dval[TVN_DPAR_OPTIMIZER_MAX_TIME];
+  p.starttime = t.optstart;
+  return p;
+}
+
+// More threads than there are processors gain nothing.
+int32_t used_threads(const task& t) {
+  const int32_t cores = std::max(1, TVN_sysenv_getnumcores(t.sys->mach));
+  const int32_t asked = t.params.ival[TVN_IPAR_INTPNT_NUM_THREADS];
+  return asked <= 0 ? cores : std::min(asked, cores);
+}
+
+void put_statuses(task& t, const ipm_info& info) {
+  t.sols.defined[TVN_SOL_ITR] = 1;
+  t.sols.prosta[TVN_SOL_ITR] = TVN_convertprosta(info.prosta);
+  t.sols.solsta[TVN_SOL_ITR] = TVN_convertsolsta(info.solsta);
+}
+
+} // namespace
+
+TVNrescodee TVN_interioroptimizer(task& t) {
+  const bool maximize = TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE;
+  t.info.intg[TVN_IINF_INTPNT_NUM_THREADS] = used_threads(t);
+  if (t.params.ival[TVN_IPAR_INTPNT_BASIS] != TVN_BI_NEVER && is_logged(t, TVN_IPAR_LOG_INTPNT))
+    echo(t, TVN_STREAM_MSG, "A basis is wanted; this version has no basis identification.\n");
+  TVN_makesolution(t, TVN_SOL_ITR);
+  lp_solution sol = TVN_slotarrays(t, TVN_SOL_ITR);
+  const minimised_costs costs(t, maximize);
+  const ipm_param param = interior_param(t, maximize);
+  TVN_invalidallsol(t);
+  ipm_view view{&t, maximize ? -1.0 : 1.0, TVN_sysenv_gettime(), TVN_RES_OK};
+  ipm_info info;
+  {
+    const lent_matrix matrix(t);
+    TVN_opt_ipmslv(*t.sys, TVN_minimisedview(t, costs, matrix.a), param, info, {&view, TVN_interiorprogress}, sol);
+    TVN_turnduals(t, maximize, sol);
+  }
+  put_statuses(t, info);
+  update_interioritems(view, info);
+  const TVNrescodee code = view.trm != TVN_RES_OK ? view.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
+  log_interiorend(view, code);
+  return code;
+}
+
+} // namespace tvn
