@@ -43,14 +43,16 @@ struct outcome {
   lp_point point;
 };
 
-inline outcome basic_solution(TVNtask_t task, const lp_case& p) {
+inline outcome stored_solution(TVNtask_t task, int32_t which, const lp_case& p) {
   outcome a{-1, -1, lp_point(p)};
   lp_point& s = a.point;
-  EXPECT_EQ(TVN_getsolution(task, TVN_SOL_BAS, &a.prosta, &a.solsta, s.skc.data(), s.skx.data(), nullptr, s.xc.data(),
+  EXPECT_EQ(TVN_getsolution(task, which, &a.prosta, &a.solsta, s.skc.data(), s.skx.data(), nullptr, s.xc.data(),
                             s.xx.data(), s.y.data(), s.slc.data(), s.suc.data(), s.slx.data(), s.sux.data(), nullptr),
             TVN_RES_OK);
   return a;
 }
+
+inline outcome basic_solution(TVNtask_t task, const lp_case& p) { return stored_solution(task, TVN_SOL_BAS, p); }
 
 inline int32_t simplex_iterations(TVNtask_t task) {
   int32_t primal = -1, dual = -1;

@@ -130,6 +130,27 @@ TEST(ShortMemory, InputSolveAndSummary) {
                    optimize, optimal, summary});
 }
 
+TEST(ShortMemory, InteriorPointInEitherForm) {
+  for (const int32_t form : {1, 2})
+    expect_survived({init, make,
+                     [form](handles& h) {
+                       auto& p = problem();
+                       return first_of(
+                           {TVN_putintparam(h.task, TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_INTPNT),
+                            TVN_putintparam(h.task, TVN_IPAR_INTPNT_SOLVE_FORM, form),
+                            TVN_inputdata64(h.task, p.m, p.n, p.m, p.n, p.c.data(), 0, p.beg.data(), p.beg.data() + 1,
+                                            p.sub.data(), p.val.data(), p.bkc.data(), p.blc.data(), p.buc.data(),
+                                            p.bkx.data(), p.blx.data(), p.bux.data())});
+                     },
+                     optimize,
+                     [](handles& h) {
+                       int32_t solsta = -1;
+                       const TVNrescodee code = TVN_getsolutionstatus(h.task, TVN_SOL_ITR, nullptr, &solsta);
+                       return code == TVN_RES_OK && solsta != TVN_SOL_STA_OPTIMAL ? TVN_RES_ERR_INTERNAL : code;
+                     },
+                     summary});
+}
+
 TEST(ShortMemory, PutByPieces) {
   const auto put = [](int32_t k) {
     return step([k](handles& h) {

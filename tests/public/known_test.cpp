@@ -92,19 +92,19 @@ lp_case fetch(TVNtask_t task) {
 }
 
 // The oracle's judgement of what the solution claims; the objective is compared elsewhere.
-void expect_proven(TVNtask_t task) {
+void expect_proven(TVNtask_t task, int32_t which) {
   const lp_case p = fetch(task);
-  const apitest::outcome a = apitest::basic_solution(task, p);
+  const apitest::outcome a = apitest::stored_solution(task, which, p);
   if (a.solsta == TVN_SOL_STA_PRIM_INFEAS_CER) {
     EXPECT_LE(judge_infeasible(p, a.point), tolres);
   } else if (a.solsta == TVN_SOL_STA_DUAL_INFEAS_CER) {
     EXPECT_LE(judge_unbounded(p, a.point), tolres);
   } else if (a.solsta == TVN_SOL_STA_OPTIMAL) {
-    const tvntest::verdict v = judge(p, a.point);
+    const tvntest::verdict v = which == TVN_SOL_BAS ? judge(p, a.point) : judge_values(p, a.point);
     EXPECT_TRUE(v.primal <= tolres) << v.primal;
     EXPECT_TRUE(v.dual <= tolres) << v.dual;
     EXPECT_TRUE(v.gap <= tolres) << v.gap;
-    EXPECT_EQ(v.basics, p.m);
+    if (which == TVN_SOL_BAS) { EXPECT_EQ(v.basics, p.m); }
   }
 }
 
@@ -120,13 +120,16 @@ template <class Prepare> result solve(const reference& r, Prepare prepare) {
   if (out.code == TVN_RES_OK) out.code = prepare(task);
   if (out.code == TVN_RES_OK) out.code = TVN_optimizetrm(task, &out.trm);
   if (out.code == TVN_RES_OK) {
-    TVN_getsolutionstatus(task, TVN_SOL_BAS, &out.prosta, &out.solsta);
-    TVN_getprimalobj(task, TVN_SOL_BAS, &out.objective);
+    int32_t interior = 0;
+    TVN_solutiondef(task, TVN_SOL_ITR, &interior);
+    const int32_t which = interior != 0 ? TVN_SOL_ITR : TVN_SOL_BAS;
+    TVN_getsolutionstatus(task, which, &out.prosta, &out.solsta);
+    TVN_getprimalobj(task, which, &out.objective);
     TVN_getintinf(task, TVN_IINF_SIM_PRIMAL_ITER, &out.primal);
     TVN_getintinf(task, TVN_IINF_SIM_DUAL_ITER, &out.dual);
     SCOPED_TRACE(r.name);
     if (int32_t sense = 0; TVN_getobjsense(task, &sense) == TVN_RES_OK && sense == TVN_OBJECTIVE_SENSE_MINIMIZE)
-      expect_proven(task);
+      expect_proven(task, which);
   }
   EXPECT_EQ(TVN_deletetask(&task), TVN_RES_OK);
   EXPECT_EQ(TVN_deleteenv(&env), TVN_RES_OK);
@@ -184,6 +187,17 @@ TEST_F(PublicProblems, ReachTheirKnownOptima) {
     count++;
   }
   EXPECT_GT(count, 40);
+}
+
+TEST_F(PublicProblems, HaveTheirKnownAnswersByTheInteriorPointInEitherForm) {
+  for (const char* family : {"lp", "lp_infeasible"})
+    for (const reference& r : chosen(family, 1000))
+      for (const int32_t variant : {0, 1, 2, 3})
+        expect_reference(r, solve(r, [variant](TVNtask_t t) {
+                           TVN_putintparam(t, TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_INTPNT);
+                           TVN_putintparam(t, TVN_IPAR_PRESOLVE_USE, variant % 2);
+                           return TVN_putintparam(t, TVN_IPAR_INTPNT_SOLVE_FORM, variant < 2 ? 1 : 2);
+                         }));
 }
 
 TEST_F(PublicProblems, WithoutASolutionAreProvenSo) {

@@ -6,6 +6,7 @@
 
 #include "lpcase.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 
@@ -113,6 +114,12 @@ inline double judge_unbounded(const lp_case& p, const lp_point& s) {
     fall -= p.c[j] * s.xx[j];
   }
   return fall > 0 ? worst / fall : INFINITY;
+}
+
+// Judges the values of a point that is not basic: its keys are guesses.
+inline verdict judge_values(const lp_case& p, lp_point s) {
+  for (auto* keys : {&s.skc, &s.skx}) std::fill(keys->begin(), keys->end(), tvn::sk_bas);
+  return judge(p, s);
 }
 
 // Asserts that an optimal point is optimal and basic.
