@@ -4,10 +4,12 @@
 //     [ A     0    -b  ] [ dy   ] = [ ry ]
 //     [ -c2'  b'    g  ] [ dtau ]   [ rt ]
 //
-// One factor, a fixed solve for the column of tau per factor, one solve for each direction. The factor is that of the
-// system with proximal terms, H + Rp and Rd in the lower right corner, which vanish with the steps (Friedlander and
-// Orban 2012). Solves are refined to the system without them; where that has no accurate solution, as with rows that
-// contradict each other, to the one with them, whose y moves along the null space and so finds the certificate.
+// One factor, one fixed solve for the column of tau per factor, one solve for each direction. The last row is the
+// caller's: its pivot, g less what x and y take away, is a sum of squares that only he can sum without cancellation.
+// The factor is that of the system with proximal terms, H + Rp and Rd in the lower right corner, which vanish with the
+// steps (Friedlander and Orban 2012). Solves are refined to the system without them; where that has no accurate
+// solution, as with rows that contradict each other, to the one with them, whose y moves along the null space and so
+// finds the certificate.
 #pragma once
 
 #include "kfac/kktfac.h"
@@ -20,9 +22,6 @@ struct newton {
   kktfac k;
   int32_t n = 0, m = 0;
   buffer<double> h, rp, rd;    // [n] [n] [m] numbers of the factor
-  buffer<double> c1, c2;       // [n]
-  const double* b = nullptr;   // [m] the caller's
-  double corner = 0;           // g
   buffer<double> px, py;       // [n] [m] fixed direction: tau enters others by it
   double pivot = 0;            // of tau, after elimination of x and y; positive
   bool proximal = false;       // solves aim at the system with Rp and Rd
@@ -35,11 +34,13 @@ void newton_make(sysenv& sys, int32_t m, int32_t n, const kktfac_params& params,
 [[nodiscard]] newton_code newton_analyse(newton& w, const kkt_columns& a);
 // h, rp, rd are set.
 [[nodiscard]] newton_code newton_factor(newton& w);
-// c1, c2, b, corner are set: the fixed direction.
+// px and py are -c1 and b, and become the fixed direction.
 [[nodiscard]] newton_code newton_fixed(newton& w) noexcept;
+// What the proximal terms add to the pivot of tau.
+double newton_proximal(const newton& w) noexcept;
 // H x - A'y = x, A x = y: right sides, then the solution; y with the sign of the system above.
 [[nodiscard]] newton_code newton_block(newton& w, double* x, double* y) noexcept;
-// Right sides, then the direction.
-[[nodiscard]] newton_code newton_solve(newton& w, double* x, double* y, double& t) noexcept;
+// Completes a solution by the step of tau.
+void newton_addtau(const newton& w, double t, double* x, double* y) noexcept;
 
 } // namespace tvn

@@ -1,6 +1,7 @@
 // The Newton step of the linear model: s, sup, xup and kappa eliminated, then found again.
 //
-// With hup = sup / xup: H = s / x + hup, c1 = c - hup u, c2 = c + hup u, g = kappa / tau + u' hup u.
+// With hup = sup / xup: H = s / x + hup, c1 = c - hup u, c2 = c + hup u, g = kappa / tau + u' hup u, and what
+// the elimination of x and y leaves of g is kappa / tau + sum (s / x) px^2 + sum hup (u - px)^2.
 #include "homo/homint.h"
 
 #include <algorithm>
@@ -8,49 +9,90 @@
 
 namespace tvn {
 
-newton_code hom_factor(const hom_data& d, const hom_point& p, double rho, double delta, newton& w) {
+namespace {
+
+void put_diagonal(const hom_data& d, const hom_point& p, double rho, double delta, newton& w) noexcept {
   constexpr double free_rho = 1e-8; // of columns without H
-  double corner = p.kappa / p.tau;
   for (int32_t j = 0; j < d.n; j++) {
     w.h[j] = j < d.npos ? p.s[j] / p.x[j] : 0.0;
     w.rp[j] = j < d.npos ? rho : std::max(rho, free_rho);
-    w.c1[j] = w.c2[j] = d.c[j];
   }
-  for (int32_t k = 0; k < d.nup; k++) {
-    const double hup = p.sup[k] / p.xup[k];
-    const int32_t j = d.up0() + k;
-    w.h[j] += hup;
-    w.c1[j] -= hup * d.u[k];
-    w.c2[j] += hup * d.u[k];
-    corner += d.u[k] * hup * d.u[k];
-  }
+  for (int32_t k = 0; k < d.nup; k++) w.h[d.up0() + k] += p.sup[k] / p.xup[k];
   std::fill(w.rd.begin(), w.rd.end(), delta);
-  w.corner = corner;
-  w.b = d.b.data();
-  const newton_code code = newton_factor(w);
-  return code == newton_code::ok ? newton_fixed(w) : code;
+}
+
+// Of a ranged column when tau changes and y stays: how far x goes with its bounds, and how far xup does.
+struct ranged_share {
+  double x, xup;
+};
+
+ranged_share share_of(const hom_data& d, const hom_point& p, const newton& w, int32_t k) noexcept {
+  const int32_t j = d.up0() + k;
+  return {d.u[k] * (p.sup[k] / p.xup[k] / w.h[j]), d.u[k] * (p.s[j] / p.x[j] / w.h[j])};
+}
+
+// The column of tau in x is -c + hup u, large where xup is small, and xup then takes what is left of u - px: both
+// would drown in rounding. So w.px holds what is left of it beside x of ranged_share.
+void put_fixed(const hom_data& d, const hom_point& p, newton& w) noexcept {
+  for (int32_t j = 0; j < d.n; j++) w.px[j] = -d.c[j];
+  std::copy_n(d.b.data(), d.m, w.py.data());
+  for (int32_t k = 0; k < d.nup; k++) {
+    const int32_t j = d.up0() + k;
+    const double at = share_of(d, p, w, k).x;
+    for (int64_t q = d.beg[j]; q < d.beg[j + 1]; q++) w.py[d.sub[q]] -= d.val[q] * at;
+  }
+}
+
+double tau_pivot(const hom_data& d, const hom_point& p, const newton& w) noexcept {
+  double sum = p.kappa / p.tau + newton_proximal(w);
+  for (int32_t j = 0; j < d.up0(); j++) sum += p.s[j] / p.x[j] * w.px[j] * w.px[j];
+  for (int32_t k = 0; k < d.nup; k++) {
+    const int32_t j = d.up0() + k;
+    const ranged_share share = share_of(d, p, w, k);
+    const double x = w.px[j] + share.x, xup = share.xup - w.px[j];
+    sum += p.s[j] / p.x[j] * x * x + p.sup[k] / p.xup[k] * xup * xup;
+  }
+  return sum;
+}
+
+} // namespace
+
+newton_code hom_factor(const hom_data& d, const hom_point& p, double rho, double delta, newton& w) {
+  put_diagonal(d, p, rho, delta, w);
+  newton_code code = newton_factor(w);
+  if (code != newton_code::ok) return code;
+  put_fixed(d, p, w);
+  code = newton_fixed(w);
+  w.pivot = tau_pivot(d, p, w);
+  return code == newton_code::ok && !std::isfinite(w.pivot) ? newton_code::inaccurate : code;
 }
 
 newton_code hom_search(const hom_data& d, const hom_point& p, const hom_residual& r, const hom_aim& aim, newton& w,
                        hom_point& dir) noexcept {
   for (int32_t j = 0; j < d.n; j++) dir.x[j] = aim.feas * r.rd[j] + (j < d.npos ? aim.xs[j] / p.x[j] : 0.0);
+  for (int32_t k = 0; k < d.nup; k++) dir.x[d.up0() + k] -= (aim.xsup[k] + p.sup[k] * aim.feas * r.ru[k]) / p.xup[k];
   for (int32_t i = 0; i < d.m; i++) dir.y[i] = -aim.feas * r.rp[i];
-  double t = -aim.feas * r.rg + aim.tk / p.tau;
-  for (int32_t k = 0; k < d.nup; k++) {
-    const double up = (aim.xsup[k] + p.sup[k] * aim.feas * r.ru[k]) / p.xup[k];
-    dir.x[d.up0() + k] -= up;
-    t += d.u[k] * up;
-  }
-  const newton_code code = newton_solve(w, dir.x, dir.y, t);
+  const newton_code code = newton_block(w, dir.x, dir.y);
   if (code == newton_code::stopped || code == newton_code::failed) return code;
+  double t = aim.tk / p.tau - aim.feas * r.rg;
+  for (int32_t j = 0; j < d.n; j++) t += d.c[j] * dir.x[j];
+  for (int32_t i = 0; i < d.m; i++) t -= d.b[i] * dir.y[i];
+  // sup as it is without tau: its terms alone would cancel with those of c2.
+  for (int32_t k = 0; k < d.nup; k++)
+    t += d.u[k] * (aim.xsup[k] + p.sup[k] * (aim.feas * r.ru[k] + dir.x[d.up0() + k])) / p.xup[k];
+  t /= w.pivot;
+  for (int32_t k = 0; k < d.nup; k++) {
+    const int32_t j = d.up0() + k;
+    const ranged_share share = share_of(d, p, w, k);
+    dir.xup[k] = (share.xup - w.px[j]) * t - aim.feas * r.ru[k] - dir.x[j];
+    dir.sup[k] = (aim.xsup[k] - p.sup[k] * dir.xup[k]) / p.xup[k];
+    dir.x[j] += share.x * t;
+  }
+  newton_addtau(w, t, dir.x, dir.y);
   dir.tau = t;
   dir.kappa = (aim.tk - p.kappa * t) / p.tau;
   for (int32_t j = 0; j < d.npos; j++) dir.s[j] = (aim.xs[j] - p.s[j] * dir.x[j]) / p.x[j];
-  for (int32_t k = 0; k < d.nup; k++) {
-    dir.xup[k] = d.u[k] * t - aim.feas * r.ru[k] - dir.x[d.up0() + k];
-    dir.sup[k] = (aim.xsup[k] - p.sup[k] * dir.xup[k]) / p.xup[k];
-  }
-  return code;
+  return std::isfinite(t) ? code : newton_code::failed;
 }
 
 } // namespace tvn
