@@ -62,7 +62,7 @@ void note_best(hom_run& run) noexcept {
 }
 
 // The caller's word on a proposal: true ends the loop.
-bool accepted(hom_run& run, int32_t solsta) noexcept {
+bool accepted(hom_run& run, int32_t solsta) {
   hs_info& info = *run.info;
   info.solsta = solsta;
   hom_getpoint(run.d, run.now, run.f, solsta, *run.out);
@@ -74,7 +74,7 @@ bool accepted(hom_run& run, int32_t solsta) noexcept {
   return false;
 }
 
-bool finished(hom_run& run) noexcept {
+bool finished(hom_run& run) {
   const int32_t solsta = hom_terminate(run.d, run.tol, {}, run.now, run.f);
   if (solsta != sol_unknown && accepted(run, solsta)) return true;
   if (run.info->iter < run.param->maxiterations) return false;
