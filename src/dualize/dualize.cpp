@@ -14,9 +14,9 @@ double cslack(const lp_view& lp, int32_t i) { return lp.cslack ? lp.cslack[i] : 
 
 bool is_ranged(int32_t bk) { return has_lower(bk) && has_upper(bk) && bk != bk_fx; }
 
-// Signs that the columns with a single entry leave to the dual of their row.
+// Columns with a single entry that forbid a sign to the dual of their row, -1: none.
 struct row_sign {
-  bool pos = true, neg = true;
+  int32_t nopos = -1, noneg = -1;
 };
 
 void narrow(const lp_view& lp, int32_t j, row_sign& sign) {
@@ -24,8 +24,8 @@ void narrow(const lp_view& lp, int32_t j, row_sign& sign) {
   const double a = lp.val[p], c = lp.c[j] + cslack(lp, lp.sub[p]) * a; // a y <= c, >= c or = c
   const int32_t bk = lp.bkx[j];
   if (a == 0 || bk == bk_fx || bk == bk_ra) return;
-  if ((bk == bk_lo || bk == bk_fr) && c <= 0) (a > 0 ? sign.pos : sign.neg) = false;
-  if ((bk == bk_up || bk == bk_fr) && c >= 0) (a > 0 ? sign.neg : sign.pos) = false;
+  if ((bk == bk_lo || bk == bk_fr) && c <= 0) (a > 0 ? sign.nopos : sign.noneg) = j;
+  if ((bk == bk_up || bk == bk_fr) && c >= 0) (a > 0 ? sign.noneg : sign.nopos) = j;
 }
 
 void lay_out(sysenv& sys, const lp_view& lp, dual_layout& at) {
@@ -33,6 +33,8 @@ void lay_out(sysenv& sys, const lp_view& lp, dual_layout& at) {
   buffer<int64_t> length(sys, lp.numcon, int64_t{0});
   at.lowcol.reset(sys, lp.numcon, -1);
   at.uppcol.reset(sys, lp.numcon, -1);
+  at.mover.reset(sys, lp.numcon, -1);
+  at.nummovers = 0;
   at.row.reset(sys, lp.numvar, -1);
   at.suxcol.reset(sys, lp.numvar, -1);
   dual_size& size = at.size = {};
@@ -44,9 +46,10 @@ void lay_out(sysenv& sys, const lp_view& lp, dual_layout& at) {
   }
   for (int32_t i = 0; i < lp.numcon; i++) {
     const int32_t bk = lp.bkc[i];
-    const bool two = is_ranged(bk), none = !sign[i].pos && !sign[i].neg;
-    if (bk != bk_fr && (!two || sign[i].pos || none)) at.lowcol[i] = size.numvar++;
-    if (two && (sign[i].neg || none)) at.uppcol[i] = size.numvar++;
+    const bool two = is_ranged(bk), one = two && (sign[i].nopos < 0) != (sign[i].noneg < 0);
+    if (bk != bk_fr && !(one && sign[i].nopos >= 0)) at.lowcol[i] = size.numvar++;
+    if (two && !(one && sign[i].noneg >= 0)) at.uppcol[i] = size.numvar++;
+    if (one) at.mover[i] = std::max(sign[i].nopos, sign[i].noneg), at.nummovers++;
     size.numanz += length[i] * ((at.lowcol[i] >= 0) + (at.uppcol[i] >= 0));
   }
   for (int32_t j = 0; j < lp.numvar; j++)
@@ -219,6 +222,27 @@ bool is_certificate(int32_t solsta) {
          solsta == sol_near_dual_infeas_cer;
 }
 
+// Rows of which the dual knew one side only keep the other one by a move of the column that said so, which costs
+// nothing or gains.
+void keep_sides(sysenv& sys, const lp_view& lp, const dual_layout& at, bool certificate, lp_solution& sol) {
+  if (at.nummovers == 0) return;
+  buffer<long double> act(sys, lp.numcon, 0.0L);
+  for (int32_t j = 0; j < lp.numvar; j++)
+    for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) act[lp.sub[p]] += static_cast<long double>(lp.val[p]) * sol.xx[j];
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    const int32_t j = at.mover[i];
+    if (j < 0) continue;
+    const bool low = at.lowcol[i] < 0;
+    const double bound = certificate ? 0.0 : (low ? lp.blc : lp.buc)[i];
+    const auto short_by = static_cast<double>(bound - act[i]);
+    if (low ? !(short_by > 0) : !(short_by < 0)) continue;
+    sol.xx[j] += short_by / lp.val[lp.ptrb[j]];
+    if (sol.skc[i] != sk_bas) continue;
+    sol.skc[i] = low ? sk_low : sk_upr;
+    sol.skx[j] = sk_bas;
+  }
+}
+
 } // namespace
 
 void TVN_dualize_getprimal(sysenv& sys, const lp_view& lp, const dualizer& d, int32_t solsta, bool basic,
@@ -238,6 +262,7 @@ void TVN_dualize_getprimal(sysenv& sys, const lp_view& lp, const dualizer& d, in
     sol.slx[j] = sol.sux[j] = 0;
   }
   put_keys(lp, d.at, dual, sol);
+  keep_sides(sys, lp, d.at, certificate, sol);
   TVN_prslv_refresh(sys, lp, TVN_dualize_solsta(solsta), sol, basic);
 }
 

@@ -2,9 +2,10 @@
 //
 // Minimise c'x + cc'(A x) + cfix with rows and columns between bounds. Each row that has a bound gives a column y_i,
 // free for an equality, of one sign for one side, and two columns, slc_i and suc_i, for two sides, unless a column with
-// no other entry says of which sign y_i must be. Each column that is not fixed gives a row: slx_j and sux_j are its
-// slacks, and between two bounds sux_j is a column. Costs of rows carry the bounds of the columns:
-// -bl slx = -bl c + bl (A'y). The dual is minimised: its objective is the negative of that of the primal.
+// no other entry says of which sign y_i must be: that one moves, at no cost, until the row keeps its other side. Each
+// column that is not fixed gives a row: slx_j and sux_j are its slacks, and between two bounds sux_j is a column. Costs
+// of rows carry the bounds of the columns: -bl slx = -bl c + bl (A'y). The dual is minimised: its objective is the
+// negative of that of the primal.
 #pragma once
 
 #include "cpub/buffer.h"
@@ -22,6 +23,8 @@ struct dual_layout {
   dual_size size;
   buffer<int32_t> lowcol; // [numcon] column of y_i or slc_i, -1: none
   buffer<int32_t> uppcol; // [numcon] column of suc_i, -1: none
+  buffer<int32_t> mover;  // [numcon] column that says of which sign y_i is and saves a column, -1: none
+  int32_t nummovers = 0;
   buffer<int32_t> row;    // [numvar] row, -1: fixed
   buffer<int32_t> suxcol; // [numvar] column of sux_j, -1: none
 };
