@@ -274,6 +274,7 @@ bool is_answer(int32_t solsta) {
 void attempt::settle() {
   ipm_info& info = run.info;
   const int32_t claim = exact_claim(info.hs.solsta);
+  if (claim == sol_unknown && is_stop(info.response)) return; // there is no time to see what stands
   lp_verdict v = verdict(claim, 1);
   if (!is_answer(v.solsta)) {
     const lp_verdict wide = verdict(claim, near);
