@@ -15,6 +15,7 @@ namespace {
 
 constexpr int32_t scorelimit = 1000; // no pivot beyond
 constexpr int64_t scanlimit = 20000; // entries looked at to count the fill of one pivot
+constexpr double cliqueslack = 50;   // pairs that one pivot may add: of 0, 50, 200, 1000 and any number the least flops
 constexpr int32_t fillslack = 3;     // entries that one pivot may add, times TVN_IPAR_PRESOLVE_ELIM_FILL
 
 struct candidate {
@@ -67,6 +68,24 @@ int64_t net_fill(prslv_context& x, int32_t i, int32_t j) {
   for_col(x, j, [&](int32_t k, double) { x.rowmark[k] = -1; });
   TVN_prslv_stopped(x, scan);
   return bound - met;
+}
+
+// Products of pairs of entries of a column, summed over the columns: what the pivot adds to them. They are the cliques
+// of A A', of which an interior point factors a multiple.
+double clique_fill(prslv_context& x, int32_t i, int32_t j) {
+  const auto square = [](int64_t len) { return static_cast<double>(len) * static_cast<double>(len); };
+  const int64_t c = x.varnz[j];
+  double change = -square(c);
+  for_col(x, j, [&](int32_t k, double) { x.rowmark[k] = 1; });
+  for_row(x, i, [&](int32_t l, double) {
+    if (l == j) return;
+    int64_t met = 0;
+    for_col(x, l, [&](int32_t k, double) { met += k != i && x.rowmark[k] == 1; });
+    change += square(x.varnz[l] - 1 + (c - 1) - met) - square(x.varnz[l]);
+    TVN_prslv_stopped(x, x.varnz[l]);
+  });
+  for_col(x, j, [&](int32_t k, double) { x.rowmark[k] = -1; });
+  return change;
 }
 
 bool pivot_is_stable(prslv_context& x, const candidate& e, int32_t j) {
@@ -134,6 +153,7 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
     if (!TVN_prslv_impliedfreevar(x, j)) continue;
     const int64_t fill = net_fill(x, e.i, j);
     if (fill > std::min(allowed_fill(x), room - filled) || !pivot_is_stable(x, e, j)) continue;
+    if (x.param.cliques && (fill > 0 || clique_fill(x, e.i, j) > cliqueslack)) continue;
     if (!TVN_prslv_pivotroom(x, e.i, j)) {
       if (x.stop) return prslv_code::stopped;
       x.stats->numelimspace++;

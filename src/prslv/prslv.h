@@ -52,6 +52,7 @@ struct prslv_param {
   double fillfactor = 0.2;   // spare room for fill, times elimfill
   int32_t longline = 100;    // entries of rows and columns that are not looked through for each change
   int32_t lindepworklim = 1; // 0: none
+  bool cliques = false;      // pivots add no entries and few to the cliques of A A': for an interior point
   bool keepprimal = false;   // every feasible point must survive: no dominated columns
   bool keepdual = false;     // no relaxing of bounds
 

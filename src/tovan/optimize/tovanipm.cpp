@@ -91,6 +91,7 @@ ipm_param interior_param(const task& t, bool maximize) {
   p.hs.numthr = t.info.intg[TVN_IINF_INTPNT_NUM_THREADS];
   p.presolve = t.params.ival[TVN_IPAR_PRESOLVE_USE] != TVN_PRESOLVE_MODE_OFF;
   p.prslv = TVN_presolveparam(t);
+  p.prslv.cliques = true;
   p.form = solve_form(t.params.ival[TVN_IPAR_INTPNT_SOLVE_FORM]);
   p.maxtime = t.params.dval[TVN_DPAR_OPTIMIZER_MAX_TIME];
   p.starttime = t.optstart;
