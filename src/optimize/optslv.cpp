@@ -18,11 +18,12 @@ namespace {
 
 // Residuals on the user's data are relative to each bound, those of the loop to the largest one.
 constexpr double reltol = 100, relgap = 10;
-constexpr double near = 1000; // times the tolerances that a near optimum keeps
+constexpr double widening = 1000; // of the tolerances for a near optimum
 
 struct ipm_run {
   sysenv& sys;
-  const lp_view& lp;
+  const lp_view& lp;   // the user's
+  const lp_view& near; // what is solved
   const ipm_param& param;
   ipm_info& info;
   const ipm_progress& progress;
@@ -59,7 +60,7 @@ struct attempt {
   attempt(const attempt&) = delete;
   attempt& operator=(const attempt&) = delete;
 
-  const lp_view& given() const { return ctx ? reduced.lp : run.lp; }
+  const lp_view& given() const { return ctx ? reduced.lp : run.near; }
   bool presolve();
   void choose_form();
   void prepare();
@@ -81,7 +82,7 @@ void presolve_line(void* handle, const char* line) {
 
 // False when nothing is left for the optimizer: stopped, or decided with a certificate in run.sol.
 bool attempt::presolve() {
-  TVN_prslv_copyeditable(run.sys, run.lp, edited);
+  TVN_prslv_copyeditable(run.sys, run.near, edited);
   ctx = TVN_prslv_make(run.sys, edited.p);
   run.progress(ipm_event::begin_presolve, run.info);
   ipm_run told = run;
@@ -217,6 +218,18 @@ int32_t poll_walk(void* handle, int32_t) {
   return now - a.since > grace ? 1 : 0;
 }
 
+// Far out a dual is nothing but rounding.
+void drop_far(const lp_view& near, const lp_view& lp, lp_solution& sol) {
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    if (has_lower(lp.bkc[i]) != has_lower(near.bkc[i])) sol.slc[i] = 0;
+    if (has_upper(lp.bkc[i]) != has_upper(near.bkc[i])) sol.suc[i] = 0;
+  }
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    if (has_lower(lp.bkx[j]) != has_lower(near.bkx[j])) sol.slx[j] = 0;
+    if (has_upper(lp.bkx[j]) != has_upper(near.bkx[j])) sol.sux[j] = 0;
+  }
+}
+
 // The point of the loop, which has the claim solsta there, as solution of the user's problem. False when stopped.
 bool attempt::carry(int32_t solsta) {
   lp_solution& to = ctx ? reduced.sol : run.sol;
@@ -227,9 +240,12 @@ bool attempt::carry(int32_t solsta) {
     claim = TVN_dualize_solsta(solsta);
   } else
     TVN_opt_reverse(run.sys, given(), prepared, point, solsta, to);
-  if (!ctx) return true;
-  TVN_prslv_spreadreduced(reduced, run.lp.numcon, run.lp.numvar, run.sol);
-  return walk_back(claim);
+  if (ctx) {
+    TVN_prslv_spreadreduced(reduced, run.lp.numcon, run.lp.numvar, run.sol);
+    if (!walk_back(claim)) return false;
+  }
+  drop_far(run.near, run.lp, run.sol);
+  return true;
 }
 
 bool attempt::walk_back(int32_t claim) {
@@ -238,12 +254,23 @@ bool attempt::walk_back(int32_t claim) {
     if (run.info.response == hs_code::ok) run.info.response = static_cast<hs_code>(run.watch.stop);
     return false;
   }
-  TVN_prslv_refresh(run.sys, run.lp, claim, run.sol, false);
+  TVN_prslv_refresh(run.sys, run.near, claim, run.sol, false);
   return true;
 }
 
+// An optimum of fewer bounds that keeps the others is one of them all, and is judged without them: far out, what is
+// rounding in a dual would count.
 lp_verdict attempt::verdict(int32_t claim, double factor) const {
-  return TVN_verify_claim(run.sys, run.lp, run.sol, claim, tolerances(run.param.hs, factor));
+  const lp_tolerances tol = tolerances(run.param.hs, factor);
+  if (&run.near == &run.lp || claim == sol_prim_infeas_cer || claim == sol_dual_infeas_cer)
+    return TVN_verify_claim(run.sys, run.lp, run.sol, claim, tol);
+  lp_verdict v = TVN_verify_claim(run.sys, run.near, run.sol, claim, tol);
+  const lp_residuals far = TVN_verify_residuals(run.sys, run.lp, run.sol);
+  v.primalviol = std::max({v.primalviol, far.bound, far.row});
+  if (far.bound <= tol.x && far.row <= tol.x) return v;
+  v.solsta = v.prosta = 0;
+  v.holds = false;
+  return v;
 }
 
 // The claim without its doubt: it is looked at with wider tolerances instead.
@@ -277,7 +304,7 @@ void attempt::settle() {
   if (claim == sol_unknown && is_stop(info.response)) return; // there is no time to see what stands
   lp_verdict v = verdict(claim, 1);
   if (!is_answer(v.solsta)) {
-    const lp_verdict wide = verdict(claim, near);
+    const lp_verdict wide = verdict(claim, widening);
     if (is_answer(wide.solsta)) {
       v = wide;
       v.solsta = near_form(v.solsta);
@@ -344,19 +371,34 @@ int32_t rank_of(int32_t solsta) {
   return solsta == sol_unknown ? 0 : 1;
 }
 
-// Without presolve, when what came with it stands on weaker ground than that.
-void attempt_again(const ipm_run& run) {
-  ipm_info& info = run.info;
-  kept_solution kept(run.sys, run.lp, run.sol);
-  const ipm_info before = info;
-  (void)attempt_once(run, false);
-  if (rank_of(info.solsta) >= rank_of(before.solsta)) return;
-  kept.restore(run.lp, run.sol);
-  const int32_t numiter = info.numiter, numruns = info.numruns;
-  info = before;
-  info.numiter = numiter;
-  info.numruns = numruns;
-}
+// Attempts until one stands: without the far bounds, as given, without presolve. The best of them is kept.
+struct attempts {
+  const ipm_run& run;
+  std::optional<kept_solution> kept;
+  ipm_info best;
+
+  // False when another one is to be made.
+  bool make(const lp_view& lp, bool presolve) {
+    ipm_info& info = run.info;
+    if (kept.has_value() || info.numruns > 0) keep();
+    const bool stands =
+        attempt_once({run.sys, run.lp, lp, run.param, info, run.progress, run.sol, run.watch}, presolve);
+    if (kept.has_value() && rank_of(info.solsta) < rank_of(best.solsta)) restore();
+    return stands;
+  }
+
+private:
+  void keep() {
+    kept.emplace(run.sys, run.lp, run.sol);
+    best = run.info;
+  }
+  void restore() {
+    kept->restore(run.lp, run.sol);
+    best.numiter = run.info.numiter;
+    best.numruns = run.info.numruns;
+    run.info = best;
+  }
+};
 
 int32_t ask_user(void* handle) {
   const ipm_run& run = *static_cast<const ipm_run*>(handle);
@@ -395,10 +437,15 @@ void TVN_opt_ipmslv(sysenv& sys, const lp_view& lp, const ipm_param& param, ipm_
   run_watch watch;
   watch.starttime = param.starttime;
   watch.maxtime = param.maxtime;
-  const ipm_run run{sys, lp, param, info, progress, sol, watch};
+  const near_problem near(sys, lp, nullptr);
+  const ipm_run run{sys, lp, lp, param, info, progress, sol, watch};
   watch.handle = const_cast<ipm_run*>(&run);
   watch.ask = ask_user;
-  if (!attempt_once(run, param.presolve) && param.presolve) attempt_again(run);
+  attempts tries{run, {}, {}};
+  bool stands = near.numfar > 0 && tries.make(near.lp, param.presolve);
+  if (!stands && near.numfar > 0 && info.numruns == 0) stands = tries.make(near.lp, false);
+  if (!stands) stands = tries.make(lp, param.presolve);
+  if (!stands && param.presolve) (void)tries.make(lp, false);
   put_keys(lp, sol);
 }
 

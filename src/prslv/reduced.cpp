@@ -165,6 +165,35 @@ void TVN_prslv_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e)
   p.cfix = lp.cfix;
 }
 
+namespace {
+
+constexpr double farout = 1e9;
+
+// Key without the far sides that the start does not rest on.
+int32_t without_far(int32_t bk, double bl, double bu, int32_t key) {
+  if (bk == bk_fx) return bk;
+  const bool lower = has_lower(bk) && (bl >= -farout || key == sk_low),
+             upper = has_upper(bk) && (bu <= farout || key == sk_upr);
+  if (lower == has_lower(bk) && upper == has_upper(bk)) return bk;
+  return lower ? bk_lo : upper ? bk_up : bk_fr;
+}
+
+} // namespace
+
+near_problem::near_problem(sysenv& sys, const lp_view& given, const lp_solution* keys)
+    : lp(given), bkc(sys, given.numcon), bkx(sys, given.numvar) {
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    bkc[i] = without_far(given.bkc[i], given.blc[i], given.buc[i], keys ? keys->skc[i] : sk_unk);
+    numfar += bkc[i] != given.bkc[i];
+  }
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    bkx[j] = without_far(given.bkx[j], given.blx[j], given.bux[j], keys ? keys->skx[j] : sk_unk);
+    numfar += bkx[j] != given.bkx[j];
+  }
+  lp.bkc = bkc.data();
+  lp.bkx = bkx.data();
+}
+
 void TVN_prslv_clearduals(const lp_view& lp, lp_solution& sol) {
   for (double* v : {sol.y, sol.slc, sol.suc}) std::fill_n(v, lp.numcon, 0.0);
   for (double* v : {sol.slx, sol.sux}) std::fill_n(v, lp.numvar, 0.0);

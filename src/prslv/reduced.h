@@ -30,6 +30,17 @@ struct editable_problem {
 
 void TVN_prslv_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e);
 
+// The problem without its far bounds, but for those that a start rests on: an item that rests so far out leaves no
+// digits to the others. What is optimal for it and keeps them is optimal, and what proves it infeasible proves the
+// other so. keys: of a start, or null.
+struct near_problem {
+  lp_view lp;
+  buffer<int32_t> bkc, bkx;
+  int64_t numfar = 0;
+
+  near_problem(sysenv& sys, const lp_view& given, const lp_solution* keys);
+};
+
 void TVN_prslv_clearsolution(const lp_view& lp, lp_solution& sol); // logical basis, all values 0
 void TVN_prslv_clearduals(const lp_view& lp, lp_solution& sol);
 // Activities and reduced costs of the user's problem from x and y, so that the identities hold to the last digit. In a

@@ -203,37 +203,6 @@ void optimize_reformulated(const simplex_run& run) {
   clean_up(run.with(again));
 }
 
-// Bounds so far out that an item resting on one leaves no digits to the others.
-constexpr double farout = 1e9;
-
-// The problem without its far bounds, but for those that a start rests on. What is optimal for it and keeps them is
-// optimal, and what proves it infeasible proves the other so.
-struct near_problem {
-  lp_view lp;
-  buffer<int32_t> bkc, bkx;
-  int64_t numfar = 0;
-
-  near_problem(sysenv& sys, const lp_view& given, const lp_solution* keys)
-      : lp(given), bkc(sys, given.numcon), bkx(sys, given.numvar) {
-    for (int32_t i = 0; i < lp.numcon; i++)
-      bkc[i] = without_far(given.bkc[i], given.blc[i], given.buc[i], keys ? keys->skc[i] : sk_unk);
-    for (int32_t j = 0; j < lp.numvar; j++)
-      bkx[j] = without_far(given.bkx[j], given.blx[j], given.bux[j], keys ? keys->skx[j] : sk_unk);
-    lp.bkc = bkc.data();
-    lp.bkx = bkx.data();
-  }
-
-private:
-  int32_t without_far(int32_t bk, double bl, double bu, int32_t key) {
-    if (bk == bk_fx) return bk;
-    const bool lower = has_lower(bk), upper = has_upper(bk);
-    const bool farlower = lower && bl < -farout && key != sk_low, farupper = upper && bu > farout && key != sk_upr;
-    if (!farlower && !farupper) return bk;
-    numfar++;
-    return lower && !farlower ? bk_lo : upper && !farupper ? bk_up : bk_fr;
-  }
-};
-
 // Without the far bounds first, when there are any. Their violations are mended from the basis found; where there is
 // none, all is done again with them. A nonbasic between two far bounds keeps the key of a free one.
 void optimize_near(const simplex_run& run) {
