@@ -2,8 +2,8 @@
 // analysis, 25 factorisations with random H from 1e-8 to 1e8, three solves each (rhs=N; atonce=N of them at a time). A
 // line a file: what was chosen, flops, milliseconds of all, the worst residual, and the longest time without a question
 // to the user, in the analysis and later. Arguments: names of files, bandM for a band of M rows, cubeS for the
-// edges of a grid with S^3 nodes; form=0|1|2,
-// densecol=N, refine=N, tolpiv=X; late: H near 1e-6 for some columns, 1e6 for the others.
+// edges of a grid with S^3 nodes; form=0|1|2, densecol=N, refine=N, tolpiv=X; d=X, rd=X: D and Rd of all rows; late: H
+// near 1e-6 for some columns, 1e6 for the others; rough: right sides that need not have a solution where D is 0.
 #include "kfac/kktfac.h"
 #include "tovan.h"
 
@@ -109,7 +109,14 @@ struct patience {
   void restart() { last = std::chrono::steady_clock::now(); }
 };
 
-void run(const std::string& name, const columns& a, tvn::kktfac_params params, size_t numrhs, bool late) {
+struct numbers_wanted {
+  bool late = false; // two kinds of columns, as at the end of a run
+  double d = 0, rd = 0;
+  bool rough = false; // right sides that belong to no solution known
+};
+
+void run(const std::string& name, const columns& a, tvn::kktfac_params params, size_t numrhs,
+         const numbers_wanted& wanted) {
   patience user;
   params.progress = {&user, patience::ask};
   tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
@@ -125,13 +132,17 @@ void run(const std::string& name, const columns& a, tvn::kktfac_params params, s
     int32_t repairs = 0, drops = 0;
     std::mt19937_64 rng(1);
     std::uniform_real_distribution<double> log10h(-8, 8), unit(-1, 1);
+    const std::vector<double> d(static_cast<size_t>(a.m), wanted.d), rd(d.size(), wanted.rd);
     std::vector<double> h(static_cast<size_t>(a.n)), x(numrhs * h.size()), y(numrhs * static_cast<size_t>(a.m));
     for (int t = 0; setup == tvn::kktfac_code::ok && t < 25; t++) {
       const double small = 1.2 * a.m / a.n;
       for (double& v : h)
-        v = late ? std::pow(10, (unit(rng) < 2 * small - 1 ? -6 : 6) + log10h(rng) / 4) : std::pow(10, log10h(rng));
+        v = wanted.late ? std::pow(10, (unit(rng) < 2 * small - 1 ? -6 : 6) + log10h(rng) / 4)
+                        : std::pow(10, log10h(rng));
       tvn::kktfac_numbers numbers;
       numbers.h = h.data();
+      numbers.d = d.data();
+      numbers.rd = rd.data();
       user.restart();
       if (TVN_kktfac_numfac(k, numbers) != tvn::kktfac_code::ok) break;
       patience::ask(&user, 0, 0, 0);
@@ -146,8 +157,10 @@ void run(const std::string& name, const columns& a, tvn::kktfac_params params, s
           for (auto p = static_cast<size_t>(a.beg[j]); p < static_cast<size_t>(a.beg[j + 1]); p++)
             y[c * static_cast<size_t>(a.m) + static_cast<size_t>(a.sub[p])] += a.val[p] * at;
         }
+      if (wanted.rough)
+        for (double& v : y) v = unit(rng);
       user.restart();
-      if (TVN_kktfac_solve(k, tvn::kkt_target::exact, static_cast<int32_t>(numrhs), x.data(), y.data()) !=
+      if (TVN_kktfac_solve(k, tvn::kkt_target::regularised, static_cast<int32_t>(numrhs), x.data(), y.data()) !=
           tvn::kktfac_code::ok)
         break;
       patience::ask(&user, 0, 0, 0);
@@ -177,7 +190,7 @@ int main(int argc, char** argv) {
   tvn::kktfac_params params;
   std::vector<std::string> names;
   size_t numrhs = 3;
-  bool late = false; // two kinds of columns, as at the end of a run
+  numbers_wanted wanted;
   for (int k = 1; k < argc; k++) {
     if (std::strncmp(argv[k], "form=", 5) == 0)
       params.ktpe = static_cast<tvn::kkt_form>(std::atoi(argv[k] + 5));
@@ -192,7 +205,13 @@ int main(int argc, char** argv) {
     else if (std::strncmp(argv[k], "tolpiv=", 7) == 0)
       params.tolpiv = std::atof(argv[k] + 7);
     else if (std::strcmp(argv[k], "late") == 0)
-      late = true;
+      wanted.late = true;
+    else if (std::strcmp(argv[k], "rough") == 0)
+      wanted.rough = true;
+    else if (std::strncmp(argv[k], "d=", 2) == 0)
+      wanted.d = std::atof(argv[k] + 2);
+    else if (std::strncmp(argv[k], "rd=", 3) == 0)
+      wanted.rd = std::atof(argv[k] + 3);
     else if (std::strncmp(argv[k], "refine=", 7) == 0)
       params.maxrefine = std::atoi(argv[k] + 7);
     else
@@ -214,6 +233,6 @@ int main(int argc, char** argv) {
         name.starts_with("band")   ? make_band(std::atoi(name.c_str() + 4))
         : name.starts_with("cube") ? make_cube(std::atoi(name.c_str() + 4))
                                    : read_file((folder / (name + ending)).string()),
-        params, numrhs, late);
+        params, numrhs, wanted);
   return 0;
 }

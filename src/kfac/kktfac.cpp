@@ -102,7 +102,7 @@ kktfac_code kktfac_setup(kktfac& k, bool noneapart, double maxseconds) {
   if (plan.seconds > maxseconds) return kktfac_code::space;
   const double ordered = TVN_sysenv_gettime();
   // What an earlier setup has left goes first: two factors need not stand side by side.
-  k.ready = false;
+  k.ready = k.factored = false;
   k.factor = {};
   k.schur = {};
   k.ada = {};
@@ -129,8 +129,8 @@ kktfac_code TVN_kktfac_autosetup(kktfac& k, const kkt_columns& a, const kkt_quad
   k.a = a;
   k.q = q;
   k.info = {};
-  k.ready = false;
-  k.floord = kktfac{}.floord;
+  k.ready = k.factored = false;
+  k.floor = {};
   k.trust = kktfac{}.trust;
   int64_t size = int64_t{a.numcol} + a.numrow;
   for (int32_t j = 0; j < a.numcol; j++) size += a.length(j);

@@ -18,7 +18,7 @@ namespace tvn {
 enum class kktfac_code : int32_t {
   ok = 0,
   space = 1,   // more entries than filltrh allows; exhausted memory is thrown
-  failed = 2,  // a NaN or an infinite number in the data or the result, too many terms, or nothing set up
+  failed = 2,  // a NaN or an infinite number in the data or the result, too many terms, or nothing set up or factored
   stopped = 7, // by the progress function
 };
 
@@ -80,6 +80,7 @@ struct kktfac_info {
   int32_t numdropped = 0;                       // of them left in: dependent rows
   int64_t positive = 0, negative = 0, zero = 0; // inertia of the whole matrix
   double residual = 0;                          // worst of the last solve, relative to its largest term
+  bool inexact = false;                         // it is above tolkrylov: larger Rp and Rd, or no solution at all
 };
 
 constexpr int32_t kkt_directions = 6; // corrections that are combined at a time
@@ -92,6 +93,15 @@ struct kktfac_work {
   buffer<double> position;         // [maxrhs * order of the factor]
   buffer<double> beside;           // [maxrhs * columns beside the factor]
   buffer<double> front;            // [TVN_sfk_worksize]
+};
+
+// The least D + Rd of the big system, after scaling: which of some floors (kktnum.cpp) is in use.
+struct kkt_floor {
+  int32_t level = 0;
+  int32_t numtried = 0;  // others since the last factorisation that the caller wanted
+  int32_t nummissed = 0; // factorisations in a row for which none was good enough
+  int32_t pause = 0;     // factorisations until others are tried again
+  bool used = false;     // some D + Rd is below it
 };
 
 // Stays where it is from autosetup on: its parts point at each other.
@@ -118,8 +128,7 @@ struct kktfac {
   int32_t numlow = 0, maxtaken = 0; // terms at hand; repairs for which the Schur part has room
   buffer<double> low, sigma;        // [maxlow * numcol] [maxlow]
   buffer<double> d, dfac;           // [numrow]
-  double floord = 1e-8;             // sqdt: least D + Rd after scaling; falls where residuals ask for it
-  bool floored = false;             // and it was used
+  kkt_floor floor;                  // sqdt
   buffer<double> scale;             // [n] by node, powers of two
   buffer<double> added;             // [n] by position, what pivots were raised by
   buffer<int32_t> local;            // [numrow] work of the forming
@@ -127,6 +136,7 @@ struct kktfac {
   bool large = false;               // a pass over A takes a while
   bool stopped = false;             // by the user, between passes
   bool ready = false;               // set up; an analysis that was cut short leaves nothing to go on from
+  bool factored = false;            // likewise a factorisation
   kktfac_work work;
 };
 
@@ -137,7 +147,8 @@ void TVN_kktfac_make(sysenv& sys, int32_t numrow, int32_t numcol, const kktfac_p
 // out_of_memory, autosetup comes first again.
 [[nodiscard]] kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers);
 // num right sides, x: [num * numcol], y: [num * numrow]; they become the solutions, those that are left when it is
-// stopped excepted. Several at once differ from one at a time in rounding.
+// stopped excepted. Several at once differ from one at a time in rounding. ok tells of finite numbers only: see
+// info.residual and info.inexact. May factor again, with another floor under D.
 [[nodiscard]] kktfac_code TVN_kktfac_solve(kktfac& k, kkt_target target, int32_t num, double* x, double* y) noexcept;
 
 } // namespace tvn

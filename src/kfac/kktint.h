@@ -9,6 +9,12 @@ namespace tvn {
 // predicted seconds, and what was set up before still stands.
 [[nodiscard]] kktfac_code kktfac_setup(kktfac& k, bool noneapart, double maxseconds);
 
+// The factor with the next floor under D, where there is one to be tried, or with the one named. k.factored: it stands.
+[[nodiscard]] bool kktfac_nextfloor(kktfac& k) noexcept;
+void kktfac_usefloor(kktfac& k, int32_t level) noexcept;
+// The best of the floors has left this residual.
+void kktfac_endfloors(kktfac& k, double residual) noexcept;
+
 // Columns that are not apart.
 template <class F> void kktfac_others(const kktfac& k, F f) noexcept {
   const int32_t* next = k.dense.begin();

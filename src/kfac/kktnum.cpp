@@ -2,7 +2,9 @@
 //
 // The matrix is scaled to a diagonal near 1 by powers of two, which change no digit; then a threshold on pivots means
 // something. In the big system rows take the scale that they would have in A inv(H) A' + D, and a D that is too small
-// for an order that eliminates a row before its columns gets a floor, which refinement makes up for. A small pivot is
+// for an order that eliminates a row before its columns gets a floor, which refinement makes up for. With a diagonal H
+// a tiny D does no harm there: inv(D) weighs the row's equation, and the elimination goes on as in least squares with
+// weights (Powell and Reid 1969). Where a solve ends with a large residual another floor is tried. A small pivot is
 // raised by 1: its row depends on those before it, or it meets columns only that are apart. Where there is a Schur part
 // this is taken out again, and E tells the two cases; else it stays, and the unknown of such a row is near 0 for
 // whatever consistent right side (Wright 1999). If a trial solve shows that columns apart have cost the accuracy, all
@@ -14,6 +16,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
 
 namespace tvn {
 
@@ -22,8 +25,20 @@ namespace {
 constexpr double least_h = 1e-30;         // of H + Rp: else its inverse might overflow
 constexpr double useless_residual = 1e-2; // of a trial solve
 constexpr double dearer = 10;             // what a better residual may cost, as long as it is not useless
-constexpr double refined_residual = 1e-9; // of one with a floor under D
-constexpr double low_floor = 1e-12;
+
+// Floors of a D + Rd of 0 and of others, the first one first. An H with entries off its diagonal may be singular
+// without the rows', and then a small pivot of theirs costs it its digits.
+struct floor_pair {
+  double zero, own;
+};
+constexpr floor_pair floors_diagonal[] = {{1e-15, 1e-15}, {1e-12, 1e-30}};
+constexpr floor_pair floors_quadratic[] = {{1e-8, 1e-8}, {1e-6, 1e-6}, {1e-12, 1e-30}};
+constexpr double below_floor = 1e-4; // a pivot of the big system may be so much smaller
+
+std::span<const floor_pair> floors_of(const kktfac& k) noexcept {
+  if (k.q.beg) return floors_quadratic;
+  return floors_diagonal;
+}
 
 // A power of two whose square brings v near 1; 1 for 0.
 double scale_of(double v) noexcept {
@@ -109,11 +124,12 @@ sfk_code form_sqdt(kktfac& k) noexcept {
     for (int64_t p = k.q.beg ? k.q.beg[j] : 0; k.q.beg && p < k.q.end[j]; p++, to++)
       if (dest[to] >= 0 && k.invh[k.q.sub[p]] != 0) val[dest[to]] += s[k.q.sub[p]] * k.hoff[p] * s[j];
   }
-  k.floored = false;
+  const floor_pair floor = floors_of(k)[k.floor.level];
+  k.floor.used = false;
   for (int32_t i = 0; i < k.numrow; i++) {
-    const double own = s[n + i] * k.dfac[i] * s[n + i];
-    k.floored = k.floored || own < k.floord;
-    val[k.structure.diagdest[n + i]] -= std::max(own, k.floord);
+    const double own = s[n + i] * k.dfac[i] * s[n + i], least = own > 0 ? floor.own : floor.zero;
+    k.floor.used = k.floor.used || own < least;
+    val[k.structure.diagdest[n + i]] -= std::max(own, least);
   }
   return sfk_code::ok;
 }
@@ -128,6 +144,7 @@ sfk_code calculate_factor(kktfac& k) noexcept {
   sfk_pivots pivots;
   pivots.sign = k.sign.empty() ? nullptr : k.sign.data();
   pivots.tolpiv = k.params.tolpiv;
+  if (k.form == kkt_form::sqdt) pivots.tolpiv = std::min(pivots.tolpiv, below_floor * floors_of(k)[k.floor.level].own);
   pivots.added = k.added.data();
   std::fill(k.added.begin(), k.added.end(), 0.0);
   return TVN_ch_calfac(k.factor, pivots, k.params.progress);
@@ -175,30 +192,47 @@ apart_verdict judge_apart(kktfac& k) noexcept {
   return residual <= useless_residual ? apart_verdict::spoilt : apart_verdict::useless;
 }
 
-// The floor under D has, where it is used. Below the lower one rounding would cost more than the floor.
-bool spoilt_by_floor(kktfac& k) noexcept {
-  if (k.form != kkt_form::sqdt || !k.floored || k.floord <= low_floor) return false;
-  return trial_residual(k, kkt_target::regularised) > refined_residual;
+} // namespace
+
+bool kktfac_nextfloor(kktfac& k) noexcept {
+  const auto num = static_cast<int32_t>(floors_of(k).size());
+  kkt_floor& f = k.floor;
+  if (k.form != kkt_form::sqdt || !f.used || f.pause > 0 || f.numtried + 1 >= num) return false;
+  f.numtried++;
+  kktfac_usefloor(k, (f.level + 1) % num);
+  return true;
 }
 
-} // namespace
+void kktfac_usefloor(kktfac& k, int32_t level) noexcept {
+  k.floor.level = level;
+  const sfk_code code = factor_once(k);
+  k.stopped = code == sfk_code::stopped;
+  k.factored = code == sfk_code::ok;
+}
+
+// Where none is good enough, because the system has no solution, tries would make every factorisation dearer.
+void kktfac_endfloors(kktfac& k, double residual) noexcept {
+  kkt_floor& f = k.floor;
+  if (f.numtried == 0 || f.pause > 0) return;
+  f.nummissed = residual <= k.params.tolkrylov ? 0 : std::min(f.nummissed + 1, 10);
+  f.pause = f.nummissed > 0 ? 1 << f.nummissed : 0;
+}
 
 kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers) {
   k.stopped = false;
+  k.factored = false;
   if (!k.ready || !copy_numbers(numbers, k)) return kktfac_code::failed;
   if (!kktfac_goeson(k)) return kktfac_code::stopped;
+  k.floor.numtried = 0;
+  k.floor.pause = std::max(k.floor.pause - 1, 0);
   for (;;) {
     const sfk_code code = factor_once(k);
     if (code == sfk_code::stopped) return kktfac_code::stopped;
     if (code == sfk_code::failed) return kktfac_code::failed;
-    const bool floor = spoilt_by_floor(k);
-    const apart_verdict apart = floor ? apart_verdict::good : judge_apart(k);
+    const apart_verdict apart = judge_apart(k);
     if (k.stopped) return kktfac_code::stopped;
-    if (!floor && apart == apart_verdict::good) return kktfac_code::ok;
-    if (floor) {
-      k.floord = low_floor;
-      continue;
-    }
+    k.factored = true;
+    if (apart == apart_verdict::good) return kktfac_code::ok;
     constexpr double any = std::numeric_limits<double>::infinity();
     const bool useless = apart == apart_verdict::useless;
     const kktfac_code again = kktfac_setup(k, true, useless ? any : dearer * k.info.seconds);

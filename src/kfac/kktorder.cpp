@@ -38,7 +38,7 @@ bool set_allowed(int32_t num, int32_t numrow) noexcept {
 
 // Solves with the factor, refinement included, for one factorisation. Rows of the big system without a D of their own
 // cost it digits.
-double num_solves(kkt_form form) noexcept { return form == kkt_form::adat ? 10 : 25; }
+double num_solves(kkt_form form) noexcept { return form == kkt_form::adat ? 10 : 15; }
 
 double predict(const kkt_plan& plan, int32_t n, int32_t numrow) noexcept {
   const double solves = num_solves(plan.form);

@@ -156,36 +156,85 @@ void kktfac_refine(kktfac& k, kkt_target target, int32_t num) noexcept {
   }
 }
 
+namespace {
+
+// Right sides of a group and their solutions in the caller's arrays.
+struct group_view {
+  int32_t num;
+  double *x, *y;
+};
+
+void get_rhs(kktfac& k, const group_view& g) noexcept {
+  const int64_t n = k.numcol, m = k.numrow;
+  double* v = k.work.solution.data();
+  for (int64_t q = 0; q < g.num; q++, v += n + m) {
+    std::copy_n(g.x + q * n, n, v);
+    std::copy_n(g.y + q * m, m, v + n);
+  }
+}
+
+// False for what is not finite.
+bool put_solutions(const kktfac& k, const group_view& g) noexcept {
+  const int64_t n = k.numcol, m = k.numrow;
+  const double* v = k.work.solution.data();
+  bool finite = true;
+  for (int64_t q = 0; q < g.num; q++, v += n + m) {
+    std::copy_n(v, n, g.x + q * n);
+    std::copy_n(v + n, m, g.y + q * m);
+    for (int64_t i = 0; i < n + m; i++) finite = finite && std::isfinite(v[i]);
+  }
+  return finite;
+}
+
+// The solutions of the best of the floors under D that are tried. Its factor stays where it is good enough.
+kktfac_code solve_group(kktfac& k, kkt_target target, const group_view& g, double& residual) noexcept {
+  const int64_t all = g.num * (int64_t{k.numcol} + k.numrow);
+  get_rhs(k, g);
+  kktfac_refine(k, target, g.num);
+  if (k.stopped) return kktfac_code::stopped;
+  bool finite = put_solutions(k, g);
+  residual = k.info.residual;
+  const int32_t first = k.floor.level;
+  while (!(residual <= k.params.tolkrylov) && kktfac_nextfloor(k)) {
+    if (k.factored) {
+      std::copy_n(k.work.rhs.data(), all, k.work.solution.data());
+      kktfac_refine(k, target, g.num);
+    }
+    if (k.stopped) return kktfac_code::stopped;
+    if (!k.factored || !(k.info.residual < residual)) continue;
+    finite = put_solutions(k, g);
+    residual = k.info.residual;
+  }
+  if (!(residual <= k.params.tolkrylov) && first != k.floor.level) kktfac_usefloor(k, first);
+  if (k.stopped) return kktfac_code::stopped;
+  kktfac_endfloors(k, residual);
+  return finite ? kktfac_code::ok : kktfac_code::failed;
+}
+
+} // namespace
+
 kktfac_code TVN_kktfac_solve(kktfac& k, kkt_target target, int32_t num, double* x, double* y) noexcept {
-  if (!k.ready) return kktfac_code::failed;
+  if (!k.ready || !k.factored) return kktfac_code::failed;
   const double start = TVN_sysenv_gettime();
   const int64_t n = k.numcol, m = k.numrow;
   double worst = 0;
-  bool finite = true;
+  kktfac_code code = kktfac_code::ok;
   k.stopped = false;
   for (int32_t c = 0, group; c < num; c += group) {
     group = std::min(k.params.maxrhs, num - c);
     const sfk_progress& user = k.params.progress;
     if (user.fn && user.fn(user.handle, 8, c, -1.0) != 0) return kktfac_code::stopped;
-    double* v = k.work.solution.data();
-    for (int64_t q = c; q < c + group; q++, v += n + m) {
-      std::copy_n(x + q * n, n, v);
-      std::copy_n(y + q * m, m, v + n);
-    }
-    kktfac_refine(k, target, group);
-    if (k.stopped) return kktfac_code::stopped;
-    v = k.work.solution.data();
-    for (int64_t q = c; q < c + group; q++, v += n + m) {
-      std::copy_n(v, n, x + q * n);
-      std::copy_n(v + n, m, y + q * m);
-      for (int64_t i = 0; i < n + m; i++) finite = finite && std::isfinite(v[i]);
-    }
-    worst = std::max(worst, k.info.residual);
+    double residual = 0;
+    const kktfac_code one = solve_group(k, target, {group, x + c * n, y + c * m}, residual);
+    if (one == kktfac_code::stopped) return one;
+    if (one != kktfac_code::ok) code = one;
+    if (!(residual <= worst)) worst = residual;
   }
   k.info.residual = worst;
+  k.info.inexact = !(worst <= k.params.tolkrylov);
   k.info.numsolve += num;
   k.info.solvetime += TVN_sysenv_gettime() - start;
-  return finite ? kktfac_code::ok : kktfac_code::failed;
+  return code;
 }
 
 } // namespace tvn

@@ -187,6 +187,7 @@ TEST(Kkt, LeavesDependentRowsAndSolvesWhatIsConsistent) {
     kktfac_params params;
     params.ktpe = static_cast<kkt_form>(rng() % 3);
     params.densecol = 1;
+    params.tolkrylov = 1e-11; // what is wanted below
     solver t;
     ASSERT_EQ(t.setup(twice, params), kktfac_code::ok);
     ASSERT_EQ(TVN_kktfac_numfac(t.k, twice.numbers()), kktfac_code::ok);
@@ -286,6 +287,49 @@ TEST(Kkt, SolvesWithAndWithoutRegularisation) {
   }
 }
 
+// More rows than rank, D or Rd far below the rest and rows of four decades: whatever the right side, the answer is
+// right; without D it is told that there is none, and what is solved next is none the worse for it.
+TEST(Kkt, SolvesDependentRowsByATinyDOrTellsThatItCannot) {
+  for (uint64_t seed = 0; seed < 300; seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937_64 rng(seed);
+    std::uniform_real_distribution<double> unit(-1, 1);
+    kkt_case c;
+    c.m = 10 + static_cast<int32_t>(rng() % 30);
+    const std::vector<double> size = random_vector(rng, c.m);
+    for (uint64_t num = 2 + rng() % 7, j = 0; j < num; j++) {
+      for (int32_t i = 0; i < c.m; i++)
+        if (rng() % 2) c.put(i, std::pow(10, 2 * size[size_t(i)]) * unit(rng));
+      c.end_column(std::pow(10, unit(rng)));
+    }
+    const std::vector<double> tiny(size_t(c.m), std::pow(10, -6 - static_cast<double>(rng() % 9)));
+    const bool regularised = seed % 2 == 0;
+    c.d.assign(size_t(c.m), 0.0);
+    kktfac_numbers numbers = c.numbers();
+    (regularised ? numbers.rd : numbers.d) = tiny.data();
+    kktfac_params params;
+    params.ktpe = kkt_form::sqdt;
+    solver t;
+    ASSERT_EQ(t.setup(c, params), kktfac_code::ok);
+    ASSERT_EQ(TVN_kktfac_numfac(t.k, numbers), kktfac_code::ok);
+    const std::vector<double> b = random_vector(rng, c.n + c.m);
+    std::vector<double> v = b;
+    ASSERT_EQ(t.solve(v, regularised ? kkt_target::regularised : kkt_target::exact), kktfac_code::ok);
+    EXPECT_LE(t.k.info.residual, params.tolkrylov);
+    EXPECT_FALSE(t.k.info.inexact);
+    kkt_case with = c;
+    with.d = tiny;
+    EXPECT_LE(relative_residual(matrix_of(with), v, b), params.tolkrylov);
+    ASSERT_EQ(TVN_kktfac_numfac(t.k, c.numbers()), kktfac_code::ok);
+    v = b;
+    ASSERT_EQ(t.solve(v), kktfac_code::ok);
+    EXPECT_TRUE(t.k.info.inexact);
+    v = times(matrix_of(c), random_vector(rng, c.n + c.m));
+    ASSERT_EQ(t.solve(v), kktfac_code::ok);
+    EXPECT_FALSE(t.k.info.inexact);
+  }
+}
+
 // Each of several at once to its own end, whatever it takes.
 TEST(Kkt, SolvesSeveralAtOnce) {
   for (uint64_t seed = 0; seed < 120; seed++) {
@@ -355,6 +399,7 @@ TEST(Kkt, HasTheSameBitsForAnyNumberOfThreads) {
       params.ktpe = form;
       params.numthr = numthr;
       params.maxrhs = 4;
+      params.maxrefine = 4; // a row has no D
       solver t;
       ASSERT_EQ(t.setup(c, params), kktfac_code::ok);
       ASSERT_EQ(t.k.factor.numthreads, numthr);
