@@ -12,6 +12,9 @@ namespace tvn {
 
 namespace {
 
+// What is left of a column of E. A raised pivot that is dropped stays raised; a term would be missing.
+constexpr double toldropped_raised = 1e-11, toldropped_terms = 1e-15;
+
 void add_apart(kktfac& k) noexcept {
   for (const int32_t j : k.dense) {
     if (k.invh[j] == 0) continue;
@@ -66,6 +69,7 @@ sfk_code kktfac_calbeside(kktfac& k) noexcept {
     TVN_sc_addcol(sc, -1 / k.added[i])[i] = 1;
     k.info.numtaken++;
   }
+  sc.toldropped = k.info.numtaken > 0 || k.numlow == 0 ? toldropped_raised : toldropped_terms;
   return sc.num > 0 ? TVN_sc_calschur(k.factor, k.params.progress, sc) : sfk_code::ok;
 }
 

@@ -64,6 +64,7 @@ void make_storage(kktfac& k, int32_t schurspc) {
   k.work.residual.reset(sys, all);
   k.work.basis.reset(sys, (kkt_directions + 1) * all);
   k.work.direction.reset(sys, kkt_directions * all);
+  k.work.terms.reset(sys, 3 * int64_t{k.params.maxlow} * k.params.maxlow);
   k.work.front.reset(sys, TVN_sfk_worksize(k.structure, k.params.maxrhs));
 }
 

@@ -93,6 +93,7 @@ struct kktfac_work {
   buffer<double> position;         // [maxrhs * order of the factor]
   buffer<double> beside;           // [maxrhs * columns beside the factor]
   buffer<double> front;            // [TVN_sfk_worksize]
+  buffer<double> terms;            // [3 * maxlow^2]
 };
 
 // The least D + Rd of the big system, after scaling: which of some floors (kktnum.cpp) is in use.
@@ -126,7 +127,7 @@ struct kktfac {
   buffer<double> h, hfac, invh;     // [numcol] H, H + Rp at least its floor, its inverse
   buffer<double> hoff;              // by place in the pattern of H
   int32_t numlow = 0, maxtaken = 0; // terms at hand; repairs for which the Schur part has room
-  buffer<double> low, sigma;        // [maxlow * numcol] [maxlow]
+  buffer<double> low, sigma;        // [maxlow * numcol] [maxlow] perhaps other terms than the caller's, of the same sum
   buffer<double> d, dfac;           // [numrow]
   kkt_floor floor;                  // sqdt
   buffer<double> scale;             // [n] by node, powers of two

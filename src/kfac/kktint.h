@@ -15,6 +15,9 @@ void kktfac_usefloor(kktfac& k, int32_t level) noexcept;
 // The best of the floors has left this residual.
 void kktfac_endfloors(kktfac& k, double residual) noexcept;
 
+// Terms of H that nearly depend on each other become others with the same sum, perhaps fewer.
+void kktfac_combineterms(kktfac& k) noexcept;
+
 // Columns that are not apart.
 template <class F> void kktfac_others(const kktfac& k, F f) noexcept {
   const int32_t* next = k.dense.begin();

@@ -8,8 +8,7 @@ namespace tvn {
 
 namespace {
 
-constexpr int64_t slice = 256;       // rows of V that are multiplied at a time
-constexpr double toldropped = 1e-11; // of the diagonal of E before anything cancelled
+constexpr int64_t slice = 256; // rows of V that are multiplied at a time
 
 double dot(const double* __restrict a, const double* __restrict b, int64_t n) noexcept {
   double s[4] = {0, 0, 0, 0};
@@ -94,7 +93,7 @@ sfk_code TVN_sc_calschur(const sfk_factor& f, const sfk_progress& progress, schu
   if (!form_schur(f, run, sc)) return sfk_code::stopped;
   if (!scale_schur(sc)) return sfk_code::failed;
   const bunchkauf_hook hook{&run, [](void* handle) { return static_cast<schur_run*>(handle)->go_on(); }};
-  return TVN_bunchkauf_factor(sc.num, sc.e.data(), sc.num, toldropped, hook, sc.piv.data(), sc.inertia)
+  return TVN_bunchkauf_factor(sc.num, sc.e.data(), sc.num, sc.toldropped, hook, sc.piv.data(), sc.inertia)
              ? sfk_code::ok
              : sfk_code::stopped;
 }

@@ -20,6 +20,7 @@ struct schur_part {
   buffer<double> scale;               // [maxcol] powers of two that bring the diagonal of E near 1
   buffer<int32_t> piv;                // [maxcol]
   buffer<double> pack, solve;         // of the products: a slice of V' and the kernels' own; of the triangular solves
+  double toldropped = 1e-11;          // of the diagonal of E before anything cancelled
   bunchkauf_inertia inertia;          // of E
 };
 

@@ -151,6 +151,36 @@ TEST(Kkt, SolvesLikeADenseOracleAndCountsItsInertia) {
   EXPECT_GT(bigsystems, 400);
 }
 
+// What terms leave of each other counts, were it a millionth of them.
+TEST(Kkt, CountsInertiaWhereTermsCancel) {
+  for (uint64_t seed = 0; seed < 400; seed++) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937_64 rng(seed);
+    kkt_case c = random_case(rng, 1 + static_cast<int32_t>(rng() % 4), 1 + static_cast<int32_t>(rng() % 5), {});
+    if (seed % 2 == 0) add_terms(rng, c);
+    const std::vector<double> v = random_vector(rng, c.n);
+    const double size = std::pow(10, rng() % 11), left = std::pow(10, -static_cast<double>(rng() % 7));
+    for (const double sigma : {size, seed % 3 == 0 ? -size : -(1 - left) * size}) {
+      c.low.insert(c.low.end(), v.begin(), v.end());
+      c.sigma.push_back(sigma);
+    }
+    kktfac_params params;
+    params.ktpe = seed % 4 < 2 ? kkt_form::adat : kkt_form::sqdt;
+    params.maxlow = 4;
+    solver t;
+    ASSERT_EQ(t.setup(c, params), kktfac_code::ok);
+    ASSERT_EQ(TVN_kktfac_numfac(t.k, c.numbers()), kktfac_code::ok);
+    EXPECT_EQ(t.k.info.positive, c.n);
+    EXPECT_EQ(t.k.info.negative, c.m);
+    const dense full = matrix_of(c);
+    const std::vector<double> b = random_vector(rng, c.n + c.m);
+    std::vector<double> x = b;
+    ASSERT_EQ(t.solve(x), kktfac_code::ok);
+    const double cancelled = size * c.n / static_cast<double>(norm(full));
+    EXPECT_LE(relative_residual(full, x, b), tolresidual * (1 + cancelled));
+  }
+}
+
 // Each row twice, and one without an entry.
 kkt_case doubled_case(std::mt19937_64& rng, uint64_t seed) {
   shape s;
