@@ -1,7 +1,8 @@
 // Approximate minimum fill: eliminate the node that is thought to fill least, until the rest is full.
 //
 // Nodes wait in a queue by score, one band of equal priority at a time. Nodes whose rows are almost full among sparse
-// ones are put off to the end: they would be on every list and say nothing. Source: Rothberg and Eisenstat 1998.
+// ones are put off, to the end or to that of their band: they would be on every list and say nothing. Source: Rothberg
+// and Eisenstat 1998.
 #include "order/amfstate.h"
 
 namespace tvn {
@@ -72,6 +73,26 @@ bool init_weights(amf_state& s) {
   return true;
 }
 
+void order_rest(amf_state& s, int32_t* nodes, int32_t num) {
+  std::sort(nodes, nodes + num, [&](int32_t a, int32_t b) {
+    if (s.priority_of(a) != s.priority_of(b)) return s.priority_of(a) < s.priority_of(b);
+    return s.weight[a] != s.weight[b] ? s.weight[a] < s.weight[b] : a < b;
+  });
+  for (int32_t k = 0; k < num; k++)
+    for (int32_t i = nodes[k]; i >= 0; i = s.chain[i]) s.perm[s.numordered++] = i;
+}
+
+// What was put off and is of this band. For those behind it makes a clique that they do not know of; it is all of them,
+// almost.
+void order_putoff(amf_state& s) {
+  if (!s.in.priority || !s.in.strict || s.numputoff == 0) return;
+  int32_t* const first = s.putoff.begin();
+  int32_t* const later =
+      std::partition(first, first + s.numputoff, [&](int32_t i) { return s.priority_of(i) <= s.priority; });
+  order_rest(s, first, static_cast<int32_t>(later - first));
+  s.numputoff = static_cast<int32_t>(std::copy(later, first + s.numputoff, first) - first);
+}
+
 // False: no band is left.
 bool next_band(amf_state& s) {
   while (s.bandbegin < s.n && s.nv[s.band[s.bandbegin]] == 0) s.bandbegin++;
@@ -95,22 +116,12 @@ void put_off(amf_state& s, int32_t i) {
 // Puts off rows that are almost full where `usual` is the number of neighbours of the usual node.
 void scan_full_rows(amf_state& s, int64_t usual) {
   s.sincescan = 0;
-  if (s.in.priority && s.in.strict) return;
   for (int32_t i = 0; i < s.n; i++) {
     if (s.nv[i] <= 0 || s.weight[i] < minfullrow) continue;
     const int64_t w = s.weight[i];
     if (w > fullfactor * usual || (w > halffullfactor * usual && 2 * w > s.left)) put_off(s, i);
   }
   s.watch.work += s.n;
-}
-
-void order_rest(amf_state& s, int32_t* nodes, int32_t num) {
-  std::sort(nodes, nodes + num, [&](int32_t a, int32_t b) {
-    if (s.priority_of(a) != s.priority_of(b)) return s.priority_of(a) < s.priority_of(b);
-    return s.weight[a] != s.weight[b] ? s.weight[a] < s.weight[b] : a < b;
-  });
-  for (int32_t k = 0; k < num; k++)
-    for (int32_t i = nodes[k]; i >= 0; i = s.chain[i]) s.perm[s.numordered++] = i;
 }
 
 // All nodes that are left are neighbours of each other: any order will do.
@@ -120,6 +131,10 @@ bool order_full_rest(amf_state& s, int32_t me) {
   int32_t num = 0;
   for (int32_t i = 0; i < s.n; i++)
     if (s.nv[i] > 0) rest[num++] = i;
+  if (s.in.priority && s.in.strict) { // some may go before others of the rest
+    num = static_cast<int32_t>(std::copy_n(s.putoff.data(), s.numputoff, rest.data() + num) - rest.data());
+    s.numputoff = 0;
+  }
   order_rest(s, rest.data(), num);
   s.left = 0;
   return true;
@@ -134,6 +149,7 @@ bool eliminate_all(amf_state& s) {
   while (s.left > 0) {
     const int32_t me = s.queue.smallest();
     if (me < 0) {
+      order_putoff(s);
       if (!next_band(s)) break;
       continue;
     }

@@ -116,6 +116,36 @@ TEST_F(OrderByFill, PutsFullRowsLast) {
   EXPECT_LE(static_cast<double>(r.figures.nnz), 1.05 * static_cast<double>(before + 3 * g.n));
 }
 
+// The same where each node has a priority: full rows wait for the end of their band, and are not looked through at each
+// pivot. Questions to the user go with the work.
+TEST_F(OrderByFill, PutsFullRowsBehindTheirBand) {
+  for (const int32_t numbands : {1, 4}) {
+    graph g = grid(200, 200, 1);
+    const int64_t before = fill(g).figures.nnz;
+    const int32_t hubs[] = {5, 20000, 39999};
+    for (const int32_t hub : hubs)
+      for (int32_t i = 0; i < g.n; i++) g.edge(hub, i);
+    std::mt19937_64 rng(7);
+    std::vector<int32_t> pri(static_cast<size_t>(g.n));
+    for (int32_t& p : pri) p = static_cast<int32_t>(rng() % static_cast<uint64_t>(numbands));
+    for (int32_t q = 0; q < 3; q++) pri[static_cast<size_t>(hubs[q])] = q % numbands;
+    int64_t asked = 0;
+    const sorder_progress progress{&asked, [](void* h, int32_t, int64_t, double) -> int32_t {
+                                     ++*static_cast<int64_t*>(h);
+                                     return 0;
+                                   }};
+    const result r = run(g, [&](const sorder_graph& v, result& out) {
+      return TVN_amf_sorder_pri(*sys, v, nullptr, pri.data(), progress, out.perm.data(), out.figures);
+    });
+    EXPECT_TRUE(is_permutation(r.perm));
+    EXPECT_LE(asked, 40);
+    for (size_t k = 1; k < r.perm.size(); k++)
+      ASSERT_LE(pri[static_cast<size_t>(r.perm[k - 1])], pri[static_cast<size_t>(r.perm[k])]);
+    if (numbands > 1) continue;
+    EXPECT_LE(static_cast<double>(r.figures.nnz), 1.05 * static_cast<double>(before + 3 * g.n));
+  }
+}
+
 TEST_F(OrderByFill, StopsWhenAskedTo) {
   const graph g = grid(24, 24, 24);
   const arrays a(g.adj);
