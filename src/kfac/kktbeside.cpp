@@ -7,6 +7,7 @@
 #include "kfac/kktint.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace tvn {
 
@@ -55,6 +56,59 @@ void add_term_adat(kktfac& k, int32_t term) noexcept {
   }
 }
 
+// Raised pivots that may differ by what columns apart hold at their rows go first: each next one is that whose row is
+// farthest from those before it. Marked in `left`, by position, as negative; for so many that not all have a place.
+bool choose_raised(kktfac& k, double* left) noexcept {
+  schur_part& sc = k.schur;
+  const int32_t apart = sc.num - k.numlow, n = k.n;
+  double* const basis = sc.e.data(); // not yet in use
+  const auto at = [&](int32_t i, int32_t c) { return sc.v[int64_t{c} * n + i]; };
+  double most = 0;
+  for (int32_t i = 0; i < n; i++) {
+    left[i] = 0;
+    for (int32_t c = 0; k.added[i] != 0 && c < apart; c++) left[i] += at(i, c) * at(i, c);
+    most = std::max(most, left[i]);
+  }
+  constexpr double dependent = 1e-20; // of a square
+  for (int32_t t = 0; t < std::min(apart, k.maxtaken); t++) {
+    const auto p = static_cast<int32_t>(std::max_element(left, left + n) - left);
+    if (!(left[p] > dependent * most)) break;
+    double *const q = basis + int64_t{t} * apart, size = 0;
+    for (int32_t c = 0; c < apart; c++) q[c] = at(p, c);
+    for (const double* b = basis; b != q; b += apart) {
+      double sum = 0;
+      for (int32_t c = 0; c < apart; c++) sum += b[c] * q[c];
+      for (int32_t c = 0; c < apart; c++) q[c] -= sum * b[c];
+    }
+    for (int32_t c = 0; c < apart; c++) size += q[c] * q[c];
+    for (int32_t c = 0; c < apart; c++) q[c] /= std::sqrt(size);
+    left[p] = -1;
+    for (int32_t i = 0; i < n; i++) {
+      if (!(left[i] > 0)) continue;
+      double sum = 0;
+      for (int32_t c = 0; c < apart; c++) sum += q[c] * at(i, c);
+      left[i] = std::max(left[i] - sum * sum, 0.0);
+    }
+    if (!kktfac_goeson(k)) return false;
+  }
+  return true;
+}
+
+// False: stopped.
+bool add_raised(kktfac& k) noexcept {
+  const bool all = k.info.numrepair <= k.maxtaken;
+  double* const left = k.work.position.data();
+  if (k.maxtaken == 0 || k.info.numrepair == 0) return true;
+  if (!all && !choose_raised(k, left)) return false;
+  for (const bool chosen : {true, false})
+    for (int32_t i = 0; i < k.n && k.info.numtaken < k.maxtaken; i++) {
+      if (k.added[i] == 0 || (!all && left[i] < 0) != chosen) continue;
+      TVN_sc_addcol(k.schur, -1 / k.added[i])[i] = 1;
+      k.info.numtaken++;
+    }
+  return true;
+}
+
 } // namespace
 
 sfk_code kktfac_calbeside(kktfac& k) noexcept {
@@ -64,11 +118,7 @@ sfk_code kktfac_calbeside(kktfac& k) noexcept {
   k.info.numtaken = 0;
   add_apart(k);
   for (int32_t c = 0; c < k.numlow; c++) k.form == kkt_form::adat ? add_term_adat(k, c) : add_term_sqdt(k, c);
-  for (int32_t i = 0; i < k.n && k.info.numtaken < std::min(k.maxtaken, k.info.numrepair); i++) {
-    if (k.added[i] == 0) continue;
-    TVN_sc_addcol(sc, -1 / k.added[i])[i] = 1;
-    k.info.numtaken++;
-  }
+  if (!add_raised(k)) return sfk_code::stopped;
   sc.toldropped = k.info.numtaken > 0 || k.numlow == 0 ? toldropped_raised : toldropped_terms;
   return sc.num > 0 ? TVN_sc_calschur(k.factor, k.params.progress, sc) : sfk_code::ok;
 }

@@ -36,13 +36,21 @@ bool set_allowed(int32_t num, int32_t numrow) noexcept {
   return num <= maxapart || static_cast<double>(num) * numrow <= maxapart_entries;
 }
 
+// Repairs that are expected: rows that only columns apart meet. Where these are many, no more of them are independent
+// than there are such columns.
+int32_t empty_rows(const kkt_plan& plan, int32_t numrow) noexcept {
+  const bool all = set_allowed(plan.numapart + plan.numempty, numrow);
+  return all ? plan.numempty : std::min(plan.numempty, plan.numapart);
+}
+
 // Solves with the factor, refinement included, for one factorisation. Rows of the big system without a D of their own
 // cost it digits.
 double num_solves(kkt_form form) noexcept { return form == kkt_form::adat ? 10 : 15; }
 
 double predict(const kkt_plan& plan, int32_t n, int32_t numrow) noexcept {
   const double solves = num_solves(plan.form);
-  const auto nnzl = static_cast<double>(plan.figures.nnz), k = static_cast<double>(plan.numapart + plan.numempty);
+  const double k = plan.numapart + empty_rows(plan, numrow);
+  const auto nnzl = static_cast<double>(plan.figures.nnz);
   return plan.figures.flops / rate_factor + nnzl * second_entry + n * second_node + plan.numprod / rate_product +
          4 * nnzl * (k + solves) / rate_solve + k * k * numrow / rate_dense + 4 * k * numrow * solves / rate_solve +
          k * k * k / 3 / rate_schur;
@@ -90,7 +98,7 @@ sfk_code try_adat(const choice_input& in, sorder_method method, kkt_plan& plan) 
   plan.numprod = sorted.numprod;
   for (int32_t i = 0; i < in.a.numrow; i++) plan.numempty += sorted.rowbeg[i] == sorted.rowbeg[i + 1];
   if (plan.numapart == 0) plan.numempty = 0;
-  if (!set_allowed(plan.numapart + plan.numempty, in.a.numrow)) return sfk_code::failed;
+  if (!set_allowed(plan.numapart + empty_rows(plan, in.a.numrow), in.a.numrow)) return sfk_code::failed;
   const double cap = std::min(in.params.filltrh, 2e9);
   const sfk_code code = TVN_sfk_setup_aat(in.sys, sorted, static_cast<int64_t>(cap), in.params.progress, plan.pattern);
   return code == sfk_code::ok ? order_plan(in, method, plan) : code;
@@ -252,7 +260,7 @@ bool sqdt_may_win(const choice_input& in, const kkt_plan& best) noexcept {
 
 int32_t TVN_kktfac_schurspc(const kkt_plan& plan, int32_t numrow) noexcept {
   if (plan.form == kkt_form::adat && plan.numapart == 0) return 0;
-  return plan.numapart + std::min(numrow, plan.numempty + spare_repairs);
+  return plan.numapart + std::min(numrow, empty_rows(plan, numrow) + spare_repairs);
 }
 
 sfk_code TVN_kktfac_order(sysenv& sys, const kkt_columns& a, const kkt_quadratic& q, const kktfac_params& params,

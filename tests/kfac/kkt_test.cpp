@@ -281,6 +281,41 @@ TEST(Kkt, TakesRepairsOutAgain) {
   EXPECT_LE(relative_residual(full, v, b), tolresidual);
 }
 
+// More rows of their own than the Schur part may hold: as many of them are taken as columns apart make independent,
+// those that do, wherever they stand.
+TEST(Kkt, TakesTheRepairsThatDiffer) {
+  kkt_case c;
+  c.m = 20000;
+  for (int32_t i = 0; i < c.m; i++) {
+    if (i % 20 > 0) c.put(i, 1.0);
+    c.end_column(1.0);
+  }
+  for (int32_t q = 0; q < 3; q++) { // the first 900 of the rows that these alone meet are the same
+    for (int32_t i = 0; i < c.m; i++) c.put(i, i < 18000 ? 1 + i % 20 : 1 + (i / 20 * (q + 3)) % 7);
+    c.end_column(1.0);
+  }
+  c.d.assign(size_t(c.m), 0.0);
+  kktfac_params params;
+  params.ktpe = kkt_form::adat;
+  solver t;
+  ASSERT_EQ(t.setup(c, params), kktfac_code::ok);
+  ASSERT_EQ(TVN_kktfac_numfac(t.k, c.numbers()), kktfac_code::ok);
+  EXPECT_EQ(t.k.info.numrepair, 1000);
+  EXPECT_EQ(t.k.info.zero, 997);
+  std::mt19937_64 rng(3);
+  std::vector<double> b(size_t(c.n + c.m)), v = random_vector(rng, c.n + c.m);
+  for (size_t j = 0; j < size_t(c.n); j++) {
+    b[j] += c.h[j] * v[j];
+    for (auto p = size_t(c.beg[j]); p < size_t(c.beg[j + 1]); p++) {
+      b[j] += c.val[p] * v[size_t(c.n + c.sub[p])];
+      b[size_t(c.n + c.sub[p])] += c.val[p] * v[j];
+    }
+  }
+  ASSERT_EQ(t.solve(b), kktfac_code::ok);
+  EXPECT_LE(t.k.info.residual, 1e-11);
+  for (size_t j = 0; j < size_t(c.n); j++) EXPECT_NEAR(b[j], v[j], 1e-8);
+}
+
 // Rp and Rd help the factor; the system solved is the one asked for.
 TEST(Kkt, SolvesWithAndWithoutRegularisation) {
   for (uint64_t seed = 0; seed < 60; seed++) {
