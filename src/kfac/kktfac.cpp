@@ -133,6 +133,7 @@ kktfac_code TVN_kktfac_autosetup(kktfac& k, const kkt_columns& a, const kkt_quad
   k.ready = k.factored = false;
   k.floor = {};
   k.trust = kktfac{}.trust;
+  k.broughtin = {};
   int64_t size = int64_t{a.numcol} + a.numrow;
   for (int32_t j = 0; j < a.numcol; j++) size += a.length(j);
   k.large = size > 20000;

@@ -7,7 +7,8 @@
 // be eliminated: then A inv(H + Rp) A' + D + Rd is factored ("adat"), its long columns kept beside the factor where
 // that is cheaper; else the whole, whose pivots have known signs in any order (Vanderbei 1995; "sqdt"). The choice goes
 // by predicted seconds. Rp and Rd help the factor only: solves are refined to the system without them or with them, as
-// the caller says. After autosetup nothing is allocated, but where a set of long columns has to be given up.
+// the caller says. After autosetup nothing is allocated, but where a set of long columns has to be given up, and where
+// it is tried again some factorisations later.
 #pragma once
 
 #include "kfac/adat.h"
@@ -65,7 +66,7 @@ struct kktfac_info {
   int32_t numdense = 0;                            // columns kept apart
   int32_t numtries = 0;                            // sets of columns and forms that were ordered to find the cheapest
   bool partitioned = false;                        // the order comes from a partition
-  bool broughtin = false;                          // columns were apart, until the residuals forbade it
+  bool broughtin = false;                          // columns are not apart, because the residuals forbade it
   int64_t nnzpattern = 0;                          // strict triangle of the matrix that is factored
   int64_t nnzl = 0;                                // of its factor with the diagonal
   double fflops = 0, adaflops = 0, schurflops = 0; // a factorisation, forming the matrix, columns beside the factor
@@ -105,6 +106,13 @@ struct kkt_floor {
   bool used = false;     // some D + Rd is below it
 };
 
+// Long columns that went into the matrix because they had cost the digits of one factorisation.
+struct kkt_broughtin {
+  double seconds = 0;  // predicted of a factorisation without them
+  int32_t pause = 0;   // factorisations with them, until they are apart again
+  int32_t numleft = 0; // of these
+};
+
 // Stays where it is from autosetup on: its parts point at each other.
 struct kktfac {
   sysenv* sys = nullptr;
@@ -134,18 +142,19 @@ struct kktfac {
   buffer<double> added;             // [n] by position, what pivots were raised by
   buffer<int32_t> local;            // [numrow] work of the forming
   double trust = 1e-6;              // residual of a trial solve up to which columns that are apart stay there
-  bool large = false;               // a pass over A takes a while
-  bool stopped = false;             // by the user, between passes
-  bool ready = false;               // set up; an analysis that was cut short leaves nothing to go on from
-  bool factored = false;            // likewise a factorisation
+  kkt_broughtin broughtin;
+  bool large = false;    // a pass over A takes a while
+  bool stopped = false;  // by the user, between passes
+  bool ready = false;    // set up; an analysis that was cut short leaves nothing to go on from
+  bool factored = false; // likewise a factorisation
   kktfac_work work;
 };
 
 void TVN_kktfac_make(sysenv& sys, int32_t numrow, int32_t numcol, const kktfac_params& params, kktfac& k);
 // Form, long columns, order, structure and all storage. Throws out_of_memory, and can then be called again.
 [[nodiscard]] kktfac_code TVN_kktfac_autosetup(kktfac& k, const kkt_columns& a, const kkt_quadratic& q);
-// The factor. Where columns that are apart spoil the residuals it sets up anew, and then allocates; if that throws
-// out_of_memory, autosetup comes first again.
+// The factor. Where columns that are apart spoil the residuals it sets up anew, and then allocates, as where they are
+// put apart again; if that throws out_of_memory, autosetup comes first again.
 [[nodiscard]] kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers);
 // num right sides, x: [num * numcol], y: [num * numrow]; they become the solutions, those that are left when it is
 // stopped excepted. Several at once differ from one at a time in rounding. ok tells of finite numbers only: see

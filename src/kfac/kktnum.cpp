@@ -8,7 +8,7 @@
 // raised by 1: its row depends on those before it, or it meets columns only that are apart. Where there is a Schur part
 // this is taken out again, and E tells the two cases; else it stays, and the unknown of such a row is near 0 for
 // whatever consistent right side (Wright 1999). If a trial solve shows that columns apart have cost the accuracy, all
-// columns go into the matrix for good.
+// columns go into the matrix for a while, and four times as long each time that it happens again.
 #include "kfac/kktint.h"
 
 #include "cpub/timer.h"
@@ -193,6 +193,31 @@ apart_verdict judge_apart(kktfac& k) noexcept {
   return residual <= useless_residual ? apart_verdict::spoilt : apart_verdict::useless;
 }
 
+// All columns into the matrix. space: it is not worth it.
+kktfac_code bring_in(kktfac& k, bool useless) {
+  constexpr double any = std::numeric_limits<double>::infinity();
+  constexpr int32_t firstpause = 16, maxpause = 1 << 20;
+  const double seconds = k.info.seconds;
+  const kktfac_code code = kktfac_setup(k, true, useless ? any : dearer * seconds);
+  if (code == kktfac_code::space) k.trust = useless ? any : useless_residual;
+  if (code != kktfac_code::ok) return code;
+  kkt_broughtin& b = k.broughtin;
+  b.seconds = seconds;
+  b.numleft = b.pause = b.pause == 0 ? firstpause : std::min(4 * b.pause, maxpause);
+  k.info.broughtin = true;
+  return code;
+}
+
+// Apart again, where an analysis is paid for by what follows.
+kktfac_code put_apart_again(kktfac& k) {
+  constexpr double worthit = 3;
+  if (!k.info.broughtin || --k.broughtin.numleft > 0 || k.info.seconds < worthit * k.broughtin.seconds)
+    return kktfac_code::ok;
+  const kktfac_code code = kktfac_setup(k, false, std::numeric_limits<double>::infinity());
+  if (code == kktfac_code::ok) k.info.broughtin = false;
+  return code;
+}
+
 } // namespace
 
 bool kktfac_nextfloor(kktfac& k) noexcept {
@@ -222,7 +247,9 @@ void kktfac_endfloors(kktfac& k, double residual) noexcept {
 kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers) {
   k.stopped = false;
   k.factored = false;
-  if (!k.ready || !copy_numbers(numbers, k)) return kktfac_code::failed;
+  if (!k.ready) return kktfac_code::failed;
+  if (const kktfac_code code = put_apart_again(k); code != kktfac_code::ok) return code;
+  if (!copy_numbers(numbers, k)) return kktfac_code::failed;
   if (!kktfac_goeson(k)) return kktfac_code::stopped;
   k.floor.numtried = 0;
   k.floor.pause = std::max(k.floor.pause - 1, 0);
@@ -234,15 +261,8 @@ kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers) {
     if (k.stopped) return kktfac_code::stopped;
     k.factored = true;
     if (apart == apart_verdict::good) return kktfac_code::ok;
-    constexpr double any = std::numeric_limits<double>::infinity();
-    const bool useless = apart == apart_verdict::useless;
-    const kktfac_code again = kktfac_setup(k, true, useless ? any : dearer * k.info.seconds);
-    if (again == kktfac_code::space) {
-      k.trust = useless ? any : useless_residual;
-      return kktfac_code::ok;
-    }
-    if (again != kktfac_code::ok) return again;
-    k.info.broughtin = true;
+    const kktfac_code again = bring_in(k, apart == apart_verdict::useless);
+    if (again != kktfac_code::ok) return again == kktfac_code::space ? kktfac_code::ok : again;
     if (!copy_numbers(numbers, k)) return kktfac_code::failed;
   }
 }

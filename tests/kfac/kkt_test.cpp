@@ -316,6 +316,52 @@ TEST(Kkt, TakesTheRepairsThatDiffer) {
   for (size_t j = 0; j < size_t(c.n); j++) EXPECT_NEAR(b[j], v[j], 1e-8);
 }
 
+// One hard diagonal takes them into the matrix, but not for good.
+TEST(Kkt, PutsLongColumnsApartAgain) {
+  std::mt19937_64 rng(1);
+  kkt_case c;
+  c.m = 800;
+  const int32_t half = 720; // the others are twice some of these
+  for (int32_t j = 0; j < 1200; j++) {
+    std::vector<bool> seen(size_t(c.m), false);
+    for (int32_t num = j < 5 ? half * 3 / 4 : 1 + static_cast<int32_t>(rng() % 4); num > 0; num--) {
+      const auto i = static_cast<int32_t>(rng() % uint64_t(half));
+      if (seen[size_t(i)]) continue;
+      seen[size_t(i)] = true;
+      const double a = 1 + static_cast<double>(rng() % 3);
+      c.put(i, a);
+      if (i < c.m - half) c.put(half + i, 2 * a);
+    }
+    c.end_column(1.0);
+  }
+  c.d.assign(size_t(c.m), 0.0);
+  const std::vector<double> easy = c.h;
+  kktfac_params params;
+  params.ktpe = kkt_form::adat;
+  solver t;
+  ASSERT_EQ(t.setup(c, params), kktfac_code::ok);
+  const int32_t numdense = t.k.info.numdense;
+  ASSERT_EQ(numdense, 5);
+  int32_t stay[2] = {0, 0};
+  for (int32_t& num : stay) {
+    for (int tries = 0; !t.k.info.broughtin; tries++) {
+      ASSERT_LT(tries, 1000) << "the case itself";
+      for (double& h : c.h) h = rng() % uint64_t(2 + tries % 6) ? 1e12 : 1e-12;
+      ASSERT_EQ(TVN_kktfac_numfac(t.k, c.numbers()), kktfac_code::ok);
+    }
+    EXPECT_EQ(t.k.info.numdense, 0);
+    c.h = easy;
+    for (; t.k.info.broughtin && num < 1000; num++) ASSERT_EQ(TVN_kktfac_numfac(t.k, c.numbers()), kktfac_code::ok);
+    EXPECT_EQ(t.k.info.numdense, numdense);
+    std::vector<double> v(size_t(c.n + c.m), 0.0);
+    std::fill(v.begin(), v.begin() + c.n, 1.0);
+    ASSERT_EQ(t.solve(v), kktfac_code::ok);
+    EXPECT_LE(t.k.info.residual, 1e-13);
+  }
+  EXPECT_LT(stay[0], 20);
+  EXPECT_GT(stay[1], 2 * stay[0]); // the oftener it happens, the longer they stay
+}
+
 // Rp and Rd help the factor; the system solved is the one asked for.
 TEST(Kkt, SolvesWithAndWithoutRegularisation) {
   for (uint64_t seed = 0; seed < 60; seed++) {
