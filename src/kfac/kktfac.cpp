@@ -42,6 +42,26 @@ sfk_code make_sqdt(kktfac& k, const kkt_plan& plan) {
   return sfk_code::ok;
 }
 
+// Equations of so many terms are summed apart.
+void find_long(kktfac& k) {
+  constexpr int32_t many = 4096; // the others keep 12 digits
+  const int32_t n = k.numcol;
+  buffer<int32_t> count(*k.sys, int64_t{n} + k.numrow, 0);
+  for (int32_t j = 0; j < n; j++) {
+    count[j] += static_cast<int32_t>(k.a.length(j));
+    for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) count[n + k.a.sub[p]]++;
+    for (int64_t p = k.q.beg ? k.q.beg[j] : 0; k.q.beg && p < k.q.end[j]; p++) {
+      count[j]++;
+      count[k.q.sub[p]]++;
+    }
+  }
+  int32_t num = 0;
+  for (int32_t& c : count) c = c >= many ? num++ : -1;
+  k.work.longsum.reset(*k.sys, num);
+  k.longslot.clear();
+  if (num > 0) k.longslot.swap(count);
+}
+
 void make_storage(kktfac& k, int32_t schurspc) {
   sysenv& sys = *k.sys;
   const matker ker = TVN_matker_make(k.params.isa);
@@ -61,7 +81,7 @@ void make_storage(kktfac& k, int32_t schurspc) {
     b->reset(sys, k.params.maxrhs * all);
   k.work.position.reset(sys, int64_t{k.params.maxrhs} * k.n);
   k.work.beside.reset(sys, int64_t{k.params.maxrhs} * k.schur.maxcol);
-  k.work.residual.reset(sys, all);
+  k.work.residual.reset(sys, k.params.useprecision ? all : 0);
   k.work.basis.reset(sys, (kkt_directions + 1) * all);
   k.work.direction.reset(sys, kkt_directions * all);
   k.work.terms.reset(sys, 3 * int64_t{k.params.maxlow} * k.params.maxlow);
@@ -137,6 +157,7 @@ kktfac_code TVN_kktfac_autosetup(kktfac& k, const kkt_columns& a, const kkt_quad
   int64_t size = int64_t{a.numcol} + a.numrow;
   for (int32_t j = 0; j < a.numcol; j++) size += a.length(j);
   k.large = size > 20000;
+  find_long(k);
   return kktfac_setup(k, false, std::numeric_limits<double>::infinity());
 }
 

@@ -50,6 +50,7 @@ struct kktfac_params {
 
 // Numbers of a factorisation. Null stands for zeros. They are copied, and so may go afterwards; A's values are read.
 struct kktfac_numbers {
+  // H + Rp below 1e-30 counts as 1e-30, so that its inverse is finite.
   const double *h = nullptr, *rp = nullptr; // [numcol] infinity fixes x at 0
   const double *d = nullptr, *rd = nullptr; // [numrow]
   const double* hoff = nullptr;             // by place in the pattern of H
@@ -89,12 +90,12 @@ constexpr int32_t kkt_directions = 6; // corrections that are combined at a time
 // Vectors of a solve, [numcol + numrow] with columns first where nothing else is said.
 struct kktfac_work {
   buffer<double> solution, best, rhs, remainder, correction; // maxrhs of them
-  buffer<long double> residual;
-  buffer<double> basis, direction; // kkt_directions + 1 and kkt_directions of them
-  buffer<double> position;         // [maxrhs * order of the factor]
-  buffer<double> beside;           // [maxrhs * columns beside the factor]
-  buffer<double> front;            // [TVN_sfk_worksize]
-  buffer<double> terms;            // [3 * maxlow^2]
+  buffer<long double> residual, longsum;                     // long: of equations that have a slot
+  buffer<double> basis, direction;                           // kkt_directions + 1 and kkt_directions of them
+  buffer<double> position;                                   // [maxrhs * order of the factor]
+  buffer<double> beside;                                     // [maxrhs * columns beside the factor]
+  buffer<double> front;                                      // [TVN_sfk_worksize]
+  buffer<double> terms;                                      // [3 * maxlow^2]
 };
 
 // The least D + Rd of the big system, after scaling: which of some floors (kktnum.cpp) is in use.
@@ -141,6 +142,7 @@ struct kktfac {
   buffer<double> scale;             // [n] by node, powers of two
   buffer<double> added;             // [n] by position, what pivots were raised by
   buffer<int32_t> local;            // [numrow] work of the forming
+  buffer<int32_t> longslot;         // [numcol + numrow] of equations of many terms, else -1; empty: there is none
   double trust = 1e-6;              // residual of a trial solve up to which columns that are apart stay there
   kkt_broughtin broughtin;
   bool large = false;    // a pass over A takes a while

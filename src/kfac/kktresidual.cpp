@@ -14,18 +14,61 @@ struct target_system {
   const double *h, *d;
 };
 
-// T: how it is summed.
-template <class T> kkt_residual residual_of(const target_system& s, const double* rhs, const double* v, T* r) noexcept {
+// T: how it is summed; L: some equations have so many terms that their sums in double would tell of less than is left.
+template <class T, bool L> struct residual_sums {
+  T* r;
+  const int32_t* slot; // [columns and rows] of a long equation, else -1
+  long double* longer;
+
+  void subtract(int64_t i, T t, double a, double x) const noexcept {
+    if (L && slot[i] >= 0)
+      longer[slot[i]] += static_cast<long double>(a) * x;
+    else
+      r[i] -= t;
+  }
+};
+
+inline void see(double& most, double value) noexcept {
+  value = std::fabs(value);
+  most = value > most ? value : most;
+}
+
+// The part of H that is not diagonal.
+template <class T, bool L>
+void subtract_quadratic(const kktfac& k, const residual_sums<T, L>& sums, const double* v) noexcept {
+  for (int32_t j = 0; k.q.beg && j < k.numcol; j++)
+    for (int64_t p = k.q.beg[j]; p < k.q.end[j]; p++) {
+      const int32_t i = k.q.sub[p];
+      if (i == j || k.invh[i] == 0 || k.invh[j] == 0) continue;
+      sums.subtract(i, static_cast<T>(k.hoff[p]) * v[j], k.hoff[p], v[j]);
+      sums.subtract(j, static_cast<T>(k.hoff[p]) * v[i], k.hoff[p], v[i]);
+    }
+}
+
+template <class T> void subtract_terms(const kktfac& k, const double* v, T* r, double& most) noexcept {
+  for (int32_t c = 0; c < k.numlow; c++) {
+    const double* const low = k.low.data() + int64_t{c} * k.numcol;
+    long double sum = 0;
+    for (int32_t j = 0; j < k.numcol; j++) sum += static_cast<long double>(low[j]) * v[j];
+    for (int32_t j = 0; j < k.numcol; j++) {
+      const T t = static_cast<T>(k.sigma[c] * sum) * low[j];
+      see(most, static_cast<double>(t));
+      r[j] -= t;
+    }
+  }
+}
+
+template <class T, bool L>
+kkt_residual residual_of(const target_system& s, const double* rhs, const double* v, T* r,
+                         long double* longer) noexcept {
   const kktfac& k = s.k;
   const int32_t n = k.numcol, m = k.numrow;
   const double* const y = v + n;
+  const residual_sums<T, L> sums{r, k.longslot.data(), longer};
+  if (L) std::fill_n(longer, k.work.longsum.size(), 0.0L);
   kkt_residual found;
   double* const term = found.term;
   double worst[2] = {0, 0};
-  const auto see = [](double& most, double value) {
-    value = std::fabs(value);
-    most = value > most ? value : most;
-  };
   for (int32_t i = 0; i < m; i++) {
     const T t = static_cast<T>(s.d[i]) * y[i];
     see(term[1], static_cast<double>(t));
@@ -40,35 +83,25 @@ template <class T> kkt_residual residual_of(const target_system& s, const double
     const T t = static_cast<T>(s.h[j]) * v[j];
     see(term[0], rhs ? rhs[j] : 0.0);
     see(term[0], static_cast<double>(t));
+    const bool longcolumn = L && k.longslot[j] >= 0;
     T sum = (rhs ? rhs[j] : 0.0) - t;
     for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) {
       const int32_t i = k.a.sub[p];
       const T down = static_cast<T>(k.a.val[p]) * y[i], across = static_cast<T>(k.a.val[p]) * v[j];
-      sum -= down;
-      r[n + i] -= across;
       see(term[0], static_cast<double>(down));
       see(term[1], static_cast<double>(across));
+      sums.subtract(n + i, across, k.a.val[p], v[j]);
+      if (longcolumn)
+        sums.subtract(j, down, k.a.val[p], y[i]);
+      else
+        sum -= down;
     }
     r[j] = sum;
   }
-  for (int32_t j = 0; k.q.beg && j < n; j++)
-    for (int64_t p = k.q.beg[j]; p < k.q.end[j]; p++) {
-      const int32_t i = k.q.sub[p];
-      if (i == j || k.invh[i] == 0 || k.invh[j] == 0) continue;
-      r[i] -= static_cast<T>(k.hoff[p]) * v[j];
-      r[j] -= static_cast<T>(k.hoff[p]) * v[i];
-    }
-  for (int32_t c = 0; c < k.numlow; c++) {
-    const double* const low = k.low.data() + int64_t{c} * n;
-    T sum = 0;
-    for (int32_t j = 0; j < n; j++) sum += static_cast<T>(low[j]) * v[j];
-    for (int32_t j = 0; j < n; j++) {
-      const T t = k.sigma[c] * sum * low[j];
-      see(term[0], static_cast<double>(t));
-      r[j] -= t;
-    }
-  }
+  subtract_quadratic(k, sums, v);
+  subtract_terms(k, v, r, term[0]);
   for (int32_t i = 0; i < n + m; i++) {
+    if (L && k.longslot[i] >= 0 && !(i < n && k.invh[i] == 0)) r[i] = static_cast<T>(r[i] - longer[k.longslot[i]]);
     const double value = std::fabs(static_cast<double>(r[i]));
     if (!(value <= worst[i >= n])) worst[i >= n] = value; // a NaN stays
   }
@@ -83,8 +116,11 @@ template <class T> kkt_residual residual_of(const target_system& s, const double
 kkt_residual kktfac_residual(kktfac& k, kkt_target target, const double* rhs, const double* v, double* to) noexcept {
   const bool exact = target == kkt_target::exact;
   const target_system s{k, exact ? k.h.data() : k.hfac.data(), exact ? k.d.data() : k.dfac.data()};
-  if (!k.params.useprecision) return residual_of(s, rhs, v, to);
-  const kkt_residual found = residual_of(s, rhs, v, k.work.residual.data());
+  if (!k.params.useprecision) {
+    if (k.longslot.empty()) return residual_of<double, false>(s, rhs, v, to, nullptr);
+    return residual_of<double, true>(s, rhs, v, to, k.work.longsum.data());
+  }
+  const kkt_residual found = residual_of<long double, false>(s, rhs, v, k.work.residual.data(), nullptr);
   for (int64_t i = 0; i < k.work.residual.size(); i++) to[i] = static_cast<double>(k.work.residual[i]);
   return found;
 }

@@ -362,6 +362,51 @@ TEST(Kkt, PutsLongColumnsApartAgain) {
   EXPECT_GT(stay[1], 2 * stay[0]); // the oftener it happens, the longer they stay
 }
 
+// Sums of a hundred thousand terms, by rows and by a column: what is told of them is true.
+TEST(Kkt, TellsTheTrueResidualOfLongEquations) {
+  for (const kkt_form form : {kkt_form::adat, kkt_form::sqdt}) {
+    std::mt19937_64 rng(1);
+    std::uniform_real_distribution<double> unit(-1, 1);
+    kkt_case c;
+    c.m = 100003;
+    for (int32_t i = 0; i < c.m; i++) {
+      c.put(i, 1.0);
+      if (i > 3) c.put(i % 3, unit(rng));
+      c.end_column(std::pow(10, unit(rng)));
+    }
+    for (int32_t i = 0; i < c.m; i++) c.put(i, unit(rng));
+    c.end_column(1.0);
+    c.d.assign(size_t(c.m), 1e-3);
+    kktfac_params params;
+    params.ktpe = form;
+    solver t;
+    ASSERT_EQ(t.setup(c, params), kktfac_code::ok);
+    ASSERT_EQ(TVN_kktfac_numfac(t.k, c.numbers()), kktfac_code::ok);
+    const std::vector<double> b = random_vector(rng, c.n + c.m);
+    std::vector<double> v = b;
+    ASSERT_EQ(t.solve(v), kktfac_code::ok);
+    std::vector<long double> r(b.begin(), b.end());
+    long double term[2] = {0, 0}, worst[2] = {0, 0};
+    const auto n = size_t(c.n);
+    const auto subtract = [&](size_t i, long double x) {
+      r[i] -= x;
+      term[i >= n] = std::max({term[i >= n], std::fabs(x), std::fabs(static_cast<long double>(b[i]))});
+    };
+    for (size_t j = 0; j < n; j++) {
+      subtract(j, static_cast<long double>(c.h[j]) * v[j]);
+      for (auto p = size_t(c.beg[j]); p < size_t(c.beg[j + 1]); p++) {
+        subtract(j, static_cast<long double>(c.val[p]) * v[n + size_t(c.sub[p])]);
+        subtract(n + size_t(c.sub[p]), static_cast<long double>(c.val[p]) * v[j]);
+      }
+    }
+    for (size_t i = 0; i < size_t(c.m); i++) subtract(n + i, static_cast<long double>(-c.d[i]) * v[n + i]);
+    for (size_t i = 0; i < r.size(); i++) worst[i >= n] = std::max(worst[i >= n], std::fabs(r[i]));
+    const auto truth = static_cast<double>(std::max(worst[0] / term[0], worst[1] / term[1]));
+    EXPECT_NEAR(t.k.info.residual, truth, 5e-15);
+    EXPECT_LE(truth, 1e-13);
+  }
+}
+
 // Rp and Rd help the factor; the system solved is the one asked for.
 TEST(Kkt, SolvesWithAndWithoutRegularisation) {
   for (uint64_t seed = 0; seed < 60; seed++) {
