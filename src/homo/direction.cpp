@@ -18,20 +18,13 @@ newton_code code_of(kktfac_code code) noexcept {
   return newton_code::failed;
 }
 
-newton_code solve_once(newton& w, double* x, double* y) noexcept {
-  const auto target = w.proximal ? kkt_target::regularised : kkt_target::exact;
-  const newton_code code = code_of(TVN_kktfac_solve(w.k, target, 1, x, y));
-  if (code != newton_code::ok) return code;
-  return w.k.info.residual <= w.trusted ? newton_code::ok : newton_code::inaccurate;
-}
-
 } // namespace
 
 void newton_make(sysenv& sys, int32_t m, int32_t n, const kktfac_params& params, newton& w) {
   w.m = m;
   w.n = n;
-  for (buffer<double>* v : {&w.h, &w.rp, &w.px, &w.keepx}) v->reset(sys, n, 0.0);
-  for (buffer<double>* v : {&w.rd, &w.py, &w.keepy}) v->reset(sys, m, 0.0);
+  for (buffer<double>* v : {&w.h, &w.rp, &w.px}) v->reset(sys, n, 0.0);
+  for (buffer<double>* v : {&w.rd, &w.py}) v->reset(sys, m, 0.0);
   TVN_kktfac_make(sys, m, n, params, w.k);
 }
 
@@ -47,18 +40,12 @@ newton_code newton_factor(newton& w) {
 }
 
 newton_code newton_block(newton& w, double* x, double* y) noexcept {
-  std::copy_n(x, w.n, w.keepx.data());
-  std::copy_n(y, w.m, w.keepy.data());
-  newton_code code = solve_once(w, x, y);
-  if (code == newton_code::inaccurate && !w.proximal) {
-    std::copy_n(w.keepx.data(), w.n, x);
-    std::copy_n(w.keepy.data(), w.m, y);
-    w.proximal = true;
-    code = solve_once(w, x, y);
-  }
-  w.worst = std::max(w.worst, w.k.info.residual);
+  const auto target = w.proximal ? kkt_target::regularised : kkt_target::exact;
+  const newton_code code = code_of(TVN_kktfac_solve(w.k, target, 1, x, y));
+  if (code != newton_code::ok) return code;
   for (int32_t i = 0; i < w.m; i++) y[i] = -y[i];
-  return code;
+  w.worst = std::max(w.worst, w.k.info.residual);
+  return w.k.info.residual <= w.trusted ? newton_code::ok : newton_code::inaccurate;
 }
 
 newton_code newton_fixed(newton& w) noexcept { return newton_block(w, w.px.data(), w.py.data()); }

@@ -6,10 +6,10 @@
 //
 // One factor, one fixed solve for the column of tau per factor, one solve for each direction. The last row is the
 // caller's: its pivot, g less what x and y take away, is a sum of squares that only he can sum without cancellation.
-// The factor is that of the system with proximal terms, H + Rp and Rd in the lower right corner, which vanish with the
-// steps (Friedlander and Orban 2012). Solves are refined to the system without them; where that has no accurate
-// solution, as with rows that contradict each other, to the one with them, whose y moves along the null space and so
-// finds the certificate.
+// The system is that with proximal terms, H + Rp and Rd in the lower right corner, which vanish with the steps
+// (Friedlander and Orban 2012). To refine to the system without them costs digits where rows are nearly dependent, and
+// where rows contradict each other it has no solution; with them y moves along the null space and finds the
+// certificate.
 #pragma once
 
 #include "kfac/kktfac.h"
@@ -21,13 +21,12 @@ enum class newton_code : int32_t { ok = 0, inaccurate = 1, failed = 2, stopped =
 struct newton {
   kktfac k;
   int32_t n = 0, m = 0;
-  buffer<double> h, rp, rd;    // [n] [n] [m] numbers of the factor
-  buffer<double> px, py;       // [n] [m] fixed direction: tau enters others by it
-  double pivot = 0;            // of tau, after elimination of x and y; positive
-  bool proximal = false;       // solves aim at the system with Rp and Rd
-  buffer<double> keepx, keepy; // [n] [m] right side at hand
-  double worst = 0;            // residual of the solves since the factor
-  double trusted = 1e-6;       // residual up to which a solve counts as accurate
+  buffer<double> h, rp, rd; // [n] [n] [m] numbers of the factor
+  buffer<double> px, py;    // [n] [m] fixed direction: tau enters others by it
+  double pivot = 0;         // of tau, after elimination of x and y; positive
+  bool proximal = true;     // false: solves aim at the system without Rp and Rd
+  double worst = 0;         // residual of the solves since the factor
+  double trusted = 1e-6;    // residual up to which a solve counts as accurate
 };
 
 void newton_make(sysenv& sys, int32_t m, int32_t n, const kktfac_params& params, newton& w);

@@ -12,12 +12,14 @@ namespace tvn {
 
 namespace {
 
-constexpr double centweight = 0.1, most_gamma = 0.9, least_gamma = 1e-14;
+constexpr double centweight = 0.1, most_gamma = 0.5, least_gamma = 1e-14;
 constexpr double low_pair = 0.1, high_pair = 10; // of the products aimed at
 constexpr double longer = 1.5, more = 0.3;       // what a further corrector aims at
-constexpr double least_gain = 0.1;               // of the gain aimed at
+constexpr double least_gain = 0.02;              // of the gain aimed at
+constexpr double least_weight = 0.5;
 constexpr int32_t num_weights = 8;
 
+// At most 0.5: more, after a bad predictor, makes the next one no better (mean of the iterations 13.5 against 13.0).
 double centring(double a) noexcept {
   return std::clamp((1 - a) * (1 - a) * std::max(centweight, 1 - a), least_gamma, most_gamma);
 }
@@ -29,10 +31,11 @@ void aim_affine(const hom_data& d, const hom_point& p, hom_aim& aim) noexcept {
   aim.tk = -p.tau * p.kappa;
 }
 
-// What the corrector adds: centring, and the second order terms of the predictor.
+// What the corrector adds: centring, and the second order terms of the predictor. The residuals stay aimed at 0, not at
+// gamma times themselves: they should not lag behind mu (mean of the iterations 13.5 against 15.1).
 void aim_corrector(const hom_data& d, const hom_point& dir, double gamma, double mu, double second,
                    hom_aim& aim) noexcept {
-  aim.feas = -gamma;
+  aim.feas = 0;
   for (int32_t j = 0; j < d.npos; j++) aim.xs[j] = gamma * mu - second * dir.x[j] * dir.s[j];
   for (int32_t k = 0; k < d.nup; k++) aim.xsup[k] = gamma * mu - second * dir.xup[k] * dir.sup[k];
   aim.tk = gamma * mu - second * dir.tau * dir.kappa;
@@ -111,7 +114,7 @@ newton_code hom_choosemove(const hom_data& d, const hom_point& p, const hom_resi
   aim_corrector(d, v.dir, v.gamma, f.mu, 1, v.aim);
   code = hom_search(d, p, r, v.aim, w, v.cor);
   if (code != newton_code::ok) return code;
-  take(choose_weight(d, p, v, std::min(v.affine.least(), 0.5)), v);
+  take(choose_weight(d, p, v, std::min(v.affine.least(), least_weight)), v);
   for (bool gains = true; gains && code == newton_code::ok && v.numcor < maxcor && v.a.least() < 0.95;) {
     code = correct_centrality(d, p, r, v.gamma * f.mu, w, v, gains);
     if (gains) v.numcor++;

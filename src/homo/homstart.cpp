@@ -99,7 +99,7 @@ newton_code hom_start(const hom_data& d, const hs_param& param, newton& w, hom_p
   start_constant(d, param, p);
   if (param.start == hs_startpoint::constant) return newton_code::ok;
   const newton_code code = start_guess(d, param, w, p);
-  w.proximal = false;
+
   if (code == newton_code::stopped) return code;
   if (code != newton_code::ok) start_constant(d, param, p);
   return newton_code::ok;

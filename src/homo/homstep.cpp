@@ -40,6 +40,40 @@ hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& d
   return {x.step(), s.step()};
 }
 
+namespace {
+
+// Of the pairs that would block: a step that leaves the first one product of `target`, as a share of the largest.
+struct share_finder {
+  double a_own, a_other, target;
+  double least = 1;
+  // v blocks with a_own; its partner moves with a_other.
+  void see(int64_t num, const double* v, const double* dv, const double* s, const double* ds) noexcept {
+    for (int64_t k = 0; k < num; k++) {
+      if (!(v[k] + a_own * dv[k] <= 1e-9 * v[k])) continue;
+      const double partner = s[k] + a_other * ds[k];
+      const double f = (v[k] - target / partner) / (-a_own * dv[k]);
+      least = f < least ? f : least;
+    }
+  }
+};
+
+} // namespace
+
+hom_steps hom_shorten(const hom_data& d, const hom_point& p, const hom_point& dir, hom_steps a, double most) noexcept {
+  constexpr double gamma = 0.01;
+  double sum = 0;
+  for (int32_t j = 0; j < d.npos; j++) sum += (p.x[j] + a.p * dir.x[j]) * (p.s[j] + a.d * dir.s[j]);
+  for (int32_t k = 0; k < d.nup; k++) sum += (p.xup[k] + a.p * dir.xup[k]) * (p.sup[k] + a.d * dir.sup[k]);
+  const double target = gamma * sum / static_cast<double>(d.numpairs());
+  share_finder x{a.p, a.d, target}, s{a.d, a.p, target};
+  x.see(d.npos, p.x, dir.x, p.s, dir.s);
+  x.see(d.nup, p.xup, dir.xup, p.sup, dir.sup);
+  s.see(d.npos, p.s, dir.s, p.x, dir.x);
+  s.see(d.nup, p.sup, dir.sup, p.xup, dir.xup);
+  const auto frac = [&](double share) { return std::clamp(share, 1 - gamma, most); };
+  return {a.p < 1 ? a.p * frac(x.least) : a.p, a.d < 1 ? a.d * frac(s.least) : a.d};
+}
+
 void hom_update(const hom_data& d, const hom_point& dir, hom_steps a, hom_point& p) noexcept {
   if (a.p == a.d) {
     p.add(a.p, dir);
