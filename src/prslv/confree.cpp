@@ -3,54 +3,46 @@
 // A side is redundant when the activity bounds of the row reach no further than it (Brearley, Mitra and Williams
 // 1975); dropping it keeps the feasible set, so every optimum stays one. Undo: the row is inside its bounds, its slack
 // duals are 0, hence y_i = -cc_i. The cost of a row that goes moves to its columns: cc_i xc_i = sum of cc_i a_ij x_j.
-#include "prslv/prslvint.h"
+#include "prslv/prslvstk.h"
 
 namespace tvn {
 
-// Record: row, key, columns; lower, upper, cost, coefficients.
+namespace {
+
+// A row that went, with its cost and entries.
+struct conrelax_record {
+  static constexpr prslv_type types[] = {rt_conrelax, rt_initialfreecon};
+  using item = prslv_entry;
+  int32_t i, num;
+  double cost;
+  int64_t numitems() const { return num; }
+};
+
+} // namespace
+
 void TVN_prslv_conrelax(prslv_context& x, int32_t i, int32_t rtype) {
-  TVN_prslv_beginpushstk(x, rtype);
   const double cc = x.p.cc[i];
-  push_int(x, i);
-  push_int(x, x.p.bkc[i]);
-  push_int(x, x.connz[i]);
-  push_real(x, x.p.blc[i]);
-  push_real(x, x.p.buc[i]);
-  push_real(x, cc);
-  for_row(x, i, [&](int32_t j, double a) {
-    push_int(x, j);
-    push_real(x, a);
-    x.p.c[j] += cc * a;
-  });
-  TVN_prslv_endpushstk(x, rtype);
+  TVN_prslv_beginpushstk(x, rtype);
+  push_row(x, i);
+  TVN_prslv_endpushstk(x, rtype, conrelax_record{i, x.connz[i], cc});
+  for_row(x, i, [&](int32_t j, double a) { x.p.c[j] += cc * a; });
   TVN_prslv_killcon(x, i);
 }
 
 void prslv_undoconrelax(prslv_post& w) {
-  prslv_reader r(w.x);
+  const auto [r, row] = TVN_prslv_poprecord<conrelax_record>(w.x);
   lp_solution& s = w.s;
-  const int32_t i = r.i();
-  r.i();
-  const int32_t n = r.i();
-  r.r();
-  r.r();
-  const double cc = r.r();
-  s.skc[i] = w.rest();
-  s.y[i] = -w.df * cc;
-  s.slc[i] = s.suc[i] = 0;
+  s.skc[r.i] = w.rest();
+  s.y[r.i] = -w.df * r.cost;
+  s.slc[r.i] = s.suc[r.i] = 0;
   double act = 0;
-  for (int32_t k = 0; k < n; k++) {
-    const int32_t j = r.i();
-    act += r.r() * s.xx[j];
-  }
-  s.xc[i] = act;
+  for (const prslv_entry& e : row) act += e.a * s.xx[e.index];
+  s.xc[r.i] = act;
 }
 
 void TVN_prslv_dropside(prslv_context& x, int32_t i, bool upper) {
   const int32_t rtype = upper ? rt_dropupp : rt_droplow;
   TVN_prslv_beginpushstk(x, rtype);
-  push_int(x, i);
-  push_real(x, upper ? x.p.buc[i] : x.p.blc[i]);
   TVN_prslv_endpushstk(x, rtype);
   x.p.bkc[i] = upper ? bk_lo : bk_up;
   make_columns_due(x, i);

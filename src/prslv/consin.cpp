@@ -3,17 +3,22 @@
 // The feasible set stays, so optima do. Undo: when the column rests on a bound that the row gave it, its reduced cost d
 // is the row's: y_i grows by d/a, the column becomes basic and the row takes the place at its bound; otherwise the row
 // is basic. Either way one more basic item for the row that is back.
-#include "prslv/prslvint.h"
+#include "prslv/prslvstk.h"
 
 namespace tvn {
 
 namespace {
 
-constexpr int32_t none_implied = 64;
+// Row i with a x_j alone, its key and cost, and which bounds of the column it tightened.
+struct consin_record {
+  static constexpr prslv_type types[] = {rt_consin, rt_initialconsin};
+  int32_t i, j, rowkey;
+  bool low, upp;
+  double a, cost;
+};
 
 } // namespace
 
-// Record: row, column, key of the bounds that the row tightened, keys of row and column; bounds of both, a, cost.
 void TVN_prslv_consin(prslv_context& x, int32_t i, int32_t rtype) {
   const auto [j, a] = TVN_prslv_getconsin(x, i);
   const double bl = con_lower(x, i), bu = con_upper(x, i), l = var_lower(x, j), u = var_upper(x, j);
@@ -22,18 +27,7 @@ void TVN_prslv_consin(prslv_context& x, int32_t i, int32_t rtype) {
   if (!(std::fabs(newu) < bound_infinity)) newu = prslv_inf;
   const bool low = newl > l, upp = newu < u;
   TVN_prslv_beginpushstk(x, rtype);
-  push_int(x, i);
-  push_int(x, j);
-  push_int(x, low ? (upp ? bk_ra : bk_lo) : upp ? bk_up : none_implied);
-  push_int(x, x.p.bkc[i]);
-  push_int(x, x.p.bkx[j]);
-  push_real(x, x.p.blc[i]);
-  push_real(x, x.p.buc[i]);
-  push_real(x, x.p.blx[j]);
-  push_real(x, x.p.bux[j]);
-  push_real(x, a);
-  push_real(x, x.p.cc[i]);
-  TVN_prslv_endpushstk(x, rtype);
+  TVN_prslv_endpushstk(x, rtype, consin_record{i, j, x.p.bkc[i], low, upp, a, x.p.cc[i]});
   x.p.c[j] += x.p.cc[i] * a;
   newl = std::max(newl, l);
   newu = std::min(newu, u);
@@ -55,15 +49,8 @@ void TVN_prslv_consin(prslv_context& x, int32_t i, int32_t rtype) {
 }
 
 void prslv_undoconsin(prslv_post& w) {
-  prslv_reader r(w.x);
+  const auto [i, j, rowkey, low, upp, a, cc] = TVN_prslv_poprecord<consin_record>(w.x);
   lp_solution& s = w.s;
-  const int32_t i = r.i(), j = r.i(), implied = r.i(), rowkey = r.i();
-  r.i();
-  r.r();
-  r.r();
-  r.r();
-  r.r();
-  const double a = r.r(), cc = r.r();
   s.y[i] = -w.df * cc;
   s.slc[i] = s.suc[i] = 0;
   s.xc[i] = a * s.xx[j];
@@ -81,8 +68,7 @@ void prslv_undoconsin(prslv_post& w) {
     s.skx[j] = w.rest();
     s.skc[i] = rowkey == bk_fx ? sk_fix : lower == (a > 0) ? sk_low : sk_upr;
   };
-  const bool low = implied == bk_lo || implied == bk_ra, upp = implied == bk_up || implied == bk_ra,
-             all = w.walk != prslv_walk::basis;
+  const bool all = w.walk != prslv_walk::basis;
   if (low && (all || side == sk_low)) take(true);
   if (upp && (all || side == sk_upr)) take(false);
   if (!w.certificate() && s.skx[j] == sk_fix) s.skx[j] = side;

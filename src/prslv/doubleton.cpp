@@ -5,65 +5,45 @@
 // Undo: x_2 from the row; when x_1 rests on a bound that came from x_2, then x_2 rests there and x_1 is basic, else x_2
 // is basic. With d the part of x_1's reduced cost that belongs to such a bound, x_2 gets -(a_2/a_1) d, and y_i follows
 // from x_2's column.
-#include "prslv/prslvint.h"
+#include "prslv/prslvstk.h"
 
 namespace tvn {
 
 // --- pivots, which eliminations share
 
-// Record: row, column, key of the row, entries of row and column without the pivot; pivot, right-hand side, costs.
-void TVN_prslv_pushpivot(prslv_context& x, int32_t i, int32_t j, double aij, double b) {
-  push_int(x, i);
-  push_int(x, j);
-  push_int(x, x.p.bkc[i]);
-  push_int(x, x.connz[i] - 1);
-  push_int(x, x.varnz[j] - 1);
-  push_real(x, aij);
-  push_real(x, b);
-  push_real(x, x.p.c[j]);
-  push_real(x, x.p.cc[i]);
-  for_row(x, i, [&](int32_t l, double a) {
-    if (l == j) return;
-    push_int(x, l);
-    push_real(x, a);
-  });
-  for_col(x, j, [&](int32_t k, double a) {
-    if (k == i) return;
-    push_int(x, k);
-    push_real(x, a);
-  });
+prslv_pivot TVN_prslv_pushpivot(prslv_context& x, int32_t i, int32_t j, double aij, double b) {
+  push_row(x, i, j);
+  push_col(x, j, i);
+  return {i, j, x.connz[i] - 1, x.varnz[j] - 1, aij, b, x.p.c[j], x.p.cc[i]};
 }
 
-prslv_pivot prslv_popp(prslv_post& w, prslv_reader& r) {
+prslv_pivot_back prslv_popp(prslv_post& w, const prslv_pivot& r, std::span<const prslv_entry> entries) {
   lp_solution& s = w.s;
-  prslv_pivot v{};
-  v.i = r.i();
-  v.j = r.i();
-  v.rowkey = r.i();
-  const int32_t nrow = r.i(), ncol = r.i();
-  v.aij = r.r();
-  v.b = w.pf * r.r();
-  v.cj = w.df * r.r();
-  v.cci = w.df * r.r();
-  long double rest = 0, red = v.cj;
-  for (int32_t k = 0; k < nrow; k++) {
-    const int32_t l = r.i();
-    rest += static_cast<long double>(r.r()) * s.xx[l];
-  }
-  for (int32_t k = 0; k < ncol; k++) {
-    const int32_t i = r.i();
-    const double a = r.r();
+  const auto numrow = static_cast<size_t>(r.numrow);
+  const double b = w.pf * r.b, cj = w.df * r.cj;
+  long double rest = 0, red = cj;
+  for (const auto& [j, a] : entries.first(numrow)) rest += static_cast<long double>(a) * s.xx[j];
+  for (const auto& [i, a] : entries.subspan(numrow)) {
     red -= static_cast<long double>(a) * s.y[i];
-    s.xc[i] += a / v.aij * v.b;
+    s.xc[i] += a / r.aij * b;
   }
-  v.rowrest = static_cast<double>(rest);
-  v.redcost = static_cast<double>(red);
-  return v;
+  return {r.i, r.j, r.aij, b, w.df * r.cci, static_cast<double>(red), static_cast<double>(rest)};
 }
 
 // --- doubletons
 
 namespace {
+
+// The pivot, the column that stays with its coefficient, and which of its bounds came from the other.
+struct doubleton_record {
+  static constexpr prslv_type types[] = {rt_doubleton};
+  using item = prslv_entry;
+  prslv_pivot pivot;
+  int32_t keep;
+  bool low, upp;
+  double akeep;
+  int64_t numitems() const { return pivot.numitems(); }
+};
 
 struct pair_entry {
   int32_t keep = -1, go = -1;
@@ -96,8 +76,7 @@ pair_entry choose_pair(const prslv_context& x, int32_t i) {
 
 } // namespace
 
-// Record: as a pivot, then the column that stays, whether its lower and its upper bound came from the other, and its
-// coefficient. True when the row went. Activities follow where they are in use.
+// True when the row went. Activities follow where they are in use.
 bool prslv_doubletoncon(prslv_context& x, int32_t i, bool active) {
   const pair_entry e = choose_pair(x, i);
   if (!x.varlin[e.keep] || !may_substitute(x, e.go) || std::fabs(e.ago) < x.param.pivlimit * std::fabs(e.akeep) ||
@@ -114,12 +93,8 @@ bool prslv_doubletoncon(prslv_context& x, int32_t i, bool active) {
   newu = std::min(newu, u);
   if (newl > newu && !TVN_prslv_isinfeasible(x, newl, newu)) (low ? newl : newu) = low ? newu : newl;
   TVN_prslv_beginpushstk(x, rt_doubleton);
-  TVN_prslv_pushpivot(x, i, e.go, e.ago, b);
-  push_int(x, e.keep);
-  push_int(x, low);
-  push_int(x, upp);
-  push_real(x, e.akeep);
-  TVN_prslv_endpushstk(x, rt_doubleton);
+  const prslv_pivot pivot = TVN_prslv_pushpivot(x, i, e.go, e.ago, b);
+  TVN_prslv_endpushstk(x, rt_doubleton, doubleton_record{pivot, e.keep, low, upp, e.akeep});
   TVN_prslv_substitute(x, i, e.go, e.ago, b);
   if (low || upp) (active ? TVN_prslv_putvarbounds : TVN_prslv_setvarbounds)(x, e.keep, newl, newu);
   if (newl > newu) {
@@ -142,16 +117,15 @@ prslv_code TVN_prslv_doubletoncons(prslv_context& x) {
 }
 
 void prslv_undodoubleton(prslv_post& w) {
-  prslv_reader r(w.x);
+  const auto [r, entries] = TVN_prslv_poprecord<doubleton_record>(w.x);
   lp_solution& s = w.s;
-  const prslv_pivot v = prslv_popp(w, r);
-  const int32_t keep = r.i();
-  const bool low = r.i() != 0, upp = r.i() != 0;
-  const double akeep = r.r();
+  const prslv_pivot_back v = prslv_popp(w, r.pivot, entries);
+  const int32_t keep = r.keep;
+  const double akeep = r.akeep;
   int32_t side = s.skx[keep];
   if (side == sk_fix) side = s.slx[keep] < s.sux[keep] ? sk_upr : sk_low;
   const bool all = w.walk != prslv_walk::basis;
-  const bool takelow = low && (all || side == sk_low), takeupp = upp && (all || side == sk_upr);
+  const bool takelow = r.low && (all || side == sk_low), takeupp = r.upp && (all || side == sk_upr);
   const double d = (takelow ? s.slx[keep] : 0.0) - (takeupp ? s.sux[keep] : 0.0), dgo = -(v.aij / akeep) * d;
   if (takelow) s.slx[keep] = 0;
   if (takeupp) s.sux[keep] = 0;

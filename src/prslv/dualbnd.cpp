@@ -9,9 +9,33 @@
 //   the column itself.
 // Integer columns bound no dual and are not decided by one.
 // Undo: the value comes back, d_j from the rows has the right sign by the same argument.
-#include "prslv/prslvint.h"
+#include "prslv/prslvstk.h"
 
 namespace tvn {
+
+namespace {
+
+struct confix_record {
+  static constexpr prslv_type types[] = {rt_confixlow, rt_confixupr};
+  int32_t i;
+};
+
+// A row that column j satisfies by itself: its coefficient and the side that x_j must meet.
+struct forced_row {
+  int32_t i;
+  double a, side;
+};
+
+// A column that satisfies all its rows by moving up (sign 1) or down (-1), and its bound at the other end.
+struct varforce_record {
+  static constexpr prslv_type types[] = {rt_varforce};
+  using item = forced_row;
+  int32_t j, sign, num;
+  double bound;
+  int64_t numitems() const { return num; }
+};
+
+} // namespace
 
 prslv_dualsum TVN_prslv_sumduals(const prslv_context& x, int32_t j, const double* yl, const double* yu) {
   prslv_dualsum s;
@@ -34,14 +58,10 @@ prslv_dualsum TVN_prslv_sumduals(const prslv_context& x, int32_t j, const double
 }
 
 // A row whose dual slack is strictly positive (negative) rests on its lower (upper) bound.
-// Record: row, key; the bound dropped.
 void TVN_prslv_confixatbounddbg(prslv_context& x, int32_t i, bool lower) {
   const int32_t rtype = lower ? rt_confixlow : rt_confixupr;
   TVN_prslv_beginpushstk(x, rtype);
-  push_int(x, i);
-  push_int(x, x.p.bkc[i]);
-  push_real(x, lower ? x.p.buc[i] : x.p.blc[i]);
-  TVN_prslv_endpushstk(x, rtype);
+  TVN_prslv_endpushstk(x, rtype, confix_record{i});
   const double b = lower ? x.p.blc[i] : x.p.buc[i];
   TVN_prslv_putconbounds(x, i, b, b);
   TVN_prslv_updatelist(x.list, i);
@@ -144,7 +164,6 @@ bool helps_all_rows(const prslv_context& x, int32_t j, int32_t sign) {
 
 // x_j satisfies all its rows by itself and costs nothing: the rows go, x_j afterwards takes the value that they need.
 // Achterberg and others 2020 (dual fixing at infinity). When it even earns, moving it is a ray.
-// Record: column, direction, n, rows; bound at the other end, per row coefficient and the side that x_j must meet.
 void try_varforce(prslv_context& x, int32_t j) {
   for (const int32_t sign : {1, -1}) {
     if (!helps_all_rows(x, j, sign)) continue;
@@ -161,19 +180,13 @@ void try_varforce(prslv_context& x, int32_t j) {
     }
     if (!(std::fabs(c) <= 1e-15 * size)) continue;
     TVN_prslv_beginpushstk(x, rt_varforce);
-    push_int(x, j);
-    push_int(x, sign);
-    push_int(x, x.varnz[j]);
-    push_real(x, sign > 0 ? var_lower(x, j) : var_upper(x, j));
-    vec<int32_t>& ints = x.stk.ints;
+    int32_t n = 0;
     for_col(x, j, [&](int32_t i, double a) {
-      push_int(x, i);
-      push_real(x, a);
-      push_real(x, sign * a > 0 ? x.p.blc[i] : x.p.buc[i]);
+      push_item(x, forced_row{i, a, sign * a > 0 ? x.p.blc[i] : x.p.buc[i]});
+      x.subwork[n++] = i;
     });
-    const int32_t n = ints[2];
-    std::copy_n(ints.data() + 3, n, x.subwork.data());
-    TVN_prslv_endpushstk(x, rt_varforce);
+    const double bound = sign > 0 ? var_lower(x, j) : var_upper(x, j);
+    TVN_prslv_endpushstk(x, rt_varforce, varforce_record{j, sign, n, bound});
     TVN_prslv_killvar(x, j, 0.0);
     for (int32_t k = 0; k < n; k++) x.p.bkc[x.subwork[k]] = bk_fr;
     for (int32_t k = 0; k < n && !TVN_prslv_stopped(x, x.row.len[x.subwork[k]]); k++)
@@ -283,26 +296,23 @@ prslv_code TVN_prslv_dualbounds(prslv_context& x) {
 }
 
 void prslv_undoconfix(prslv_post& w, int32_t rtype) {
-  prslv_reader r(w.x);
+  const auto [i] = TVN_prslv_poprecord<confix_record>(w.x);
   lp_solution& s = w.s;
-  const int32_t i = r.i();
   if (s.skc[i] == sk_fix) s.skc[i] = rtype == rt_confixlow ? sk_low : sk_upr;
   // An interior point has duals on both sides of an equality; one side is gone.
   if (!w.certificate()) TVN_prslv_splitdual(s.slc[i] - s.suc[i], sk_unk, s.slc[i], s.suc[i]);
 }
 
 void prslv_undovarforce(prslv_post& w) {
-  prslv_reader r(w.x);
+  const auto [r, rows] = TVN_prslv_poprecord<varforce_record>(w.x);
   lp_solution& s = w.s;
-  const int32_t j = r.i(), sign = r.i(), n = r.i();
+  const int32_t j = r.j, sign = r.sign;
   // The bound at the far end, or the row that asks most.
-  double best = w.bound(r.r());
+  double best = w.bound(r.bound);
   int32_t row = -1;
   bool lower = false;
-  const prslv_reader entries = r;
-  for (int32_t k = 0; k < n; k++) {
-    const int32_t i = r.i();
-    const double a = r.r(), b = w.bound(r.r()), need = (b - s.xc[i]) / a;
+  for (const auto& [i, a, side] : rows) {
+    const double need = (w.bound(side) - s.xc[i]) / a;
     if (!(sign * need > sign * best)) continue;
     best = need;
     row = i;
@@ -311,13 +321,10 @@ void prslv_undovarforce(prslv_post& w) {
   s.xx[j] = best;
   s.slx[j] = s.sux[j] = 0;
   s.skx[j] = row >= 0 ? w.rest() : sign > 0 ? sk_low : sk_upr;
-  r = entries;
-  for (int32_t k = 0; k < n; k++) {
-    const int32_t i = r.i();
-    s.xc[i] += r.r() * best;
-    const double b = w.bound(r.r());
+  for (const auto& [i, a, side] : rows) {
+    s.xc[i] += a * best;
     if (i != row) continue;
-    s.xc[i] = b;
+    s.xc[i] = w.bound(side);
     s.skc[i] = lower ? sk_low : sk_upr;
   }
 }

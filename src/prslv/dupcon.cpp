@@ -2,13 +2,20 @@
 //
 // Tomlin and Welch 1986. The feasible set stays. Undo: when row r rests on a bound that came from k, the dual slack d
 // of that bound becomes d/t on row k, which rests there, and r is basic; otherwise k is basic.
-#include "prslv/prslvint.h"
+#include "prslv/prslvstk.h"
 
 namespace tvn {
 
 namespace {
 
-// Record: both rows, both keys, whether lower and upper came from k; t, both costs.
+// Row k = t row r went: keys and costs of both, and which bounds of r came from k.
+struct dupcon_record {
+  static constexpr prslv_type types[] = {rt_dupcon};
+  int32_t r, k, keyr, keyk;
+  bool low, upp;
+  double t, costr, costk;
+};
+
 void TVN_prslv_dupcon(prslv_context& x, int32_t r, int32_t k, double t) {
   const double l = con_lower(x, r), u = con_upper(x, r);
   const double lk = (t > 0 ? con_lower(x, k) : con_upper(x, k)) / t,
@@ -17,16 +24,7 @@ void TVN_prslv_dupcon(prslv_context& x, int32_t r, int32_t k, double t) {
   double newl = std::max(l, lk), newu = std::min(u, uk);
   if (newl > newu && !TVN_prslv_isinfeasible(x, newl, newu)) (low ? newl : newu) = low ? newu : newl;
   TVN_prslv_beginpushstk(x, rt_dupcon);
-  push_int(x, r);
-  push_int(x, k);
-  push_int(x, x.p.bkc[r]);
-  push_int(x, x.p.bkc[k]);
-  push_int(x, low);
-  push_int(x, upp);
-  push_real(x, t);
-  push_real(x, x.p.cc[r]);
-  push_real(x, x.p.cc[k]);
-  TVN_prslv_endpushstk(x, rt_dupcon);
+  TVN_prslv_endpushstk(x, rt_dupcon, dupcon_record{r, k, x.p.bkc[r], x.p.bkc[k], low, upp, t, x.p.cc[r], x.p.cc[k]});
   x.p.cc[r] += t * x.p.cc[k];
   TVN_prslv_killcon(x, k);
   TVN_prslv_putconbounds(x, r, newl, newu);
@@ -56,11 +54,9 @@ prslv_code TVN_prslv_checkdupcon(prslv_context& x) {
 }
 
 void prslv_undodupcon(prslv_post& w) {
-  prslv_reader rd(w.x);
+  const auto [r, k, keyr, keyk, low, upp, t, costr, costk] = TVN_prslv_poprecord<dupcon_record>(w.x);
   lp_solution& s = w.s;
-  const int32_t r = rd.i(), k = rd.i(), keyr = rd.i(), keyk = rd.i();
-  const bool low = rd.i() != 0, upp = rd.i() != 0;
-  const double t = rd.r(), ccr = w.df * rd.r(), cck = w.df * rd.r();
+  const double ccr = w.df * costr, cck = w.df * costk;
   int32_t side = s.skc[r];
   if (side == sk_fix) side = s.slc[r] < s.suc[r] ? sk_upr : sk_low;
   const bool all = w.walk != prslv_walk::basis;

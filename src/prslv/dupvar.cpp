@@ -6,7 +6,7 @@
 // ray. Undo of a merge: the value is split so that at most one of the two is off its bounds; that one is basic if the
 // merged column was; d_k = t d_j.
 #include "prslv/pair.h"
-#include "prslv/prslvint.h"
+#include "prslv/prslvstk.h"
 
 namespace tvn {
 
@@ -39,15 +39,14 @@ column_pair pair_of(const prslv_context& x, int32_t j, int32_t k, double t) {
   return {j, k, t, var_lower(x, j), var_upper(x, j), var_lower(x, k), var_upper(x, k)};
 }
 
-// Record: both columns, both keys; t, bounds of both.
+struct dupvar_record {
+  static constexpr prslv_type types[] = {rt_dupvar};
+  column_pair pair;
+};
+
 void TVN_prslv_dupvar(prslv_context& x, const column_pair& p) {
   TVN_prslv_beginpushstk(x, rt_dupvar);
-  push_int(x, p.j);
-  push_int(x, p.k);
-  push_int(x, x.p.bkx[p.j]);
-  push_int(x, x.p.bkx[p.k]);
-  for (const double v : {p.t, p.lj, p.uj, p.lk, p.uk}) push_real(x, v);
-  TVN_prslv_endpushstk(x, rt_dupvar);
+  TVN_prslv_endpushstk(x, rt_dupvar, dupvar_record{p});
   TVN_prslv_killvar(x, p.k, 0.0);
   const pair_ends merged = TVN_prslv_mergepair(p);
   TVN_prslv_putvarbounds(x, p.j, merged.lo, merged.up);
@@ -148,12 +147,8 @@ void TVN_prslv_splitpair(const column_pair& p, bool bykey, lp_solution& s) {
 }
 
 void prslv_undodupvar(prslv_post& w) {
-  prslv_reader r(w.x);
-  column_pair p{};
-  p.j = r.i();
-  p.k = r.i();
-  p.t = r.r();
-  for (double* b : {&p.lj, &p.uj, &p.lk, &p.uk}) *b = w.bound(r.r());
+  auto [p] = TVN_prslv_poprecord<dupvar_record>(w.x);
+  for (double* b : {&p.lj, &p.uj, &p.lk, &p.uk}) *b = w.bound(*b);
   TVN_prslv_splitpair(p, w.walk == prslv_walk::basis, w.s);
 }
 

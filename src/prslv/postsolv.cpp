@@ -5,7 +5,7 @@
 // those at the death of a column, which the problem's vector still holds. Keys say where an item rests in the walk for
 // bases only. In the other walks values count: an interior point may be off the bound that its key names, and what is
 // restored makes up for it, so that no residual arises in a row that had none.
-#include "prslv/prslvint.h"
+#include "prslv/prslvstk.h"
 
 namespace tvn {
 
@@ -58,9 +58,7 @@ void undo(prslv_post& w, int32_t rtype) {
   case rt_dropupp:
   case rt_varrelaxlow:
   case rt_varrelaxupp:
-  case rt_varrelaxboth:
-  case rt_storebounds:
-  case rt_storecosts: return;
+  case rt_varrelaxboth: return;
   default: TVN_sysenv_stopdbg(w.x.sys, label, __LINE__, "Unknown rtype: %d", rtype);
   }
 }
@@ -99,11 +97,14 @@ prslv_code walk_back(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_so
   prslv_post w{x, sol, walk, 1, 1};
   postsetup(w, solsta);
   TVN_prslv_initpopstk(x);
-  for (int32_t rtype = TVN_prslv_popstk(x); rtype != 0; rtype = TVN_prslv_popstk(x)) {
+  while (x.stk.poptype > x.stk.numsnapshots) {
+    const int32_t rtype = TVN_prslv_popstk(x);
     undo(w, rtype);
     if (x.audit.fn) x.audit.fn(x.audit.handle, x, true, rtype, &sol);
-    if (TVN_prslv_stopped(x, x.stk.ints.size() + x.stk.reals.size())) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x, x.stk.items.size() / static_cast<int64_t>(sizeof(prslv_entry))))
+      return prslv_code::stopped;
   }
+  TVN_ASSERT(x.sys, label, x.stk.popbyte == x.stk.snapshotbytes);
   stats.numpostsolves++;
   return prslv_code::ok;
 }

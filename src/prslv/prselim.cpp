@@ -5,7 +5,7 @@
 // pivot is refused when it is small beside its row or column, when it makes entries grow, or when it adds more entries
 // than it takes away. No point is lost since the row and the implied bounds hold x_j. Undo: x_j from the row, y_i makes
 // x_j's reduced cost 0, x_j is the basic item of the row that is back.
-#include "prslv/prslvint.h"
+#include "prslv/prslvstk.h"
 
 #include "misc/prque.h"
 
@@ -21,6 +21,13 @@ constexpr int32_t fillslack = 3;     // entries that one pivot may add, times TV
 struct candidate {
   int32_t i = -1, score = 0;
   double a = 0;
+};
+
+struct elimination_record {
+  static constexpr prslv_type types[] = {rt_elimination};
+  using item = prslv_entry;
+  prslv_pivot pivot;
+  int64_t numitems() const { return pivot.numitems(); }
 };
 
 // The shortest equality in which column j has a stable coefficient.
@@ -161,8 +168,8 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
     }
     const double b = con_lower(x, e.i);
     TVN_prslv_beginpushstk(x, rt_elimination);
-    TVN_prslv_pushpivot(x, e.i, j, e.a, b);
-    TVN_prslv_endpushstk(x, rt_elimination);
+    const prslv_pivot pivot = TVN_prslv_pushpivot(x, e.i, j, e.a, b);
+    TVN_prslv_endpushstk(x, rt_elimination, elimination_record{pivot});
     TVN_prslv_substitute(x, e.i, j, e.a, b);
     filled += std::max<int64_t>(fill, 0);
     for_row(x, e.i, [&](int32_t l, double) { queue(x, q, l); });
@@ -171,9 +178,9 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
 }
 
 void prslv_undoelimination(prslv_post& w) {
-  prslv_reader r(w.x);
+  const auto [r, entries] = TVN_prslv_poprecord<elimination_record>(w.x);
   lp_solution& s = w.s;
-  const prslv_pivot v = prslv_popp(w, r);
+  const prslv_pivot_back v = prslv_popp(w, r.pivot, entries);
   if (v.aij == 0.0) TVN_sysenv_stopdbg(w.x.sys, "src/prslv/prselim", __LINE__, "aij==0.0");
   s.xx[v.j] = (v.b - v.rowrest) / v.aij;
   s.slx[v.j] = s.sux[v.j] = 0;

@@ -31,8 +31,8 @@ prslv_context* TVN_prslv_make(sysenv& sys, const prslv_problem& problem) {
     x->rowmax.reset(sys, m, -1.0);
     TVN_prslv_initwork(sys, *x);
     x->stk.type.attach(sys);
-    x->stk.ints.attach(sys);
-    x->stk.reals.attach(sys);
+    x->stk.items.attach(sys);
+    x->pivotrows.attach(sys);
     x->certrows.attach(sys);
     x->certvals.attach(sys);
     TVN_bsto_make(sys, std::max<int64_t>(4096, 10 * std::max<int64_t>(m, n)), x->stk.store);
@@ -66,6 +66,7 @@ void TVN_prslv_keeprecords(prslv_context& x) noexcept {
                   &x.implied.upprow, &x.list.item, &x.cols.item})
     b->clear();
   for (auto* b : {&x.conlin, &x.varlin, &x.implied.held, &x.list.in, &x.cols.in}) b->clear();
+  x.pivotrows.free();
 }
 
 void TVN_prslv_putaudit(prslv_context& ctx, const prslv_audit& audit) { ctx.audit = audit; }

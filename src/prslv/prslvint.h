@@ -4,6 +4,7 @@
 #include "prslv/prslv.h"
 
 #include <cmath>
+#include <cstddef>
 #include <limits>
 
 namespace tvn {
@@ -24,15 +25,20 @@ struct prslv_lines {
   buffer<int32_t> place; // by partner: behind beg of the hub, -1: no entry; clean while there is no hub
 };
 
-// A record stack: types, and records in a byte store as integers, reals and, for sizes other than the type's default
-// (stored as a negative type), two counts.
+// An entry of a row or column: the live one of a singleton, or one that a record keeps.
+struct prslv_entry {
+  int32_t index;
+  double a;
+};
+
+// A record stack: types, and records in a byte store, each behind the items that it has beside its fields.
 struct prslv_stack {
   vec<int32_t> type;
   bsto store;
-  vec<int32_t> ints; // of the open record, or of the one last popped
-  vec<double> reals;
+  vec<std::byte> items; // of the open record, or of the one last popped
   bool open = false;
-  int64_t poptype = 0, popbyte = 0; // read position
+  int64_t numsnapshots = 0, snapshotbytes = 0; // records of the input below those of reductions
+  int64_t poptype = 0, popbyte = 0;            // read position
 };
 
 // Rows or columns due for a check: a ring of indices and their marks.
@@ -75,6 +81,7 @@ struct prslv_context {
   buffer<int32_t> rowmark, colmark;
   buffer<int32_t> subwork;
   buffer<double> valwork; // [max(numcon, numvar)] each
+  vec<int32_t> pivotrows; // of the column that is substituted
   // Bounds on row duals: what row signs and singleton columns say, and what all columns say.
   buffer<double> yl, yu, tyl, tyu; // [numcon]
   prslv_boundset implied;
@@ -135,11 +142,6 @@ inline bool TVN_prslv_updateaiszero(const prslv_context& x, double a, double old
   return std::fabs(a) <= std::max(x.param.reldrop * std::fabs(old), x.param.tolaij);
 }
 
-// The one live entry of a singleton.
-struct prslv_entry {
-  int32_t index;
-  double a;
-};
 prslv_entry TVN_prslv_getconsin(const prslv_context& x, int32_t i);
 prslv_entry TVN_prslv_getvarsin(const prslv_context& x, int32_t j);
 
@@ -219,17 +221,6 @@ bool TVN_prslv_rowimplies(prslv_context& x, int32_t i, int32_t j, bool lower, do
 // Whether rows imply the bounds of column j; proven on fresh activities.
 bool TVN_prslv_impliedfreevar(prslv_context& x, int32_t j);
 
-// --- stack
-
-// One open record at a time, begun before the problem is changed.
-void TVN_prslv_beginpushstk(prslv_context& x, int32_t rtype);
-void TVN_prslv_endpushstk(prslv_context& x, int32_t rtype);
-void TVN_prslv_freestaging(prslv_context& x) noexcept; // gives back the room of the open record
-void TVN_prslv_initpopstk(prslv_context& x) noexcept;
-int32_t TVN_prslv_popstk(prslv_context& x); // the type, 0 at the bottom; the record stands in ints and reals
-inline void push_int(prslv_context& x, int32_t v) { x.stk.ints.push_back(v); }
-inline void push_real(prslv_context& x, double v) { x.stk.reals.push_back(v); }
-
 // --- actions on the problem that many reductions share
 
 void TVN_prslv_killcon(prslv_context& x,
@@ -260,15 +251,6 @@ struct prslv_post {
   bool certificate() const { return walk == prslv_walk::prim_certificate || walk == prslv_walk::dual_certificate; }
   int32_t rest() const { return walk == prslv_walk::basis ? sk_bas : sk_supbas; } // key of what is restored inside
   double bound(double b) const { return std::isinf(b) ? b : pf * b; }
-};
-
-// Reads a record in order.
-struct prslv_reader {
-  const int32_t* ip;
-  const double* rp;
-  explicit prslv_reader(const prslv_context& x) : ip(x.stk.ints.data()), rp(x.stk.reals.data()) {}
-  int32_t i() { return *ip++; }
-  double r() { return *rp++; }
 };
 
 // Splits d of a row or column over its two slacks: by its key, or by sign.
@@ -305,16 +287,23 @@ void prslv_undodoubleton(prslv_post& w);
 bool TVN_prslv_tryeliminator(prslv_context& x);
 prslv_code TVN_prslv_eliminator2(prslv_context& x);
 void prslv_undoelimination(prslv_post& w);
-// Entries of row i and of the rest of column j, as both substitutions record them.
-void TVN_prslv_pushpivot(prslv_context& x, int32_t i, int32_t j, double aij, double b);
+// Column j solved from row i, as both substitutions record it. Items: the rest of the row, then that of the column.
 struct prslv_pivot {
-  int32_t i, j;
+  using item = prslv_entry;
+  int32_t i, j, numrow, numcol;
   double aij, b, cj, cci;
-  int32_t rowkey;
+  int64_t numitems() const { return int64_t{numrow} + numcol; }
+};
+prslv_pivot TVN_prslv_pushpivot(prslv_context& x, int32_t i, int32_t j, double aij, double b); // with its items
+// The pivot under the factors of the walk, with the sums that an undo needs.
+struct prslv_pivot_back {
+  int32_t i, j;
+  double aij, b, cci;
   double redcost; // c_j - sum over the other rows
   double rowrest; // sum of the other entries of row i
 };
-prslv_pivot prslv_popp(prslv_post& w, prslv_reader& r); // also moves the other rows' activities back
+// Also moves the other rows' activities back.
+prslv_pivot_back prslv_popp(prslv_post& w, const prslv_pivot& r, std::span<const prslv_entry> entries);
 // dualbnd: bounds on row duals; dominated columns, forced rows. checkvar: what one column and its rows tell by
 // themselves.
 prslv_code TVN_prslv_dualbounds(prslv_context& x);

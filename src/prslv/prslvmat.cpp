@@ -321,7 +321,7 @@ void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, do
     x.p.cfix += x.p.cc[k] * (f * b);
   });
   // The same numbers once more along the columns.
-  vec<int32_t>& rows = x.stk.ints; // free between records
+  vec<int32_t>& rows = x.pivotrows;
   rows.clear();
   for_col(x, j, [&](int32_t k, double) { rows.push_back(k); });
   int64_t work = 0;

@@ -4,13 +4,12 @@
 // reductions, duplicate rows, duplicate columns, duals through implied bounds, once relaxing and the dependency check)
 // and then the eliminator while it pays. A step that runs out of room for fill ends the pass, and the next one starts
 // on a clean matrix.
-#include "prslv/prslvint.h"
+#include "prslv/prslvstk.h"
 
 namespace tvn {
 
 namespace {
 
-constexpr const char* label = "src/prslv/reduce";
 constexpr int32_t startpasses = 4, maxpasses = 25; // outer
 constexpr int32_t minrounds = 2;
 constexpr int32_t elimgain = 100; // eliminations of a good run of the eliminator
@@ -18,29 +17,65 @@ constexpr int32_t poorruns = 30;  // runs that are not good
 
 // --- snapshots of the input, the two oldest records
 
+struct input_bounds {
+  int32_t key;
+  double lower, upper;
+};
+
+// Items: of rows, then of columns.
+struct storebounds_record {
+  static constexpr prslv_type types[] = {rt_storebounds};
+  using item = input_bounds;
+  int64_t num;
+  int64_t numitems() const { return num; }
+};
+struct storecosts_record {
+  static constexpr prslv_type types[] = {rt_storecosts};
+  using item = double;
+  int64_t num;
+  double cfix;
+  int64_t numitems() const { return num; }
+};
+
 void TVN_prslv_storeconbnd(prslv_context& x) {
   const prslv_problem& p = x.p;
-  x.stk.ints.clear();
-  x.stk.reals.clear();
-  x.stk.open = true;
-  x.stk.ints.append(p.bkc, p.numcon);
-  x.stk.ints.append(p.bkx, p.numvar);
-  x.stk.reals.append(p.blc, p.numcon);
-  x.stk.reals.append(p.buc, p.numcon);
-  x.stk.reals.append(p.blx, p.numvar);
-  x.stk.reals.append(p.bux, p.numvar);
-  TVN_prslv_endpushstk(x, rt_storebounds);
+  const int64_t num = int64_t{p.numcon} + p.numvar;
+  TVN_prslv_beginpushstk(x, rt_storebounds);
+  x.stk.items.reserve(num * static_cast<int64_t>(sizeof(input_bounds)));
+  for (int32_t i = 0; i < p.numcon; i++) push_item(x, input_bounds{p.bkc[i], p.blc[i], p.buc[i]});
+  for (int32_t j = 0; j < p.numvar; j++) push_item(x, input_bounds{p.bkx[j], p.blx[j], p.bux[j]});
+  TVN_prslv_endpushstk(x, rt_storebounds, storebounds_record{num});
 }
 
 void TVN_prslv_storeccandcx(prslv_context& x) {
   const prslv_problem& p = x.p;
-  x.stk.ints.clear();
-  x.stk.reals.clear();
-  x.stk.open = true;
-  x.stk.reals.append(p.cc, p.numcon);
-  x.stk.reals.append(p.c, p.numvar);
-  push_real(x, p.cfix);
-  TVN_prslv_endpushstk(x, rt_storecosts);
+  TVN_prslv_beginpushstk(x, rt_storecosts);
+  for (int32_t i = 0; i < p.numcon; i++) push_item(x, p.cc[i]);
+  for (int32_t j = 0; j < p.numvar; j++) push_item(x, p.c[j]);
+  TVN_prslv_endpushstk(x, rt_storecosts, storecosts_record{int64_t{p.numcon} + p.numvar, p.cfix});
+}
+
+void restore_costs(prslv_context& x) {
+  const auto [r, costs] = TVN_prslv_poprecord<storecosts_record>(x);
+  prslv_problem& p = x.p;
+  const auto numcon = static_cast<size_t>(p.numcon);
+  std::ranges::copy(costs.first(numcon), p.cc);
+  std::ranges::copy(costs.subspan(numcon), p.c);
+  p.cfix = r.cfix;
+}
+
+void restore_bounds(prslv_context& x) {
+  const std::span<const input_bounds> bounds = TVN_prslv_poprecord<storebounds_record>(x).items;
+  prslv_problem& p = x.p;
+  auto take = [&](const input_bounds* from, int32_t num, int32_t* key, double* lower, double* upper) {
+    for (int32_t k = 0; k < num; k++) {
+      key[k] = from[k].key;
+      lower[k] = from[k].lower;
+      upper[k] = from[k].upper;
+    }
+  };
+  take(bounds.data(), p.numcon, p.bkc, p.blc, p.buc);
+  take(bounds.data() + p.numcon, p.numvar, p.bkx, p.blx, p.bux);
 }
 
 // --- counts
@@ -220,7 +255,7 @@ prslv_code TVN_prslv_reduce(prslv_context& x, const prslv_param& param, prslv_st
   TVN_prslv_printoptions(x);
   TVN_prslv_storeconbnd(x);
   TVN_prslv_storeccandcx(x);
-  TVN_prslv_freestaging(x); // no other record is as long as these two
+  TVN_prslv_endsnapshots(x);
   if (progress.fn && progress.fn(progress.handle, 31) != 0) x.stop = true;
   TVN_prslv_makematrix(x);
   count_problem(x, stats.conbefore, stats.varbefore, stats.nzbefore);
@@ -234,28 +269,9 @@ prslv_code TVN_prslv_reduce(prslv_context& x, const prslv_param& param, prslv_st
 }
 
 void TVN_prslv_unreduce(prslv_context& x) {
-  TVN_prslv_initpopstk(x);
-  prslv_problem& p = x.p;
-  for (int32_t rtype = TVN_prslv_popstk(x); rtype != 0; rtype = TVN_prslv_popstk(x)) {
-    const double* r = x.stk.reals.data();
-    if (rtype == rt_storecosts) {
-      std::copy_n(r, p.numcon, p.cc);
-      std::copy_n(r + p.numcon, p.numvar, p.c);
-      p.cfix = r[p.numcon + p.numvar];
-    } else if (rtype == rt_storebounds) {
-      TVN_ASSERT(x.sys, label, x.stk.ints.size() == p.numcon + static_cast<int64_t>(p.numvar));
-      std::copy_n(x.stk.ints.data(), p.numcon, p.bkc);
-      std::copy_n(x.stk.ints.data() + p.numcon, p.numvar, p.bkx);
-      auto take = [&](double* to, int32_t num) {
-        std::copy_n(r, num, to);
-        r += num;
-      };
-      take(p.blc, p.numcon);
-      take(p.buc, p.numcon);
-      take(p.blx, p.numvar);
-      take(p.bux, p.numvar);
-    }
-  }
+  TVN_prslv_initpopsnapshots(x);
+  for (int32_t rtype = TVN_prslv_popstk(x); rtype != 0; rtype = TVN_prslv_popstk(x))
+    rtype == rt_storecosts ? restore_costs(x) : restore_bounds(x);
 }
 
 } // namespace tvn

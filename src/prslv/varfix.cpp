@@ -2,41 +2,43 @@
 //
 // Andersen and Andersen 1995. The column moves into row bounds and the fixed term. Undo: the value comes back into the
 // activities, the reduced cost c_j - a_j'y is formed from the rows that were live, and lies on the bound's side.
-#include "prslv/prslvint.h"
+#include "prslv/prslvstk.h"
 
 namespace tvn {
 
-// Record: number of rows, key, column, rows; value, lower, upper, coefficients.
+namespace {
+
+// A column that went to a value, with its key, bounds and entries.
+struct varfix_record {
+  static constexpr prslv_type types[] = {rt_varfix,    rt_initialvarfix, rt_blkfix,
+                                         rt_varfixlow, rt_varfixupr,     rt_varfixfree};
+  using item = prslv_entry;
+  int32_t j, key, num;
+  double value, lower, upper;
+  int64_t numitems() const { return num; }
+};
+
+} // namespace
+
 void TVN_prslv_varfix(prslv_context& x, int32_t j, double value, int32_t rtype) {
   TVN_prslv_beginpushstk(x, rtype);
-  push_int(x, x.varnz[j]);
-  push_int(x, x.p.bkx[j]);
-  push_int(x, j);
-  push_real(x, value);
-  push_real(x, x.p.blx[j]);
-  push_real(x, x.p.bux[j]);
-  for_col(x, j, [&](int32_t i, double a) {
-    push_int(x, i);
-    push_real(x, a);
-  });
-  TVN_prslv_endpushstk(x, rtype);
+  push_col(x, j);
+  TVN_prslv_endpushstk(x, rtype, varfix_record{j, x.p.bkx[j], x.varnz[j], value, x.p.blx[j], x.p.bux[j]});
   TVN_prslv_killvar(x, j, value);
 }
 
 void prslv_undovarfix(prslv_post& w, int32_t rtype) {
-  prslv_reader r(w.x);
+  const auto [r, column] = TVN_prslv_poprecord<varfix_record>(w.x);
   lp_solution& s = w.s;
-  const int32_t n = r.i(), key = r.i(), j = r.i();
-  const double at = r.r(), lo = r.r(), up = r.r(), value = w.pf * at;
+  const int32_t j = r.j, key = r.key;
+  const double lo = r.lower, up = r.upper, value = w.pf * r.value;
   double d = w.df * w.x.p.c[j];
-  for (int32_t k = 0; k < n; k++) {
-    const int32_t i = r.i();
-    const double a = r.r();
+  for (const auto& [i, a] : column) {
     s.xc[i] += a * value;
     d -= a * s.y[i];
   }
   s.xx[j] = value;
-  if (rtype == rt_varfixlow || (rtype == rt_blkfix && has_lower(key) && at == lo))
+  if (rtype == rt_varfixlow || (rtype == rt_blkfix && has_lower(key) && r.value == lo))
     s.skx[j] = sk_low;
   else if (rtype == rt_varfixupr || rtype == rt_blkfix)
     s.skx[j] = sk_upr;

@@ -3,18 +3,13 @@
 // Andersen and Andersen 1995. The feasible set stays. Each drop sees the bounds that are left after those before it, so
 // two bounds that imply each other never both go. Running activities only point at a row; it proves the drop afresh and
 // by a coefficient that stands out in it. Undo: the dual of the dropped bound is 0.
-#include "prslv/prslvint.h"
+#include "prslv/prslvstk.h"
 
 namespace tvn {
 
-// Record: column, key; the bounds dropped.
 void TVN_prslv_varrelax(prslv_context& x, int32_t j, bool low, bool upp) {
   const int32_t rtype = low ? (upp ? rt_varrelaxboth : rt_varrelaxlow) : rt_varrelaxupp;
   TVN_prslv_beginpushstk(x, rtype);
-  push_int(x, j);
-  push_int(x, x.p.bkx[j]);
-  if (low) push_real(x, x.p.blx[j]);
-  if (upp) push_real(x, x.p.bux[j]);
   TVN_prslv_endpushstk(x, rtype);
   TVN_prslv_putvarbounds(x, j, low ? -prslv_inf : var_lower(x, j), upp ? prslv_inf : var_upper(x, j));
 }

@@ -5,11 +5,27 @@
 // works when the column costs nothing beside the row (c_j + a cc_i = 0), or after the dual has fixed the row to a side.
 // No point is lost. Undo: x_j is what the row lacks; x_j and the old row share the place of r: r at a bound means x_j
 // at a bound, r basic means one of them basic.
-#include "prslv/prslvint.h"
+#include "prslv/prslvstk.h"
 
 namespace tvn {
 
-// Record: row, column, keys of both; a, cost of row, bounds of row, bounds of column, whether it was an equality.
+namespace {
+
+// Bounds of row i and column j, infinite where there is none, and the coefficient in between.
+struct slack_row {
+  double a, bl, bu, l, u;
+};
+
+struct varslack_record {
+  static constexpr prslv_type types[] = {rt_varslack};
+  int32_t i, j, rowkey;
+  bool equality;
+  slack_row k;
+  double cc, c; // costs of row and column
+};
+
+} // namespace
+
 // True when the column went.
 bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a) {
   const double bl = con_lower(x, i), bu = con_upper(x, i), l = var_lower(x, j), u = var_upper(x, j), c = x.p.c[j],
@@ -19,18 +35,7 @@ bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a
   if (!is_decent(x, i, a)) return false;
   const double alow = a > 0 ? a * l : a * u, aupp = a > 0 ? a * u : a * l;
   TVN_prslv_beginpushstk(x, rt_varslack);
-  push_int(x, i);
-  push_int(x, j);
-  push_int(x, x.p.bkc[i]);
-  push_int(x, equality ? 1 : 0);
-  push_real(x, a);
-  push_real(x, cc);
-  push_real(x, bl);
-  push_real(x, bu);
-  push_real(x, l);
-  push_real(x, u);
-  push_real(x, c);
-  TVN_prslv_endpushstk(x, rt_varslack);
+  TVN_prslv_endpushstk(x, rt_varslack, varslack_record{i, j, x.p.bkc[i], equality, {a, bl, bu, l, u}, cc, c});
   if (equality) {
     x.p.cfix += cc * bl + c * bl / a;
     x.p.cc[i] = -c / a;
@@ -43,10 +48,6 @@ bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a
 }
 
 namespace {
-
-struct slack_row {
-  double a, bl, bu, l, u;
-};
 
 // Row basic: a place for x_j with r + a x_j within the row, nonbasic if it can be.
 void place_basic(prslv_post& w, const slack_row& k, int32_t i, int32_t j, double r) {
@@ -75,19 +76,10 @@ void place_basic(prslv_post& w, const slack_row& k, int32_t i, int32_t j, double
 } // namespace
 
 void prslv_undovarslack(prslv_post& w) {
-  prslv_reader r(w.x);
+  auto [i, j, rowkey, equality, k, cc, c] = TVN_prslv_poprecord<varslack_record>(w.x);
   lp_solution& s = w.s;
-  const int32_t i = r.i(), j = r.i();
-  const int32_t rowkey = r.i();
-  const bool equality = r.i() != 0;
-  slack_row k{};
-  k.a = r.r();
-  const double cc = r.r();
-  k.bl = w.bound(r.r());
-  k.bu = w.bound(r.r());
-  k.l = w.bound(r.r());
-  k.u = w.bound(r.r());
-  const double c = r.r(), rest = s.xc[i];
+  for (double* b : {&k.bl, &k.bu, &k.l, &k.u}) *b = w.bound(*b);
+  const double rest = s.xc[i];
   const double d = equality ? w.df * cc + s.y[i] : s.slc[i] - s.suc[i]; // of the old row
   const double dj = equality ? w.df * c - k.a * s.y[i] : -k.a * d;
   const int32_t key = s.skc[i];

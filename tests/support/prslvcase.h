@@ -279,10 +279,7 @@ struct auditor {
   }
 
   void judge_depth(const tvn::prslv_context&, int32_t rtype, const tvn::lp_solution& s) {
-    if (rtype == tvn::rt_storebounds || rtype == tvn::rt_storecosts) {
-      at = stack.size();
-      return;
-    }
+    if (at == 0) at = stack.size(); // one more walk
     depth& d = stack[--at];
     if (d.rtype != rtype) note(d, "another type", rtype);
     if (!trouble.empty() || rtype == tvn::rt_blkfix) return;
