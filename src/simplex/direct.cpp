@@ -263,6 +263,7 @@ void run_once(const simplex_run& run, scale_request scale, const lp_solution* ke
   start_keys(s, keys);
   if (kept && keys) TVN_simplex_getweights(*kept, s);
   run_chain(s);
+  TVN_simplex_tellrecomputes(s);
   info.response = s.stop;
   buffer<double> y(sys, work.m, 0.0);
   const bool ray = info.solsta == sol_dual_infeas_cer, cert = info.solsta == sol_prim_infeas_cer;
@@ -388,7 +389,7 @@ void TVN_simplex_closegap(const simplex_run& run) {
   simplex_info& info = run.info;
   saved_solution near(run.sys, run.lp, info, run.sol);
   for (const double tols : {1e-9, 1e-11}) {
-    const int64_t done = info.count[kind_primal].iterations + info.count[kind_dual].iterations;
+    const int64_t done = TVN_simplex_totaliterations(info);
     simplex_param tight = run.param;
     tight.hotstart = 6;
     tight.optimizer = kind_primal;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <numeric>
 
 using namespace tvntest;
 
@@ -49,8 +50,8 @@ int64_t iterations(const tvn::simplex_info& info) {
   return info.count[tvn::kind_primal].iterations + info.count[tvn::kind_dual].iterations;
 }
 
-outcome solve(lp_case& p, tvn::simplex_param param = direct_param(), int64_t stop_at = -1, const lp_point* start = nullptr,
-              int32_t logfreq = 1) {
+outcome solve(lp_case& p, tvn::simplex_param param = direct_param(), int64_t stop_at = -1,
+              const lp_point* start = nullptr, int32_t logfreq = 1) {
   outcome o{{}, start ? *start : lp_point(p), {}};
   o.seen.sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
   o.seen.stop_at = stop_at;
@@ -188,6 +189,19 @@ TEST(TwoRuns, GiveTheSameIterationsAndBitsWithLinesOrWithout) {
       EXPECT_EQ(0, std::memcmp(a.point.xx.data(), b.point.xx.data(), a.point.xx.size() * sizeof(double)));
       EXPECT_EQ(0, std::memcmp(a.point.y.data(), b.point.y.data(), a.point.y.size() * sizeof(double)));
     }
+  }
+}
+
+// Else the counts by reason, from which a run in trouble is judged, hide what made the factor.
+TEST(Recomputations, HaveAReasonForEachFactor) {
+  for (uint64_t seed = 1; seed <= 40; seed++) {
+    SCOPED_TRACE(seed);
+    lp_case p = optimal_case(seed, 40, 60, 0.1, 0.3).p;
+    const tvn::simplex_info info = solve(p, by(kinds[1 + seed % 2])).info;
+    const auto& why = info.recomputes;
+    const int64_t factors = info.count[tvn::kind_primal].factorizations + info.count[tvn::kind_dual].factorizations;
+    EXPECT_GE(why[size_t(tvn::recompute_why::start)], 1);
+    EXPECT_GE(std::accumulate(why.begin(), why.end(), int64_t{0}), factors);
   }
 }
 

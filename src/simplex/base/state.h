@@ -14,6 +14,13 @@ namespace tvn {
 // What a step of a loop asks for next.
 enum class loop_state : int32_t { go_on, recompute, finished };
 
+// Factor, point and reduced costs are to be made afresh before the next pricing.
+struct recompute_request {
+  bool now = false;
+  bool soon = false; // the step in hand may go on
+  bool any() const noexcept { return now || soon; }
+};
+
 struct simplex_state {
   simplex_state(sysenv& s, simplex_watch& wt, simplex_work& w)
       : sys(s), watch(wt), param(wt.param), info(wt.info), progress(wt.progress), work(w) {}
@@ -34,13 +41,14 @@ struct simplex_state {
   buffer<uint8_t> inlist; // [total] the pivot row is wanted there: active in the row copy, when a structural
   buffer<int8_t> infeas;  // [m] by position: cost of phase one, and of a certificate of infeasibility
   simplex_code stop = simplex_code::ok;
-  bool cold = true;           // no start was given: perturbation and pricing may begin at their best
-  double tolfeas = 1e-8;      // working feasibility tolerance, absolute; rises where digits do not suffice for it
-  int32_t repairs = 0;        // how often the primal simplex may yet ask the dual one to go on
-  bool factorready = false;   // whoever had the state before left a factor of the header: the first one asked for
-  buffer<double> dualweight;  // [total] or empty: pricing weights of the dual simplex, of the basics of the start, and
-                              // on return of the last basis; 0: not known
-  int32_t dualweightkind = 0; // select_method they belong to, 0: none
+  recompute_request recompute; // made through loop.h
+  bool cold = true;            // no start was given: perturbation and pricing may begin at their best
+  double tolfeas = 1e-8;       // working feasibility tolerance, absolute; rises where digits do not suffice for it
+  int32_t repairs = 0;         // how often the primal simplex may yet ask the dual one to go on
+  bool factorready = false;    // whoever had the state before left a factor of the header: the first one asked for
+  buffer<double> dualweight;   // [total] or empty: pricing weights of the dual simplex, of the basics of the start, and
+                               // on return of the last basis; 0: not known
+  int32_t dualweightkind = 0;  // select_method they belong to, 0: none
 
   // Vectors of an iteration, empty between iterations.
   spvec spike;  // by row: entering column after L and etas

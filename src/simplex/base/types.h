@@ -105,6 +105,26 @@ enum class simplex_event : int32_t {
   message,       // info.line holds a line for the log, info.linelevel its level; the answer does not count
 };
 
+// Why factor, point and reduced costs are made afresh.
+enum class recompute_why : int32_t {
+  start,          // of a run
+  factor_advised, // a fresh factor is cheaper than more updates
+  many_updates,   // or steps of any kind on one factor
+  digits,         // two values of one quantity differ in more digits than they should
+  small_pivot,    // not worth its risk on an old factor
+  lost_pivot,     // its two values disagree
+  no_room,        // for an update of the factor
+  verdict,        // one is reached on fresh data only
+  true_data,      // true bounds or costs have come back
+  feasible,       // a phase one may be at its end
+  moved_data,     // working bounds were widened
+  tolerance,      // one was changed
+  superbasics,    // have moved
+  pricing,        // another rule leads
+  setback,        // a bad event
+};
+inline constexpr size_t num_recompute_why = static_cast<size_t>(recompute_why::setback) + 1;
+
 struct simplex_counters {
   int64_t iterations = 0, infeasible = 0, degenerate = 0, setbacks = 0, boundswaps = 0;
   int64_t factorizations = 0, artificials = 0, resets = 0;
@@ -113,9 +133,10 @@ struct simplex_counters {
 struct simplex_info {
   simplex_code response = simplex_code::ok;
   int32_t prosta = pro_unknown, solsta = sol_unknown;
-  std::array<simplex_counters, 4> count; // by simplex_kind
-  bool dualform = false;                 // at work on the dual: figures are its own
-  int32_t numcon = 0, numvar = 0;        // of the working problem
+  std::array<simplex_counters, 4> count;               // by simplex_kind
+  std::array<int64_t, num_recompute_why> recomputes{}; // requests by recompute_why
+  bool dualform = false;                               // at work on the dual: figures are its own
+  int32_t numcon = 0, numvar = 0;                      // of the working problem
   int32_t hotstart = 0; // of the optimizer in hand: 0 none, 1 after another one, else as in the settings
   int32_t numbasics = 0, basisrank = -1; // of the start: basics given, rank of the first factor
   bool nopoint = false;                  // the run was stopped before it had one
@@ -142,6 +163,11 @@ struct simplex_progress {
   int32_t (*fn)(void* handle, simplex_event event, const simplex_info& info) = nullptr;
   int32_t operator()(simplex_event event, const simplex_info& info) const { return fn ? fn(handle, event, info) : 0; }
 };
+
+// What the progress function's answer makes of a run.
+inline simplex_code TVN_simplex_stopcode(int32_t answer) noexcept {
+  return answer == 2 ? simplex_code::peer_stop : simplex_code::user_stop;
+}
 
 // Clock and user of one run, asked by every phase at most every 20 ms. Once it has said stop it goes on saying so.
 struct simplex_watch {

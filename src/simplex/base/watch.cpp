@@ -19,7 +19,7 @@ bool simplex_watch::stopped() {
   if (now - last < pollseconds && now >= last) return false;
   last = now;
   const int32_t answer = progress(simplex_event::poll, info);
-  if (answer != 0) stop = answer == 2 ? simplex_code::peer_stop : simplex_code::user_stop;
+  if (answer != 0) stop = TVN_simplex_stopcode(answer);
   return answer != 0;
 }
 

@@ -50,19 +50,17 @@ loop_state follow_repair(dual_state& s, int32_t num) {
 
 } // namespace
 
-loop_state dsimplex_finish(dual_state& s, simplex_code code, int32_t solsta) {
-  s.base.stop = code;
-  s.info.solsta = solsta;
-  return loop_state::finished;
-}
-
 loop_state dsimplex_handover(dual_state& s) {
   s.handover = true;
-  return dsimplex_finish(s, simplex_code::ok, sol_unknown);
+  return TVN_simplex_finish(s.base, simplex_code::ok, sol_unknown);
 }
 
 loop_state dsimplex_setback(dual_state& s) {
-  s.refactor = true;
+  TVN_simplex_recompute(s.base, recompute_why::setback);
+  return dsimplex_countsetback(s);
+}
+
+loop_state dsimplex_countsetback(dual_state& s) {
   (void)TVN_simplex_relax(s.base, 2 * s.tolfeas);
   s.info.count[kind_dual].setbacks = ++s.setbacks;
   if (s.setbacks - s.bestsetbacks > maxfutile) return dsimplex_handover(s);
@@ -108,7 +106,7 @@ loop_state dsimplex_refactor(dual_state& s) {
     state = follow_repair(s, num);
     break;
   }
-  s.refactor = s.soon = false;
+  s.base.recompute = {};
   return state == loop_state::finished ? state : loop_state::go_on;
 }
 

@@ -25,10 +25,6 @@ constexpr double sizable = 0.01;      // smaller pivots tell nothing by a relati
 constexpr int64_t stalliterations = 2000;
 constexpr int32_t maxkicks = 8;
 
-int64_t total_iterations(const dual_state& s) {
-  return s.info.count[kind_primal].iterations + s.info.count[kind_dual].iterations;
-}
-
 void store_xb(dual_state& s) {
   for (int32_t k = 0; k < s.work.m; k++) s.x[s.fac.head[k]] = s.basic[k].x;
 }
@@ -53,22 +49,12 @@ void set_objective(dual_state& s) {
   s.info.phase = s.phase;
 }
 
-simplex_code stop_code(int32_t stop) { return stop == 2 ? simplex_code::peer_stop : simplex_code::user_stop; }
-
-// Clock, user and limits. The sums behind the log line are only formed when a line is due.
+// Clock, user and limits.
 loop_state check_limits(dual_state& s) {
-  const bool line = s.param.logfreq > 0 && (s.iter % s.param.logfreq == 0 || s.info.forcelog);
-  if (line) {
-    set_objective(s);
-    if (const int32_t stop = s.base.progress(simplex_event::iteration, s.info))
-      return dsimplex_finish(s, stop_code(stop), sol_unknown);
-    s.info.forcelog = false;
-  }
-  const int64_t left = s.param.maxiterations - total_iterations(s);
-  if (left <= 0) return dsimplex_finish(s, simplex_code::max_iterations, sol_unknown);
+  const int64_t left = TVN_simplex_iterationsleft(s.base);
   if (left < tightreserve) s.tolratio = 0.01 * s.told;
   if (left < budgetreserve) s.allowperturb = false;
-  return TVN_simplex_poll(s.base) ? loop_state::finished : loop_state::go_on;
+  return TVN_simplex_checklimits(s.base, s.iter, [&] { set_objective(s); });
 }
 
 // Working objective: that of the perturbed problem, which alone rises without fail.
@@ -102,8 +88,7 @@ loop_state watch_progress(dual_state& s) {
     if (++s.losses >= 2) {
       s.losses = 0;
       s.lastobj = now;
-      if (dsimplex_setback(s) == loop_state::finished) return loop_state::finished;
-      s.refactor = false; // the factor is fresh
+      if (dsimplex_countsetback(s) == loop_state::finished) return loop_state::finished;
     }
   } else {
     s.losses = 0;
@@ -127,12 +112,12 @@ loop_state watch_progress(dual_state& s) {
 loop_state check_cut(dual_state& s) {
   if (!s.param.usecutupp || s.phase != 2 || !(working_objective(s) + s.work.offset > s.param.cutupp))
     return loop_state::go_on;
-  if (!s.perturbed) return dsimplex_finish(s, simplex_code::objective_range, sol_unknown);
+  if (!s.perturbed) return TVN_simplex_finish(s.base, simplex_code::objective_range, sol_unknown);
   // Once only: what has to be shifted again says nothing of the cut.
   if (!s.allowperturb) return loop_state::go_on;
   s.allowperturb = false;
   dsimplex_restorecosts(s);
-  s.refactor = true;
+  TVN_simplex_recompute(s.base, recompute_why::true_data);
   return loop_state::go_on;
 }
 
@@ -156,7 +141,7 @@ loop_state first_phase(dual_state& s) {
   const bool shifts = s.param.dualphaseone == shiftedcosts || s.info.hotstart == 1;
   const bool boxed = s.numdinf > 0 && (s.feasonly || !shifts);
   begin_phase(s, boxed ? 1 : 2);
-  if (s.feasonly && !boxed) return dsimplex_finish(s, simplex_code::ok, sol_dual_feas);
+  if (s.feasonly && !boxed) return TVN_simplex_finish(s.base, simplex_code::ok, sol_dual_feas);
   if (s.allowperturb && s.base.cold) dsimplex_perturb(s, 1);
   return loop_state::go_on;
 }
@@ -173,7 +158,7 @@ loop_state recompute(dual_state& s) {
   dsimplex_notecalm(s);
   s.fresh = true;
   if (check_cut(s) == loop_state::finished || watch_progress(s) == loop_state::finished) return loop_state::finished;
-  if (s.refactor) return loop_state::recompute;
+  if (s.base.recompute.now) return loop_state::recompute;
 #if TVN_CHECK_LEVEL >= 2
   dsimplex_check(s);
 #endif
@@ -188,33 +173,33 @@ loop_state end_of_phaseone(dual_state& s) {
     dsimplex_formd(s);
   }
   dsimplex_countinf(s);
-  if (s.numdinf > 0 && !waschanged) return dsimplex_finish(s, simplex_code::ok, sol_dual_infeas_cer);
-  s.refactor = true;
+  if (s.numdinf > 0 && !waschanged) return TVN_simplex_finish(s.base, simplex_code::ok, sol_dual_infeas_cer);
+  TVN_simplex_recompute(s.base, recompute_why::feasible);
   if (s.numdinf > 0) return loop_state::recompute; // on the true costs the box may have more to give
   begin_phase(s, 2);
-  if (s.feasonly) return dsimplex_finish(s, simplex_code::ok, sol_dual_feas);
+  if (s.feasonly) return TVN_simplex_finish(s.base, simplex_code::ok, sol_dual_feas);
   if (s.allowperturb) dsimplex_perturb(s, 1);
   return loop_state::recompute;
 }
 
 // The pricing found nothing.
 loop_state end_of_pricing(dual_state& s) {
-  if (!s.fresh || s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (!s.fresh || s.fac.since > 0) return TVN_simplex_recompute(s.base, recompute_why::verdict);
   if (s.phase == 1) return end_of_phaseone(s);
   if (!s.perturbed && dsimplex_rmsuperbasics(s) > 0) return loop_state::recompute;
   if (s.base.stop != simplex_code::ok) return loop_state::finished;
-  if (!s.perturbed) return dsimplex_finish(s, simplex_code::ok, sol_optimal);
+  if (!s.perturbed) return TVN_simplex_finish(s.base, simplex_code::ok, sol_optimal);
   dsimplex_restorecosts(s);
   return dsimplex_handover(s);
 }
 
 // No entering variable: a proof, or lost digits.
 loop_state infeasible(dual_state& s, int32_t r, double sigma) {
-  if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (s.fac.since > 0) return TVN_simplex_recompute(s.base, recompute_why::verdict);
   if (s.phase == 2 && dsimplex_checkcertificate(s, r, sigma)) {
     std::fill(s.base.infeas.begin(), s.base.infeas.end(), int8_t{0});
     s.base.infeas[r] = sigma > 0 ? 1 : -1;
-    return dsimplex_finish(s, simplex_code::ok, sol_prim_infeas_cer);
+    return TVN_simplex_finish(s.base, simplex_code::ok, sol_prim_infeas_cer);
   }
   if (s.tolpiv > tolpivmin) {
     s.tolpiv = tolpivmin;
@@ -277,15 +262,15 @@ loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
   const bool lost = TVN_simplex_ispivotlost(arow, acol, s.tolpiv);
   if (error > worseerror * (1 + size)) s.exactweights = false; // their updates share these digits
   if (!lost) {
-    if (size < smallpivot && s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+    if (size < smallpivot && s.fac.since > 0) return TVN_simplex_recompute(s.base, recompute_why::small_pivot);
     if (size < smallpivot && forgives(s, r)) return loop_state::recompute;
     if (std::fabs(arow) <= sizable) return loop_state::go_on;
     const pivot_rule rule = rule_of(error / (std::fabs(arow) + 1));
-    if (s.fac.since > rule.now) return s.refactor = true, loop_state::recompute;
-    if (s.fac.since >= rule.soon) s.soon = true;
+    if (s.fac.since > rule.now) return TVN_simplex_recompute(s.base, recompute_why::digits);
+    if (s.fac.since >= rule.soon) TVN_simplex_recomputesoon(s.base, recompute_why::digits);
     return loop_state::go_on;
   }
-  if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (s.fac.since > 0) return TVN_simplex_recompute(s.base, recompute_why::lost_pivot);
   // On a fresh factor the row itself is bad; a second time all others are, or there are none.
   if (s.basic[r].weight >= bannedweight) return dsimplex_handover(s);
   s.basic[r].weight = bannedweight;
@@ -314,11 +299,12 @@ loop_state update_factor(dual_state& s, int32_t position) {
   TVN_lu_puttol(f, 1, tolabs);
   if (code == lu_code::no_update_room) { // which says nothing against the pivot
     s.fac.usable = false;
-    s.refactor = true;
-    return loop_state::recompute;
+    return TVN_simplex_recompute(s.base, recompute_why::no_room);
   }
   if (code != lu_code::done && code != lu_code::refactor_advised) return refused_update(s, position);
-  if (++s.fac.since >= s.updatelimit || code == lu_code::refactor_advised) s.soon = true;
+  s.fac.since++;
+  if (code == lu_code::refactor_advised) TVN_simplex_recomputesoon(s.base, recompute_why::factor_advised);
+  if (s.fac.since >= s.updatelimit) TVN_simplex_recomputesoon(s.base, recompute_why::many_updates);
   return loop_state::go_on;
 }
 
@@ -363,14 +349,6 @@ loop_state iterate(dual_state& s) {
   return update_factor(s, r);
 }
 
-void clear_vectors(dual_state& s) noexcept {
-  s.spike.clear();
-  s.aq.clear();
-  s.rho.clear();
-  s.alpha.clear();
-  s.tau.clear();
-}
-
 void allocate(dual_state& s) {
   sysenv& sys = s.sys;
   const int64_t m = s.work.m, total = s.work.total;
@@ -397,7 +375,7 @@ void start(dual_state& s) {
   TVN_lu_puttol(s.fac.factor, 2, s.param.tolrelpiv);
   TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
   s.method = s.param.dualselection == sel_free ? sel_se : s.param.dualselection;
-  s.allowperturb = s.param.degen != 0 && s.param.maxiterations - total_iterations(s) >= budgetreserve;
+  s.allowperturb = s.param.degen != 0 && TVN_simplex_iterationsleft(s.base) >= budgetreserve;
   dsimplex_restorecosts(s);
   if (s.base.cold) TVN_dsimplex_dualcrash(s);
   for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
@@ -405,7 +383,7 @@ void start(dual_state& s) {
   s.info.forcelog = true;
   s.updatelimit = dual_maxupdates;
   s.phase = 0; // undecided until the first reduced costs
-  s.refactor = true;
+  TVN_simplex_recompute(s.base, recompute_why::start);
 }
 
 } // namespace
@@ -413,19 +391,19 @@ void start(dual_state& s) {
 void dsimplex_optimize(dual_state& s) {
   start(s);
   for (;;) {
-    if (s.refactor || s.soon) {
+    if (s.base.recompute.any()) {
       if (recompute(s) == loop_state::finished) break;
       continue;
     }
     if (check_limits(s) == loop_state::finished) break;
     const loop_state state = iterate(s);
-    clear_vectors(s);
+    TVN_simplex_clearvectors(s.base);
 #if TVN_CHECK_LEVEL >= 3
-    if (state == loop_state::go_on && !s.refactor) dsimplex_check(s);
+    if (state == loop_state::go_on && !s.base.recompute.now) dsimplex_check(s);
 #endif
     if (state == loop_state::finished) break;
   }
-  clear_vectors(s);
+  TVN_simplex_clearvectors(s.base);
   store_xb(s);
   dsimplex_leaveweights(s);
   // A run that ends before the true bounds have come back leaves a basic point of the true problem all the same.

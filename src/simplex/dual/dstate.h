@@ -9,7 +9,7 @@
 // spoils d.
 #pragma once
 
-#include "simplex/base/state.h"
+#include "simplex/base/loop.h"
 
 #include <cmath>
 
@@ -86,8 +86,6 @@ struct dual_state {
   double told = 1e-7, tolratio = 3e-8, tolpiv = 1e-7;
 
   // Control.
-  bool refactor = true;  // before the next pricing
-  bool soon = false;     // the factor advised it
   bool fresh = false;    // xb and d were computed from scratch since the last pivot
   bool handover = false; // the primal simplex has to finish
   int64_t iter = 0;      // of this run
@@ -109,9 +107,9 @@ struct dual_state {
 // --- ends, setbacks and the factor (drefactor.cpp)
 constexpr int32_t dual_minupdates = 10;  // on one factor, after any number of singular bases
 constexpr int32_t dual_maxupdates = 500; // and in calm times, whatever the cost of a solve says
-loop_state dsimplex_finish(dual_state& s, simplex_code code, int32_t solsta);
 // The primal simplex goes on from here.
 loop_state dsimplex_handover(dual_state& s);
+loop_state dsimplex_countsetback(dual_state& s); // on a fresh factor
 loop_state dsimplex_setback(dual_state& s);
 // The pivot tolerance rises after several bad pivots and falls in calm times.
 void dsimplex_notebadpivot(dual_state& s);

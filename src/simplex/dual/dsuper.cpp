@@ -63,11 +63,10 @@ int32_t dsimplex_rmsuperbasics(dual_state& s) {
         s.fac.usable = false;
       removed++;
     }
-    s.spike.clear();
-    s.aq.clear();
+    TVN_simplex_clearvectors(s.base);
   }
   if (removed > 0) {
-    s.refactor = true;
+    TVN_simplex_recompute(s.base, recompute_why::superbasics);
     s.exactweights = false; // they have not followed
   }
   return removed;

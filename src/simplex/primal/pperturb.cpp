@@ -97,7 +97,8 @@ void widen_tight_basics(primal_state& s, double size) {
   }
   psimplex_gatherbasics(s);
   s.perturbed = s.perturbed || any;
-  if (any && s.phase == 1) s.refactor = true; // the phase-one cost may have changed
+  if (any && s.phase == 1)
+    TVN_simplex_recompute(s.base, recompute_why::moved_data); // the phase-one cost may have changed
 }
 
 } // namespace
@@ -156,7 +157,7 @@ bool psimplex_unstall(primal_state& s) {
   if (s.method == sel_partial || s.method == sel_full) {
     s.method = s.wanted = sel_devex;
     psimplex_resetweights(s);
-    s.refactor = true;
+    TVN_simplex_recompute(s.base, recompute_why::pricing);
   }
   widen_tight_basics(s, s.param.tolx * std::exp2(s.resets));
   return true;

@@ -24,12 +24,6 @@ constexpr int32_t key_absolute = 1;    // pivot tolerance of the factor
 
 } // namespace
 
-loop_state psimplex_finish(primal_state& s, simplex_code code, int32_t solsta) {
-  s.stop = code;
-  s.info.solsta = solsta;
-  return loop_state::finished;
-}
-
 void psimplex_setobjective(primal_state& s) {
   s.info.objective = TVN_simplex_pointobjective(s.base);
   s.info.sumpinf = s.phase == 1 ? s.suminf : 0.0;
@@ -46,7 +40,7 @@ bool psimplex_askdual(primal_state& s) {
   if (s.alone || s.base.repairs == 0) return false;
   s.base.repairs--;
   s.handover = true;
-  psimplex_finish(s, simplex_code::ok, sol_unknown);
+  TVN_simplex_finish(s.base, simplex_code::ok, sol_unknown);
   return true;
 }
 
@@ -57,13 +51,13 @@ loop_state count_setback(primal_state& s) {
   if (s.setbacks - s.bestsetbacks > maxfutile && psimplex_askdual(s)) return loop_state::finished;
   if (s.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
   TVN_simplex_tell(s.base, 1, "Too many (%d) bad events\n", static_cast<int>(s.setbacks));
-  return psimplex_finish(s, simplex_code::max_setbacks, sol_unknown);
+  return TVN_simplex_finish(s.base, simplex_code::max_setbacks, sol_unknown);
 }
 
 } // namespace
 
 loop_state psimplex_setback(primal_state& s) {
-  s.refactor = true;
+  TVN_simplex_recompute(s.base, recompute_why::setback);
   s.tries = s.iter == s.triesiter ? s.tries + 1 : 1;
   s.triesiter = s.iter;
   return count_setback(s);
@@ -150,7 +144,7 @@ loop_state refactor(primal_state& s) {
   if (num < 0) return loop_state::finished;
   s.workfactor += TVN_lu_getfactorwork(s.fac.factor);
   const loop_state state = num > 0 ? follow_repair(s, {exchanges.data(), static_cast<size_t>(num)}) : loop_state::go_on;
-  s.refactor = s.soon = false;
+  s.base.recompute = {};
   return state == loop_state::finished ? state : loop_state::go_on;
 }
 
@@ -199,7 +193,7 @@ loop_state watch_progress(primal_state& s) {
     s.bestphase = s.phase;
     s.bestresets = s.resets;
   } else if (s.iter - s.bestiter > stallperturbed + 2 * s.work.m) {
-    if (++s.stalls > maxstalls) return psimplex_finish(s, simplex_code::stall, sol_unknown);
+    if (++s.stalls > maxstalls) return TVN_simplex_finish(s.base, simplex_code::stall, sol_unknown);
     s.random = !psimplex_unstall(s);
     s.bestphase = 0; // begin anew
   }

@@ -29,50 +29,30 @@ double direction(const primal_state& s, int32_t q, double d) {
   return d < 0 ? 1.0 : -1.0;
 }
 
-simplex_code stop_code(int32_t stop) { return stop == 2 ? simplex_code::peer_stop : simplex_code::user_stop; }
-
-// Of all optimizers of the run.
-int64_t total_iterations(const primal_state& s) {
-  return s.info.count[kind_primal].iterations + s.info.count[kind_dual].iterations;
-}
-
-// Clock, user and limits. The sums behind the log line are only formed when a line is due.
+// Clock, user and limits.
 loop_state check_limits(primal_state& s) {
-  const bool line = s.param.logfreq > 0 && (s.iter % s.param.logfreq == 0 || s.info.forcelog);
-  if (line) {
+  const auto figures = [&] {
     if (s.phase == 1) psimplex_countinf(s);
     psimplex_setobjective(s);
-    if (const int32_t stop = s.progress(simplex_event::iteration, s.info))
-      return psimplex_finish(s, stop_code(stop), sol_unknown);
-    s.info.forcelog = false;
-  }
-  if (total_iterations(s) >= s.param.maxiterations)
-    return psimplex_finish(s, simplex_code::max_iterations, sol_unknown);
-  if (TVN_simplex_poll(s.base)) return loop_state::finished;
+  };
+  if (TVN_simplex_checklimits(s.base, s.iter, figures) == loop_state::finished) return loop_state::finished;
   if (s.phase == 2 && s.param.usecutlow && s.iter % 64 == 0) {
     psimplex_setobjective(s);
-    if (s.info.objective < s.param.cutlow) return psimplex_finish(s, simplex_code::objective_range, sol_unknown);
+    if (s.info.objective < s.param.cutlow)
+      return TVN_simplex_finish(s.base, simplex_code::objective_range, sol_unknown);
   }
   return loop_state::go_on;
-}
-
-void clear_vectors(primal_state& s) noexcept {
-  s.spike.clear();
-  s.aq.clear();
-  s.rho.clear();
-  s.alpha.clear();
-  s.tau.clear();
 }
 
 // An optimum is reached, but some nonbasics stand between their bounds.
 loop_state remove_superbasics(primal_state& s) {
   for (int32_t j = psimplex_findsuperbasic(s); j >= 0; j = psimplex_findsuperbasic(s, j + 1)) {
     const loop_state state = psimplex_rmsuperbasic(s, j);
-    clear_vectors(s);
+    TVN_simplex_clearvectors(s.base);
     if (state == loop_state::finished || check_limits(s) == loop_state::finished) return loop_state::finished;
-    if (state == loop_state::recompute || s.soon) break;
+    if (state == loop_state::recompute || s.base.recompute.soon) break;
   }
-  return s.refactor = true, loop_state::recompute;
+  return TVN_simplex_recompute(s.base, recompute_why::superbasics);
 }
 
 // Phase one is at its end with no bound widened. What the user's tolerance allows is no infeasibility; reduced costs
@@ -92,7 +72,7 @@ bool doubt_infeasibility(primal_state& s) {
 
 // The pricing found nothing.
 loop_state end_of_pricing(primal_state& s) {
-  if (!s.freshd || s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (!s.freshd || s.fac.since > 0) return TVN_simplex_recompute(s.base, recompute_why::verdict);
   if (s.numbanned > 0) {
     for (int32_t j = 0; j < s.work.total; j++) s.banned[j] = 0;
     s.numbanned = 0;
@@ -100,9 +80,9 @@ loop_state end_of_pricing(primal_state& s) {
     return psimplex_setback(s);
   }
   if (s.phase == 1 && !s.perturbed) {
-    if (doubt_infeasibility(s)) return s.refactor = true, loop_state::recompute;
+    if (doubt_infeasibility(s)) return TVN_simplex_recompute(s.base, recompute_why::tolerance);
     if (s.noise > 0 && psimplex_askdual(s)) return loop_state::finished; // rounding proves nothing
-    return psimplex_finish(s, simplex_code::ok, sol_prim_infeas_cer);
+    return TVN_simplex_finish(s.base, simplex_code::ok, sol_prim_infeas_cer);
   }
   if (s.phase == 2 && !s.perturbed && psimplex_findsuperbasic(s) >= 0) return remove_superbasics(s);
   if (s.phase == 2 && (!s.perturbed || s.accepting)) {
@@ -110,7 +90,7 @@ loop_state end_of_pricing(primal_state& s) {
       psimplex_variablereset(s);
       TVN_simplex_formxb(s.fac, s.x);
     }
-    return psimplex_finish(s, simplex_code::ok, sol_optimal);
+    return TVN_simplex_finish(s.base, simplex_code::ok, sol_optimal);
   }
   const bool optimal = s.phase == 2 && psimplex_findsuperbasic(s) < 0;
   psimplex_variablereset(s);
@@ -120,8 +100,7 @@ loop_state end_of_pricing(primal_state& s) {
   if (optimal && psimplex_askdual(s)) return loop_state::finished;
   // From here the phase is decided anew on the true bounds, with no bound giving way.
   s.phase = 1;
-  s.refactor = true;
-  return loop_state::recompute;
+  return TVN_simplex_recompute(s.base, recompute_why::true_data);
 }
 
 } // namespace
@@ -163,7 +142,7 @@ loop_state unbounded(primal_state& s, int32_t q, double sigma) {
     psimplex_ban(s, q);
     return psimplex_setback(s);
   }
-  if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (s.fac.since > 0) return TVN_simplex_recompute(s.base, recompute_why::verdict);
   if (s.perturbed) {
     psimplex_variablereset(s);
     s.phase = 1;
@@ -171,12 +150,12 @@ loop_state unbounded(primal_state& s, int32_t q, double sigma) {
   }
   if (s.tolpiv > s.param.tolabspiv) {
     s.tolpiv = std::max(1e-12, 0.1 * s.tolpiv);
-    return s.refactor = true, loop_state::recompute;
+    return TVN_simplex_recompute(s.base, recompute_why::tolerance);
   }
   for (int32_t j = 0; j < s.work.total; j++) s.x[j] = 0;
   s.x[q] = sigma;
   for (int32_t p = 0; p < s.aq.count; p++) s.x[s.fac.head[s.aq.idx[p]]] = -sigma * s.aq.val[s.aq.idx[p]];
-  return psimplex_finish(s, simplex_code::ok, sol_dual_infeas_cer);
+  return TVN_simplex_finish(s.base, simplex_code::ok, sol_dual_infeas_cer);
 }
 
 void swap_bound(primal_state& s, int32_t q, double sigma, double step) {
@@ -202,20 +181,19 @@ void settle_leaving(primal_state& s, int32_t j, bool upper) {
 loop_state update_factor(primal_state& s, int32_t position) {
   switch (TVN_lu_supd(s.fac.factor, position, s.spike)) {
   case lu_code::done: break;
-  case lu_code::refactor_advised: s.soon = true; break;
+  case lu_code::refactor_advised: TVN_simplex_recomputesoon(s.base, recompute_why::factor_advised); break;
   case lu_code::no_update_room: // which says nothing against the pivot
     s.fac.usable = false;
-    s.refactor = true;
-    return loop_state::recompute;
+    return TVN_simplex_recompute(s.base, recompute_why::no_room);
   default: return psimplex_refusedupdate(s, position);
   }
-  if (++s.fac.since >= maxupdates) s.soon = true;
+  if (++s.fac.since >= maxupdates) TVN_simplex_recomputesoon(s.base, recompute_why::many_updates);
   return loop_state::go_on;
 }
 
 // On a fresh factor the column itself is bad.
 loop_state lose_pivot(primal_state& s, int32_t q) {
-  if (s.fac.since > 0) return s.refactor = true, loop_state::recompute;
+  if (s.fac.since > 0) return TVN_simplex_recompute(s.base, recompute_why::lost_pivot);
   psimplex_ban(s, q);
   return psimplex_losepivot(s);
 }
@@ -236,7 +214,7 @@ loop_state psimplex_pivot(primal_state& s, int32_t q, double sigma, double dq, c
   TVN_simplex_rowofinverse(s.base, r.position);
   const double arow = TVN_simplex_columndot(s.work, q, s.rho.val.data());
   if (TVN_simplex_ispivotlost(arow, a, psimplex_leastpivot(s))) return lose_pivot(s, q);
-  if (wants_refactor(s, arow, a)) s.soon = true;
+  if (wants_refactor(s, arow, a)) TVN_simplex_recomputesoon(s.base, recompute_why::digits);
   const bool full = s.method != sel_partial;
   if (full) {
     steepest_edge_vector(s);
@@ -297,7 +275,7 @@ void count_iteration(primal_state& s, double step, double gain) {
   }
   s.successive = 0;
   s.lenient = false;
-  const int64_t done = total_iterations(s);
+  const int64_t done = TVN_simplex_totaliterations(s.info);
   const double share = static_cast<double>(done) / std::max(1, s.param.maxiterations);
   if ((share > 0.8 && s.iter > 20) || s.param.maxiterations - done < budgetreserve) s.allowperturb = false;
 }
@@ -320,13 +298,14 @@ loop_state iterate(primal_state& s) {
     psimplex_ban(s, q);
     return loop_state::go_on;
   }
-  if (std::fabs(price.d) > 0.01 && wants_refactor(s, price.d, dq)) s.soon = true;
+  if (std::fabs(price.d) > 0.01 && wants_refactor(s, price.d, dq))
+    TVN_simplex_recomputesoon(s.base, recompute_why::digits);
   const ratio_result r = s.phase == 1 ? psimplex_stepsize_phaseone(s, q, sigma, -std::fabs(dq))
                                       : psimplex_stepsize(s, sigma, psimplex_ownrange(s, q, sigma));
   if (r.position < 0 && !r.swap) return unbounded(s, q, sigma);
-  if (!r.swap && r.pivot < 1e-5 && s.fac.since > 5) return s.refactor = true, loop_state::recompute;
+  if (!r.swap && r.pivot < 1e-5 && s.fac.since > 5) return TVN_simplex_recompute(s.base, recompute_why::small_pivot);
   if (!r.swap && r.pivot < minshare * s.colmax && !s.lenient) {
-    if (s.fac.since > 5) return s.refactor = true, loop_state::recompute;
+    if (s.fac.since > 5) return TVN_simplex_recompute(s.base, recompute_why::small_pivot);
     psimplex_ban(s, q);
     return loop_state::go_on;
   }
@@ -339,7 +318,7 @@ loop_state iterate(primal_state& s) {
   s.swaps = r.swap ? s.swaps + 1 : 0;
   if (s.swaps >= maxupdates) {
     s.swaps = 0;
-    s.soon = true;
+    TVN_simplex_recomputesoon(s.base, recompute_why::many_updates);
   }
   if (!r.swap && s.fac.pos[q] < 0) return state; // refused
   count_iteration(s, r.step, std::fabs(dq) * r.step);
@@ -348,7 +327,7 @@ loop_state iterate(primal_state& s) {
     s.rho.clear();
     s.alpha.clear();
     psimplex_updatephasecost(s);
-    if (s.numinf == 0) return s.refactor = true, loop_state::recompute;
+    if (s.numinf == 0) return TVN_simplex_recompute(s.base, recompute_why::feasible);
   }
   return loop_state::go_on;
 }
@@ -386,12 +365,11 @@ namespace {
 
 // Feasible within the working bounds: the answer when these are the true ones, which else come back now.
 loop_state rest_feasible(primal_state& s) {
-  if (!s.perturbed) return psimplex_finish(s, simplex_code::ok, sol_prim_feas);
+  if (!s.perturbed) return TVN_simplex_finish(s.base, simplex_code::ok, sol_prim_feas);
   psimplex_variablereset(s);
   s.allowperturb = false;
   s.phase = 1;
-  s.refactor = true;
-  return loop_state::recompute;
+  return TVN_simplex_recompute(s.base, recompute_why::true_data);
 }
 
 void run_loop(primal_state& s) {
@@ -410,9 +388,9 @@ void run_loop(primal_state& s) {
   bool wantnorms = s.method == sel_se || s.method == sel_se + sel_restrict;
   s.info.forcelog = true;
   s.phase = 1;
-  s.refactor = true;
+  TVN_simplex_recompute(s.base, recompute_why::start);
   for (;;) {
-    if (s.refactor || s.soon) {
+    if (s.base.recompute.any()) {
       if (psimplex_recompute(s) == loop_state::finished) break;
       if (std::exchange(wantnorms, false)) {
         if (!psimplex_exactweights(s)) break;
@@ -431,13 +409,13 @@ void run_loop(primal_state& s) {
     }
     if (s.weighterrors > 3) psimplex_resetweights(s);
     const loop_state state = iterate(s);
-    clear_vectors(s);
+    TVN_simplex_clearvectors(s.base);
 #if TVN_CHECK_LEVEL >= 3
-    if (state == loop_state::go_on && !s.refactor) psimplex_check(s);
+    if (state == loop_state::go_on && !s.base.recompute.now) psimplex_check(s);
 #endif
     if (state == loop_state::finished) break;
   }
-  clear_vectors(s);
+  TVN_simplex_clearvectors(s.base);
   psimplex_setobjective(s);
 }
 

@@ -5,7 +5,7 @@
 // refactorisation makes x and d fresh. Changing working bounds spoils x, changing the phase spoils d.
 #pragma once
 
-#include "simplex/base/state.h"
+#include "simplex/base/loop.h"
 
 #include <cmath>
 
@@ -112,11 +112,9 @@ struct primal_state {
   int32_t numchanged = 0;
 
   // Control.
-  bool refactor = true; // before the next pricing
-  bool soon = false;    // the factor advised it, or there were many swaps in a row
-  int32_t swaps = 0;    // in a row
-  bool freshd = false;  // d was computed from scratch since the last pivot
-  int64_t iter = 0;     // of this run
+  int32_t swaps = 0;   // in a row
+  bool freshd = false; // d was computed from scratch since the last pivot
+  int64_t iter = 0;    // of this run
   int64_t periodstart = 0, perioddeg = 0, degenperiod = 500;
   int32_t degenmode = 1;
   int32_t resets = 0;   // returns to the true bounds
@@ -154,7 +152,6 @@ constexpr int32_t maxresets = 6;         // returns to the true bounds that may 
 constexpr int64_t stallperturbed = 2000; // and as many steps plus 2m without progress are a stall
 
 // --- factor, point and bad events (prefactor.cpp)
-loop_state psimplex_finish(primal_state& s, simplex_code code, int32_t solsta);
 void psimplex_setobjective(primal_state& s);
 void psimplex_ban(primal_state& s, int32_t q); // it does not enter before the next reset
 bool psimplex_askdual(primal_state& s);        // the dual simplex goes on from here; false: it has had its turns

@@ -12,6 +12,8 @@
 // a step costs an iteration.
 #include "simplex/start/smartcrash.h"
 
+#include "simplex/base/loop.h"
+
 #include <cmath>
 
 namespace tvn {
@@ -94,10 +96,6 @@ void form(simplex_state& s) {
 }
 
 // --- pivots
-
-void clear_vectors(simplex_state& s) noexcept {
-  for (spvec* v : {&s.spike, &s.aq, &s.rho, &s.alpha}) v->clear();
-}
 
 void move_basics(simplex_state& s, double step) noexcept {
   for (int32_t p = 0; p < s.aq.count; p++) s.x[s.fac.head[s.aq.idx[p]]] -= step * s.aq.val[s.aq.idx[p]];
@@ -225,15 +223,12 @@ bool simplex_cleanprimalsmartcrashstep(clean_run& c, int32_t position) {
 
 // --- the loops
 
-bool may_step(clean_run& c) {
-  const int64_t done = c.s.info.count[kind_primal].iterations + c.s.info.count[kind_dual].iterations;
-  return c.left-- > 0 && done < c.s.param.maxiterations && !TVN_simplex_poll(c.s);
-}
+bool may_step(clean_run& c) { return c.left-- > 0 && TVN_simplex_iterationsleft(c.s) > 0 && !TVN_simplex_poll(c.s); }
 
 bool simplex_cleanprimalsmartcrash(clean_run& c) {
   for (int32_t k = worst_primal(c); k >= 0; k = worst_primal(c)) {
     const bool mended = may_step(c) && simplex_cleanprimalsmartcrashstep(c, k);
-    clear_vectors(c.s);
+    TVN_simplex_clearvectors(c.s);
     if (!mended) return false;
   }
   return true;
@@ -242,7 +237,7 @@ bool simplex_cleanprimalsmartcrash(clean_run& c) {
 bool simplex_cleandualsmartcrash(clean_run& c) {
   for (int32_t q = worst_dual(c); q >= 0; q = worst_dual(c)) {
     const bool mended = may_step(c) && simplex_cleandualsmartcrashstep(c, q);
-    clear_vectors(c.s);
+    TVN_simplex_clearvectors(c.s);
     if (!mended) return false;
   }
   return true;
