@@ -217,7 +217,7 @@ void run_chain(simplex_state& s) {
   bool more = run_optimizer(s, kind);
   s.cold = false;
   while (more) {
-    s.info.hotstart = 1;
+    s.info.hotstart = start_handover;
     kind = kind == kind_dual ? kind_primal : kind_dual;
     more = simplex_cleanandoptimize(s, kind);
   }
@@ -285,10 +285,10 @@ void run_once(const simplex_run& run, scale_request scale, const lp_solution* ke
 
 scale_request make_request(const simplex_param& param) {
   scale_request scale;
-  scale.on = param.scaling != 0;
-  scale.choose = param.scaling == 1;
-  scale.equilibrate = param.scalingmethod == 1;
-  scale.passes = param.scaling == 4 ? 2 * scalepasses : scalepasses;
+  scale.on = param.scaling != scaling_none;
+  scale.choose = param.scaling == scaling_free;
+  scale.equilibrate = param.scalingmethod == scaling_equilibrated;
+  scale.passes = param.scaling == scaling_aggressive ? 2 * scalepasses : scalepasses;
   return scale;
 }
 
@@ -335,7 +335,7 @@ struct second_try {
 // unscaled data.
 second_try tighten(const simplex_param& param, int32_t claim, int32_t attempt) {
   second_try t{param};
-  t.param.hotstart = 6;
+  t.param.hotstart = start_other;
   t.param.optimizer = kind_primal; // it takes any basis, and is a second opinion on what the dual simplex claimed
   if (claim == sol_prim_infeas_cer) {
     t.param.tols *= 1e-3;
@@ -391,7 +391,7 @@ void TVN_simplex_closegap(const simplex_run& run) {
   for (const double tols : {1e-9, 1e-11}) {
     const int64_t done = TVN_simplex_totaliterations(info);
     simplex_param tight = run.param;
-    tight.hotstart = 6;
+    tight.hotstart = start_other;
     tight.optimizer = kind_primal;
     tight.tols = tols;
     tight.maxiterations =
@@ -417,7 +417,7 @@ namespace {
 void solve_with_repairs(const simplex_run& run) {
   simplex_info& info = run.info;
   const scale_request scale = make_request(run.param);
-  run_once(run, scale, run.param.hotstart != 0 ? &run.sol : nullptr);
+  run_once(run, scale, run.param.hotstart != start_none ? &run.sol : nullptr);
   if (!run.param.judged && leaves_basis(info.response) && info.response != simplex_code::ok) {
     info.solsta = sol_unknown;
     return;
@@ -439,9 +439,9 @@ void TVN_simplex_solvedirectly(const simplex_run& run) {
   solve_with_repairs(run);
   if (!TVN_simplex_gaveup(run.info.response) || run.info.solsta == sol_optimal) return;
   simplex_param other = run.param; // the start may have been at fault, else the optimizer
-  other.hotstart = 0;
+  other.hotstart = start_none;
   other.cleaning = false;
-  if (run.param.hotstart == 0) other.optimizer = run.param.optimizer == kind_dual ? kind_primal : kind_dual;
+  if (run.param.hotstart == start_none) other.optimizer = run.param.optimizer == kind_dual ? kind_primal : kind_dual;
   run.info.response = simplex_code::ok;
   solve_with_repairs(run.with(other));
 }

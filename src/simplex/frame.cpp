@@ -33,7 +33,7 @@ bool is_good_start(const lp_view& lp, const simplex_param& param, const lp_solut
 // A good start is worth more than presolve unless presolve is asked for.
 bool presolve_wanted(const lp_view& lp, const simplex_param& param, const lp_solution& sol) {
   if (param.presolve != 2) return param.presolve != 0;
-  return param.maxiterations > shortrun && (param.hotstart == 0 || !is_good_start(lp, param, sol));
+  return param.maxiterations > shortrun && (param.hotstart == start_none || !is_good_start(lp, param, sol));
 }
 
 struct presolve_run {
@@ -74,7 +74,7 @@ void presolve_run::solve_reduced() {
   reduced_problem r;
   TVN_prslv_copyreduced(run.sys, *ctx, r);
   TVN_prslv_keeprecords(*ctx);
-  if (run.param.hotstart != 0) TVN_prslv_gatherkeys(run.sol, r);
+  if (run.param.hotstart != start_none) TVN_prslv_gatherkeys(run.sol, r);
   simplex_param inner = run.param;
   inner.judged = false;
   inner.savelu = false; // a factor of the reduced basis is of no use to the next run
@@ -124,7 +124,7 @@ bool solve_with_presolve(const simplex_run& run, simplex_param& again) {
   presolve_run presolved(run, e.p);
   info.response = presolved.reduce();
   if (info.response != simplex_code::ok) {
-    if (run.param.hotstart == 0) TVN_prslv_clearsolution(run.lp, run.sol);
+    if (run.param.hotstart == start_none) TVN_prslv_clearsolution(run.lp, run.sol);
     info.solsta = sol_unknown;
     return true;
   }
@@ -150,7 +150,7 @@ bool solve_with_presolve(const simplex_run& run, simplex_param& again) {
     return true;
   }
   if (claim == sol_optimal || claim == sol_near_optimal) { // not for the user's problem: go on from the basis
-    again.hotstart = 6;
+    again.hotstart = start_other;
     again.cleaning = true;
     again.optimizer = run.param.cleanoptimizer; // free: by the infeasibilities that the undo has left
   }
@@ -171,7 +171,8 @@ void clean_up(const simplex_run& run) {
 void solve_as_given(const simplex_run& run) {
   if (!presolve_wanted(run.lp, run.param, run.sol)) return TVN_simplex_solvedirectly(run);
   simplex_param again = run.param;
-  again.presolve = again.hotstart = 0;
+  again.presolve = 0;
+  again.hotstart = start_none;
   if (!solve_with_presolve(run, again)) clean_up(run.with(again));
 }
 
@@ -195,9 +196,10 @@ void optimize_reformulated(const simplex_run& run) {
   TVN_prslv_refresh(run.sys, run.lp, claim, run.sol);
   if (TVN_simplex_settlestatus(run) || run.info.response != simplex_code::ok) return;
   simplex_param again = run.param;
-  again.presolve = again.hotstart = 0;
+  again.presolve = 0;
+  again.hotstart = start_none;
   if (claim == sol_optimal || claim == sol_near_optimal) {
-    again.hotstart = 6;
+    again.hotstart = start_other;
     again.optimizer = run.param.cleanoptimizer;
   }
   clean_up(run.with(again));
@@ -207,7 +209,7 @@ void optimize_reformulated(const simplex_run& run) {
 // none, all is done again with them. A nonbasic between two far bounds keeps the key of a free one.
 void optimize_near(const simplex_run& run) {
   simplex_info& info = run.info;
-  const near_problem near(run.sys, run.lp, run.param.hotstart != 0 ? &run.sol : nullptr);
+  const near_problem near(run.sys, run.lp, run.param.hotstart != start_none ? &run.sol : nullptr);
   optimize_reformulated(run.on(near.lp));
   if (near.numfar == 0) return;
   const int32_t claim = info.solsta;
@@ -219,13 +221,13 @@ void optimize_near(const simplex_run& run) {
   if (holds && (claim == sol_prim_infeas_cer || claim == sol_optimal)) return;
   if (info.solsta == sol_near_optimal) return TVN_simplex_closegap(run);
   simplex_param again = run.param;
-  again.hotstart = 0;
+  again.hotstart = start_none;
   if (claim != sol_optimal && claim != sol_near_optimal) {
     info.response = simplex_code::ok;
     return optimize_reformulated(run.with(again));
   }
   again.presolve = 0;
-  again.hotstart = 6;
+  again.hotstart = start_other;
   again.optimizer = run.param.cleanoptimizer;
   clean_up(run.with(again));
 }
@@ -256,8 +258,8 @@ void optimize_dual(const simplex_run& run) {
   info.solsta = claim;
   if (TVN_simplex_settlestatus(run) || info.response != simplex_code::ok) return;
   simplex_param again = run.param;
-  again.presolve = again.hotstart = 0;
-  if (claim == sol_optimal || claim == sol_near_optimal) again.hotstart = 6;
+  again.presolve = 0;
+  again.hotstart = claim == sol_optimal || claim == sol_near_optimal ? start_other : start_none;
   clean_up(run.with(again));
 }
 
@@ -302,7 +304,7 @@ void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& p
     return;
   }
   const simplex_run run{sys, lp, param, info, progress, sol, kept};
-  if (param.dualform && param.hotstart == 0)
+  if (param.dualform && param.hotstart == start_none)
     optimize_dual(run);
   else
     optimize_near(run);

@@ -38,7 +38,7 @@ bool reformulation_wanted(const simplex_param& param) {
   switch (param.reformulation) {
   case reform_on:
   case reform_aggressive: return true;
-  case reform_free: return param.presolve == 0 && param.hotstart == 0;
+  case reform_free: return param.presolve == 0 && param.hotstart == start_none;
   default: return false;
   }
 }
@@ -91,7 +91,7 @@ int32_t pair_search::merged_key(const column_pair& p, double lo, double up) cons
 
 void pair_search::merge(const column_pair& p) {
   const auto [lo, up] = TVN_prslv_mergepair(p);
-  if (param.hotstart != 0) {
+  if (param.hotstart != start_none) {
     const int32_t key = merged_key(p, lo, up);
     if (key == sk_unk) return;
     sol.skx[p.j] = key;
@@ -113,8 +113,8 @@ void pair_search::rest(const column_pair& p, double g) {
   if (std::isinf(to.bk)) step.pair.k = p.j;
   const int32_t gone = step.pair.k;
   const double bound = std::isinf(to.bj) ? to.bk : to.bj;
-  if (param.hotstart != 0 && sol.skx[gone] != step.restkey) return;
-  if (param.hotstart != 0) sol.skx[gone] = sk_fix;
+  if (param.hotstart != start_none && sol.skx[gone] != step.restkey) return;
+  if (param.hotstart != start_none) sol.skx[gone] = sk_fix;
   put_bounds(gone, bound, bound);
   r.stack.push_back(step);
   r.numrested++;

@@ -49,27 +49,42 @@ enum select_method : int32_t {
 
 enum simplex_reform : int32_t { reform_free = 0, reform_on = 1, reform_off = 2, reform_aggressive = 3 };
 
+// How much is done against degeneracy; the user's numbers.
+enum degen_mode : int32_t {
+  degen_none = 0,
+  degen_free = 1,
+  degen_aggressive = 2,
+  degen_moderate = 3,
+  degen_minimum = 4
+};
+enum scaling_mode : int32_t { scaling_none = 0, scaling_free = 1, scaling_moderate = 3, scaling_aggressive = 4 };
+enum scaling_method : int32_t { scaling_geometric = 0, scaling_equilibrated = 1 }; // the latter after geometric passes
+// What a start is to the optimizer; in the record of a run also that another one went before.
+enum start_kind : int32_t { start_none = 0, start_handover = 1, start_primal = 4, start_dual = 5, start_other = 6 };
+// Ways to a dual feasible basis.
+enum dual_phaseone : int32_t { phaseone_free = 0, phaseone_boxed = 1, phaseone_shifted = 2 };
+
 struct simplex_param {
   int32_t optimizer = kind_free;
   int32_t cleanoptimizer = kind_free; // of the run on the user's problem after presolve's undo, when one is needed
-  int32_t hotstart = 0;               // 0 none, 4 start primal feasible, 5 dual feasible, 6 otherwise
+  int32_t hotstart = start_none;      // start_kind
   bool keysonly = false;              // the values of the start do not count
   bool dualform = false;              // a cold start solves the dual as a problem of its own
   int32_t presolve = 2;               // 0 no, 1 yes, 2 free: yes unless the run is short or the start is good
   prslv_param prslv;                  // settings of presolve
-  int32_t degen = 1;                  // 0 none, 1 free, 2 aggressive, 3 moderate, 4 minimum
-  int32_t scaling = 1;                // 0 none, 1 free, 3 moderate, 4 aggressive
-  int32_t scalingmethod = 0;          // 0 geometric, 1 geometric, then equilibrated
-  bool nonsingular = true;            // repair a singular basis
-  bool savelu = false;                // leave the factor of the last basis to the next run
-  bool uselu = true;                  // take the factor that the last run left, when it fits
-  bool cleaning = false; // the start is what presolve's undo has left: few violations are mended by single pivots
-  bool judged = true;    // a run that was cut short gets a status; false: its caller gives it one
+  int32_t degen = degen_free;
+  int32_t scaling = scaling_free;
+  int32_t scalingmethod = scaling_geometric;
+  bool nonsingular = true; // repair a singular basis
+  bool savelu = false;     // leave the factor of the last basis to the next run
+  bool uselu = true;       // take the factor that the last run left, when it fits
+  bool cleaning = false;   // the start is what presolve's undo has left: few violations are mended by single pivots
+  bool judged = true;      // a run that was cut short gets a status; false: its caller gives it one
   int32_t selection = sel_free; // of the primal simplex, internal numbering
   int32_t dualselection = sel_free;
-  int32_t primalcrash = 90;           // percent of slacks from which on a cold start is crashed, above 100: never
-  int32_t dualcrash = 90;             // the same for the dual simplex
-  int32_t dualphaseone = 0;           // way to dual feasibility: 0 free, 1 boxed problem, 2 shifted costs
+  int32_t primalcrash = 90; // percent of slacks from which on a cold start is crashed, above 100: never
+  int32_t dualcrash = 90;   // the same for the dual simplex
+  int32_t dualphaseone = phaseone_free;
   int32_t dupvec = 0;                 // duplicate columns as one: 0 no, 1 if they are many, 2 yes
   int32_t reformulation = reform_off; // opposite columns as one before the run
   int32_t restrictpct = 50;           // percentage of restriction of the primal candidate list
@@ -137,14 +152,14 @@ struct simplex_info {
   std::array<int64_t, num_recompute_why> recomputes{}; // requests by recompute_why
   bool dualform = false;                               // at work on the dual: figures are its own
   int32_t numcon = 0, numvar = 0;                      // of the working problem
-  int32_t hotstart = 0; // of the optimizer in hand: 0 none, 1 after another one, else as in the settings
-  int32_t numbasics = 0, basisrank = -1; // of the start: basics given, rank of the first factor
-  bool nopoint = false;                  // the run was stopped before it had one
-  bool warmfactor = false;               // the factor of the start was left by an earlier run
-  int32_t phase = 0;                     // 1 or 2
-  simplex_kind kind = kind_primal;       // the optimizer in hand
-  double sumpinf = 0, sumdinf = 0;       // of the working problem
-  double objective = 0;                  // of the working point in user units, offset included
+  int32_t hotstart = start_none;                       // start_kind of the optimizer in hand
+  int32_t numbasics = 0, basisrank = -1;               // of the start: basics given, rank of the first factor
+  bool nopoint = false;                                // the run was stopped before it had one
+  bool warmfactor = false;                             // the factor of the start was left by an earlier run
+  int32_t phase = 0;                                   // 1 or 2
+  simplex_kind kind = kind_primal;                     // the optimizer in hand
+  double sumpinf = 0, sumdinf = 0;                     // of the working problem
+  double objective = 0;                                // of the working point in user units, offset included
   int32_t randomstate = 1;
   bool forcelog = false; // print the next iteration line whatever its number
   int64_t lnz = 0, unz = 0;

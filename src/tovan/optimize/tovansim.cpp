@@ -32,12 +32,17 @@ int32_t selection_number(int32_t value) {
   }
 }
 
+// This one goes through as it is.
+static_assert(int{degen_none} == TVN_SIM_DEGEN_NONE && int{degen_free} == TVN_SIM_DEGEN_FREE &&
+              int{degen_aggressive} == TVN_SIM_DEGEN_AGGRESSIVE && int{degen_moderate} == TVN_SIM_DEGEN_MODERATE &&
+              int{degen_minimum} == TVN_SIM_DEGEN_MINIMUM);
+
 int32_t scaling_number(int32_t value) {
   switch (value) {
-  case TVN_SCALING_NONE: return 0;
-  case TVN_SCALING_MODERATE: return 3;
-  case TVN_SCALING_AGGRESSIVE: return 4;
-  default: return 1;
+  case TVN_SCALING_NONE: return scaling_none;
+  case TVN_SCALING_MODERATE: return scaling_moderate;
+  case TVN_SCALING_AGGRESSIVE: return scaling_aggressive;
+  default: return scaling_free;
   }
 }
 
@@ -79,7 +84,8 @@ simplex_param TVN_simplexparam(const task& t, bool maximize) {
   p.prslv = TVN_presolveparam(t);
   p.degen = iv[TVN_IPAR_SIM_DEGEN];
   p.scaling = scaling_number(iv[TVN_IPAR_SIM_SCALING]);
-  p.scalingmethod = iv[TVN_IPAR_SIM_SCALING_METHOD] == TVN_SCALING_METHOD_FREE ? 1 : 0;
+  p.scalingmethod =
+      iv[TVN_IPAR_SIM_SCALING_METHOD] == TVN_SCALING_METHOD_FREE ? scaling_equilibrated : scaling_geometric;
   p.savelu = iv[TVN_IPAR_SIM_SAVE_LU] != 0;
   p.uselu = iv[TVN_IPAR_SIM_BASIS_FACTOR_USE] != 0;
   p.nonsingular = iv[TVN_IPAR_SIM_NON_SINGULAR] != 0;
@@ -112,13 +118,13 @@ simplex_param TVN_simplexparam(const task& t, bool maximize) {
 
 namespace {
 
-// How the stored basic solution may start the run: 0 not at all, 4 primal feasible, 5 dual feasible, 6 otherwise.
+// How the stored basic solution may start the run.
 int32_t hotstart_mode(const task& t) {
   const int32_t wish = t.params.ival[TVN_IPAR_SIM_HOTSTART];
-  if (!t.sols.defined[TVN_SOL_BAS] || wish == TVN_SIM_HOTSTART_NONE) return 0;
+  if (!t.sols.defined[TVN_SOL_BAS] || wish == TVN_SIM_HOTSTART_NONE) return start_none;
   const int32_t solsta = t.sols.solsta[TVN_SOL_BAS];
-  if (solsta == TVN_SOL_STA_PRIM_FEAS || wish == TVN_SIM_HOTSTART_STATUS_KEYS) return 4;
-  return solsta == TVN_SOL_STA_DUAL_FEAS ? 5 : 6;
+  if (solsta == TVN_SOL_STA_PRIM_FEAS || wish == TVN_SIM_HOTSTART_STATUS_KEYS) return start_primal;
+  return solsta == TVN_SOL_STA_DUAL_FEAS ? start_dual : start_other;
 }
 
 void reset_items(task& t) {
