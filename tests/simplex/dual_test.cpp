@@ -123,7 +123,7 @@ TEST(DualWeights, PassFromOneRunToTheNext) {
       s.rho.clear();
       EXPECT_NEAR(next.basic[k].weight, norm, 1e-6 * norm);
     }
-    next.method = tvn::sel_devex;
+    next.price.method = tvn::sel_devex;
     EXPECT_FALSE(tvn::dsimplex_takeweights(next));
   }
 }
@@ -186,7 +186,7 @@ TEST(DualPerturbation, NeverMakesADualInfeasibility) {
     tvn::dsimplex_perturb(s, 1000);
     for (int32_t j = 0; j < b.work.total; j++) {
       if (!s.inlist[j] || s.move[j] == 0) continue;
-      EXPECT_LE(s.move[j] == 2 ? std::fabs(s.d[j]) : -s.move[j] * s.d[j], s.told) << j;
+      EXPECT_LE(s.move[j] == 2 ? std::fabs(s.d[j]) : -s.move[j] * s.d[j], s.tol.dual) << j;
     }
     tvn::dsimplex_restorecosts(s);
     EXPECT_EQ(std::memcmp(s.cost.data(), b.work.cost.data(), sizeof(double) * size_t(b.work.total)), 0);
@@ -209,23 +209,23 @@ TEST(DualTrouble, HandsOverWithALineWhenThereAreTooManyBadEvents) {
 TEST(DualTrouble, MovesThePivotToleranceWithinItsLimits) {
   lp_case p = hard_start(5);
   crash_bench b(p);
-  b.dual.tolpiv = 1e-7;
+  b.dual.tol.piv = 1e-7;
   for (int i = 0; i < 5; i++) tvn::dsimplex_notebadpivot(b.dual);
-  EXPECT_EQ(b.dual.tolpiv, 1e-7);
+  EXPECT_EQ(b.dual.tol.piv, 1e-7);
   tvn::dsimplex_notebadpivot(b.dual);
-  EXPECT_DOUBLE_EQ(b.dual.tolpiv, 1e-6);
+  EXPECT_DOUBLE_EQ(b.dual.tol.piv, 1e-6);
   for (int i = 0; i < 100; i++) tvn::dsimplex_notebadpivot(b.dual);
-  EXPECT_EQ(b.dual.tolpiv, 1e-5);
+  EXPECT_EQ(b.dual.tol.piv, 1e-5);
   for (int i = 0; i < 5; i++) tvn::dsimplex_notecalm(b.dual);
-  EXPECT_EQ(b.dual.tolpiv, 1e-5);
-  b.dual.setbacks++; // not calm any more
+  EXPECT_EQ(b.dual.tol.piv, 1e-5);
+  b.dual.bad.setbacks++; // not calm any more
   for (int i = 0; i < 6; i++) tvn::dsimplex_notecalm(b.dual);
-  EXPECT_EQ(b.dual.tolpiv, 1e-5);
+  EXPECT_EQ(b.dual.tol.piv, 1e-5);
   for (int i = 0; i < 200; i++) tvn::dsimplex_notecalm(b.dual);
-  EXPECT_DOUBLE_EQ(b.dual.tolpiv, 1e-10);
-  b.dual.tolpiv = 1e-3; // the user's own
+  EXPECT_DOUBLE_EQ(b.dual.tol.piv, 1e-10);
+  b.dual.tol.piv = 1e-3; // the user's own
   for (int i = 0; i < 12; i++) tvn::dsimplex_notebadpivot(b.dual);
-  EXPECT_EQ(b.dual.tolpiv, 1e-3);
+  EXPECT_EQ(b.dual.tol.piv, 1e-3);
 }
 
 TEST(DualTrouble, HealsInCalmTimes) {
@@ -235,11 +235,11 @@ TEST(DualTrouble, HealsInCalmTimes) {
   tvn::TVN_lu_puttol(f, 2, b.param.tolrelpiv);
   tvn::TVN_simplex_raisepivots(f, 400, 0.5);
   tvn::TVN_lu_putpivotmethod(f, 2);
-  b.dual.updatelimit = tvn::dual_minupdates;
+  b.dual.bad.updatelimit = tvn::dual_minupdates;
   for (int i = 0; i < 12; i++) tvn::dsimplex_notecalm(b.dual);
-  EXPECT_EQ(b.dual.updatelimit, 4 * tvn::dual_minupdates);
+  EXPECT_EQ(b.dual.bad.updatelimit, 4 * tvn::dual_minupdates);
   EXPECT_DOUBLE_EQ(tvn::TVN_lu_gettol(f, 2), 0.5 / 4);
   for (int i = 0; i < 120; i++) tvn::dsimplex_notecalm(b.dual);
-  EXPECT_EQ(b.dual.updatelimit, tvn::dual_maxupdates);
+  EXPECT_EQ(b.dual.bad.updatelimit, tvn::dual_maxupdates);
   EXPECT_EQ(tvn::TVN_lu_gettol(f, 2), b.param.tolrelpiv);
 }

@@ -1,7 +1,7 @@
 // If this failed in the field: the primal simplex would leave a point that is no vertex, call a widened bound a proof,
 // circle on a degenerate problem, or break off where a caller only wanted a feasible basis.
-#include "simplex/start/crash.h"
 #include "simplex/primal/pstate.h"
+#include "simplex/start/crash.h"
 #include "support/oracle.h"
 #include "support/simplexbench.h"
 
@@ -344,7 +344,7 @@ TEST(SteepestEdge, BeginsWithTheNormsOfItsStart) {
     tvn::TVN_simplex_solvecolumn(s, j);
     double norm = 1;
     for (int32_t k = 0; k < b.work.m; k++) norm += s.aq.val[k] * s.aq.val[k];
-    EXPECT_NEAR(run.weight[j], norm, 1e-9 * norm) << j;
+    EXPECT_NEAR(run.price.weight[j], norm, 1e-9 * norm) << j;
     s.spike.clear();
     s.aq.clear();
   }

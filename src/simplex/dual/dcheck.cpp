@@ -36,7 +36,7 @@ void check_nonbasics(const dual_state& s) {
     if (s.inlist[j] == static_cast<uint8_t>(s.work.is_fixed(j)))
       TVN_simplex_breach(site(s), "listed", j, s.inlist[j], 1);
     const double wrong = s.move[j] == 2 ? std::fabs(s.d[j]) : -s.move[j] * s.d[j];
-    if (!(wrong <= 1e3 * s.told * (1 + std::fabs(s.cost[j]))))
+    if (!(wrong <= 1e3 * s.tol.dual * (1 + std::fabs(s.cost[j]))))
       TVN_simplex_breach(site(s), "sign of a reduced cost", j, s.d[j], 0);
   }
 }
@@ -54,7 +54,7 @@ void check_duals(dual_state& s) {
 
 // One row, another in each iteration.
 void check_weight(dual_state& s) {
-  if (s.work.m == 0 || s.method != sel_se || !s.exactweights || s.iter > weightiterations) return;
+  if (s.work.m == 0 || s.price.method != sel_se || !s.price.exactweights || s.iter > weightiterations) return;
   const auto k = static_cast<int32_t>(s.iter * 7919 % s.work.m);
   if (s.basic[k].weight >= 1e15) return;
   TVN_simplex_rowofinverse(s.base, k);
@@ -70,8 +70,8 @@ void check_lists(const dual_state& s) {
     const double v = std::max(b.lo - b.x, b.x - b.up), want = v > s.tolfeas ? v * v : 0.0;
     if (b.infeas != want) TVN_simplex_breach(site(s), "infeasibility", k, b.infeas, want);
     if (want > 0 && !(b.listed & on_list)) TVN_simplex_breach(site(s), "list of infeasibilities", k, 0, 1);
-    if (want > 0 && want >= s.cutoff * b.weight && !(b.listed & on_top))
-      TVN_simplex_breach(site(s), "short list", k, want, s.cutoff);
+    if (want > 0 && want >= s.price.cutoff * b.weight && !(b.listed & on_top))
+      TVN_simplex_breach(site(s), "short list", k, want, s.price.cutoff);
   }
 }
 
@@ -103,7 +103,7 @@ bool dsimplex_checkcertificate(dual_state& s, int32_t r, double sigma) {
     if (a == 0) continue;
     const double bound = a > 0 ? w.upper[j] : w.lower[j];
     if (std::fabs(bound) >= bound_infinity) {
-      if (std::fabs(a) > s.tolpiv) return false;
+      if (std::fabs(a) > s.tol.piv) return false;
       continue;
     }
     best += static_cast<long double>(a) * bound;

@@ -94,7 +94,7 @@ int32_t pass(dual_state& s, crash_state& c, bool freeonly, bool equations, doubl
   for (int32_t j = w.m; j < w.total; j++) {
     if (c.chosen >= c.budget || entered >= limit || c.work > maxwork * (w.colbeg[w.n] + w.m)) break;
     if (s.fac.pos[j] >= 0 || w.is_free(j) != freeonly) continue;
-    if (!freeonly && !(dsimplex_trueinfeasibility(w, j, c.d[j]) > s.told)) continue;
+    if (!freeonly && !(dsimplex_trueinfeasibility(w, j, c.d[j]) > s.tol.dual)) continue;
     if (static_cast<double>(c.nonzeros + w.colcount(j)) > maxaverage * (c.chosen + 1)) continue;
     const crash_choice choice = choose_row(s, c, j, equations);
     if (choice.row < 0 || !(freeonly ? choice.gain >= 0 : choice.gain > 0)) continue;
@@ -108,7 +108,7 @@ int32_t pass(dual_state& s, crash_state& c, bool freeonly, bool equations, doubl
 bool is_far(const dual_state& s, const crash_state& c) {
   int32_t num = 0;
   for (int32_t j = s.work.m; j < s.work.total; j++)
-    num += s.fac.pos[j] < 0 && dsimplex_trueinfeasibility(s.work, j, c.d[j]) > s.told;
+    num += s.fac.pos[j] < 0 && dsimplex_trueinfeasibility(s.work, j, c.d[j]) > s.tol.dual;
   return num >= farshare * s.work.n;
 }
 

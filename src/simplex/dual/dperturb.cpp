@@ -33,8 +33,8 @@ void dsimplex_perturb(dual_state& s, double factor) {
   double largest = 0;
   for (int32_t j = 0; j < w.total; j++) largest = std::max(largest, std::fabs(w.cost[j]));
   double size = factor * relsize * (largest > 100 ? std::sqrt(std::sqrt(largest)) : 1.0);
-  if (s.param.degen == 2) size *= 10;
-  if (s.param.degen == 4) size *= 0.01;
+  if (s.param.degen == degen_aggressive) size *= 10;
+  if (s.param.degen == degen_minimum) size *= 0.01;
   for (int32_t j = 0; j < w.total; j++) {
     if (!s.inlist[j] || w.is_free(j)) continue;
     shift(s, j,
@@ -47,9 +47,10 @@ void dsimplex_kick(dual_state& s, int32_t level) {
   constexpr double largecost = 100, hugecost = 1e6; // from the latter on a cost is left alone
   constexpr double narrow = 1e-4;                   // range of a variable that may move further
   const double depth = 1 + static_cast<double>(s.iter) / (1.0 + s.work.total);
-  const double e = (s.param.degen == 2 ? 5 : 1) * sizes[level] * depth;
+  const double e = (s.param.degen == degen_aggressive ? 5 : 1) * sizes[level] * depth;
   for (int32_t j = 0; j < s.work.total; j++) {
-    if (!s.inlist[j] || s.move[j] == 0 || s.move[j] == 2 || !(std::fabs(s.d[j]) <= 100 * std::max(s.told, e))) continue;
+    if (!s.inlist[j] || s.move[j] == 0 || s.move[j] == 2 || !(std::fabs(s.d[j]) <= 100 * std::max(s.tol.dual, e)))
+      continue;
     const double c = std::fabs(s.work.cost[j]);
     if (c >= hugecost) continue;
     const double size = s.up[j] - s.lo[j] < narrow ? std::min(10 * e, narrow) : c >= largecost ? 0.01 * e : e;

@@ -30,7 +30,7 @@ uint8_t side(const dual_state& s, int32_t j) {
   const bool haslo = s.lo[j] > -bound_infinity, hasup = s.up[j] < bound_infinity;
   if (!haslo && !hasup) return sk_supbas;
   if (s.work.is_fixed(j)) return sk_fix;
-  if (haslo && hasup && std::fabs(s.d[j]) <= s.told) return s.key[j] == sk_upr ? sk_upr : sk_low;
+  if (haslo && hasup && std::fabs(s.d[j]) <= s.tol.dual) return s.key[j] == sk_upr ? sk_upr : sk_low;
   if (haslo && hasup) return s.d[j] > 0 ? sk_low : sk_upr;
   return haslo ? sk_low : sk_upr;
 }
@@ -57,7 +57,7 @@ void dsimplex_correctsigns(dual_state& s) {
     const int8_t mv = s.move[j];
     if (mv == 0) continue;
     const double wrong = mv == 2 ? std::fabs(s.d[j]) : -mv * s.d[j];
-    if (!(wrong > s.told)) continue;
+    if (!(wrong > s.tol.dual)) continue;
     if (is_boxed(s, j)) {
       s.key[j] = mv > 0 ? sk_upr : sk_low;
       s.x[j] = mv > 0 ? s.up[j] : s.lo[j];
@@ -71,14 +71,14 @@ void dsimplex_correctsigns(dual_state& s) {
 }
 
 void dsimplex_countinf(dual_state& s) {
-  s.numdinf = 0;
-  s.sumdinf = 0;
+  s.inf.num = 0;
+  s.inf.sum = 0;
   for (int32_t j = 0; j < s.work.total; j++) {
     if (!s.inlist[j]) continue;
     const double v = dsimplex_trueinfeasibility(s.work, j, s.d[j]);
-    if (!(v > s.told)) continue;
-    s.numdinf++;
-    s.sumdinf += v;
+    if (!(v > s.tol.dual)) continue;
+    s.inf.num++;
+    s.inf.sum += v;
   }
 }
 

@@ -26,34 +26,34 @@ inline void improve(row_choice& best, int32_t k, const dual_basic& b) {
 row_choice read_top(dual_state& s) {
   row_choice best;
   int32_t kept = 0;
-  for (int32_t p = 0; p < s.numtop; p++) {
-    const int32_t k = s.top[p];
+  for (int32_t p = 0; p < s.price.numtop; p++) {
+    const int32_t k = s.price.top[p];
     dual_basic& b = s.basic[k];
-    if (b.infeas == 0 || b.infeas < s.cutoff * b.weight) {
+    if (b.infeas == 0 || b.infeas < s.price.cutoff * b.weight) {
       b.listed &= ~on_top;
       continue;
     }
-    s.top[kept++] = k;
+    s.price.top[kept++] = k;
     improve(best, k, b);
   }
-  s.numtop = kept;
+  s.price.numtop = kept;
   return best;
 }
 
 row_choice read_list(dual_state& s) {
   row_choice best;
   int32_t kept = 0;
-  for (int32_t p = 0; p < s.numlist; p++) {
-    const int32_t k = s.list[p];
+  for (int32_t p = 0; p < s.price.numlist; p++) {
+    const int32_t k = s.price.list[p];
     dual_basic& b = s.basic[k];
     if (b.infeas == 0) {
       b.listed &= ~on_list;
       continue;
     }
-    s.list[kept++] = k;
+    s.price.list[kept++] = k;
     improve(best, k, b);
   }
-  s.numlist = kept;
+  s.price.numlist = kept;
   return best;
 }
 
@@ -62,27 +62,27 @@ row_choice read_list(dual_state& s) {
 int32_t select_partial(dual_state& s) {
   constexpr double emptyagain = 0.995; // a random draw above this empties the list
   const int32_t m = s.work.m, target = m < 10000 ? 15 : m < 30000 ? 20 : m < 50000 ? 25 : 35;
-  if (TVN_simplex_random(s.info.randomstate) > emptyagain) s.numtop = 0;
-  s.cutoff = 0; // what stays infeasible stays on the list
+  if (TVN_simplex_random(s.info.randomstate) > emptyagain) s.price.numtop = 0;
+  s.price.cutoff = 0; // what stays infeasible stays on the list
   row_choice best = read_top(s);
-  s.cutoff = HUGE_VAL;
+  s.price.cutoff = HUGE_VAL;
   if (best.k >= 0) return best.k;
-  int32_t k = s.scanstart < m ? s.scanstart : 0;
-  for (int32_t scanned = 0; scanned < m && s.numtop < target; scanned++, k = k + 1 == m ? 0 : k + 1) {
+  int32_t k = s.price.scanstart < m ? s.price.scanstart : 0;
+  for (int32_t scanned = 0; scanned < m && s.price.numtop < target; scanned++, k = k + 1 == m ? 0 : k + 1) {
     if (s.basic[k].infeas == 0) continue;
-    s.top[s.numtop++] = k;
+    s.price.top[s.price.numtop++] = k;
     improve(best, k, s.basic[k]);
-    if (scanned > m / 4 && s.numtop >= target / 2) break;
+    if (scanned > m / 4 && s.price.numtop >= target / 2) break;
   }
-  s.scanstart = k;
+  s.price.scanstart = k;
   return best.k;
 }
 
 } // namespace
 
 void dsimplex_rebuildlist(dual_state& s) noexcept {
-  s.numlist = s.numtop = 0;
-  s.cutoff = HUGE_VAL;
+  s.price.numlist = s.price.numtop = 0;
+  s.price.cutoff = HUGE_VAL;
   for (int32_t k = 0; k < s.work.m; k++) {
     s.basic[k].listed = 0;
     dsimplex_notechange(s, k, s.basic[k]);
@@ -90,37 +90,37 @@ void dsimplex_rebuildlist(dual_state& s) noexcept {
 }
 
 int32_t dsimplex_select(dual_state& s) {
-  if (s.method == sel_partial) return select_partial(s);
+  if (s.price.method == sel_partial) return select_partial(s);
   row_choice best = read_top(s);
   if (best.k >= 0) return best.k;
   best = read_list(s);
   if (best.k < 0) return best.k;
-  s.cutoff = topshare * best.score;
-  for (int32_t p = 0; p < s.numlist; p++) dsimplex_notechange(s, s.list[p], s.basic[s.list[p]]);
+  s.price.cutoff = topshare * best.score;
+  for (int32_t p = 0; p < s.price.numlist; p++) dsimplex_notechange(s, s.price.list[p], s.basic[s.price.list[p]]);
   return best.k;
 }
 
 void dsimplex_resetweights(dual_state& s) {
-  s.exactweights = true;
-  for (const int32_t j : s.fac.head) s.exactweights = s.exactweights && s.work.is_logical(j);
-  const double start = s.method == sel_se || s.method == sel_ase ? 2.0 : 1.0;
+  s.price.exactweights = true;
+  for (const int32_t j : s.fac.head) s.price.exactweights = s.price.exactweights && s.work.is_logical(j);
+  const double start = s.price.method == sel_se || s.price.method == sel_ase ? 2.0 : 1.0;
   for (dual_basic& b : s.basic) b.weight = start;
 }
 
 bool dsimplex_takeweights(dual_state& s) {
   const buffer<double>& kept = s.base.dualweight;
-  if (s.base.dualweightkind != s.method || kept.size() != s.work.total) return false;
+  if (s.base.dualweightkind != s.price.method || kept.size() != s.work.total) return false;
   for (int32_t k = 0; k < s.work.m; k++) {
     const double w = kept[s.fac.head[k]];
     s.basic[k].weight = w >= 1 && w <= 1e20 ? w : 2.0;
   }
-  s.exactweights = false; // the run that left them may have lost digits
+  s.price.exactweights = false; // the run that left them may have lost digits
   return true;
 }
 
 void dsimplex_leaveweights(dual_state& s) {
   for (int32_t k = 0; k < s.work.m; k++) s.base.dualweight[s.fac.head[k]] = s.basic[k].weight;
-  s.base.dualweightkind = s.method;
+  s.base.dualweightkind = s.price.method;
 }
 
 } // namespace tvn

@@ -35,13 +35,13 @@ int32_t collect(dual_state& s, double sigma, double tolpiv, double limit) {
   const double* const alpha = s.alpha.val.data();
   const double* const d = s.d.data();
   const int32_t* const idx = s.alpha.idx.data();
-  const double slack = 10 * s.told;
+  const double slack = 10 * s.tol.dual;
   int32_t num = 0;
   for (int32_t p = 0; p < s.alpha.count; p++) {
     const int32_t j = idx[p];
     if (!(std::fabs(d[j]) <= limit * std::fabs(alpha[j]) + slack)) continue;
     const double mv = s.move[j], a = mv * sigma * alpha[j], reduced = mv * d[j];
-    if ((a > tolpiv && reduced <= limit * a) || mv == 2) s.cand[num++] = {reduced, a, j};
+    if ((a > tolpiv && reduced <= limit * a) || mv == 2) s.ratio.cand[num++] = {reduced, a, j};
   }
   return num;
 }
@@ -50,12 +50,12 @@ int32_t collect(dual_state& s, double sigma, double tolpiv, double limit) {
 int32_t mend(dual_state& s, double tolpiv, int32_t num) {
   int32_t kept = 0;
   for (int32_t p = 0; p < num; p++) {
-    dual_candidate c = s.cand[p];
+    dual_candidate c = s.ratio.cand[p];
     if (s.move[c.j] == 2) {
       c.ratio = 0;
       c.pivot = std::fabs(0.5 * c.pivot);
     }
-    if (c.pivot > tolpiv && c.ratio < bound_infinity) s.cand[kept++] = c;
+    if (c.pivot > tolpiv && c.ratio < bound_infinity) s.ratio.cand[kept++] = c;
   }
   return kept;
 }
@@ -67,9 +67,9 @@ double slope_loss(const dual_state& s, const dual_candidate& c) {
 
 // Brings the candidates that a step with positive slope can pass, and a few more, to the front; returns their number.
 int32_t reduce(dual_state& s, int32_t num, double slope) {
-  dual_candidate* const cand = s.cand.data();
+  dual_candidate* const cand = s.ratio.cand.data();
   int32_t kept = 0;
-  double limit = std::max(firststep, s.laststep);
+  double limit = std::max(firststep, s.ratio.laststep);
   while (kept < num) {
     for (int32_t p = kept; p < num; p++) {
       if (cand[p].ratio > limit * cand[p].pivot) continue;
@@ -87,9 +87,9 @@ int32_t reduce(dual_state& s, int32_t num, double slope) {
 // The candidates that a step with positive slope can pass are few, and seldom beyond a multiple of the last step: only
 // when those do not use up the slope are all of them collected.
 int32_t collect_passable(dual_state& s, double sigma, double tolpiv, double slope) {
-  const int32_t num = mend(s, tolpiv, collect(s, sigma, tolpiv, growstep * std::max(firststep, s.laststep)));
+  const int32_t num = mend(s, tolpiv, collect(s, sigma, tolpiv, growstep * std::max(firststep, s.ratio.laststep)));
   double left = slope;
-  for (int32_t p = 0; p < num; p++) left -= slope_loss(s, s.cand[p]);
+  for (int32_t p = 0; p < num; p++) left -= slope_loss(s, s.ratio.cand[p]);
   return left < 0 ? num : reduce(s, mend(s, tolpiv, collect(s, sigma, tolpiv, HUGE_VAL)), slope);
 }
 
@@ -100,38 +100,38 @@ bool earlier(const dual_candidate& a, const dual_candidate& b) {
 // Among the entries of the row above tolpiv.
 dual_ratio long_step(dual_state& s, double sigma, double tolpiv, double delta) {
   const int32_t num = collect_passable(s, sigma, tolpiv, delta);
-  dual_candidate* const c = s.cand.data();
+  dual_candidate* const c = s.ratio.cand.data();
   for (int32_t p = 0; p < num; p++) c[p].ratio /= c[p].pivot;
   std::sort(c, c + num, earlier);
   double least = HUGE_VAL;
   for (int32_t p = num - 1; p >= 0; p--) {
-    least = std::min(least, c[p].ratio + s.tolratio / c[p].pivot);
-    s.relaxed[p] = least;
+    least = std::min(least, c[p].ratio + s.tol.ratio / c[p].pivot);
+    s.ratio.relaxed[p] = least;
   }
   int32_t groups = 0;
   double slope = delta, largest = 0;
-  s.groupend[0] = 0;
+  s.ratio.groupend[0] = 0;
   for (int32_t p = 0; p < num && slope >= 0;) {
-    const double limit = s.relaxed[p];
+    const double limit = s.ratio.relaxed[p];
     for (; p < num && c[p].ratio <= limit; p++) {
       slope -= slope_loss(s, c[p]);
       largest = std::max(largest, c[p].pivot);
     }
-    s.groupend[++groups] = p;
+    s.ratio.groupend[++groups] = p;
   }
   dual_ratio best;
   // What is left of the infeasibility when all that can move has moved: beyond the tolerance no point is feasible.
   if (slope > s.tolfeas || groups == 0) return best;
   double bestpivot = 0;
   for (int32_t g = groups - 1; g >= 0; g--) {
-    int32_t choice = s.groupend[g];
-    for (int32_t p = choice + 1; p < s.groupend[g + 1]; p++)
+    int32_t choice = s.ratio.groupend[g];
+    for (int32_t p = choice + 1; p < s.ratio.groupend[g + 1]; p++)
       if (c[p].pivot > c[choice].pivot) choice = p;
     if (c[choice].pivot > bestpivot) {
       bestpivot = c[choice].pivot;
-      best = {c[choice].j, std::max(0.0, c[choice].ratio), s.groupend[g]};
+      best = {c[choice].j, std::max(0.0, c[choice].ratio), s.ratio.groupend[g]};
     }
-    if (acceptable(c[choice].pivot, largest)) return {c[choice].j, std::max(0.0, c[choice].ratio), s.groupend[g]};
+    if (acceptable(c[choice].pivot, largest)) return {c[choice].j, std::max(0.0, c[choice].ratio), s.ratio.groupend[g]};
   }
   return best;
 }
@@ -139,9 +139,9 @@ dual_ratio long_step(dual_state& s, double sigma, double tolpiv, double delta) {
 } // namespace
 
 dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta) {
-  const double careful = std::max(10 * s.tolpiv, leastpivot);
+  const double careful = std::max(10 * s.tol.piv, leastpivot);
   const dual_ratio first = long_step(s, sigma, careful, delta);
-  return first.q >= 0 && first.step * careful <= lefterror ? first : long_step(s, sigma, s.tolpiv, delta);
+  return first.q >= 0 && first.step * careful <= lefterror ? first : long_step(s, sigma, s.tol.piv, delta);
 }
 
 } // namespace tvn

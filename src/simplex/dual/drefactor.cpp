@@ -17,16 +17,16 @@ constexpr int32_t calmtimes = 6;  // recomputations without a setback lower it
 // Back to the last basis that had a factor. What lies between led to a singular one, so pivots are chosen with more
 // care and fewer of them go on one factor.
 loop_state backtrack(dual_state& s) {
-  s.updatelimit = std::max(dual_minupdates, static_cast<int32_t>(s.iter - s.savediter) / 2);
-  s.savediter = s.iter;
-  std::copy(s.savedhead.begin(), s.savedhead.end(), s.fac.head.begin());
-  std::copy(s.savedkey.begin(), s.savedkey.end(), s.key.begin());
-  for (int32_t k = 0; k < s.work.m; k++) s.basic[k].weight = s.savedweight[k];
+  s.bad.updatelimit = std::max(dual_minupdates, static_cast<int32_t>(s.iter - s.saved.iter) / 2);
+  s.saved.iter = s.iter;
+  std::copy(s.saved.head.begin(), s.saved.head.end(), s.fac.head.begin());
+  std::copy(s.saved.key.begin(), s.saved.key.end(), s.key.begin());
+  for (int32_t k = 0; k < s.work.m; k++) s.basic[k].weight = s.saved.weight[k];
   std::fill(s.fac.pos.begin(), s.fac.pos.end(), -1);
   for (int32_t k = 0; k < s.work.m; k++) s.fac.pos[s.fac.head[k]] = k;
   for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
   dsimplex_placenonbasics(s);
-  s.tolpiv = TVN_simplex_raised(s.tolpiv, tolpivmax);
+  s.tol.piv = TVN_simplex_raised(s.tol.piv, tolpivmax);
   TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.5);
   return dsimplex_setback(s);
 }
@@ -62,34 +62,34 @@ loop_state dsimplex_setback(dual_state& s) {
 
 loop_state dsimplex_countsetback(dual_state& s) {
   (void)TVN_simplex_relax(s.base, 2 * s.tolfeas);
-  s.info.count[kind_dual].setbacks = ++s.setbacks;
-  if (s.setbacks - s.bestsetbacks > maxfutile) return dsimplex_handover(s);
-  if (s.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
-  TVN_simplex_tell(s.base, 1, "Too many (%d) bad events\n", static_cast<int>(s.setbacks));
+  s.info.count[kind_dual].setbacks = ++s.bad.setbacks;
+  if (s.bad.setbacks - s.stall.bestsetbacks > maxfutile) return dsimplex_handover(s);
+  if (s.bad.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
+  TVN_simplex_tell(s.base, 1, "Too many (%d) bad events\n", static_cast<int>(s.bad.setbacks));
   return dsimplex_handover(s); // the primal simplex accepts any basis
 }
 
 void dsimplex_notebadpivot(dual_state& s) {
-  if (++s.badpivots <= badpivots) return;
-  s.badpivots = 0;
-  s.tolpiv = TVN_simplex_raised(s.tolpiv, tolpivmax);
+  if (++s.bad.badpivots <= badpivots) return;
+  s.bad.badpivots = 0;
+  s.tol.piv = TVN_simplex_raised(s.tol.piv, tolpivmax);
 }
 
 void dsimplex_notecalm(dual_state& s) {
-  s.calm = s.setbacks == s.calmsetbacks ? s.calm + 1 : 0;
-  s.calmsetbacks = s.setbacks;
-  if (s.calm < calmtimes) return;
-  s.calm = 0;
-  s.tolpiv = std::max(tolpivmin, 0.1 * s.tolpiv);
-  s.updatelimit = std::min(2 * s.updatelimit, dual_maxupdates);
+  s.bad.calm = s.bad.setbacks == s.bad.calmsetbacks ? s.bad.calm + 1 : 0;
+  s.bad.calmsetbacks = s.bad.setbacks;
+  if (s.bad.calm < calmtimes) return;
+  s.bad.calm = 0;
+  s.tol.piv = std::max(tolpivmin, 0.1 * s.tol.piv);
+  s.bad.updatelimit = std::min(2 * s.bad.updatelimit, dual_maxupdates);
   TVN_simplex_calmpivots(s.fac.factor, s.param.tolrelpiv);
 }
 
 void dsimplex_savebasis(dual_state& s) {
-  std::copy(s.fac.head.begin(), s.fac.head.end(), s.savedhead.begin());
-  std::copy(s.key.begin(), s.key.end(), s.savedkey.begin());
-  for (int32_t k = 0; k < s.work.m; k++) s.savedweight[k] = s.basic[k].weight;
-  s.savediter = s.iter;
+  std::copy(s.fac.head.begin(), s.fac.head.end(), s.saved.head.begin());
+  std::copy(s.key.begin(), s.key.end(), s.saved.key.begin());
+  for (int32_t k = 0; k < s.work.m; k++) s.saved.weight[k] = s.basic[k].weight;
+  s.saved.iter = s.iter;
 }
 
 loop_state dsimplex_refactor(dual_state& s) {
@@ -98,7 +98,7 @@ loop_state dsimplex_refactor(dual_state& s) {
     const int32_t num = TVN_simplex_refactor(s.base, kind_dual, s.exchanges);
     if (num < 0) return loop_state::finished;
     if (num == 0) break;
-    if (s.iter > s.savediter) {
+    if (s.iter > s.saved.iter) {
       state = backtrack(s);
       if (state == loop_state::finished) return state;
       continue;

@@ -45,14 +45,14 @@ void set_objective(dual_state& s) {
   s.info.objective = TVN_simplex_pointobjective(s.base);
   s.info.sumpinf = primal_infeasibility(s);
   dsimplex_countinf(s);
-  s.info.sumdinf = s.phase == 1 ? s.sumdinf : 0.0;
+  s.info.sumdinf = s.phase == 1 ? s.inf.sum : 0.0;
   s.info.phase = s.phase;
 }
 
 // Clock, user and limits.
 loop_state check_limits(dual_state& s) {
   const int64_t left = TVN_simplex_iterationsleft(s.base);
-  if (left < tightreserve) s.tolratio = 0.01 * s.told;
+  if (left < tightreserve) s.tol.ratio = 0.01 * s.tol.dual;
   if (left < budgetreserve) s.allowperturb = false;
   return TVN_simplex_checklimits(s.base, s.iter, [&] { set_objective(s); });
 }
@@ -70,41 +70,41 @@ constexpr int32_t longrows = 4, longleast = 500;
 constexpr double longfactor = 1000;
 
 bool is_long(const dual_state& s) {
-  return s.phase == 2 && !s.longrun && s.allowperturb &&
-         s.iter - s.phasestart > longleast + static_cast<int64_t>(longrows) * s.work.m;
+  return s.phase == 2 && !s.stall.longrun && s.allowperturb &&
+         s.iter - s.stall.phasestart > longleast + static_cast<int64_t>(longrows) * s.work.m;
 }
 
 loop_state perturb_far(dual_state& s) {
-  s.longrun = true;
+  s.stall.longrun = true;
   dsimplex_perturb(s, longfactor);
-  s.lastobj = s.bestobj = -HUGE_VAL; // of other costs
+  s.stall.lastobj = s.stall.bestobj = -HUGE_VAL; // of other costs
   return loop_state::go_on;
 }
 
 // Objectives that are fresh tell whether the run gets on. Steps can gain what the next recomputation takes back.
 loop_state watch_progress(dual_state& s) {
   const double now = working_objective(s), scale = 1 + std::fabs(now);
-  if (now < s.lastobj - 0.1 * std::max(std::fabs(now), std::fabs(s.lastobj))) {
-    if (++s.losses >= 2) {
-      s.losses = 0;
-      s.lastobj = now;
+  if (now < s.stall.lastobj - 0.1 * std::max(std::fabs(now), std::fabs(s.stall.lastobj))) {
+    if (++s.stall.losses >= 2) {
+      s.stall.losses = 0;
+      s.stall.lastobj = now;
       if (dsimplex_countsetback(s) == loop_state::finished) return loop_state::finished;
     }
   } else {
-    s.losses = 0;
+    s.stall.losses = 0;
   }
-  s.lastobj = now;
+  s.stall.lastobj = now;
   if (is_long(s)) return perturb_far(s);
-  if (now > s.bestobj + 1e-9 * scale) {
-    s.bestobj = now;
-    s.bestiter = s.iter;
-    s.bestsetbacks = s.setbacks;
+  if (now > s.stall.bestobj + 1e-9 * scale) {
+    s.stall.bestobj = now;
+    s.stall.bestiter = s.iter;
+    s.stall.bestsetbacks = s.bad.setbacks;
     return loop_state::go_on;
   }
-  if (s.iter - s.bestiter <= stalliterations + 2 * s.work.m) return loop_state::go_on;
-  s.bestiter = s.iter;
-  if (++s.kicks > maxkicks) return dsimplex_handover(s);
-  if (s.param.degen != 0) dsimplex_kick(s, static_cast<int32_t>(std::min<int64_t>(s.kicks, 3)));
+  if (s.iter - s.stall.bestiter <= stalliterations + 2 * s.work.m) return loop_state::go_on;
+  s.stall.bestiter = s.iter;
+  if (++s.stall.kicks > maxkicks) return dsimplex_handover(s);
+  if (s.param.degen != degen_none) dsimplex_kick(s, static_cast<int32_t>(std::min<int64_t>(s.stall.kicks, 3)));
   return loop_state::go_on;
 }
 
@@ -126,20 +126,19 @@ void begin_phase(dual_state& s, int32_t phase) {
     dsimplex_setphaseone(s);
   else
     dsimplex_setphasetwo(s);
-  s.lastobj = s.bestobj = -HUGE_VAL;
-  s.bestiter = s.phasestart = s.iter;
-  s.losses = 0;
+  s.stall.lastobj = s.stall.bestobj = -HUGE_VAL;
+  s.stall.bestiter = s.stall.phasestart = s.iter;
+  s.stall.losses = 0;
   s.info.forcelog = true;
 }
 
 // Shifted costs make any basis dual feasible; the primal simplex finishes on the true ones.
-constexpr int32_t shiftedcosts = 2;
 
 loop_state first_phase(dual_state& s) {
   dsimplex_countinf(s);
   // After another optimizer what is wrong is within the tolerance.
-  const bool shifts = s.param.dualphaseone == shiftedcosts || s.info.hotstart == 1;
-  const bool boxed = s.numdinf > 0 && (s.feasonly || !shifts);
+  const bool shifts = s.param.dualphaseone == phaseone_shifted || s.info.hotstart == start_handover;
+  const bool boxed = s.inf.num > 0 && (s.feasonly || !shifts);
   begin_phase(s, boxed ? 1 : 2);
   if (s.feasonly && !boxed) return TVN_simplex_finish(s.base, simplex_code::ok, sol_dual_feas);
   if (s.allowperturb && s.base.cold) dsimplex_perturb(s, 1);
@@ -173,9 +172,9 @@ loop_state end_of_phaseone(dual_state& s) {
     dsimplex_formd(s);
   }
   dsimplex_countinf(s);
-  if (s.numdinf > 0 && !waschanged) return TVN_simplex_finish(s.base, simplex_code::ok, sol_dual_infeas_cer);
+  if (s.inf.num > 0 && !waschanged) return TVN_simplex_finish(s.base, simplex_code::ok, sol_dual_infeas_cer);
   TVN_simplex_recompute(s.base, recompute_why::feasible);
-  if (s.numdinf > 0) return loop_state::recompute; // on the true costs the box may have more to give
+  if (s.inf.num > 0) return loop_state::recompute; // on the true costs the box may have more to give
   begin_phase(s, 2);
   if (s.feasonly) return TVN_simplex_finish(s.base, simplex_code::ok, sol_dual_feas);
   if (s.allowperturb) dsimplex_perturb(s, 1);
@@ -201,8 +200,8 @@ loop_state infeasible(dual_state& s, int32_t r, double sigma) {
     s.base.infeas[r] = sigma > 0 ? 1 : -1;
     return TVN_simplex_finish(s.base, simplex_code::ok, sol_prim_infeas_cer);
   }
-  if (s.tolpiv > tolpivmin) {
-    s.tolpiv = tolpivmin;
+  if (s.tol.piv > tolpivmin) {
+    s.tol.piv = tolpivmin;
     TVN_simplex_raisepivots(s.fac.factor, 2, 0.5);
   } else {
     s.basic[r].weight = bannedweight;
@@ -216,18 +215,18 @@ int32_t choose_row(dual_state& s) {
     const int32_t r = dsimplex_select(s);
     if (r < 0) return r;
     TVN_simplex_rowofinverse(s.base, r);
-    if (s.method != sel_se && s.method != sel_ase) return r;
+    if (s.price.method != sel_se && s.price.method != sel_ase) return r;
     const double norm = dsimplex_rownorm(s), kept = s.basic[r].weight;
     if (kept < bannedweight || kept < norm) s.basic[r].weight = norm;
-    if (kept >= weightslack * norm || s.method == sel_ase) return r;
-    s.exactweights = false;
+    if (kept >= weightslack * norm || s.price.method == sel_ase) return r;
+    s.price.exactweights = false;
     s.rho.clear();
   }
 }
 
 // A third to two thirds of the work in the factor, and worth it in any share: docs/decisions/007-end-of-the-dual.md.
 void steepest_edge_vector(dual_state& s) {
-  if (s.method != sel_se) return;
+  if (s.price.method != sel_se) return;
   s.colrow.copy(s.rho);
   TVN_lu_ftranl(s.fac.factor, s.colrow);
   TVN_lu_ftranus(s.fac.factor, s.colrow, s.tau, 0.0, 1e-16);
@@ -259,8 +258,8 @@ bool forgives(dual_state& s, int32_t r) {
 // Compares the pivot of the row with that of the column, and either with what a sound basis needs.
 loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
   const double error = std::fabs(arow - acol), size = std::min(std::fabs(arow), std::fabs(acol));
-  const bool lost = TVN_simplex_ispivotlost(arow, acol, s.tolpiv);
-  if (error > worseerror * (1 + size)) s.exactweights = false; // their updates share these digits
+  const bool lost = TVN_simplex_ispivotlost(arow, acol, s.tol.piv);
+  if (error > worseerror * (1 + size)) s.price.exactweights = false; // their updates share these digits
   if (!lost) {
     if (size < smallpivot && s.fac.since > 0) return TVN_simplex_recompute(s.base, recompute_why::small_pivot);
     if (size < smallpivot && forgives(s, r)) return loop_state::recompute;
@@ -283,7 +282,7 @@ loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
 // speaks against the pivot, and its row does not come back soon.
 loop_state refused_update(dual_state& s, int32_t position) {
   s.fac.usable = false;
-  if (s.failedupdates++ > 0) TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.1);
+  if (s.bad.failedupdates++ > 0) TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.1);
   if (s.fac.since == 0) {
     dsimplex_notebadpivot(s);
     s.basic[position].weight = bannedweight;
@@ -294,7 +293,7 @@ loop_state refused_update(dual_state& s, int32_t position) {
 loop_state update_factor(dual_state& s, int32_t position) {
   lu& f = s.fac.factor;
   const double tolabs = TVN_lu_gettol(f, 1);
-  TVN_lu_puttol(f, 1, std::min(0.1 * s.tolpiv, tolabs));
+  TVN_lu_puttol(f, 1, std::min(0.1 * s.tol.piv, tolabs));
   const lu_code code = TVN_lu_supd(f, position, s.spike);
   TVN_lu_puttol(f, 1, tolabs);
   if (code == lu_code::no_update_room) { // which says nothing against the pivot
@@ -304,7 +303,7 @@ loop_state update_factor(dual_state& s, int32_t position) {
   if (code != lu_code::done && code != lu_code::refactor_advised) return refused_update(s, position);
   s.fac.since++;
   if (code == lu_code::refactor_advised) TVN_simplex_recomputesoon(s.base, recompute_why::factor_advised);
-  if (s.fac.since >= s.updatelimit) TVN_simplex_recomputesoon(s.base, recompute_why::many_updates);
+  if (s.fac.since >= s.bad.updatelimit) TVN_simplex_recomputesoon(s.base, recompute_why::many_updates);
   return loop_state::go_on;
 }
 
@@ -313,9 +312,7 @@ void count_iteration(dual_state& s, double step) {
   s.iter++;
   count.iterations++;
   if (s.phase == 1) count.infeasible++;
-  if (step > smallstep) return;
-  count.degenerate++;
-  s.perioddeg++;
+  if (step <= smallstep) count.degenerate++;
 }
 
 loop_state iterate(dual_state& s) {
@@ -326,7 +323,7 @@ loop_state iterate(dual_state& s) {
   TVN_simplex_formrow(s.base);
   const dual_ratio ratio = dsimplex_minratio(s, sigma, std::max(below, above));
   if (ratio.q < 0) return infeasible(s, r, sigma);
-  s.laststep = ratio.step;
+  s.ratio.laststep = ratio.step;
   const int32_t q = ratio.q, leaving = s.fac.head[r];
   TVN_simplex_solvecolumn(s.base, q);
   const double arow = s.alpha.val[q], pivot = s.aq.val[r];
@@ -355,33 +352,33 @@ void allocate(dual_state& s) {
   s.cost.reset(sys, total);
   s.move.reset(sys, total, int8_t{0});
   s.basic.reset(sys, m, dual_basic{});
-  s.top.reset(sys, m);
-  s.list.reset(sys, m);
-  s.cand.reset(sys, total);
-  s.relaxed.reset(sys, total);
-  s.groupend.reset(sys, total + 1);
+  s.price.top.reset(sys, m);
+  s.price.list.reset(sys, m);
+  s.ratio.cand.reset(sys, total);
+  s.ratio.relaxed.reset(sys, total);
+  s.ratio.groupend.reset(sys, total + 1);
   s.exchanges.reset(sys, m);
-  s.savedhead.reset(sys, m);
-  s.savedkey.reset(sys, total);
-  s.savedweight.reset(sys, m);
+  s.saved.head.reset(sys, m);
+  s.saved.key.reset(sys, total);
+  s.saved.weight.reset(sys, m);
   if (s.base.dualweight.size() != total) s.base.dualweight.reset(sys, total, 0.0);
 }
 
 void start(dual_state& s) {
   allocate(s);
-  s.told = std::min(1e-7, s.param.tols);
-  s.tolratio = 0.3 * s.told;
-  s.tolpiv = s.param.tolabspiv;
+  s.tol.dual = std::min(1e-7, s.param.tols);
+  s.tol.ratio = 0.3 * s.tol.dual;
+  s.tol.piv = s.param.tolabspiv;
   TVN_lu_puttol(s.fac.factor, 2, s.param.tolrelpiv);
   TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
-  s.method = s.param.dualselection == sel_free ? sel_se : s.param.dualselection;
-  s.allowperturb = s.param.degen != 0 && TVN_simplex_iterationsleft(s.base) >= budgetreserve;
+  s.price.method = s.param.dualselection == sel_free ? sel_se : s.param.dualselection;
+  s.allowperturb = s.param.degen != degen_none && TVN_simplex_iterationsleft(s.base) >= budgetreserve;
   dsimplex_restorecosts(s);
   if (s.base.cold) TVN_dsimplex_dualcrash(s);
   for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
   if (!dsimplex_takeweights(s)) dsimplex_resetweights(s);
   s.info.forcelog = true;
-  s.updatelimit = dual_maxupdates;
+  s.bad.updatelimit = dual_maxupdates;
   s.phase = 0; // undecided until the first reduced costs
   TVN_simplex_recompute(s.base, recompute_why::start);
 }

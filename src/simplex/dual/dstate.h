@@ -38,6 +38,63 @@ struct dual_ratio {
   int32_t numflips = 0; // leading candidates that go to their other bound
 };
 
+// Rows that may leave, and their weights.
+struct dual_pricing {
+  int32_t method = sel_se;
+  buffer<int32_t> list; // [m] positions that may be infeasible; others are not
+  buffer<int32_t> top;  // [m] those of them whose score may reach the cutoff; others do not
+  int32_t numlist = 0, numtop = 0;
+  double cutoff = 0;
+  int32_t scanstart = 0;     // partial pricing: where the next scan begins
+  bool exactweights = false; // begun at a slack basis and kept since without a sign of lost digits
+};
+
+struct dual_ratio_work {
+  double laststep = 0;         // of the last iteration, the first guess of the next
+  buffer<dual_candidate> cand; // [total]
+  buffer<double> relaxed;      // [total] least relaxed ratio from here to the end of the sorted candidates
+  buffer<int32_t> groupend;    // [total + 1]
+};
+
+// The last basis that had a factor.
+struct dual_saved_basis {
+  buffer<int32_t> head;
+  buffer<uint8_t> key;
+  buffer<double> weight;
+  int64_t iter = 0;
+};
+
+// They move, see the loop.
+struct dual_tolerances {
+  double dual = 1e-7, ratio = 3e-8, piv = 1e-7;
+};
+
+// Reduced costs of wrong sign on the true bounds, fresh.
+struct dual_infeas {
+  int32_t num = 0;
+  double sum = 0;
+};
+
+// Progress of fresh working objectives.
+struct dual_stall {
+  int64_t kicks = 0;
+  int32_t losses = 0;                              // fresh objectives in a row that fell by more than a tenth
+  double lastobj = -HUGE_VAL, bestobj = -HUGE_VAL; // of this phase and cost
+  int64_t bestiter = 0, bestsetbacks = 0;          // when that was
+  int64_t phasestart = 0;                          // iteration
+  bool longrun = false;                            // the costs have been moved far because the phase is long
+};
+
+// Bad events and what they leave behind.
+struct dual_trouble {
+  int64_t setbacks = 0;
+  int64_t calmsetbacks = 0;  // at the last recomputation
+  int32_t badpivots = 0;     // events that the pivot tolerance answers for, since it was last raised
+  int32_t calm = 0;          // recomputations in a row without a setback
+  int32_t failedupdates = 0; // of the factor
+  int32_t updatelimit = 0;   // on one factor; falls with singular bases and rises in calm times
+};
+
 struct dual_state {
   explicit dual_state(simplex_state& b) : base(b) {}
 
@@ -51,57 +108,26 @@ struct dual_state {
   buffer<uint8_t>&key = base.key, &inlist = base.inlist; // listed: nonbasic and not fixed
   spvec &spike = base.spike, &colrow = base.colrow, &aq = base.aq, &unit = base.unit, &rho = base.rho, &tau = base.tau,
         &alpha = base.alpha;
-
-  int32_t phase = 2;      // 1: the bounds are those of the box
-  buffer<double> cost;    // [total] working costs
-  bool perturbed = false; // some working cost differs from the problem's
-  bool allowperturb = true;
-  bool feasonly = false; // stop at the first dual feasible basis
-  buffer<int8_t> move;   // [total] direction off the bound: +1 at lower, -1 at upper, 2 free, 0 none
-
-  buffer<dual_basic> basic; // [m] by position
-  buffer<int32_t> list;     // [m] positions that may be infeasible; others are not
-  buffer<int32_t> top;      // [m] those of them whose score may reach the cutoff; others do not
-  int32_t numlist = 0, numtop = 0;
-  double cutoff = 0;
-  int32_t scanstart = 0; // partial pricing: where the next scan begins
-  int32_t method = sel_se;
-  bool exactweights = false; // begun at a slack basis and kept since without a sign of lost digits
-
-  double laststep = 0;              // of the last iteration, the first guess of the next
-  buffer<dual_candidate> cand;      // [total] of the ratio test
-  buffer<double> relaxed;           // [total] least relaxed ratio from here to the end of the sorted candidates
-  buffer<int32_t> groupend;         // [total + 1]
-  buffer<basis_exchange> exchanges; // [m]
-
-  // The last basis that had a factor.
-  buffer<int32_t> savedhead;
-  buffer<uint8_t> savedkey;
-  buffer<double> savedweight;
-  int64_t savediter = 0;
-  int32_t updatelimit = 0; // on one factor; falls with singular bases and rises in calm times
-
-  // Tolerances; they move, see the loop.
   double& tolfeas = base.tolfeas;
-  double told = 1e-7, tolratio = 3e-8, tolpiv = 1e-7;
 
-  // Control.
-  bool fresh = false;    // xb and d were computed from scratch since the last pivot
-  bool handover = false; // the primal simplex has to finish
-  int64_t iter = 0;      // of this run
-  int64_t periodstart = 0, perioddeg = 0, kicks = 0;
-  int64_t setbacks = 0;
-  int32_t badpivots = 0; // events that the pivot tolerance answers for, since it was last raised
-  int32_t calm = 0;      // recomputations in a row without a setback
-  int64_t calmsetbacks = 0;
-  int32_t failedupdates = 0;                       // of the factor
-  int32_t losses = 0;                              // fresh objectives in a row that fell by more than a tenth
-  double lastobj = -HUGE_VAL, bestobj = -HUGE_VAL; // fresh working objectives of this phase and cost
-  int64_t bestiter = 0, bestsetbacks = 0;          // when that was
-  int64_t phasestart = 0;                          // iteration
-  bool longrun = false;                            // the costs have been moved far because the phase is long
-  int32_t numdinf = 0;                             // reduced costs of wrong sign on the true bounds, fresh
-  double sumdinf = 0;
+  int32_t phase = 2;        // 1: the bounds are those of the box
+  int64_t iter = 0;         // of this run
+  bool fresh = false;       // xb and d were computed from scratch since the last pivot
+  buffer<dual_basic> basic; // [m] by position
+  buffer<int8_t> move;      // [total] direction off the bound: +1 at lower, -1 at upper, 2 free, 0 none
+  buffer<double> cost;      // [total] working costs
+  bool perturbed = false;   // some working cost differs from the problem's
+  bool allowperturb = true;
+  dual_pricing price;
+  dual_ratio_work ratio;
+  dual_tolerances tol;
+  dual_infeas inf;
+  dual_stall stall;
+  dual_trouble bad;
+  dual_saved_basis saved;
+  buffer<basis_exchange> exchanges; // [m] of a repair
+  bool feasonly = false;            // stop at the first dual feasible basis
+  bool handover = false;            // the primal simplex has to finish
 };
 
 // --- ends, setbacks and the factor (drefactor.cpp)
@@ -125,7 +151,7 @@ void dsimplex_formd(dual_state& s);
 void dsimplex_correctsigns(dual_state& s);
 // Size of a reduced cost of wrong sign; 0 for what can rest on the other side.
 double dsimplex_trueinfeasibility(const simplex_work& w, int32_t j, double d);
-// Counts what is dual infeasible on the true bounds whatever the keys: s.numdinf, s.sumdinf.
+// Counts what is dual infeasible on the true bounds whatever the keys: s.inf.num, s.inf.sum.
 void dsimplex_countinf(dual_state& s);
 void dsimplex_setphaseone(dual_state& s);
 void dsimplex_setphasetwo(dual_state& s);
@@ -145,11 +171,11 @@ inline void dsimplex_notechange(dual_state& s, int32_t k, dual_basic& b) noexcep
     return;
   }
   b.infeas = v * v;
-  if (!(b.listed & on_list)) s.list[s.numlist++] = k;
+  if (!(b.listed & on_list)) s.price.list[s.price.numlist++] = k;
   b.listed |= on_list;
-  if ((b.listed & on_top) || b.infeas < s.cutoff * b.weight) return;
+  if ((b.listed & on_top) || b.infeas < s.price.cutoff * b.weight) return;
   b.listed |= on_top;
-  s.top[s.numtop++] = k;
+  s.price.top[s.price.numtop++] = k;
 }
 // 1 plus the squared norm of rho: the true weight of its row.
 inline double dsimplex_rownorm(const dual_state& s) noexcept {

@@ -67,7 +67,7 @@ int32_t dsimplex_rmsuperbasics(dual_state& s) {
   }
   if (removed > 0) {
     TVN_simplex_recompute(s.base, recompute_why::superbasics);
-    s.exactweights = false; // they have not followed
+    s.price.exactweights = false; // they have not followed
   }
   return removed;
 }

@@ -41,7 +41,7 @@ void dsimplex_flip(dual_state& s, int32_t numflips) {
     sum.val[i] += v;
   };
   for (int32_t p = 0; p < numflips; p++) {
-    const int32_t j = s.cand[p].j;
+    const int32_t j = s.ratio.cand[p].j;
     const bool to_upper = s.key[j] == sk_low;
     const double by = to_upper ? s.up[j] - s.lo[j] : s.lo[j] - s.up[j];
     s.key[j] = to_upper ? sk_upr : sk_low;
@@ -83,8 +83,8 @@ void dsimplex_updateduals(dual_state& s, int32_t q, int32_t leaving, double thet
 void dsimplex_updatebasics(dual_state& s, int32_t r, double step, double pivot) {
   const double* const aq = s.aq.val.data();
   const double* const tau = s.tau.val.data();
-  const bool exact = s.method == sel_se, edges = exact || s.method == sel_ase;
-  const bool weighted = edges || s.method == sel_devex;
+  const bool exact = s.price.method == sel_se, edges = exact || s.price.method == sel_ase;
+  const bool weighted = edges || s.price.method == sel_devex;
   // Steepest edge keeps 1 + norm, devex a reference weight of at least 1.
   const double own = edges ? 1.0 : 0.0, norm = s.basic[r].weight - own;
   for (int32_t p = 0; p < s.aq.count; p++) {
@@ -101,7 +101,7 @@ void dsimplex_updatebasics(dual_state& s, int32_t r, double step, double pivot) 
   }
   if (!weighted) return;
   s.basic[r].weight = bounded(s, own + norm / (pivot * pivot));
-  if (s.basic[r].weight > faintweight) s.exactweights = false;
+  if (s.basic[r].weight > faintweight) s.price.exactweights = false;
 }
 
 void dsimplex_exchange(dual_state& s, int32_t r, int32_t q, bool to_upper) {

@@ -33,21 +33,23 @@ void check_nonbasics(const primal_state& s) {
 }
 
 void check_duals(primal_state& s) {
-  if (s.method == sel_partial) return;
+  if (s.price.method == sel_partial) return;
   for (int32_t k = 0; k < s.work.m; k++) s.fac.rhs[k] = static_cast<double>(s.infeas[k]) + s.cost(s.fac.head[k]);
   TVN_simplex_checkduals(site(s), s.base, [&](int32_t j) { return s.cost(j); });
 }
 
 void check_lists(const primal_state& s) {
-  for (int32_t p = 0; p < s.numcand; p++)
-    if (s.candpos[s.cand[p]] != p) TVN_simplex_breach(site(s), "candidate list", p, s.candpos[s.cand[p]], p);
-  for (int32_t p = 0; p < s.numshort; p++)
-    if (!(s.side[s.shortlist[p]] & side_short)) TVN_simplex_breach(site(s), "short list", p, s.shortlist[p], -1);
-  for (int32_t p = 0; p < s.numcand; p++) {
-    const int32_t j = s.cand[p];
-    const bool wanted = s.d[j] * s.d[j] >= s.cutoff * s.weight[j];
-    if (wanted && !(s.side[j] & side_short))
-      TVN_simplex_breach(site(s), "candidate above the cutoff", j, s.d[j], s.cutoff);
+  for (int32_t p = 0; p < s.price.numcand; p++)
+    if (s.price.candpos[s.price.cand[p]] != p)
+      TVN_simplex_breach(site(s), "candidate list", p, s.price.candpos[s.price.cand[p]], p);
+  for (int32_t p = 0; p < s.price.numshort; p++)
+    if (!(s.price.side[s.price.shortlist[p]] & side_short))
+      TVN_simplex_breach(site(s), "short list", p, s.price.shortlist[p], -1);
+  for (int32_t p = 0; p < s.price.numcand; p++) {
+    const int32_t j = s.price.cand[p];
+    const bool wanted = s.d[j] * s.d[j] >= s.price.cutoff * s.price.weight[j];
+    if (wanted && !(s.price.side[j] & side_short))
+      TVN_simplex_breach(site(s), "candidate above the cutoff", j, s.d[j], s.price.cutoff);
   }
 }
 

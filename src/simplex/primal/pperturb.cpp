@@ -96,7 +96,7 @@ void widen_tight_basics(primal_state& s, double size) {
     }
   }
   psimplex_gatherbasics(s);
-  s.perturbed = s.perturbed || any;
+  s.perturb.on = s.perturb.on || any;
   if (any && s.phase == 1)
     TVN_simplex_recompute(s.base, recompute_why::moved_data); // the phase-one cost may have changed
 }
@@ -105,7 +105,7 @@ void widen_tight_basics(primal_state& s, double size) {
 
 void psimplex_perturbinit(primal_state& s) {
   double size = perturbation_size(s, take_census(s));
-  if (s.param.degen == 2) size *= 10;
+  if (s.param.degen == degen_aggressive) size *= 10;
   if (size == 0) return;
   int32_t& state = s.info.randomstate;
   auto amount = [&](int32_t j, double bound) {
@@ -118,15 +118,15 @@ void psimplex_perturbinit(primal_state& s) {
     if (s.lo[j] > -bound_infinity) widen_lower(s, j, amount(j, s.lo[j]));
     if (s.up[j] < bound_infinity) widen_upper(s, j, amount(j, s.up[j]));
   }
-  s.perturbed = true;
+  s.perturb.on = true;
 }
 
 void psimplex_kick(primal_state& s) {
-  const double f = static_cast<double>(s.perioddeg) / static_cast<double>(s.degenperiod);
-  s.periodstart = s.iter;
-  s.perioddeg = 0;
+  const double f = static_cast<double>(s.perturb.perioddeg) / static_cast<double>(s.perturb.period);
+  s.perturb.periodstart = s.iter;
+  s.perturb.perioddeg = 0;
   const double toldegs = std::min(10.0, 10 * s.param.tols);
-  if (s.degenmode == 0 || !s.allowperturb || f <= 0.05) return;
+  if (s.perturb.mode == kick_mode::never || !s.perturb.allow || f <= 0.05) return;
   if (s.phase == 2 && 100 * toldegs > std::fabs(s.info.objective)) return;
   const double tolx = s.param.tolx;
   const double strong = 0.05 * std::min(1e-6, tolx), medium = 0.01 * std::min(1e-7, tolx),
@@ -134,32 +134,31 @@ void psimplex_kick(primal_state& s) {
   struct thresholds {
     double strong, medium, weak;
   };
-  const thresholds t = s.degenmode == 3   ? thresholds{0.5, 0.3, 0.2}
-                       : s.degenmode == 2 ? thresholds{0.7, 0.4, 0.3}
-                                          : thresholds{0.9, 0.7, 0.4};
+  const bool early = s.perturb.mode == kick_mode::early, late = s.perturb.mode == kick_mode::late;
+  const thresholds t = early ? thresholds{0.5, 0.3, 0.2} : late ? thresholds{0.9, 0.7, 0.4} : thresholds{0.7, 0.4, 0.3};
   double size = 0;
-  if (f > t.strong && (s.degenmode == 3 || s.perturbed)) {
+  if (f > t.strong && (early || s.perturb.on)) {
     size = strong;
-    s.degenperiod += 300;
-  } else if (f > t.medium && (s.degenmode != 1 || s.perturbed)) {
+    s.perturb.period += 300;
+  } else if (f > t.medium && (!late || s.perturb.on)) {
     size = medium;
   } else if (f > t.weak) {
     size = weak;
   }
   if (size == 0) return;
-  if (s.param.degen == 2) size *= 5;
+  if (s.param.degen == degen_aggressive) size *= 5;
   widen_tight_basics(s, size);
 }
 
 bool psimplex_unstall(primal_state& s) {
-  if (s.resets >= maxunstalls || s.accepting) return false;
+  if (s.perturb.resets >= maxunstalls || s.perturb.accepting) return false;
   // Largest reduced cost and partial pricing stall first: from here on weights lead.
-  if (s.method == sel_partial || s.method == sel_full) {
-    s.method = s.wanted = sel_devex;
+  if (s.price.method == sel_partial || s.price.method == sel_full) {
+    s.price.method = s.price.wanted = sel_devex;
     psimplex_resetweights(s);
     TVN_simplex_recompute(s.base, recompute_why::pricing);
   }
-  widen_tight_basics(s, s.param.tolx * std::exp2(s.resets));
+  widen_tight_basics(s, s.param.tolx * std::exp2(s.perturb.resets));
   return true;
 }
 
@@ -171,9 +170,9 @@ void psimplex_variablereset(primal_state& s) {
     if (s.key[j] == sk_upr) s.x[j] = s.up[j];
     if (s.key[j] == sk_supbas) s.x[j] = std::min(s.up[j], std::max(s.lo[j], s.x[j]));
   }
-  for (int32_t j = 0; j < s.work.total && s.numbanned > 0; j++) s.banned[j] = 0;
-  s.numbanned = 0;
-  s.perturbed = false;
+  for (int32_t j = 0; j < s.work.total && s.price.numbanned > 0; j++) s.price.banned[j] = 0;
+  s.price.numbanned = 0;
+  s.perturb.on = false;
 }
 
 } // namespace tvn

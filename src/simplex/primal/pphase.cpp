@@ -23,15 +23,15 @@ void psimplex_gatherbasics(primal_state& s) noexcept {
 }
 
 void psimplex_countinf(primal_state& s) {
-  s.numinf = 0;
-  s.suminf = 0;
+  s.inf.num = 0;
+  s.inf.sum = 0;
   for (int32_t k = 0; k < s.work.m; k++) {
     const int32_t j = s.fac.head[k];
     const double below = s.lo[j] - s.x[j], above = s.x[j] - s.up[j];
     s.infeas[k] = below > s.tolfeas ? -1 : above > s.tolfeas ? 1 : 0;
     if (s.infeas[k] == 0) continue;
-    s.numinf++;
-    s.suminf += std::max(below, above);
+    s.inf.num++;
+    s.inf.sum += std::max(below, above);
   }
 }
 
@@ -49,17 +49,17 @@ void psimplex_formd(primal_state& s) {
     if (w.is_fixed(j)) continue;
     s.d[j] = s.cost(j) - TVN_simplex_columndot(w, j, s.y.data());
   }
-  s.tols = s.phase == 1 ? std::max({s.tolone, s.noise, roundoff * largest}) : s.param.tols;
+  s.tol.dual = s.phase == 1 ? std::max({s.tol.phaseone, s.inf.noise, roundoff * largest}) : s.param.tols;
   s.freshd = true;
 }
 
 void psimplex_updatephasecost(primal_state& s) {
-  const int32_t num = s.numchanged;
-  s.numchanged = 0;
+  const int32_t num = s.inf.numchanged;
+  s.inf.numchanged = 0;
   if (num == 0) return;
-  for (int32_t p = 0; p < num; p++) s.unit.push(s.changed[p], static_cast<double>(s.delta[p]));
+  for (int32_t p = 0; p < num; p++) s.unit.push(s.inf.changed[p], static_cast<double>(s.inf.delta[p]));
   TVN_lu_btrans(s.fac.factor, s.unit, s.rho, 1e-18, 1e-18);
-  if (s.method == sel_partial) {
+  if (s.price.method == sel_partial) {
     for (int32_t p = 0; p < s.rho.count; p++) s.y[s.rho.idx[p]] += s.rho.val[s.rho.idx[p]];
   } else {
     TVN_simplex_formrow(s.base);

@@ -25,11 +25,11 @@ constexpr double lookshare = 0.1;        // work of the choice by columns
 constexpr double degenerateshare = 0.7;  // of a period: go to approximate steepest edge
 
 bool attractive(const primal_state& s, int32_t j, double d) {
-  if (s.banned[j]) return false;
+  if (s.price.banned[j]) return false;
   switch (s.key[j]) {
-  case sk_low: return d < -s.tols;
-  case sk_upr: return d > s.tols;
-  case sk_supbas: return std::fabs(d) > s.tols;
+  case sk_low: return d < -s.tol.dual;
+  case sk_upr: return d > s.tol.dual;
+  case sk_supbas: return std::fabs(d) > s.tol.dual;
   default: return false;
   }
 }
@@ -47,19 +47,19 @@ void fill_list(primal_state& s) {
   const simplex_work& w = s.work;
   int32_t num = 0;
   for (int32_t j = 0; j < w.total; j++)
-    if (s.fac.pos[j] < 0 && !w.is_fixed(j)) s.cand[num++] = j;
-  const int32_t len = s.method > sel_devex ? list_length(w, num) : num;
-  s.restricted = len < num;
-  if (s.restricted) {
+    if (s.fac.pos[j] < 0 && !w.is_fixed(j)) s.price.cand[num++] = j;
+  const int32_t len = s.price.method > sel_devex ? list_length(w, num) : num;
+  s.price.restricted = len < num;
+  if (s.price.restricted) {
     auto better = [&](int32_t a, int32_t b) {
-      const double sa = attractive(s, a, s.d[a]) ? s.d[a] * s.d[a] / s.weight[a] : 0;
-      const double sb = attractive(s, b, s.d[b]) ? s.d[b] * s.d[b] / s.weight[b] : 0;
+      const double sa = attractive(s, a, s.d[a]) ? s.d[a] * s.d[a] / s.price.weight[a] : 0;
+      const double sb = attractive(s, b, s.d[b]) ? s.d[b] * s.d[b] / s.price.weight[b] : 0;
       return sa > sb || (sa == sb && a < b);
     };
-    std::nth_element(s.cand.begin(), s.cand.begin() + len, s.cand.begin() + num, better);
+    std::nth_element(s.price.cand.begin(), s.price.cand.begin() + len, s.price.cand.begin() + num, better);
   }
-  for (int32_t p = len; p < num; p++) TVN_simplex_setlisted(s.base, s.cand[p], false);
-  for (int32_t p = 0; p < len; p++) TVN_simplex_setlisted(s.base, s.cand[p], true);
+  for (int32_t p = len; p < num; p++) TVN_simplex_setlisted(s.base, s.price.cand[p], false);
+  for (int32_t p = 0; p < len; p++) TVN_simplex_setlisted(s.base, s.price.cand[p], true);
 }
 
 // The candidates of a circular scan, best first; false when a whole round finds none.
@@ -74,69 +74,71 @@ bool partial_scan(primal_state& s) {
   const limits* t = table;
   while (w.n >= t->below) t++;
   const int32_t first = std::max(1, total / t->first), second = std::max(1, total / t->second);
-  s.numplist = 0;
-  int32_t j = s.scanstart;
+  s.price.numplist = 0;
+  int32_t j = s.price.scanstart;
   for (int32_t scanned = 1; scanned <= total; scanned++, j = j + 1 == total ? 0 : j + 1) {
-    if (s.fac.pos[j] < 0 && !w.is_fixed(j) && !s.banned[j]) {
+    if (s.fac.pos[j] < 0 && !w.is_fixed(j) && !s.price.banned[j]) {
       s.d[j] = s.cost(j) - TVN_simplex_columndot(w, j, s.y.data());
-      if (attractive(s, j, s.d[j])) s.plist[s.numplist++] = j;
+      if (attractive(s, j, s.d[j])) s.price.plist[s.price.numplist++] = j;
     }
-    const bool enough = (scanned >= first && s.numplist >= t->target) ||
-                        (scanned >= 10 * first && s.numplist >= std::max(1, t->target / 10)) ||
-                        (scanned >= second && s.numplist >= t->target / 2) || s.numplist == s.plist.size();
+    const bool enough = (scanned >= first && s.price.numplist >= t->target) ||
+                        (scanned >= 10 * first && s.price.numplist >= std::max(1, t->target / 10)) ||
+                        (scanned >= second && s.price.numplist >= t->target / 2) ||
+                        s.price.numplist == s.price.plist.size();
     if (enough) break;
   }
-  s.scanstart = j;
-  return s.numplist > 0;
+  s.price.scanstart = j;
+  return s.price.numplist > 0;
 }
 
 // Prices the list of the last scan again, drops what is no longer attractive, takes the largest reduced cost.
 price_result partial_best(primal_state& s) {
   price_result best;
   int32_t kept = 0;
-  for (int32_t p = 0; p < s.numplist; p++) {
-    const int32_t j = s.plist[p];
+  for (int32_t p = 0; p < s.price.numplist; p++) {
+    const int32_t j = s.price.plist[p];
     if (s.fac.pos[j] >= 0) continue;
     const double d = s.cost(j) - TVN_simplex_columndot(s.work, j, s.y.data());
     s.d[j] = d;
     if (!attractive(s, j, d)) continue;
-    s.plist[kept++] = j;
+    s.price.plist[kept++] = j;
     if (best.j < 0 || std::fabs(d) > std::fabs(best.d)) best = {j, d};
   }
-  s.numplist = kept;
+  s.price.numplist = kept;
   return best;
 }
 
 price_result select_partial(primal_state& s) {
   constexpr double emptyagain = 0.995; // a random draw above this empties the list
-  if (s.random) s.scanstart = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * s.work.total);
-  if (s.random || TVN_simplex_random(s.info.randomstate) > emptyagain) s.numplist = 0;
+  if (s.ratio.random) s.price.scanstart = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * s.work.total);
+  if (s.ratio.random || TVN_simplex_random(s.info.randomstate) > emptyagain) s.price.numplist = 0;
   price_result best = partial_best(s);
   if (best.j < 0 && partial_scan(s)) best = partial_best(s);
   return best;
 }
 
 void forget_shortlist(primal_state& s) noexcept {
-  for (int32_t p = 0; p < s.numshort; p++) s.side[s.shortlist[p]] &= static_cast<uint8_t>(~side_short);
-  s.numshort = 0;
-  s.cutoff = noshortlist;
+  for (int32_t p = 0; p < s.price.numshort; p++)
+    s.price.side[s.price.shortlist[p]] &= static_cast<uint8_t>(~side_short);
+  s.price.numshort = 0;
+  s.price.cutoff = noshortlist;
 }
 
 double score(const primal_state& s, int32_t j) {
-  const double d = s.d[j], square = d * d / s.weight[j];
-  return (s.side[j] & side_mask) == side_free ? freeshare * freeshare * square : square;
+  const double d = s.d[j], square = d * d / s.price.weight[j];
+  return (s.price.side[j] & side_mask) == side_free ? freeshare * freeshare * square : square;
 }
 
 // The best of the short list, which loses what has fallen below the cutoff.
 price_result best_of_shortlist(primal_state& s) {
   price_result best;
-  double bestscore = s.cutoff;
-  for (int32_t p = 0; p < s.numshort;) {
-    const int32_t j = s.shortlist[p];
-    const double now = (s.side[j] & side_listed) ? score(s, j) : 0;
-    if (!(now >= s.cutoff)) {
-      s.side[j] &= static_cast<uint8_t>(~side_short);
-      s.shortlist[p] = s.shortlist[--s.numshort];
+  double bestscore = s.price.cutoff;
+  for (int32_t p = 0; p < s.price.numshort;) {
+    const int32_t j = s.price.shortlist[p];
+    const double now = (s.price.side[j] & side_listed) ? score(s, j) : 0;
+    if (!(now >= s.price.cutoff)) {
+      s.price.side[j] &= static_cast<uint8_t>(~side_short);
+      s.price.shortlist[p] = s.price.shortlist[--s.price.numshort];
       continue;
     }
     if (best.j < 0 || now > bestscore) {
@@ -152,10 +154,10 @@ price_result best_of_shortlist(primal_state& s) {
 price_result best_of_all(const primal_state& s, double& bestscore) {
   price_result best;
   double bestsquare = 0, bestweight = 1;
-  const int32_t* const cand = s.cand.data();
-  const double *const reduced = s.d.data(), *const weight = s.weight.data();
-  const uint8_t* const side = s.side.data();
-  for (int32_t p = 0, num = s.numcand; p < num; p++) {
+  const int32_t* const cand = s.price.cand.data();
+  const double *const reduced = s.d.data(), *const weight = s.price.weight.data();
+  const uint8_t* const side = s.price.side.data();
+  for (int32_t p = 0, num = s.price.numcand; p < num; p++) {
     const int32_t j = cand[p];
     const double d = reduced[j], w = weight[j];
     double square = d * d;
@@ -173,59 +175,60 @@ price_result best_of_all(const primal_state& s, double& bestscore) {
 // Where a pivot row meets few of the candidates the best are kept at hand, so that most choices look at them alone
 // (Hall and McKinnon 2005). The choice is the same as by a look at all.
 price_result best_candidate(primal_state& s) {
-  if (s.random && s.numcand > 0) {
-    const auto p = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * s.numcand);
-    return {s.cand[p], s.d[s.cand[p]]};
+  if (s.ratio.random && s.price.numcand > 0) {
+    const auto p = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * s.price.numcand);
+    return {s.price.cand[p], s.d[s.price.cand[p]]};
   }
-  if (s.numshort > 0) {
+  if (s.price.numshort > 0) {
     const price_result best = best_of_shortlist(s);
     if (best.j >= 0) return best;
   }
   double bestscore = 0;
   const price_result best = best_of_all(s, bestscore);
-  s.cutoff = noshortlist;
-  if (s.numcand < leastcand || s.rowcount * sparserow > s.numcand) return best;
-  s.cutoff = shortshare * bestscore;
-  for (int32_t p = 0; p < s.numcand; p++) psimplex_shortlist(s, s.cand[p], s.d[s.cand[p]], s.weight[s.cand[p]]);
+  s.price.cutoff = noshortlist;
+  if (s.price.numcand < leastcand || s.price.rowcount * sparserow > s.price.numcand) return best;
+  s.price.cutoff = shortshare * bestscore;
+  for (int32_t p = 0; p < s.price.numcand; p++)
+    psimplex_shortlist(s, s.price.cand[p], s.d[s.price.cand[p]], s.price.weight[s.price.cand[p]]);
   return best;
 }
 
 } // namespace
 
 void psimplex_movecandidate(primal_state& s, int32_t j) noexcept {
-  s.side[j] ^= side_listed;
-  if (s.side[j] & side_listed) {
-    s.candpos[j] = s.numcand;
-    s.cand[s.numcand++] = j;
+  s.price.side[j] ^= side_listed;
+  if (s.price.side[j] & side_listed) {
+    s.price.candpos[j] = s.price.numcand;
+    s.price.cand[s.price.numcand++] = j;
     return;
   }
-  const int32_t moved = s.cand[--s.numcand], p = s.candpos[j];
-  s.cand[p] = moved;
-  s.candpos[moved] = p;
+  const int32_t moved = s.price.cand[--s.price.numcand], p = s.price.candpos[j];
+  s.price.cand[p] = moved;
+  s.price.candpos[moved] = p;
 }
 
 void psimplex_setcandidate(primal_state& s, int32_t j) noexcept {
   uint8_t side = side_none;
-  if (s.inlist[j] && !s.banned[j])
+  if (s.inlist[j] && !s.price.banned[j])
     side = s.key[j] == sk_low      ? side_low
            : s.key[j] == sk_upr    ? side_upr
            : s.key[j] == sk_supbas ? side_free
                                    : side_none;
-  s.side[j] = static_cast<uint8_t>(side | (s.side[j] & ~side_mask));
+  s.price.side[j] = static_cast<uint8_t>(side | (s.price.side[j] & ~side_mask));
   psimplex_reprice(s, j);
 }
 
 void psimplex_rebuildcandidates(primal_state& s) noexcept {
   forget_shortlist(s);
-  for (int32_t j = 0; j < s.work.total; j++) s.side[j] = side_none;
-  s.numcand = 0;
-  if (s.method == sel_partial) {
-    s.numplist = 0;
+  for (int32_t j = 0; j < s.work.total; j++) s.price.side[j] = side_none;
+  s.price.numcand = 0;
+  if (s.price.method == sel_partial) {
+    s.price.numplist = 0;
     return;
   }
   fill_list(s);
-  s.listed = s.iter;
-  s.numcand = 0;
+  s.price.listed = s.iter;
+  s.price.numcand = 0;
   for (int32_t j = 0; j < s.work.total; j++)
     if (s.fac.pos[j] < 0) psimplex_setcandidate(s, j);
 }
@@ -233,16 +236,16 @@ void psimplex_rebuildcandidates(primal_state& s) noexcept {
 void psimplex_resetweights(primal_state& s) {
   const simplex_work& w = s.work;
   forget_shortlist(s);
-  s.weighterrors = 0;
-  s.refreshed = s.iter;
+  s.price.weighterrors = 0;
+  s.price.refreshed = s.iter;
   bool slack = true;
   for (int32_t k = 0; k < w.m && slack; k++) slack = w.is_logical(s.fac.head[k]);
-  const bool norms = slack && (s.method == sel_se || s.method == sel_se + sel_restrict);
+  const bool norms = slack && (s.price.method == sel_se || s.price.method == sel_se + sel_restrict);
   for (int32_t j = 0; j < w.total; j++) {
-    s.inframe[j] = s.fac.pos[j] < 0;
-    s.weight[j] = 1 + 1e-7 * TVN_simplex_random(s.info.randomstate);
+    s.price.inframe[j] = s.fac.pos[j] < 0;
+    s.price.weight[j] = 1 + 1e-7 * TVN_simplex_random(s.info.randomstate);
     if (!norms || w.is_logical(j)) continue;
-    for (int64_t p = w.colbeg[j - w.m]; p < w.colbeg[j - w.m + 1]; p++) s.weight[j] += w.colval[p] * w.colval[p];
+    for (int64_t p = w.colbeg[j - w.m]; p < w.colbeg[j - w.m + 1]; p++) s.price.weight[j] += w.colval[p] * w.colval[p];
   }
 }
 
@@ -253,7 +256,7 @@ void psimplex_enterbasis(primal_state& s, int32_t j) noexcept {
 }
 
 void psimplex_leavebasis(primal_state& s, int32_t j) noexcept {
-  if (!s.work.is_fixed(j) && s.method != sel_partial) TVN_simplex_setlisted(s.base, j, true);
+  if (!s.work.is_fixed(j) && s.price.method != sel_partial) TVN_simplex_setlisted(s.base, j, true);
   psimplex_setcandidate(s, j);
 }
 
@@ -268,16 +271,16 @@ bool psimplex_exactweights(primal_state& s) {
     TVN_lu_ftranus(s.fac.factor, s.colrow, s.aq, 0.0, 1e-16);
     double sum = 1;
     for (int32_t p = 0; p < s.aq.count; p++) sum += s.aq.val[s.aq.idx[p]] * s.aq.val[s.aq.idx[p]];
-    s.weight[j] = sum;
+    s.price.weight[j] = sum;
     s.aq.clear();
   }
   return true;
 }
 
 price_result psimplex_select(primal_state& s) {
-  if (s.method == sel_partial) return select_partial(s);
+  if (s.price.method == sel_partial) return select_partial(s);
   price_result best = best_candidate(s);
-  if (best.j < 0 && s.restricted) {
+  if (best.j < 0 && s.price.restricted) {
     psimplex_formd(s);
     psimplex_rebuildcandidates(s);
     best = best_candidate(s);
@@ -287,81 +290,81 @@ price_result psimplex_select(primal_state& s) {
 
 void psimplex_choosepricing(primal_state& s) {
   const simplex_work& w = s.work;
-  for (int32_t k = 0; k < w.n; k++) s.maxcollen = std::max(s.maxcollen, w.colbeg[k + 1] - w.colbeg[k]);
+  for (int32_t k = 0; k < w.n; k++) s.price.maxcollen = std::max(s.price.maxcollen, w.colbeg[k + 1] - w.colbeg[k]);
   const double m = std::max(1, w.m), r = (1.5 * m + w.n) / m;
   const bool cold = s.base.cold;
-  s.resetmode = r > 50;
+  s.perturb.resetmode = r > 50;
   const int32_t pct = s.param.restrictpct;
-  s.wanted = sel_switch;
+  s.price.wanted = sel_switch;
   if (s.param.selection != sel_free) {
-    s.method = s.wanted = s.param.selection;
+    s.price.method = s.price.wanted = s.param.selection;
   } else if (cold) {
-    if (s.maxcollen <= 2 && r > 3)
-      s.method = s.wanted = sel_partial;
+    if (s.price.maxcollen <= 2 && r > 3)
+      s.price.method = s.price.wanted = sel_partial;
     else if (r < 4)
-      s.method = sel_devex;
+      s.price.method = sel_devex;
     else if (r < 6)
-      s.method = pct < 50 ? sel_ase : sel_ase + sel_restrict;
+      s.price.method = pct < 50 ? sel_ase : sel_ase + sel_restrict;
     else if (r < 8)
-      s.method = pct < 30 ? sel_ase : sel_ase + sel_restrict;
+      s.price.method = pct < 30 ? sel_ase : sel_ase + sel_restrict;
     else
-      s.method = sel_partial;
-    if (r >= 30) s.wanted = sel_partial;
+      s.price.method = sel_partial;
+    if (r >= 30) s.price.wanted = sel_partial;
   } else {
     if (r >= 60)
-      s.method = s.wanted = sel_partial;
+      s.price.method = s.price.wanted = sel_partial;
     else if (r >= 10)
-      s.method = sel_partial;
+      s.price.method = sel_partial;
     else if (s.param.maxiterations < 2000 && pct < 50)
-      s.method = s.wanted = sel_ase;
+      s.price.method = s.price.wanted = sel_ase;
     else
-      s.method = sel_ase + sel_restrict;
+      s.price.method = sel_ase + sel_restrict;
   }
-  if (pct > 50 && s.method >= sel_full && s.method <= sel_devex) s.method += sel_restrict;
+  if (pct > 50 && s.price.method >= sel_full && s.price.method <= sel_devex) s.price.method += sel_restrict;
 }
 
 namespace {
 
 // Work of factorisations, updates and solves since the last switch.
-double factor_work(const primal_state& s) { return s.workfactor + TVN_lu_getupdatework(s.fac.factor); }
+double factor_work(const primal_state& s) { return s.effort.factor + TVN_lu_getupdatework(s.fac.factor); }
 
 } // namespace
 
 bool psimplex_choosepricingswitch(primal_state& s) {
-  if (s.wanted != sel_switch || s.iter < 10) return true;
+  if (s.price.wanted != sel_switch || s.iter < 10) return true;
   const simplex_work& w = s.work;
   const double r = (1.5 * w.m + w.n) / std::max(1, w.m);
-  int32_t to = s.method;
-  if (s.method == sel_partial) {
+  int32_t to = s.price.method;
+  if (s.price.method == sel_partial) {
     // Exact weights take a third to a sixth of the iterations; their price is a pivot row in each, a second solve and
     // a look at many more candidates.
     const double fewer = r >= 20 ? 6 : r >= 12 ? 5 : 3;
-    const auto since = static_cast<double>(s.iter - s.lastswitch);
-    const double row = static_cast<double>(w.colbeg[w.n]) * s.workprice / std::max(1, w.m) + lookshare * w.n * since;
+    const auto since = static_cast<double>(s.iter - s.effort.lastswitch);
+    const double row = static_cast<double>(w.colbeg[w.n]) * s.effort.price / std::max(1, w.m) + lookshare * w.n * since;
     // Each exact weight is formed by a solve and follows by a product with its column: with long ones devex is cheaper.
-    if (since >= 10 && row < rowshare * fewer * (factor_work(s) + s.workprice))
+    if (since >= 10 && row < rowshare * fewer * (factor_work(s) + s.effort.price))
       to = w.colbeg[w.n] > longcolumns * w.n ? sel_devex : sel_se;
-  } else if (s.method == sel_devex && s.iter - s.refreshed >= std::max<int64_t>(refreshperiod, w.m)) {
+  } else if (s.price.method == sel_devex && s.iter - s.price.refreshed >= std::max<int64_t>(refreshperiod, w.m)) {
     psimplex_resetweights(s);
     return true;
-  } else if (s.lastswitch == 0 && (s.method == sel_devex || s.method == sel_ase + sel_restrict)) {
+  } else if (s.effort.lastswitch == 0 && (s.price.method == sel_devex || s.price.method == sel_ase + sel_restrict)) {
     // Exact weights save about a third of the iterations for one more solve in each. They are formed while the basis is
     // still nearly all logicals, where each costs a few operations.
     to = sel_se;
-  } else if (s.iter - s.lastswitch >= edgeperiod && s.method == sel_se &&
-             s.workedge > edgeshare * (factor_work(s) - s.workedge + s.workprice)) {
+  } else if (s.iter - s.effort.lastswitch >= edgeperiod && s.price.method == sel_se &&
+             s.effort.edge > edgeshare * (factor_work(s) - s.effort.edge + s.effort.price)) {
     // Hyper-sparse: the solve for the exact weights costs more than all else, and devex takes a few iterations more.
     to = sel_devex;
-  } else if (s.iter - s.lastswitch >= switchperiod && s.method == sel_devex &&
+  } else if (s.iter - s.effort.lastswitch >= switchperiod && s.price.method == sel_devex &&
              static_cast<double>(s.info.count[kind_primal].degenerate) >
                  degenerateshare * static_cast<double>(s.iter)) {
     to = s.param.restrictpct < 50 || r < 3 ? sel_ase : sel_ase + sel_restrict;
   }
-  if (to == s.method) return true;
-  s.method = to;
-  s.lastswitch = s.iter;
-  s.workprice = s.workedge = 0;
-  s.workfactor = -TVN_lu_getupdatework(s.fac.factor);
+  if (to == s.price.method) return true;
+  s.price.method = to;
+  s.effort.lastswitch = s.iter;
+  s.effort.price = s.effort.edge = 0;
+  s.effort.factor = -TVN_lu_getupdatework(s.fac.factor);
   psimplex_formd(s);
   psimplex_resetweights(s);
   const bool done = to != sel_se || psimplex_exactweights(s);

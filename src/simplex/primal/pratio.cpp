@@ -21,7 +21,7 @@ constexpr double flatslope = 1e-9; // of the first slope: from here on the infea
 
 struct harris_result {
   double tmax;
-  int32_t num; // in s.near: all positions whose true ratio is within tmax are among them
+  int32_t num; // in s.ratio.near: all positions whose true ratio is within tmax are among them
 };
 
 harris_result harris_limit(primal_state& s, double sigma) {
@@ -30,7 +30,7 @@ harris_result harris_limit(primal_state& s, double sigma) {
   const int32_t* const idx = s.aq.idx.data();
   const double* const aq = s.aq.val.data();
   const basic_entry* const basics = s.basics.data();
-  int32_t* const near = s.near.data();
+  int32_t* const near = s.ratio.near.data();
   for (int32_t p = 0, count = s.aq.count; p < count; p++) {
     const int32_t k = idx[p];
     const double rate = -sigma * aq[k], size = std::fabs(rate);
@@ -57,17 +57,17 @@ ratio_result settle_ties(primal_state& s, const ratio_result& best, double sigma
     return std::max(0.0, (rate < 0 ? b.x - b.lo : b.up - b.x) / std::fabs(rate));
   };
   int32_t ties = 0;
-  for (int32_t p = 0; p < h.num; p++) least = std::min(least, ratio_at(s.near[p]));
+  for (int32_t p = 0; p < h.num; p++) least = std::min(least, ratio_at(s.ratio.near[p]));
   const double limit = std::min(h.tmax, std::max(nearties * least, best.step));
   for (int32_t p = 0; p < h.num; p++)
-    if (ratio_at(s.near[p]) <= limit) s.near[ties++] = s.near[p];
+    if (ratio_at(s.ratio.near[p]) <= limit) s.ratio.near[ties++] = s.ratio.near[p];
   if (ties < manyties) return best;
   int32_t at = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * ties);
   const int32_t by = TVN_simplex_random(s.info.randomstate) < 0.5 ? 1 : ties - 1;
   for (int32_t seen = 0; seen < ties; seen++, at = (at + by) % ties) {
-    const int32_t k = s.near[at];
+    const int32_t k = s.ratio.near[at];
     const double p = std::fabs(s.aq.val[k]), count = static_cast<double>(s.work.colcount(s.fac.head[k]));
-    const double score = (0.8 * best.pivot / p + 0.2 * static_cast<double>(s.maxcollen) / count) *
+    const double score = (0.8 * best.pivot / p + 0.2 * static_cast<double>(s.price.maxcollen) / count) *
                          (1 + TVN_simplex_random(s.info.randomstate) / 0.1);
     if (!(score < goodscore)) continue;
     if ((p < 0.001 && best.pivot / p > 1.1) || best.pivot / p > 2) return best;
@@ -96,21 +96,21 @@ ratio_result psimplex_stepsize(primal_state& s, double sigma, double range) {
   const auto [tmax, num] = harris_limit(s, sigma);
   int32_t drawn = 0;
   for (int32_t p = 0; p < num; p++) {
-    const int32_t k = s.near[p];
+    const int32_t k = s.ratio.near[p];
     const double rate = -sigma * s.aq.val[k], size = std::fabs(rate);
-    if (size <= r.pivot && !s.random) continue;
+    if (size <= r.pivot && !s.ratio.random) continue;
     const basic_entry& b = s.basics[k];
     const double gap = rate < 0 ? b.x - b.lo : b.up - b.x;
     const double ratio = std::max(0.0, gap / size);
     if (ratio > tmax) continue;
     // When stalled, any candidate whose pivot is not far smaller may win, the n-th with probability 1/n.
-    if (s.random && drawn > 0 && size < 10 * r.pivot &&
+    if (s.ratio.random && drawn > 0 && size < 10 * r.pivot &&
         (size < 0.1 * r.pivot || TVN_simplex_random(s.info.randomstate) * ++drawn > 1))
       continue;
     drawn = std::max(drawn, 1);
     r = {k, ratio, rate > 0, false, size};
   }
-  if (num >= manyties && r.position >= 0 && !s.random) r = settle_ties(s, r, sigma, {tmax, num});
+  if (num >= manyties && r.position >= 0 && !s.ratio.random) r = settle_ties(s, r, sigma, {tmax, num});
   if (range < bound_infinity && (r.position < 0 || range <= r.step + swapslack))
     r = {-1, std::max(0.0, range), false, true, 1.0};
   return r;
@@ -123,7 +123,7 @@ int32_t collect_breakpoints(primal_state& s, double sigma) {
   const double tolpiv = psimplex_leastpivot(s);
   int32_t num = 0;
   auto add = [&](double ratio, int32_t k, double slope, bool upper) {
-    s.breaks[num++] = {std::max(0.0, ratio), k, slope, upper};
+    s.ratio.breaks[num++] = {std::max(0.0, ratio), k, slope, upper};
   };
   for (int32_t p = 0; p < s.aq.count; p++) {
     const int32_t k = s.aq.idx[p];
@@ -145,13 +145,13 @@ int32_t collect_breakpoints(primal_state& s, double sigma) {
 } // namespace
 
 ratio_result psimplex_stepsize_phaseone(primal_state& s, int32_t q, double sigma, double slope) {
-  using breakpoint = primal_state::breakpoint;
+  using breakpoint = primal_breakpoint;
   const auto later = [](const breakpoint& a, const breakpoint& b) {
     return a.ratio > b.ratio || (a.ratio == b.ratio && a.position > b.position);
   };
   const double range = psimplex_ownrange(s, q, sigma);
   const int32_t num = collect_breakpoints(s, sigma);
-  breakpoint* const first = s.breaks.begin();
+  breakpoint* const first = s.ratio.breaks.begin();
   breakpoint* last = first + num; // [first, last) is the heap, [last, first + num) the passed ones, newest first
   std::make_heap(first, last, later);
   double largest = 0;

@@ -26,13 +26,13 @@ constexpr int32_t key_absolute = 1;    // pivot tolerance of the factor
 
 void psimplex_setobjective(primal_state& s) {
   s.info.objective = TVN_simplex_pointobjective(s.base);
-  s.info.sumpinf = s.phase == 1 ? s.suminf : 0.0;
+  s.info.sumpinf = s.phase == 1 ? s.inf.sum : 0.0;
   s.info.phase = s.phase;
 }
 
 void psimplex_ban(primal_state& s, int32_t q) {
-  s.banned[q] = 1;
-  s.numbanned++;
+  s.price.banned[q] = 1;
+  s.price.numbanned++;
   psimplex_setcandidate(s, q);
 }
 
@@ -47,10 +47,10 @@ bool psimplex_askdual(primal_state& s) {
 namespace {
 
 loop_state count_setback(primal_state& s) {
-  s.info.count[kind_primal].setbacks = ++s.setbacks;
-  if (s.setbacks - s.bestsetbacks > maxfutile && psimplex_askdual(s)) return loop_state::finished;
-  if (s.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
-  TVN_simplex_tell(s.base, 1, "Too many (%d) bad events\n", static_cast<int>(s.setbacks));
+  s.info.count[kind_primal].setbacks = ++s.bad.setbacks;
+  if (s.bad.setbacks - s.stall.bestsetbacks > maxfutile && psimplex_askdual(s)) return loop_state::finished;
+  if (s.bad.setbacks <= s.param.maxsetbacks) return loop_state::recompute;
+  TVN_simplex_tell(s.base, 1, "Too many (%d) bad events\n", static_cast<int>(s.bad.setbacks));
   return TVN_simplex_finish(s.base, simplex_code::max_setbacks, sol_unknown);
 }
 
@@ -58,14 +58,14 @@ loop_state count_setback(primal_state& s) {
 
 loop_state psimplex_setback(primal_state& s) {
   TVN_simplex_recompute(s.base, recompute_why::setback);
-  s.tries = s.iter == s.triesiter ? s.tries + 1 : 1;
-  s.triesiter = s.iter;
+  s.bad.tries = s.iter == s.bad.triesiter ? s.bad.tries + 1 : 1;
+  s.bad.triesiter = s.iter;
   return count_setback(s);
 }
 
 loop_state psimplex_losepivot(primal_state& s) {
   constexpr int32_t recent = 5; // updates: the factor is not to blame
-  if (s.fac.since <= recent) s.tolpiv = TVN_simplex_raised(s.tolpiv, tolpivmax);
+  if (s.fac.since <= recent) s.tol.piv = TVN_simplex_raised(s.tol.piv, tolpivmax);
   return psimplex_setback(s);
 }
 
@@ -73,20 +73,20 @@ loop_state psimplex_refusedupdate(primal_state& s, int32_t position) {
   // The new basis stands and is factored afresh, with care.
   lu& f = s.fac.factor;
   s.fac.usable = false;
-  s.careful = true;
+  s.bad.careful = true;
   TVN_simplex_raisepivots(f, 1.5, 0.1);
   TVN_simplex_tell(s.base, 2, "%-20s: %-d\n", "Pivot row", static_cast<int>(position));
   TVN_simplex_tell(s.base, 2, "%-20s: %-.2e\n", "Pivot", s.aq.val[position]);
-  TVN_simplex_tell(s.base, 2, "%-20s: %-.2e\n", "||aj||", std::sqrt(s.colnorm));
+  TVN_simplex_tell(s.base, 2, "%-20s: %-.2e\n", "||aj||", std::sqrt(s.ratio.colnorm));
   return psimplex_losepivot(s);
 }
 
 void psimplex_calm(primal_state& s) {
-  if (s.setbacks == s.calmsetbacks) {
-    s.tolpiv = std::min(s.tolpiv, std::max(s.param.tolabspiv, 0.1 * s.tolpiv));
+  if (s.bad.setbacks == s.bad.calmsetbacks) {
+    s.tol.piv = std::min(s.tol.piv, std::max(s.param.tolabspiv, 0.1 * s.tol.piv));
     TVN_simplex_calmpivots(s.fac.factor, s.param.tolrelpiv);
   }
-  s.calmsetbacks = s.setbacks;
+  s.bad.calmsetbacks = s.bad.setbacks;
 }
 
 namespace {
@@ -114,9 +114,9 @@ loop_state follow_repair(primal_state& s, std::span<const basis_exchange> exchan
     rest_at_bound(s, leaving);
     psimplex_leavebasis(s, leaving);
     psimplex_enterbasis(s, entering);
-    if (s.iter > 0 && !s.banned[leaving]) {
-      s.banned[leaving] = 1;
-      s.numbanned++;
+    if (s.iter > 0 && !s.price.banned[leaving]) {
+      s.price.banned[leaving] = 1;
+      s.price.numbanned++;
     }
   }
   s.info.count[kind_primal].artificials += static_cast<int64_t>(exchanges.size());
@@ -124,9 +124,9 @@ loop_state follow_repair(primal_state& s, std::span<const basis_exchange> exchan
                    "LU decomposition has been recomputed at iteration: %d Artficials. Current: %d Total: %d.\n",
                    static_cast<int>(s.iter), static_cast<int>(exchanges.size()),
                    static_cast<int>(s.info.count[kind_primal].artificials));
-  if (++s.successive > 1) {
-    if (s.successive == 2) TVN_simplex_tell(s.base, 2, "Singular basis in two succesive iterations.\n");
-    s.tolpiv = TVN_simplex_raised(s.tolpiv, tolpivmax);
+  if (++s.bad.successive > 1) {
+    if (s.bad.successive == 2) TVN_simplex_tell(s.base, 2, "Singular basis in two succesive iterations.\n");
+    s.tol.piv = TVN_simplex_raised(s.tol.piv, tolpivmax);
     TVN_simplex_raisepivots(s.fac.factor, 2, 0.5);
   }
   return !exchanges.empty() && s.iter > 0 ? psimplex_setback(s) : loop_state::go_on;
@@ -134,15 +134,15 @@ loop_state follow_repair(primal_state& s, std::span<const basis_exchange> exchan
 
 loop_state refactor(primal_state& s) {
   buffer<basis_exchange> exchanges(s.sys, s.work.m);
-  s.workfactor += TVN_lu_getupdatework(s.fac.factor);
+  s.effort.factor += TVN_lu_getupdatework(s.fac.factor);
   lu& f = s.fac.factor;
   const double absolute = TVN_lu_gettol(f, key_absolute);
-  if (s.careful) TVN_lu_puttol(f, key_absolute, std::max(absolute, std::min(careful * s.tolpiv, tolcareful)));
+  if (s.bad.careful) TVN_lu_puttol(f, key_absolute, std::max(absolute, std::min(careful * s.tol.piv, tolcareful)));
   const int32_t num = TVN_simplex_refactor(s.base, kind_primal, exchanges);
   TVN_lu_puttol(f, key_absolute, absolute);
-  s.careful = false;
+  s.bad.careful = false;
   if (num < 0) return loop_state::finished;
-  s.workfactor += TVN_lu_getfactorwork(s.fac.factor);
+  s.effort.factor += TVN_lu_getfactorwork(s.fac.factor);
   const loop_state state = num > 0 ? follow_repair(s, {exchanges.data(), static_cast<size_t>(num)}) : loop_state::go_on;
   s.base.recompute = {};
   return state == loop_state::finished ? state : loop_state::go_on;
@@ -165,7 +165,7 @@ bool psimplex_absorb(primal_state& s, double relative) {
     s.lo[j] = std::min(s.lo[j], s.x[j]);
     s.up[j] = std::max(s.up[j], s.x[j]);
   }
-  s.perturbed = true;
+  s.perturb.on = true;
   psimplex_countinf(s);
   return true;
 }
@@ -176,7 +176,7 @@ namespace {
 // of what the user asked for: else the run would swing between the phases for ever.
 loop_state lose_feasibility(primal_state& s) {
   if (TVN_simplex_relax(s.base, 2 * s.tolfeas)) psimplex_countinf(s);
-  if (s.numinf == 0) return loop_state::go_on;
+  if (s.inf.num == 0) return loop_state::go_on;
   TVN_simplex_raisepivots(s.fac.factor, 2, 0.5);
   return count_setback(s);
 }
@@ -184,38 +184,40 @@ loop_state lose_feasibility(primal_state& s) {
 // Steps can gain what the next recomputation takes back. Over many steps only the fresh objective tells progress.
 // A feasible point lost is none, so a swing between the phases is a stall too.
 loop_state watch_progress(primal_state& s) {
-  const double now = s.phase == 1 ? s.suminf : s.info.objective;
-  const bool better = s.phase == s.bestphase ? now < s.best - smallprogress * s.objscale : s.phase > s.bestphase;
-  if (better || s.resets != s.bestresets) {
-    s.best = now;
-    s.bestiter = s.iter;
-    s.bestsetbacks = s.setbacks;
-    s.bestphase = s.phase;
-    s.bestresets = s.resets;
-  } else if (s.iter - s.bestiter > stallperturbed + 2 * s.work.m) {
-    if (++s.stalls > maxstalls) return TVN_simplex_finish(s.base, simplex_code::stall, sol_unknown);
-    s.random = !psimplex_unstall(s);
-    s.bestphase = 0; // begin anew
+  const double now = s.phase == 1 ? s.inf.sum : s.info.objective;
+  const bool better = s.phase == s.stall.bestphase ? now < s.stall.best - smallprogress * s.stall.objscale
+                                                   : s.phase > s.stall.bestphase;
+  if (better || s.perturb.resets != s.stall.bestresets) {
+    s.stall.best = now;
+    s.stall.bestiter = s.iter;
+    s.stall.bestsetbacks = s.bad.setbacks;
+    s.stall.bestphase = s.phase;
+    s.stall.bestresets = s.perturb.resets;
+  } else if (s.iter - s.stall.bestiter > stallperturbed + 2 * s.work.m) {
+    if (++s.stall.rounds > maxstalls) return TVN_simplex_finish(s.base, simplex_code::stall, sol_unknown);
+    s.ratio.random = !psimplex_unstall(s);
+    s.stall.bestphase = 0; // begin anew
   }
   return loop_state::go_on;
 }
 
 // Phase one stands still though its steps claim a gain: their reduced costs are rounding.
 void watch_rounding(primal_state& s) {
-  const double claimed = std::exchange(s.gain, 0.0), before = std::exchange(s.lastsuminf, s.suminf);
-  if (s.phase == 1 && claimed > 0 && before - s.suminf < realgain * claimed) s.noise = std::min(10 * s.tols, maxnoise);
+  const double claimed = std::exchange(s.inf.gain, 0.0), before = std::exchange(s.inf.lastsum, s.inf.sum);
+  if (s.phase == 1 && claimed > 0 && before - s.inf.sum < realgain * claimed)
+    s.inf.noise = std::min(10 * s.tol.dual, maxnoise);
   if (s.phase == 1) return;
-  s.lastsuminf = HUGE_VAL;
-  s.noise = 0;
+  s.inf.lastsum = HUGE_VAL;
+  s.inf.noise = 0;
 }
 
 } // namespace
 
 // Fresh factor, x, phase and d.
 loop_state psimplex_recompute(primal_state& s) {
-  if (s.resetmode && s.perturbed && s.iter > 0 && s.resets < maxresets) {
+  if (s.perturb.resetmode && s.perturb.on && s.iter > 0 && s.perturb.resets < maxresets) {
     psimplex_variablereset(s);
-    s.info.count[kind_primal].resets = ++s.resets;
+    s.info.count[kind_primal].resets = ++s.perturb.resets;
     s.phase = 1;
   }
   if (refactor(s) == loop_state::finished) return loop_state::finished;
@@ -223,17 +225,17 @@ loop_state psimplex_recompute(primal_state& s) {
   if (TVN_simplex_poll(s.base)) return loop_state::finished;
   psimplex_countinf(s);
   const bool wasfeasible = s.phase == 2;
-  if (wasfeasible && s.numinf > 0 && s.allowperturb) psimplex_absorb(s, 0);
-  if (wasfeasible && s.numinf > 0 && lose_feasibility(s) == loop_state::finished) return loop_state::finished;
+  if (wasfeasible && s.inf.num > 0 && s.perturb.allow) psimplex_absorb(s, 0);
+  if (wasfeasible && s.inf.num > 0 && lose_feasibility(s) == loop_state::finished) return loop_state::finished;
   psimplex_gatherbasics(s);
   // Within what the user allows, and no better since the last look.
-  const bool forgiven = s.numinf > 0 && !s.perturbed && s.suminf <= relaxedshare * s.param.tolx;
-  if (forgiven && s.forgiven && TVN_simplex_relax(s.base, s.suminf)) psimplex_countinf(s);
-  s.forgiven = forgiven;
-  s.phase = s.numinf > 0 ? 1 : 2;
+  const bool forgiven = s.inf.num > 0 && !s.perturb.on && s.inf.sum <= relaxedshare * s.param.tolx;
+  if (forgiven && s.inf.forgiven && TVN_simplex_relax(s.base, s.inf.sum)) psimplex_countinf(s);
+  s.inf.forgiven = forgiven;
+  s.phase = s.inf.num > 0 ? 1 : 2;
   if (wasfeasible != (s.phase == 2)) s.info.forcelog = true;
   psimplex_setobjective(s);
-  s.objscale = 1 + std::fabs(s.phase == 1 ? s.suminf : s.info.objective);
+  s.stall.objscale = 1 + std::fabs(s.phase == 1 ? s.inf.sum : s.info.objective);
   watch_rounding(s);
   if (watch_progress(s) == loop_state::finished) return loop_state::finished;
   psimplex_formd(s);

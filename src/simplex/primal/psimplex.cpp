@@ -59,34 +59,34 @@ loop_state remove_superbasics(primal_state& s) {
 // within theirs can hide one of their size. False: neither is left.
 bool doubt_infeasibility(primal_state& s) {
   if (TVN_simplex_relax(s.base, s.param.tolx)) return true;
-  if (!s.accepting && psimplex_absorb(s, s.param.tolx)) {
-    s.accepting = true;
-    s.allowperturb = false;
+  if (!s.perturb.accepting && psimplex_absorb(s, s.param.tolx)) {
+    s.perturb.accepting = true;
+    s.perturb.allow = false;
     return true;
   }
   const double tight = tightshare * s.param.tols;
-  if (s.tolone <= tight) return false;
-  s.tolone = tight;
+  if (s.tol.phaseone <= tight) return false;
+  s.tol.phaseone = tight;
   return true;
 }
 
 // The pricing found nothing.
 loop_state end_of_pricing(primal_state& s) {
   if (!s.freshd || s.fac.since > 0) return TVN_simplex_recompute(s.base, recompute_why::verdict);
-  if (s.numbanned > 0) {
-    for (int32_t j = 0; j < s.work.total; j++) s.banned[j] = 0;
-    s.numbanned = 0;
-    s.lenient = true;
+  if (s.price.numbanned > 0) {
+    for (int32_t j = 0; j < s.work.total; j++) s.price.banned[j] = 0;
+    s.price.numbanned = 0;
+    s.ratio.lenient = true;
     return psimplex_setback(s);
   }
-  if (s.phase == 1 && !s.perturbed) {
+  if (s.phase == 1 && !s.perturb.on) {
     if (doubt_infeasibility(s)) return TVN_simplex_recompute(s.base, recompute_why::tolerance);
-    if (s.noise > 0 && psimplex_askdual(s)) return loop_state::finished; // rounding proves nothing
+    if (s.inf.noise > 0 && psimplex_askdual(s)) return loop_state::finished; // rounding proves nothing
     return TVN_simplex_finish(s.base, simplex_code::ok, sol_prim_infeas_cer);
   }
-  if (s.phase == 2 && !s.perturbed && psimplex_findsuperbasic(s) >= 0) return remove_superbasics(s);
-  if (s.phase == 2 && (!s.perturbed || s.accepting)) {
-    if (s.accepting) {
+  if (s.phase == 2 && !s.perturb.on && psimplex_findsuperbasic(s) >= 0) return remove_superbasics(s);
+  if (s.phase == 2 && (!s.perturb.on || s.perturb.accepting)) {
+    if (s.perturb.accepting) {
       psimplex_variablereset(s);
       TVN_simplex_formxb(s.fac, s.x);
     }
@@ -94,8 +94,8 @@ loop_state end_of_pricing(primal_state& s) {
   }
   const bool optimal = s.phase == 2 && psimplex_findsuperbasic(s) < 0;
   psimplex_variablereset(s);
-  if (++s.resets >= maxresets) s.allowperturb = false;
-  s.info.count[kind_primal].resets = s.resets;
+  if (++s.perturb.resets >= maxresets) s.perturb.allow = false;
+  s.info.count[kind_primal].resets = s.perturb.resets;
   s.info.forcelog = true;
   if (optimal && psimplex_askdual(s)) return loop_state::finished;
   // From here the phase is decided anew on the true bounds, with no bound giving way.
@@ -116,8 +116,8 @@ double psimplex_columnreducedcost(primal_state& s, int32_t q) {
     norm += a * a;
     largest = std::max(largest, std::fabs(a));
   }
-  s.colnorm = norm;
-  s.colmax = largest;
+  s.ratio.colnorm = norm;
+  s.ratio.colmax = largest;
   return d;
 }
 
@@ -143,13 +143,13 @@ loop_state unbounded(primal_state& s, int32_t q, double sigma) {
     return psimplex_setback(s);
   }
   if (s.fac.since > 0) return TVN_simplex_recompute(s.base, recompute_why::verdict);
-  if (s.perturbed) {
+  if (s.perturb.on) {
     psimplex_variablereset(s);
     s.phase = 1;
     return psimplex_setback(s);
   }
-  if (s.tolpiv > s.param.tolabspiv) {
-    s.tolpiv = std::max(1e-12, 0.1 * s.tolpiv);
+  if (s.tol.piv > s.param.tolabspiv) {
+    s.tol.piv = std::max(1e-12, 0.1 * s.tol.piv);
     return TVN_simplex_recompute(s.base, recompute_why::tolerance);
   }
   for (int32_t j = 0; j < s.work.total; j++) s.x[j] = 0;
@@ -170,9 +170,9 @@ void swap_bound(primal_state& s, int32_t q, double sigma, double step) {
 void settle_leaving(primal_state& s, int32_t j, bool upper) {
   double& bound = upper ? s.up[j] : s.lo[j];
   const bool outside = upper ? s.x[j] > bound : s.x[j] < bound;
-  if (outside && s.allowperturb && s.phase == 2 && !s.work.is_fixed(j)) {
+  if (outside && s.perturb.allow && s.phase == 2 && !s.work.is_fixed(j)) {
     bound = s.x[j];
-    s.perturbed = true;
+    s.perturb.on = true;
   }
   s.x[j] = bound;
   s.key[j] = s.work.is_fixed(j) ? sk_fix : upper ? sk_upr : sk_low;
@@ -199,11 +199,11 @@ loop_state lose_pivot(primal_state& s, int32_t q) {
 }
 
 void steepest_edge_vector(primal_state& s) {
-  if (s.method != sel_se && s.method != sel_se + sel_restrict) return;
+  if (s.price.method != sel_se && s.price.method != sel_se + sel_restrict) return;
   const double before = TVN_lu_getupdatework(s.fac.factor);
   for (int32_t p = 0; p < s.aq.count; p++) s.unit.push(s.aq.idx[p], s.aq.val[s.aq.idx[p]]);
   TVN_lu_btrans(s.fac.factor, s.unit, s.tau, 1e-18, 1e-18);
-  s.workedge += TVN_lu_getupdatework(s.fac.factor) - before;
+  s.effort.edge += TVN_lu_getupdatework(s.fac.factor) - before;
 }
 
 } // namespace
@@ -215,25 +215,25 @@ loop_state psimplex_pivot(primal_state& s, int32_t q, double sigma, double dq, c
   const double arow = TVN_simplex_columndot(s.work, q, s.rho.val.data());
   if (TVN_simplex_ispivotlost(arow, a, psimplex_leastpivot(s))) return lose_pivot(s, q);
   if (wants_refactor(s, arow, a)) TVN_simplex_recomputesoon(s.base, recompute_why::digits);
-  const bool full = s.method != sel_partial;
+  const bool full = s.price.method != sel_partial;
   if (full) {
     steepest_edge_vector(s);
-    s.workprice += static_cast<double>(TVN_simplex_formrow(s.base)) + s.alpha.count;
-    s.rowcount = (7 * s.rowcount + s.alpha.count) / 8;
+    s.effort.price += static_cast<double>(TVN_simplex_formrow(s.base)) + s.alpha.count;
+    s.price.rowcount = (7 * s.price.rowcount + s.alpha.count) / 8;
   } else {
-    s.workprice += s.rho.count;
+    s.effort.price += s.rho.count;
     for (int32_t p = 0; p < s.rho.count; p++) s.y[s.rho.idx[p]] += theta * s.rho.val[s.rho.idx[p]];
   }
   const auto oldcost = static_cast<double>(s.infeas[r.position]); // 0 in phase two
   psimplex_movebasics(s, sigma, r.step);
   // The leaving variable's own change of status goes with it.
-  for (int32_t p = 0; p < s.numchanged; p++) {
-    if (s.changed[p] != r.position) continue;
-    s.changed[p] = s.changed[--s.numchanged];
-    s.delta[p] = s.delta[s.numchanged];
+  for (int32_t p = 0; p < s.inf.numchanged; p++) {
+    if (s.inf.changed[p] != r.position) continue;
+    s.inf.changed[p] = s.inf.changed[--s.inf.numchanged];
+    s.inf.delta[p] = s.inf.delta[s.inf.numchanged];
     break;
   }
-  if (s.infeas[r.position] != 0) s.numinf--;
+  if (s.infeas[r.position] != 0) s.inf.num--;
   settle_leaving(s, leaving, r.to_upper);
   s.x[q] += sigma * r.step;
   if (full) {
@@ -261,38 +261,38 @@ void count_iteration(primal_state& s, double step, double gain) {
   if (s.phase == 1) count.infeasible++;
   if (step <= smallstep) {
     count.degenerate++;
-    s.perioddeg++;
+    s.perturb.perioddeg++;
   }
-  s.gain += s.phase == 1 ? gain : 0;
-  s.stalled = gain <= smallgain * s.objscale ? s.stalled + 1 : 0;
+  s.inf.gain += s.phase == 1 ? gain : 0;
+  s.stall.steps = gain <= smallgain * s.stall.objscale ? s.stall.steps + 1 : 0;
   // Perturbation ends most stalls. Where it may not act, or has not, bounds are widened all the same, and after many
   // such rounds random edges end the stall with probability one.
-  if (s.stalled == 0) {
-    s.random = false;
-  } else if (s.stalled > (s.allowperturb ? stallperturbed + 2 * s.work.m : stallplain + s.work.m / 4)) {
-    s.random = !psimplex_unstall(s);
-    s.stalled = 1;
+  if (s.stall.steps == 0) {
+    s.ratio.random = false;
+  } else if (s.stall.steps > (s.perturb.allow ? stallperturbed + 2 * s.work.m : stallplain + s.work.m / 4)) {
+    s.ratio.random = !psimplex_unstall(s);
+    s.stall.steps = 1;
   }
-  s.successive = 0;
-  s.lenient = false;
+  s.bad.successive = 0;
+  s.ratio.lenient = false;
   const int64_t done = TVN_simplex_totaliterations(s.info);
   const double share = static_cast<double>(done) / std::max(1, s.param.maxiterations);
-  if ((share > 0.8 && s.iter > 20) || s.param.maxiterations - done < budgetreserve) s.allowperturb = false;
+  if ((share > 0.8 && s.iter > 20) || s.param.maxiterations - done < budgetreserve) s.perturb.allow = false;
 }
 
 loop_state iterate(primal_state& s) {
   const price_result price = psimplex_select(s);
   if (price.j < 0) return end_of_pricing(s);
   const int32_t q = price.j;
-  if (s.iter == s.triesiter && s.tries > maxtries) {
-    s.tries = 0;
+  if (s.iter == s.bad.triesiter && s.bad.tries > maxtries) {
+    s.bad.tries = 0;
     psimplex_ban(s, q);
     return loop_state::go_on;
   }
   TVN_simplex_solvecolumn(s.base, q);
   const double dq = psimplex_columnreducedcost(s, q), sigma = direction(s, q, dq);
   s.d[q] = dq;
-  if (dq * sigma > -0.1 * s.tols) {
+  if (dq * sigma > -0.1 * s.tol.dual) {
     // The sign is gone: the reduced cost was rounding.
     if (s.fac.since > 0 || !s.freshd) return psimplex_setback(s);
     psimplex_ban(s, q);
@@ -304,7 +304,7 @@ loop_state iterate(primal_state& s) {
                                       : psimplex_stepsize(s, sigma, psimplex_ownrange(s, q, sigma));
   if (r.position < 0 && !r.swap) return unbounded(s, q, sigma);
   if (!r.swap && r.pivot < 1e-5 && s.fac.since > 5) return TVN_simplex_recompute(s.base, recompute_why::small_pivot);
-  if (!r.swap && r.pivot < minshare * s.colmax && !s.lenient) {
+  if (!r.swap && r.pivot < minshare * s.ratio.colmax && !s.ratio.lenient) {
     if (s.fac.since > 5) return TVN_simplex_recompute(s.base, recompute_why::small_pivot);
     psimplex_ban(s, q);
     return loop_state::go_on;
@@ -315,9 +315,9 @@ loop_state iterate(primal_state& s) {
   else
     state = psimplex_pivot(s, q, sigma, dq, r);
   // Swaps leave the factor fresh, so that nothing else brings them before the eyes of those who watch progress.
-  s.swaps = r.swap ? s.swaps + 1 : 0;
-  if (s.swaps >= maxupdates) {
-    s.swaps = 0;
+  s.bad.swaps = r.swap ? s.bad.swaps + 1 : 0;
+  if (s.bad.swaps >= maxupdates) {
+    s.bad.swaps = 0;
     TVN_simplex_recomputesoon(s.base, recompute_why::many_updates);
   }
   if (!r.swap && s.fac.pos[q] < 0) return state; // refused
@@ -327,7 +327,7 @@ loop_state iterate(primal_state& s) {
     s.rho.clear();
     s.alpha.clear();
     psimplex_updatephasecost(s);
-    if (s.numinf == 0) return TVN_simplex_recompute(s.base, recompute_why::feasible);
+    if (s.inf.num == 0) return TVN_simplex_recompute(s.base, recompute_why::feasible);
   }
   return loop_state::go_on;
 }
@@ -346,17 +346,17 @@ namespace {
 void allocate(primal_state& s) {
   sysenv& sys = s.sys;
   const int64_t m = s.work.m, total = s.work.total;
-  s.weight.reset(sys, total, 0.0);
-  for (auto* b : {&s.inframe, &s.banned, &s.side}) b->reset(sys, total, uint8_t{0});
-  s.cand.reset(sys, total);
-  s.shortlist.reset(sys, total);
-  s.candpos.reset(sys, total, -1);
-  s.plist.reset(sys, 64);
-  s.breaks.reset(sys, 2 * m);
-  s.near.reset(sys, m);
+  s.price.weight.reset(sys, total, 0.0);
+  for (auto* b : {&s.price.inframe, &s.price.banned, &s.price.side}) b->reset(sys, total, uint8_t{0});
+  s.price.cand.reset(sys, total);
+  s.price.shortlist.reset(sys, total);
+  s.price.candpos.reset(sys, total, -1);
+  s.price.plist.reset(sys, 64);
+  s.ratio.breaks.reset(sys, 2 * m);
+  s.ratio.near.reset(sys, m);
   s.basics.reset(sys, m);
-  s.changed.reset(sys, m);
-  s.delta.reset(sys, m);
+  s.inf.changed.reset(sys, m);
+  s.inf.delta.reset(sys, m);
 }
 
 } // namespace
@@ -365,27 +365,31 @@ namespace {
 
 // Feasible within the working bounds: the answer when these are the true ones, which else come back now.
 loop_state rest_feasible(primal_state& s) {
-  if (!s.perturbed) return TVN_simplex_finish(s.base, simplex_code::ok, sol_prim_feas);
+  if (!s.perturb.on) return TVN_simplex_finish(s.base, simplex_code::ok, sol_prim_feas);
   psimplex_variablereset(s);
-  s.allowperturb = false;
+  s.perturb.allow = false;
   s.phase = 1;
   return TVN_simplex_recompute(s.base, recompute_why::true_data);
 }
 
 void run_loop(primal_state& s) {
   allocate(s);
-  s.tolpiv = s.param.tolabspiv;
-  s.tols = s.tolone = s.param.tols;
+  s.tol.piv = s.param.tolabspiv;
+  s.tol.dual = s.tol.phaseone = s.param.tols;
   TVN_lu_puttol(s.fac.factor, 2, s.param.tolrelpiv);
   TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
   const bool cold = s.base.cold;
-  s.allowperturb = s.param.degen != 0 && s.param.maxiterations >= budgetreserve;
+  s.perturb.allow = s.param.degen != degen_none && s.param.maxiterations >= budgetreserve;
   psimplex_choosepricing(s);
-  s.degenmode = !s.allowperturb ? 0 : s.param.degen == 4 ? 1 : cold ? 3 : s.resetmode ? 1 : 2;
-  if (s.allowperturb && cold) psimplex_perturbinit(s);
+  s.perturb.mode = !s.perturb.allow                 ? kick_mode::never
+                   : s.param.degen == degen_minimum ? kick_mode::late
+                   : cold                           ? kick_mode::early
+                   : s.perturb.resetmode            ? kick_mode::late
+                                                    : kick_mode::medium;
+  if (s.perturb.allow && cold) psimplex_perturbinit(s);
   psimplex_resetweights(s);
   // Who asks for steepest edge gets its norms, after a crash or from any other start too.
-  bool wantnorms = s.method == sel_se || s.method == sel_se + sel_restrict;
+  bool wantnorms = s.price.method == sel_se || s.price.method == sel_se + sel_restrict;
   s.info.forcelog = true;
   s.phase = 1;
   TVN_simplex_recompute(s.base, recompute_why::start);
@@ -400,14 +404,14 @@ void run_loop(primal_state& s) {
       continue;
     }
     if (check_limits(s) == loop_state::finished) break;
-    if (s.iter - s.periodstart >= s.degenperiod) psimplex_kick(s);
+    if (s.iter - s.perturb.periodstart >= s.perturb.period) psimplex_kick(s);
     if (s.iter % 100 == 0 && !psimplex_choosepricingswitch(s)) break;
     if (s.iter % calmperiod == 0) psimplex_calm(s);
-    if (s.restricted && s.iter - s.listed >= listperiod) {
+    if (s.price.restricted && s.iter - s.price.listed >= listperiod) {
       psimplex_formd(s);
       psimplex_rebuildcandidates(s);
     }
-    if (s.weighterrors > 3) psimplex_resetweights(s);
+    if (s.price.weighterrors > 3) psimplex_resetweights(s);
     const loop_state state = iterate(s);
     TVN_simplex_clearvectors(s.base);
 #if TVN_CHECK_LEVEL >= 3

@@ -24,6 +24,9 @@ struct price_result {
   double d = 0;   // its reduced cost
 };
 
+// How soon many degenerate steps make a kick.
+enum class kick_mode : int32_t { never, late, medium, early };
+
 // What the ratio test reads of a basic variable, in one place by position: a column of the tableau meets few of them.
 struct basic_entry {
   double x, lo, up, cost; // value, working bounds, cost of phase two
@@ -40,42 +43,21 @@ enum price_side : uint8_t {
   side_short = 8
 };
 
-struct primal_state {
-  explicit primal_state(simplex_state& b) : base(b) {}
+// Where a run stands towards feasibility. Phase one minimises the sum of infeasibilities.
+struct primal_infeas {
+  int32_t num = 0; // basics outside their working bounds
+  double sum = 0;
+  buffer<int32_t> changed; // [m] positions whose infeasibility status changed ...
+  buffer<int8_t> delta;    // [m] ... and by how much
+  int32_t numchanged = 0;
+  double gain = 0, lastsum = HUGE_VAL; // of phase one: gain claimed since the last recomputation, infeasibility then
+  double noise = 0;                    // reduced costs of phase one that proved to be rounding
+  bool forgiven = false;               // within what the user allows at the last recomputation
+};
 
-  simplex_state& base;
-  sysenv& sys = base.sys;
-  simplex_watch& watch = base.watch;
-  const simplex_param& param = base.param;
-  simplex_info& info = base.info;
-  const simplex_progress& progress = base.progress;
-  simplex_work& work = base.work;
-  simplex_fac& fac = base.fac;
-  buffer<double>&x = base.x, &lo = base.lo, &up = base.up; // working bounds are wider than the problem's when perturbed
-  buffer<uint8_t>&key = base.key, &inlist = base.inlist;   // listed: d and weight are maintained; restricted: not all
-  buffer<double>&d = base.d,
-  &y = base.y;                          // reduced costs of the phase; y maintained under partial pricing, else scratch
-  buffer<int8_t>& infeas = base.infeas; // -1 below, +1 above, 0 within the working bounds
-  spvec &spike = base.spike, &colrow = base.colrow, &aq = base.aq, &unit = base.unit, &rho = base.rho, &tau = base.tau,
-        &alpha = base.alpha;
-  simplex_code& stop = base.stop;
-
-  bool perturbed = false; // some working bound differs from the problem's
-  bool allowperturb = true;
-
-  // Phase one: 1 while infeasible, 2 once feasible.
-  int32_t phase = 1;
-  int32_t numinf = 0;
-  double suminf = 0;
-
-  // Cost of j in the objective of the phase, infeasibility left out.
-  double cost(int32_t j) const noexcept { return phase == 1 ? 0.0 : work.cost[j]; }
-
-  buffer<basic_entry> basics; // [m] by position; x is also kept in place
-  double colnorm = 0;         // sum of squares of the entering column,
-  double colmax = 0;          // and its largest magnitude
-
-  // Pricing.
+// Candidates and weights.
+struct primal_pricing {
+  int32_t method = sel_devex, wanted = sel_switch;
   buffer<uint8_t> side;    // [total] price_side, follows key, ban and list
   buffer<double> weight;   // [total]
   buffer<uint8_t> inframe; // [total] reference framework of devex
@@ -87,65 +69,114 @@ struct primal_state {
   int32_t numshort = 0, rowcount = 0; // rowcount: running length of the pivot rows
   double cutoff = 1e300;              // of the score; 1e300: no short list is kept
   int64_t maxcollen = 0;              // entries of the longest column
-  int32_t method = sel_devex, wanted = sel_switch;
-  int32_t scanstart = 0; // partial pricing: where the next scan begins
-  buffer<int32_t> plist; // partial pricing: the candidates of the last scan
+  int32_t scanstart = 0;              // partial pricing: where the next scan begins
+  buffer<int32_t> plist;              // partial pricing: the candidates of the last scan
   int32_t numplist = 0;
   int32_t weighterrors = 0;
   bool restricted = false; // some nonbasic is not in the list
+  int64_t refreshed = 0;   // iteration at which the reference framework was set,
+  int64_t listed = 0;      // and the one at which a restricted list was filled
+};
 
-  // Tolerances; they move, see the loop.
-  double& tolfeas = base.tolfeas;
-  double tolpiv = 1e-7, tols = 1e-6;
-  double tolone = 1e-6; // tols in phase one, the rounding of its reduced costs left out
+// Units of work since the last switch of pricing.
+struct primal_effort {
+  double price = 0;  // pivot rows and lists
+  double factor = 0; // the factor up to its last refactorisation
+  double edge = 0;   // the solves for exact weights
+  int64_t lastswitch = 0;
+};
 
-  struct breakpoint {
-    double ratio;
-    int32_t position;
-    double slope;
-    bool upper;
-  };
-  buffer<breakpoint> breaks; // [2m]
-  buffer<int32_t> near;      // [m] positions that may block the step
-  buffer<int32_t> changed;   // [m] positions whose infeasibility status changed ...
-  buffer<int8_t> delta;      // [m] ... and by how much
-  int32_t numchanged = 0;
+struct primal_breakpoint {
+  double ratio;
+  int32_t position;
+  double slope;
+  bool upper;
+};
 
-  // Control.
-  int32_t swaps = 0;   // in a row
-  bool freshd = false; // d was computed from scratch since the last pivot
-  int64_t iter = 0;    // of this run
-  int64_t periodstart = 0, perioddeg = 0, degenperiod = 500;
-  int32_t degenmode = 1;
-  int32_t resets = 0;   // returns to the true bounds
+struct primal_ratio {
+  double colnorm = 0;               // sum of squares of the entering column,
+  double colmax = 0;                // and its largest magnitude
+  buffer<primal_breakpoint> breaks; // [2m]
+  buffer<int32_t> near;             // [m] positions that may block the step
+  bool lenient = false;             // nothing but refused columns is left: their small pivots count until the next step
+  bool random = false;              // stalled for long: entering and leaving variables are drawn (random edge)
+};
+
+// They move, see the loop.
+struct primal_tolerances {
+  double piv = 1e-7, dual = 1e-6;
+  double phaseone = 1e-6; // `dual` in phase one, the rounding of its reduced costs left out
+};
+
+struct primal_perturbation {
+  bool on = false; // some working bound differs from the problem's
+  bool allow = true;
+  bool accepting = false; // true bounds gave way within the tolerance asked for: they do not come back
+  bool resetmode = false; // many more columns than rows: widened bounds come back at the next recomputation
+  int32_t resets = 0;     // returns to the true bounds
+  kick_mode mode = kick_mode::late;
+  int64_t period = 500, periodstart = 0,
+          perioddeg = 0; // iterations between looks, the last look, degenerate ones since
+};
+
+// Progress of fresh objectives.
+struct primal_stall {
   double objscale = 1;  // 1 + magnitude of the objective of the phase at the last recomputation
   double best = 0;      // lowest fresh objective of this phase since the last return to the true bounds,
   int64_t bestiter = 0; // when it was met,
-  int32_t bestphase = 0, bestresets = 0;  // and which phase and return that was
-  int64_t bestsetbacks = 0;               // setbacks by then
-  int32_t stalls = 0;                     // how often that was too long ago
-  double gain = 0, lastsuminf = HUGE_VAL; // of phase one: gain claimed since the last recomputation, infeasibility then
-  double noise = 0;                       // reduced costs of phase one that proved to be rounding
-  int64_t stalled = 0;                    // degenerate steps in a row
-  bool random = false;                    // stalled for long: entering and leaving variables are drawn (random edge)
-  bool forgiven = false;                  // infeasible within what the user allows at the last recomputation
-  bool accepting = false;                 // true bounds gave way within the tolerance asked for: they do not come back
-  bool lenient = false;     // nothing but refused columns is left: their small pivots count until the next step
-  bool alone = false;       // the dual simplex cannot go on from the state
-  bool handover = false;    // the dual simplex has to go on
-  bool tofeasible = false;  // the run ends at the first point that is feasible within the true bounds
-  bool resetmode = false;   // many more columns than rows: widened bounds come back at the next recomputation
-  bool careful = false;     // the next factorisation refuses small pivots
+  int32_t bestphase = 0, bestresets = 0; // which phase and return that was,
+  int64_t bestsetbacks = 0;              // and setbacks by then
+  int32_t rounds = 0;                    // how often that was too long ago
+  int64_t steps = 0;                     // degenerate ones in a row
+};
+
+// Bad events and what they leave behind.
+struct primal_trouble {
+  int64_t setbacks = 0;
+  int64_t calmsetbacks = 0; // at the last calm check
   int64_t triesiter = -1;   // iteration of the last setback,
   int32_t tries = 0;        // and how many it has had
-  int64_t calmsetbacks = 0; // setbacks at the last calm check
-  int64_t refreshed = 0;    // iteration at which the reference framework was set,
-  int64_t listed = 0;       // and the one at which a restricted list was filled
   int32_t successive = 0;   // recoveries without a good iteration between
-  int64_t setbacks = 0;
-  double workprice = 0;                // units of work since the last switch of pricing: pivot rows and lists,
-  double workfactor = 0, workedge = 0; // the factor up to its last refactorisation, the solves for exact weights
-  int64_t lastswitch = 0;
+  bool careful = false;     // the next factorisation refuses small pivots
+  int32_t swaps = 0;        // in a row: a factor that ages by steps alone
+};
+
+struct primal_state {
+  explicit primal_state(simplex_state& b) : base(b) {}
+
+  simplex_state& base;
+  sysenv& sys = base.sys;
+  const simplex_param& param = base.param;
+  simplex_info& info = base.info;
+  simplex_work& work = base.work;
+  simplex_fac& fac = base.fac;
+  buffer<double>&x = base.x, &lo = base.lo, &up = base.up; // working bounds are wider than the problem's when perturbed
+  buffer<uint8_t>&key = base.key, &inlist = base.inlist;   // listed: d and weight are maintained; restricted: not all
+  buffer<double>&d = base.d,
+  &y = base.y;                          // reduced costs of the phase; y maintained under partial pricing, else scratch
+  buffer<int8_t>& infeas = base.infeas; // -1 below, +1 above, 0 within the working bounds
+  spvec &spike = base.spike, &colrow = base.colrow, &aq = base.aq, &unit = base.unit, &rho = base.rho, &tau = base.tau,
+        &alpha = base.alpha;
+  double& tolfeas = base.tolfeas;
+
+  int32_t phase = 1;          // 1 while infeasible, 2 once feasible
+  int64_t iter = 0;           // of this run
+  bool freshd = false;        // d was computed from scratch since the last pivot
+  buffer<basic_entry> basics; // [m] by position; x is also kept in place
+  primal_infeas inf;
+  primal_pricing price;
+  primal_effort effort;
+  primal_ratio ratio;
+  primal_tolerances tol;
+  primal_perturbation perturb;
+  primal_stall stall;
+  primal_trouble bad;
+  bool alone = false;      // the dual simplex cannot go on from the state
+  bool handover = false;   // the dual simplex has to go on
+  bool tofeasible = false; // the run ends at the first point that is feasible within the true bounds
+
+  // Cost of j in the objective of the phase, infeasibility left out.
+  double cost(int32_t j) const noexcept { return phase == 1 ? 0.0 : work.cost[j]; }
 };
 
 constexpr int32_t maxresets = 6;         // returns to the true bounds that may be followed by new perturbation
@@ -167,7 +198,7 @@ loop_state psimplex_recompute(primal_state& s);
 void psimplex_gatherbasics(primal_state& s) noexcept; // s.basics from x, bounds and cost
 void psimplex_countinf(primal_state& s);
 void psimplex_formd(primal_state& s);
-// Adds the effect of the changed infeasibility statuses (s.changed, s.delta) to d; the list is then empty.
+// Adds the effect of the changed infeasibility statuses (s.inf.changed, s.inf.delta) to d; the list is then empty.
 void psimplex_updatephasecost(primal_state& s);
 
 // --- pricing (pprice.cpp)
@@ -181,17 +212,17 @@ inline bool psimplex_isattractive(uint8_t side, double d, double tols) noexcept 
 }
 // After a change of d or weight: into the short list when the score calls for it.
 inline void psimplex_shortlist(primal_state& s, int32_t j, double d, double weight) noexcept {
-  const uint8_t side = s.side[j];
+  const uint8_t side = s.price.side[j];
   if ((side & side_mask) == side_free) d *= freeshare;
-  if (d * d < s.cutoff * weight || (side & (side_listed | side_short)) != side_listed) return;
-  s.side[j] = side | side_short;
-  s.shortlist[s.numshort++] = j;
+  if (d * d < s.price.cutoff * weight || (side & (side_listed | side_short)) != side_listed) return;
+  s.price.side[j] = side | side_short;
+  s.price.shortlist[s.price.numshort++] = j;
 }
 // After a change of d alone.
 inline void psimplex_reprice(primal_state& s, int32_t j) noexcept {
-  if (psimplex_isattractive(s.side[j], s.d[j], s.tols) != ((s.side[j] & side_listed) != 0))
+  if (psimplex_isattractive(s.price.side[j], s.d[j], s.tol.dual) != ((s.price.side[j] & side_listed) != 0))
     psimplex_movecandidate(s, j);
-  psimplex_shortlist(s, j, s.d[j], s.weight[j]);
+  psimplex_shortlist(s, j, s.d[j], s.price.weight[j]);
 }
 void psimplex_rebuildcandidates(primal_state& s) noexcept;
 void psimplex_resetweights(primal_state& s);
@@ -212,7 +243,7 @@ ratio_result psimplex_stepsize_phaseone(primal_state& s, int32_t q, double sigma
 // as both values of the pivot agree.
 inline double psimplex_leastpivot(const primal_state& s) noexcept {
   constexpr double rounding = 1e-14; // of the largest entry
-  return s.lenient ? std::min(s.tolpiv, rounding * s.colmax) : s.tolpiv;
+  return s.ratio.lenient ? std::min(s.tol.piv, rounding * s.ratio.colmax) : s.tol.piv;
 }
 
 // --- update (pupdate.cpp)

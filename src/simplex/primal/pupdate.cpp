@@ -12,15 +12,17 @@ namespace {
 
 constexpr double maxweight = 1e20;
 
-bool is_method(const primal_state& s, int32_t base) { return s.method == base || s.method == base + sel_restrict; }
+bool is_method(const primal_state& s, int32_t base) {
+  return s.price.method == base || s.price.method == base + sel_restrict;
+}
 
 // Norm of the entering column in the terms of the method: the weight that the entering variable should have.
 double true_weight(const primal_state& s, int32_t q) {
-  if (!is_method(s, sel_devex)) return 1 + s.colnorm;
-  double sum = s.inframe[q] ? 1.0 : 0.0;
+  if (!is_method(s, sel_devex)) return 1 + s.ratio.colnorm;
+  double sum = s.price.inframe[q] ? 1.0 : 0.0;
   for (int32_t p = 0; p < s.aq.count; p++) {
     const int32_t k = s.aq.idx[p];
-    if (s.inframe[s.fac.head[k]]) sum += s.aq.val[k] * s.aq.val[k];
+    if (s.price.inframe[s.fac.head[k]]) sum += s.aq.val[k] * s.aq.val[k];
   }
   return std::max(sum, 1e-4);
 }
@@ -47,9 +49,9 @@ struct column_product {
 template <class Grow> void sweep_row(primal_state& s, double theta, double pivot, const Grow& grow) {
   const int32_t* const idx = s.alpha.idx.data();
   const double* const alpha = s.alpha.val.data();
-  double *const d = s.d.data(), *const weight = s.weight.data();
-  const uint8_t* const side = s.side.data();
-  const double tols = s.tols;
+  double *const d = s.d.data(), *const weight = s.price.weight.data();
+  const uint8_t* const side = s.price.side.data();
+  const double tols = s.tol.dual;
   for (int32_t p = 0, num = s.alpha.count; p < num; p++) {
     const int32_t j = idx[p];
     const double a = alpha[j];
@@ -68,7 +70,7 @@ void psimplex_updateduals(primal_state& s, int32_t q, int32_t leaving, double pi
   const double theta = dq / pivot;
   const double wq = true_weight(s, q);
   const bool weighted = !is_method(s, sel_full);
-  if (weighted && s.weight[q] > 3 * wq) s.weighterrors++;
+  if (weighted && s.price.weight[q] > 3 * wq) s.price.weighterrors++;
   s.alpha.val[q] = 0; // it leaves the row
   if (is_method(s, sel_se)) {
     const column_product product(s, s.tau);
@@ -83,11 +85,11 @@ void psimplex_updateduals(primal_state& s, int32_t q, int32_t leaving, double pi
   }
   s.d[q] = 0;
   s.d[leaving] = -theta;
-  if (weighted) s.weight[leaving] = std::min(std::max(wq / (pivot * pivot), 1.0), maxweight);
+  if (weighted) s.price.weight[leaving] = std::min(std::max(wq / (pivot * pivot), 1.0), maxweight);
 }
 
 void psimplex_movebasics(primal_state& s, double sigma, double step) {
-  s.numchanged = 0;
+  s.inf.numchanged = 0;
   const bool watch = s.phase == 1;
   if (step == 0 && !watch) return;
   const double by = sigma * step;
@@ -103,9 +105,9 @@ void psimplex_movebasics(primal_state& s, double sigma, double step) {
     if (!watch) continue;
     const int8_t now = b.lo - b.x > s.tolfeas ? -1 : b.x - b.up > s.tolfeas ? 1 : 0;
     if (now == s.infeas[k]) continue;
-    s.changed[s.numchanged] = k;
-    s.delta[s.numchanged++] = static_cast<int8_t>(now - s.infeas[k]);
-    s.numinf += (now != 0) - (s.infeas[k] != 0);
+    s.inf.changed[s.inf.numchanged] = k;
+    s.inf.delta[s.inf.numchanged++] = static_cast<int8_t>(now - s.infeas[k]);
+    s.inf.num += (now != 0) - (s.infeas[k] != 0);
     s.infeas[k] = now;
   }
 }
