@@ -7,29 +7,32 @@ namespace {
 const char* check_blocks(const lu& f) {
   int64_t num = 0;
   for (int32_t i = 0; i < f.nrow; i++) {
-    if (f.rlen[i] > f.rcap[i]) return "row longer than its block";
-    if (f.rlen[i] > 0 && f.rbeg[i] + f.rcap[i] > f.urowfree) return "row block beyond the free position";
-    num += f.rlen[i];
+    if (f.sto.rlen[i] > f.sto.rcap[i]) return "row longer than its block";
+    if (f.sto.rlen[i] > 0 && f.sto.rbeg[i] + f.sto.rcap[i] > f.sto.urowfree)
+      return "row block beyond the free position";
+    num += f.sto.rlen[i];
   }
-  if (num != f.unz) return "count of U differs from the rows";
+  if (num != f.sto.unz) return "count of U differs from the rows";
   for (int32_t j = 0; j < f.ncol; j++) {
-    if (f.clen[j] > f.ccap[j]) return "column longer than its block";
-    if (f.clen[j] > 0 && f.cbeg[j] + f.ccap[j] > f.ucolfree) return "column block beyond the free position";
-    num -= f.clen[j];
+    if (f.sto.clen[j] > f.sto.ccap[j]) return "column longer than its block";
+    if (f.sto.clen[j] > 0 && f.sto.cbeg[j] + f.sto.ccap[j] > f.sto.ucolfree)
+      return "column block beyond the free position";
+    num -= f.sto.clen[j];
   }
   if (num != 0) return "count of U differs from the columns";
-  if (f.urowfree > f.lubot || f.ucolfree > f.lbegin) return "stores overlap L";
+  if (f.sto.urowfree > f.sto.lubot || f.sto.ucolfree > f.sto.lbegin) return "stores overlap L";
   return nullptr;
 }
 
 const char* check_crosses(const lu& f) {
   for (int32_t i = 0; i < f.nrow; i++) {
-    for (int32_t q = f.rbeg[i], e = q + f.rlen[i]; q < e; q++) {
-      const int32_t j = f.rcol[q], p = f.rpos[q];
+    for (int32_t q = f.sto.rbeg[i], e = q + f.sto.rlen[i]; q < e; q++) {
+      const int32_t j = f.sto.rcol[q], p = f.sto.rpos[q];
       if (j < 0 || j >= f.ncol) return "column index out of range";
-      if (p < f.cbeg[j] || p >= f.cbeg[j] + f.clen[j]) return "cross pointer out of its column";
-      if (f.crow[p] != i || f.cpos[p] != q || !(f.cval[p] == f.rval[q])) return "copies of an element differ";
-      if (f.uplace[i] >= f.uplace[f.colpivrow[j]]) return "element of U below the diagonal";
+      if (p < f.sto.cbeg[j] || p >= f.sto.cbeg[j] + f.sto.clen[j]) return "cross pointer out of its column";
+      if (f.sto.crow[p] != i || f.sto.cpos[p] != q || !(f.sto.cval[p] == f.sto.rval[q]))
+        return "copies of an element differ";
+      if (f.u.place[i] >= f.u.place[f.piv.colpivrow[j]]) return "element of U below the diagonal";
     }
   }
   return nullptr;
@@ -37,37 +40,37 @@ const char* check_crosses(const lu& f) {
 
 const char* check_order(const lu& f) {
   int32_t num = 0;
-  for (int32_t k = 0; k < f.uend; k++) {
-    const int32_t i = f.uorder[k];
+  for (int32_t k = 0; k < f.u.end; k++) {
+    const int32_t i = f.u.order[k];
     if (i < 0) continue;
-    if (f.uplace[i] != k || f.colplace[f.rowpivcol[i]] != k) return "order of U and places differ";
-    if (f.colpivrow[f.rowpivcol[i]] != i) return "pivot maps differ";
-    if (f.diag[i] == 0.0) return "zero on the diagonal";
+    if (f.u.place[i] != k || f.u.colplace[f.piv.rowpivcol[i]] != k) return "order of U and places differ";
+    if (f.piv.colpivrow[f.piv.rowpivcol[i]] != i) return "pivot maps differ";
+    if (f.u.diag[i] == 0.0) return "zero on the diagonal";
     num++;
   }
   if (num != f.nrow) return "rows missing in the order of U";
-  if (f.numetas > 0 && f.etabeg[f.numetas] != f.lubot) return "etas do not end at lubot";
+  if (f.eta.numetas > 0 && f.eta.etabeg[f.eta.numetas] != f.sto.lubot) return "etas do not end at lubot";
   return nullptr;
 }
 
 const char* check_l(const lu& f) {
   int32_t num = 0;
-  for (int32_t k = 0; k < f.numl; k++) {
-    const int32_t r = f.lorder[k];
-    if (f.lbeg[r] < f.lbegin || f.lbeg[r] + f.llen[r] > f.wsze) return "L column outside of its region";
-    if (f.lplace[r] != k) return "order of L and places differ";
-    num += f.llen[r];
+  for (int32_t k = 0; k < f.l.num; k++) {
+    const int32_t r = f.l.order[k];
+    if (f.l.beg[r] < f.sto.lbegin || f.l.beg[r] + f.l.len[r] > f.sto.wsze) return "L column outside of its region";
+    if (f.l.place[r] != k) return "order of L and places differ";
+    num += f.l.len[r];
   }
-  for (int32_t i = 0; i < f.nrow; i++) num -= f.ltlen[i];
+  for (int32_t i = 0; i < f.nrow; i++) num -= f.l.tlen[i];
   return num == 0 ? nullptr : "L and its transpose differ in count";
 }
 
 const char* check_scratch(const lu& f) {
-  for (const int32_t v : std::span<const int32_t>(f.mark))
+  for (const int32_t v : std::span<const int32_t>(f.tmp.mark))
     if (v != 0) return "mark not clean";
-  for (const double v : std::span<const double>(f.ework))
+  for (const double v : std::span<const double>(f.tmp.ework))
     if (v != 0.0) return "work not clean";
-  for (const uint64_t v : std::span<const uint64_t>(f.agenda))
+  for (const uint64_t v : std::span<const uint64_t>(f.tmp.agenda))
     if (v != 0) return "agenda not clean";
   return nullptr;
 }

@@ -15,10 +15,10 @@ constexpr int32_t gathershare = 8;
 constexpr int64_t reportstep = 100000; // units of search and elimination between two reports
 
 int32_t report(const lu& f, int32_t code, int32_t pivots) {
-  return f.progress ? f.progress(f.progresshandle, code, pivots) : 0;
+  return f.set.progress ? f.set.progress(f.set.progresshandle, code, pivots) : 0;
 }
 
-bool is_complete(const lu& f) { return f.stpf + f.stpb == f.nrow; }
+bool is_complete(const lu& f) { return f.piv.stpf + f.piv.stpb == f.nrow; }
 
 // Queues over the active rows and columns. The first ncol integers are the marks; lists follow the queues.
 void make_active(lu& f, std::span<int32_t> iwork, std::span<double> rwork, lu_active& a) {
@@ -38,21 +38,21 @@ void make_active(lu& f, std::span<int32_t> iwork, std::span<double> rwork, lu_ac
   std::fill_n(a.rowmax, m, -1.0);
   std::fill_n(a.colmax, n, -1.0);
   std::fill_n(a.dense, n, 0.0);
-  for (int32_t k = f.stpf; k < f.nrow - f.stpb; k++)
-    if (const int32_t i = f.prow[k]; f.rlen[i] > 0) TVN_pq_putp(a.rowq, i, f.rlen[i]);
+  for (int32_t k = f.piv.stpf; k < f.nrow - f.piv.stpb; k++)
+    if (const int32_t i = f.piv.prow[k]; f.sto.rlen[i] > 0) TVN_pq_putp(a.rowq, i, f.sto.rlen[i]);
   for (int32_t j = 0; j < f.ncol; j++)
-    if (f.clen[j] > 0) TVN_pq_putp(a.colq, j, f.clen[j]);
-  f.work[lt_queues] += f.ncol;
+    if (f.sto.clen[j] > 0) TVN_pq_putp(a.colq, j, f.sto.clen[j]);
+  f.acc.work[lt_queues] += f.ncol;
 }
 
 lu_code pivot_loop(lu& f, lu_active& a) {
   int64_t nextreport = reportstep;
   while (!is_complete(f)) {
-    const int64_t work = f.work[lt_eliminate] + f.work[lt_search];
-    if (f.maxwork >= 0 && work > f.maxwork) return lu_code::work_limit;
+    const int64_t work = f.acc.work[lt_eliminate] + f.acc.work[lt_search];
+    if (f.set.maxwork >= 0 && work > f.set.maxwork) return lu_code::work_limit;
     if (work >= nextreport) {
       nextreport = work + reportstep;
-      if (report(f, 2, f.stpf + f.stpb) != 0) return lu_code::stopped;
+      if (report(f, 2, f.piv.stpf + f.piv.stpb) != 0) return lu_code::stopped;
     }
     const lu_pivot piv = TVN_lu_choosepiv(f, a);
     if (piv.i == f.nrow) return lu_code::done;
@@ -63,13 +63,13 @@ lu_code pivot_loop(lu& f, lu_active& a) {
 
 lu_code factor_active(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
   if (is_complete(f)) {
-    f.numtriangular++;
+    f.run.numtriangular++;
     return lu_code::done;
   }
-  if (const lu_code code = TVN_lu_buildcoldbg(f, f.stpf, f.nrow - f.stpb); code != lu_code::done) return code;
+  if (const lu_code code = TVN_lu_buildcoldbg(f, f.piv.stpf, f.nrow - f.piv.stpb); code != lu_code::done) return code;
   lu_active a;
   make_active(f, iwork, rwork, a);
-  const int32_t numactive = f.nrow - f.stpb - f.stpf;
+  const int32_t numactive = f.nrow - f.piv.stpb - f.piv.stpf;
   const lu_code code = pivot_loop(f, a);
   // The rows of a small nucleus may lie where they are; those of a large one are brought into pivot order.
   if (code == lu_code::done && numactive > f.nrow / gathershare) lu_gather(f);
@@ -78,54 +78,54 @@ lu_code factor_active(lu& f, std::span<int32_t> iwork, std::span<double> rwork) 
 
 // L by rows at the top of the column store, in the order of the row index.
 void transpose_l(lu& f) {
-  std::fill_n(f.ltlen.data(), f.nrow, 0);
-  for (int32_t q = f.lbegin; q < f.wsze; q++) f.ltlen[f.rcol[q]]++;
-  int32_t pos = f.lbegin;
+  std::fill_n(f.l.tlen.data(), f.nrow, 0);
+  for (int32_t q = f.sto.lbegin; q < f.sto.wsze; q++) f.l.tlen[f.sto.rcol[q]]++;
+  int32_t pos = f.sto.lbegin;
   for (int32_t i = 0; i < f.nrow; i++) {
-    f.ltbeg[i] = pos;
-    pos += f.ltlen[i];
-    f.ltlen[i] = 0;
+    f.l.tbeg[i] = pos;
+    pos += f.l.tlen[i];
+    f.l.tlen[i] = 0;
   }
-  for (int32_t k = 0; k < f.numl; k++) {
-    const int32_t r = f.lorder[k];
-    for (int32_t q = f.lbeg[r], e = q + f.llen[r]; q < e; q++) {
-      const int32_t i = f.rcol[q], p = f.ltbeg[i] + f.ltlen[i]++;
-      f.crow[p] = r;
-      f.cval[p] = f.rval[q];
+  for (int32_t k = 0; k < f.l.num; k++) {
+    const int32_t r = f.l.order[k];
+    for (int32_t q = f.l.beg[r], e = q + f.l.len[r]; q < e; q++) {
+      const int32_t i = f.sto.rcol[q], p = f.l.tbeg[i] + f.l.tlen[i]++;
+      f.sto.crow[p] = r;
+      f.sto.cval[p] = f.sto.rval[q];
     }
   }
 }
 
 // From rows in pivot order to the factored state.
 lu_code finish(lu& f) {
-  TVN_ASSERT(f.sys, label, f.rank == f.nrow);
+  TVN_ASSERT(f.sys, label, f.piv.rank == f.nrow);
   f.state = lu_factored;
-  f.numetas = 0;
-  f.lbegin = f.lubot;
-  f.etabeg[0] = f.lbegin;
-  f.uend = f.nrow;
-  f.unz = 0;
+  f.eta.numetas = 0;
+  f.sto.lbegin = f.sto.lubot;
+  f.eta.etabeg[0] = f.sto.lbegin;
+  f.u.end = f.nrow;
+  f.sto.unz = 0;
   for (int32_t k = 0; k < f.nrow; k++) {
-    const int32_t i = f.prow[k];
-    f.uorder[k] = i;
-    f.uplace[i] = k;
-    f.colplace[f.rowpivcol[i]] = k;
-    f.unz += f.rlen[i];
+    const int32_t i = f.piv.prow[k];
+    f.u.order[k] = i;
+    f.u.place[i] = k;
+    f.u.colplace[f.piv.rowpivcol[i]] = k;
+    f.sto.unz += f.sto.rlen[i];
   }
   TVN_lu_initupdate(f);
-  std::fill_n(f.lplace.data(), f.nrow, -1);
-  for (int32_t k = 0; k < f.numl; k++) f.lplace[f.lorder[k]] = k;
+  std::fill_n(f.l.place.data(), f.nrow, -1);
+  for (int32_t k = 0; k < f.l.num; k++) f.l.place[f.l.order[k]] = k;
   transpose_l(f);
-  f.work[lt_finish] += f.unz + f.wsze - f.lubot + f.nrow;
+  f.acc.work[lt_finish] += f.sto.unz + f.sto.wsze - f.sto.lubot + f.nrow;
   TVN_lu_resetufre(f);
-  if (TVN_lu_buildcoldbg(f, 0, f.uend) != lu_code::done) {
-    f.incwsze = true;
+  if (TVN_lu_buildcoldbg(f, 0, f.u.end) != lu_code::done) {
+    f.run.incwsze = true;
     f.state = lu_unusable;
     return lu_code::no_storage;
   }
-  f.lastmethod = f.pivotmethod;
-  f.lastlfill = f.lcount;
-  f.lastufill = f.ucount;
+  f.run.lastmethod = f.set.pivotmethod;
+  f.run.lastlfill = f.run.lcount;
+  f.run.lastufill = f.run.ucount;
 #if TVN_CHECK_LEVEL >= 2
   lu_audit(f, label, __LINE__);
 #endif
@@ -135,10 +135,11 @@ lu_code finish(lu& f) {
 lu_code factor_steps(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
   lu_code code = lu_setup(f, iwork, rwork);
   if (code == lu_code::done) code = factor_active(f, iwork, rwork);
-  f.rank = f.stpf + f.stpb;
-  if (code == lu_code::done && ((f.runsdropl && !f.dropl) || (f.runsdropu && !f.dropu))) code = lu_code::no_storage;
-  if (code == lu_code::no_storage || code == lu_code::column_refused) f.incwsze = true;
-  if (code != lu_code::done || f.rank < f.nrow || f.nrow < f.ncol || f.dropl || f.dropu) return code;
+  f.piv.rank = f.piv.stpf + f.piv.stpb;
+  if (code == lu_code::done && ((f.run.runsdropl && !f.set.dropl) || (f.run.runsdropu && !f.set.dropu)))
+    code = lu_code::no_storage;
+  if (code == lu_code::no_storage || code == lu_code::column_refused) f.run.incwsze = true;
+  if (code != lu_code::done || f.piv.rank < f.nrow || f.nrow < f.ncol || f.set.dropl || f.set.dropu) return code;
   return finish(f);
 }
 
@@ -157,31 +158,31 @@ lu_code TVN_lu_factor(lu& f, std::span<int32_t> iwork, std::span<double> rwork) 
   if (static_cast<int64_t>(rwork.size()) < rsize) return lu_code::short_real_work;
   if (report(f, 0, 0) != 0) return lu_code::stopped;
   const lu_code code = factor_steps(f, iwork, rwork);
-  if (report(f, 3, f.rank) != 0 && code == lu_code::done) return lu_code::stopped;
+  if (report(f, 3, f.piv.rank) != 0 && code == lu_code::done) return lu_code::stopped;
   return code;
 }
 
 lu_code TVN_lu_insart(lu& f, std::span<int32_t> colmap, std::span<int32_t>, double value) {
-  TVN_ASSERT(f.sys, label, f.state == lu_factoring && f.rank < f.nrow && f.nrow == f.ncol);
+  TVN_ASSERT(f.sys, label, f.state == lu_factoring && f.piv.rank < f.nrow && f.nrow == f.ncol);
   std::fill_n(colmap.begin(), f.ncol, f.nrow);
   for (int32_t i = 0; i < f.nrow; i++) { // columns without pivot leave all rows
-    const int32_t b = f.rbeg[i], e = b + f.rlen[i];
+    const int32_t b = f.sto.rbeg[i], e = b + f.sto.rlen[i];
     int32_t to = b;
     for (int32_t q = b; q < e; q++) {
-      if (f.colpivrow[f.rcol[q]] == f.nrow) continue;
-      f.rcol[to] = f.rcol[q];
-      f.rval[to++] = f.rval[q];
+      if (f.piv.colpivrow[f.sto.rcol[q]] == f.nrow) continue;
+      f.sto.rcol[to] = f.sto.rcol[q];
+      f.sto.rval[to++] = f.sto.rval[q];
     }
-    f.rlen[i] = to - b;
+    f.sto.rlen[i] = to - b;
   }
   int32_t j = 0;
   for (int32_t i = 0; i < f.nrow; i++) {
-    if (f.rowpivcol[i] != f.ncol) continue;
-    while (f.colpivrow[j] != f.nrow) j++;
+    if (f.piv.rowpivcol[i] != f.ncol) continue;
+    while (f.piv.colpivrow[j] != f.nrow) j++;
     colmap[j] = i;
     TVN_lu_apivot(f, i, j, value, true);
   }
-  f.rank = f.stpf + f.stpb;
+  f.piv.rank = f.piv.stpf + f.piv.stpb;
   return finish(f);
 }
 

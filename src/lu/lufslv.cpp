@@ -35,12 +35,12 @@ inline double dot(const double* __restrict x, const int32_t* __restrict ind, con
 }
 
 int64_t solve_l_full(const lu& f, double* x) {
-  int64_t work = f.numl;
-  for (int32_t k = 0; k < f.numl; k++) {
-    const int32_t r = f.lorder[k];
+  int64_t work = f.l.num;
+  for (int32_t k = 0; k < f.l.num; k++) {
+    const int32_t r = f.l.order[k];
     if (x[r] == 0.0) continue;
-    add_lcol(x, x[r], f.rcol.data(), f.rval.data(), f.lbeg[r], f.lbeg[r] + f.llen[r]);
-    work += f.llen[r];
+    add_lcol(x, x[r], f.sto.rcol.data(), f.sto.rval.data(), f.l.beg[r], f.l.beg[r] + f.l.len[r]);
+    work += f.l.len[r];
   }
   return work;
 }
@@ -48,11 +48,11 @@ int64_t solve_l_full(const lu& f, double* x) {
 // By columns of L. A row without an L column is listed when it is first met, the others when they are visited.
 void solve_l_agenda(lu& f, spvec& x) {
   double* __restrict val = x.val.data();
-  int32_t* __restrict mark = f.mark.data();
-  int32_t* __restrict met = f.topo.data();
-  const int32_t* __restrict lplace = f.lplace.data();
-  const int32_t* __restrict row = f.rcol.data();
-  const double* __restrict mult = f.rval.data();
+  int32_t* __restrict mark = f.tmp.mark.data();
+  int32_t* __restrict met = f.tmp.topo.data();
+  const int32_t* __restrict lplace = f.l.place.data();
+  const int32_t* __restrict row = f.sto.rcol.data();
+  const double* __restrict mult = f.sto.rval.data();
   int32_t nummet = 0;
   int64_t work = 0;
   lu_agenda agenda(f);
@@ -66,11 +66,11 @@ void solve_l_agenda(lu& f, spvec& x) {
   };
   for (int32_t k = 0; k < x.count; k++) meet(x.idx[k]);
   agenda.ascend([&](int32_t k) {
-    const int32_t r = f.lorder[k];
+    const int32_t r = f.l.order[k];
     const double t = val[r];
     if (t == 0.0) return;
     met[nummet++] = r;
-    const int32_t b = f.lbeg[r], e = b + f.llen[r];
+    const int32_t b = f.l.beg[r], e = b + f.l.len[r];
     for (int32_t q = b; q < e; q++) {
       val[row[q]] += t * mult[q];
       meet(row[q]);
@@ -84,13 +84,13 @@ void solve_l_agenda(lu& f, spvec& x) {
     if (val[r] != 0.0) x.idx[count++] = r;
   }
   x.count = count;
-  f.work[lt_fsparse] += work + nummet;
+  f.acc.work[lt_fsparse] += work + nummet;
 }
 
 void solve_l(lu& f, spvec& x) {
   const int32_t n = x.count;
   if (expects_dense(f, lk_ftranl, n)) {
-    f.work[lt_fdense] += solve_l_full(f, x.val.data()) + f.nrow;
+    f.acc.work[lt_fdense] += solve_l_full(f, x.val.data()) + f.nrow;
     relist(x, f.nrow);
   } else {
     solve_l_agenda(f, x);
@@ -110,19 +110,19 @@ void drop_zeros(spvec& x) {
 void solve_etas(lu& f, spvec& x) {
   double* val = x.val.data();
   int32_t numtouched = 0;
-  for (int32_t k = 0; k < f.numetas; k++) {
-    const double s = dot(val, f.rcol.data(), f.rval.data(), f.etabeg[k + 1], f.etabeg[k]);
+  for (int32_t k = 0; k < f.eta.numetas; k++) {
+    const double s = dot(val, f.sto.rcol.data(), f.sto.rval.data(), f.eta.etabeg[k + 1], f.eta.etabeg[k]);
     if (s == 0.0) continue;
-    const int32_t p = f.etarow[k];
-    if (f.mark[p] == 0) {
+    const int32_t p = f.eta.etarow[k];
+    if (f.tmp.mark[p] == 0) {
       if (val[p] == 0.0) x.idx[x.count++] = p;
-      f.mark[p] = 1;
-      f.topo[numtouched++] = p;
+      f.tmp.mark[p] = 1;
+      f.tmp.topo[numtouched++] = p;
     }
     val[p] += s;
   }
-  for (int32_t t = 0; t < numtouched; t++) f.mark[f.topo[t]] = 0;
-  f.work[lt_etas] += f.etabeg[0] - f.etabeg[f.numetas] + f.numetas;
+  for (int32_t t = 0; t < numtouched; t++) f.tmp.mark[f.tmp.topo[t]] = 0;
+  f.acc.work[lt_etas] += f.eta.etabeg[0] - f.eta.etabeg[f.eta.numetas] + f.eta.numetas;
 }
 
 // One row of U: takes x[r], gives the value of its column. touch(i): x[i] was changed.
@@ -132,12 +132,12 @@ inline void eliminate_row(const lu& f, double* __restrict x, int32_t r, spvec& y
   double t = x[r];
   x[r] = 0.0;
   if (!(std::fabs(t) > tol1)) return;
-  t /= f.diag[r];
+  t /= f.u.diag[r];
   if (!(std::fabs(t) > tol2)) return;
-  const int32_t j = f.rowpivcol[r], b = f.cbeg[j], e = b + f.clen[j];
+  const int32_t j = f.piv.rowpivcol[r], b = f.sto.cbeg[j], e = b + f.sto.clen[j];
   y.push(j, t);
-  const int32_t* __restrict row = f.crow.data();
-  const double* __restrict val = f.cval.data();
+  const int32_t* __restrict row = f.sto.crow.data();
+  const double* __restrict val = f.sto.cval.data();
   for (int32_t p = b; p < e; p++) {
     x[row[p]] -= t * val[p];
     touch(row[p]);
@@ -150,11 +150,11 @@ inline void eliminate_row(const lu& f, double* __restrict x, int32_t r, spvec& y
 void TVN_lu_ftranl(lu& f, spvec& x) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored);
   if (x.count == 0) return;
-  if (f.numl > 0)
+  if (f.l.num > 0)
     solve_l(f, x);
   else
     drop_zeros(x);
-  if (f.numetas > 0) solve_etas(f, x);
+  if (f.eta.numetas > 0) solve_etas(f, x);
 }
 
 void TVN_lu_ftranus(lu& f, spvec& x, spvec& y, double droptol1, double droptol2) {
@@ -164,18 +164,18 @@ void TVN_lu_ftranus(lu& f, spvec& x, spvec& y, double droptol1, double droptol2)
   const int32_t n = x.count;
   x.count = 0;
   if (expects_dense(f, lk_ftranu, n)) {
-    for (int32_t k = f.uend - 1; k >= 0; k--)
-      if (const int32_t r = f.uorder[k]; r >= 0 && val[r] != 0.0)
+    for (int32_t k = f.u.end - 1; k >= 0; k--)
+      if (const int32_t r = f.u.order[k]; r >= 0 && val[r] != 0.0)
         eliminate_row(f, val, r, y, droptol1, droptol2, work, [](int32_t) {});
-    f.work[lt_fdense] += work + f.uend;
+    f.acc.work[lt_fdense] += work + f.u.end;
   } else {
     lu_agenda agenda(f);
-    const int32_t* __restrict uplace = f.uplace.data();
+    const int32_t* __restrict uplace = f.u.place.data();
     for (int32_t k = 0; k < n; k++) agenda.add(uplace[x.idx[k]]);
     agenda.descend([&](int32_t k) {
-      eliminate_row(f, val, f.uorder[k], y, droptol1, droptol2, work, [&](int32_t i) { agenda.add(uplace[i]); });
+      eliminate_row(f, val, f.u.order[k], y, droptol1, droptol2, work, [&](int32_t i) { agenda.add(uplace[i]); });
     });
-    f.work[lt_fsparse] += work + y.count;
+    f.acc.work[lt_fsparse] += work + y.count;
   }
   note_result(f, lk_ftranu, n, y.count);
 }
@@ -185,36 +185,37 @@ namespace {
 // U part of the dense solves, by columns: zeros are common and cost nothing. False when a right-hand value reaches
 // limit times its diagonal.
 bool solve_u_full(lu& f, double* __restrict x, double* __restrict y, double limit) {
-  int64_t work = f.uend;
+  int64_t work = f.u.end;
   const bool limited = limit < HUGE_VAL;
   bool safe = true;
-  for (int32_t k = f.uend - 1; k >= 0; k--) {
-    const int32_t r = f.uorder[k];
+  for (int32_t k = f.u.end - 1; k >= 0; k--) {
+    const int32_t r = f.u.order[k];
     if (r < 0) continue;
-    const int32_t j = f.rowpivcol[r];
+    const int32_t j = f.piv.rowpivcol[r];
     const double t = x[r];
     y[j] = 0.0;
     if (t == 0.0) continue;
     x[r] = 0.0;
-    if (limited && std::fabs(t) >= limit * std::fabs(f.diag[r])) {
+    if (limited && std::fabs(t) >= limit * std::fabs(f.u.diag[r])) {
       safe = false;
       break;
     }
-    const double v = t / f.diag[r];
+    const double v = t / f.u.diag[r];
     y[j] = v;
-    subtract_column(x, v, f.crow.data(), f.cval.data(), f.cbeg[j], f.cbeg[j] + f.clen[j]);
-    work += f.clen[j];
+    subtract_column(x, v, f.sto.crow.data(), f.sto.cval.data(), f.sto.cbeg[j], f.sto.cbeg[j] + f.sto.clen[j]);
+    work += f.sto.clen[j];
   }
-  f.work[lt_fdense] += work;
+  f.acc.work[lt_fdense] += work;
   return safe;
 }
 
 bool solve_full(lu& f, std::span<double> x, std::span<double> y, double limit) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored && f.nrow == f.ncol);
   const int64_t work = solve_l_full(f, x.data());
-  for (int32_t k = 0; k < f.numetas; k++)
-    x[static_cast<size_t>(f.etarow[k])] += dot(x.data(), f.rcol.data(), f.rval.data(), f.etabeg[k + 1], f.etabeg[k]);
-  f.work[lt_fdense] += work + f.etabeg[0] - f.etabeg[f.numetas];
+  for (int32_t k = 0; k < f.eta.numetas; k++)
+    x[static_cast<size_t>(f.eta.etarow[k])] +=
+        dot(x.data(), f.sto.rcol.data(), f.sto.rval.data(), f.eta.etabeg[k + 1], f.eta.etabeg[k]);
+  f.acc.work[lt_fdense] += work + f.eta.etabeg[0] - f.eta.etabeg[f.eta.numetas];
   return solve_u_full(f, x.data(), y.data(), limit);
 }
 

@@ -14,57 +14,57 @@ lu_code input_columns(lu& f) {
   int32_t pos = 0;
   for (int32_t j = 0; j < f.ncol; j++) {
     int32_t n = 0;
-    if (!f.getcol(f.getcolhandle, f.wsze - pos, j, n, f.crow.data() + pos, f.cval.data() + pos))
+    if (!f.set.getcol(f.set.getcolhandle, f.sto.wsze - pos, j, n, f.sto.crow.data() + pos, f.sto.cval.data() + pos))
       return lu_code::column_refused;
-    f.cbeg[j] = pos;
+    f.sto.cbeg[j] = pos;
     const int32_t end = pos + n;
     for (int32_t p = pos; p < end; p++) {
-      if (!(std::fabs(f.cval[p]) > f.tolzero)) continue;
-      const int32_t i = f.crow[p];
+      if (!(std::fabs(f.sto.cval[p]) > f.set.tolzero)) continue;
+      const int32_t i = f.sto.crow[p];
       if (i < 0 || i >= f.nrow) return lu_code::bad_row;
-      f.crow[pos] = i;
-      f.cval[pos++] = f.cval[p];
-      f.rlen[i]++;
+      f.sto.crow[pos] = i;
+      f.sto.cval[pos++] = f.sto.cval[p];
+      f.sto.rlen[i]++;
     }
-    f.clen[j] = pos - f.cbeg[j];
+    f.sto.clen[j] = pos - f.sto.cbeg[j];
   }
-  f.anz = pos;
+  f.sto.anz = pos;
   return lu_code::done;
 }
 
 // next: [ncol] scratch
 void sort_elements(lu& f, int32_t* next) {
-  std::fill_n(f.clen.data(), f.ncol, 0);
-  for (int32_t p = 0; p < f.anz; p++) {
-    f.clen[f.cpos[p]]++;
-    f.rlen[f.crow[p]]++;
+  std::fill_n(f.sto.clen.data(), f.ncol, 0);
+  for (int32_t p = 0; p < f.sto.anz; p++) {
+    f.sto.clen[f.sto.cpos[p]]++;
+    f.sto.rlen[f.sto.crow[p]]++;
   }
   int32_t pos = 0;
   for (int32_t j = 0; j < f.ncol; j++) {
-    f.cbeg[j] = next[j] = pos;
-    pos += f.clen[j];
+    f.sto.cbeg[j] = next[j] = pos;
+    pos += f.sto.clen[j];
   }
   for (int32_t j = 0; j < f.ncol; j++) {
-    const int32_t end = f.cbeg[j] + f.clen[j];
+    const int32_t end = f.sto.cbeg[j] + f.sto.clen[j];
     while (next[j] < end) {
-      const int32_t p = next[j], home = f.cpos[p], q = next[home]++;
+      const int32_t p = next[j], home = f.sto.cpos[p], q = next[home]++;
       if (p == q) continue;
-      std::swap(f.crow[p], f.crow[q]);
-      std::swap(f.cval[p], f.cval[q]);
-      std::swap(f.cpos[p], f.cpos[q]);
+      std::swap(f.sto.crow[p], f.sto.crow[q]);
+      std::swap(f.sto.cval[p], f.sto.cval[q]);
+      std::swap(f.sto.cpos[p], f.sto.cpos[q]);
     }
   }
 }
 
 lu_code add_element(lu& f, int32_t i, int32_t j, double value) {
-  if (!(std::fabs(value) > f.tolzero)) return lu_code::done;
-  if (f.anz >= f.wsze) {
-    f.incwsze = true;
+  if (!(std::fabs(value) > f.set.tolzero)) return lu_code::done;
+  if (f.sto.anz >= f.sto.wsze) {
+    f.run.incwsze = true;
     return lu_code::no_storage;
   }
-  f.crow[f.anz] = i;
-  f.cpos[f.anz] = j;
-  f.cval[f.anz++] = value;
+  f.sto.crow[f.sto.anz] = i;
+  f.sto.cpos[f.sto.anz] = j;
+  f.sto.cval[f.sto.anz++] = value;
   return lu_code::done;
 }
 
@@ -93,13 +93,13 @@ lu_code TVN_lu_inaj2(lu& f, int32_t col, int32_t n, const int32_t* sub, const do
 }
 
 lu_code lu_input(lu& f, std::span<int32_t> iwork) {
-  std::fill_n(f.rlen.data(), f.nrow, 0);
+  std::fill_n(f.sto.rlen.data(), f.nrow, 0);
   lu_code code = lu_code::done;
-  if (f.getcol)
+  if (f.set.getcol)
     code = input_columns(f);
   else
     sort_elements(f, iwork.data());
-  f.work[lt_input] += f.anz + f.ncol;
+  f.acc.work[lt_input] += f.sto.anz + f.ncol;
   return code;
 }
 

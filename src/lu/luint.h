@@ -33,26 +33,26 @@ void lu_compress(lu& f); // the same without the limit
 // columns and etas are carried over.
 void lu_gather(lu& f);
 
-inline int32_t lu_collimit(const lu& f) { return f.state == lu_factored ? f.lbegin : f.wsze; }
+inline int32_t lu_collimit(const lu& f) { return f.state == lu_factored ? f.sto.lbegin : f.sto.wsze; }
 
 // Takes the element at row store position q out of row i; the last element of the row fills the gap.
 inline void lu_cutfromrow(lu& f, int32_t i, int32_t q) {
-  const int32_t last = f.rbeg[i] + --f.rlen[i];
+  const int32_t last = f.sto.rbeg[i] + --f.sto.rlen[i];
   if (q == last) return;
-  f.rval[q] = f.rval[last];
-  f.rcol[q] = f.rcol[last];
-  f.rpos[q] = f.rpos[last];
-  f.cpos[f.rpos[q]] = q;
+  f.sto.rval[q] = f.sto.rval[last];
+  f.sto.rcol[q] = f.sto.rcol[last];
+  f.sto.rpos[q] = f.sto.rpos[last];
+  f.sto.cpos[f.sto.rpos[q]] = q;
 }
 
 // Takes the element at column store position p out of column j. Moves a value too, when the store holds values.
 inline void lu_cutfromcol(lu& f, int32_t j, int32_t p) {
-  const int32_t last = f.cbeg[j] + --f.clen[j];
+  const int32_t last = f.sto.cbeg[j] + --f.sto.clen[j];
   if (p == last) return;
-  f.crow[p] = f.crow[last];
-  f.cval[p] = f.cval[last];
-  f.cpos[p] = f.cpos[last];
-  f.rpos[f.cpos[p]] = p;
+  f.sto.crow[p] = f.sto.crow[last];
+  f.sto.cval[p] = f.sto.cval[last];
+  f.sto.cpos[p] = f.sto.cpos[last];
+  f.sto.rpos[f.sto.cpos[p]] = p;
 }
 
 // Input (luinp): columns into the column store in column order.
@@ -62,15 +62,15 @@ inline void lu_cutfromcol(lu& f, int32_t j, int32_t p) {
 [[nodiscard]] lu_code lu_setup(lu& f, std::span<int32_t> iwork, std::span<double> rwork);
 // Records a pivot at the front (or the back) of the active rows.
 inline void TVN_lu_apivot(lu& f, int32_t i, int32_t j, double pivot, bool front) {
-  const int32_t to = front ? f.stpf++ : f.nrow - ++f.stpb;
-  const int32_t from = f.prowinv[i], other = f.prow[to];
-  f.prow[from] = other;
-  f.prowinv[other] = from;
-  f.prow[to] = i;
-  f.prowinv[i] = to;
-  f.rowpivcol[i] = j;
-  f.colpivrow[j] = i;
-  f.diag[i] = pivot;
+  const int32_t to = front ? f.piv.stpf++ : f.nrow - ++f.piv.stpb;
+  const int32_t from = f.piv.prowinv[i], other = f.piv.prow[to];
+  f.piv.prow[from] = other;
+  f.piv.prowinv[other] = from;
+  f.piv.prow[to] = i;
+  f.piv.prowinv[i] = to;
+  f.piv.rowpivcol[i] = j;
+  f.piv.colpivrow[j] = i;
+  f.u.diag[i] = pivot;
 }
 
 // Pivot search and elimination (lupiv, luelm).

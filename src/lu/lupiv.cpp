@@ -24,87 +24,87 @@ struct lu_search {
   int64_t work = 0;       // elements looked at
 
   lu_search(lu& f_, lu_active& a_) : f(f_), a(a_), i(f_.nrow), j(f_.ncol) {}
-  bool is_over(int64_t bound) const { return best != nocount && (best <= bound || searched >= f.maxsearch); }
+  bool is_over(int64_t bound) const { return best != nocount && (best <= bound || searched >= f.set.maxsearch); }
 };
 
 double column_max(lu_search& s, int32_t j) {
   if (s.a.colmax[j] >= 0.0) return s.a.colmax[j];
-  const double* __restrict rv = s.f.rval.data();
-  const int32_t* __restrict cp = s.f.cpos.data();
+  const double* __restrict rv = s.f.sto.rval.data();
+  const int32_t* __restrict cp = s.f.sto.cpos.data();
   double big = 0.0;
-  for (int32_t p = s.f.cbeg[j], e = p + s.f.clen[j]; p < e; p++) big = std::max(big, std::fabs(rv[cp[p]]));
-  s.work += s.f.clen[j];
+  for (int32_t p = s.f.sto.cbeg[j], e = p + s.f.sto.clen[j]; p < e; p++) big = std::max(big, std::fabs(rv[cp[p]]));
+  s.work += s.f.sto.clen[j];
   return s.a.colmax[j] = big;
 }
 
 double row_max(lu_search& s, int32_t i) {
   if (s.a.rowmax[i] >= 0.0) return s.a.rowmax[i];
-  const double* __restrict rv = s.f.rval.data();
+  const double* __restrict rv = s.f.sto.rval.data();
   double big = 0.0;
-  for (int32_t q = s.f.rbeg[i], e = q + s.f.rlen[i]; q < e; q++) big = std::max(big, std::fabs(rv[q]));
-  s.work += s.f.rlen[i];
+  for (int32_t q = s.f.sto.rbeg[i], e = q + s.f.sto.rlen[i]; q < e; q++) big = std::max(big, std::fabs(rv[q]));
+  s.work += s.f.sto.rlen[i];
   return s.a.rowmax[i] = big;
 }
 
 bool passes_row_test(lu_search& s, int32_t i, double v) {
-  return s.f.pivotmethod == 1 || v >= s.f.tolrelpiv * row_max(s, i);
+  return s.f.set.pivotmethod == 1 || v >= s.f.set.tolrelpiv * row_max(s, i);
 }
 
 void search_column(lu_search& s, int32_t j) {
   const lu& f = s.f;
   const double big = column_max(s, j);
-  if (big < f.tolabspiv) {
+  if (big < f.set.tolabspiv) {
     TVN_pq_remove(s.a.colq, j);
     return;
   }
-  const double least = std::max(f.tolabspiv, f.tolrelpiv * big);
-  const int64_t others = f.clen[j] - 1;
-  for (int32_t p = f.cbeg[j], e = p + f.clen[j]; p < e; p++) {
-    const int32_t i = f.crow[p];
-    const int64_t count = (f.rlen[i] - 1) * others;
+  const double least = std::max(f.set.tolabspiv, f.set.tolrelpiv * big);
+  const int64_t others = f.sto.clen[j] - 1;
+  for (int32_t p = f.sto.cbeg[j], e = p + f.sto.clen[j]; p < e; p++) {
+    const int32_t i = f.sto.crow[p];
+    const int64_t count = (f.sto.rlen[i] - 1) * others;
     if (count >= s.best) continue;
-    const double v = std::fabs(f.rval[f.cpos[p]]);
+    const double v = std::fabs(f.sto.rval[f.sto.cpos[p]]);
     if (v < least || !passes_row_test(s, i, v)) continue;
     s.best = count;
     s.i = i;
     s.j = j;
   }
-  s.work += f.clen[j];
+  s.work += f.sto.clen[j];
   s.searched++;
 }
 
 // Elements in columns with a count up to `seen` were looked at from the column side.
 void search_row(lu_search& s, int32_t i, int32_t seen) {
   const lu& f = s.f;
-  const int64_t others = f.rlen[i] - 1;
+  const int64_t others = f.sto.rlen[i] - 1;
   double big = 0.0;
   bool anyqueued = false;
-  for (int32_t q = f.rbeg[i], e = q + f.rlen[i]; q < e; q++) {
-    const int32_t j = f.rcol[q];
-    const double v = std::fabs(f.rval[q]);
+  for (int32_t q = f.sto.rbeg[i], e = q + f.sto.rlen[i]; q < e; q++) {
+    const int32_t j = f.sto.rcol[q];
+    const double v = std::fabs(f.sto.rval[q]);
     big = std::max(big, v);
     if (TVN_pq_get(s.a.colq, j) < 0) continue;
     anyqueued = true;
-    if (f.clen[j] <= seen || v < f.tolabspiv) continue;
-    const int64_t count = others * (f.clen[j] - 1);
+    if (f.sto.clen[j] <= seen || v < f.set.tolabspiv) continue;
+    const int64_t count = others * (f.sto.clen[j] - 1);
     if (count >= s.best) continue;
-    if (v < f.tolrelpiv * column_max(s, j) || !passes_row_test(s, i, v)) continue;
+    if (v < f.set.tolrelpiv * column_max(s, j) || !passes_row_test(s, i, v)) continue;
     s.best = count;
     s.i = i;
     s.j = j;
   }
-  s.work += f.rlen[i];
+  s.work += f.sto.rlen[i];
   if (anyqueued) s.searched++;
-  if (!anyqueued || big < f.tolabspiv) TVN_pq_remove(s.a.rowq, i);
+  if (!anyqueued || big < f.set.tolabspiv) TVN_pq_remove(s.a.rowq, i);
 }
 
 // Columns with one element: no elimination, no test but the absolute one.
 bool take_single_column(lu_search& s) {
   for (int32_t j = TVN_pq_top(s.a.colq, 1); j != s.f.ncol; j = TVN_pq_top(s.a.colq, 1)) {
-    const int32_t p = s.f.cbeg[j];
+    const int32_t p = s.f.sto.cbeg[j];
     s.work++;
-    if (std::fabs(s.f.rval[s.f.cpos[p]]) >= s.f.tolabspiv) {
-      s.i = s.f.crow[p];
+    if (std::fabs(s.f.sto.rval[s.f.sto.cpos[p]]) >= s.f.set.tolabspiv) {
+      s.i = s.f.sto.crow[p];
       s.j = j;
       return true;
     }
@@ -115,11 +115,11 @@ bool take_single_column(lu_search& s) {
 
 bool take_single_row(lu_search& s) {
   for (int32_t i = TVN_pq_top(s.a.rowq, 1); i != s.f.nrow; i = TVN_pq_top(s.a.rowq, 1)) {
-    const int32_t q = s.f.rbeg[i];
+    const int32_t q = s.f.sto.rbeg[i];
     s.work++;
-    if (TVN_pq_get(s.a.colq, s.f.rcol[q]) >= 0 && std::fabs(s.f.rval[q]) >= s.f.tolabspiv) {
+    if (TVN_pq_get(s.a.colq, s.f.sto.rcol[q]) >= 0 && std::fabs(s.f.sto.rval[q]) >= s.f.set.tolabspiv) {
       s.i = i;
-      s.j = s.f.rcol[q];
+      s.j = s.f.sto.rcol[q];
       return true;
     }
     TVN_pq_remove(s.a.rowq, i);
@@ -154,12 +154,12 @@ void search_by_count(lu_search& s) {
 } // namespace
 
 lu_pivot TVN_lu_choosepiv(lu& f, lu_active& a) {
-  if (f.pivotmethod != 1 && f.pivotmethod != 2)
-    TVN_sysenv_stopdbg(f.sys, "src/lu/lupiv", __LINE__, "Unknown pivot method: %d", f.pivotmethod);
+  if (f.set.pivotmethod != 1 && f.set.pivotmethod != 2)
+    TVN_sysenv_stopdbg(f.sys, "src/lu/lupiv", __LINE__, "Unknown pivot method: %d", f.set.pivotmethod);
   lu_search s(f, a);
   bool front = true;
   bool found = false;
-  if (f.pivotmethod == 1) {
+  if (f.set.pivotmethod == 1) {
     found = take_single_column(s);
     if (!found && take_single_row(s)) {
       found = true;
@@ -171,7 +171,7 @@ lu_pivot TVN_lu_choosepiv(lu& f, lu_active& a) {
     TVN_pq_tomin(a.rowq);
     search_by_count(s);
   }
-  f.work[lt_search] += s.work;
+  f.acc.work[lt_search] += s.work;
   return {s.i, s.j, front};
 }
 

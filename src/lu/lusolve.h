@@ -18,7 +18,7 @@ constexpr double newestshare = 0.2; // of the last result in the running density
 
 class lu_agenda {
 public:
-  explicit lu_agenda(lu& f) noexcept : bits(f.agenda.data()) {}
+  explicit lu_agenda(lu& f) noexcept : bits(f.tmp.agenda.data()) {}
 
   void add(int32_t place) noexcept {
     const int32_t w = place >> 6;
@@ -62,10 +62,10 @@ private:
 
 // Long and short right-hand sides of one kind have estimates of their own.
 inline bool expects_dense(const lu& f, lu_kind kind, int32_t rhscount) {
-  return f.density[kind][rhscount >= longrhs] >= fullshare;
+  return f.acc.density[kind][rhscount >= longrhs] >= fullshare;
 }
 inline void note_result(lu& f, lu_kind kind, int32_t rhscount, int32_t count) {
-  double& d = f.density[kind][rhscount >= longrhs];
+  double& d = f.acc.density[kind][rhscount >= longrhs];
   d += newestshare * (static_cast<double>(count) / f.nrow - d);
 }
 

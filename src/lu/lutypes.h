@@ -72,21 +72,16 @@ using lu_progress = int32_t (*)(void* handle, int32_t code, int32_t numpivots);
 // Kinds of sparse solves, each with its own expectation of the result.
 enum lu_kind : int32_t { lk_ftranl = 0, lk_ftranu = 1, lk_btranu = 2, lk_btranl = 3, lk_num = 4 };
 
-struct lu {
-  sysenv* sys = nullptr;
-  int32_t nrow = 0, ncol = 0;       // active dimensions, nrow <= ncol
-  int32_t maxnrow = 0, maxncol = 0; // dimensions at TVN_lu_make
-  int32_t state = lu_unusable;      // lu_state
-
-  // Pivot order. Positions below stpf are forward pivots, the last stpb backward pivots (row singletons).
+// Pivot order. Positions below stpf are forward pivots, the last stpb backward pivots (row singletons).
+struct lu_pivots {
   int32_t stpf = 0, stpb = 0;
   int32_t rank = 0;
   buffer<int32_t> prow, prowinv; // [maxnrow] position -> row and back
   buffer<int32_t> rowpivcol;     // [maxnrow] column pivoted on the row, ncol: none
   buffer<int32_t> colpivrow;     // [maxncol] row pivoted on the column, nrow: none
-  buffer<double> diag;           // [maxnrow] diagonal of U by row
+};
 
-  // Storage.
+struct lu_store {
   int32_t wsze = 0;                   // elements per storage array
   int32_t lubot = 0;                  // lowest used position of the region of L and etas
   int32_t lbegin = 0;                 // lubot when the factorisation ended
@@ -100,24 +95,32 @@ struct lu {
   buffer<int32_t> cbeg, clen, ccap;   // [maxncol] column blocks
   int32_t freerow[33] = {},
           freecol[33] = {}; // free blocks by logarithm of the size, linked through rpos and cpos; wsze: none
+};
 
-  // L.
-  buffer<int32_t> lbeg, llen;   // [maxnrow] L column of a pivot row, in rval/rcol
-  buffer<int32_t> ltbeg, ltlen; // [maxnrow] L row of a row, in cval/crow; valid when factored
-  buffer<int32_t> lorder;       // [maxnrow] pivot rows with a nonempty L column, in order of elimination
-  int32_t numl = 0;             // length of lorder
-  buffer<int32_t> lplace;       // [maxnrow] place of a row in lorder, -1: its L column is empty; valid when factored
+struct lu_lower {
+  buffer<int32_t> beg, len;   // [maxnrow] L column of a pivot row, in rval/rcol
+  buffer<int32_t> tbeg, tlen; // [maxnrow] L row of a row, in cval/crow; valid when factored
+  buffer<int32_t> order;      // [maxnrow] pivot rows with a nonempty L column, in order of elimination
+  int32_t num = 0;            // length of order
+  buffer<int32_t> place;      // [maxnrow] place of a row in order, -1: its L column is empty; valid when factored
+};
 
-  // U order and row etas. Holes (-1) are left where an update took a row away and put it at the end.
-  buffer<int32_t> uorder;   // [2 * maxnrow + 64] rows of U from first to last
-  buffer<int32_t> uplace;   // [maxnrow] place of a row in uorder
+// Diagonal and order of U. Holes (-1) are left where an update took a row away and put it at the end.
+struct lu_upper {
+  buffer<double> diag;      // [maxnrow] by row
+  buffer<int32_t> order;    // [2 * maxnrow + 64] rows of U from first to last
+  buffer<int32_t> place;    // [maxnrow] place of a row in order
   buffer<int32_t> colplace; // [maxncol] place of the row that is pivoted on a column
-  int32_t uend = 0;         // length of uorder in use
+  int32_t end = 0;          // length of order in use
+};
+
+struct lu_etas {
   int32_t numupds = 0, numetas = 0, maxetas = 0;
   buffer<int32_t> etabeg; // [maxetas + 1] eta k lies in [etabeg[k + 1], etabeg[k]) of rval/rcol
   buffer<int32_t> etarow; // [maxetas] row that eta k changes
+};
 
-  // Settings.
+struct lu_settings {
   double tolzero = 1e-13;            // at or below: dropped at input and in elimination
   double tolabspiv = 1e-8;           // smallest pivot
   double tolrelpiv = 0.01;           // threshold pivoting
@@ -133,8 +136,10 @@ struct lu {
   void* getcolhandle = nullptr;
   lu_progress progress = nullptr;
   void* progresshandle = nullptr;
+};
 
-  // Flags and counts of the run.
+// Flags and counts of the run.
+struct lu_run {
   bool factornow = false;                    // the update logic advises a refactorisation
   bool incwsze = false;                      // the last attempt asked for more storage
   bool runsdropl = false, runsdropu = false; // L, U are not kept in this run
@@ -145,22 +150,42 @@ struct lu {
   int64_t lastlfill = 0, lastufill = 0;
   int64_t totalgc = 0, numbuildcol = 0, numrowresize = 0, numcolresize = 0;
   double sumcount = 0.0; // Markowitz counts of the pivots
+};
 
-  // Work since TVN_lu_init, by task, and what the refactor rule keeps of it. The loops count in 64 bits; the life-long
-  // sum is folded together at each TVN_lu_init.
+// Work since TVN_lu_init, by task, and what the refactor rule keeps of it. The loops count in 64 bits; the life-long
+// sum is folded together at each TVN_lu_init.
+struct lu_account {
   int64_t work[lt_numtasks] = {};
   int64_t factorwork = 0;           // tasks 0 to 14 at the first update
   int64_t bestn = 0, besttotal = 0; // updates and total work where the average cost was least
   int64_t ring[50] = {};            // update work after each of the last 50 updates
   bigint formerwork;                // all tasks before the last TVN_lu_init
   double density[lk_num][2] = {};   // of the results of sparse solves, by kind, for short and long right-hand sides
+};
 
-  // Scratch, clean between calls.
+// Clean between calls.
+struct lu_scratch {
   buffer<int32_t> mark;        // [maxncol] 0
   buffer<uint64_t> agenda;     // bits 0: places of an order that a solve has still to visit
   buffer<double> ework;        // [maxncol] 0.0
   buffer<int32_t> stack, topo; // [maxncol] unset
   buffer<double> lwork;        // [maxncol] unset
+};
+
+struct lu {
+  sysenv* sys = nullptr;
+  int32_t nrow = 0, ncol = 0;       // active dimensions, nrow <= ncol
+  int32_t maxnrow = 0, maxncol = 0; // dimensions at TVN_lu_make
+  int32_t state = lu_unusable;      // lu_state
+  lu_pivots piv;
+  lu_store sto;
+  lu_lower l;
+  lu_upper u;
+  lu_etas eta;
+  lu_settings set;
+  lu_run run;
+  lu_account acc;
+  lu_scratch tmp;
 };
 
 } // namespace tvn

@@ -22,42 +22,42 @@ constexpr int32_t minupdates = 10;    // no automatic advice before
 constexpr int32_t earlyupdates = 101; // a full store before this many updates asks for a bigger one
 
 struct lu_eta {
-  int32_t count = 0; // rows in f.stack, multipliers in f.lwork
+  int32_t count = 0; // rows in f.tmp.stack, multipliers in f.tmp.lwork
   double dot = 0.0;  // with the spike
   double max = 0.0;  // largest magnitude
 };
 
-// Rows behind p that row p of U depends on, and their multipliers. f.ework is clean on entry and exit.
+// Rows behind p that row p of U depends on, and their multipliers. f.tmp.ework is clean on entry and exit.
 lu_eta form_eta(lu& f, int32_t p, const double* __restrict w) {
-  double* __restrict e = f.ework.data();
-  const double* __restrict val = f.rval.data();
-  const int32_t* __restrict col = f.rcol.data();
-  const int32_t* __restrict colplace = f.colplace.data();
+  double* __restrict e = f.tmp.ework.data();
+  const double* __restrict val = f.sto.rval.data();
+  const int32_t* __restrict col = f.sto.rcol.data();
+  const int32_t* __restrict colplace = f.u.colplace.data();
   lu_eta eta;
   lu_agenda agenda(f);
-  int64_t work = f.rlen[p];
-  for (int32_t q = f.rbeg[p], end = q + f.rlen[p]; q < end; q++) {
+  int64_t work = f.sto.rlen[p];
+  for (int32_t q = f.sto.rbeg[p], end = q + f.sto.rlen[p]; q < end; q++) {
     e[col[q]] = val[q];
     agenda.add(colplace[col[q]]);
   }
   agenda.ascend([&](int32_t k) {
-    const int32_t r = f.uorder[k], c = f.rowpivcol[r];
+    const int32_t r = f.u.order[k], c = f.piv.rowpivcol[r];
     double t = e[c];
     e[c] = 0.0;
     if (!(std::fabs(t) > toleta)) return;
-    t /= f.diag[r];
+    t /= f.u.diag[r];
     if (!(std::fabs(t) > toleta)) return;
-    f.stack[eta.count] = r;
-    f.lwork[eta.count++] = t;
+    f.tmp.stack[eta.count] = r;
+    f.tmp.lwork[eta.count++] = t;
     eta.dot += t * w[r];
     eta.max = std::max(eta.max, std::fabs(t));
-    for (int32_t q = f.rbeg[r], end = q + f.rlen[r]; q < end; q++) {
+    for (int32_t q = f.sto.rbeg[r], end = q + f.sto.rlen[r]; q < end; q++) {
       e[col[q]] -= t * val[q];
       agenda.add(colplace[col[q]]);
     }
-    work += f.rlen[r] + 1;
+    work += f.sto.rlen[r] + 1;
   });
-  f.work[lt_updrow] += work;
+  f.acc.work[lt_updrow] += work;
   return eta;
 }
 
@@ -69,7 +69,7 @@ double largest(const spvec& w) {
 
 int64_t update_work(const lu& f) {
   int64_t sum = 0;
-  for (int32_t t = 15; t <= 25; t++) sum += f.work[t];
+  for (int32_t t = 15; t <= 25; t++) sum += f.acc.work[t];
   return sum;
 }
 
@@ -78,64 +78,64 @@ __int128 product(int64_t a, int64_t b) { return static_cast<__int128>(a) * b; }
 
 // Least average work per update. Raises factornow once the recent updates cost more than the best average.
 void watch_average_work(lu& f) {
-  const int64_t n = f.numupds, w = update_work(f);
+  const int64_t n = f.eta.numupds, w = update_work(f);
   if (n == 1) {
-    f.factorwork = 0;
-    for (int32_t t = 0; t <= 14; t++) f.factorwork += f.work[t];
-    f.bestn = 1;
-    f.besttotal = f.factorwork + w;
-    f.ring[0] = 0; // read at the fiftieth update, first written then
-  } else if (product(f.besttotal, n) > product(f.factorwork + w, f.bestn)) {
-    f.bestn = n;
-    f.besttotal = f.factorwork + w;
+    f.acc.factorwork = 0;
+    for (int32_t t = 0; t <= 14; t++) f.acc.factorwork += f.acc.work[t];
+    f.acc.bestn = 1;
+    f.acc.besttotal = f.acc.factorwork + w;
+    f.acc.ring[0] = 0; // read at the fiftieth update, first written then
+  } else if (product(f.acc.besttotal, n) > product(f.acc.factorwork + w, f.acc.bestn)) {
+    f.acc.bestn = n;
+    f.acc.besttotal = f.acc.factorwork + w;
   }
-  int64_t& slot = f.ring[n % ringsize];
+  int64_t& slot = f.acc.ring[n % ringsize];
   const int64_t recent = n < ringsize ? w : w - slot;
   slot = w;
   if (n < minupdates) return;
   const int64_t span = std::min<int64_t>(n, ringsize);
-  if (product(100 * f.bestn, recent) >= product(101 * span, f.besttotal)) f.factornow = true;
+  if (product(100 * f.acc.bestn, recent) >= product(101 * span, f.acc.besttotal)) f.run.factornow = true;
 }
 
 void decide_factornow(lu& f) {
-  if (f.refacfreq == 0)
+  if (f.set.refacfreq == 0)
     watch_average_work(f);
-  else if (f.numupds >= f.refacfreq)
-    f.factornow = true;
+  else if (f.eta.numupds >= f.set.refacfreq)
+    f.run.factornow = true;
 }
 
 // Row p leaves the columns, the column of p leaves the rows.
 void remove_old(lu& f, int32_t p, int32_t c) {
-  for (int32_t q = f.rbeg[p], e = q + f.rlen[p]; q < e; q++) lu_cutfromcol(f, f.rcol[q], f.rpos[q]);
-  for (int32_t s = f.cbeg[c], e = s + f.clen[c]; s < e; s++) lu_cutfromrow(f, f.crow[s], f.cpos[s]);
-  f.unz -= f.rlen[p] + f.clen[c];
-  f.work[lt_updstore] += f.rlen[p] + f.clen[c];
-  f.rlen[p] = 0;
-  f.clen[c] = 0;
+  for (int32_t q = f.sto.rbeg[p], e = q + f.sto.rlen[p]; q < e; q++) lu_cutfromcol(f, f.sto.rcol[q], f.sto.rpos[q]);
+  for (int32_t s = f.sto.cbeg[c], e = s + f.sto.clen[c]; s < e; s++) lu_cutfromrow(f, f.sto.crow[s], f.sto.cpos[s]);
+  f.sto.unz -= f.sto.rlen[p] + f.sto.clen[c];
+  f.acc.work[lt_updstore] += f.sto.rlen[p] + f.sto.clen[c];
+  f.sto.rlen[p] = 0;
+  f.sto.clen[c] = 0;
 }
 
 bool has_eta_room(lu& f, int32_t n) {
-  if (f.lubot - n >= f.urowfree) return true;
-  return TVN_lu_garcol(f) && f.lubot - n >= f.urowfree;
+  if (f.sto.lubot - n >= f.sto.urowfree) return true;
+  return TVN_lu_garcol(f) && f.sto.lubot - n >= f.sto.urowfree;
 }
 
 void store_eta(lu& f, int32_t p, const lu_eta& eta) {
   if (eta.count == 0) return;
-  f.lubot -= eta.count;
+  f.sto.lubot -= eta.count;
   for (int32_t k = 0; k < eta.count; k++) {
-    f.rcol[f.lubot + k] = f.stack[k];
-    f.rval[f.lubot + k] = -f.lwork[k];
+    f.sto.rcol[f.sto.lubot + k] = f.tmp.stack[k];
+    f.sto.rval[f.sto.lubot + k] = -f.tmp.lwork[k];
   }
-  f.etarow[f.numetas++] = p;
-  f.etabeg[f.numetas] = f.lubot;
-  f.work[lt_updstore] += eta.count;
+  f.eta.etarow[f.eta.numetas++] = p;
+  f.eta.etabeg[f.eta.numetas] = f.sto.lubot;
+  f.acc.work[lt_updstore] += eta.count;
 }
 
 // Room for one more element in row r and column c. A compression on the way takes head-room back, hence the loop.
 lu_code make_room(lu& f, int32_t r, int32_t c, int32_t remaining) {
-  while (f.rlen[r] == f.rcap[r] || f.clen[c] == f.ccap[c]) {
-    const lu_code code =
-        f.rlen[r] == f.rcap[r] ? TVN_lu_resizerow(f, r, f.rcap[r] + 1) : TVN_lu_resizecol(f, c, f.clen[c] + remaining);
+  while (f.sto.rlen[r] == f.sto.rcap[r] || f.sto.clen[c] == f.sto.ccap[c]) {
+    const lu_code code = f.sto.rlen[r] == f.sto.rcap[r] ? TVN_lu_resizerow(f, r, f.sto.rcap[r] + 1)
+                                                        : TVN_lu_resizecol(f, c, f.sto.clen[c] + remaining);
     if (code != lu_code::done) return code;
   }
   return lu_code::done;
@@ -143,63 +143,63 @@ lu_code make_room(lu& f, int32_t r, int32_t c, int32_t remaining) {
 
 lu_code insert_spike(lu& f, int32_t p, int32_t c, const spvec& w) {
   int32_t remaining = 0;
-  for (int32_t k = 0; k < w.count; k++) remaining += std::fabs(w.val[w.idx[k]]) > f.tolzero && w.idx[k] != p;
-  f.unz += remaining;
-  f.work[lt_updstore] += remaining;
+  for (int32_t k = 0; k < w.count; k++) remaining += std::fabs(w.val[w.idx[k]]) > f.set.tolzero && w.idx[k] != p;
+  f.sto.unz += remaining;
+  f.acc.work[lt_updstore] += remaining;
   for (int32_t k = 0; remaining > 0; k++) {
     const int32_t r = w.idx[k];
     const double v = w.val[r];
-    if (r == p || !(std::fabs(v) > f.tolzero)) continue;
-    if (f.rlen[r] == f.rcap[r] || f.clen[c] == f.ccap[c])
+    if (r == p || !(std::fabs(v) > f.set.tolzero)) continue;
+    if (f.sto.rlen[r] == f.sto.rcap[r] || f.sto.clen[c] == f.sto.ccap[c])
       if (const lu_code code = make_room(f, r, c, remaining); code != lu_code::done) return code;
-    const int32_t q = f.rbeg[r] + f.rlen[r]++, s = f.cbeg[c] + f.clen[c]++;
-    f.rval[q] = f.cval[s] = v;
-    f.rcol[q] = c;
-    f.rpos[q] = s;
-    f.crow[s] = r;
-    f.cpos[s] = q;
+    const int32_t q = f.sto.rbeg[r] + f.sto.rlen[r]++, s = f.sto.cbeg[c] + f.sto.clen[c]++;
+    f.sto.rval[q] = f.sto.cval[s] = v;
+    f.sto.rcol[q] = c;
+    f.sto.rpos[q] = s;
+    f.sto.crow[s] = r;
+    f.sto.cpos[s] = q;
     remaining--;
   }
   return lu_code::done;
 }
 
 void move_to_end(lu& f, int32_t p) {
-  f.uorder[f.uplace[p]] = -1;
-  if (f.uend == static_cast<int32_t>(f.uorder.size())) { // squeeze out the holes
+  f.u.order[f.u.place[p]] = -1;
+  if (f.u.end == static_cast<int32_t>(f.u.order.size())) { // squeeze out the holes
     int32_t n = 0;
-    for (int32_t k = 0; k < f.uend; k++) {
-      const int32_t r = f.uorder[k];
+    for (int32_t k = 0; k < f.u.end; k++) {
+      const int32_t r = f.u.order[k];
       if (r < 0) continue;
-      f.uplace[r] = n;
-      f.colplace[f.rowpivcol[r]] = n;
-      f.uorder[n++] = r;
+      f.u.place[r] = n;
+      f.u.colplace[f.piv.rowpivcol[r]] = n;
+      f.u.order[n++] = r;
     }
-    f.uend = n;
+    f.u.end = n;
   }
-  f.uplace[p] = f.uend;
-  f.colplace[f.rowpivcol[p]] = f.uend;
-  f.uorder[f.uend++] = p;
+  f.u.place[p] = f.u.end;
+  f.u.colplace[f.piv.rowpivcol[p]] = f.u.end;
+  f.u.order[f.u.end++] = p;
 }
 
 lu_code no_room(lu& f) {
-  if (f.numupds < earlyupdates) f.incwsze = true;
+  if (f.eta.numupds < earlyupdates) f.run.incwsze = true;
   return lu_code::no_update_room;
 }
 
 } // namespace
 
-void TVN_lu_initupdate(lu& f) { f.numupds = 0; }
+void TVN_lu_initupdate(lu& f) { f.eta.numupds = 0; }
 
 lu_code TVN_lu_supd(lu& f, int32_t position, const spvec& spike) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored && f.nrow == f.ncol && 0 <= position && position < f.ncol);
-  const int32_t p = f.colpivrow[position];
+  const int32_t p = f.piv.colpivrow[position];
   const lu_eta eta = form_eta(f, p, spike.val.data());
   const double d = spike.val[p] - eta.dot;
-  if (!(std::fabs(d) > std::max(f.tolabspiv, f.tolzero))) return lu_code::unstable_update;
-  if (!(std::fabs(d) > largest(spike) * eta.max * f.tolrelupd)) return lu_code::unstable_update;
-  f.numupds++;
+  if (!(std::fabs(d) > std::max(f.set.tolabspiv, f.set.tolzero))) return lu_code::unstable_update;
+  if (!(std::fabs(d) > largest(spike) * eta.max * f.set.tolrelupd)) return lu_code::unstable_update;
+  f.eta.numupds++;
   decide_factornow(f);
-  if (f.numetas == f.maxetas) return lu_code::no_update_room;
+  if (f.eta.numetas == f.eta.maxetas) return lu_code::no_update_room;
   if (!has_eta_room(f, eta.count)) return no_room(f);
 
   remove_old(f, p, position);
@@ -208,12 +208,12 @@ lu_code TVN_lu_supd(lu& f, int32_t position, const spvec& spike) {
     f.state = lu_unusable;
     return no_room(f);
   }
-  f.diag[p] = d;
+  f.u.diag[p] = d;
   move_to_end(f, p);
 #if TVN_CHECK_LEVEL >= 3
   lu_audit(f, label, __LINE__);
 #endif
-  return f.factornow ? lu_code::refactor_advised : lu_code::done;
+  return f.run.factornow ? lu_code::refactor_advised : lu_code::done;
 }
 
 } // namespace tvn

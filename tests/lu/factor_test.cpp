@@ -26,8 +26,8 @@ TEST(LuFactor, SolvesEmptyAndIdentityWithoutSearch) {
     factor t(m, 3 * m + 1);
     ASSERT_EQ(t.run(b), lu_code::done);
     EXPECT_EQ(TVN_lu_getrank(t.f), m);
-    EXPECT_EQ(t.f.numtriangular, 1);
-    EXPECT_EQ(t.f.work[lt_search], 0);
+    EXPECT_EQ(t.f.run.numtriangular, 1);
+    EXPECT_EQ(t.f.acc.work[lt_search], 0);
     expect_solves(t, b, r, 0.0);
   }
 }
@@ -38,7 +38,7 @@ TEST(LuFactor, TakesTriangularBasesByTheSingletonPassesAlone) {
     const matrix b = lp_basis(r, 200, 0.1 * (trial % 10), 1.0, 3);
     factor t(b.m, 3 * b.nnz());
     ASSERT_EQ(t.run(b), lu_code::done);
-    EXPECT_EQ(t.f.numtriangular, 1);
+    EXPECT_EQ(t.f.run.numtriangular, 1);
     expect_solves(t, b, r, tolresidual);
   }
 }
@@ -99,7 +99,7 @@ TEST(LuFactor, TakesElementsInAnyOrderLikeColumns) {
   std::shuffle(all.begin(), all.end(), r.gen);
   for (auto [i, j, v] : all) ASSERT_EQ(TVN_lu_inaij(t.f, i, j, v), lu_code::done);
   ASSERT_EQ(TVN_lu_inaij(t.f, 3, 3, 1e-13), lu_code::done); // exactly the zero tolerance: dropped
-  EXPECT_EQ(t.f.anz, b.nnz());
+  EXPECT_EQ(t.f.sto.anz, b.nnz());
   EXPECT_EQ(TVN_lu_inaij(t.f, 90, 0, 1.0), lu_code::bad_row);
   const int32_t sub[] = {0, 1}, map[] = {90, 95};
   const double val[] = {1.0, 1.0};

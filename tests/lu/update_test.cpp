@@ -102,7 +102,7 @@ TEST(LuUpdate, RejectsANewDiagonalAtTheAbsoluteTolerance) {
   EXPECT_EQ(TVN_lu_supd(t.f, 0, spike), lu_code::unstable_update);
   spike.val[0] = 1.0000001e-8;
   EXPECT_EQ(TVN_lu_supd(t.f, 0, spike), lu_code::done);
-  EXPECT_EQ(t.f.numetas, 0); // row 0 of U held only its pivot
+  EXPECT_EQ(t.f.eta.numetas, 0); // row 0 of U held only its pivot
   EXPECT_EQ(TVN_lu_getnumupds(t.f), 1);
 }
 

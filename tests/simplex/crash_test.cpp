@@ -32,7 +32,7 @@ crash_run crash(lp_case& p, int32_t percent) {
     EXPECT_TRUE(s.x[j] == w.lower[j] || s.x[j] == w.upper[j]) << j;
   }
   r.regular = tvn::TVN_simplex_factor(s.fac) == tvn::factor_result::full;
-  r.triangular = s.fac.factor.numtriangular > 0;
+  r.triangular = s.fac.factor.run.numtriangular > 0;
   return r;
 }
 

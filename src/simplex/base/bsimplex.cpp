@@ -140,8 +140,8 @@ simplex_code TVN_simplex_verifybasis(const basis_source& a, simplex_basis& b) {
   b.rank = TVN_lu_getrank(b.factor);
   if (result == factor_result::full) return simplex_code::ok;
   if (result != factor_result::singular) return simplex_code::factor;
-  b.firstlacking = static_cast<int32_t>(std::find(b.factor.colpivrow.begin(), b.factor.colpivrow.end(), b.m) -
-                                        b.factor.colpivrow.begin());
+  b.firstlacking = static_cast<int32_t>(std::find(b.factor.piv.colpivrow.begin(), b.factor.piv.colpivrow.end(), b.m) -
+                                        b.factor.piv.colpivrow.begin());
   return simplex_code::singular;
 }
 

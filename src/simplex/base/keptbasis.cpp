@@ -125,8 +125,8 @@ void TVN_simplex_takefactor(kept_basis& b, simplex_state& s) {
     s.fac.pos[j] = k;
   }
   std::swap(s.fac.factor, b.factor);
-  TVN_lu_putgeta(s.fac.factor, b.factor.getcolhandle, b.factor.getcol);
-  TVN_lu_putprogressfunc(s.fac.factor, b.factor.progresshandle, b.factor.progress);
+  TVN_lu_putgeta(s.fac.factor, b.factor.set.getcolhandle, b.factor.set.getcol);
+  TVN_lu_putprogressfunc(s.fac.factor, b.factor.set.progresshandle, b.factor.set.progress);
   s.fac.since = b.since;
   s.fac.usable = s.factorready = true;
   TVN_simplex_dropfactor(b);
