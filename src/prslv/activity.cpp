@@ -17,19 +17,19 @@ void put_bounds(int32_t& key, double& bl, double& bu, double lo, double up) {
 
 } // namespace
 
-void TVN_prslv_addterm(prslv_context& x, int32_t i, double a, double lo, double up, int32_t sign) {
+void TVN_prslv_addterm(prslv_activities& act, int32_t i, double a, double lo, double up, int32_t sign) {
   const double atlow = a > 0 ? lo : up, atupp = a > 0 ? up : lo;
   if (std::isinf(atlow))
-    x.ncilax[i] += sign;
+    act.numlower[i] += sign;
   else
-    x.lax[i] += sign * (a * atlow);
+    act.lower[i] += sign * (a * atlow);
   if (std::isinf(atupp))
-    x.nciuax[i] += sign;
+    act.numupper[i] += sign;
   else
-    x.uax[i] += sign * (a * atupp);
+    act.upper[i] += sign * (a * atupp);
 }
 
-void TVN_prslv_conactivity(prslv_context& x, int32_t i) {
+void TVN_prslv_conactivity(const prslv_context& x, int32_t i, prslv_activities& act) {
   double least = 0, largest = 0;
   int32_t numlow = 0, numupp = 0;
   for_row(x, i, [&](int32_t j, double a) {
@@ -40,46 +40,46 @@ void TVN_prslv_conactivity(prslv_context& x, int32_t i) {
     least += inflow ? 0 : a * atlow;
     largest += infupp ? 0 : a * atupp;
   });
-  x.lax[i] = least;
-  x.uax[i] = largest;
-  x.ncilax[i] = numlow;
-  x.nciuax[i] = numupp;
+  act.lower[i] = least;
+  act.upper[i] = largest;
+  act.numlower[i] = numlow;
+  act.numupper[i] = numupp;
 }
 
-void TVN_prslv_allactivities(prslv_context& x) {
+void TVN_prslv_allactivities(const prslv_context& x, prslv_activities& act, prslv_run& run) {
   for (int32_t i = 0; i < x.p.numcon; i++) {
     if (!x.conlive[i]) continue;
-    TVN_prslv_conactivity(x, i);
-    if (TVN_prslv_stopped(x, x.connz[i])) return;
+    TVN_prslv_conactivity(x, i, act);
+    if (TVN_prslv_stopped(run, x.connz[i])) return;
   }
 }
 
-void TVN_prslv_setvarbounds(prslv_context& x, int32_t j, double lo, double up) {
-  put_bounds(x.p.bkx[j], x.p.blx[j], x.p.bux[j], lo, up);
+void TVN_prslv_setvarbounds(prslv_problem& p, int32_t j, double lo, double up) {
+  put_bounds(p.bkx[j], p.blx[j], p.bux[j], lo, up);
 }
 
 void TVN_prslv_putvarbounds(prslv_context& x, int32_t j, double lo, double up) {
   const double oldlo = var_lower(x, j), oldup = var_upper(x, j);
-  TVN_prslv_setvarbounds(x, j, lo, up);
-  make_due(x, j);
+  TVN_prslv_setvarbounds(x.p, j, lo, up);
+  make_due(x, j, x.due);
   for_col(x, j, [&](int32_t i, double a) {
-    TVN_prslv_addterm(x, i, a, oldlo, oldup, -1);
-    TVN_prslv_addterm(x, i, a, lo, up, 1);
-    TVN_prslv_updatelist(x.list, i);
+    TVN_prslv_addterm(x.act, i, a, oldlo, oldup, -1);
+    TVN_prslv_addterm(x.act, i, a, lo, up, 1);
+    TVN_prslv_updatelist(x.due.rows, i);
   });
 }
 
-void TVN_prslv_putconbounds(prslv_context& x, int32_t i, double lo, double up) {
-  put_bounds(x.p.bkc[i], x.p.blc[i], x.p.buc[i], lo, up);
+void TVN_prslv_putconbounds(prslv_problem& p, int32_t i, double lo, double up) {
+  put_bounds(p.bkc[i], p.blc[i], p.buc[i], lo, up);
 }
 
 void TVN_prslv_killcon(prslv_context& x, int32_t i) {
   x.conlive[i] = 0;
   x.p.bkc[i] = bk_fr;
-  x.stats->numconfree++;
+  x.run.stats->numconfree++;
   for_row(x, i, [&](int32_t j, double) {
     x.varnz[j]--;
-    make_due(x, j);
+    make_due(x, j, x.due);
   });
 }
 
@@ -88,18 +88,18 @@ void TVN_prslv_killvar(prslv_context& x, int32_t j, double value) {
   x.varlive[j] = 0;
   x.p.cfix += x.p.c[j] * value;
   for_col(x, j, [&](int32_t i, double a) {
-    TVN_prslv_addterm(x, i, a, lo, up, -1);
+    TVN_prslv_addterm(x.act, i, a, lo, up, -1);
     const double shift = a * value;
     x.p.cfix += x.p.cc[i] * shift; // the row's cost prices what is left of the row
     if (con_lower(x, i) > -prslv_inf) x.p.blc[i] -= shift;
     if (con_upper(x, i) < prslv_inf) x.p.buc[i] -= shift;
     if (x.p.bkc[i] == bk_fx) x.p.buc[i] = x.p.blc[i];
     x.connz[i]--;
-    TVN_prslv_updatelist(x.list, i);
+    TVN_prslv_updatelist(x.due.rows, i);
   });
   x.p.bkx[j] = bk_fx;
   x.p.blx[j] = x.p.bux[j] = value;
-  x.stats->numvarfixed++;
+  x.run.stats->numvarfixed++;
 }
 
 void TVN_prslv_impliedvarbound(const prslv_context& x, double a, int32_t i, int32_t j, double& lower, double& upper) {
@@ -109,14 +109,14 @@ void TVN_prslv_impliedvarbound(const prslv_context& x, double a, int32_t i, int3
   // The rest of the row at its largest and at its least.
   const double own_up = a > 0 ? u : l, own_low = a > 0 ? l : u;
   double restup = prslv_inf, restlow = -prslv_inf;
-  if (x.nciuax[i] == 0)
-    restup = x.uax[i] - a * own_up;
-  else if (x.nciuax[i] == 1 && std::isinf(own_up))
-    restup = x.uax[i];
-  if (x.ncilax[i] == 0)
-    restlow = x.lax[i] - a * own_low;
-  else if (x.ncilax[i] == 1 && std::isinf(own_low))
-    restlow = x.lax[i];
+  if (x.act.numupper[i] == 0)
+    restup = x.act.upper[i] - a * own_up;
+  else if (x.act.numupper[i] == 1 && std::isinf(own_up))
+    restup = x.act.upper[i];
+  if (x.act.numlower[i] == 0)
+    restlow = x.act.lower[i] - a * own_low;
+  else if (x.act.numlower[i] == 1 && std::isinf(own_low))
+    restlow = x.act.lower[i];
   if (bl > -prslv_inf && restup < prslv_inf) (a > 0 ? lower : upper) = (bl - restup) / a;
   if (bu < prslv_inf && restlow > -prslv_inf) (a > 0 ? upper : lower) = (bu - restlow) / a;
 }
@@ -141,14 +141,14 @@ prslv_implied TVN_prslv_impliedboundsonvarj(const prslv_context& x, int32_t j) {
 
 bool TVN_prslv_rowimplies(prslv_context& x, int32_t i, int32_t j, bool lower, double own) {
   if (i < 0) return false;
-  TVN_prslv_conactivity(x, i);
-  TVN_prslv_stopped(x, x.connz[i]);
+  TVN_prslv_conactivity(x, i, x.act);
+  TVN_prslv_stopped(x.run, x.connz[i]);
   double a = 0, lo, up;
   for_row(x, i, [&](int32_t l, double v) {
     if (l == j) a = v;
   });
   TVN_prslv_impliedvarbound(x, a, i, j, lo, up);
-  return is_decent(x, i, a) && (lower ? lo >= own : up <= own);
+  return is_decent(x, i, a, x.rowmax) && (lower ? lo >= own : up <= own);
 }
 
 bool TVN_prslv_impliedfreevar(prslv_context& x, int32_t j) {

@@ -20,18 +20,19 @@ struct row_state {
 row_state judge_row(const prslv_context& x, int32_t i, double noise) {
   const double bl = con_lower(x, i), bu = con_upper(x, i), tol = x.param.tolx;
   const double tl = tol * std::max(1.0, std::fabs(bl)), tu = tol * std::max(1.0, std::fabs(bu));
-  const bool haslow = bl > -prslv_inf, hasupp = bu < prslv_inf, lowok = x.ncilax[i] == 0, uppok = x.nciuax[i] == 0;
+  const bool haslow = bl > -prslv_inf, hasupp = bu < prslv_inf, lowok = x.act.numlower[i] == 0,
+             uppok = x.act.numupper[i] == 0;
   row_state s{};
   s.haslow = haslow;
   s.hasupp = hasupp;
   s.equality = bl == bu;
-  s.infeaslow = haslow && uppok && x.uax[i] < bl - tl - noise;
-  s.infeasupp = hasupp && lowok && x.lax[i] > bu + tu + noise;
+  s.infeaslow = haslow && uppok && x.act.upper[i] < bl - tl - noise;
+  s.infeasupp = hasupp && lowok && x.act.lower[i] > bu + tu + noise;
   // Redundant without leaning on the tolerance: a breach would be the user's to see.
-  s.redlow = haslow && lowok && x.lax[i] >= bl - 1e-3 * tl;
-  s.redupp = hasupp && uppok && x.uax[i] <= bu + 1e-3 * tu;
-  s.forcelow = haslow && uppok && x.uax[i] <= bl + 1e-3 * tl;
-  s.forceupp = hasupp && lowok && x.lax[i] >= bu - 1e-3 * tu;
+  s.redlow = haslow && lowok && x.act.lower[i] >= bl - 1e-3 * tl;
+  s.redupp = hasupp && uppok && x.act.upper[i] <= bu + 1e-3 * tu;
+  s.forcelow = haslow && uppok && x.act.upper[i] <= bl + 1e-3 * tl;
+  s.forceupp = hasupp && lowok && x.act.lower[i] >= bu - 1e-3 * tu;
   return s;
 }
 
@@ -47,8 +48,8 @@ double rounding(const prslv_context& x, int32_t i) {
 
 void check_activity(prslv_context& x, int32_t i) {
   if (!judge_row(x, i, 0.0).any()) return;
-  TVN_prslv_conactivity(x, i);
-  TVN_prslv_stopped(x, x.connz[i]);
+  TVN_prslv_conactivity(x, i, x.act);
+  TVN_prslv_stopped(x.run, x.connz[i]);
   const row_state s = judge_row(x, i, rounding(x, i));
   if (s.infeaslow || s.infeasupp) return TVN_prslv_coninfeasax(x, i, s.infeaslow);
   if (s.all_redundant()) return TVN_prslv_conrelax(x, i);
@@ -72,21 +73,21 @@ void check_row(prslv_context& x, int32_t i) {
 } // namespace
 
 prslv_code TVN_prslv_checkconlist(prslv_context& x) {
-  while (x.status == prs_undecided && !x.stop) {
-    if (const int32_t i = TVN_prslv_poplist(x.list); i >= 0) {
+  while (x.status == prs_undecided && !x.run.stop) {
+    if (const int32_t i = TVN_prslv_poplist(x.due.rows); i >= 0) {
       if (!x.conlive[i] || !x.conlin[i]) continue;
       check_row(x, i);
-      TVN_prslv_stopped(x, 1);
-    } else if (const int32_t j = TVN_prslv_poplist(x.cols); j >= 0) {
+      TVN_prslv_stopped(x.run, 1);
+    } else if (const int32_t j = TVN_prslv_poplist(x.due.cols); j >= 0) {
       if (x.varlive[j]) TVN_prslv_checkvar(x, j);
-      TVN_prslv_stopped(x, x.col.len[j]);
+      TVN_prslv_stopped(x.run, x.col.len[j]);
     } else {
       break;
     }
   }
-  TVN_prslv_emptylist(x.list);
-  TVN_prslv_emptylist(x.cols);
-  return x.stop ? prslv_code::stopped : prslv_code::ok;
+  TVN_prslv_emptylist(x.due.rows);
+  TVN_prslv_emptylist(x.due.cols);
+  return x.run.stop ? prslv_code::stopped : prslv_code::ok;
 }
 
 } // namespace tvn

@@ -10,10 +10,10 @@ constexpr int32_t maxpasses = 20; // of duals and implied bounds
 void make_all_due(prslv_context& x) {
   for (int32_t i = 0; i < x.p.numcon; i++) {
     x.rowmax[i] = -1;
-    if (x.conlive[i] && x.conlin[i]) TVN_prslv_updatelist(x.list, i);
+    if (x.conlive[i] && x.conlin[i]) TVN_prslv_updatelist(x.due.rows, i);
   }
   for (int32_t j = 0; j < x.p.numvar; j++)
-    if (x.varlive[j]) TVN_prslv_updatelist(x.cols, j);
+    if (x.varlive[j]) TVN_prslv_updatelist(x.due.cols, j);
 }
 
 } // namespace
@@ -23,7 +23,7 @@ prslv_code TVN_prslv_checkproblem(prslv_context& x) {
   prslv_code code = TVN_prslv_doubletoncons(x);
   const auto goes_on = [&] { return code == prslv_code::ok && x.status == prs_undecided; };
   if (!goes_on()) return code;
-  TVN_prslv_allactivities(x); // later passes refresh them where implied bounds are formed
+  TVN_prslv_allactivities(x, x.act, x.run); // later passes refresh them where implied bounds are formed
   make_all_due(x);
   code = TVN_prslv_checkconlist(x);
   for (int32_t pass = 0, before = -1; pass < maxpasses && goes_on() && TVN_prslv_getnumred(x) != before; pass++) {

@@ -28,29 +28,29 @@ bool TVN_prslv_conforce(prslv_context& x, int32_t i, bool lower) {
   bool ok = true;
   auto end = [&](int32_t j, double a) { return (a > 0) == lower ? var_upper(x, j) : var_lower(x, j); };
   for_row(x, i, [&](int32_t j, double a) {
-    x.subwork[n++] = j;
+    x.tmp.subwork[n++] = j;
     ok = ok && may_fix(x, j, end(j, a));
   });
   if (!ok) return false;
   const double cc = x.p.cc[i];
   TVN_prslv_beginpushstk(x, rt_conforce);
-  push_row(x, i);
+  push_row(x, i, x.stk);
   TVN_prslv_endpushstk(x, rt_conforce, conforce_record{i, x.p.bkc[i], n, lower, cc});
   for_row(x, i, [&](int32_t j, double a) {
     x.p.c[j] += cc * a;
-    x.valwork[j] = a;
+    x.tmp.valwork[j] = a;
   });
   TVN_prslv_killcon(x, i);
   for (int32_t k = 0; k < n; k++) {
-    const int32_t j = x.subwork[k];
-    TVN_prslv_varfix(x, j, end(j, x.valwork[j]), rt_blkfix);
-    if (TVN_prslv_stopped(x, x.col.len[j])) break;
+    const int32_t j = x.tmp.subwork[k];
+    TVN_prslv_varfix(x, j, end(j, x.tmp.valwork[j]), rt_blkfix);
+    if (TVN_prslv_stopped(x.run, x.col.len[j])) break;
   }
   return true;
 }
 
 void prslv_undoconforce(prslv_post& w) {
-  const auto [r, row] = TVN_prslv_poprecord<conforce_record>(w.x);
+  const auto [r, row] = TVN_prslv_poprecord<conforce_record>(w.x.stk);
   lp_solution& s = w.s;
   // y_i = step - df cc_i with step >= 0 at the lower side, <= 0 at the upper.
   double step = 0, act = 0;

@@ -23,14 +23,14 @@ struct conrelax_record {
 void TVN_prslv_conrelax(prslv_context& x, int32_t i, int32_t rtype) {
   const double cc = x.p.cc[i];
   TVN_prslv_beginpushstk(x, rtype);
-  push_row(x, i);
+  push_row(x, i, x.stk);
   TVN_prslv_endpushstk(x, rtype, conrelax_record{i, x.connz[i], cc});
   for_row(x, i, [&](int32_t j, double a) { x.p.c[j] += cc * a; });
   TVN_prslv_killcon(x, i);
 }
 
 void prslv_undoconrelax(prslv_post& w) {
-  const auto [r, row] = TVN_prslv_poprecord<conrelax_record>(w.x);
+  const auto [r, row] = TVN_prslv_poprecord<conrelax_record>(w.x.stk);
   lp_solution& s = w.s;
   s.skc[r.i] = w.rest();
   s.y[r.i] = -w.df * r.cost;
@@ -45,7 +45,7 @@ void TVN_prslv_dropside(prslv_context& x, int32_t i, bool upper) {
   TVN_prslv_beginpushstk(x, rtype);
   TVN_prslv_endpushstk(x, rtype);
   x.p.bkc[i] = upper ? bk_lo : bk_up;
-  make_columns_due(x, i);
+  make_columns_due(x, i, x.due);
 }
 
 // A row without columns holds 0; beyond its bounds by more than tolx it proves infeasibility.
@@ -58,8 +58,8 @@ void TVN_prslv_conempty(prslv_context& x, int32_t i) {
 // The Farkas proof is the row alone: y_i = 1 when its lower bound is out of reach, -1 for the upper.
 void TVN_prslv_coninfeasax(prslv_context& x, int32_t i, bool lower) {
   x.status = prs_prim_infeas;
-  x.certrow = i;
-  x.certrowval = lower ? 1 : -1;
+  x.cert.row = i;
+  x.cert.rowval = lower ? 1 : -1;
   TVN_prslv_print(x, "Infeasible in constraint '%s' (%d)\n", "", i);
 }
 

@@ -41,15 +41,15 @@ void TVN_prslv_consin(prslv_context& x, int32_t i, int32_t rtype) {
   if (low || upp) TVN_prslv_putvarbounds(x, j, newl, newu);
   if (newl > newu) {
     x.status = prs_prim_infeas;
-    x.certcol = j;
-    x.certcrossing = true;
+    x.cert.col = j;
+    x.cert.crossing = true;
   } else if (TVN_prslv_canbefixed(x, newl, newu)) {
     TVN_prslv_varfix(x, j, newl, rt_varfix);
   }
 }
 
 void prslv_undoconsin(prslv_post& w) {
-  const auto [i, j, rowkey, low, upp, a, cc] = TVN_prslv_poprecord<consin_record>(w.x);
+  const auto [i, j, rowkey, low, upp, a, cc] = TVN_prslv_poprecord<consin_record>(w.x.stk);
   lp_solution& s = w.s;
   s.y[i] = -w.df * cc;
   s.slc[i] = s.suc[i] = 0;

@@ -12,8 +12,8 @@ namespace tvn {
 // --- pivots, which eliminations share
 
 prslv_pivot TVN_prslv_pushpivot(prslv_context& x, int32_t i, int32_t j, double aij, double b) {
-  push_row(x, i, j);
-  push_col(x, j, i);
+  push_row(x, i, x.stk, j);
+  push_col(x, j, x.stk, i);
   return {i, j, x.connz[i] - 1, x.varnz[j] - 1, aij, b, x.p.c[j], x.p.cc[i]};
 }
 
@@ -96,11 +96,16 @@ bool prslv_doubletoncon(prslv_context& x, int32_t i, bool active) {
   const prslv_pivot pivot = TVN_prslv_pushpivot(x, i, e.go, e.ago, b);
   TVN_prslv_endpushstk(x, rt_doubleton, doubleton_record{pivot, e.keep, low, upp, e.akeep});
   TVN_prslv_substitute(x, i, e.go, e.ago, b);
-  if (low || upp) (active ? TVN_prslv_putvarbounds : TVN_prslv_setvarbounds)(x, e.keep, newl, newu);
+  if (low || upp) {
+    if (active)
+      TVN_prslv_putvarbounds(x, e.keep, newl, newu);
+    else
+      TVN_prslv_setvarbounds(x.p, e.keep, newl, newu);
+  }
   if (newl > newu) {
     x.status = prs_prim_infeas;
-    x.certcol = e.keep;
-    x.certcrossing = true;
+    x.cert.col = e.keep;
+    x.cert.crossing = true;
   } else if (TVN_prslv_canbefixed(x, newl, newu) && may_fix(x, e.keep, newl)) {
     TVN_prslv_varfix(x, e.keep, newl, rt_varfix);
   }
@@ -109,7 +114,7 @@ bool prslv_doubletoncon(prslv_context& x, int32_t i, bool active) {
 
 prslv_code TVN_prslv_doubletoncons(prslv_context& x) {
   for (int32_t i = 0; i < x.p.numcon && x.status == prs_undecided; i++) {
-    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x.run, 1)) return prslv_code::stopped;
     if (!x.conlive[i] || !x.conlin[i] || x.connz[i] != 2 || con_lower(x, i) != con_upper(x, i)) continue;
     prslv_doubletoncon(x, i, false);
   }
@@ -117,7 +122,7 @@ prslv_code TVN_prslv_doubletoncons(prslv_context& x) {
 }
 
 void prslv_undodoubleton(prslv_post& w) {
-  const auto [r, entries] = TVN_prslv_poprecord<doubleton_record>(w.x);
+  const auto [r, entries] = TVN_prslv_poprecord<doubleton_record>(w.x.stk);
   lp_solution& s = w.s;
   const prslv_pivot_back v = prslv_popp(w, r.pivot, entries);
   const int32_t keep = r.keep;

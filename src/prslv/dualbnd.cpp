@@ -63,9 +63,9 @@ void TVN_prslv_confixatbounddbg(prslv_context& x, int32_t i, bool lower) {
   TVN_prslv_beginpushstk(x, rtype);
   TVN_prslv_endpushstk(x, rtype, confix_record{i});
   const double b = lower ? x.p.blc[i] : x.p.buc[i];
-  TVN_prslv_putconbounds(x, i, b, b);
-  TVN_prslv_updatelist(x.list, i);
-  make_columns_due(x, i); // a slack may go now
+  TVN_prslv_putconbounds(x.p, i, b, b);
+  TVN_prslv_updatelist(x.due.rows, i);
+  make_columns_due(x, i, x.due); // a slack may go now
 }
 namespace {
 
@@ -83,38 +83,38 @@ void meet(double v, bool upper, double& yl, double& yu) {
 }
 
 // Signs of one-sided rows, then columns of one row: a y_i <= c without an upper bound, >= c without a lower one.
-void start_bounds(prslv_context& x) {
+void start_bounds(const prslv_context& x, prslv_dualbounds& y) {
   for (int32_t i = 0; i < x.p.numcon; i++) {
-    x.yl[i] = -prslv_inf;
-    x.yu[i] = prslv_inf;
+    y.yl[i] = -prslv_inf;
+    y.yu[i] = prslv_inf;
     if (!x.conlive[i]) continue;
-    if (con_upper(x, i) == prslv_inf) x.yl[i] = -x.p.cc[i];
-    if (con_lower(x, i) == -prslv_inf) x.yu[i] = -x.p.cc[i];
+    if (con_upper(x, i) == prslv_inf) y.yl[i] = -x.p.cc[i];
+    if (con_lower(x, i) == -prslv_inf) y.yu[i] = -x.p.cc[i];
   }
   for (int32_t j = 0; j < x.p.numvar; j++) {
     if (!x.varlive[j] || x.varnz[j] != 1 || !may_use_dual(x, j)) continue;
     const auto [i, a] = TVN_prslv_getvarsin(x, j);
     const double v = x.p.c[j] / a;
-    if (var_upper(x, j) == prslv_inf) meet(v, a > 0, x.yl[i], x.yu[i]);
-    if (var_lower(x, j) == -prslv_inf) meet(v, a < 0, x.yl[i], x.yu[i]);
+    if (var_upper(x, j) == prslv_inf) meet(v, a > 0, y.yl[i], y.yu[i]);
+    if (var_lower(x, j) == -prslv_inf) meet(v, a < 0, y.yl[i], y.yu[i]);
   }
-  std::copy_n(x.yl.data(), x.p.numcon, x.tyl.data());
-  std::copy_n(x.yu.data(), x.p.numcon, x.tyu.data());
+  std::copy_n(y.yl.data(), x.p.numcon, y.tyl.data());
+  std::copy_n(y.yu.data(), x.p.numcon, y.tyu.data());
 }
 
 // a_j'y <= c (no upper bound) and a_j'y >= c (no lower bound) bound each y_i through the others.
-void tighten_by_column(prslv_context& x, int32_t j) {
+void tighten_by_column(const prslv_context& x, int32_t j, prslv_dualbounds& y) {
   const bool noupp = var_upper(x, j) == prslv_inf, nolow = var_lower(x, j) == -prslv_inf;
   if (!noupp && !nolow) return;
-  const prslv_dualsum s = TVN_prslv_sumduals(x, j, x.tyl.data(), x.tyu.data());
+  const prslv_dualsum s = TVN_prslv_sumduals(x, j, y.tyl.data(), y.tyu.data());
   const double c = x.p.c[j];
   if (s.size > 1e8 * (1 + std::fabs(c))) return; // the digits are gone
   for_col(x, j, [&](int32_t i, double a) {
-    const double lo = a > 0 ? a * x.tyl[i] : a * x.tyu[i], up = a > 0 ? a * x.tyu[i] : a * x.tyl[i];
+    const double lo = a > 0 ? a * y.tyl[i] : a * y.tyu[i], up = a > 0 ? a * y.tyu[i] : a * y.tyl[i];
     if (std::fabs(a) <= x.param.tols) return;
     const bool ownlo = std::isinf(lo), ownup = std::isinf(up);
-    if (noupp && s.numlo == (ownlo ? 1 : 0)) meet((c - (s.lo - (ownlo ? 0 : lo))) / a, a > 0, x.tyl[i], x.tyu[i]);
-    if (nolow && s.numup == (ownup ? 1 : 0)) meet((c - (s.up - (ownup ? 0 : up))) / a, a < 0, x.tyl[i], x.tyu[i]);
+    if (noupp && s.numlo == (ownlo ? 1 : 0)) meet((c - (s.lo - (ownlo ? 0 : lo))) / a, a > 0, y.tyl[i], y.tyu[i]);
+    if (nolow && s.numup == (ownup ? 1 : 0)) meet((c - (s.up - (ownup ? 0 : up))) / a, a < 0, y.tyl[i], y.tyu[i]);
   });
 }
 
@@ -127,11 +127,11 @@ range reduced_cost(const prslv_context& x, int32_t j, const double* yl, const do
 // Fixes column j when its reduced cost has a sign.
 void try_dominated(prslv_context& x, int32_t j) {
   double size = 0;
-  const range strict = reduced_cost(x, j, x.tyl.data(), x.tyu.data(), size);
+  const range strict = reduced_cost(x, j, x.dual.tyl.data(), x.dual.tyu.data(), size);
   const double tol = x.param.tols * (1 + std::fabs(x.p.c[j])) + 1e-11 * size;
   bool low = strict.lo > tol, upp = strict.up < -tol;
   if (!low && !upp && x.varnz[j] >= 2) {
-    const range weak = reduced_cost(x, j, x.yl.data(), x.yu.data(), size);
+    const range weak = reduced_cost(x, j, x.dual.yl.data(), x.dual.yu.data(), size);
     low = weak.lo >= -1e-15 * size && size < 1e6;
     upp = weak.up <= 1e-15 * size && size < 1e6;
   }
@@ -146,9 +146,9 @@ void try_tight_row(prslv_context& x, int32_t i) {
   if (l == u) return;
   const double tol = x.param.tols * (1 + std::fabs(cc));
   auto strict = [&](double d, double y) { return d > tol + 1e-9 * std::fabs(y); };
-  if (l > -prslv_inf && strict(x.tyl[i] + cc, x.tyl[i]))
+  if (l > -prslv_inf && strict(x.dual.tyl[i] + cc, x.dual.tyl[i]))
     TVN_prslv_confixatbounddbg(x, i, true);
-  else if (u < prslv_inf && strict(-(x.tyu[i] + cc), x.tyu[i]))
+  else if (u < prslv_inf && strict(-(x.dual.tyu[i] + cc), x.dual.tyu[i]))
     TVN_prslv_confixatbounddbg(x, i, false);
 }
 
@@ -174,23 +174,23 @@ void try_varforce(prslv_context& x, int32_t j) {
     });
     if (sign * c < -x.param.tols * (1 + size)) {
       x.status = prs_dual_infeas;
-      x.certcol = j;
-      x.certcolval = sign;
+      x.cert.col = j;
+      x.cert.colval = sign;
       return;
     }
     if (!(std::fabs(c) <= 1e-15 * size)) continue;
     TVN_prslv_beginpushstk(x, rt_varforce);
     int32_t n = 0;
     for_col(x, j, [&](int32_t i, double a) {
-      push_item(x, forced_row{i, a, sign * a > 0 ? x.p.blc[i] : x.p.buc[i]});
-      x.subwork[n++] = i;
+      push_item(x.stk, forced_row{i, a, sign * a > 0 ? x.p.blc[i] : x.p.buc[i]});
+      x.tmp.subwork[n++] = i;
     });
     const double bound = sign > 0 ? var_lower(x, j) : var_upper(x, j);
     TVN_prslv_endpushstk(x, rt_varforce, varforce_record{j, sign, n, bound});
     TVN_prslv_killvar(x, j, 0.0);
-    for (int32_t k = 0; k < n; k++) x.p.bkc[x.subwork[k]] = bk_fr;
-    for (int32_t k = 0; k < n && !TVN_prslv_stopped(x, x.row.len[x.subwork[k]]); k++)
-      TVN_prslv_conrelax(x, x.subwork[k]);
+    for (int32_t k = 0; k < n; k++) x.p.bkc[x.tmp.subwork[k]] = bk_fr;
+    for (int32_t k = 0; k < n && !TVN_prslv_stopped(x.run, x.row.len[x.tmp.subwork[k]]); k++)
+      TVN_prslv_conrelax(x, x.tmp.subwork[k]);
     return;
   }
 }
@@ -230,9 +230,9 @@ void try_onelock(prslv_context& x, int32_t j) {
     if (!std::isinf(own)) {
       double lo, up;
       TVN_prslv_impliedvarbound(x, a, i, j, lo, up);
-      if (!(down ? lo >= own : up <= own) || !is_decent(x, i, a)) continue;
-      TVN_prslv_conactivity(x, i); // believed only afresh
-      TVN_prslv_stopped(x, x.connz[i]);
+      if (!(down ? lo >= own : up <= own) || !is_decent(x, i, a, x.rowmax)) continue;
+      TVN_prslv_conactivity(x, i, x.act); // believed only afresh
+      TVN_prslv_stopped(x.run, x.connz[i]);
       TVN_prslv_impliedvarbound(x, a, i, j, lo, up);
       if (!(down ? lo >= own : up <= own)) continue;
       TVN_prslv_varrelax(x, j, down, !down);
@@ -275,19 +275,20 @@ void TVN_prslv_checkvar(prslv_context& x, int32_t j) {
 
 prslv_code TVN_prslv_dualbounds(prslv_context& x) {
   const prslv_clock clock(x, task_domvar);
-  start_bounds(x);
+  start_bounds(x, x.dual);
   for (int32_t pass = 0; pass < tightenpasses; pass++)
     for (int32_t j = 0; j < x.p.numvar; j++) {
       if (!x.varlive[j] || x.varnz[j] < 2 || !may_use_dual(x, j)) continue;
-      tighten_by_column(x, j);
-      if (TVN_prslv_stopped(x, 2 * x.varnz[j])) return prslv_code::stopped;
+      tighten_by_column(x, j, x.dual);
+      if (TVN_prslv_stopped(x.run, 2 * x.varnz[j])) return prslv_code::stopped;
     }
   // Bounds that cross say that the problem has no dual point; the optimizer finds the ray.
   for (int32_t i = 0; i < x.p.numcon; i++)
-    if (x.conlive[i] && !(x.tyl[i] <= x.tyu[i] + x.param.tols * (1 + std::fabs(x.tyu[i])))) return prslv_code::ok;
+    if (x.conlive[i] && !(x.dual.tyl[i] <= x.dual.tyu[i] + x.param.tols * (1 + std::fabs(x.dual.tyu[i]))))
+      return prslv_code::ok;
   for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++) {
     if (!x.varlive[j] || !may_use_dual(x, j) || x.varnz[j] == 0) continue;
-    if (TVN_prslv_stopped(x, 2 * x.varnz[j])) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x.run, 2 * x.varnz[j])) return prslv_code::stopped;
     try_dominated(x, j);
   }
   for (int32_t i = 0; i < x.p.numcon; i++)
@@ -296,7 +297,7 @@ prslv_code TVN_prslv_dualbounds(prslv_context& x) {
 }
 
 void prslv_undoconfix(prslv_post& w, int32_t rtype) {
-  const auto [i] = TVN_prslv_poprecord<confix_record>(w.x);
+  const auto [i] = TVN_prslv_poprecord<confix_record>(w.x.stk);
   lp_solution& s = w.s;
   if (s.skc[i] == sk_fix) s.skc[i] = rtype == rt_confixlow ? sk_low : sk_upr;
   // An interior point has duals on both sides of an equality; one side is gone.
@@ -304,7 +305,7 @@ void prslv_undoconfix(prslv_post& w, int32_t rtype) {
 }
 
 void prslv_undovarforce(prslv_post& w) {
-  const auto [r, rows] = TVN_prslv_poprecord<varforce_record>(w.x);
+  const auto [r, rows] = TVN_prslv_poprecord<varforce_record>(w.x.stk);
   lp_solution& s = w.s;
   const int32_t j = r.j, sign = r.sign;
   // The bound at the far end, or the row that asks most.

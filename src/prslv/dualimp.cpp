@@ -45,7 +45,7 @@ bool is_judged(const prslv_context& x, int32_t j) { return x.varlive[j] && x.var
 
 // A row implies a bound only while all bounds that it leans on stay; `lost` tells. Running activities point at the row,
 // which is asked afresh before a bound is really dropped.
-void find_implied(prslv_context& x, int32_t j, deductions& w) {
+void find_implied(const prslv_context& x, int32_t j, buffer<double>& rowmax, deductions& w) {
   const double l = var_lower(x, j), u = var_upper(x, j);
   int32_t low = -1, upp = -1;
   for_col(x, j, [&](int32_t i, double a) {
@@ -53,8 +53,8 @@ void find_implied(prslv_context& x, int32_t j, deductions& w) {
     double lo, up;
     TVN_prslv_impliedvarbound(x, a, i, j, lo, up);
     const bool positive = a > 0; // then the lower bound leans on the largest activity of the others
-    if (low < 0 && l > -prslv_inf && lo >= l && !w.lost[2 * i + positive] && is_decent(x, i, a)) low = i;
-    if (upp < 0 && u < prslv_inf && up <= u && !w.lost[2 * i + !positive] && is_decent(x, i, a)) upp = i;
+    if (low < 0 && l > -prslv_inf && lo >= l && !w.lost[2 * i + positive] && is_decent(x, i, a, rowmax)) low = i;
+    if (upp < 0 && u < prslv_inf && up <= u && !w.lost[2 * i + !positive] && is_decent(x, i, a, rowmax)) upp = i;
   });
   w.impliedby[2 * j] = low;
   w.impliedby[2 * j + 1] = upp;
@@ -89,7 +89,7 @@ void put_bound(const prslv_context& x, int32_t side, double v, int32_t j, deduct
   }
 }
 
-void derive(prslv_context& x, int32_t j, deductions& w) {
+void derive(const prslv_context& x, int32_t j, deductions& w) {
   const bool nolow = is_missing(x, w, 2 * j), noupp = is_missing(x, w, 2 * j + 1);
   if (!noupp && !nolow) return;
   const prslv_dualsum s = TVN_prslv_sumduals(x, j, w.yl.data(), w.yu.data());
@@ -114,9 +114,9 @@ bool deduce(prslv_context& x, deductions& w) {
   bool any = false;
   for (int32_t j = 0; j < n; j++) {
     if (!is_judged(x, j)) continue;
-    find_implied(x, j, w);
+    find_implied(x, j, x.rowmax, w);
     any = any || w.impliedby[2 * j] >= 0 || w.impliedby[2 * j + 1] >= 0;
-    if (TVN_prslv_stopped(x, 2 * x.varnz[j])) return false;
+    if (TVN_prslv_stopped(x.run, 2 * x.varnz[j])) return false;
   }
   if (!any) return false;
   for (auto* b : {&w.from, &w.weakly}) b->reset(sys, 2 * m, -1);
@@ -130,7 +130,7 @@ bool deduce(prslv_context& x, deductions& w) {
     for (int32_t j = 0; j < n; j++) {
       if (!is_judged(x, j) || (sweep == 0 && x.varnz[j] > 1)) continue;
       derive(x, j, w);
-      if (TVN_prslv_stopped(x, 2 * x.varnz[j])) return false;
+      if (TVN_prslv_stopped(x.run, 2 * x.varnz[j])) return false;
     }
   for (int32_t i = 0; i < m; i++)
     if (!(w.yl[i] <= w.yu[i] + x.param.tols * (1 + std::fabs(w.yu[i])))) return false;
@@ -246,7 +246,7 @@ void try_column(prslv_context& x, int32_t j, const deductions& w, explanation& e
   follow(e);
   if (e.ok && !e.isreason[side] && drop_reasons(e)) {
     TVN_prslv_varfix(x, j, stored_bound(x, side), low ? rt_varfixlow : rt_varfixupr);
-    x.stats->numdualfixed++;
+    x.run.stats->numdualfixed++;
   }
   clear(e);
 }
@@ -268,7 +268,7 @@ void try_row(prslv_context& x, int32_t i, bool upper, const deductions& w, expla
   follow(e);
   if (e.ok && drop_reasons(e)) {
     TVN_prslv_confixatbounddbg(x, i, !upper);
-    x.stats->numdualtight++;
+    x.run.stats->numdualtight++;
   }
   clear(e);
 }
@@ -278,7 +278,7 @@ void try_row(prslv_context& x, int32_t i, bool upper, const deductions& w, expla
 prslv_code TVN_prslv_impliedduals(prslv_context& x) {
   const prslv_clock clock(x, task_domvar);
   deductions w;
-  if (!deduce(x, w)) return x.stop ? prslv_code::stopped : prslv_code::ok;
+  if (!deduce(x, w)) return x.run.stop ? prslv_code::stopped : prslv_code::ok;
   explanation e{x, w, false, true, -1, -1, vec<int32_t>(*x.sys), vec<int32_t>(*x.sys), {}, {}, 0};
   e.seen.reset(*x.sys, 4 * static_cast<int64_t>(x.p.numcon), 0);
   e.isreason.reset(*x.sys, 2 * static_cast<int64_t>(x.p.numvar), 0);
@@ -286,12 +286,12 @@ prslv_code TVN_prslv_impliedduals(prslv_context& x) {
   for (int32_t j = 0; j < x.p.numvar && e.work > 0; j++) {
     if (!is_judged(x, j)) continue;
     try_column(x, j, w, e);
-    if (TVN_prslv_stopped(x, x.varnz[j])) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x.run, x.varnz[j])) return prslv_code::stopped;
   }
   for (int32_t i = 0; i < x.p.numcon && e.work > 0; i++) {
     if (!x.conlive[i] || !x.conlin[i]) continue;
     for (const bool upper : {false, true}) try_row(x, i, upper, w, e);
-    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x.run, 1)) return prslv_code::stopped;
   }
   return prslv_code::ok;
 }

@@ -27,14 +27,14 @@ void TVN_prslv_dupcon(prslv_context& x, int32_t r, int32_t k, double t) {
   TVN_prslv_endpushstk(x, rt_dupcon, dupcon_record{r, k, x.p.bkc[r], x.p.bkc[k], low, upp, t, x.p.cc[r], x.p.cc[k]});
   x.p.cc[r] += t * x.p.cc[k];
   TVN_prslv_killcon(x, k);
-  TVN_prslv_putconbounds(x, r, newl, newu);
-  TVN_prslv_updatelist(x.list, r);
-  make_columns_due(x, r);
-  x.stats->numdupdropped++;
+  TVN_prslv_putconbounds(x.p, r, newl, newu);
+  TVN_prslv_updatelist(x.due.rows, r);
+  make_columns_due(x, r, x.due);
+  x.run.stats->numdupdropped++;
   if (newl <= newu) return;
   x.status = prs_prim_infeas;
-  x.certrow = r;
-  x.certcrossing = true;
+  x.cert.row = r;
+  x.cert.crossing = true;
 }
 
 } // namespace
@@ -43,10 +43,10 @@ prslv_code TVN_prslv_checkdupcon(prslv_context& x) {
   const prslv_clock clock(x, task_dupcon);
   prslv_multiples found;
   TVN_prslv_findmultiples(x, true, found);
-  if (x.stop) return prslv_code::stopped;
+  if (x.run.stop) return prslv_code::stopped;
   for (int32_t k = 0; k < x.p.numcon && x.status == prs_undecided; k++) {
     const int32_t r = found.first[k];
-    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x.run, 1)) return prslv_code::stopped;
     if (r == k || !x.conlive[k] || !x.conlive[r] || !x.conlin[k] || !x.conlin[r] || x.connz[k] == 0) continue;
     TVN_prslv_dupcon(x, r, k, found.scale[k]);
   }
@@ -54,7 +54,7 @@ prslv_code TVN_prslv_checkdupcon(prslv_context& x) {
 }
 
 void prslv_undodupcon(prslv_post& w) {
-  const auto [r, k, keyr, keyk, low, upp, t, costr, costk] = TVN_prslv_poprecord<dupcon_record>(w.x);
+  const auto [r, k, keyr, keyk, low, upp, t, costr, costk] = TVN_prslv_poprecord<dupcon_record>(w.x.stk);
   lp_solution& s = w.s;
   const double ccr = w.df * costr, cck = w.df * costk;
   int32_t side = s.skc[r];

@@ -58,10 +58,10 @@ void TVN_prslv_fixdupvar(prslv_context& x, const column_pair& p, double g) {
   if (std::isinf(to.bj) && std::isinf(to.bk)) {
     const bool down = to.keyk == sk_low;
     x.status = prs_dual_infeas;
-    x.certcol = p.k;
-    x.certcolval = down ? -1 : 1;
-    x.certcol2 = p.j;
-    x.certcol2val = down ? p.t : -p.t;
+    x.cert.col = p.k;
+    x.cert.colval = down ? -1 : 1;
+    x.cert.col2 = p.j;
+    x.cert.col2val = down ? p.t : -p.t;
   } else if (std::isinf(to.bj)) {
     TVN_prslv_varfix(x, p.k, to.bk, to.keyk == sk_low ? rt_varfixlow : rt_varfixupr);
   } else if (std::isinf(to.bk)) {
@@ -84,10 +84,10 @@ prslv_code TVN_prslv_checkdupvar(prslv_context& x) {
   const prslv_clock clock(x, task_dupvar);
   prslv_multiples found;
   TVN_prslv_findmultiples(x, false, found);
-  if (x.stop) return prslv_code::stopped;
+  if (x.run.stop) return prslv_code::stopped;
   buffer<int32_t> leader(*x.sys, x.p.numvar, -1); // of each group: its first column that is left
   for (int32_t k = 0; k < x.p.numvar && x.status == prs_undecided; k++) {
-    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x.run, 1)) return prslv_code::stopped;
     if (!x.varlive[k] || x.varnz[k] == 0 || !may_substitute(x, k)) continue;
     int32_t& j = leader[found.first[k]];
     if (j >= 0) try_pair(x, pair_of(x, j, k, found.scale[k] / found.scale[j]));
@@ -147,7 +147,7 @@ void TVN_prslv_splitpair(const column_pair& p, bool bykey, lp_solution& s) {
 }
 
 void prslv_undodupvar(prslv_post& w) {
-  auto [p] = TVN_prslv_poprecord<dupvar_record>(w.x);
+  auto [p] = TVN_prslv_poprecord<dupvar_record>(w.x.stk);
   for (double* b : {&p.lj, &p.uj, &p.lk, &p.uk}) *b = w.bound(*b);
   TVN_prslv_splitpair(p, w.walk == prslv_walk::basis, w.s);
 }

@@ -11,15 +11,15 @@ namespace tvn {
 namespace {
 
 // Tightest implied bounds per column, with the row of each; -1 for the stored bound.
-void collect(prslv_context& x, prslv_boundset& b) {
+void collect(const prslv_context& x, prslv_activities& act, prslv_boundset& b, prslv_run& run) {
   for (int32_t j = 0; j < x.p.numvar; j++) {
     b.lower[j] = var_lower(x, j);
     b.upper[j] = var_upper(x, j);
     b.lowrow[j] = b.upprow[j] = -1;
   }
   for (int32_t i = 0; i < x.p.numcon; i++) {
-    if (!x.conlive[i] || !x.conlin[i] || (x.ncilax[i] > 1 && x.nciuax[i] > 1)) continue;
-    TVN_prslv_conactivity(x, i);
+    if (!x.conlive[i] || !x.conlin[i] || (x.act.numlower[i] > 1 && x.act.numupper[i] > 1)) continue;
+    TVN_prslv_conactivity(x, i, act);
     for_row(x, i, [&](int32_t j, double a) {
       double lo, up;
       TVN_prslv_impliedvarbound(x, a, i, j, lo, up);
@@ -32,7 +32,7 @@ void collect(prslv_context& x, prslv_boundset& b) {
         b.upprow[j] = i;
       }
     });
-    if (TVN_prslv_stopped(x, 2 * x.connz[i])) return;
+    if (TVN_prslv_stopped(run, 2 * x.connz[i])) return;
   }
 }
 
@@ -54,7 +54,7 @@ side_sum activity_on(const prslv_context& x, const prslv_boundset& b, int32_t i)
 }
 
 // Holds the rows whose bounds row i used on the side in question.
-void hold_sources(prslv_context& x, prslv_boundset& b, int32_t i, bool lower, bool upper) {
+void hold_sources(const prslv_context& x, prslv_boundset& b, int32_t i, bool lower, bool upper) {
   for_row(x, i, [&](int32_t j, double a) {
     const bool uselow = (lower && a > 0) || (upper && a < 0), useupp = (lower && a < 0) || (upper && a > 0);
     if (uselow && b.lowrow[j] >= 0 && b.lowrow[j] != i) b.held[b.lowrow[j]] = 1;
@@ -81,13 +81,13 @@ void try_row(prslv_context& x, prslv_boundset& b, int32_t i) {
 
 prslv_code TVN_prslv_impliedrows(prslv_context& x) {
   prslv_boundset& b = x.implied;
-  collect(x, b);
+  collect(x, x.act, b, x.run);
   std::fill(b.held.begin(), b.held.end(), 0);
   for (int32_t i = 0; i < x.p.numcon; i++) {
-    if (x.stop) return prslv_code::stopped;
+    if (x.run.stop) return prslv_code::stopped;
     if (!x.conlive[i] || !x.conlin[i] || b.held[i]) continue;
     try_row(x, b, i);
-    TVN_prslv_stopped(x, 2 * x.connz[i]);
+    TVN_prslv_stopped(x.run, 2 * x.connz[i]);
   }
   return prslv_code::ok;
 }

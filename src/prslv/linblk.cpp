@@ -30,7 +30,7 @@ struct equalities {
   }
 };
 
-void gather(prslv_context& x, equalities& e) {
+void gather(const prslv_context& x, equalities& e, prslv_run& run) {
   sysenv& sys = *x.sys;
   const int32_t n = x.p.numvar;
   e.rows.attach(sys);
@@ -39,7 +39,7 @@ void gather(prslv_context& x, equalities& e) {
     if (!x.conlive[i] || !x.conlin[i] || con_lower(x, i) != con_upper(x, i)) continue;
     e.rows.push_back(i);
     nz += x.connz[i];
-    if (TVN_prslv_stopped(x, 3 * x.connz[i])) return;
+    if (TVN_prslv_stopped(run, 3 * x.connz[i])) return;
   }
   const int64_t m = e.rows.size();
   e.rowbeg.reset(sys, m + 1);
@@ -86,7 +86,7 @@ bool take_row(void* handle, int32_t row, int32_t num, const int32_t* sub, const 
     ymax = std::max(ymax, std::fabs(y[k]));
   }
   if (std::fabs(beta) <= x.param.tolx * std::max(1.0, 1e-4 * size)) {
-    x.stats->numlindep++;
+    x.run.stats->numlindep++;
     TVN_prslv_conrelax(x, f.e.rows[row]);
     return true;
   }
@@ -94,13 +94,13 @@ bool take_row(void* handle, int32_t row, int32_t num, const int32_t* sub, const 
   x.status = prs_prim_infeas;
   const double sign = beta > 0 ? 1 : -1;
   for (int32_t k = 0; k < num; k++) {
-    x.certrows.push_back(f.e.rows[sub[k]]);
-    x.certvals.push_back(sign * y[k]);
+    x.cert.rows.push_back(f.e.rows[sub[k]]);
+    x.cert.vals.push_back(sign * y[k]);
   }
   return false;
 }
 
-int32_t poll(void* handle) { return TVN_prslv_stopped(*static_cast<prslv_context*>(handle), 100000) ? 1 : 0; }
+int32_t poll(void* handle) { return TVN_prslv_stopped(*static_cast<prslv_run*>(handle), 100000) ? 1 : 0; }
 
 int64_t work_limit(const prslv_context& x, const equalities& e) {
   if (x.param.lindepworklim <= 0 || e.rows.size() <= smallblock) return -1;
@@ -113,22 +113,22 @@ int64_t work_limit(const prslv_context& x, const equalities& e) {
 
 prslv_code TVN_prslv_chklinblkcon(prslv_context& x) {
   const prslv_clock clock(x, task_lindep);
-  x.stats->numlindeptries++;
+  x.run.stats->numlindeptries++;
   equalities e;
-  gather(x, e);
-  if (x.stop) return prslv_code::stopped;
+  gather(x, e, x.run);
+  if (x.run.stop) return prslv_code::stopped;
   if (e.rows.size() < 2) return prslv_code::ok;
   TVN_prslv_print(x, "Checking for linearly dependent constraints\n");
   lindep2_param param;
   param.maxwork = work_limit(x, e);
   lindep2_stats stats;
   finding f{x, e};
-  const lindep2_code code = TVN_lindep2_check(*x.sys, param, e.view(x.p.numvar), {&f, take_row}, {&x, poll}, stats);
-  TVN_prslv_print(x, "Number of linearly dependent constraints: %d\n", x.stats->numlindep);
+  const lindep2_code code = TVN_lindep2_check(*x.sys, param, e.view(x.p.numvar), {&f, take_row}, {&x.run, poll}, stats);
+  TVN_prslv_print(x, "Number of linearly dependent constraints: %d\n", x.run.stats->numlindep);
   TVN_prslv_print(x, "%-40s: %d %d %.3g of %.3g\n", "Core rows, candidates, work", stats.numcore, stats.numcandidates,
                   stats.work, static_cast<double>(param.maxwork));
   if (code == lindep2_code::work_limit || code == lindep2_code::gave_up) {
-    x.stats->lindeptruncated = true;
+    x.run.stats->lindeptruncated = true;
     TVN_prslv_print(x, "The linear dependency checker was terminated prematurely. resp: %d \n", static_cast<int>(code));
   }
   return code == lindep2_code::stopped ? prslv_code::stopped : prslv_code::ok;

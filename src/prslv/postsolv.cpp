@@ -90,18 +90,18 @@ void postsetup(prslv_post& w, int32_t solsta) {
 
 prslv_code walk_back(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol, prslv_walk walk,
                      const prslv_progress& progress) {
-  x.stats = &stats;
-  x.progress = progress;
-  x.stop = false;
+  x.run.stats = &stats;
+  x.run.progress = progress;
+  x.run.stop = false;
   const prslv_clock clock(x, task_post);
   prslv_post w{x, sol, walk, 1, 1};
   postsetup(w, solsta);
-  TVN_prslv_initpopstk(x);
+  TVN_prslv_initpopstk(x.stk);
   while (x.stk.poptype > x.stk.numsnapshots) {
-    const int32_t rtype = TVN_prslv_popstk(x);
+    const int32_t rtype = TVN_prslv_popstk(x.stk);
     undo(w, rtype);
     if (x.audit.fn) x.audit.fn(x.audit.handle, x, true, rtype, &sol);
-    if (TVN_prslv_stopped(x, x.stk.items.size() / static_cast<int64_t>(sizeof(prslv_entry))))
+    if (TVN_prslv_stopped(x.run, x.stk.items.size() / static_cast<int64_t>(sizeof(prslv_entry))))
       return prslv_code::stopped;
   }
   TVN_ASSERT(x.sys, label, x.stk.popbyte == x.stk.snapshotbytes);
@@ -130,17 +130,17 @@ void TVN_prslv_getcertificate(const prslv_context& x, lp_solution& sol) {
     sol.skx[j] = TVN_prslv_sidekey(x.p.bkx[j], 0.0);
     sol.xx[j] = sol.slx[j] = sol.sux[j] = 0;
   }
-  if (x.certcrossing) {
-    const bool row = x.certrow >= 0;
-    (row ? sol.slc : sol.slx)[row ? x.certrow : x.certcol] = 1;
-    (row ? sol.suc : sol.sux)[row ? x.certrow : x.certcol] = 1;
+  if (x.cert.crossing) {
+    const bool row = x.cert.row >= 0;
+    (row ? sol.slc : sol.slx)[row ? x.cert.row : x.cert.col] = 1;
+    (row ? sol.suc : sol.sux)[row ? x.cert.row : x.cert.col] = 1;
   } else if (x.status == prs_prim_infeas) {
     auto weigh = [&](int32_t i, double y) {
       sol.y[i] = y;
       TVN_prslv_splitdual(y, sk_unk, sol.slc[i], sol.suc[i]);
     };
-    if (x.certrow >= 0) weigh(x.certrow, x.certrowval);
-    for (int64_t k = 0; k < x.certrows.size(); k++) weigh(x.certrows[k], x.certvals[k]);
+    if (x.cert.row >= 0) weigh(x.cert.row, x.cert.rowval);
+    for (int64_t k = 0; k < x.cert.rows.size(); k++) weigh(x.cert.rows[k], x.cert.vals[k]);
     for (int32_t j = 0; j < x.p.numvar; j++) {
       if (!x.varlive[j]) continue;
       double d = 0;
@@ -153,8 +153,8 @@ void TVN_prslv_getcertificate(const prslv_context& x, lp_solution& sol) {
       sol.xx[j] = v;
       for_col(x, j, [&](int32_t i, double a) { sol.xc[i] += a * v; });
     };
-    move(x.certcol, x.certcolval);
-    move(x.certcol2, x.certcol2val);
+    move(x.cert.col, x.cert.colval);
+    move(x.cert.col2, x.cert.col2val);
   }
 }
 

@@ -33,7 +33,7 @@ namespace {
 int32_t active(const prslv_bndcount& b, bool rows) { return b.ranged + b.lower + b.upper + (rows ? b.fixed : b.free); }
 
 void print_reductions(const prslv_context& x) {
-  const prslv_stats& s = *x.stats;
+  const prslv_stats& s = *x.run.stats;
   auto count = [&](const char* what, int64_t num) { TVN_prslv_print(x, "%-40s: %-8d\n", what, static_cast<int>(num)); };
   auto red = [&](std::initializer_list<int32_t> types) {
     int64_t num = 0;
@@ -57,7 +57,7 @@ void print_timing(const prslv_context& x) {
   static constexpr std::array<const char*, task_limit> names{"Setup",    "Check pro", "Elim.",    "Lin. dep.",
                                                              "Dup. con", "Dup. var",  "Finalize", "Postsolve.",
                                                              "Dom. var", "Relaxing"};
-  const prslv_stats& s = *x.stats;
+  const prslv_stats& s = *x.run.stats;
   const double total = std::max(s.totalseconds, 1e-9);
   TVN_prslv_print(x, "Timing results\n");
   for (size_t k = 0; k < names.size(); k++)
@@ -70,7 +70,7 @@ void print_timing(const prslv_context& x) {
 
 void TVN_prslv_printsummary(const prslv_context& x) {
   if (x.param.loglevel <= 1) return;
-  const prslv_stats& s = *x.stats;
+  const prslv_stats& s = *x.run.stats;
   TVN_prslv_print(x, "          Constraints         Variables\n");
   TVN_prslv_print(x, "         Before    After   Before    After\n");
   auto line = [&](const char* what, int32_t cb, int32_t ca, int32_t vb, int32_t va) {
@@ -84,7 +84,7 @@ void TVN_prslv_printsummary(const prslv_context& x) {
   line("Active", active(s.conbefore, true), active(s.conafter, true), active(s.varbefore, false),
        active(s.varafter, false));
   static constexpr const char* statusname[] = {"undecided", "solved", "primal infeasible", "dual infeasible"};
-  TVN_prslv_print(x, "%-14s: %-s\n", "Reduce status", x.stop ? "stopped" : "done");
+  TVN_prslv_print(x, "%-14s: %-s\n", "Reduce status", x.run.stop ? "stopped" : "done");
   TVN_prslv_print(x, "%-14s: %-s\n", "Problem status", statusname[x.status]);
   print_reductions(x);
   if (x.param.timing > 1) print_timing(x);

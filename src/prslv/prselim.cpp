@@ -61,41 +61,41 @@ double row_max(const prslv_context& x, int32_t i) {
 int64_t allowed_fill(const prslv_context& x) { return int64_t{fillslack} * std::max(x.param.elimfill, 0); }
 
 // Entries that the pivot would add, net of those that go; more than is allowed when counting costs too much.
-int64_t net_fill(prslv_context& x, int32_t i, int32_t j) {
+int64_t net_fill(const prslv_context& x, int32_t i, int32_t j, buffer<int32_t>& rowmark, prslv_run& run) {
   const int64_t c = x.varnz[j], r = x.connz[i], bound = (c - 1) * (r - 1) - (c + r - 1);
   if (bound <= 0) return bound;
   int64_t scan = 0, met = 0;
   for_row(x, i, [&](int32_t l, double) { scan += x.col.len[l]; });
   if (scan > scanlimit) return bound;
-  for_col(x, j, [&](int32_t k, double) { x.rowmark[k] = 1; });
+  for_col(x, j, [&](int32_t k, double) { rowmark[k] = 1; });
   for_row(x, i, [&](int32_t l, double) {
     if (l == j) return;
-    for_col(x, l, [&](int32_t k, double) { met += k != i && x.rowmark[k] == 1; });
+    for_col(x, l, [&](int32_t k, double) { met += k != i && rowmark[k] == 1; });
   });
-  for_col(x, j, [&](int32_t k, double) { x.rowmark[k] = -1; });
-  TVN_prslv_stopped(x, scan);
+  for_col(x, j, [&](int32_t k, double) { rowmark[k] = -1; });
+  TVN_prslv_stopped(run, scan);
   return bound - met;
 }
 
 // Products of pairs of entries of a column, summed over the columns: what the pivot adds to them. They are the cliques
 // of A A', of which an interior point factors a multiple.
-double clique_fill(prslv_context& x, int32_t i, int32_t j) {
+double clique_fill(const prslv_context& x, int32_t i, int32_t j, buffer<int32_t>& mark, prslv_run& run) {
   const auto square = [](int64_t len) { return static_cast<double>(len) * static_cast<double>(len); };
   const int64_t c = x.varnz[j];
   double change = -square(c);
-  for_col(x, j, [&](int32_t k, double) { x.rowmark[k] = 1; });
+  for_col(x, j, [&](int32_t k, double) { mark[k] = 1; });
   for_row(x, i, [&](int32_t l, double) {
     if (l == j) return;
     int64_t met = 0;
-    for_col(x, l, [&](int32_t k, double) { met += k != i && x.rowmark[k] == 1; });
+    for_col(x, l, [&](int32_t k, double) { met += k != i && mark[k] == 1; });
     change += square(x.varnz[l] - 1 + (c - 1) - met) - square(x.varnz[l]);
-    TVN_prslv_stopped(x, x.varnz[l]);
+    TVN_prslv_stopped(run, x.varnz[l]);
   });
-  for_col(x, j, [&](int32_t k, double) { x.rowmark[k] = -1; });
+  for_col(x, j, [&](int32_t k, double) { mark[k] = -1; });
   return change;
 }
 
-bool pivot_is_stable(prslv_context& x, const candidate& e, int32_t j) {
+bool pivot_is_stable(const prslv_context& x, const candidate& e, int32_t j, prslv_run& run) {
   const double pivotrow = row_max(x, e.i);
   if (std::fabs(e.a) < x.param.pivlimit * pivotrow) return false;
   bool ok = true;
@@ -103,12 +103,12 @@ bool pivot_is_stable(prslv_context& x, const candidate& e, int32_t j) {
     if (k == e.i || !ok) return;
     const double grown = std::fabs(a / e.a) * pivotrow;
     ok = grown <= x.param.sizelimit && grown <= x.param.growthlimit * row_max(x, k);
-    TVN_prslv_stopped(x, x.connz[k]);
+    TVN_prslv_stopped(run, x.connz[k]);
   });
   return ok;
 }
 
-void queue(prslv_context& x, pq& q, int32_t j) {
+void queue(const prslv_context& x, pq& q, int32_t j) {
   if (!may_go(x, j)) return;
   const candidate e = best_row(x, j);
   if (e.i >= 0 && e.score <= scorelimit) TVN_pq_putp(q, j, e.score);
@@ -116,10 +116,10 @@ void queue(prslv_context& x, pq& q, int32_t j) {
 
 } // namespace
 
-bool TVN_prslv_tryeliminator(prslv_context& x) {
+bool TVN_prslv_tryeliminator(const prslv_context& x, prslv_run& run) {
   int32_t best = scorelimit + 1, num = 0, good = 0;
   for (int32_t j = 0; j < x.p.numvar; j++) {
-    if (TVN_prslv_stopped(x, 1)) return false;
+    if (TVN_prslv_stopped(run, 1)) return false;
     if (!may_go(x, j)) continue;
     const candidate e = best_row(x, j);
     if (e.i < 0) continue;
@@ -137,17 +137,17 @@ bool TVN_prslv_tryeliminator(prslv_context& x) {
 
 prslv_code TVN_prslv_eliminator2(prslv_context& x) {
   const prslv_clock clock(x, task_elim);
-  x.stats->numelimtries++;
+  x.run.stats->numelimtries++;
   pq q;
   TVN_pq_make(*x.sys, x.p.numvar, scorelimit, q);
   for (int32_t j = x.p.numvar - 1; j >= 0; j--) {
-    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x.run, 1)) return prslv_code::stopped;
     queue(x, q, j);
   }
   int64_t filled = 0;
-  const int64_t room = std::max(x.param.elimfill, 0) * x.stats->nzbefore;
+  const int64_t room = std::max(x.param.elimfill, 0) * x.run.stats->nzbefore;
   while (TVN_pq_tomin(q)) {
-    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x.run, 1)) return prslv_code::stopped;
     const int32_t j = q.current, old = TVN_pq_get(q, j);
     TVN_pq_remove(q, j);
     if (!may_go(x, j)) continue;
@@ -158,12 +158,12 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
       continue;
     }
     if (!TVN_prslv_impliedfreevar(x, j)) continue;
-    const int64_t fill = net_fill(x, e.i, j);
-    if (fill > std::min(allowed_fill(x), room - filled) || !pivot_is_stable(x, e, j)) continue;
-    if (x.param.cliques && (fill > 0 || clique_fill(x, e.i, j) > cliqueslack)) continue;
+    const int64_t fill = net_fill(x, e.i, j, x.tmp.rowmark, x.run);
+    if (fill > std::min(allowed_fill(x), room - filled) || !pivot_is_stable(x, e, j, x.run)) continue;
+    if (x.param.cliques && (fill > 0 || clique_fill(x, e.i, j, x.tmp.rowmark, x.run) > cliqueslack)) continue;
     if (!TVN_prslv_pivotroom(x, e.i, j)) {
-      if (x.stop) return prslv_code::stopped;
-      x.stats->numelimspace++;
+      if (x.run.stop) return prslv_code::stopped;
+      x.run.stats->numelimspace++;
       return prslv_code::nospace;
     }
     const double b = con_lower(x, e.i);
@@ -178,7 +178,7 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
 }
 
 void prslv_undoelimination(prslv_post& w) {
-  const auto [r, entries] = TVN_prslv_poprecord<elimination_record>(w.x);
+  const auto [r, entries] = TVN_prslv_poprecord<elimination_record>(w.x.stk);
   lp_solution& s = w.s;
   const prslv_pivot_back v = prslv_popp(w, r.pivot, entries);
   if (v.aij == 0.0) TVN_sysenv_stopdbg(w.x.sys, "src/prslv/prselim", __LINE__, "aij==0.0");

@@ -24,17 +24,17 @@ prslv_context* TVN_prslv_make(sysenv& sys, const prslv_problem& problem) {
     x->varlin.reset(sys, n, 1);
     if (problem.conlin) std::copy_n(problem.conlin, m, x->conlin.data());
     if (problem.varlin) std::copy_n(problem.varlin, n, x->varlin.data());
-    for (auto* b : {&x->lax, &x->uax}) b->reset(sys, m, 0.0);
-    for (auto* b : {&x->ncilax, &x->nciuax}) b->reset(sys, m, 0);
-    TVN_prslv_initlist(sys, m, x->list);
-    TVN_prslv_initlist(sys, n, x->cols);
+    for (auto* b : {&x->act.lower, &x->act.upper}) b->reset(sys, m, 0.0);
+    for (auto* b : {&x->act.numlower, &x->act.numupper}) b->reset(sys, m, 0);
+    TVN_prslv_initlist(sys, m, x->due.rows);
+    TVN_prslv_initlist(sys, n, x->due.cols);
     x->rowmax.reset(sys, m, -1.0);
     TVN_prslv_initwork(sys, *x);
     x->stk.type.attach(sys);
     x->stk.items.attach(sys);
-    x->pivotrows.attach(sys);
-    x->certrows.attach(sys);
-    x->certvals.attach(sys);
+    x->tmp.pivotrows.attach(sys);
+    x->cert.rows.attach(sys);
+    x->cert.vals.attach(sys);
     TVN_bsto_make(sys, std::max<int64_t>(4096, 10 * std::max<int64_t>(m, n)), x->stk.store);
   } catch (const out_of_memory&) {
     TVN_prslv_delete(x);
@@ -59,14 +59,14 @@ void TVN_prslv_keeprecords(prslv_context& x) noexcept {
     l->val.clear();
     l->place.clear();
   }
-  for (auto* b : {&x.lax, &x.uax, &x.rowwork, &x.colwork, &x.valwork, &x.yl, &x.yu, &x.tyl, &x.tyu, &x.implied.lower,
-                  &x.implied.upper, &x.rowmax})
+  for (auto* b : {&x.act.lower, &x.act.upper, &x.tmp.rowwork, &x.tmp.colwork, &x.tmp.valwork, &x.dual.yl, &x.dual.yu,
+                  &x.dual.tyl, &x.dual.tyu, &x.implied.lower, &x.implied.upper, &x.rowmax})
     b->clear();
-  for (auto* b : {&x.connz, &x.varnz, &x.ncilax, &x.nciuax, &x.rowmark, &x.colmark, &x.subwork, &x.implied.lowrow,
-                  &x.implied.upprow, &x.list.item, &x.cols.item})
+  for (auto* b : {&x.connz, &x.varnz, &x.act.numlower, &x.act.numupper, &x.tmp.rowmark, &x.tmp.colmark, &x.tmp.subwork,
+                  &x.implied.lowrow, &x.implied.upprow, &x.due.rows.item, &x.due.cols.item})
     b->clear();
-  for (auto* b : {&x.conlin, &x.varlin, &x.implied.held, &x.list.in, &x.cols.in}) b->clear();
-  x.pivotrows.free();
+  for (auto* b : {&x.conlin, &x.varlin, &x.implied.held, &x.due.rows.in, &x.due.cols.in}) b->clear();
+  x.tmp.pivotrows.free();
 }
 
 void TVN_prslv_putaudit(prslv_context& ctx, const prslv_audit& audit) { ctx.audit = audit; }
@@ -111,14 +111,14 @@ prslv_entry TVN_prslv_getvarsin(const prslv_context& x, int32_t j) {
   TVN_sysenv_stopdbg(x.sys, label, __LINE__, "Variable singleton not found j=%d\n", j);
 }
 
-bool TVN_prslv_asked(prslv_context& x) {
+bool TVN_prslv_asked(prslv_run& run) {
   constexpr double interval = 0.02; // seconds
-  x.work = 0;
+  run.work = 0;
   const double now = TVN_sysenv_gettime();
-  if (now - x.lastpoll < interval) return false;
-  x.lastpoll = now;
-  x.stop = x.progress.fn && x.progress.fn(x.progress.handle, 38) != 0;
-  return x.stop;
+  if (now - run.lastpoll < interval) return false;
+  run.lastpoll = now;
+  run.stop = run.progress.fn && run.progress.fn(run.progress.handle, 38) != 0;
+  return run.stop;
 }
 
 void TVN_prslv_initlist(sysenv& sys, int32_t n, prslv_list& l) {

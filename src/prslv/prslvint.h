@@ -55,42 +55,69 @@ struct prslv_boundset {
   buffer<char> held;              // [numcon] rows that others lean on
 };
 
-struct prslv_context {
-  sysenv* sys = nullptr;
-  prslv_problem p;
-  prslv_lines row, col;
-  int64_t cleanfree = 0; // first free positions after the last cleaning, summed
-  buffer<char> conlive, varlive, conlin, varlin;
-  buffer<int32_t> connz, varnz;   // live entries
-  buffer<double> lax, uax;        // finite parts of the least and largest activity
-  buffer<int32_t> ncilax, nciuax; // infinite terms
-  prslv_list list, cols;          // rows and columns due
-  buffer<double> rowmax;          // [numcon] bound of a row's coefficients, negative: not known
-  prslv_stack stk;
-  prslv_param param;
+// Least and largest activities of the rows.
+struct prslv_activities {
+  buffer<double> lower, upper;        // [numcon] sums of the finite terms
+  buffer<int32_t> numlower, numupper; // [numcon] infinite terms
+};
+
+// Rows and columns that are due for a look.
+struct prslv_due {
+  prslv_list rows, cols;
+};
+
+// Who watches a run, and when they were last asked.
+struct prslv_run {
   prslv_stats* stats = nullptr;
   prslv_progress progress;
-  prslv_audit audit;
-  prslv_sink sink;
-  int32_t status = prs_undecided;
   bool stop = false;
   double lastpoll = 0;
   int64_t work = 0; // entries visited since the last look at the clock
-  // Scratch, clean between calls: colwork and rowwork 0, rowmark and colmark -1.
+};
+
+// Clean between calls: colwork and rowwork 0, rowmark and colmark -1.
+struct prslv_scratch {
   buffer<double> rowwork, colwork; // [numcon], [numvar]
   buffer<int32_t> rowmark, colmark;
   buffer<int32_t> subwork;
   buffer<double> valwork; // [max(numcon, numvar)] each
   vec<int32_t> pivotrows; // of the column that is substituted
-  // Bounds on row duals: what row signs and singleton columns say, and what all columns say.
+};
+
+// Bounds on row duals: what row signs and singleton columns say, and what all columns say.
+struct prslv_dualbounds {
   buffer<double> yl, yu, tyl, tyu; // [numcon]
+};
+
+// Certificate of the live problem.
+struct prslv_certificate {
+  int32_t row = -1, col = -1, col2 = -1;
+  double rowval = 0, colval = 0, col2val = 0;
+  bool crossing = false; // the bounds of row or col cross
+  vec<int32_t> rows;     // of a combination of equalities
+  vec<double> vals;
+};
+
+struct prslv_context {
+  sysenv* sys = nullptr;
+  prslv_problem p;
+  prslv_param param;
+  int32_t status = prs_undecided;
+  prslv_lines row, col;
+  int64_t cleanfree = 0; // first free positions after the last cleaning, summed
+  buffer<char> conlive, varlive, conlin, varlin;
+  buffer<int32_t> connz, varnz; // live entries
+  prslv_activities act;
+  prslv_due due;
+  buffer<double> rowmax; // [numcon] bound of a row's coefficients, negative: not known
+  prslv_stack stk;
+  prslv_run run;
+  prslv_audit audit;
+  prslv_sink sink;
+  prslv_scratch tmp;
+  prslv_dualbounds dual;
   prslv_boundset implied;
-  // Certificate of the live problem.
-  int32_t certrow = -1, certcol = -1, certcol2 = -1;
-  double certrowval = 0, certcolval = 0, certcol2val = 0;
-  bool certcrossing = false;
-  vec<int32_t> certrows; // of a combination of equalities
-  vec<double> certvals;
+  prslv_certificate cert;
 };
 
 // --- reading the live problem
@@ -146,11 +173,11 @@ prslv_entry TVN_prslv_getconsin(const prslv_context& x, int32_t i);
 prslv_entry TVN_prslv_getvarsin(const prslv_context& x, int32_t j);
 
 // True when the run must end; asks the user at most every 20 ms.
-bool TVN_prslv_asked(prslv_context& x);
-inline bool TVN_prslv_stopped(prslv_context& x, int64_t work) {
+bool TVN_prslv_asked(prslv_run& run);
+inline bool TVN_prslv_stopped(prslv_run& run, int64_t work) {
   constexpr int64_t worklimit = 50000; // entries, well below a millisecond
-  x.work += work + 1;
-  return x.stop || (x.work >= worklimit && TVN_prslv_asked(x));
+  run.work += work + 1;
+  return run.stop || (run.work >= worklimit && TVN_prslv_asked(run));
 }
 
 // --- lists of rows and columns due
@@ -162,25 +189,25 @@ int32_t TVN_prslv_poplist(prslv_list& l); // -1: empty
 
 // A column is due when it lost a row, when what a row asks of it or what it costs changed, or when its bounds did. One
 // of many rows waits for the next pass, so that a cascade costs what it reduces.
-inline void make_due(prslv_context& x, int32_t j) {
+inline void make_due(const prslv_context& x, int32_t j, prslv_due& due) {
   constexpr int32_t longest = 100;
-  if (x.varnz[j] <= longest) TVN_prslv_updatelist(x.cols, j);
+  if (x.varnz[j] <= longest) TVN_prslv_updatelist(due.cols, j);
 }
-inline void make_columns_due(prslv_context& x, int32_t i) {
-  for_row(x, i, [&](int32_t j, double) { make_due(x, j); });
+inline void make_columns_due(const prslv_context& x, int32_t i, prslv_due& due) {
+  for_row(x, i, [&](int32_t j, double) { make_due(x, j, due); });
 }
 
 // Whether a stands out in row i: a tiny coefficient turns a bound of its column into noise of the row and the other way
 // about. The largest coefficient is that of when it was last looked for, or has come since: not below today's.
-inline bool is_decent(prslv_context& x, int32_t i, double a) {
-  double& biggest = x.rowmax[i];
+inline bool is_decent(const prslv_context& x, int32_t i, double a, buffer<double>& rowmax) {
+  double& biggest = rowmax[i];
   if (biggest < 0) for_row(x, i, [&](int32_t, double v) { biggest = std::max(biggest, std::fabs(v)); });
   return std::fabs(a) >= 1e-3 * biggest;
 }
 
 // --- matrix
 
-// A stop leaves the matrix unfinished in these three: who calls them looks at x.stop before anything else.
+// A stop leaves the matrix unfinished in these three: who calls them looks at x.run.stop before anything else.
 void TVN_prslv_makematrix(prslv_context& x);
 void TVN_prslv_cleana(prslv_context& x); // drops dead entries, closes gaps, renews the room for fill
 // Room for `need` more entries in line k; false when there is none.
@@ -201,14 +228,14 @@ void TVN_prslv_findmultiples(prslv_context& x, bool byrow, prslv_multiples& foun
 
 // --- activities
 
-void TVN_prslv_conactivity(prslv_context& x, int32_t i); // afresh
-void TVN_prslv_allactivities(prslv_context& x);
+void TVN_prslv_conactivity(const prslv_context& x, int32_t i, prslv_activities& act); // afresh
+void TVN_prslv_allactivities(const prslv_context& x, prslv_activities& act, prslv_run& run);
 // Adds (sign 1) or takes away (-1) the term a x_j of row i, x_j between lo and up.
-void TVN_prslv_addterm(prslv_context& x, int32_t i, double a, double lo, double up, int32_t sign);
+void TVN_prslv_addterm(prslv_activities& act, int32_t i, double a, double lo, double up, int32_t sign);
 // New bounds of column j: activities of its rows, which become due. Bounds alone where activities are formed later.
 void TVN_prslv_putvarbounds(prslv_context& x, int32_t j, double lo, double up);
-void TVN_prslv_setvarbounds(prslv_context& x, int32_t j, double lo, double up);
-void TVN_prslv_putconbounds(prslv_context& x, int32_t i, double lo, double up);
+void TVN_prslv_setvarbounds(prslv_problem& p, int32_t j, double lo, double up);
+void TVN_prslv_putconbounds(prslv_problem& p, int32_t i, double lo, double up);
 struct prslv_implied {
   double lower = -prslv_inf, upper = prslv_inf;
   int32_t lowrow = -1, upprow = -1;
@@ -229,16 +256,16 @@ void TVN_prslv_killvar(prslv_context& x, int32_t j, double value); // dead at a 
 
 inline void TVN_prslv_initwork(sysenv& sys, prslv_context& x) {
   const int64_t m = x.p.numcon, n = x.p.numvar, big = std::max(m, n) + 1;
-  x.rowwork.reset(sys, m, 0.0);
-  x.colwork.reset(sys, n, 0.0);
-  x.rowmark.reset(sys, m, -1);
-  x.colmark.reset(sys, n, -1);
-  x.subwork.reset(sys, big);
-  x.valwork.reset(sys, big);
+  x.tmp.rowwork.reset(sys, m, 0.0);
+  x.tmp.colwork.reset(sys, n, 0.0);
+  x.tmp.rowmark.reset(sys, m, -1);
+  x.tmp.colmark.reset(sys, n, -1);
+  x.tmp.subwork.reset(sys, big);
+  x.tmp.valwork.reset(sys, big);
   for (auto* b : {&x.implied.lower, &x.implied.upper}) b->reset(sys, n);
   for (auto* b : {&x.implied.lowrow, &x.implied.upprow}) b->reset(sys, n);
   x.implied.held.reset(sys, m);
-  for (auto* b : {&x.yl, &x.yu, &x.tyl, &x.tyu}) b->reset(sys, m);
+  for (auto* b : {&x.dual.yl, &x.dual.yu, &x.dual.tyl, &x.dual.tyu}) b->reset(sys, m);
 }
 
 // --- postsolve
@@ -284,7 +311,7 @@ bool prslv_doubletoncon(prslv_context& x, int32_t i, bool active = true);
 prslv_code TVN_prslv_doubletoncons(prslv_context& x);
 void prslv_undodoubleton(prslv_post& w);
 // prselim: implied free columns by substitution.
-bool TVN_prslv_tryeliminator(prslv_context& x);
+bool TVN_prslv_tryeliminator(const prslv_context& x, prslv_run& run);
 prslv_code TVN_prslv_eliminator2(prslv_context& x);
 void prslv_undoelimination(prslv_post& w);
 // Column j solved from row i, as both substitutions record it. Items: the rest of the row, then that of the column.
@@ -349,8 +376,8 @@ struct prslv_clock {
   double start;
   prslv_clock(prslv_context& ctx, prslv_task t) : x(ctx), task(t), start(TVN_sysenv_gettime()) {}
   ~prslv_clock() {
-    x.stats->seconds[task] += TVN_sysenv_gettime() - start;
-    x.stats->calls[task]++;
+    x.run.stats->seconds[task] += TVN_sysenv_gettime() - start;
+    x.run.stats->calls[task]++;
   }
   prslv_clock(const prslv_clock&) = delete;
   prslv_clock& operator=(const prslv_clock&) = delete;

@@ -45,7 +45,7 @@ void transpose_into_rows(prslv_context& x) {
       x.row.sub[p] = j;
       x.row.val[p] = a;
     });
-    if (TVN_prslv_stopped(x, x.varnz[j])) return;
+    if (TVN_prslv_stopped(x.run, x.varnz[j])) return;
   }
 }
 
@@ -118,7 +118,7 @@ void TVN_prslv_makematrix(prslv_context& x) {
       x.connz[p.sub[q]]++;
     }
     x.col.len[j] = x.col.cap[j] = x.varnz[j] = static_cast<int32_t>(at - x.col.beg[j]);
-    if (TVN_prslv_stopped(x, x.varnz[j])) return;
+    if (TVN_prslv_stopped(x.run, x.varnz[j])) return;
   }
   x.col.free = at;
   transpose_into_rows(x);
@@ -143,7 +143,7 @@ void TVN_prslv_cleana(prslv_context& x) {
     fresh.len[j] = fresh.cap[j] = static_cast<int32_t>(at - fresh.beg[j]);
     if (fresh.len[j] != x.varnz[j])
       TVN_sysenv_stopdbg(x.sys, label, __LINE__, "Variable. varnz[%d]: %d != %d", j, x.varnz[j], fresh.len[j]);
-    if (TVN_prslv_stopped(x, x.varnz[j])) return;
+    if (TVN_prslv_stopped(x.run, x.varnz[j])) return;
   }
   fresh.free = at;
   std::swap(x.col.beg, fresh.beg);
@@ -184,8 +184,8 @@ void tidy(prslv_lines& l, int32_t k, const buffer<char>& live) {
 }
 
 // As add_multiple, by the places of a long line: costs the pivot line.
-int32_t add_to_hub(prslv_context& x, prslv_lines& lines, int32_t k, double factor, const int32_t* sub, int32_t num,
-                   const buffer<double>& work) {
+int32_t add_to_hub(const prslv_context& x, prslv_lines& lines, int32_t k, double factor, const int32_t* sub,
+                   int32_t num, const buffer<double>& work) {
   int32_t change = 0;
   keep_hub(lines, k);
   for (int32_t q = 0; q < num; q++) {
@@ -206,8 +206,8 @@ int32_t add_to_hub(prslv_context& x, prslv_lines& lines, int32_t k, double facto
 
 // Line k of `lines` gets -factor times the pattern of the pivot line: `sub`, `num` with values in `work` by index.
 // mark[s] == k tells that index s was met. Returns the change of the number of entries.
-int32_t add_multiple(prslv_context& x, prslv_lines& lines, int32_t k, double factor, const int32_t* sub, int32_t num,
-                     const buffer<double>& work, buffer<int32_t>& mark) {
+int32_t add_multiple(const prslv_context& x, prslv_lines& lines, int32_t k, double factor, const int32_t* sub,
+                     int32_t num, const buffer<double>& work, buffer<int32_t>& mark) {
   if (is_long(lines, k, num)) return add_to_hub(x, lines, k, factor, sub, num, work);
   int32_t change = 0;
   for (int64_t p = lines.beg[k] + lines.len[k] - 1; p >= lines.beg[k]; p--) {
@@ -264,7 +264,7 @@ bool TVN_prslv_pivotroom(prslv_context& x, int32_t i, int32_t j) {
   if (find_room(x, i, j)) return true;
   if (share * (x.col.free + x.row.free - x.cleanfree) < x.col.sub.size()) return false;
   TVN_prslv_cleana(x);
-  return !x.stop && find_room(x, i, j);
+  return !x.run.stop && find_room(x, i, j);
 }
 
 namespace {
@@ -276,7 +276,7 @@ void add_terms(prslv_context& x, int32_t k, const int32_t* cols, int32_t num, in
     const int32_t at = x.row.place[cols[q]];
     if (at < 0) continue;
     const double a = x.row.val[x.row.beg[k] + at];
-    TVN_prslv_addterm(x, k, a, var_lower(x, cols[q]), var_upper(x, cols[q]), sign);
+    TVN_prslv_addterm(x.act, k, a, var_lower(x, cols[q]), var_upper(x, cols[q]), sign);
     if (x.rowmax[k] >= 0) x.rowmax[k] = std::max(x.rowmax[k], std::fabs(a));
   }
 }
@@ -286,33 +286,33 @@ void add_terms(prslv_context& x, int32_t k, const int32_t* cols, int32_t num, in
 void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, double b) {
   // The pivot row by column in colwork, the factors of the pivot column by row in rowwork.
   int32_t numcols = 0, numrows = 0;
-  int32_t* cols = x.subwork.data();
+  int32_t* cols = x.tmp.subwork.data();
   for_row(x, i, [&](int32_t l, double a) {
     if (l == j) return;
     cols[numcols++] = l;
-    x.colwork[l] = a;
+    x.tmp.colwork[l] = a;
   });
   x.conlive[i] = 0;
   x.varlive[j] = 0;
   const double fc = x.p.c[j] / aij;
   x.p.cfix += fc * b + x.p.cc[i] * b;
-  for (int32_t q = 0; q < numcols; q++) x.p.c[cols[q]] -= fc * x.colwork[cols[q]];
+  for (int32_t q = 0; q < numcols; q++) x.p.c[cols[q]] -= fc * x.tmp.colwork[cols[q]];
   for_col(x, j, [&](int32_t k, double a) {
     const double f = a / aij;
-    x.rowwork[k] = f;
+    x.tmp.rowwork[k] = f;
     numrows++;
     remove_from_line(x.row, k, find_place(x.row, k, j));
     x.connz[k]--;
     const bool islong = is_long(x.row, k, numcols);
     if (islong) {
-      TVN_prslv_addterm(x, k, a, var_lower(x, j), var_upper(x, j), -1);
+      TVN_prslv_addterm(x.act, k, a, var_lower(x, j), var_upper(x, j), -1);
       add_terms(x, k, cols, numcols, -1);
     }
-    x.connz[k] += add_multiple(x, x.row, k, f, cols, numcols, x.colwork, x.colmark);
+    x.connz[k] += add_multiple(x, x.row, k, f, cols, numcols, x.tmp.colwork, x.tmp.colmark);
     if (islong) {
       add_terms(x, k, cols, numcols, 1);
     } else {
-      TVN_prslv_conactivity(x, k);
+      TVN_prslv_conactivity(x, k, x.act);
       x.rowmax[k] = -1;
     }
     if (has_lower(x.p.bkc[k]) && std::fabs(x.p.blc[k]) < bound_infinity) x.p.blc[k] -= f * b;
@@ -321,7 +321,7 @@ void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, do
     x.p.cfix += x.p.cc[k] * (f * b);
   });
   // The same numbers once more along the columns.
-  vec<int32_t>& rows = x.pivotrows;
+  vec<int32_t>& rows = x.tmp.pivotrows;
   rows.clear();
   for_col(x, j, [&](int32_t k, double) { rows.push_back(k); });
   int64_t work = 0;
@@ -329,26 +329,26 @@ void TVN_prslv_substitute(prslv_context& x, int32_t i, int32_t j, double aij, do
     const int32_t l = cols[q];
     int32_t change = 0;
     if (numrows > 0) {
-      change = add_multiple(x, x.col, l, x.colwork[l], rows.data(), numrows, x.rowwork, x.rowmark);
+      change = add_multiple(x, x.col, l, x.tmp.colwork[l], rows.data(), numrows, x.tmp.rowwork, x.tmp.rowmark);
       work += x.col.len[l];
     }
     x.varnz[l] += change - 1; // the pivot row goes
-    x.colwork[l] = 0;
+    x.tmp.colwork[l] = 0;
   }
-  for (int32_t q = 0; q < numrows; q++) x.rowwork[rows[q]] = 0;
+  for (int32_t q = 0; q < numrows; q++) x.tmp.rowwork[rows[q]] = 0;
   x.p.bkc[i] = bk_fr;
   x.p.bkx[j] = bk_fx;
-  x.stats->numconfree++;
-  x.stats->numvarfixed++;
-  for (int32_t q = 0; q < numrows; q++) TVN_prslv_updatelist(x.list, rows[q]);
-  for (int32_t q = 0; q < numcols; q++) make_due(x, cols[q]);
-  (void)TVN_prslv_stopped(x, work); // who goes on asks again
+  x.run.stats->numconfree++;
+  x.run.stats->numvarfixed++;
+  for (int32_t q = 0; q < numrows; q++) TVN_prslv_updatelist(x.due.rows, rows[q]);
+  for (int32_t q = 0; q < numcols; q++) make_due(x, cols[q], x.due);
+  (void)TVN_prslv_stopped(x.run, work); // who goes on asks again
 }
 
 void TVN_prslv_findmultiples(prslv_context& x, bool byrow, prslv_multiples& found) {
   constexpr double toldup = 1e-13; // relative, of the entries
   TVN_prslv_cleana(x);
-  if (x.stop) return;
+  if (x.run.stop) return;
   prslv_lines& l = byrow ? x.row : x.col;
   const buffer<char>& live = byrow ? x.conlive : x.varlive;
   const int32_t num = byrow ? x.p.numcon : x.p.numvar, length = byrow ? x.p.numvar : x.p.numcon;
@@ -359,7 +359,7 @@ void TVN_prslv_findmultiples(prslv_context& x, bool byrow, prslv_multiples& foun
   found.first.reset(*x.sys, num);
   found.scale.reset(*x.sys, num);
   const spmat_poll poll{
-      &x, [](void* handle, int64_t work) { return TVN_prslv_stopped(*static_cast<prslv_context*>(handle), work); }};
+      &x.run, [](void* handle, int64_t work) { return TVN_prslv_stopped(*static_cast<prslv_run*>(handle), work); }};
   TVN_spmat_dupvec(a, toldup, found.first.data(), found.scale.data(), poll);
 }
 

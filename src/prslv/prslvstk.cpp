@@ -20,8 +20,7 @@ void TVN_prslv_beginpushstk(prslv_context& x, int32_t rtype) {
   x.stk.items.clear();
 }
 
-void TVN_prslv_pushbytes(prslv_context& x, int64_t bytes, const void* record) {
-  prslv_stack& s = x.stk;
+void TVN_prslv_pushbytes(prslv_stack& s, int64_t bytes, const void* record) {
   TVN_bsto_makeroom(s.store, s.items.size() + bytes);
   TVN_bsto_append(s.store, s.items.size(), s.items.data());
   TVN_bsto_append(s.store, bytes, record);
@@ -31,38 +30,35 @@ void TVN_prslv_endpushstk(prslv_context& x, int32_t rtype) {
   TVN_ASSERT(x.sys, label, x.stk.open);
   x.stk.type.push_back(rtype);
   x.stk.open = false;
-  x.stats->numred[static_cast<size_t>(rtype)]++;
+  x.run.stats->numred[static_cast<size_t>(rtype)]++;
 }
 
-void TVN_prslv_endsnapshots(prslv_context& x) noexcept {
-  x.stk.numsnapshots = x.stk.type.size();
-  x.stk.snapshotbytes = TVN_bsto_getsize(x.stk.store);
-  x.stk.items.free(); // no other record is as long
+void TVN_prslv_endsnapshots(prslv_stack& s) noexcept {
+  s.numsnapshots = s.type.size();
+  s.snapshotbytes = TVN_bsto_getsize(s.store);
+  s.items.free(); // no other record is as long
 }
 
-void TVN_prslv_initpopstk(prslv_context& x) noexcept {
-  x.stk.poptype = x.stk.type.size();
-  x.stk.popbyte = TVN_bsto_getsize(x.stk.store);
+void TVN_prslv_initpopstk(prslv_stack& s) noexcept {
+  s.poptype = s.type.size();
+  s.popbyte = TVN_bsto_getsize(s.store);
 }
 
-void TVN_prslv_initpopsnapshots(prslv_context& x) noexcept {
-  x.stk.poptype = x.stk.numsnapshots;
-  x.stk.popbyte = x.stk.snapshotbytes;
+void TVN_prslv_initpopsnapshots(prslv_stack& s) noexcept {
+  s.poptype = s.numsnapshots;
+  s.popbyte = s.snapshotbytes;
 }
 
-int32_t TVN_prslv_popstk(prslv_context& x) {
-  prslv_stack& s = x.stk;
-  return s.poptype > 0 ? s.type[--s.poptype] : 0;
+int32_t TVN_prslv_popstk(prslv_stack& s) { return s.poptype > 0 ? s.type[--s.poptype] : 0; }
+
+void TVN_prslv_popbytes(prslv_stack& s, int64_t bytes, void* record) {
+  s.popbyte -= bytes;
+  TVN_bsto_get(s.store, s.popbyte, bytes, record);
 }
 
-void TVN_prslv_popbytes(prslv_context& x, int64_t bytes, void* record) {
-  x.stk.popbyte -= bytes;
-  TVN_bsto_get(x.stk.store, x.stk.popbyte, bytes, record);
-}
-
-void TVN_prslv_popitems(prslv_context& x, int64_t bytes) {
-  x.stk.items.resize(bytes);
-  TVN_prslv_popbytes(x, bytes, x.stk.items.data());
+void TVN_prslv_popitems(prslv_stack& s, int64_t bytes) {
+  s.items.resize(bytes);
+  TVN_prslv_popbytes(s, bytes, s.items.data());
 }
 
 int32_t TVN_prslv_getnumred(const prslv_context& ctx) { return static_cast<int32_t>(ctx.stk.type.size()); }

@@ -42,21 +42,21 @@ void TVN_prslv_storeconbnd(prslv_context& x) {
   const int64_t num = int64_t{p.numcon} + p.numvar;
   TVN_prslv_beginpushstk(x, rt_storebounds);
   x.stk.items.reserve(num * static_cast<int64_t>(sizeof(input_bounds)));
-  for (int32_t i = 0; i < p.numcon; i++) push_item(x, input_bounds{p.bkc[i], p.blc[i], p.buc[i]});
-  for (int32_t j = 0; j < p.numvar; j++) push_item(x, input_bounds{p.bkx[j], p.blx[j], p.bux[j]});
+  for (int32_t i = 0; i < p.numcon; i++) push_item(x.stk, input_bounds{p.bkc[i], p.blc[i], p.buc[i]});
+  for (int32_t j = 0; j < p.numvar; j++) push_item(x.stk, input_bounds{p.bkx[j], p.blx[j], p.bux[j]});
   TVN_prslv_endpushstk(x, rt_storebounds, storebounds_record{num});
 }
 
 void TVN_prslv_storeccandcx(prslv_context& x) {
   const prslv_problem& p = x.p;
   TVN_prslv_beginpushstk(x, rt_storecosts);
-  for (int32_t i = 0; i < p.numcon; i++) push_item(x, p.cc[i]);
-  for (int32_t j = 0; j < p.numvar; j++) push_item(x, p.c[j]);
+  for (int32_t i = 0; i < p.numcon; i++) push_item(x.stk, p.cc[i]);
+  for (int32_t j = 0; j < p.numvar; j++) push_item(x.stk, p.c[j]);
   TVN_prslv_endpushstk(x, rt_storecosts, storecosts_record{int64_t{p.numcon} + p.numvar, p.cfix});
 }
 
 void restore_costs(prslv_context& x) {
-  const auto [r, costs] = TVN_prslv_poprecord<storecosts_record>(x);
+  const auto [r, costs] = TVN_prslv_poprecord<storecosts_record>(x.stk);
   prslv_problem& p = x.p;
   const auto numcon = static_cast<size_t>(p.numcon);
   std::ranges::copy(costs.first(numcon), p.cc);
@@ -65,7 +65,7 @@ void restore_costs(prslv_context& x) {
 }
 
 void restore_bounds(prslv_context& x) {
-  const std::span<const input_bounds> bounds = TVN_prslv_poprecord<storebounds_record>(x).items;
+  const std::span<const input_bounds> bounds = TVN_prslv_poprecord<storebounds_record>(x.stk).items;
   prslv_problem& p = x.p;
   auto take = [&](const input_bounds* from, int32_t num, int32_t* key, double* lower, double* upper) {
     for (int32_t k = 0; k < num; k++) {
@@ -103,8 +103,8 @@ void count_problem(const prslv_context& x, prslv_bndcount& con, prslv_bndcount& 
 bool crossing(prslv_context& x, int32_t index, bool row, double lo, double up) {
   if (!TVN_prslv_isinfeasible(x, lo, up)) return false;
   x.status = prs_prim_infeas;
-  (row ? x.certrow : x.certcol) = index;
-  x.certcrossing = true;
+  (row ? x.cert.row : x.cert.col) = index;
+  x.cert.crossing = true;
   return true;
 }
 
@@ -114,22 +114,22 @@ prslv_code prslv_init(prslv_context& x) {
     if (crossing(x, i, true, con_lower(x, i), con_upper(x, i))) return prslv_code::ok;
   for (int32_t j = 0; j < x.p.numvar; j++)
     if (crossing(x, j, false, var_lower(x, j), var_upper(x, j))) return prslv_code::ok;
-  TVN_prslv_allactivities(x);
+  TVN_prslv_allactivities(x, x.act, x.run);
   for (int32_t i = 0; i < x.p.numcon; i++) {
     if (con_lower(x, i) == -prslv_inf && con_upper(x, i) == prslv_inf && x.conlin[i])
       TVN_prslv_conrelax(x, i, rt_initialfreecon);
-    if (TVN_prslv_stopped(x, x.connz[i])) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x.run, x.connz[i])) return prslv_code::stopped;
   }
   for (int32_t j = 0; j < x.p.numvar; j++) {
     const double l = var_lower(x, j), u = var_upper(x, j);
     if (may_fix(x, j, l) && TVN_prslv_canbefixed(x, l, u)) TVN_prslv_varfix(x, j, l, rt_initialvarfix);
-    if (TVN_prslv_stopped(x, x.varnz[j])) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x.run, x.varnz[j])) return prslv_code::stopped;
   }
   for (int32_t i = 0; i < x.p.numcon && x.status == prs_undecided; i++) {
     if (!x.conlive[i] || !x.conlin[i] || x.connz[i] != 1) continue;
     const auto [j, a] = TVN_prslv_getconsin(x, i);
     if (may_substitute(x, j) && std::fabs(a) > 1e-9) TVN_prslv_consin(x, i, rt_initialconsin);
-    if (TVN_prslv_stopped(x, 1)) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x.run, 1)) return prslv_code::stopped;
   }
   return prslv_code::ok;
 }
@@ -183,15 +183,15 @@ prslv_code one_step(prslv_context& x, due& d, bool& changed) {
 prslv_code eliminate(prslv_context& x, due& d) {
   if (!d.eliminator || d.simple || x.status != prs_undecided || d.eliminated == TVN_prslv_getnumred(x))
     return prslv_code::ok;
-  const auto num = [&] { return x.stats->numred[rt_elimination]; };
+  const auto num = [&] { return x.run.stats->numred[rt_elimination]; };
   const auto allowed = [&] { return x.param.eliminatortries < 0 || d.tries < x.param.eliminatortries; };
   const int64_t first = num();
   prslv_code code = prslv_code::ok;
   for (int64_t gained = 1; code == prslv_code::ok && gained > 0 && d.poor < poorruns && allowed(); d.tries++) {
     const int64_t before = num();
     TVN_prslv_cleana(x);
-    TVN_prslv_allactivities(x);
-    if (x.stop || !TVN_prslv_tryeliminator(x)) break;
+    TVN_prslv_allactivities(x, x.act, x.run);
+    if (x.run.stop || !TVN_prslv_tryeliminator(x, x.run)) break;
     code = TVN_prslv_eliminator2(x);
     gained = num() - before;
     if (gained < elimgain) d.poor++;
@@ -199,19 +199,19 @@ prslv_code eliminate(prslv_context& x, due& d) {
   d.eliminated = TVN_prslv_getnumred(x);
   if (num() > first) d.simple = d.rows = d.columns = true;
   d.eliminator = d.poor < poorruns;
-  return x.stop ? prslv_code::stopped : code;
+  return x.run.stop ? prslv_code::stopped : code;
 }
 
 prslv_code rounds(prslv_context& x, due& d) {
-  for (bool changed = true; changed || x.stats->numrounds < minrounds;) {
-    if (x.stop) return prslv_code::stopped;
+  for (bool changed = true; changed || x.run.stats->numrounds < minrounds;) {
+    if (x.run.stop) return prslv_code::stopped;
     const int32_t before = TVN_prslv_getnumred(x);
     prslv_code code = one_step(x, d, changed);
     if (code == prslv_code::ok && x.status == prs_undecided) code = eliminate(x, d);
     if (code != prslv_code::ok) return code;
     if (x.status != prs_undecided) break;
     changed = changed || TVN_prslv_getnumred(x) > before || d.simple || d.rows || d.columns;
-    x.stats->numrounds++;
+    x.run.stats->numrounds++;
   }
   return prslv_code::ok;
 }
@@ -225,7 +225,7 @@ prslv_code passes(prslv_context& x) {
     code = rounds(x, d);
     if (code != prslv_code::nospace) break;
     code = prslv_code::ok;
-    x.stats->outofspace = pass + 1 >= limit && limit >= maxpasses;
+    x.run.stats->outofspace = pass + 1 >= limit && limit >= maxpasses;
     limit = std::min(limit + 1, maxpasses);
     d.simple = true;
   }
@@ -249,28 +249,28 @@ prslv_code TVN_prslv_reduce(prslv_context& x, const prslv_param& param, prslv_st
                             const prslv_progress& progress) {
   const double start = TVN_sysenv_gettime();
   x.param = param;
-  x.stats = &stats;
-  x.progress = progress;
-  x.lastpoll = start;
+  x.run.stats = &stats;
+  x.run.progress = progress;
+  x.run.lastpoll = start;
   TVN_prslv_printoptions(x);
   TVN_prslv_storeconbnd(x);
   TVN_prslv_storeccandcx(x);
-  TVN_prslv_endsnapshots(x);
-  if (progress.fn && progress.fn(progress.handle, 31) != 0) x.stop = true;
+  TVN_prslv_endsnapshots(x.stk);
+  if (progress.fn && progress.fn(progress.handle, 31) != 0) x.run.stop = true;
   TVN_prslv_makematrix(x);
   count_problem(x, stats.conbefore, stats.varbefore, stats.nzbefore);
   prslv_code code = prslv_code::ok;
-  if (param.use != 0) code = x.stop ? prslv_code::stopped : passes(x);
-  if (!x.stop) finalize(x, stats);
+  if (param.use != 0) code = x.run.stop ? prslv_code::stopped : passes(x);
+  if (!x.run.stop) finalize(x, stats);
   stats.totalseconds = TVN_sysenv_gettime() - start;
   TVN_prslv_printsummary(x);
-  if (progress.fn && progress.fn(progress.handle, 39) != 0) x.stop = true;
-  return x.stop ? prslv_code::stopped : code;
+  if (progress.fn && progress.fn(progress.handle, 39) != 0) x.run.stop = true;
+  return x.run.stop ? prslv_code::stopped : code;
 }
 
 void TVN_prslv_unreduce(prslv_context& x) {
-  TVN_prslv_initpopsnapshots(x);
-  for (int32_t rtype = TVN_prslv_popstk(x); rtype != 0; rtype = TVN_prslv_popstk(x))
+  TVN_prslv_initpopsnapshots(x.stk);
+  for (int32_t rtype = TVN_prslv_popstk(x.stk); rtype != 0; rtype = TVN_prslv_popstk(x.stk))
     rtype == rt_storecosts ? restore_costs(x) : restore_bounds(x);
 }
 

@@ -22,13 +22,13 @@ struct varfix_record {
 
 void TVN_prslv_varfix(prslv_context& x, int32_t j, double value, int32_t rtype) {
   TVN_prslv_beginpushstk(x, rtype);
-  push_col(x, j);
+  push_col(x, j, x.stk);
   TVN_prslv_endpushstk(x, rtype, varfix_record{j, x.p.bkx[j], x.varnz[j], value, x.p.blx[j], x.p.bux[j]});
   TVN_prslv_killvar(x, j, value);
 }
 
 void prslv_undovarfix(prslv_post& w, int32_t rtype) {
-  const auto [r, column] = TVN_prslv_poprecord<varfix_record>(w.x);
+  const auto [r, column] = TVN_prslv_poprecord<varfix_record>(w.x.stk);
   lp_solution& s = w.s;
   const int32_t j = r.j, key = r.key;
   const double lo = r.lower, up = r.upper, value = w.pf * r.value;
@@ -55,7 +55,7 @@ void prslv_undovarfix(prslv_post& w, int32_t rtype) {
 // is not integral stays for its optimizer.
 void TVN_prslv_emptyvariables(prslv_context& x) {
   for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++) {
-    if (TVN_prslv_stopped(x, 1)) return;
+    if (TVN_prslv_stopped(x.run, 1)) return;
     if (!x.varlive[j] || x.varnz[j] != 0 || !x.varlin[j]) continue;
     const double c = x.p.c[j], lo = var_lower(x, j), up = var_upper(x, j);
     const bool haslo = lo > -prslv_inf, hasup = up < prslv_inf;
@@ -64,8 +64,8 @@ void TVN_prslv_emptyvariables(prslv_context& x) {
     };
     if (std::fabs(c) > x.param.tols && !(c > 0 ? haslo : hasup)) {
       x.status = prs_dual_infeas;
-      x.certcol = j;
-      x.certcolval = c > 0 ? -1 : 1;
+      x.cert.col = j;
+      x.cert.colval = c > 0 ? -1 : 1;
     } else if (!haslo && !hasup) {
       fix(0.0, rt_varfixfree);
     } else if (haslo && (c > 0 || !hasup || (c == 0 && std::fabs(lo) <= std::fabs(up)))) {

@@ -18,7 +18,7 @@ prslv_code TVN_prslv_relax(prslv_context& x) {
   const prslv_clock clock(x, task_relax);
   for (int32_t j = 0; j < x.p.numvar; j++) {
     if (!x.varlive[j] || !may_use_dual(x, j) || x.varnz[j] == 0) continue;
-    if (TVN_prslv_stopped(x, x.varnz[j])) return prslv_code::stopped;
+    if (TVN_prslv_stopped(x.run, x.varnz[j])) return prslv_code::stopped;
     const double l = var_lower(x, j), u = var_upper(x, j);
     if (l == -prslv_inf && u == prslv_inf) continue;
     const prslv_implied b = TVN_prslv_impliedboundsonvarj(x, j);

@@ -32,7 +32,7 @@ bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a
                cc = x.p.cc[i];
   const bool equality = bl == bu;
   if (!equality && std::fabs(c + a * cc) > 1e-15 * std::fabs(c)) return false;
-  if (!is_decent(x, i, a)) return false;
+  if (!is_decent(x, i, a, x.rowmax)) return false;
   const double alow = a > 0 ? a * l : a * u, aupp = a > 0 ? a * u : a * l;
   TVN_prslv_beginpushstk(x, rt_varslack);
   TVN_prslv_endpushstk(x, rt_varslack, varslack_record{i, j, x.p.bkc[i], equality, {a, bl, bu, l, u}, cc, c});
@@ -41,9 +41,9 @@ bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a
     x.p.cc[i] = -c / a;
   }
   TVN_prslv_killvar(x, j, 0.0);
-  TVN_prslv_putconbounds(x, i, bl - aupp, bu - alow);
+  TVN_prslv_putconbounds(x.p, i, bl - aupp, bu - alow);
   const bool loosened = (bl > -prslv_inf && std::isinf(aupp)) || (bu < prslv_inf && std::isinf(alow));
-  if (equality || loosened) make_columns_due(x, i); // at most once for the row and once for each of its sides
+  if (equality || loosened) make_columns_due(x, i, x.due); // at most once for the row and once for each of its sides
   return true;
 }
 
@@ -76,7 +76,7 @@ void place_basic(prslv_post& w, const slack_row& k, int32_t i, int32_t j, double
 } // namespace
 
 void prslv_undovarslack(prslv_post& w) {
-  auto [i, j, rowkey, equality, k, cc, c] = TVN_prslv_poprecord<varslack_record>(w.x);
+  auto [i, j, rowkey, equality, k, cc, c] = TVN_prslv_poprecord<varslack_record>(w.x.stk);
   lp_solution& s = w.s;
   for (double* b : {&k.bl, &k.bu, &k.l, &k.u}) *b = w.bound(*b);
   const double rest = s.xc[i];
