@@ -91,7 +91,7 @@ void polish(simplex_state& s, buffer<double>& y, bool phaseone) {
 
 // Rounding in place of zeros: duals that no basic column would miss in the last place of its largest term become 0.
 // Such a dual says nothing, and times a range without end it is a gap.
-void drop_noise(simplex_state& s, buffer<double>& y) {
+void drop_noise(const simplex_state& s, buffer<double>& y) {
   constexpr double lastplace = 0x1p-49;
   const simplex_work& w = s.work;
   buffer<uint8_t> missed(s.sys, w.m, uint8_t{0});

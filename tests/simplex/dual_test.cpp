@@ -210,21 +210,21 @@ TEST(DualTrouble, MovesThePivotToleranceWithinItsLimits) {
   lp_case p = hard_start(5);
   crash_bench b(p);
   b.dual.tol.piv = 1e-7;
-  for (int i = 0; i < 5; i++) tvn::dsimplex_notebadpivot(b.dual);
+  for (int i = 0; i < 5; i++) tvn::dsimplex_notebadpivot(b.dual.bad, b.dual.tol);
   EXPECT_EQ(b.dual.tol.piv, 1e-7);
-  tvn::dsimplex_notebadpivot(b.dual);
+  tvn::dsimplex_notebadpivot(b.dual.bad, b.dual.tol);
   EXPECT_DOUBLE_EQ(b.dual.tol.piv, 1e-6);
-  for (int i = 0; i < 100; i++) tvn::dsimplex_notebadpivot(b.dual);
+  for (int i = 0; i < 100; i++) tvn::dsimplex_notebadpivot(b.dual.bad, b.dual.tol);
   EXPECT_EQ(b.dual.tol.piv, 1e-5);
-  for (int i = 0; i < 5; i++) tvn::dsimplex_notecalm(b.dual);
+  for (int i = 0; i < 5; i++) tvn::dsimplex_notecalm(b.dual.bad, b.dual.tol, b.dual.fac.factor, b.param.tolrelpiv);
   EXPECT_EQ(b.dual.tol.piv, 1e-5);
   b.dual.bad.setbacks++; // not calm any more
-  for (int i = 0; i < 6; i++) tvn::dsimplex_notecalm(b.dual);
+  for (int i = 0; i < 6; i++) tvn::dsimplex_notecalm(b.dual.bad, b.dual.tol, b.dual.fac.factor, b.param.tolrelpiv);
   EXPECT_EQ(b.dual.tol.piv, 1e-5);
-  for (int i = 0; i < 200; i++) tvn::dsimplex_notecalm(b.dual);
+  for (int i = 0; i < 200; i++) tvn::dsimplex_notecalm(b.dual.bad, b.dual.tol, b.dual.fac.factor, b.param.tolrelpiv);
   EXPECT_DOUBLE_EQ(b.dual.tol.piv, 1e-10);
   b.dual.tol.piv = 1e-3; // the user's own
-  for (int i = 0; i < 12; i++) tvn::dsimplex_notebadpivot(b.dual);
+  for (int i = 0; i < 12; i++) tvn::dsimplex_notebadpivot(b.dual.bad, b.dual.tol);
   EXPECT_EQ(b.dual.tol.piv, 1e-3);
 }
 
@@ -236,10 +236,10 @@ TEST(DualTrouble, HealsInCalmTimes) {
   tvn::TVN_simplex_raisepivots(f, 400, 0.5);
   tvn::TVN_lu_putpivotmethod(f, 2);
   b.dual.bad.updatelimit = tvn::dual_minupdates;
-  for (int i = 0; i < 12; i++) tvn::dsimplex_notecalm(b.dual);
+  for (int i = 0; i < 12; i++) tvn::dsimplex_notecalm(b.dual.bad, b.dual.tol, b.dual.fac.factor, b.param.tolrelpiv);
   EXPECT_EQ(b.dual.bad.updatelimit, 4 * tvn::dual_minupdates);
   EXPECT_DOUBLE_EQ(tvn::TVN_lu_gettol(f, 2), 0.5 / 4);
-  for (int i = 0; i < 120; i++) tvn::dsimplex_notecalm(b.dual);
+  for (int i = 0; i < 120; i++) tvn::dsimplex_notecalm(b.dual.bad, b.dual.tol, b.dual.fac.factor, b.param.tolrelpiv);
   EXPECT_EQ(b.dual.bad.updatelimit, tvn::dual_maxupdates);
   EXPECT_EQ(tvn::TVN_lu_gettol(f, 2), b.param.tolrelpiv);
 }

@@ -19,11 +19,11 @@ constexpr double droprow = 1e-14;    // entries of rho and of the pivot row at o
 constexpr double longrow = 0.5;      // entries in the rows of rho, by columns, from which on no list is kept on the way
 constexpr double denserho = 0.3;     // share of nonzeros in rho from which on the product goes by columns
 
-int64_t row_by_list(simplex_state& s) {
+int64_t row_by_list(const simplex_state& s, spvec& alpha) {
   const simplex_work& w = s.work;
   const double* const rho = s.rho.val.data();
-  double* const val = s.alpha.val.data();
-  int32_t* const idx = s.alpha.idx.data();
+  double* const val = alpha.val.data();
+  int32_t* const idx = alpha.idx.data();
   const int32_t* const rowcol = w.rowcol.data();
   const double* const rowval = w.rowval.data();
   int32_t count = 0;
@@ -45,41 +45,41 @@ int64_t row_by_list(simplex_state& s) {
       val[j] = after != 0.0 ? after : cancelled;
     }
   }
-  s.alpha.count = count;
+  alpha.count = count;
   return met;
 }
 
 // Lists what counts among the structurals, behind the logicals that are listed already. No branch on the values: half
 // of them may be zero in no order.
-void list_structurals(simplex_state& s, int32_t count) {
-  double* __restrict const val = s.alpha.val.data();
-  int32_t* __restrict const idx = s.alpha.idx.data();
+void list_structurals(const simplex_state& s, spvec& alpha, int32_t count) {
+  double* __restrict const val = alpha.val.data();
+  int32_t* __restrict const idx = alpha.idx.data();
   for (int32_t j = s.work.m; j < s.work.total; j++) {
     const bool counts = !(std::fabs(val[j]) <= droprow);
     val[j] = counts ? val[j] : 0.0;
     idx[count] = j;
     count += static_cast<int32_t>(counts);
   }
-  s.alpha.count = count;
+  alpha.count = count;
 }
 
-int32_t logicals_of_row(simplex_state& s) {
+int32_t logicals_of_row(const simplex_state& s, spvec& alpha) {
   int32_t count = 0;
   for (int32_t p = 0; p < s.rho.count; p++) {
     const int32_t i = s.rho.idx[p];
     if (!s.inlist[i] || std::fabs(s.rho.val[i]) <= droprow) continue;
-    s.alpha.val[i] = -s.rho.val[i];
-    s.alpha.idx[count++] = i;
+    alpha.val[i] = -s.rho.val[i];
+    alpha.idx[count++] = i;
   }
   return count;
 }
 
-int64_t row_by_values(simplex_state& s) {
+int64_t row_by_values(const simplex_state& s, spvec& alpha) {
   const simplex_work& w = s.work;
-  double* __restrict const val = s.alpha.val.data() + w.m;
+  double* __restrict const val = alpha.val.data() + w.m;
   const int32_t* __restrict const rowcol = w.rowcol.data();
   const double* __restrict const rowval = w.rowval.data();
-  const int32_t count = logicals_of_row(s);
+  const int32_t count = logicals_of_row(s, alpha);
   int64_t met = 0;
   for (int32_t p = 0; p < s.rho.count; p++) {
     const int32_t i = s.rho.idx[p];
@@ -96,17 +96,17 @@ int64_t row_by_values(simplex_state& s) {
     }
     for (; e < end; e++) val[rowcol[e]] += r * rowval[e];
   }
-  list_structurals(s, count);
+  list_structurals(s, alpha, count);
   return met;
 }
 
-int64_t row_by_columns(simplex_state& s) {
+int64_t row_by_columns(const simplex_state& s, spvec& alpha) {
   const simplex_work& w = s.work;
   const double* __restrict const rho = s.rho.val.data();
   const int32_t* __restrict const sub = w.colsub.data();
   const double* __restrict const val = w.colval.data();
-  int32_t* const idx = s.alpha.idx.data();
-  int32_t count = logicals_of_row(s);
+  int32_t* const idx = alpha.idx.data();
+  int32_t count = logicals_of_row(s, alpha);
   int64_t met = 0;
   for (int32_t k = 0; k < w.n; k++) {
     const int32_t j = w.m + k;
@@ -116,10 +116,10 @@ int64_t row_by_columns(simplex_state& s) {
     for (int64_t p = b; p < e; p++) sum += rho[sub[p]] * val[p];
     met += e - b;
     if (std::fabs(sum) <= droprow) continue;
-    s.alpha.val[j] = sum;
+    alpha.val[j] = sum;
     idx[count++] = j;
   }
-  s.alpha.count = count;
+  alpha.count = count;
   return met;
 }
 
@@ -219,9 +219,9 @@ bool is_long_row(const simplex_state& s) {
 int64_t TVN_simplex_formrow(simplex_state& s) {
   int64_t met = 0;
   if (s.rho.count >= denserho * s.work.m)
-    met = row_by_columns(s);
+    met = row_by_columns(s, s.alpha);
   else
-    met = is_long_row(s) ? row_by_values(s) : row_by_list(s);
+    met = is_long_row(s) ? row_by_values(s, s.alpha) : row_by_list(s, s.alpha);
   return met;
 }
 

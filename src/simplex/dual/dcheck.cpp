@@ -90,7 +90,7 @@ void dsimplex_check(dual_state& s) {
   check_weight(s);
 }
 
-bool dsimplex_checkcertificate(dual_state& s, int32_t r, double sigma) {
+bool dsimplex_checkcertificate(const dual_state& s, int32_t r, double sigma) {
   // x_r = -sum of alpha_j x_j over the nonbasics; the best that bounds allow must fall short of the violated bound.
   const simplex_work& w = s.work;
   const double* const rho = s.rho.val.data();

@@ -18,10 +18,10 @@ constexpr double freebox = 10000; // half width of the box of a free variable
 
 bool is_boxed(const dual_state& s, int32_t j) { return s.lo[j] > -bound_infinity && s.up[j] < bound_infinity; }
 
-void copy_bounds_of_basics(dual_state& s) {
+void copy_bounds_of_basics(const dual_state& s, buffer<dual_basic>& basic) {
   for (int32_t k = 0; k < s.work.m; k++) {
-    s.basic[k].lo = s.lo[s.fac.head[k]];
-    s.basic[k].up = s.up[s.fac.head[k]];
+    basic[k].lo = s.lo[s.fac.head[k]];
+    basic[k].up = s.up[s.fac.head[k]];
   }
 }
 
@@ -70,15 +70,15 @@ void dsimplex_correctsigns(dual_state& s) {
   }
 }
 
-void dsimplex_countinf(dual_state& s) {
-  s.inf.num = 0;
-  s.inf.sum = 0;
+void dsimplex_countinf(const dual_state& s, dual_infeas& inf) {
+  inf.num = 0;
+  inf.sum = 0;
   for (int32_t j = 0; j < s.work.total; j++) {
     if (!s.inlist[j]) continue;
     const double v = dsimplex_trueinfeasibility(s.work, j, s.d[j]);
     if (!(v > s.tol.dual)) continue;
-    s.inf.num++;
-    s.inf.sum += v;
+    inf.num++;
+    inf.sum += v;
   }
 }
 
@@ -93,7 +93,7 @@ void dsimplex_placenonbasics(dual_state& s) {
     dsimplex_setmove(s, j);
     if (s.fac.pos[j] < 0) s.x[j] = s.key[j] == sk_supbas ? 0.0 : s.key[j] == sk_upr ? s.up[j] : s.lo[j];
   }
-  copy_bounds_of_basics(s);
+  copy_bounds_of_basics(s, s.basic);
 }
 
 void dsimplex_setphaseone(dual_state& s) {

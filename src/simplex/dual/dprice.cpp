@@ -23,37 +23,37 @@ inline void improve(row_choice& best, int32_t k, const dual_basic& b) {
   if (b.infeas > best.score * b.weight) best = {k, b.infeas / b.weight};
 }
 
-row_choice read_top(dual_state& s) {
+row_choice read_top(dual_pricing& price, buffer<dual_basic>& basic) {
   row_choice best;
   int32_t kept = 0;
-  for (int32_t p = 0; p < s.price.numtop; p++) {
-    const int32_t k = s.price.top[p];
-    dual_basic& b = s.basic[k];
-    if (b.infeas == 0 || b.infeas < s.price.cutoff * b.weight) {
+  for (int32_t p = 0; p < price.numtop; p++) {
+    const int32_t k = price.top[p];
+    dual_basic& b = basic[k];
+    if (b.infeas == 0 || b.infeas < price.cutoff * b.weight) {
       b.listed &= ~on_top;
       continue;
     }
-    s.price.top[kept++] = k;
+    price.top[kept++] = k;
     improve(best, k, b);
   }
-  s.price.numtop = kept;
+  price.numtop = kept;
   return best;
 }
 
-row_choice read_list(dual_state& s) {
+row_choice read_list(dual_pricing& price, buffer<dual_basic>& basic) {
   row_choice best;
   int32_t kept = 0;
-  for (int32_t p = 0; p < s.price.numlist; p++) {
-    const int32_t k = s.price.list[p];
-    dual_basic& b = s.basic[k];
+  for (int32_t p = 0; p < price.numlist; p++) {
+    const int32_t k = price.list[p];
+    dual_basic& b = basic[k];
     if (b.infeas == 0) {
       b.listed &= ~on_list;
       continue;
     }
-    s.price.list[kept++] = k;
+    price.list[kept++] = k;
     improve(best, k, b);
   }
-  s.price.numlist = kept;
+  price.numlist = kept;
   return best;
 }
 
@@ -64,7 +64,7 @@ int32_t select_partial(dual_state& s) {
   const int32_t m = s.work.m, target = m < 10000 ? 15 : m < 30000 ? 20 : m < 50000 ? 25 : 35;
   if (TVN_simplex_random(s.info.randomstate) > emptyagain) s.price.numtop = 0;
   s.price.cutoff = 0; // what stays infeasible stays on the list
-  row_choice best = read_top(s);
+  row_choice best = read_top(s.price, s.basic);
   s.price.cutoff = HUGE_VAL;
   if (best.k >= 0) return best.k;
   int32_t k = s.price.scanstart < m ? s.price.scanstart : 0;
@@ -85,18 +85,19 @@ void dsimplex_rebuildlist(dual_state& s) noexcept {
   s.price.cutoff = HUGE_VAL;
   for (int32_t k = 0; k < s.work.m; k++) {
     s.basic[k].listed = 0;
-    dsimplex_notechange(s, k, s.basic[k]);
+    dsimplex_notechange(s.price, s.tolfeas, k, s.basic[k]);
   }
 }
 
 int32_t dsimplex_select(dual_state& s) {
   if (s.price.method == sel_partial) return select_partial(s);
-  row_choice best = read_top(s);
+  row_choice best = read_top(s.price, s.basic);
   if (best.k >= 0) return best.k;
-  best = read_list(s);
+  best = read_list(s.price, s.basic);
   if (best.k < 0) return best.k;
   s.price.cutoff = topshare * best.score;
-  for (int32_t p = 0; p < s.price.numlist; p++) dsimplex_notechange(s, s.price.list[p], s.basic[s.price.list[p]]);
+  for (int32_t p = 0; p < s.price.numlist; p++)
+    dsimplex_notechange(s.price, s.tolfeas, s.price.list[p], s.basic[s.price.list[p]]);
   return best.k;
 }
 
@@ -118,9 +119,9 @@ bool dsimplex_takeweights(dual_state& s) {
   return true;
 }
 
-void dsimplex_leaveweights(dual_state& s) {
-  for (int32_t k = 0; k < s.work.m; k++) s.base.dualweight[s.fac.head[k]] = s.basic[k].weight;
-  s.base.dualweightkind = s.price.method;
+void dsimplex_leaveweights(const dual_state& s, simplex_state& base) {
+  for (int32_t k = 0; k < s.work.m; k++) base.dualweight[s.fac.head[k]] = s.basic[k].weight;
+  base.dualweightkind = s.price.method;
 }
 
 } // namespace tvn

@@ -31,7 +31,7 @@ bool acceptable(double p, double largest) {
 // Candidates whose ratio is at most the limit, and free variables. They hold the distance of the reduced cost from zero
 // as ratio until it is divided by the pivot. The sign of the move is looked up only where the magnitudes allow a
 // candidate: most entries of a long row end at that first test.
-int32_t collect(dual_state& s, double sigma, double tolpiv, double limit) {
+int32_t collect(const dual_state& s, dual_ratio_work& w, double sigma, double tolpiv, double limit) {
   const double* const alpha = s.alpha.val.data();
   const double* const d = s.d.data();
   const int32_t* const idx = s.alpha.idx.data();
@@ -41,21 +41,21 @@ int32_t collect(dual_state& s, double sigma, double tolpiv, double limit) {
     const int32_t j = idx[p];
     if (!(std::fabs(d[j]) <= limit * std::fabs(alpha[j]) + slack)) continue;
     const double mv = s.move[j], a = mv * sigma * alpha[j], reduced = mv * d[j];
-    if ((a > tolpiv && reduced <= limit * a) || mv == 2) s.ratio.cand[num++] = {reduced, a, j};
+    if ((a > tolpiv && reduced <= limit * a) || mv == 2) w.cand[num++] = {reduced, a, j};
   }
   return num;
 }
 
 // Free variables and data that are not finite, which collect passes unseen.
-int32_t mend(dual_state& s, double tolpiv, int32_t num) {
+int32_t mend(const dual_state& s, dual_ratio_work& w, double tolpiv, int32_t num) {
   int32_t kept = 0;
   for (int32_t p = 0; p < num; p++) {
-    dual_candidate c = s.ratio.cand[p];
+    dual_candidate c = w.cand[p];
     if (s.move[c.j] == 2) {
       c.ratio = 0;
       c.pivot = std::fabs(0.5 * c.pivot);
     }
-    if (c.pivot > tolpiv && c.ratio < bound_infinity) s.ratio.cand[kept++] = c;
+    if (c.pivot > tolpiv && c.ratio < bound_infinity) w.cand[kept++] = c;
   }
   return kept;
 }
@@ -66,10 +66,10 @@ double slope_loss(const dual_state& s, const dual_candidate& c) {
 }
 
 // Brings the candidates that a step with positive slope can pass, and a few more, to the front; returns their number.
-int32_t reduce(dual_state& s, int32_t num, double slope) {
-  dual_candidate* const cand = s.ratio.cand.data();
+int32_t reduce(const dual_state& s, dual_ratio_work& w, int32_t num, double slope) {
+  dual_candidate* const cand = w.cand.data();
   int32_t kept = 0;
-  double limit = std::max(firststep, s.ratio.laststep);
+  double limit = std::max(firststep, w.laststep);
   while (kept < num) {
     for (int32_t p = kept; p < num; p++) {
       if (cand[p].ratio > limit * cand[p].pivot) continue;
@@ -86,11 +86,11 @@ int32_t reduce(dual_state& s, int32_t num, double slope) {
 
 // The candidates that a step with positive slope can pass are few, and seldom beyond a multiple of the last step: only
 // when those do not use up the slope are all of them collected.
-int32_t collect_passable(dual_state& s, double sigma, double tolpiv, double slope) {
-  const int32_t num = mend(s, tolpiv, collect(s, sigma, tolpiv, growstep * std::max(firststep, s.ratio.laststep)));
+int32_t collect_passable(const dual_state& s, dual_ratio_work& w, double sigma, double tolpiv, double slope) {
+  const int32_t num = mend(s, w, tolpiv, collect(s, w, sigma, tolpiv, growstep * std::max(firststep, w.laststep)));
   double left = slope;
-  for (int32_t p = 0; p < num; p++) left -= slope_loss(s, s.ratio.cand[p]);
-  return left < 0 ? num : reduce(s, mend(s, tolpiv, collect(s, sigma, tolpiv, HUGE_VAL)), slope);
+  for (int32_t p = 0; p < num; p++) left -= slope_loss(s, w.cand[p]);
+  return left < 0 ? num : reduce(s, w, mend(s, w, tolpiv, collect(s, w, sigma, tolpiv, HUGE_VAL)), slope);
 }
 
 bool earlier(const dual_candidate& a, const dual_candidate& b) {
@@ -98,50 +98,50 @@ bool earlier(const dual_candidate& a, const dual_candidate& b) {
 }
 
 // Among the entries of the row above tolpiv.
-dual_ratio long_step(dual_state& s, double sigma, double tolpiv, double delta) {
-  const int32_t num = collect_passable(s, sigma, tolpiv, delta);
-  dual_candidate* const c = s.ratio.cand.data();
+dual_ratio long_step(const dual_state& s, dual_ratio_work& w, double sigma, double tolpiv, double delta) {
+  const int32_t num = collect_passable(s, w, sigma, tolpiv, delta);
+  dual_candidate* const c = w.cand.data();
   for (int32_t p = 0; p < num; p++) c[p].ratio /= c[p].pivot;
   std::sort(c, c + num, earlier);
   double least = HUGE_VAL;
   for (int32_t p = num - 1; p >= 0; p--) {
     least = std::min(least, c[p].ratio + s.tol.ratio / c[p].pivot);
-    s.ratio.relaxed[p] = least;
+    w.relaxed[p] = least;
   }
   int32_t groups = 0;
   double slope = delta, largest = 0;
-  s.ratio.groupend[0] = 0;
+  w.groupend[0] = 0;
   for (int32_t p = 0; p < num && slope >= 0;) {
-    const double limit = s.ratio.relaxed[p];
+    const double limit = w.relaxed[p];
     for (; p < num && c[p].ratio <= limit; p++) {
       slope -= slope_loss(s, c[p]);
       largest = std::max(largest, c[p].pivot);
     }
-    s.ratio.groupend[++groups] = p;
+    w.groupend[++groups] = p;
   }
   dual_ratio best;
   // What is left of the infeasibility when all that can move has moved: beyond the tolerance no point is feasible.
   if (slope > s.tolfeas || groups == 0) return best;
   double bestpivot = 0;
   for (int32_t g = groups - 1; g >= 0; g--) {
-    int32_t choice = s.ratio.groupend[g];
-    for (int32_t p = choice + 1; p < s.ratio.groupend[g + 1]; p++)
+    int32_t choice = w.groupend[g];
+    for (int32_t p = choice + 1; p < w.groupend[g + 1]; p++)
       if (c[p].pivot > c[choice].pivot) choice = p;
     if (c[choice].pivot > bestpivot) {
       bestpivot = c[choice].pivot;
-      best = {c[choice].j, std::max(0.0, c[choice].ratio), s.ratio.groupend[g]};
+      best = {c[choice].j, std::max(0.0, c[choice].ratio), w.groupend[g]};
     }
-    if (acceptable(c[choice].pivot, largest)) return {c[choice].j, std::max(0.0, c[choice].ratio), s.ratio.groupend[g]};
+    if (acceptable(c[choice].pivot, largest)) return {c[choice].j, std::max(0.0, c[choice].ratio), w.groupend[g]};
   }
   return best;
 }
 
 } // namespace
 
-dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta) {
+dual_ratio dsimplex_minratio(const dual_state& s, dual_ratio_work& w, double sigma, double delta) {
   const double careful = std::max(10 * s.tol.piv, leastpivot);
-  const dual_ratio first = long_step(s, sigma, careful, delta);
-  return first.q >= 0 && first.step * careful <= lefterror ? first : long_step(s, sigma, s.tol.piv, delta);
+  const dual_ratio first = long_step(s, w, sigma, careful, delta);
+  return first.q >= 0 && first.step * careful <= lefterror ? first : long_step(s, w, sigma, s.tol.piv, delta);
 }
 
 } // namespace tvn

@@ -69,27 +69,27 @@ loop_state dsimplex_countsetback(dual_state& s) {
   return dsimplex_handover(s); // the primal simplex accepts any basis
 }
 
-void dsimplex_notebadpivot(dual_state& s) {
-  if (++s.bad.badpivots <= badpivots) return;
-  s.bad.badpivots = 0;
-  s.tol.piv = TVN_simplex_raised(s.tol.piv, tolpivmax);
+void dsimplex_notebadpivot(dual_trouble& bad, dual_tolerances& tol) {
+  if (++bad.badpivots <= badpivots) return;
+  bad.badpivots = 0;
+  tol.piv = TVN_simplex_raised(tol.piv, tolpivmax);
 }
 
-void dsimplex_notecalm(dual_state& s) {
-  s.bad.calm = s.bad.setbacks == s.bad.calmsetbacks ? s.bad.calm + 1 : 0;
-  s.bad.calmsetbacks = s.bad.setbacks;
-  if (s.bad.calm < calmtimes) return;
-  s.bad.calm = 0;
-  s.tol.piv = std::max(tolpivmin, 0.1 * s.tol.piv);
-  s.bad.updatelimit = std::min(2 * s.bad.updatelimit, dual_maxupdates);
-  TVN_simplex_calmpivots(s.fac.factor, s.param.tolrelpiv);
+void dsimplex_notecalm(dual_trouble& bad, dual_tolerances& tol, lu& factor, double tolrelpiv) {
+  bad.calm = bad.setbacks == bad.calmsetbacks ? bad.calm + 1 : 0;
+  bad.calmsetbacks = bad.setbacks;
+  if (bad.calm < calmtimes) return;
+  bad.calm = 0;
+  tol.piv = std::max(tolpivmin, 0.1 * tol.piv);
+  bad.updatelimit = std::min(2 * bad.updatelimit, dual_maxupdates);
+  TVN_simplex_calmpivots(factor, tolrelpiv);
 }
 
-void dsimplex_savebasis(dual_state& s) {
-  std::copy(s.fac.head.begin(), s.fac.head.end(), s.saved.head.begin());
-  std::copy(s.key.begin(), s.key.end(), s.saved.key.begin());
-  for (int32_t k = 0; k < s.work.m; k++) s.saved.weight[k] = s.basic[k].weight;
-  s.saved.iter = s.iter;
+void dsimplex_savebasis(const dual_state& s, dual_saved_basis& saved) {
+  std::copy(s.fac.head.begin(), s.fac.head.end(), saved.head.begin());
+  std::copy(s.key.begin(), s.key.end(), saved.key.begin());
+  for (int32_t k = 0; k < s.work.m; k++) saved.weight[k] = s.basic[k].weight;
+  saved.iter = s.iter;
 }
 
 loop_state dsimplex_refactor(dual_state& s) {

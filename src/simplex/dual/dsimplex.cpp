@@ -44,7 +44,7 @@ void set_objective(dual_state& s) {
   store_xb(s);
   s.info.objective = TVN_simplex_pointobjective(s.base);
   s.info.sumpinf = primal_infeasibility(s);
-  dsimplex_countinf(s);
+  dsimplex_countinf(s, s.inf);
   s.info.sumdinf = s.phase == 1 ? s.inf.sum : 0.0;
   s.info.phase = s.phase;
 }
@@ -135,7 +135,7 @@ void begin_phase(dual_state& s, int32_t phase) {
 // Shifted costs make any basis dual feasible; the primal simplex finishes on the true ones.
 
 loop_state first_phase(dual_state& s) {
-  dsimplex_countinf(s);
+  dsimplex_countinf(s, s.inf);
   // After another optimizer what is wrong is within the tolerance.
   const bool shifts = s.param.dualphaseone == phaseone_shifted || s.info.hotstart == start_handover;
   const bool boxed = s.inf.num > 0 && (s.feasonly || !shifts);
@@ -153,8 +153,8 @@ loop_state recompute(dual_state& s) {
   dsimplex_correctsigns(s);
   if (TVN_simplex_poll(s.base)) return loop_state::finished;
   dsimplex_formxb(s);
-  dsimplex_savebasis(s);
-  dsimplex_notecalm(s);
+  dsimplex_savebasis(s, s.saved);
+  dsimplex_notecalm(s.bad, s.tol, s.fac.factor, s.param.tolrelpiv);
   s.fresh = true;
   if (check_cut(s) == loop_state::finished || watch_progress(s) == loop_state::finished) return loop_state::finished;
   if (s.base.recompute.now) return loop_state::recompute;
@@ -171,7 +171,7 @@ loop_state end_of_phaseone(dual_state& s) {
     dsimplex_restorecosts(s);
     dsimplex_formd(s);
   }
-  dsimplex_countinf(s);
+  dsimplex_countinf(s, s.inf);
   if (s.inf.num > 0 && !waschanged) return TVN_simplex_finish(s.base, simplex_code::ok, sol_dual_infeas_cer);
   TVN_simplex_recompute(s.base, recompute_why::feasible);
   if (s.inf.num > 0) return loop_state::recompute; // on the true costs the box may have more to give
@@ -273,7 +273,7 @@ loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
   // On a fresh factor the row itself is bad; a second time all others are, or there are none.
   if (s.basic[r].weight >= bannedweight) return dsimplex_handover(s);
   s.basic[r].weight = bannedweight;
-  dsimplex_notebadpivot(s);
+  dsimplex_notebadpivot(s.bad, s.tol);
   TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.5);
   return dsimplex_setback(s);
 }
@@ -284,7 +284,7 @@ loop_state refused_update(dual_state& s, int32_t position) {
   s.fac.usable = false;
   if (s.bad.failedupdates++ > 0) TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.1);
   if (s.fac.since == 0) {
-    dsimplex_notebadpivot(s);
+    dsimplex_notebadpivot(s.bad, s.tol);
     s.basic[position].weight = bannedweight;
   }
   return dsimplex_setback(s);
@@ -321,7 +321,7 @@ loop_state iterate(dual_state& s) {
   dual_basic& b = s.basic[r];
   const double below = b.lo - b.x, above = b.x - b.up, sigma = below > above ? -1.0 : 1.0;
   TVN_simplex_formrow(s.base);
-  const dual_ratio ratio = dsimplex_minratio(s, sigma, std::max(below, above));
+  const dual_ratio ratio = dsimplex_minratio(s, s.ratio, sigma, std::max(below, above));
   if (ratio.q < 0) return infeasible(s, r, sigma);
   s.ratio.laststep = ratio.step;
   const int32_t q = ratio.q, leaving = s.fac.head[r];
@@ -340,7 +340,7 @@ loop_state iterate(dual_state& s) {
   dsimplex_updatebasics(s, r, step, pivot);
   dsimplex_exchange(s, r, q, sigma > 0);
   b.x = s.x[q] + step;
-  dsimplex_notechange(s, r, b);
+  dsimplex_notechange(s.price, s.tolfeas, r, b);
   s.fresh = false;
   count_iteration(s, ratio.step);
   return update_factor(s, r);
@@ -402,7 +402,7 @@ void dsimplex_optimize(dual_state& s) {
   }
   TVN_simplex_clearvectors(s.base);
   store_xb(s);
-  dsimplex_leaveweights(s);
+  dsimplex_leaveweights(s, s.base);
   // A run that ends before the true bounds have come back leaves a basic point of the true problem all the same.
   if (s.phase != 2 && s.info.solsta != sol_dual_infeas_cer) {
     dsimplex_setphasetwo(s);

@@ -138,9 +138,9 @@ loop_state dsimplex_handover(dual_state& s);
 loop_state dsimplex_countsetback(dual_state& s); // on a fresh factor
 loop_state dsimplex_setback(dual_state& s);
 // The pivot tolerance rises after several bad pivots and falls in calm times.
-void dsimplex_notebadpivot(dual_state& s);
-void dsimplex_notecalm(dual_state& s);
-void dsimplex_savebasis(dual_state& s);
+void dsimplex_notebadpivot(dual_trouble& bad, dual_tolerances& tol);
+void dsimplex_notecalm(dual_trouble& bad, dual_tolerances& tol, lu& factor, double tolrelpiv);
+void dsimplex_savebasis(const dual_state& s, dual_saved_basis& saved);
 // Fresh factor of the header, or of an earlier one.
 loop_state dsimplex_refactor(dual_state& s);
 
@@ -151,8 +151,8 @@ void dsimplex_formd(dual_state& s);
 void dsimplex_correctsigns(dual_state& s);
 // Size of a reduced cost of wrong sign; 0 for what can rest on the other side.
 double dsimplex_trueinfeasibility(const simplex_work& w, int32_t j, double d);
-// Counts what is dual infeasible on the true bounds whatever the keys: s.inf.num, s.inf.sum.
-void dsimplex_countinf(dual_state& s);
+// Counts what is dual infeasible on the true bounds whatever the keys.
+void dsimplex_countinf(const dual_state& s, dual_infeas& inf);
 void dsimplex_setphaseone(dual_state& s);
 void dsimplex_setphasetwo(dual_state& s);
 // Keys of the nonbasics by the signs of d, then all that follows from keys: x and move of the nonbasics, bounds by
@@ -164,18 +164,18 @@ void dsimplex_formxb(dual_state& s);
 
 // --- pricing (dprice.cpp)
 // After a change of value or weight of position k.
-inline void dsimplex_notechange(dual_state& s, int32_t k, dual_basic& b) noexcept {
+inline void dsimplex_notechange(dual_pricing& p, double tolfeas, int32_t k, dual_basic& b) noexcept {
   const double v = std::max(b.lo - b.x, b.x - b.up);
-  if (!(v > s.tolfeas)) {
+  if (!(v > tolfeas)) {
     b.infeas = 0;
     return;
   }
   b.infeas = v * v;
-  if (!(b.listed & on_list)) s.price.list[s.price.numlist++] = k;
+  if (!(b.listed & on_list)) p.list[p.numlist++] = k;
   b.listed |= on_list;
-  if ((b.listed & on_top) || b.infeas < s.price.cutoff * b.weight) return;
+  if ((b.listed & on_top) || b.infeas < p.cutoff * b.weight) return;
   b.listed |= on_top;
-  s.price.top[s.price.numtop++] = k;
+  p.top[p.numtop++] = k;
 }
 // 1 plus the squared norm of rho: the true weight of its row.
 inline double dsimplex_rownorm(const dual_state& s) noexcept {
@@ -188,10 +188,10 @@ int32_t dsimplex_select(dual_state& s);
 void dsimplex_resetweights(dual_state& s);
 // Weights of an earlier run for the basics of the start; false: there are none of this kind.
 bool dsimplex_takeweights(dual_state& s);
-void dsimplex_leaveweights(dual_state& s);
+void dsimplex_leaveweights(const dual_state& s, simplex_state& base);
 
 // --- ratio test (dratio.cpp): sigma +1 when the leaving variable goes down to its upper bound, -1 when up to its lower
-dual_ratio dsimplex_minratio(dual_state& s, double sigma, double delta);
+dual_ratio dsimplex_minratio(const dual_state& s, dual_ratio_work& w, double sigma, double delta);
 
 // --- update (dupdate.cpp)
 void dsimplex_setmove(dual_state& s, int32_t j) noexcept;
@@ -218,7 +218,7 @@ int32_t dsimplex_rmsuperbasics(dual_state& s);
 // --- audit (dcheck.cpp): stops on a breach
 void dsimplex_check(dual_state& s);
 // Does the row of the inverse in rho prove that no point is feasible? r: its position, sigma as above.
-bool dsimplex_checkcertificate(dual_state& s, int32_t r, double sigma);
+bool dsimplex_checkcertificate(const dual_state& s, int32_t r, double sigma);
 
 // --- the loop (dsimplex.cpp): the shared state ready with keys, head and x of the nonbasics set. s.handover asks for
 // the primal simplex from the basis reached.

@@ -15,9 +15,9 @@ constexpr double maxweight = 1e20;
 constexpr double faintweight = 1e10; // weights that come down from above it are differences of large numbers
 
 // Weights are kept within [1, 1e20]; a little noise keeps ties apart.
-double bounded(dual_state& s, double w) {
-  if (!(w >= 1)) return 1 + 1e-8 * TVN_simplex_random(s.info.randomstate);
-  return w > maxweight ? maxweight * (1 - 1e-8 * TVN_simplex_random(s.info.randomstate)) : w;
+double bounded(int32_t& random, double w) {
+  if (!(w >= 1)) return 1 + 1e-8 * TVN_simplex_random(random);
+  return w > maxweight ? maxweight * (1 - 1e-8 * TVN_simplex_random(random)) : w;
 }
 
 } // namespace
@@ -59,7 +59,7 @@ void dsimplex_flip(dual_state& s, int32_t numflips) {
   for (int32_t p = 0; p < s.unit.count; p++) {
     const int32_t k = s.unit.idx[p];
     s.basic[k].x -= s.unit.val[k];
-    dsimplex_notechange(s, k, s.basic[k]);
+    dsimplex_notechange(s.price, s.tolfeas, k, s.basic[k]);
   }
   s.unit.clear();
   s.info.count[kind_dual].boundswaps += numflips;
@@ -95,12 +95,12 @@ void dsimplex_updatebasics(dual_state& s, int32_t r, double step, double pivot) 
       const double ratio = aq[k] / pivot;
       const double w =
           exact ? b.weight + ratio * (ratio * norm - 2 * tau[k]) : std::max(b.weight, own + ratio * ratio * norm);
-      b.weight = w >= 1 && w <= maxweight ? w : bounded(s, w);
+      b.weight = w >= 1 && w <= maxweight ? w : bounded(s.info.randomstate, w);
     }
-    dsimplex_notechange(s, k, b);
+    dsimplex_notechange(s.price, s.tolfeas, k, b);
   }
   if (!weighted) return;
-  s.basic[r].weight = bounded(s, own + norm / (pivot * pivot));
+  s.basic[r].weight = bounded(s.info.randomstate, own + norm / (pivot * pivot));
   if (s.basic[r].weight > faintweight) s.price.exactweights = false;
 }
 

@@ -36,7 +36,7 @@ struct magnitude_census {
   int64_t fixedrows = 0;
 };
 
-magnitude_census take_census(primal_state& s) {
+magnitude_census take_census(const primal_state& s) {
   const simplex_work& w = s.work;
   magnitude_census c;
   buffer<double> mags(s.sys, 3 * static_cast<int64_t>(w.total));
@@ -95,7 +95,7 @@ void widen_tight_basics(primal_state& s, double size) {
       any = true;
     }
   }
-  psimplex_gatherbasics(s);
+  psimplex_gatherbasics(s, s.basics);
   s.perturb.on = s.perturb.on || any;
   if (any && s.phase == 1)
     TVN_simplex_recompute(s.base, recompute_why::moved_data); // the phase-one cost may have changed

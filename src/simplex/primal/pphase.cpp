@@ -15,23 +15,23 @@ constexpr double roundoff = 1e-15; // of the largest dual: reduced costs of phas
 
 } // namespace
 
-void psimplex_gatherbasics(primal_state& s) noexcept {
+void psimplex_gatherbasics(const primal_state& s, buffer<basic_entry>& basics) noexcept {
   for (int32_t k = 0; k < s.work.m; k++) {
     const int32_t j = s.fac.head[k];
-    s.basics[k] = {s.x[j], s.lo[j], s.up[j], s.work.cost[j]};
+    basics[k] = {s.x[j], s.lo[j], s.up[j], s.work.cost[j]};
   }
 }
 
-void psimplex_countinf(primal_state& s) {
-  s.inf.num = 0;
-  s.inf.sum = 0;
+void psimplex_countinf(const primal_state& s, primal_infeas& inf, buffer<int8_t>& infeas) {
+  inf.num = 0;
+  inf.sum = 0;
   for (int32_t k = 0; k < s.work.m; k++) {
     const int32_t j = s.fac.head[k];
     const double below = s.lo[j] - s.x[j], above = s.x[j] - s.up[j];
-    s.infeas[k] = below > s.tolfeas ? -1 : above > s.tolfeas ? 1 : 0;
-    if (s.infeas[k] == 0) continue;
-    s.inf.num++;
-    s.inf.sum += std::max(below, above);
+    infeas[k] = below > s.tolfeas ? -1 : above > s.tolfeas ? 1 : 0;
+    if (infeas[k] == 0) continue;
+    inf.num++;
+    inf.sum += std::max(below, above);
   }
 }
 
@@ -66,7 +66,7 @@ void psimplex_updatephasecost(primal_state& s) {
     for (int32_t p = 0; p < s.alpha.count; p++) {
       const int32_t j = s.alpha.idx[p];
       s.d[j] -= s.alpha.val[j];
-      psimplex_reprice(s, j);
+      psimplex_reprice(s.price, j, s.d[j], s.tol.dual);
     }
     s.alpha.clear();
   }

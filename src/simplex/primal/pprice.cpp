@@ -117,33 +117,32 @@ price_result select_partial(primal_state& s) {
   return best;
 }
 
-void forget_shortlist(primal_state& s) noexcept {
-  for (int32_t p = 0; p < s.price.numshort; p++)
-    s.price.side[s.price.shortlist[p]] &= static_cast<uint8_t>(~side_short);
-  s.price.numshort = 0;
-  s.price.cutoff = noshortlist;
+void forget_shortlist(primal_pricing& price) noexcept {
+  for (int32_t p = 0; p < price.numshort; p++) price.side[price.shortlist[p]] &= static_cast<uint8_t>(~side_short);
+  price.numshort = 0;
+  price.cutoff = noshortlist;
 }
 
-double score(const primal_state& s, int32_t j) {
-  const double d = s.d[j], square = d * d / s.price.weight[j];
-  return (s.price.side[j] & side_mask) == side_free ? freeshare * freeshare * square : square;
+double score(const primal_pricing& price, const buffer<double>& reduced, int32_t j) {
+  const double d = reduced[j], square = d * d / price.weight[j];
+  return (price.side[j] & side_mask) == side_free ? freeshare * freeshare * square : square;
 }
 
 // The best of the short list, which loses what has fallen below the cutoff.
-price_result best_of_shortlist(primal_state& s) {
+price_result best_of_shortlist(primal_pricing& price, const buffer<double>& d) {
   price_result best;
-  double bestscore = s.price.cutoff;
-  for (int32_t p = 0; p < s.price.numshort;) {
-    const int32_t j = s.price.shortlist[p];
-    const double now = (s.price.side[j] & side_listed) ? score(s, j) : 0;
-    if (!(now >= s.price.cutoff)) {
-      s.price.side[j] &= static_cast<uint8_t>(~side_short);
-      s.price.shortlist[p] = s.price.shortlist[--s.price.numshort];
+  double bestscore = price.cutoff;
+  for (int32_t p = 0; p < price.numshort;) {
+    const int32_t j = price.shortlist[p];
+    const double now = (price.side[j] & side_listed) ? score(price, d, j) : 0;
+    if (!(now >= price.cutoff)) {
+      price.side[j] &= static_cast<uint8_t>(~side_short);
+      price.shortlist[p] = price.shortlist[--price.numshort];
       continue;
     }
     if (best.j < 0 || now > bestscore) {
       bestscore = now;
-      best = {j, s.d[j]};
+      best = {j, d[j]};
     }
     p++;
   }
@@ -151,21 +150,21 @@ price_result best_of_shortlist(primal_state& s) {
 }
 
 // Compared crosswise, without a division.
-price_result best_of_all(const primal_state& s, double& bestscore) {
+price_result best_of_all(const primal_pricing& price, const buffer<double>& d, double& bestscore) {
   price_result best;
   double bestsquare = 0, bestweight = 1;
-  const int32_t* const cand = s.price.cand.data();
-  const double *const reduced = s.d.data(), *const weight = s.price.weight.data();
-  const uint8_t* const side = s.price.side.data();
-  for (int32_t p = 0, num = s.price.numcand; p < num; p++) {
+  const int32_t* const cand = price.cand.data();
+  const double *const reduced = d.data(), *const weight = price.weight.data();
+  const uint8_t* const side = price.side.data();
+  for (int32_t p = 0, num = price.numcand; p < num; p++) {
     const int32_t j = cand[p];
-    const double d = reduced[j], w = weight[j];
-    double square = d * d;
+    const double dj = reduced[j], w = weight[j];
+    double square = dj * dj;
     if ((side[j] & side_mask) == side_free) square *= freeshare * freeshare;
     if (square * bestweight > bestsquare * w) {
       bestsquare = square;
       bestweight = w;
-      best = {j, d};
+      best = {j, dj};
     }
   }
   bestscore = bestsquare / bestweight;
@@ -180,31 +179,31 @@ price_result best_candidate(primal_state& s) {
     return {s.price.cand[p], s.d[s.price.cand[p]]};
   }
   if (s.price.numshort > 0) {
-    const price_result best = best_of_shortlist(s);
+    const price_result best = best_of_shortlist(s.price, s.d);
     if (best.j >= 0) return best;
   }
   double bestscore = 0;
-  const price_result best = best_of_all(s, bestscore);
+  const price_result best = best_of_all(s.price, s.d, bestscore);
   s.price.cutoff = noshortlist;
   if (s.price.numcand < leastcand || s.price.rowcount * sparserow > s.price.numcand) return best;
   s.price.cutoff = shortshare * bestscore;
   for (int32_t p = 0; p < s.price.numcand; p++)
-    psimplex_shortlist(s, s.price.cand[p], s.d[s.price.cand[p]], s.price.weight[s.price.cand[p]]);
+    psimplex_shortlist(s.price, s.price.cand[p], s.d[s.price.cand[p]], s.price.weight[s.price.cand[p]]);
   return best;
 }
 
 } // namespace
 
-void psimplex_movecandidate(primal_state& s, int32_t j) noexcept {
-  s.price.side[j] ^= side_listed;
-  if (s.price.side[j] & side_listed) {
-    s.price.candpos[j] = s.price.numcand;
-    s.price.cand[s.price.numcand++] = j;
+void psimplex_movecandidate(primal_pricing& price, int32_t j) noexcept {
+  price.side[j] ^= side_listed;
+  if (price.side[j] & side_listed) {
+    price.candpos[j] = price.numcand;
+    price.cand[price.numcand++] = j;
     return;
   }
-  const int32_t moved = s.price.cand[--s.price.numcand], p = s.price.candpos[j];
-  s.price.cand[p] = moved;
-  s.price.candpos[moved] = p;
+  const int32_t moved = price.cand[--price.numcand], p = price.candpos[j];
+  price.cand[p] = moved;
+  price.candpos[moved] = p;
 }
 
 void psimplex_setcandidate(primal_state& s, int32_t j) noexcept {
@@ -215,11 +214,11 @@ void psimplex_setcandidate(primal_state& s, int32_t j) noexcept {
            : s.key[j] == sk_supbas ? side_free
                                    : side_none;
   s.price.side[j] = static_cast<uint8_t>(side | (s.price.side[j] & ~side_mask));
-  psimplex_reprice(s, j);
+  psimplex_reprice(s.price, j, s.d[j], s.tol.dual);
 }
 
 void psimplex_rebuildcandidates(primal_state& s) noexcept {
-  forget_shortlist(s);
+  forget_shortlist(s.price);
   for (int32_t j = 0; j < s.work.total; j++) s.price.side[j] = side_none;
   s.price.numcand = 0;
   if (s.price.method == sel_partial) {
@@ -235,7 +234,7 @@ void psimplex_rebuildcandidates(primal_state& s) noexcept {
 
 void psimplex_resetweights(primal_state& s) {
   const simplex_work& w = s.work;
-  forget_shortlist(s);
+  forget_shortlist(s.price);
   s.price.weighterrors = 0;
   s.price.refreshed = s.iter;
   bool slack = true;

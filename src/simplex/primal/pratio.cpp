@@ -24,13 +24,13 @@ struct harris_result {
   int32_t num; // in s.ratio.near: all positions whose true ratio is within tmax are among them
 };
 
-harris_result harris_limit(primal_state& s, double sigma) {
+harris_result harris_limit(const primal_state& s, buffer<int32_t>& blocking, double sigma) {
   harris_result r{bound_infinity, 0};
   const double tolpiv = psimplex_leastpivot(s), tolfeas = s.tolfeas;
   const int32_t* const idx = s.aq.idx.data();
   const double* const aq = s.aq.val.data();
   const basic_entry* const basics = s.basics.data();
-  int32_t* const near = s.ratio.near.data();
+  int32_t* const near = blocking.data();
   for (int32_t p = 0, count = s.aq.count; p < count; p++) {
     const int32_t k = idx[p];
     const double rate = -sigma * aq[k], size = std::fabs(rate);
@@ -49,7 +49,8 @@ harris_result harris_limit(primal_state& s, double sigma) {
 
 // Among many near ties the leaving variable is drawn: the first, from a random place in a random direction, whose pivot
 // is not far below the largest and whose column is not among the shortest. The largest takes over from a poor one.
-ratio_result settle_ties(primal_state& s, const ratio_result& best, double sigma, harris_result h) {
+ratio_result settle_ties(const primal_state& s, buffer<int32_t>& near, const ratio_result& best, double sigma,
+                         harris_result h, int32_t& random) {
   double least = bound_infinity;
   const auto ratio_at = [&](int32_t k) {
     const double rate = -sigma * s.aq.val[k];
@@ -57,18 +58,18 @@ ratio_result settle_ties(primal_state& s, const ratio_result& best, double sigma
     return std::max(0.0, (rate < 0 ? b.x - b.lo : b.up - b.x) / std::fabs(rate));
   };
   int32_t ties = 0;
-  for (int32_t p = 0; p < h.num; p++) least = std::min(least, ratio_at(s.ratio.near[p]));
+  for (int32_t p = 0; p < h.num; p++) least = std::min(least, ratio_at(near[p]));
   const double limit = std::min(h.tmax, std::max(nearties * least, best.step));
   for (int32_t p = 0; p < h.num; p++)
-    if (ratio_at(s.ratio.near[p]) <= limit) s.ratio.near[ties++] = s.ratio.near[p];
+    if (ratio_at(near[p]) <= limit) near[ties++] = near[p];
   if (ties < manyties) return best;
-  int32_t at = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * ties);
-  const int32_t by = TVN_simplex_random(s.info.randomstate) < 0.5 ? 1 : ties - 1;
+  int32_t at = static_cast<int32_t>(TVN_simplex_random(random) * ties);
+  const int32_t by = TVN_simplex_random(random) < 0.5 ? 1 : ties - 1;
   for (int32_t seen = 0; seen < ties; seen++, at = (at + by) % ties) {
-    const int32_t k = s.ratio.near[at];
+    const int32_t k = near[at];
     const double p = std::fabs(s.aq.val[k]), count = static_cast<double>(s.work.colcount(s.fac.head[k]));
     const double score = (0.8 * best.pivot / p + 0.2 * static_cast<double>(s.price.maxcollen) / count) *
-                         (1 + TVN_simplex_random(s.info.randomstate) / 0.1);
+                         (1 + TVN_simplex_random(random) / 0.1);
     if (!(score < goodscore)) continue;
     if ((p < 0.001 && best.pivot / p > 1.1) || best.pivot / p > 2) return best;
     return {k, ratio_at(k), -sigma * s.aq.val[k] > 0, false, p};
@@ -91,26 +92,26 @@ double psimplex_ownrange(const primal_state& s, int32_t q, double sigma) {
   return std::fabs(bound) >= bound_infinity ? bound_infinity : std::max(0.0, sigma * (bound - s.x[q]));
 }
 
-ratio_result psimplex_stepsize(primal_state& s, double sigma, double range) {
+ratio_result psimplex_stepsize(const primal_state& s, primal_ratio& w, double sigma, double range, int32_t& random) {
   ratio_result r;
-  const auto [tmax, num] = harris_limit(s, sigma);
+  const auto [tmax, num] = harris_limit(s, w.near, sigma);
   int32_t drawn = 0;
   for (int32_t p = 0; p < num; p++) {
-    const int32_t k = s.ratio.near[p];
+    const int32_t k = w.near[p];
     const double rate = -sigma * s.aq.val[k], size = std::fabs(rate);
-    if (size <= r.pivot && !s.ratio.random) continue;
+    if (size <= r.pivot && !w.random) continue;
     const basic_entry& b = s.basics[k];
     const double gap = rate < 0 ? b.x - b.lo : b.up - b.x;
     const double ratio = std::max(0.0, gap / size);
     if (ratio > tmax) continue;
     // When stalled, any candidate whose pivot is not far smaller may win, the n-th with probability 1/n.
-    if (s.ratio.random && drawn > 0 && size < 10 * r.pivot &&
-        (size < 0.1 * r.pivot || TVN_simplex_random(s.info.randomstate) * ++drawn > 1))
+    if (w.random && drawn > 0 && size < 10 * r.pivot &&
+        (size < 0.1 * r.pivot || TVN_simplex_random(random) * ++drawn > 1))
       continue;
     drawn = std::max(drawn, 1);
     r = {k, ratio, rate > 0, false, size};
   }
-  if (num >= manyties && r.position >= 0 && !s.ratio.random) r = settle_ties(s, r, sigma, {tmax, num});
+  if (num >= manyties && r.position >= 0 && !w.random) r = settle_ties(s, w.near, r, sigma, {tmax, num}, random);
   if (range < bound_infinity && (r.position < 0 || range <= r.step + swapslack))
     r = {-1, std::max(0.0, range), false, true, 1.0};
   return r;
@@ -119,11 +120,11 @@ ratio_result psimplex_stepsize(primal_state& s, double sigma, double range) {
 namespace {
 
 // Break points of the infeasibility along the direction, in no order; returns their number.
-int32_t collect_breakpoints(primal_state& s, double sigma) {
+int32_t collect_breakpoints(const primal_state& s, buffer<primal_breakpoint>& breaks, double sigma) {
   const double tolpiv = psimplex_leastpivot(s);
   int32_t num = 0;
   auto add = [&](double ratio, int32_t k, double slope, bool upper) {
-    s.ratio.breaks[num++] = {std::max(0.0, ratio), k, slope, upper};
+    breaks[num++] = {std::max(0.0, ratio), k, slope, upper};
   };
   for (int32_t p = 0; p < s.aq.count; p++) {
     const int32_t k = s.aq.idx[p];
@@ -144,14 +145,14 @@ int32_t collect_breakpoints(primal_state& s, double sigma) {
 
 } // namespace
 
-ratio_result psimplex_stepsize_phaseone(primal_state& s, int32_t q, double sigma, double slope) {
+ratio_result psimplex_stepsize_phaseone(const primal_state& s, primal_ratio& w, int32_t q, double sigma, double slope) {
   using breakpoint = primal_breakpoint;
   const auto later = [](const breakpoint& a, const breakpoint& b) {
     return a.ratio > b.ratio || (a.ratio == b.ratio && a.position > b.position);
   };
   const double range = psimplex_ownrange(s, q, sigma);
-  const int32_t num = collect_breakpoints(s, sigma);
-  breakpoint* const first = s.ratio.breaks.begin();
+  const int32_t num = collect_breakpoints(s, w.breaks, sigma);
+  breakpoint* const first = w.breaks.begin();
   breakpoint* last = first + num; // [first, last) is the heap, [last, first + num) the passed ones, newest first
   std::make_heap(first, last, later);
   double largest = 0;

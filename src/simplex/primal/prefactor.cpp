@@ -81,18 +81,18 @@ loop_state psimplex_refusedupdate(primal_state& s, int32_t position) {
   return psimplex_losepivot(s);
 }
 
-void psimplex_calm(primal_state& s) {
-  if (s.bad.setbacks == s.bad.calmsetbacks) {
-    s.tol.piv = std::min(s.tol.piv, std::max(s.param.tolabspiv, 0.1 * s.tol.piv));
-    TVN_simplex_calmpivots(s.fac.factor, s.param.tolrelpiv);
+void psimplex_calm(primal_trouble& bad, primal_tolerances& tol, lu& factor, const simplex_param& param) {
+  if (bad.setbacks == bad.calmsetbacks) {
+    tol.piv = std::min(tol.piv, std::max(param.tolabspiv, 0.1 * tol.piv));
+    TVN_simplex_calmpivots(factor, param.tolrelpiv);
   }
-  s.bad.calmsetbacks = s.bad.setbacks;
+  bad.calmsetbacks = bad.setbacks;
 }
 
 namespace {
 
 // A variable that a repair threw out rests at its nearest bound and may not come back before the next reset.
-void rest_at_bound(primal_state& s, int32_t j) {
+void rest_at_bound(simplex_state& s, int32_t j) {
   const double lo = s.lo[j], up = s.up[j];
   if (lo <= -bound_infinity && up >= bound_infinity) {
     s.key[j] = sk_supbas;
@@ -111,7 +111,7 @@ void rest_at_bound(primal_state& s, int32_t j) {
 // Keys, lists and bans after a repair of the basis.
 loop_state follow_repair(primal_state& s, std::span<const basis_exchange> exchanges) {
   for (const auto [leaving, entering] : exchanges) {
-    rest_at_bound(s, leaving);
+    rest_at_bound(s.base, leaving);
     psimplex_leavebasis(s, leaving);
     psimplex_enterbasis(s, entering);
     if (s.iter > 0 && !s.price.banned[leaving]) {
@@ -166,7 +166,7 @@ bool psimplex_absorb(primal_state& s, double relative) {
     s.up[j] = std::max(s.up[j], s.x[j]);
   }
   s.perturb.on = true;
-  psimplex_countinf(s);
+  psimplex_countinf(s, s.inf, s.infeas);
   return true;
 }
 
@@ -175,7 +175,7 @@ namespace {
 // A point that was feasible is so no more. Where the digits do not suffice for the tolerance it gives way, up to half
 // of what the user asked for: else the run would swing between the phases for ever.
 loop_state lose_feasibility(primal_state& s) {
-  if (TVN_simplex_relax(s.base, 2 * s.tolfeas)) psimplex_countinf(s);
+  if (TVN_simplex_relax(s.base, 2 * s.tolfeas)) psimplex_countinf(s, s.inf, s.infeas);
   if (s.inf.num == 0) return loop_state::go_on;
   TVN_simplex_raisepivots(s.fac.factor, 2, 0.5);
   return count_setback(s);
@@ -202,13 +202,12 @@ loop_state watch_progress(primal_state& s) {
 }
 
 // Phase one stands still though its steps claim a gain: their reduced costs are rounding.
-void watch_rounding(primal_state& s) {
-  const double claimed = std::exchange(s.inf.gain, 0.0), before = std::exchange(s.inf.lastsum, s.inf.sum);
-  if (s.phase == 1 && claimed > 0 && before - s.inf.sum < realgain * claimed)
-    s.inf.noise = std::min(10 * s.tol.dual, maxnoise);
-  if (s.phase == 1) return;
-  s.inf.lastsum = HUGE_VAL;
-  s.inf.noise = 0;
+void watch_rounding(primal_infeas& inf, int32_t phase, double toldual) {
+  const double claimed = std::exchange(inf.gain, 0.0), before = std::exchange(inf.lastsum, inf.sum);
+  if (phase == 1 && claimed > 0 && before - inf.sum < realgain * claimed) inf.noise = std::min(10 * toldual, maxnoise);
+  if (phase == 1) return;
+  inf.lastsum = HUGE_VAL;
+  inf.noise = 0;
 }
 
 } // namespace
@@ -223,20 +222,20 @@ loop_state psimplex_recompute(primal_state& s) {
   if (refactor(s) == loop_state::finished) return loop_state::finished;
   TVN_simplex_formxb(s.fac, s.x);
   if (TVN_simplex_poll(s.base)) return loop_state::finished;
-  psimplex_countinf(s);
+  psimplex_countinf(s, s.inf, s.infeas);
   const bool wasfeasible = s.phase == 2;
   if (wasfeasible && s.inf.num > 0 && s.perturb.allow) psimplex_absorb(s, 0);
   if (wasfeasible && s.inf.num > 0 && lose_feasibility(s) == loop_state::finished) return loop_state::finished;
-  psimplex_gatherbasics(s);
+  psimplex_gatherbasics(s, s.basics);
   // Within what the user allows, and no better since the last look.
   const bool forgiven = s.inf.num > 0 && !s.perturb.on && s.inf.sum <= relaxedshare * s.param.tolx;
-  if (forgiven && s.inf.forgiven && TVN_simplex_relax(s.base, s.inf.sum)) psimplex_countinf(s);
+  if (forgiven && s.inf.forgiven && TVN_simplex_relax(s.base, s.inf.sum)) psimplex_countinf(s, s.inf, s.infeas);
   s.inf.forgiven = forgiven;
   s.phase = s.inf.num > 0 ? 1 : 2;
   if (wasfeasible != (s.phase == 2)) s.info.forcelog = true;
   psimplex_setobjective(s);
   s.stall.objscale = 1 + std::fabs(s.phase == 1 ? s.inf.sum : s.info.objective);
-  watch_rounding(s);
+  watch_rounding(s.inf, s.phase, s.tol.dual);
   if (watch_progress(s) == loop_state::finished) return loop_state::finished;
   psimplex_formd(s);
   psimplex_rebuildcandidates(s);

@@ -32,7 +32,7 @@ double direction(const primal_state& s, int32_t q, double d) {
 // Clock, user and limits.
 loop_state check_limits(primal_state& s) {
   const auto figures = [&] {
-    if (s.phase == 1) psimplex_countinf(s);
+    if (s.phase == 1) psimplex_countinf(s, s.inf, s.infeas);
     psimplex_setobjective(s);
   };
   if (TVN_simplex_checklimits(s.base, s.iter, figures) == loop_state::finished) return loop_state::finished;
@@ -105,7 +105,7 @@ loop_state end_of_pricing(primal_state& s) {
 
 } // namespace
 
-double psimplex_columnreducedcost(primal_state& s, int32_t q) {
+double psimplex_columnreducedcost(const primal_state& s, primal_ratio& w, int32_t q) {
   const double* const aq = s.aq.val.data();
   const bool first = s.phase == 1;
   double d = s.cost(q), norm = 0, largest = 0;
@@ -116,8 +116,8 @@ double psimplex_columnreducedcost(primal_state& s, int32_t q) {
     norm += a * a;
     largest = std::max(largest, std::fabs(a));
   }
-  s.ratio.colnorm = norm;
-  s.ratio.colmax = largest;
+  w.colnorm = norm;
+  w.colmax = largest;
   return d;
 }
 
@@ -290,7 +290,7 @@ loop_state iterate(primal_state& s) {
     return loop_state::go_on;
   }
   TVN_simplex_solvecolumn(s.base, q);
-  const double dq = psimplex_columnreducedcost(s, q), sigma = direction(s, q, dq);
+  const double dq = psimplex_columnreducedcost(s, s.ratio, q), sigma = direction(s, q, dq);
   s.d[q] = dq;
   if (dq * sigma > -0.1 * s.tol.dual) {
     // The sign is gone: the reduced cost was rounding.
@@ -300,8 +300,9 @@ loop_state iterate(primal_state& s) {
   }
   if (std::fabs(price.d) > 0.01 && wants_refactor(s, price.d, dq))
     TVN_simplex_recomputesoon(s.base, recompute_why::digits);
-  const ratio_result r = s.phase == 1 ? psimplex_stepsize_phaseone(s, q, sigma, -std::fabs(dq))
-                                      : psimplex_stepsize(s, sigma, psimplex_ownrange(s, q, sigma));
+  const ratio_result r = s.phase == 1
+                             ? psimplex_stepsize_phaseone(s, s.ratio, q, sigma, -std::fabs(dq))
+                             : psimplex_stepsize(s, s.ratio, sigma, psimplex_ownrange(s, q, sigma), s.info.randomstate);
   if (r.position < 0 && !r.swap) return unbounded(s, q, sigma);
   if (!r.swap && r.pivot < 1e-5 && s.fac.since > 5) return TVN_simplex_recompute(s.base, recompute_why::small_pivot);
   if (!r.swap && r.pivot < minshare * s.ratio.colmax && !s.ratio.lenient) {
@@ -406,7 +407,7 @@ void run_loop(primal_state& s) {
     if (check_limits(s) == loop_state::finished) break;
     if (s.iter - s.perturb.periodstart >= s.perturb.period) psimplex_kick(s);
     if (s.iter % 100 == 0 && !psimplex_choosepricingswitch(s)) break;
-    if (s.iter % calmperiod == 0) psimplex_calm(s);
+    if (s.iter % calmperiod == 0) psimplex_calm(s.bad, s.tol, s.fac.factor, s.param);
     if (s.price.restricted && s.iter - s.price.listed >= listperiod) {
       psimplex_formd(s);
       psimplex_rebuildcandidates(s);

@@ -189,21 +189,22 @@ bool psimplex_askdual(primal_state& s);        // the dual simplex goes on from 
 loop_state psimplex_setback(primal_state& s);
 loop_state psimplex_losepivot(primal_state& s);                       // two values of a pivot disagree
 loop_state psimplex_refusedupdate(primal_state& s, int32_t position); // the factor would not take a pivot
-void psimplex_calm(primal_state& s);                                  // lowers the pivot tolerance after a calm period
+void psimplex_calm(primal_trouble& bad, primal_tolerances& tol, lu& factor,
+                   const simplex_param& param); // lowers the pivot tolerance after a calm period
 // Widens the working bounds of the basics by small infeasibilities; false: some are larger.
 bool psimplex_absorb(primal_state& s, double relative);
 loop_state psimplex_recompute(primal_state& s);
 
 // --- recomputation (pphase.cpp)
-void psimplex_gatherbasics(primal_state& s) noexcept; // s.basics from x, bounds and cost
-void psimplex_countinf(primal_state& s);
+void psimplex_gatherbasics(const primal_state& s, buffer<basic_entry>& basics) noexcept; // from x, bounds and cost
+void psimplex_countinf(const primal_state& s, primal_infeas& inf, buffer<int8_t>& infeas);
 void psimplex_formd(primal_state& s);
 // Adds the effect of the changed infeasibility statuses (s.inf.changed, s.inf.delta) to d; the list is then empty.
 void psimplex_updatephasecost(primal_state& s);
 
 // --- pricing (pprice.cpp)
-void psimplex_setcandidate(primal_state& s, int32_t j) noexcept;  // after a change of key, ban, list or d
-void psimplex_movecandidate(primal_state& s, int32_t j) noexcept; // into the list or out of it
+void psimplex_setcandidate(primal_state& s, int32_t j) noexcept;    // after a change of key, ban, list or d
+void psimplex_movecandidate(primal_pricing& p, int32_t j) noexcept; // into the list or out of it
 constexpr double freeshare = 10; // free variables enter first: their reduced costs count this many times
 inline bool psimplex_isattractive(uint8_t side, double d, double tols) noexcept {
   static constexpr double sign[] = {0, 1, -1, 0};
@@ -211,18 +212,17 @@ inline bool psimplex_isattractive(uint8_t side, double d, double tols) noexcept 
   return (side == side_free ? -std::fabs(d) : sign[side] * d) < -tols;
 }
 // After a change of d or weight: into the short list when the score calls for it.
-inline void psimplex_shortlist(primal_state& s, int32_t j, double d, double weight) noexcept {
-  const uint8_t side = s.price.side[j];
+inline void psimplex_shortlist(primal_pricing& p, int32_t j, double d, double weight) noexcept {
+  const uint8_t side = p.side[j];
   if ((side & side_mask) == side_free) d *= freeshare;
-  if (d * d < s.price.cutoff * weight || (side & (side_listed | side_short)) != side_listed) return;
-  s.price.side[j] = side | side_short;
-  s.price.shortlist[s.price.numshort++] = j;
+  if (d * d < p.cutoff * weight || (side & (side_listed | side_short)) != side_listed) return;
+  p.side[j] = side | side_short;
+  p.shortlist[p.numshort++] = j;
 }
 // After a change of d alone.
-inline void psimplex_reprice(primal_state& s, int32_t j) noexcept {
-  if (psimplex_isattractive(s.price.side[j], s.d[j], s.tol.dual) != ((s.price.side[j] & side_listed) != 0))
-    psimplex_movecandidate(s, j);
-  psimplex_shortlist(s, j, s.d[j], s.price.weight[j]);
+inline void psimplex_reprice(primal_pricing& p, int32_t j, double d, double tols) noexcept {
+  if (psimplex_isattractive(p.side[j], d, tols) != ((p.side[j] & side_listed) != 0)) psimplex_movecandidate(p, j);
+  psimplex_shortlist(p, j, d, p.weight[j]);
 }
 void psimplex_rebuildcandidates(primal_state& s) noexcept;
 void psimplex_resetweights(primal_state& s);
@@ -236,8 +236,9 @@ void psimplex_leavebasis(primal_state& s, int32_t j) noexcept;
 // --- ratio tests (pratio.cpp); sigma is the direction of the entering variable, +1 or -1
 // range: the step at which the entering variable meets an end of its own.
 double psimplex_ownrange(const primal_state& s, int32_t q, double sigma);
-ratio_result psimplex_stepsize(primal_state& s, double sigma, double range);
-ratio_result psimplex_stepsize_phaseone(primal_state& s, int32_t q, double sigma, double slope);
+// Ties among many are drawn with `random`.
+ratio_result psimplex_stepsize(const primal_state& s, primal_ratio& w, double sigma, double range, int32_t& random);
+ratio_result psimplex_stepsize_phaseone(const primal_state& s, primal_ratio& w, int32_t q, double sigma, double slope);
 
 // Entries of the entering column up to this are no pivots. Where nothing else is left the size does not count, as long
 // as both values of the pivot agree.
@@ -281,7 +282,7 @@ void psimplex_optimize(primal_state& s);
 // Exchange of q with the variable at r.position, all quantities updated; dq its reduced cost, sigma its direction.
 loop_state psimplex_pivot(primal_state& s, int32_t q, double sigma, double dq, const ratio_result& r);
 // Reduced cost of q from its column in s.aq: the independent second value. Norm and largest entry come with it.
-double psimplex_columnreducedcost(primal_state& s, int32_t q);
+double psimplex_columnreducedcost(const primal_state& s, primal_ratio& w, int32_t q);
 // Runs to feasibility only; true: s.x is within the bounds. For callers that need a feasible basis and no optimum.
 bool TVN_simplex_primalfeas(simplex_state& s);
 

@@ -31,8 +31,8 @@ int32_t psimplex_findsuperbasic(const primal_state& s, int32_t from) {
 loop_state psimplex_rmsuperbasic(primal_state& s, int32_t j) {
   const double rest = resting_place(s, j), sigma = rest > s.x[j] ? 1.0 : -1.0;
   TVN_simplex_solvecolumn(s.base, j);
-  const double dj = psimplex_columnreducedcost(s, j);
-  const ratio_result r = psimplex_stepsize(s, sigma, std::fabs(rest - s.x[j]));
+  const double dj = psimplex_columnreducedcost(s, s.ratio, j);
+  const ratio_result r = psimplex_stepsize(s, s.ratio, sigma, std::fabs(rest - s.x[j]), s.info.randomstate);
   s.iter++;
   s.info.count[kind_primal].iterations++;
   if (!r.swap) return psimplex_pivot(s, j, sigma, dj, r);

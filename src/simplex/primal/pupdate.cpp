@@ -59,8 +59,8 @@ template <class Grow> void sweep_row(primal_state& s, double theta, double pivot
     const double dj = d[j] - theta * a;
     d[j] = dj;
     weight[j] = std::min(grow(j, weight[j], a / pivot), maxweight);
-    if (psimplex_isattractive(side[j], dj, tols) != ((side[j] & side_listed) != 0)) psimplex_movecandidate(s, j);
-    psimplex_shortlist(s, j, dj, weight[j]);
+    if (psimplex_isattractive(side[j], dj, tols) != ((side[j] & side_listed) != 0)) psimplex_movecandidate(s.price, j);
+    psimplex_shortlist(s.price, j, dj, weight[j]);
   }
 }
 
