@@ -36,7 +36,7 @@ inline void eliminate_column(const lu& f, double* __restrict x, int32_t r, spvec
   work += e - b;
 }
 
-void solve_u(lu& f, spvec& x, spvec& y, double tol1, double tol2) {
+void solve_u(const lu& f, lu_account& acc, lu_scratch& tmp, spvec& x, spvec& y, double tol1, double tol2) {
   double* val = x.val.data();
   int64_t work = 0;
   const int32_t n = x.count;
@@ -45,21 +45,21 @@ void solve_u(lu& f, spvec& x, spvec& y, double tol1, double tol2) {
     for (int32_t k = 0; k < f.u.end; k++)
       if (const int32_t r = f.u.order[k]; r >= 0 && val[f.piv.rowpivcol[r]] != 0.0)
         eliminate_column(f, val, r, y, tol1, tol2, work, [](int32_t) {});
-    f.acc.work[lt_bdense] += work + f.u.end;
+    acc.work[lt_bdense] += work + f.u.end;
   } else {
-    lu_agenda agenda(f);
+    lu_agenda agenda(tmp);
     const int32_t* __restrict colplace = f.u.colplace.data();
     for (int32_t k = 0; k < n; k++) agenda.add(colplace[x.idx[k]]);
     agenda.ascend([&](int32_t k) {
       eliminate_column(f, val, f.u.order[k], y, tol1, tol2, work, [&](int32_t j) { agenda.add(colplace[j]); });
     });
-    f.acc.work[lt_bsparse] += work + y.count;
+    acc.work[lt_bsparse] += work + y.count;
   }
-  note_result(f, lk_btranu, n, y.count);
+  note_result(acc, lk_btranu, n, y.count, f.nrow);
 }
 
 // Every listed value is nonzero on entry; rows that etas change are marked, so that none is listed twice.
-void solve_etas(lu& f, spvec& y) {
+void solve_etas(const lu& f, lu_account& acc, lu_scratch& tmp, spvec& y) {
   double* val = y.val.data();
   int32_t numtouched = 0;
   int64_t work = f.eta.numetas;
@@ -68,17 +68,17 @@ void solve_etas(lu& f, spvec& y) {
     if (t == 0.0) continue;
     for (int32_t q = f.eta.etabeg[k + 1]; q < f.eta.etabeg[k]; q++) {
       const int32_t r = f.sto.rcol[q];
-      if (f.tmp.mark[r] == 0) {
+      if (tmp.mark[r] == 0) {
         if (val[r] == 0.0) y.idx[y.count++] = r;
-        f.tmp.mark[r] = 1;
-        f.tmp.topo[numtouched++] = r;
+        tmp.mark[r] = 1;
+        tmp.topo[numtouched++] = r;
       }
       val[r] += t * f.sto.rval[q];
     }
     work += f.eta.etabeg[k] - f.eta.etabeg[k + 1];
   }
-  for (int32_t t = 0; t < numtouched; t++) f.tmp.mark[f.tmp.topo[t]] = 0;
-  f.acc.work[lt_etas] += work;
+  for (int32_t t = 0; t < numtouched; t++) tmp.mark[tmp.topo[t]] = 0;
+  acc.work[lt_etas] += work;
 }
 
 // x[r] += sum over the L column of r, from the last pivot to the first.
@@ -93,7 +93,7 @@ int64_t solve_l_full(const lu& f, double* __restrict x) {
 }
 
 // By rows of L. Rows without an L column have their value from the start, the others follow from the last to the first.
-void solve_l_agenda(lu& f, spvec& y) {
+void solve_l_agenda(const lu& f, lu_account& acc, lu_scratch& tmp, spvec& y) {
   double* __restrict val = y.val.data();
   const int32_t* __restrict lplace = f.l.place.data();
   const int32_t* __restrict row = f.sto.crow.data();
@@ -101,7 +101,7 @@ void solve_l_agenda(lu& f, spvec& y) {
   const int32_t n = y.count;
   int32_t count = 0;
   int64_t work = 0;
-  lu_agenda agenda(f);
+  lu_agenda agenda(tmp);
   const auto spread = [&](int32_t r) {
     y.idx[count++] = r;
     const double t = val[r];
@@ -123,18 +123,18 @@ void solve_l_agenda(lu& f, spvec& y) {
     if (const int32_t r = f.l.order[k]; val[r] != 0.0) spread(r);
   });
   y.count = count;
-  f.acc.work[lt_bsparse] += work + count;
+  acc.work[lt_bsparse] += work + count;
 }
 
-void solve_l(lu& f, spvec& y) {
+void solve_l(const lu& f, lu_account& acc, lu_scratch& tmp, spvec& y) {
   const int32_t n = y.count;
   if (expects_dense(f, lk_btranl, n)) {
-    f.acc.work[lt_bdense] += solve_l_full(f, y.val.data()) + f.nrow;
+    acc.work[lt_bdense] += solve_l_full(f, y.val.data()) + f.nrow;
     relist(y, f.nrow);
   } else {
-    solve_l_agenda(f, y);
+    solve_l_agenda(f, acc, tmp, y);
   }
-  note_result(f, lk_btranl, n, y.count);
+  note_result(acc, lk_btranl, n, y.count, f.nrow);
 }
 
 } // namespace
@@ -142,9 +142,9 @@ void solve_l(lu& f, spvec& y) {
 void TVN_lu_btrans(lu& f, spvec& x, spvec& y, double droptol1, double droptol2) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored && y.count == 0);
   if (x.count == 0) return;
-  solve_u(f, x, y, droptol1, droptol2);
-  if (f.eta.numetas > 0) solve_etas(f, y);
-  if (f.l.num > 0) solve_l(f, y);
+  solve_u(f, f.acc, f.tmp, x, y, droptol1, droptol2);
+  if (f.eta.numetas > 0) solve_etas(f, f.acc, f.tmp, y);
+  if (f.l.num > 0) solve_l(f, f.acc, f.tmp, y);
 }
 
 void TVN_lu_btran(lu& f, std::span<double> x, std::span<double> y) {

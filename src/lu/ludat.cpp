@@ -85,7 +85,7 @@ void TVN_lu_init(lu& f) {
   TVN_bigint_addsizet(f.acc.formerwork, static_cast<size_t>(sum_of_work(f, 0, lt_numtasks - 1)));
   std::fill(std::begin(f.acc.work), std::end(f.acc.work), int64_t{0});
   for (auto& d : f.acc.density) d[0] = d[1] = 0;
-  TVN_lu_resetufre(f);
+  TVN_lu_resetufre(f.sto);
 }
 
 void TVN_lu_invfac(lu& f) { f.state = lu_unusable; }

@@ -58,7 +58,7 @@ double open_pivot_row(lu& f, lu_active& a, const lu_pivot& piv, int32_t& num) {
   num = 0;
   for (int32_t q = b; q < e; q++) {
     const int32_t j = f.sto.rcol[q];
-    lu_cutfromcol(f, j, f.sto.rpos[q]);
+    lu_cutfromcol(f.sto, j, f.sto.rpos[q]);
     if (j == piv.j) {
       pivot = f.sto.rval[q];
       place = q;
@@ -83,7 +83,7 @@ int32_t open_pivot_column(lu& f, lu_active& a, int32_t j, double pivot) {
     const int32_t r = f.sto.crow[p], q = f.sto.cpos[p];
     a.rowlist[n] = r;
     f.tmp.lwork[n++] = f.sto.rval[q] / pivot;
-    lu_cutfromrow(f, r, q);
+    lu_cutfromrow(f.sto, r, q);
     a.rowmax[r] = -1.0;
   }
   f.sto.clen[j] = 0;
@@ -131,7 +131,7 @@ int32_t update_present(lu& f, const lu_active& a, int32_t r, double l, int32_t b
       continue;
     }
     const int32_t p = f.sto.rpos[q];
-    lu_cutfromrow(f, r, q);
+    lu_cutfromrow(f.sto, r, q);
     e--;
     const int32_t last = f.sto.cbeg[j] + --f.sto.clen[j];
     if (p != last) {

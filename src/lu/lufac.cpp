@@ -117,7 +117,7 @@ lu_code finish(lu& f) {
   for (int32_t k = 0; k < f.l.num; k++) f.l.place[f.l.order[k]] = k;
   transpose_l(f);
   f.acc.work[lt_finish] += f.sto.unz + f.sto.wsze - f.sto.lubot + f.nrow;
-  TVN_lu_resetufre(f);
+  TVN_lu_resetufre(f.sto);
   if (TVN_lu_buildcoldbg(f, 0, f.u.end) != lu_code::done) {
     f.run.incwsze = true;
     f.state = lu_unusable;

@@ -46,16 +46,16 @@ int64_t solve_l_full(const lu& f, double* x) {
 }
 
 // By columns of L. A row without an L column is listed when it is first met, the others when they are visited.
-void solve_l_agenda(lu& f, spvec& x) {
+void solve_l_agenda(const lu& f, lu_account& acc, lu_scratch& tmp, spvec& x) {
   double* __restrict val = x.val.data();
-  int32_t* __restrict mark = f.tmp.mark.data();
-  int32_t* __restrict met = f.tmp.topo.data();
+  int32_t* __restrict mark = tmp.mark.data();
+  int32_t* __restrict met = tmp.topo.data();
   const int32_t* __restrict lplace = f.l.place.data();
   const int32_t* __restrict row = f.sto.rcol.data();
   const double* __restrict mult = f.sto.rval.data();
   int32_t nummet = 0;
   int64_t work = 0;
-  lu_agenda agenda(f);
+  lu_agenda agenda(tmp);
   const auto meet = [&](int32_t i) {
     if (lplace[i] >= 0) {
       agenda.add(lplace[i]);
@@ -84,18 +84,18 @@ void solve_l_agenda(lu& f, spvec& x) {
     if (val[r] != 0.0) x.idx[count++] = r;
   }
   x.count = count;
-  f.acc.work[lt_fsparse] += work + nummet;
+  acc.work[lt_fsparse] += work + nummet;
 }
 
-void solve_l(lu& f, spvec& x) {
+void solve_l(const lu& f, lu_account& acc, lu_scratch& tmp, spvec& x) {
   const int32_t n = x.count;
   if (expects_dense(f, lk_ftranl, n)) {
-    f.acc.work[lt_fdense] += solve_l_full(f, x.val.data()) + f.nrow;
+    acc.work[lt_fdense] += solve_l_full(f, x.val.data()) + f.nrow;
     relist(x, f.nrow);
   } else {
-    solve_l_agenda(f, x);
+    solve_l_agenda(f, acc, tmp, x);
   }
-  note_result(f, lk_ftranl, n, x.count);
+  note_result(acc, lk_ftranl, n, x.count, f.nrow);
 }
 
 void drop_zeros(spvec& x) {
@@ -107,22 +107,22 @@ void drop_zeros(spvec& x) {
 
 // Every listed value is nonzero on entry. A row that an eta fills in is marked, so that it is listed once even when a
 // later eta cancels and another one refills it.
-void solve_etas(lu& f, spvec& x) {
+void solve_etas(const lu& f, lu_account& acc, lu_scratch& tmp, spvec& x) {
   double* val = x.val.data();
   int32_t numtouched = 0;
   for (int32_t k = 0; k < f.eta.numetas; k++) {
     const double s = dot(val, f.sto.rcol.data(), f.sto.rval.data(), f.eta.etabeg[k + 1], f.eta.etabeg[k]);
     if (s == 0.0) continue;
     const int32_t p = f.eta.etarow[k];
-    if (f.tmp.mark[p] == 0) {
+    if (tmp.mark[p] == 0) {
       if (val[p] == 0.0) x.idx[x.count++] = p;
-      f.tmp.mark[p] = 1;
-      f.tmp.topo[numtouched++] = p;
+      tmp.mark[p] = 1;
+      tmp.topo[numtouched++] = p;
     }
     val[p] += s;
   }
-  for (int32_t t = 0; t < numtouched; t++) f.tmp.mark[f.tmp.topo[t]] = 0;
-  f.acc.work[lt_etas] += f.eta.etabeg[0] - f.eta.etabeg[f.eta.numetas] + f.eta.numetas;
+  for (int32_t t = 0; t < numtouched; t++) tmp.mark[tmp.topo[t]] = 0;
+  acc.work[lt_etas] += f.eta.etabeg[0] - f.eta.etabeg[f.eta.numetas] + f.eta.numetas;
 }
 
 // One row of U: takes x[r], gives the value of its column. touch(i): x[i] was changed.
@@ -151,10 +151,10 @@ void TVN_lu_ftranl(lu& f, spvec& x) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored);
   if (x.count == 0) return;
   if (f.l.num > 0)
-    solve_l(f, x);
+    solve_l(f, f.acc, f.tmp, x);
   else
     drop_zeros(x);
-  if (f.eta.numetas > 0) solve_etas(f, x);
+  if (f.eta.numetas > 0) solve_etas(f, f.acc, f.tmp, x);
 }
 
 void TVN_lu_ftranus(lu& f, spvec& x, spvec& y, double droptol1, double droptol2) {
@@ -169,7 +169,7 @@ void TVN_lu_ftranus(lu& f, spvec& x, spvec& y, double droptol1, double droptol2)
         eliminate_row(f, val, r, y, droptol1, droptol2, work, [](int32_t) {});
     f.acc.work[lt_fdense] += work + f.u.end;
   } else {
-    lu_agenda agenda(f);
+    lu_agenda agenda(f.tmp);
     const int32_t* __restrict uplace = f.u.place.data();
     for (int32_t k = 0; k < n; k++) agenda.add(uplace[x.idx[k]]);
     agenda.descend([&](int32_t k) {
@@ -177,14 +177,14 @@ void TVN_lu_ftranus(lu& f, spvec& x, spvec& y, double droptol1, double droptol2)
     });
     f.acc.work[lt_fsparse] += work + y.count;
   }
-  note_result(f, lk_ftranu, n, y.count);
+  note_result(f.acc, lk_ftranu, n, y.count, f.nrow);
 }
 
 namespace {
 
 // U part of the dense solves, by columns: zeros are common and cost nothing. False when a right-hand value reaches
 // limit times its diagonal.
-bool solve_u_full(lu& f, double* __restrict x, double* __restrict y, double limit) {
+bool solve_u_full(const lu& f, lu_account& acc, double* __restrict x, double* __restrict y, double limit) {
   int64_t work = f.u.end;
   const bool limited = limit < HUGE_VAL;
   bool safe = true;
@@ -205,26 +205,26 @@ bool solve_u_full(lu& f, double* __restrict x, double* __restrict y, double limi
     subtract_column(x, v, f.sto.crow.data(), f.sto.cval.data(), f.sto.cbeg[j], f.sto.cbeg[j] + f.sto.clen[j]);
     work += f.sto.clen[j];
   }
-  f.acc.work[lt_fdense] += work;
+  acc.work[lt_fdense] += work;
   return safe;
 }
 
-bool solve_full(lu& f, std::span<double> x, std::span<double> y, double limit) {
+bool solve_full(const lu& f, lu_account& acc, std::span<double> x, std::span<double> y, double limit) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored && f.nrow == f.ncol);
   const int64_t work = solve_l_full(f, x.data());
   for (int32_t k = 0; k < f.eta.numetas; k++)
     x[static_cast<size_t>(f.eta.etarow[k])] +=
         dot(x.data(), f.sto.rcol.data(), f.sto.rval.data(), f.eta.etabeg[k + 1], f.eta.etabeg[k]);
-  f.acc.work[lt_fdense] += work + f.eta.etabeg[0] - f.eta.etabeg[f.eta.numetas];
-  return solve_u_full(f, x.data(), y.data(), limit);
+  acc.work[lt_fdense] += work + f.eta.etabeg[0] - f.eta.etabeg[f.eta.numetas];
+  return solve_u_full(f, acc, x.data(), y.data(), limit);
 }
 
 } // namespace
 
-void TVN_lu_ftran(lu& f, std::span<double> x, std::span<double> y) { solve_full(f, x, y, HUGE_VAL); }
+void TVN_lu_ftran(lu& f, std::span<double> x, std::span<double> y) { solve_full(f, f.acc, x, y, HUGE_VAL); }
 
 lu_code TVN_lu_ftransafe(lu& f, std::span<double> x, std::span<double> y, double limit) {
-  return solve_full(f, x, y, limit) ? lu_code::done : lu_code::growth_limit;
+  return solve_full(f, f.acc, x, y, limit) ? lu_code::done : lu_code::growth_limit;
 }
 
 } // namespace tvn

@@ -19,7 +19,7 @@ inline lu_blocksize TVN_lu_computesize(const lu& f, bool isrow, int32_t n) {
   const int64_t dim = isrow ? f.ncol : f.nrow;
   return {static_cast<int32_t>(std::min(int64_t{1} << log2, dim)), log2};
 }
-void TVN_lu_resetufre(lu& f); // forgets all free blocks
+void TVN_lu_resetufre(lu_store& s); // forgets all free blocks
 // Room for n elements, n >= length. no_storage when even a compression did not make room; nothing has changed then,
 // apart from positions.
 [[nodiscard]] lu_code TVN_lu_resizerow(lu& f, int32_t i, int32_t n);
@@ -36,23 +36,23 @@ void lu_gather(lu& f);
 inline int32_t lu_collimit(const lu& f) { return f.state == lu_factored ? f.sto.lbegin : f.sto.wsze; }
 
 // Takes the element at row store position q out of row i; the last element of the row fills the gap.
-inline void lu_cutfromrow(lu& f, int32_t i, int32_t q) {
-  const int32_t last = f.sto.rbeg[i] + --f.sto.rlen[i];
+inline void lu_cutfromrow(lu_store& s, int32_t i, int32_t q) {
+  const int32_t last = s.rbeg[i] + --s.rlen[i];
   if (q == last) return;
-  f.sto.rval[q] = f.sto.rval[last];
-  f.sto.rcol[q] = f.sto.rcol[last];
-  f.sto.rpos[q] = f.sto.rpos[last];
-  f.sto.cpos[f.sto.rpos[q]] = q;
+  s.rval[q] = s.rval[last];
+  s.rcol[q] = s.rcol[last];
+  s.rpos[q] = s.rpos[last];
+  s.cpos[s.rpos[q]] = q;
 }
 
 // Takes the element at column store position p out of column j. Moves a value too, when the store holds values.
-inline void lu_cutfromcol(lu& f, int32_t j, int32_t p) {
-  const int32_t last = f.sto.cbeg[j] + --f.sto.clen[j];
+inline void lu_cutfromcol(lu_store& s, int32_t j, int32_t p) {
+  const int32_t last = s.cbeg[j] + --s.clen[j];
   if (p == last) return;
-  f.sto.crow[p] = f.sto.crow[last];
-  f.sto.cval[p] = f.sto.cval[last];
-  f.sto.cpos[p] = f.sto.cpos[last];
-  f.sto.rpos[f.sto.cpos[p]] = p;
+  s.crow[p] = s.crow[last];
+  s.cval[p] = s.cval[last];
+  s.cpos[p] = s.cpos[last];
+  s.rpos[s.cpos[p]] = p;
 }
 
 // Input (luinp): columns into the column store in column order.

@@ -115,7 +115,7 @@ void pivot_column_singletons(lu& f, int32_t* __restrict count, int32_t* __restri
 }
 
 // Counts of the active columns in each active row; the active elements of a row are counted once.
-void count_rows(lu& f, int32_t* count) {
+void count_rows(const lu& f, int32_t* count) {
   for (int32_t k = f.piv.stpf; k < f.nrow; k++) {
     const int32_t i = f.piv.prow[k];
     int32_t n = 0;
@@ -203,7 +203,7 @@ void compress_rows(lu& f) {
   for (int32_t i = 0; i < f.nrow; i++) f.run.ucount += f.piv.prowinv[i] < f.piv.stpf ? f.sto.rlen[i] : 0;
   if (f.run.runsdropu)
     for (int32_t k = 0; k < f.piv.stpf; k++) f.sto.rlen[f.piv.prow[k]] = 0;
-  TVN_lu_resetufre(f);
+  TVN_lu_resetufre(f.sto);
 }
 
 } // namespace

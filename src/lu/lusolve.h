@@ -18,7 +18,7 @@ constexpr double newestshare = 0.2; // of the last result in the running density
 
 class lu_agenda {
 public:
-  explicit lu_agenda(lu& f) noexcept : bits(f.tmp.agenda.data()) {}
+  explicit lu_agenda(lu_scratch& tmp) noexcept : bits(tmp.agenda.data()) {}
 
   void add(int32_t place) noexcept {
     const int32_t w = place >> 6;
@@ -64,9 +64,9 @@ private:
 inline bool expects_dense(const lu& f, lu_kind kind, int32_t rhscount) {
   return f.acc.density[kind][rhscount >= longrhs] >= fullshare;
 }
-inline void note_result(lu& f, lu_kind kind, int32_t rhscount, int32_t count) {
-  double& d = f.acc.density[kind][rhscount >= longrhs];
-  d += newestshare * (static_cast<double>(count) / f.nrow - d);
+inline void note_result(lu_account& acc, lu_kind kind, int32_t rhscount, int32_t count, int32_t nrow) {
+  double& d = acc.density[kind][rhscount >= longrhs];
+  d += newestshare * (static_cast<double>(count) / nrow - d);
 }
 
 // Fills the list of x from its values; for results of a full pass.

@@ -52,34 +52,34 @@ bool room_in_cols(lu& f, int32_t cap) {
   return f.sto.ucolfree + cap <= lu_collimit(f);
 }
 
-void move_row(lu& f, int32_t i, int32_t to) {
-  const int32_t from = f.sto.rbeg[i], n = f.sto.rlen[i];
+void move_row(lu_store& s, int32_t i, int32_t to) {
+  const int32_t from = s.rbeg[i], n = s.rlen[i];
   for (int32_t d = 0; d < n; d++) {
-    f.sto.rval[to + d] = f.sto.rval[from + d];
-    f.sto.rcol[to + d] = f.sto.rcol[from + d];
-    const int32_t p = f.sto.rpos[from + d];
-    f.sto.rpos[to + d] = p;
-    f.sto.cpos[p] = to + d;
+    s.rval[to + d] = s.rval[from + d];
+    s.rcol[to + d] = s.rcol[from + d];
+    const int32_t p = s.rpos[from + d];
+    s.rpos[to + d] = p;
+    s.cpos[p] = to + d;
   }
 }
 
-void move_col(lu& f, int32_t j, int32_t to) {
-  const int32_t from = f.sto.cbeg[j], n = f.sto.clen[j];
-  if (f.state == lu_factored)
-    for (int32_t d = 0; d < n; d++) f.sto.cval[to + d] = f.sto.cval[from + d];
+void move_col(lu_store& s, int32_t j, int32_t to, bool values) {
+  const int32_t from = s.cbeg[j], n = s.clen[j];
+  if (values)
+    for (int32_t d = 0; d < n; d++) s.cval[to + d] = s.cval[from + d];
   for (int32_t d = 0; d < n; d++) {
-    f.sto.crow[to + d] = f.sto.crow[from + d];
-    const int32_t q = f.sto.cpos[from + d];
-    f.sto.cpos[to + d] = q;
-    f.sto.rpos[q] = to + d;
+    s.crow[to + d] = s.crow[from + d];
+    const int32_t q = s.cpos[from + d];
+    s.cpos[to + d] = q;
+    s.rpos[q] = to + d;
   }
 }
 
 } // namespace
 
-void TVN_lu_resetufre(lu& f) {
-  std::fill(std::begin(f.sto.freerow), std::end(f.sto.freerow), f.sto.wsze);
-  std::fill(std::begin(f.sto.freecol), std::end(f.sto.freecol), f.sto.wsze);
+void TVN_lu_resetufre(lu_store& s) {
+  std::fill(std::begin(s.freerow), std::end(s.freerow), s.wsze);
+  std::fill(std::begin(s.freecol), std::end(s.freecol), s.wsze);
 }
 
 lu_code TVN_lu_resizerow(lu& f, int32_t i, int32_t n) {
@@ -94,7 +94,7 @@ lu_code TVN_lu_resizerow(lu& f, int32_t i, int32_t n) {
       to = f.sto.urowfree;
       f.sto.urowfree += size.cap;
     }
-    move_row(f, i, to);
+    move_row(f.sto, i, to);
   }
   release_row(f, i);
   f.sto.rbeg[i] = to;
@@ -114,7 +114,7 @@ lu_code TVN_lu_resizecol(lu& f, int32_t j, int32_t n) {
       to = f.sto.ucolfree;
       f.sto.ucolfree += size.cap;
     }
-    move_col(f, j, to);
+    move_col(f.sto, j, to, f.state == lu_factored);
   }
   release_col(f, j);
   f.sto.cbeg[j] = to;
@@ -170,7 +170,7 @@ void lu_compress(lu& f) {
   f.run.totalgc++;
   f.acc.work[lt_garcol] += f.sto.urowfree;
   lu_gather(f);
-  TVN_lu_resetufre(f);
+  TVN_lu_resetufre(f.sto);
   const bool factored = f.state == lu_factored;
   const lu_code code = TVN_lu_buildcoldbg(f, factored ? 0 : f.piv.stpf, factored ? f.u.end : f.nrow - f.piv.stpb);
   TVN_ASSERT(f.sys, "src/lu/lusto", code == lu_code::done);

@@ -34,7 +34,7 @@ lu_eta form_eta(lu& f, int32_t p, const double* __restrict w) {
   const int32_t* __restrict col = f.sto.rcol.data();
   const int32_t* __restrict colplace = f.u.colplace.data();
   lu_eta eta;
-  lu_agenda agenda(f);
+  lu_agenda agenda(f.tmp);
   int64_t work = f.sto.rlen[p];
   for (int32_t q = f.sto.rbeg[p], end = q + f.sto.rlen[p]; q < end; q++) {
     e[col[q]] = val[q];
@@ -105,13 +105,13 @@ void decide_factornow(lu& f) {
 }
 
 // Row p leaves the columns, the column of p leaves the rows.
-void remove_old(lu& f, int32_t p, int32_t c) {
-  for (int32_t q = f.sto.rbeg[p], e = q + f.sto.rlen[p]; q < e; q++) lu_cutfromcol(f, f.sto.rcol[q], f.sto.rpos[q]);
-  for (int32_t s = f.sto.cbeg[c], e = s + f.sto.clen[c]; s < e; s++) lu_cutfromrow(f, f.sto.crow[s], f.sto.cpos[s]);
-  f.sto.unz -= f.sto.rlen[p] + f.sto.clen[c];
-  f.acc.work[lt_updstore] += f.sto.rlen[p] + f.sto.clen[c];
-  f.sto.rlen[p] = 0;
-  f.sto.clen[c] = 0;
+void remove_old(lu_store& sto, lu_account& acc, int32_t p, int32_t c) {
+  for (int32_t q = sto.rbeg[p], e = q + sto.rlen[p]; q < e; q++) lu_cutfromcol(sto, sto.rcol[q], sto.rpos[q]);
+  for (int32_t s = sto.cbeg[c], e = s + sto.clen[c]; s < e; s++) lu_cutfromrow(sto, sto.crow[s], sto.cpos[s]);
+  sto.unz -= sto.rlen[p] + sto.clen[c];
+  acc.work[lt_updstore] += sto.rlen[p] + sto.clen[c];
+  sto.rlen[p] = 0;
+  sto.clen[c] = 0;
 }
 
 bool has_eta_room(lu& f, int32_t n) {
@@ -163,22 +163,22 @@ lu_code insert_spike(lu& f, int32_t p, int32_t c, const spvec& w) {
   return lu_code::done;
 }
 
-void move_to_end(lu& f, int32_t p) {
-  f.u.order[f.u.place[p]] = -1;
-  if (f.u.end == static_cast<int32_t>(f.u.order.size())) { // squeeze out the holes
+void move_to_end(lu_upper& u, const lu_pivots& piv, int32_t p) {
+  u.order[u.place[p]] = -1;
+  if (u.end == static_cast<int32_t>(u.order.size())) { // squeeze out the holes
     int32_t n = 0;
-    for (int32_t k = 0; k < f.u.end; k++) {
-      const int32_t r = f.u.order[k];
+    for (int32_t k = 0; k < u.end; k++) {
+      const int32_t r = u.order[k];
       if (r < 0) continue;
-      f.u.place[r] = n;
-      f.u.colplace[f.piv.rowpivcol[r]] = n;
-      f.u.order[n++] = r;
+      u.place[r] = n;
+      u.colplace[piv.rowpivcol[r]] = n;
+      u.order[n++] = r;
     }
-    f.u.end = n;
+    u.end = n;
   }
-  f.u.place[p] = f.u.end;
-  f.u.colplace[f.piv.rowpivcol[p]] = f.u.end;
-  f.u.order[f.u.end++] = p;
+  u.place[p] = u.end;
+  u.colplace[piv.rowpivcol[p]] = u.end;
+  u.order[u.end++] = p;
 }
 
 lu_code no_room(lu& f) {
@@ -202,14 +202,14 @@ lu_code TVN_lu_supd(lu& f, int32_t position, const spvec& spike) {
   if (f.eta.numetas == f.eta.maxetas) return lu_code::no_update_room;
   if (!has_eta_room(f, eta.count)) return no_room(f);
 
-  remove_old(f, p, position);
+  remove_old(f.sto, f.acc, p, position);
   store_eta(f, p, eta);
   if (insert_spike(f, p, position, spike) != lu_code::done) {
     f.state = lu_unusable;
     return no_room(f);
   }
   f.u.diag[p] = d;
-  move_to_end(f, p);
+  move_to_end(f.u, f.piv, p);
 #if TVN_CHECK_LEVEL >= 3
   lu_audit(f, label, __LINE__);
 #endif
