@@ -15,17 +15,17 @@
 namespace tvn {
 namespace {
 
-void drop_l(lu& f) {
-  f.run.runsdropl = true;
-  f.sto.lubot = f.sto.wsze;
-  f.l.num = 0;
-  f.eta.numetas = 0;
+void drop_l(lu_run& run, lu_store& s, lu_lower& l, lu_etas& eta) {
+  run.runsdropl = true;
+  s.lubot = s.wsze;
+  l.num = 0;
+  eta.numetas = 0;
 }
 
-void drop_u(lu& f) {
-  f.run.runsdropu = true;
+void drop_u(const lu& f, lu_run& run, lu_store& s) {
+  run.runsdropu = true;
   const auto release = [&](int32_t from, int32_t to) {
-    for (int32_t k = from; k < to; k++) f.sto.rlen[f.piv.prow[k]] = f.sto.rcap[f.piv.prow[k]] = 0;
+    for (int32_t k = from; k < to; k++) s.rlen[f.piv.prow[k]] = s.rcap[f.piv.prow[k]] = 0;
   };
   release(0, f.piv.stpf);
   release(f.nrow - f.piv.stpb, f.nrow);
@@ -35,9 +35,9 @@ void drop_u(lu& f) {
 bool release_factor(lu& f) {
   if (f.run.runsdropl && f.run.runsdropu) return false;
   if (f.run.runsdropl)
-    drop_u(f);
+    drop_u(f, f.run, f.sto);
   else
-    drop_l(f);
+    drop_l(f.run, f.sto, f.l, f.eta);
   f.run.numgc = 0; // the run is for the sizes now: let it come to its end
   lu_compress(f);
   return true;
@@ -94,7 +94,7 @@ void store_l(lu& f, const lu_active& a, int32_t i, int32_t num) {
   f.run.lcount += num;
   if (f.run.runsdropl) return;
   if (f.sto.lubot - num < f.sto.urowfree && !(TVN_lu_garcol(f) && f.sto.lubot - num >= f.sto.urowfree)) {
-    drop_l(f);
+    drop_l(f.run, f.sto, f.l, f.eta);
     lu_compress(f);
     return;
   }

@@ -33,25 +33,25 @@ lu_code input_columns(lu& f) {
 }
 
 // next: [ncol] scratch
-void sort_elements(lu& f, int32_t* next) {
-  std::fill_n(f.sto.clen.data(), f.ncol, 0);
-  for (int32_t p = 0; p < f.sto.anz; p++) {
-    f.sto.clen[f.sto.cpos[p]]++;
-    f.sto.rlen[f.sto.crow[p]]++;
+void sort_elements(lu_store& s, int32_t ncol, int32_t* next) {
+  std::fill_n(s.clen.data(), ncol, 0);
+  for (int32_t p = 0; p < s.anz; p++) {
+    s.clen[s.cpos[p]]++;
+    s.rlen[s.crow[p]]++;
   }
   int32_t pos = 0;
-  for (int32_t j = 0; j < f.ncol; j++) {
-    f.sto.cbeg[j] = next[j] = pos;
-    pos += f.sto.clen[j];
+  for (int32_t j = 0; j < ncol; j++) {
+    s.cbeg[j] = next[j] = pos;
+    pos += s.clen[j];
   }
-  for (int32_t j = 0; j < f.ncol; j++) {
-    const int32_t end = f.sto.cbeg[j] + f.sto.clen[j];
+  for (int32_t j = 0; j < ncol; j++) {
+    const int32_t end = s.cbeg[j] + s.clen[j];
     while (next[j] < end) {
-      const int32_t p = next[j], home = f.sto.cpos[p], q = next[home]++;
+      const int32_t p = next[j], home = s.cpos[p], q = next[home]++;
       if (p == q) continue;
-      std::swap(f.sto.crow[p], f.sto.crow[q]);
-      std::swap(f.sto.cval[p], f.sto.cval[q]);
-      std::swap(f.sto.cpos[p], f.sto.cpos[q]);
+      std::swap(s.crow[p], s.crow[q]);
+      std::swap(s.cval[p], s.cval[q]);
+      std::swap(s.cpos[p], s.cpos[q]);
     }
   }
 }
@@ -98,7 +98,7 @@ lu_code lu_input(lu& f, std::span<int32_t> iwork) {
   if (f.set.getcol)
     code = input_columns(f);
   else
-    sort_elements(f, iwork.data());
+    sort_elements(f.sto, f.ncol, iwork.data());
   f.acc.work[lt_input] += f.sto.anz + f.ncol;
   return code;
 }

@@ -26,16 +26,16 @@ void pivot_slacks(lu& f) {
 }
 
 // Row blocks with room for all elements of a row, its pivot included.
-bool place_rows(lu& f) {
+bool place_rows(const lu& f, lu_store& s) {
   int64_t total = 0;
   for (int32_t i = 0; i < f.nrow; i++) {
-    const int32_t cap = TVN_lu_computesize(f, true, f.sto.rlen[i]).cap;
-    f.sto.rcap[i] = cap;
-    f.sto.rbeg[i] = static_cast<int32_t>(total);
+    const int32_t cap = TVN_lu_computesize(f, true, s.rlen[i]).cap;
+    s.rcap[i] = cap;
+    s.rbeg[i] = static_cast<int32_t>(total);
     total += cap;
-    if (total > f.sto.wsze) return false;
+    if (total > s.wsze) return false;
   }
-  f.sto.urowfree = static_cast<int32_t>(total);
+  s.urowfree = static_cast<int32_t>(total);
   return true;
 }
 
@@ -211,7 +211,7 @@ void compress_rows(lu& f) {
 lu_code lu_setup(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
   f.state = lu_factoring;
   if (const lu_code code = lu_input(f, iwork); code != lu_code::done) return code;
-  if (!place_rows(f)) return lu_code::no_storage;
+  if (!place_rows(f, f.sto)) return lu_code::no_storage;
   int32_t* count = iwork.data();
   int32_t* stack = count + f.ncol;
   if (f.set.pivotmethod == 1) pivot_slacks(f);

@@ -22,18 +22,18 @@ int32_t take_block(int32_t& head, const int32_t* link, int32_t none) {
   return block;
 }
 
-void release_row(lu& f, int32_t i) {
-  if (f.sto.rcap[i] == 0) return;
-  const int32_t k = list_of(f, true, f.sto.rcap[i]);
-  f.sto.rpos[f.sto.rbeg[i]] = f.sto.freerow[k];
-  f.sto.freerow[k] = f.sto.rbeg[i];
+void release_row(const lu& f, lu_store& sto, int32_t i) {
+  if (sto.rcap[i] == 0) return;
+  const int32_t k = list_of(f, true, sto.rcap[i]);
+  sto.rpos[sto.rbeg[i]] = sto.freerow[k];
+  sto.freerow[k] = sto.rbeg[i];
 }
 
-void release_col(lu& f, int32_t j) {
-  if (f.sto.ccap[j] == 0) return;
-  const int32_t k = list_of(f, false, f.sto.ccap[j]);
-  f.sto.cpos[f.sto.cbeg[j]] = f.sto.freecol[k];
-  f.sto.freecol[k] = f.sto.cbeg[j];
+void release_col(const lu& f, lu_store& sto, int32_t j) {
+  if (sto.ccap[j] == 0) return;
+  const int32_t k = list_of(f, false, sto.ccap[j]);
+  sto.cpos[sto.cbeg[j]] = sto.freecol[k];
+  sto.freecol[k] = sto.cbeg[j];
 }
 
 bool room_in_rows(lu& f, int32_t cap) {
@@ -96,7 +96,7 @@ lu_code TVN_lu_resizerow(lu& f, int32_t i, int32_t n) {
     }
     move_row(f.sto, i, to);
   }
-  release_row(f, i);
+  release_row(f, f.sto, i);
   f.sto.rbeg[i] = to;
   f.sto.rcap[i] = size.cap;
   return lu_code::done;
@@ -116,7 +116,7 @@ lu_code TVN_lu_resizecol(lu& f, int32_t j, int32_t n) {
     }
     move_col(f.sto, j, to, f.state == lu_factored);
   }
-  release_col(f, j);
+  release_col(f, f.sto, j);
   f.sto.cbeg[j] = to;
   f.sto.ccap[j] = size.cap;
   return lu_code::done;

@@ -67,41 +67,39 @@ double largest(const spvec& w) {
   return big;
 }
 
-int64_t update_work(const lu& f) {
+int64_t update_work(const lu_account& acc) {
   int64_t sum = 0;
-  for (int32_t t = 15; t <= 25; t++) sum += f.acc.work[t];
+  for (int32_t t = 15; t <= 25; t++) sum += acc.work[t];
   return sum;
 }
 
 // Exact: two 64-bit factors.
 __int128 product(int64_t a, int64_t b) { return static_cast<__int128>(a) * b; }
 
-// Least average work per update. Raises factornow once the recent updates cost more than the best average.
-void watch_average_work(lu& f) {
-  const int64_t n = f.eta.numupds, w = update_work(f);
+// Least average work per update. True once the recent updates cost more than the best average.
+bool watch_average_work(lu_account& acc, int64_t numupds) {
+  const int64_t n = numupds, w = update_work(acc);
   if (n == 1) {
-    f.acc.factorwork = 0;
-    for (int32_t t = 0; t <= 14; t++) f.acc.factorwork += f.acc.work[t];
-    f.acc.bestn = 1;
-    f.acc.besttotal = f.acc.factorwork + w;
-    f.acc.ring[0] = 0; // read at the fiftieth update, first written then
-  } else if (product(f.acc.besttotal, n) > product(f.acc.factorwork + w, f.acc.bestn)) {
-    f.acc.bestn = n;
-    f.acc.besttotal = f.acc.factorwork + w;
+    acc.factorwork = 0;
+    for (int32_t t = 0; t <= 14; t++) acc.factorwork += acc.work[t];
+    acc.bestn = 1;
+    acc.besttotal = acc.factorwork + w;
+    acc.ring[0] = 0; // read at the fiftieth update, first written then
+  } else if (product(acc.besttotal, n) > product(acc.factorwork + w, acc.bestn)) {
+    acc.bestn = n;
+    acc.besttotal = acc.factorwork + w;
   }
-  int64_t& slot = f.acc.ring[n % ringsize];
+  int64_t& slot = acc.ring[n % ringsize];
   const int64_t recent = n < ringsize ? w : w - slot;
   slot = w;
-  if (n < minupdates) return;
+  if (n < minupdates) return false;
   const int64_t span = std::min<int64_t>(n, ringsize);
-  if (product(100 * f.acc.bestn, recent) >= product(101 * span, f.acc.besttotal)) f.run.factornow = true;
+  return product(100 * acc.bestn, recent) >= product(101 * span, acc.besttotal);
 }
 
 void decide_factornow(lu& f) {
-  if (f.set.refacfreq == 0)
-    watch_average_work(f);
-  else if (f.eta.numupds >= f.set.refacfreq)
-    f.run.factornow = true;
+  const bool costly = f.set.refacfreq == 0 && watch_average_work(f.acc, f.eta.numupds);
+  if (costly || (f.set.refacfreq > 0 && f.eta.numupds >= f.set.refacfreq)) f.run.factornow = true;
 }
 
 // Row p leaves the columns, the column of p leaves the rows.
@@ -119,16 +117,16 @@ bool has_eta_room(lu& f, int32_t n) {
   return TVN_lu_garcol(f) && f.sto.lubot - n >= f.sto.urowfree;
 }
 
-void store_eta(lu& f, int32_t p, const lu_eta& eta) {
+void store_eta(lu_store& sto, lu_etas& etas, const lu_scratch& tmp, lu_account& acc, int32_t p, const lu_eta& eta) {
   if (eta.count == 0) return;
-  f.sto.lubot -= eta.count;
+  sto.lubot -= eta.count;
   for (int32_t k = 0; k < eta.count; k++) {
-    f.sto.rcol[f.sto.lubot + k] = f.tmp.stack[k];
-    f.sto.rval[f.sto.lubot + k] = -f.tmp.lwork[k];
+    sto.rcol[sto.lubot + k] = tmp.stack[k];
+    sto.rval[sto.lubot + k] = -tmp.lwork[k];
   }
-  f.eta.etarow[f.eta.numetas++] = p;
-  f.eta.etabeg[f.eta.numetas] = f.sto.lubot;
-  f.acc.work[lt_updstore] += eta.count;
+  etas.etarow[etas.numetas++] = p;
+  etas.etabeg[etas.numetas] = sto.lubot;
+  acc.work[lt_updstore] += eta.count;
 }
 
 // Room for one more element in row r and column c. A compression on the way takes head-room back, hence the loop.
@@ -203,7 +201,7 @@ lu_code TVN_lu_supd(lu& f, int32_t position, const spvec& spike) {
   if (!has_eta_room(f, eta.count)) return no_room(f);
 
   remove_old(f.sto, f.acc, p, position);
-  store_eta(f, p, eta);
+  store_eta(f.sto, f.eta, f.tmp, f.acc, p, eta);
   if (insert_spike(f, p, position, spike) != lu_code::done) {
     f.state = lu_unusable;
     return no_room(f);

@@ -7,13 +7,13 @@ namespace {
 
 constexpr int32_t maxpasses = 20; // of duals and implied bounds
 
-void make_all_due(prslv_context& x) {
+void make_all_due(const prslv_context& x, prslv_due& due, buffer<double>& rowmax) {
   for (int32_t i = 0; i < x.p.numcon; i++) {
-    x.rowmax[i] = -1;
-    if (x.conlive[i] && x.conlin[i]) TVN_prslv_updatelist(x.due.rows, i);
+    rowmax[i] = -1;
+    if (x.conlive[i] && x.conlin[i]) TVN_prslv_updatelist(due.rows, i);
   }
   for (int32_t j = 0; j < x.p.numvar; j++)
-    if (x.varlive[j]) TVN_prslv_updatelist(x.due.cols, j);
+    if (x.varlive[j]) TVN_prslv_updatelist(due.cols, j);
 }
 
 } // namespace
@@ -24,7 +24,7 @@ prslv_code TVN_prslv_checkproblem(prslv_context& x) {
   const auto goes_on = [&] { return code == prslv_code::ok && x.status == prs_undecided; };
   if (!goes_on()) return code;
   TVN_prslv_allactivities(x, x.act, x.run); // later passes refresh them where implied bounds are formed
-  make_all_due(x);
+  make_all_due(x, x.due, x.rowmax);
   code = TVN_prslv_checkconlist(x);
   for (int32_t pass = 0, before = -1; pass < maxpasses && goes_on() && TVN_prslv_getnumred(x) != before; pass++) {
     before = TVN_prslv_getnumred(x);

@@ -116,7 +116,7 @@ TEST(DualWeights, PassFromOneRunToTheNext) {
     ASSERT_EQ(tvn::TVN_simplex_factor(s.fac), tvn::factor_result::full);
     tvn::dual_state next(s);
     next.basic.reset(*b.sys, b.work.m, tvn::dual_basic{});
-    ASSERT_TRUE(tvn::dsimplex_takeweights(next));
+    ASSERT_TRUE(tvn::dsimplex_takeweights(next, next.price, next.basic));
     for (int32_t k = 0; k < b.work.m; k++) {
       tvn::TVN_simplex_rowofinverse(s, k);
       const double norm = tvn::dsimplex_rownorm(next);
@@ -124,7 +124,7 @@ TEST(DualWeights, PassFromOneRunToTheNext) {
       EXPECT_NEAR(next.basic[k].weight, norm, 1e-6 * norm);
     }
     next.price.method = tvn::sel_devex;
-    EXPECT_FALSE(tvn::dsimplex_takeweights(next));
+    EXPECT_FALSE(tvn::dsimplex_takeweights(next, next.price, next.basic));
   }
 }
 

@@ -145,10 +145,10 @@ void TVN_simplex_setupstate(simplex_state& s) {
   s.tolfeas = std::min(s.tolfeas, s.param.tolx);
 }
 
-bool TVN_simplex_relax(simplex_state& s, double tolerance) noexcept {
-  const double before = s.tolfeas;
-  s.tolfeas = std::max(before, std::min(tolerance, relaxedshare * s.param.tolx));
-  return s.tolfeas > before;
+bool TVN_simplex_relax(double& tolfeas, double asked, double tolerance) noexcept {
+  const double before = tolfeas;
+  tolfeas = std::max(before, std::min(tolerance, relaxedshare * asked));
+  return tolfeas > before;
 }
 
 void TVN_simplex_restnonbasic(simplex_state& s, int32_t j, int32_t wish) {

@@ -81,7 +81,7 @@ void TVN_simplex_rowofinverse(simplex_state& s, int32_t position);
 int64_t TVN_simplex_formrow(simplex_state& s);
 constexpr double relaxedshare = 0.5; // of the feasibility tolerance asked for: the most that the working one rises to
 // Raises the working feasibility tolerance, up to a part of the one asked for; false: it is as high.
-bool TVN_simplex_relax(simplex_state& s, double tolerance) noexcept;
+bool TVN_simplex_relax(double& tolfeas, double asked, double tolerance) noexcept;
 // Are the two values of one pivot, by row and by column, too far apart or too small for a step?
 inline bool TVN_simplex_ispivotlost(double arow, double acol, double tolpiv) noexcept {
   constexpr double grosserror = 0.1;

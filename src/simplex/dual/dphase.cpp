@@ -61,7 +61,7 @@ void dsimplex_correctsigns(dual_state& s) {
     if (is_boxed(s, j)) {
       s.key[j] = mv > 0 ? sk_upr : sk_low;
       s.x[j] = mv > 0 ? s.up[j] : s.lo[j];
-      dsimplex_setmove(s, j);
+      dsimplex_setmove(s, s.move, j);
     } else {
       s.cost[j] -= s.d[j];
       s.d[j] = 0;
@@ -90,7 +90,7 @@ void dsimplex_restnonbasics(dual_state& s) {
 
 void dsimplex_placenonbasics(dual_state& s) {
   for (int32_t j = 0; j < s.work.total; j++) {
-    dsimplex_setmove(s, j);
+    dsimplex_setmove(s, s.move, j);
     if (s.fac.pos[j] < 0) s.x[j] = s.key[j] == sk_supbas ? 0.0 : s.key[j] == sk_upr ? s.up[j] : s.lo[j];
   }
   copy_bounds_of_basics(s, s.basic);
@@ -125,7 +125,7 @@ void dsimplex_setphasetwo(dual_state& s) {
 void dsimplex_formxb(dual_state& s) {
   TVN_simplex_formxb(s.fac, s.x);
   for (int32_t k = 0; k < s.work.m; k++) s.basic[k].x = s.x[s.fac.head[k]];
-  dsimplex_rebuildlist(s);
+  dsimplex_rebuildlist(s.price, s.basic, s.tolfeas);
 }
 
 } // namespace tvn

@@ -59,63 +59,62 @@ row_choice read_list(dual_pricing& price, buffer<dual_basic>& basic) {
 
 // Partial pricing: a short list of what a circular scan meets, largest infeasibility first; a new scan when it is used
 // up, or at random.
-int32_t select_partial(dual_state& s) {
+int32_t select_partial(dual_pricing& price, buffer<dual_basic>& basic, int32_t& random) {
   constexpr double emptyagain = 0.995; // a random draw above this empties the list
-  const int32_t m = s.work.m, target = m < 10000 ? 15 : m < 30000 ? 20 : m < 50000 ? 25 : 35;
-  if (TVN_simplex_random(s.info.randomstate) > emptyagain) s.price.numtop = 0;
-  s.price.cutoff = 0; // what stays infeasible stays on the list
-  row_choice best = read_top(s.price, s.basic);
-  s.price.cutoff = HUGE_VAL;
+  const int32_t m = static_cast<int32_t>(basic.size()), target = m < 10000 ? 15 : m < 30000 ? 20 : m < 50000 ? 25 : 35;
+  if (TVN_simplex_random(random) > emptyagain) price.numtop = 0;
+  price.cutoff = 0; // what stays infeasible stays on the list
+  row_choice best = read_top(price, basic);
+  price.cutoff = HUGE_VAL;
   if (best.k >= 0) return best.k;
-  int32_t k = s.price.scanstart < m ? s.price.scanstart : 0;
-  for (int32_t scanned = 0; scanned < m && s.price.numtop < target; scanned++, k = k + 1 == m ? 0 : k + 1) {
-    if (s.basic[k].infeas == 0) continue;
-    s.price.top[s.price.numtop++] = k;
-    improve(best, k, s.basic[k]);
-    if (scanned > m / 4 && s.price.numtop >= target / 2) break;
+  int32_t k = price.scanstart < m ? price.scanstart : 0;
+  for (int32_t scanned = 0; scanned < m && price.numtop < target; scanned++, k = k + 1 == m ? 0 : k + 1) {
+    if (basic[k].infeas == 0) continue;
+    price.top[price.numtop++] = k;
+    improve(best, k, basic[k]);
+    if (scanned > m / 4 && price.numtop >= target / 2) break;
   }
-  s.price.scanstart = k;
+  price.scanstart = k;
   return best.k;
 }
 
 } // namespace
 
-void dsimplex_rebuildlist(dual_state& s) noexcept {
-  s.price.numlist = s.price.numtop = 0;
-  s.price.cutoff = HUGE_VAL;
-  for (int32_t k = 0; k < s.work.m; k++) {
-    s.basic[k].listed = 0;
-    dsimplex_notechange(s.price, s.tolfeas, k, s.basic[k]);
+void dsimplex_rebuildlist(dual_pricing& price, buffer<dual_basic>& basic, double tolfeas) noexcept {
+  price.numlist = price.numtop = 0;
+  price.cutoff = HUGE_VAL;
+  for (int32_t k = 0; k < basic.size(); k++) {
+    basic[k].listed = 0;
+    dsimplex_notechange(price, tolfeas, k, basic[k]);
   }
 }
 
-int32_t dsimplex_select(dual_state& s) {
-  if (s.price.method == sel_partial) return select_partial(s);
-  row_choice best = read_top(s.price, s.basic);
+int32_t dsimplex_select(dual_pricing& price, buffer<dual_basic>& basic, double tolfeas, int32_t& random) {
+  if (price.method == sel_partial) return select_partial(price, basic, random);
+  row_choice best = read_top(price, basic);
   if (best.k >= 0) return best.k;
-  best = read_list(s.price, s.basic);
+  best = read_list(price, basic);
   if (best.k < 0) return best.k;
-  s.price.cutoff = topshare * best.score;
-  for (int32_t p = 0; p < s.price.numlist; p++)
-    dsimplex_notechange(s.price, s.tolfeas, s.price.list[p], s.basic[s.price.list[p]]);
+  price.cutoff = topshare * best.score;
+  for (int32_t p = 0; p < price.numlist; p++) dsimplex_notechange(price, tolfeas, price.list[p], basic[price.list[p]]);
   return best.k;
 }
 
-void dsimplex_resetweights(dual_state& s) {
-  s.price.exactweights = true;
-  for (const int32_t j : s.fac.head) s.price.exactweights = s.price.exactweights && s.work.is_logical(j);
-  const double start = s.price.method == sel_se || s.price.method == sel_ase ? 2.0 : 1.0;
-  for (dual_basic& b : s.basic) b.weight = start;
+void dsimplex_resetweights(const dual_state& s, dual_pricing& price, buffer<dual_basic>& basic) {
+  price.exactweights = true;
+  for (const int32_t j : s.fac.head) price.exactweights = price.exactweights && s.work.is_logical(j);
+  const double start = price.method == sel_se || price.method == sel_ase ? 2.0 : 1.0;
+  for (dual_basic& b : basic) b.weight = start;
 }
 
-bool dsimplex_takeweights(dual_state& s) {
+bool dsimplex_takeweights(const dual_state& s, dual_pricing& price, buffer<dual_basic>& basic) {
   const buffer<double>& kept = s.base.dualweight;
-  if (s.base.dualweightkind != s.price.method || kept.size() != s.work.total) return false;
+  if (s.base.dualweightkind != price.method || kept.size() != s.work.total) return false;
   for (int32_t k = 0; k < s.work.m; k++) {
     const double w = kept[s.fac.head[k]];
-    s.basic[k].weight = w >= 1 && w <= 1e20 ? w : 2.0;
+    basic[k].weight = w >= 1 && w <= 1e20 ? w : 2.0;
   }
-  s.price.exactweights = false; // the run that left them may have lost digits
+  price.exactweights = false; // the run that left them may have lost digits
   return true;
 }
 

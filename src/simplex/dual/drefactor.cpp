@@ -44,7 +44,7 @@ loop_state follow_repair(dual_state& s, int32_t num) {
   dsimplex_placenonbasics(s);
   s.info.count[kind_dual].artificials += num;
   if (s.iter > 0) return dsimplex_setback(s);
-  dsimplex_resetweights(s); // of a start that is not the one they came with
+  dsimplex_resetweights(s, s.price, s.basic); // of a start that is not the one they came with
   return loop_state::go_on;
 }
 
@@ -61,7 +61,7 @@ loop_state dsimplex_setback(dual_state& s) {
 }
 
 loop_state dsimplex_countsetback(dual_state& s) {
-  (void)TVN_simplex_relax(s.base, 2 * s.tolfeas);
+  (void)TVN_simplex_relax(s.tolfeas, s.param.tolx, 2 * s.tolfeas);
   s.info.count[kind_dual].setbacks = ++s.bad.setbacks;
   if (s.bad.setbacks - s.stall.bestsetbacks > maxfutile) return dsimplex_handover(s);
   if (s.bad.setbacks <= s.param.maxsetbacks) return loop_state::recompute;

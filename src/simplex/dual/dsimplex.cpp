@@ -25,8 +25,8 @@ constexpr double sizable = 0.01;      // smaller pivots tell nothing by a relati
 constexpr int64_t stalliterations = 2000;
 constexpr int32_t maxkicks = 8;
 
-void store_xb(dual_state& s) {
-  for (int32_t k = 0; k < s.work.m; k++) s.x[s.fac.head[k]] = s.basic[k].x;
+void store_xb(const dual_state& s, buffer<double>& x) {
+  for (int32_t k = 0; k < s.work.m; k++) x[s.fac.head[k]] = s.basic[k].x;
 }
 
 double primal_infeasibility(const dual_state& s) {
@@ -41,7 +41,7 @@ double primal_infeasibility(const dual_state& s) {
 
 // The figures of a line of the log: objective and sums of infeasibilities, on the true bounds but for the box.
 void set_objective(dual_state& s) {
-  store_xb(s);
+  store_xb(s, s.x);
   s.info.objective = TVN_simplex_pointobjective(s.base);
   s.info.sumpinf = primal_infeasibility(s);
   dsimplex_countinf(s, s.inf);
@@ -212,7 +212,7 @@ loop_state infeasible(dual_state& s, int32_t r, double sigma) {
 // The leaving row: rho is formed on the way, and a weight that was far too small costs the row its place.
 int32_t choose_row(dual_state& s) {
   for (;;) {
-    const int32_t r = dsimplex_select(s);
+    const int32_t r = dsimplex_select(s.price, s.basic, s.tolfeas, s.info.randomstate);
     if (r < 0) return r;
     TVN_simplex_rowofinverse(s.base, r);
     if (s.price.method != sel_se && s.price.method != sel_ase) return r;
@@ -250,8 +250,8 @@ pivot_rule rule_of(double error) {
 bool forgives(dual_state& s, int32_t r) {
   const double v = 1.001 * std::sqrt(s.basic[r].infeas); // the tolerance has to be above it
   if (v > relaxedshare * s.param.tolx) return false;
-  (void)TVN_simplex_relax(s.base, v);
-  dsimplex_rebuildlist(s);
+  (void)TVN_simplex_relax(s.tolfeas, s.param.tolx, v);
+  dsimplex_rebuildlist(s.price, s.basic, s.tolfeas);
   return true;
 }
 
@@ -376,7 +376,7 @@ void start(dual_state& s) {
   dsimplex_restorecosts(s);
   if (s.base.cold) TVN_dsimplex_dualcrash(s);
   for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
-  if (!dsimplex_takeweights(s)) dsimplex_resetweights(s);
+  if (!dsimplex_takeweights(s, s.price, s.basic)) dsimplex_resetweights(s, s.price, s.basic);
   s.info.forcelog = true;
   s.bad.updatelimit = dual_maxupdates;
   s.phase = 0; // undecided until the first reduced costs
@@ -401,7 +401,7 @@ void dsimplex_optimize(dual_state& s) {
     if (state == loop_state::finished) break;
   }
   TVN_simplex_clearvectors(s.base);
-  store_xb(s);
+  store_xb(s, s.x);
   dsimplex_leaveweights(s, s.base);
   // A run that ends before the true bounds have come back leaves a basic point of the true problem all the same.
   if (s.phase != 2 && s.info.solsta != sol_dual_infeas_cer) {

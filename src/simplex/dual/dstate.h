@@ -183,18 +183,18 @@ inline double dsimplex_rownorm(const dual_state& s) noexcept {
   for (int32_t p = 0; p < s.rho.count; p++) norm += s.rho.val[s.rho.idx[p]] * s.rho.val[s.rho.idx[p]];
   return norm;
 }
-void dsimplex_rebuildlist(dual_state& s) noexcept;
-int32_t dsimplex_select(dual_state& s);
-void dsimplex_resetweights(dual_state& s);
+void dsimplex_rebuildlist(dual_pricing& price, buffer<dual_basic>& basic, double tolfeas) noexcept;
+int32_t dsimplex_select(dual_pricing& price, buffer<dual_basic>& basic, double tolfeas, int32_t& random);
+void dsimplex_resetweights(const dual_state& s, dual_pricing& price, buffer<dual_basic>& basic);
 // Weights of an earlier run for the basics of the start; false: there are none of this kind.
-bool dsimplex_takeweights(dual_state& s);
+bool dsimplex_takeweights(const dual_state& s, dual_pricing& price, buffer<dual_basic>& basic);
 void dsimplex_leaveweights(const dual_state& s, simplex_state& base);
 
 // --- ratio test (dratio.cpp): sigma +1 when the leaving variable goes down to its upper bound, -1 when up to its lower
 dual_ratio dsimplex_minratio(const dual_state& s, dual_ratio_work& w, double sigma, double delta);
 
 // --- update (dupdate.cpp)
-void dsimplex_setmove(dual_state& s, int32_t j) noexcept;
+void dsimplex_setmove(const dual_state& s, buffer<int8_t>& move, int32_t j) noexcept;
 void dsimplex_flip(dual_state& s, int32_t numflips);
 // Uses up the pivot row.
 void dsimplex_updateduals(dual_state& s, int32_t q, int32_t leaving, double theta);

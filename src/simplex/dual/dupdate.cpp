@@ -22,11 +22,11 @@ double bounded(int32_t& random, double w) {
 
 } // namespace
 
-void dsimplex_setmove(dual_state& s, int32_t j) noexcept {
-  s.move[j] = s.fac.pos[j] >= 0 || s.lo[j] == s.up[j] ? int8_t{0}
-              : s.key[j] == sk_low                    ? int8_t{1}
-              : s.key[j] == sk_upr                    ? int8_t{-1}
-                                                      : int8_t{2};
+void dsimplex_setmove(const dual_state& s, buffer<int8_t>& move, int32_t j) noexcept {
+  move[j] = s.fac.pos[j] >= 0 || s.lo[j] == s.up[j] ? int8_t{0}
+            : s.key[j] == sk_low                    ? int8_t{1}
+            : s.key[j] == sk_upr                    ? int8_t{-1}
+                                                    : int8_t{2};
 }
 
 void dsimplex_flip(dual_state& s, int32_t numflips) {
@@ -114,7 +114,7 @@ void dsimplex_exchange(dual_state& s, int32_t r, int32_t q, bool to_upper) {
   s.key[leaving] = fixed ? sk_fix : to_upper ? sk_upr : sk_low;
   s.key[q] = sk_bas;
   s.move[q] = 0;
-  dsimplex_setmove(s, leaving);
+  dsimplex_setmove(s, s.move, leaving);
   TVN_simplex_setlisted(s.base, q, false);
   if (!fixed) TVN_simplex_setlisted(s.base, leaving, true);
   s.basic[r].lo = s.lo[q];

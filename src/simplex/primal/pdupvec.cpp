@@ -40,7 +40,7 @@ void set_bounds(primal_state& s, int32_t j, ends e) {
 }
 
 // Columns with their costs as a last row.
-void find_duplicates(primal_state& s, buffer<int32_t>& first, buffer<double>& factor) {
+void find_duplicates(const primal_state& s, buffer<int32_t>& first, buffer<double>& factor) {
   const simplex_work& w = s.work;
   spmat a;
   TVN_spmat_make(s.sys, w.n, w.m + 1, a);

@@ -155,7 +155,7 @@ bool psimplex_unstall(primal_state& s) {
   // Largest reduced cost and partial pricing stall first: from here on weights lead.
   if (s.price.method == sel_partial || s.price.method == sel_full) {
     s.price.method = s.price.wanted = sel_devex;
-    psimplex_resetweights(s);
+    psimplex_resetweights(s, s.price, s.info.randomstate);
     TVN_simplex_recompute(s.base, recompute_why::pricing);
   }
   widen_tight_basics(s, s.param.tolx * std::exp2(s.perturb.resets));

@@ -63,7 +63,7 @@ void fill_list(primal_state& s) {
 }
 
 // The candidates of a circular scan, best first; false when a whole round finds none.
-bool partial_scan(primal_state& s) {
+bool partial_scan(const primal_state& s, primal_pricing& price, buffer<double>& d) {
   const simplex_work& w = s.work;
   const int32_t total = w.total;
   struct limits {
@@ -74,37 +74,36 @@ bool partial_scan(primal_state& s) {
   const limits* t = table;
   while (w.n >= t->below) t++;
   const int32_t first = std::max(1, total / t->first), second = std::max(1, total / t->second);
-  s.price.numplist = 0;
-  int32_t j = s.price.scanstart;
+  price.numplist = 0;
+  int32_t j = price.scanstart;
   for (int32_t scanned = 1; scanned <= total; scanned++, j = j + 1 == total ? 0 : j + 1) {
-    if (s.fac.pos[j] < 0 && !w.is_fixed(j) && !s.price.banned[j]) {
-      s.d[j] = s.cost(j) - TVN_simplex_columndot(w, j, s.y.data());
-      if (attractive(s, j, s.d[j])) s.price.plist[s.price.numplist++] = j;
+    if (s.fac.pos[j] < 0 && !w.is_fixed(j) && !price.banned[j]) {
+      d[j] = s.cost(j) - TVN_simplex_columndot(w, j, s.y.data());
+      if (attractive(s, j, d[j])) price.plist[price.numplist++] = j;
     }
-    const bool enough = (scanned >= first && s.price.numplist >= t->target) ||
-                        (scanned >= 10 * first && s.price.numplist >= std::max(1, t->target / 10)) ||
-                        (scanned >= second && s.price.numplist >= t->target / 2) ||
-                        s.price.numplist == s.price.plist.size();
+    const bool enough = (scanned >= first && price.numplist >= t->target) ||
+                        (scanned >= 10 * first && price.numplist >= std::max(1, t->target / 10)) ||
+                        (scanned >= second && price.numplist >= t->target / 2) || price.numplist == price.plist.size();
     if (enough) break;
   }
-  s.price.scanstart = j;
-  return s.price.numplist > 0;
+  price.scanstart = j;
+  return price.numplist > 0;
 }
 
 // Prices the list of the last scan again, drops what is no longer attractive, takes the largest reduced cost.
-price_result partial_best(primal_state& s) {
+price_result partial_best(const primal_state& s, primal_pricing& price, buffer<double>& reduced) {
   price_result best;
   int32_t kept = 0;
-  for (int32_t p = 0; p < s.price.numplist; p++) {
-    const int32_t j = s.price.plist[p];
+  for (int32_t p = 0; p < price.numplist; p++) {
+    const int32_t j = price.plist[p];
     if (s.fac.pos[j] >= 0) continue;
     const double d = s.cost(j) - TVN_simplex_columndot(s.work, j, s.y.data());
-    s.d[j] = d;
+    reduced[j] = d;
     if (!attractive(s, j, d)) continue;
-    s.price.plist[kept++] = j;
+    price.plist[kept++] = j;
     if (best.j < 0 || std::fabs(d) > std::fabs(best.d)) best = {j, d};
   }
-  s.price.numplist = kept;
+  price.numplist = kept;
   return best;
 }
 
@@ -112,8 +111,8 @@ price_result select_partial(primal_state& s) {
   constexpr double emptyagain = 0.995; // a random draw above this empties the list
   if (s.ratio.random) s.price.scanstart = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * s.work.total);
   if (s.ratio.random || TVN_simplex_random(s.info.randomstate) > emptyagain) s.price.numplist = 0;
-  price_result best = partial_best(s);
-  if (best.j < 0 && partial_scan(s)) best = partial_best(s);
+  price_result best = partial_best(s, s.price, s.d);
+  if (best.j < 0 && partial_scan(s, s.price, s.d)) best = partial_best(s, s.price, s.d);
   return best;
 }
 
@@ -173,22 +172,22 @@ price_result best_of_all(const primal_pricing& price, const buffer<double>& d, d
 
 // Where a pivot row meets few of the candidates the best are kept at hand, so that most choices look at them alone
 // (Hall and McKinnon 2005). The choice is the same as by a look at all.
-price_result best_candidate(primal_state& s) {
-  if (s.ratio.random && s.price.numcand > 0) {
-    const auto p = static_cast<int32_t>(TVN_simplex_random(s.info.randomstate) * s.price.numcand);
-    return {s.price.cand[p], s.d[s.price.cand[p]]};
+price_result best_candidate(primal_pricing& price, const buffer<double>& d, bool drawn, int32_t& random) {
+  if (drawn && price.numcand > 0) {
+    const auto p = static_cast<int32_t>(TVN_simplex_random(random) * price.numcand);
+    return {price.cand[p], d[price.cand[p]]};
   }
-  if (s.price.numshort > 0) {
-    const price_result best = best_of_shortlist(s.price, s.d);
+  if (price.numshort > 0) {
+    const price_result best = best_of_shortlist(price, d);
     if (best.j >= 0) return best;
   }
   double bestscore = 0;
-  const price_result best = best_of_all(s.price, s.d, bestscore);
-  s.price.cutoff = noshortlist;
-  if (s.price.numcand < leastcand || s.price.rowcount * sparserow > s.price.numcand) return best;
-  s.price.cutoff = shortshare * bestscore;
-  for (int32_t p = 0; p < s.price.numcand; p++)
-    psimplex_shortlist(s.price, s.price.cand[p], s.d[s.price.cand[p]], s.price.weight[s.price.cand[p]]);
+  const price_result best = best_of_all(price, d, bestscore);
+  price.cutoff = noshortlist;
+  if (price.numcand < leastcand || price.rowcount * sparserow > price.numcand) return best;
+  price.cutoff = shortshare * bestscore;
+  for (int32_t p = 0; p < price.numcand; p++)
+    psimplex_shortlist(price, price.cand[p], d[price.cand[p]], price.weight[price.cand[p]]);
   return best;
 }
 
@@ -232,19 +231,19 @@ void psimplex_rebuildcandidates(primal_state& s) noexcept {
     if (s.fac.pos[j] < 0) psimplex_setcandidate(s, j);
 }
 
-void psimplex_resetweights(primal_state& s) {
+void psimplex_resetweights(const primal_state& s, primal_pricing& price, int32_t& random) {
   const simplex_work& w = s.work;
-  forget_shortlist(s.price);
-  s.price.weighterrors = 0;
-  s.price.refreshed = s.iter;
+  forget_shortlist(price);
+  price.weighterrors = 0;
+  price.refreshed = s.iter;
   bool slack = true;
   for (int32_t k = 0; k < w.m && slack; k++) slack = w.is_logical(s.fac.head[k]);
-  const bool norms = slack && (s.price.method == sel_se || s.price.method == sel_se + sel_restrict);
+  const bool norms = slack && (price.method == sel_se || price.method == sel_se + sel_restrict);
   for (int32_t j = 0; j < w.total; j++) {
-    s.price.inframe[j] = s.fac.pos[j] < 0;
-    s.price.weight[j] = 1 + 1e-7 * TVN_simplex_random(s.info.randomstate);
+    price.inframe[j] = s.fac.pos[j] < 0;
+    price.weight[j] = 1 + 1e-7 * TVN_simplex_random(random);
     if (!norms || w.is_logical(j)) continue;
-    for (int64_t p = w.colbeg[j - w.m]; p < w.colbeg[j - w.m + 1]; p++) s.price.weight[j] += w.colval[p] * w.colval[p];
+    for (int64_t p = w.colbeg[j - w.m]; p < w.colbeg[j - w.m + 1]; p++) price.weight[j] += w.colval[p] * w.colval[p];
   }
 }
 
@@ -278,48 +277,48 @@ bool psimplex_exactweights(primal_state& s) {
 
 price_result psimplex_select(primal_state& s) {
   if (s.price.method == sel_partial) return select_partial(s);
-  price_result best = best_candidate(s);
+  price_result best = best_candidate(s.price, s.d, s.ratio.random, s.info.randomstate);
   if (best.j < 0 && s.price.restricted) {
     psimplex_formd(s);
     psimplex_rebuildcandidates(s);
-    best = best_candidate(s);
+    best = best_candidate(s.price, s.d, s.ratio.random, s.info.randomstate);
   }
   return best;
 }
 
-void psimplex_choosepricing(primal_state& s) {
+void psimplex_choosepricing(const primal_state& s, primal_pricing& price, bool& resetmode) {
   const simplex_work& w = s.work;
-  for (int32_t k = 0; k < w.n; k++) s.price.maxcollen = std::max(s.price.maxcollen, w.colbeg[k + 1] - w.colbeg[k]);
+  for (int32_t k = 0; k < w.n; k++) price.maxcollen = std::max(price.maxcollen, w.colbeg[k + 1] - w.colbeg[k]);
   const double m = std::max(1, w.m), r = (1.5 * m + w.n) / m;
   const bool cold = s.base.cold;
-  s.perturb.resetmode = r > 50;
+  resetmode = r > 50;
   const int32_t pct = s.param.restrictpct;
-  s.price.wanted = sel_switch;
+  price.wanted = sel_switch;
   if (s.param.selection != sel_free) {
-    s.price.method = s.price.wanted = s.param.selection;
+    price.method = price.wanted = s.param.selection;
   } else if (cold) {
-    if (s.price.maxcollen <= 2 && r > 3)
-      s.price.method = s.price.wanted = sel_partial;
+    if (price.maxcollen <= 2 && r > 3)
+      price.method = price.wanted = sel_partial;
     else if (r < 4)
-      s.price.method = sel_devex;
+      price.method = sel_devex;
     else if (r < 6)
-      s.price.method = pct < 50 ? sel_ase : sel_ase + sel_restrict;
+      price.method = pct < 50 ? sel_ase : sel_ase + sel_restrict;
     else if (r < 8)
-      s.price.method = pct < 30 ? sel_ase : sel_ase + sel_restrict;
+      price.method = pct < 30 ? sel_ase : sel_ase + sel_restrict;
     else
-      s.price.method = sel_partial;
-    if (r >= 30) s.price.wanted = sel_partial;
+      price.method = sel_partial;
+    if (r >= 30) price.wanted = sel_partial;
   } else {
     if (r >= 60)
-      s.price.method = s.price.wanted = sel_partial;
+      price.method = price.wanted = sel_partial;
     else if (r >= 10)
-      s.price.method = sel_partial;
+      price.method = sel_partial;
     else if (s.param.maxiterations < 2000 && pct < 50)
-      s.price.method = s.price.wanted = sel_ase;
+      price.method = price.wanted = sel_ase;
     else
-      s.price.method = sel_ase + sel_restrict;
+      price.method = sel_ase + sel_restrict;
   }
-  if (pct > 50 && s.price.method >= sel_full && s.price.method <= sel_devex) s.price.method += sel_restrict;
+  if (pct > 50 && price.method >= sel_full && price.method <= sel_devex) price.method += sel_restrict;
 }
 
 namespace {
@@ -344,7 +343,7 @@ bool psimplex_choosepricingswitch(primal_state& s) {
     if (since >= 10 && row < rowshare * fewer * (factor_work(s) + s.effort.price))
       to = w.colbeg[w.n] > longcolumns * w.n ? sel_devex : sel_se;
   } else if (s.price.method == sel_devex && s.iter - s.price.refreshed >= std::max<int64_t>(refreshperiod, w.m)) {
-    psimplex_resetweights(s);
+    psimplex_resetweights(s, s.price, s.info.randomstate);
     return true;
   } else if (s.effort.lastswitch == 0 && (s.price.method == sel_devex || s.price.method == sel_ase + sel_restrict)) {
     // Exact weights save about a third of the iterations for one more solve in each. They are formed while the basis is
@@ -365,7 +364,7 @@ bool psimplex_choosepricingswitch(primal_state& s) {
   s.effort.price = s.effort.edge = 0;
   s.effort.factor = -TVN_lu_getupdatework(s.fac.factor);
   psimplex_formd(s);
-  psimplex_resetweights(s);
+  psimplex_resetweights(s, s.price, s.info.randomstate);
   const bool done = to != sel_se || psimplex_exactweights(s);
   psimplex_rebuildcandidates(s);
   return done;

@@ -24,10 +24,10 @@ constexpr int32_t key_absolute = 1;    // pivot tolerance of the factor
 
 } // namespace
 
-void psimplex_setobjective(primal_state& s) {
-  s.info.objective = TVN_simplex_pointobjective(s.base);
-  s.info.sumpinf = s.phase == 1 ? s.inf.sum : 0.0;
-  s.info.phase = s.phase;
+void psimplex_setobjective(const primal_state& s, simplex_info& info) {
+  info.objective = TVN_simplex_pointobjective(s.base);
+  info.sumpinf = s.phase == 1 ? s.inf.sum : 0.0;
+  info.phase = s.phase;
 }
 
 void psimplex_ban(primal_state& s, int32_t q) {
@@ -175,7 +175,7 @@ namespace {
 // A point that was feasible is so no more. Where the digits do not suffice for the tolerance it gives way, up to half
 // of what the user asked for: else the run would swing between the phases for ever.
 loop_state lose_feasibility(primal_state& s) {
-  if (TVN_simplex_relax(s.base, 2 * s.tolfeas)) psimplex_countinf(s, s.inf, s.infeas);
+  if (TVN_simplex_relax(s.tolfeas, s.param.tolx, 2 * s.tolfeas)) psimplex_countinf(s, s.inf, s.infeas);
   if (s.inf.num == 0) return loop_state::go_on;
   TVN_simplex_raisepivots(s.fac.factor, 2, 0.5);
   return count_setback(s);
@@ -229,11 +229,12 @@ loop_state psimplex_recompute(primal_state& s) {
   psimplex_gatherbasics(s, s.basics);
   // Within what the user allows, and no better since the last look.
   const bool forgiven = s.inf.num > 0 && !s.perturb.on && s.inf.sum <= relaxedshare * s.param.tolx;
-  if (forgiven && s.inf.forgiven && TVN_simplex_relax(s.base, s.inf.sum)) psimplex_countinf(s, s.inf, s.infeas);
+  if (forgiven && s.inf.forgiven && TVN_simplex_relax(s.tolfeas, s.param.tolx, s.inf.sum))
+    psimplex_countinf(s, s.inf, s.infeas);
   s.inf.forgiven = forgiven;
   s.phase = s.inf.num > 0 ? 1 : 2;
   if (wasfeasible != (s.phase == 2)) s.info.forcelog = true;
-  psimplex_setobjective(s);
+  psimplex_setobjective(s, s.info);
   s.stall.objscale = 1 + std::fabs(s.phase == 1 ? s.inf.sum : s.info.objective);
   watch_rounding(s.inf, s.phase, s.tol.dual);
   if (watch_progress(s) == loop_state::finished) return loop_state::finished;

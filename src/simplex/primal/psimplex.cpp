@@ -33,11 +33,11 @@ double direction(const primal_state& s, int32_t q, double d) {
 loop_state check_limits(primal_state& s) {
   const auto figures = [&] {
     if (s.phase == 1) psimplex_countinf(s, s.inf, s.infeas);
-    psimplex_setobjective(s);
+    psimplex_setobjective(s, s.info);
   };
   if (TVN_simplex_checklimits(s.base, s.iter, figures) == loop_state::finished) return loop_state::finished;
   if (s.phase == 2 && s.param.usecutlow && s.iter % 64 == 0) {
-    psimplex_setobjective(s);
+    psimplex_setobjective(s, s.info);
     if (s.info.objective < s.param.cutlow)
       return TVN_simplex_finish(s.base, simplex_code::objective_range, sol_unknown);
   }
@@ -58,7 +58,7 @@ loop_state remove_superbasics(primal_state& s) {
 // Phase one is at its end with no bound widened. What the user's tolerance allows is no infeasibility; reduced costs
 // within theirs can hide one of their size. False: neither is left.
 bool doubt_infeasibility(primal_state& s) {
-  if (TVN_simplex_relax(s.base, s.param.tolx)) return true;
+  if (TVN_simplex_relax(s.tolfeas, s.param.tolx, s.param.tolx)) return true;
   if (!s.perturb.accepting && psimplex_absorb(s, s.param.tolx)) {
     s.perturb.accepting = true;
     s.perturb.allow = false;
@@ -381,14 +381,14 @@ void run_loop(primal_state& s) {
   TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
   const bool cold = s.base.cold;
   s.perturb.allow = s.param.degen != degen_none && s.param.maxiterations >= budgetreserve;
-  psimplex_choosepricing(s);
+  psimplex_choosepricing(s, s.price, s.perturb.resetmode);
   s.perturb.mode = !s.perturb.allow                 ? kick_mode::never
                    : s.param.degen == degen_minimum ? kick_mode::late
                    : cold                           ? kick_mode::early
                    : s.perturb.resetmode            ? kick_mode::late
                                                     : kick_mode::medium;
   if (s.perturb.allow && cold) psimplex_perturbinit(s);
-  psimplex_resetweights(s);
+  psimplex_resetweights(s, s.price, s.info.randomstate);
   // Who asks for steepest edge gets its norms, after a crash or from any other start too.
   bool wantnorms = s.price.method == sel_se || s.price.method == sel_se + sel_restrict;
   s.info.forcelog = true;
@@ -412,7 +412,7 @@ void run_loop(primal_state& s) {
       psimplex_formd(s);
       psimplex_rebuildcandidates(s);
     }
-    if (s.price.weighterrors > 3) psimplex_resetweights(s);
+    if (s.price.weighterrors > 3) psimplex_resetweights(s, s.price, s.info.randomstate);
     const loop_state state = iterate(s);
     TVN_simplex_clearvectors(s.base);
 #if TVN_CHECK_LEVEL >= 3
@@ -421,7 +421,7 @@ void run_loop(primal_state& s) {
     if (state == loop_state::finished) break;
   }
   TVN_simplex_clearvectors(s.base);
-  psimplex_setobjective(s);
+  psimplex_setobjective(s, s.info);
 }
 
 } // namespace

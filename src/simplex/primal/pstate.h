@@ -183,7 +183,7 @@ constexpr int32_t maxresets = 6;         // returns to the true bounds that may 
 constexpr int64_t stallperturbed = 2000; // and as many steps plus 2m without progress are a stall
 
 // --- factor, point and bad events (prefactor.cpp)
-void psimplex_setobjective(primal_state& s);
+void psimplex_setobjective(const primal_state& s, simplex_info& info);
 void psimplex_ban(primal_state& s, int32_t q); // it does not enter before the next reset
 bool psimplex_askdual(primal_state& s);        // the dual simplex goes on from here; false: it has had its turns
 loop_state psimplex_setback(primal_state& s);
@@ -225,10 +225,10 @@ inline void psimplex_reprice(primal_pricing& p, int32_t j, double d, double tols
   psimplex_shortlist(p, j, d, p.weight[j]);
 }
 void psimplex_rebuildcandidates(primal_state& s) noexcept;
-void psimplex_resetweights(primal_state& s);
+void psimplex_resetweights(const primal_state& s, primal_pricing& price, int32_t& random);
 bool psimplex_exactweights(primal_state& s); // false: stopped on the way
 price_result psimplex_select(primal_state& s);
-void psimplex_choosepricing(primal_state& s);
+void psimplex_choosepricing(const primal_state& s, primal_pricing& price, bool& resetmode);
 bool psimplex_choosepricingswitch(primal_state& s); // false: stopped on the way
 void psimplex_enterbasis(primal_state& s, int32_t j) noexcept;
 void psimplex_leavebasis(primal_state& s, int32_t j) noexcept;

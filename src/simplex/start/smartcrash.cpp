@@ -97,14 +97,14 @@ void form(simplex_state& s) {
 
 // --- pivots
 
-void move_basics(simplex_state& s, double step) noexcept {
-  for (int32_t p = 0; p < s.aq.count; p++) s.x[s.fac.head[s.aq.idx[p]]] -= step * s.aq.val[s.aq.idx[p]];
+void move_basics(const simplex_state& s, buffer<double>& x, double step) noexcept {
+  for (int32_t p = 0; p < s.aq.count; p++) x[s.fac.head[s.aq.idx[p]]] -= step * s.aq.val[s.aq.idx[p]];
 }
 
-void move_duals(simplex_state& s, int32_t q, int32_t leaving, double theta) noexcept {
-  for (int32_t p = 0; p < s.alpha.count; p++) s.d[s.alpha.idx[p]] -= theta * s.alpha.val[s.alpha.idx[p]];
-  s.d[q] = 0;
-  s.d[leaving] = s.work.is_fixed(leaving) ? 0.0 : -theta;
+void move_duals(const simplex_state& s, buffer<double>& d, int32_t q, int32_t leaving, double theta) noexcept {
+  for (int32_t p = 0; p < s.alpha.count; p++) d[s.alpha.idx[p]] -= theta * s.alpha.val[s.alpha.idx[p]];
+  d[q] = 0;
+  d[leaving] = s.work.is_fixed(leaving) ? 0.0 : -theta;
 }
 
 // q enters at the position with its column and row at hand, and moves by `step`, which brings the leaving variable to
@@ -115,8 +115,8 @@ bool exchange(clean_run& c, int32_t position, int32_t q, double step, bool to_up
   if (!(std::fabs(acol) >= minpivot) || !(std::fabs(arow - acol) <= pivoterror * (1 + std::fabs(acol)))) return false;
   const int32_t leaving = s.fac.head[position];
   const bool fixed = s.work.is_fixed(leaving);
-  move_duals(s, q, leaving, s.d[q] / arow);
-  move_basics(s, step);
+  move_duals(s, s.d, q, leaving, s.d[q] / arow);
+  move_basics(s, s.x, step);
   s.x[q] += step;
   s.x[leaving] = to_upper ? s.work.upper[leaving] : s.work.lower[leaving];
   s.key[leaving] = fixed ? sk_fix : to_upper ? sk_upr : sk_low;
@@ -169,7 +169,7 @@ bool simplex_cleandualsmartcrashstep(clean_run& c, int32_t q) {
   const double sigma = s.d[q] < 0 ? 1.0 : -1.0, range = c.w.upper[q] - c.w.lower[q];
   const choice r = primal_ratio(c, sigma);
   if (range < bound_infinity && (r.at < 0 || range <= r.step)) {
-    move_basics(s, sigma * range);
+    move_basics(s, s.x, sigma * range);
     s.x[q] = sigma > 0 ? c.w.upper[q] : c.w.lower[q];
     s.key[q] = sigma > 0 ? sk_upr : sk_low;
     return true;
