@@ -11,6 +11,8 @@
 #include "homo/direction.h"
 #include "homo/hslv.h"
 
+#include <algorithm>
+
 namespace tvn {
 
 struct hom_data {
@@ -70,15 +72,17 @@ struct hom_steps {
   double least() const noexcept { return p < d ? p : d; }
 };
 
-struct hom_limits {
-  double gap = 1, feas = 1, cert = 1; // what the tolerances are multiplied with
+// What a point lacks, in tolerances: 1 and less is enough.
+struct hom_grades {
+  double primal = 0, dual = 0, gap = 0; // of an optimum
+  double ray = 0, farkas = 0;           // of certificates
+  double merit() const noexcept { return std::max({primal, dual, gap}); }
+  double certificate() const noexcept { return std::min(ray, farkas); }
 };
 
-// Largest merit 1: the point is within all tolerances of an optimum.
-double hom_merit(const hom_data& d, const hs_param& param, const hom_figures& f) noexcept;
-// The status that the figures support: optimal, a certificate, or unknown.
-int32_t hom_terminate(const hom_data& d, const hs_param& param, const hom_limits& limits, const hom_point& p,
-                      const hom_figures& f) noexcept;
+hom_grades hom_grade(const hom_data& d, const hs_param& tol, const hom_figures& f) noexcept;
+// The status that the grades support: optimal, a certificate, or unknown.
+int32_t hom_terminate(const hom_grades& g) noexcept;
 
 void hom_setup(sysenv& sys, const hs_problem& problem, bool scaling, hom_data& d);
 // Residuals and figures of a point.

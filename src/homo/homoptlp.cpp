@@ -19,6 +19,9 @@ constexpr double short_step = 1e-3;                    // asks for a higher leve
 constexpr int32_t clean_steps = 3;                     // for a lower one
 constexpr double tighten_factor = 1e-2;
 constexpr int32_t max_judged = 2;
+constexpr int32_t max_idle = 30;    // iterations without a better point than before; greenbea has 9 in a row
+constexpr double near_factor = 100; // of the tolerances of an optimum that is near
+constexpr double worse = 10;        // mu of a step that is taken back, unless the residuals fell
 
 hs_code code_of(run_stop stop) noexcept {
   switch (stop) {
@@ -55,12 +58,23 @@ void fill_info(hom_run& run) noexcept {
   info.mu = run.f.mu;
 }
 
-void note_best(hom_run& run) noexcept {
-  const double merit = hom_merit(run.d, *run.param, run.f);
-  if (run.info->iter > 0 && !(merit < run.bestmerit)) return;
-  run.bestmerit = merit;
-  run.best.copy(run.now);
-  run.bestf = run.f;
+void record(const hom_run& run, double grade, hom_record& best) noexcept {
+  if (!(grade < best.grade) && run.info->iter > 0) return;
+  best.grade = grade;
+  best.point.copy(run.now);
+  best.f = run.f;
+}
+
+void note_point(hom_run& run) noexcept {
+  run.grade = hom_grade(run.d, *run.param, run.f);
+  record(run, run.grade.merit(), run.optimum);
+  if (run.grade.certificate() * std::sqrt(run.param->tolinfeas) <= 1)
+    record(run, run.grade.certificate(), run.certificate);
+  const double least = std::min(run.grade.merit(), run.grade.certificate());
+  run.idle++;
+  if (!(least < 0.9 * run.leastgrade) && run.info->iter > 0) return;
+  run.leastgrade = least;
+  run.idle = 0;
 }
 
 // The caller's word on a proposal: true ends the loop.
@@ -76,12 +90,25 @@ bool accepted(hom_run& run, int32_t solsta) {
   return false;
 }
 
-bool finished(hom_run& run) {
-  const int32_t solsta = hom_terminate(run.d, run.tol, {}, run.now, run.f);
+// A feasible point of one side proves that the optimum lies beyond a cut.
+bool cut(const hom_run& run) noexcept {
+  const hs_param& p = *run.param;
+  return (p.usecutlow && run.grade.primal <= 1 && run.f.pobj + run.d.cfix < p.cutlow) ||
+         (p.usecutupp && run.grade.dual <= 1 && run.f.dobj + run.d.cfix > p.cutupp);
+}
+
+bool finished(hom_run& run) noexcept {
+  const int32_t solsta = hom_terminate(hom_grade(run.d, run.tol, run.f));
   if (solsta != sol_unknown && accepted(run, solsta)) return true;
-  if (run.info->iter < run.param->maxiterations) return false;
-  run.info->response = hs_code::max_iterations;
-  return true;
+  hs_code code = hs_code::ok;
+  if (cut(run))
+    code = hs_code::objective_range;
+  else if (run.info->iter >= run.param->maxiterations)
+    code = hs_code::max_iterations;
+  else if (run.idle >= max_idle)
+    code = hs_code::stall;
+  run.info->response = code;
+  return code != hs_code::ok;
 }
 
 void set_level(hom_run& run, int32_t level) noexcept {
@@ -135,6 +162,8 @@ bool iterate(hom_run& run) {
   }
   if (std::max(run.move.affine.p, run.move.affine.d) >= 0.1)
     hom_setstakey(run.d, run.now, run.move.dir, a, run.out->skx);
+  run.saved.copy(run.now);
+  run.savedf = run.f;
   hom_update(run.d, run.move.dir, a, run.now);
   info.iter++;
   if (a.least() < short_step)
@@ -142,6 +171,33 @@ bool iterate(hom_run& run) {
   else if (++run.clean > clean_steps && info.level > 0)
     set_level(run, info.level - 1);
   return true;
+}
+
+// After a step: false when it has made both mu and the residuals worse, or led to a NaN. The point before comes back.
+bool improved(hom_run& run) noexcept {
+  const bool finite = run.f.mu < HUGE_VAL && run.f.pfeas + run.f.dfeas < HUGE_VAL && run.now.tau > 0;
+  const bool lower = run.f.pfeas <= run.savedf.pfeas || run.f.dfeas <= run.savedf.dfeas;
+  if (run.info->iter == 0 || (finite && (run.f.mu <= worse * run.savedf.mu || lower))) return true;
+  run.now.copy(run.saved);
+  return false;
+}
+
+// What a run that ends without a proposal has reached.
+void propose_near(hom_run& run) noexcept {
+  hs_info& info = *run.info;
+  const bool ended = info.response == hs_code::stall || info.response == hs_code::numerical;
+  const hom_record& c = run.certificate;
+  hom_record& o = run.optimum;
+  int32_t solsta = sol_unknown;
+  if (ended && o.grade <= near_factor) {
+    solsta = o.grade <= 1 ? sol_optimal : sol_near_optimal;
+  } else if (ended && c.grade < HUGE_VAL) {
+    const hom_grades g = hom_grade(run.d, *run.param, c.f);
+    solsta = g.farkas <= g.ray ? sol_near_prim_infeas_cer : sol_near_dual_infeas_cer;
+  }
+  info.solsta = solsta;
+  const hom_record& from = solsta == sol_near_prim_infeas_cer || solsta == sol_near_dual_infeas_cer ? c : o;
+  hom_getpoint(run.d, from.point, from.f, solsta, *run.out);
 }
 
 int32_t ask(void* handle, int32_t, int64_t, double) { return static_cast<run_watch*>(handle)->stopped() ? 1 : 0; }
@@ -162,13 +218,28 @@ void make(hom_run& run) {
   sysenv& sys = *run.sys;
   const hom_data& d = run.d;
   run.now.make(sys, d);
-  run.best.make(sys, d);
+  run.saved.make(sys, d);
+  run.optimum.point.make(sys, d);
+  run.certificate.point.make(sys, d);
   run.move.make(sys, d);
   run.r.rp.reset(sys, d.m);
   run.r.ru.reset(sys, d.nup);
   run.r.rd.reset(sys, d.n);
   newton_make(sys, d.m, d.n, factor_params(*run.param, *run.watch), run.w);
   run.w.proximal = run.param->regularization;
+}
+
+// Order, analysis, starting point; a point is there whatever the code.
+newton_code prepare(hom_run& run) {
+  newton_code code = newton_code::stopped;
+  if (!report(run, hs_event::begin_order) && !stopped(run)) {
+    code = newton_analyse(run.w, run.d.columns());
+    if (code == newton_code::ok && report(run, hs_event::end_order)) code = newton_code::stopped;
+  }
+  hs_param start = *run.param;
+  if (code != newton_code::ok) start.start = hs_startpoint::constant;
+  const newton_code started = hom_start(run.d, start, run.w, run.now);
+  return code == newton_code::ok ? started : code;
 }
 
 } // namespace
@@ -178,27 +249,24 @@ void hom_optlp(hom_run& run) {
   hs_info& info = *run.info;
   run.tol = *run.param;
   std::fill_n(run.out->skx, run.d.n, sk_supbas);
-  newton_code code = newton_code::stopped;
-  if (!report(run, hs_event::begin_order) && !stopped(run)) {
-    code = newton_analyse(run.w, run.d.columns());
-    if (code == newton_code::ok && report(run, hs_event::end_order)) code = newton_code::stopped;
-  }
   run.maxcor = run.param->maxcorrectors >= 0 ? run.param->maxcorrectors : free_correctors;
-  hs_param start = *run.param;
-  if (code != newton_code::ok) start.start = hs_startpoint::constant;
-  const newton_code started = hom_start(run.d, start, run.w, run.now);
-  if (code == newton_code::ok) code = started;
+  newton_code code = prepare(run);
   for (bool goeson = true; goeson;) {
     hom_measure(run.d, run.now, run.r, run.f);
+    if (!improved(run)) {
+      info.iter--;
+      hom_measure(run.d, run.now, run.r, run.f);
+      if (!raise(run)) code = newton_code::failed;
+    }
     fill_info(run);
-    note_best(run);
+    note_point(run);
     if (code != newton_code::ok) {
-      if (!stopped(run) && info.response == hs_code::ok) info.response = hs_code::numerical;
+      if (info.response == hs_code::ok && !stopped(run)) info.response = hs_code::numerical;
       break;
     }
     goeson = !report(run, hs_event::iteration) && !stopped(run) && !finished(run) && iterate(run);
   }
-  if (info.solsta == sol_unknown) hom_getpoint(run.d, run.best, run.bestf, sol_unknown, *run.out);
+  if (info.solsta == sol_unknown) propose_near(run);
 }
 
 } // namespace tvn

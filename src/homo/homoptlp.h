@@ -3,7 +3,16 @@
 
 #include "homo/homint.h"
 
+#include <cmath>
+
 namespace tvn {
+
+// The best point so far of a kind.
+struct hom_record {
+  hom_point point;
+  hom_figures f;
+  double grade = HUGE_VAL;
+};
 
 // What a run holds.
 struct hom_run {
@@ -17,14 +26,17 @@ struct hom_run {
 
   hom_data d;
   newton w;
-  hom_point now, best;
+  hom_point now, saved; // saved: before the last step
   hom_residual r;
-  hom_figures f, bestf;
+  hom_figures f, savedf;
+  hom_grades grade;
   hom_move move;
   hs_param tol; // with the tolerances of now: the judge may tighten them
-  double bestmerit = 0;
+  hom_record optimum, certificate;
   int32_t maxcor = 0;
-  int32_t clean = 0; // iterations since the level changed
+  int32_t clean = 0;     // iterations since the level changed
+  int32_t idle = 0;      // iterations without a record
+  double leastgrade = 0; // of either kind
 };
 
 void hom_optlp(hom_run& run);

@@ -12,6 +12,7 @@ namespace tvn {
 namespace {
 
 constexpr int32_t max_passes = 4;
+constexpr double most_reach = 16; // of a column in these passes: more spreads the costs, which they do not see (gas11)
 constexpr double good_spread = 1e3; // of largest to least entry: passes of means end
 
 struct span_of {
@@ -59,7 +60,8 @@ void find_factors(const hom_data& d, factors& f) noexcept {
       f.row[i] /= mean_of(f.span[i]);
     }
     if (spread <= good_spread) break;
-    for (int32_t j = 0; j < d.n; j++) f.col[j] /= mean_of(span_column(d, f, j));
+    for (int32_t j = 0; j < d.n; j++)
+      f.col[j] = std::clamp(f.col[j] / mean_of(span_column(d, f, j)), 1 / most_reach, most_reach);
   }
   for (int32_t j = 0; j < d.n; j++) f.col[j] /= power_of(span_column(d, f, j).most);
   span_rows(d, f);

@@ -14,31 +14,32 @@ namespace {
 // Residual of a certificate relative to what it gains; infinite when it gains nothing.
 double certificate_error(double residual, double gain, double norm, double norma) noexcept {
   if (!(gain > 0)) return HUGE_VAL;
-  return residual / gain * norm / std::max(1.0, norma);
+  const double error = residual / gain * norm / std::max(1.0, norma);
+  return error < HUGE_VAL ? error : HUGE_VAL;
 }
 
-double ratio(double figure, double limit) noexcept { return figure <= 0 ? 0.0 : figure / limit; }
+// Infinite for a NaN.
+double ratio(double figure, double limit) noexcept {
+  if (figure <= 0) return 0;
+  return figure / limit < HUGE_VAL ? figure / limit : HUGE_VAL;
+}
 
 } // namespace
 
-double hom_merit(const hom_data& d, const hs_param& param, const hom_figures& f) noexcept {
-  // The dual residual goes by the primal tolerance: one number drives both.
-  const double worst = std::max({ratio(f.pfeas, param.tolpfeas * (1 + d.normb)),
-                                 ratio(f.dfeas, param.tolpfeas * (1 + d.normc)), ratio(f.gap, param.tolgap)});
-  return f.pfeas + f.dfeas + f.gap < HUGE_VAL ? worst : HUGE_VAL; // a NaN anywhere
+hom_grades hom_grade(const hom_data& d, const hs_param& tol, const hom_figures& f) noexcept {
+  hom_grades g;
+  g.primal = ratio(f.pfeas, tol.tolpfeas * (1 + d.normb));
+  g.dual = ratio(f.dfeas, tol.tolpfeas * (1 + d.normc)); // by the primal tolerance: one number drives both
+  g.gap = ratio(f.gap, tol.tolgap);
+  g.ray = certificate_error(f.rayx, -f.cx * d.objunit, d.normc, d.norma) / tol.tolinfeas;
+  g.farkas = certificate_error(f.rayy, f.by * d.objunit, d.normb, d.norma) / tol.tolinfeas;
+  return g;
 }
 
-int32_t hom_terminate(const hom_data& d, const hs_param& param, const hom_limits& limits, const hom_point&,
-                      const hom_figures& f) noexcept {
-  hs_param relaxed = param;
-  relaxed.tolpfeas *= limits.feas;
-  relaxed.tolgap *= limits.gap;
-  if (hom_merit(d, relaxed, f) <= 1) return sol_optimal;
-  const double eps = param.tolinfeas * limits.cert;
-  const double ray = certificate_error(f.rayx, -f.cx * d.objunit, d.normc, d.norma);
-  const double farkas = certificate_error(f.rayy, f.by * d.objunit, d.normb, d.norma);
-  if (!(std::min(ray, farkas) <= eps)) return sol_unknown;
-  return farkas <= ray ? sol_prim_infeas_cer : sol_dual_infeas_cer;
+int32_t hom_terminate(const hom_grades& g) noexcept {
+  if (g.merit() <= 1) return sol_optimal;
+  if (!(g.certificate() <= 1)) return sol_unknown;
+  return g.farkas <= g.ray ? sol_prim_infeas_cer : sol_dual_infeas_cer;
 }
 
 } // namespace tvn
