@@ -45,8 +45,30 @@ void log_iteration(const ipm_view& view, const ipm_info& info) {
        TVN_sysenv_gettime() - view.start);
 }
 
+// What the run did and where its time went, for those who raise the log level.
+void log_tail(task& t, const ipm_info& info) {
+  constexpr int32_t taillevel = 4;
+  if (!is_logged(t, TVN_IPAR_LOG_INTPNT, taillevel)) return;
+  const hs_info& h = info.hs;
+  const kktfac_info& f = h.fac;
+  const auto counts = [&](const char* first, int64_t a, const char* second, int64_t b) {
+    echo(t, TVN_STREAM_MSG, "%*s - %*s : %*lld  %*s : %*lld\n", -10, "Summary", -16, first, -16,
+         static_cast<long long>(a), -16, second, -16, static_cast<long long>(b));
+  };
+  const auto times = [&](const char* first, double a, const char* second, double b) {
+    echo(t, TVN_STREAM_MSG, "%*s - %*s : %*.3f  %*s : %*.3f\n", -10, "Summary", -16, first, -16, a, -16, second, -16,
+         b);
+  };
+  counts("factorisations", f.numfac, "solves", f.numsolve);
+  counts("refinements", f.numrefine, "correctors", h.numcorrectors);
+  counts("highest level", h.maxlevel, "turned down", h.numjudged);
+  times("form time", f.formtime, "factor time", f.factime);
+  times("columns apart", f.schurtime, "solve time", f.solvetime);
+}
+
 void log_event(const ipm_view& view, ipm_event event, const ipm_info& info) {
   task& t = *view.t;
+  if (event == ipm_event::end) log_tail(t, info);
   if (event == ipm_event::begin) log_begin(t, info);
   if (event == ipm_event::begin_order && is_logged(t, TVN_IPAR_LOG_ORDER))
     echo(t, TVN_STREAM_MSG, "Ordering started.\n");
