@@ -125,8 +125,19 @@ bool raise(hom_run& run) noexcept {
   return true;
 }
 
+// A direction need not be more accurate than the point is good.
+void set_accuracy(hom_run& run) noexcept {
+  constexpr double loosest = 1e-7, krylov = 5; // of a residual; above tolrefine corrections are combined
+  const kktfac_params usual;
+  const double left = std::min(run.grade.merit(), run.grade.certificate()) * run.tol.tolgap; // of the error, relative
+  kktfac_params& p = run.w.k.params;
+  p.tolrefine = std::clamp(0.1 * left, usual.tolrefine, loosest);
+  p.tolkrylov = std::max(usual.tolkrylov, krylov * p.tolrefine);
+}
+
 // A direction of the present point, at whatever level gives one.
 newton_code direction(hom_run& run) {
+  set_accuracy(run);
   for (;;) {
     const double factor = std::pow(10.0, run.info->level);
     newton_code code = hom_factor(run.d, run.now, base_rho * factor, base_delta * factor, run.w);
