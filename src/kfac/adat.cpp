@@ -115,10 +115,17 @@ sfk_code TVN_sfk_setup_aat(sysenv& sys, const adat_columns& a, int64_t maxentrie
   return sfk_code::ok;
 }
 
-void TVN_adat_scale(const kkt_columns& from, const buffer<int32_t>& perm, const double* scale,
-                    adat_columns& a) noexcept {
+bool TVN_adat_scale(const kkt_columns& from, const buffer<int32_t>& perm, const double* scale,
+                    const sfk_progress& progress, adat_columns& a) noexcept {
+  product_watch watch{progress, 6};
+  constexpr int64_t piece = 1 << 20;
   const int64_t num = a.row.size();
-  for (int64_t p = 0; p < num; p++) a.val[p] = from.val[a.from[p]] * scale[perm[a.row[p]]];
+  for (int64_t first = 0; first < num; first += piece) {
+    const int64_t end = std::min(first + piece, num);
+    for (int64_t p = first; p < end; p++) a.val[p] = from.val[a.from[p]] * scale[perm[a.row[p]]];
+    if (!watch.go_on(2 * piece, 0, -1.0)) return false;
+  }
+  return true;
 }
 
 sfk_code TVN_adat_form(const adat_columns& a, const double* d, const sfk_progress& progress, int32_t* local,

@@ -48,9 +48,9 @@ struct kkt_pattern {   // row i: positions above i
 [[nodiscard]] sfk_code TVN_sfk_setup_aat(sysenv& sys, const adat_columns& a, int64_t maxentries,
                                          const sfk_progress& progress, kkt_pattern& pattern);
 
-// scale: [numrow] by node. val of `a` becomes that of A with scaled rows.
-void TVN_adat_scale(const kkt_columns& from, const buffer<int32_t>& perm, const double* scale,
-                    adat_columns& a) noexcept;
+// scale: [numrow] by node. val of `a` becomes that of A with scaled rows. False: stopped.
+bool TVN_adat_scale(const kkt_columns& from, const buffer<int32_t>& perm, const double* scale,
+                    const sfk_progress& progress, adat_columns& a) noexcept;
 // Adds A D A' to the values of the factor, whose positions are those of `a`. local: [numrow] work.
 [[nodiscard]] sfk_code TVN_adat_form(const adat_columns& a, const double* d, const sfk_progress& progress,
                                      int32_t* local, sfk_factor& f) noexcept;

@@ -3,6 +3,8 @@
 
 #include "kfac/kktfac.h"
 
+#include <algorithm>
+
 namespace tvn {
 
 // The analysis; noneapart: every column of A goes into the matrix. space: nothing keeps below filltrh or below so many
@@ -19,20 +21,32 @@ void kktfac_endfloors(kktfac& k, double residual) noexcept;
 void kktfac_combineterms(kktfac& k) noexcept;
 
 // Columns that are not apart.
-template <class F> void kktfac_others(const kktfac& k, F f) noexcept {
-  const int32_t* next = k.dense.begin();
-  for (int32_t j = 0; j < k.numcol; j++) {
+template <class F> void kktfac_others(const kktfac& k, int32_t from, int32_t end, F f) noexcept {
+  const int32_t* next = std::lower_bound(k.dense.begin(), k.dense.end(), from);
+  for (int32_t j = from; j < end; j++) {
     if (next != k.dense.end() && *next == j)
       next++;
     else
       f(j);
   }
 }
+template <class F> void kktfac_others(const kktfac& k, F f) noexcept { kktfac_others(k, 0, k.numcol, f); }
 
 // Asks the user between passes over vectors or A; false, with k.stopped, when all is to end.
 inline bool kktfac_goeson(kktfac& k) noexcept {
   const sfk_progress& user = k.params.progress;
   if (user.fn && k.large && !k.stopped) k.stopped = user.fn(user.handle, 8, 0, -1.0) != 0;
+  return !k.stopped;
+}
+
+// f(from, end) over 0 .. num - 1, in pieces between which the user is asked. False: stopped.
+template <class F> bool kktfac_pieces(kktfac& k, int32_t num, F f) noexcept {
+  constexpr int32_t piece = 1 << 18;
+  for (int32_t from = 0; from < num && !k.stopped; from += std::min(piece, num - from)) {
+    const int32_t end = from + std::min(piece, num - from);
+    f(from, end);
+    if (end < num && !kktfac_goeson(k)) return false;
+  }
   return !k.stopped;
 }
 

@@ -49,20 +49,25 @@ double scale_of(double v) noexcept {
   return std::ldexp(1.0, -half);
 }
 
-// False for a NaN.
+// False for a NaN, and where it is stopped.
 bool copy_numbers(const kktfac_numbers& from, kktfac& k) noexcept {
   bool good = from.numlow <= k.params.maxlow;
-  for (int32_t j = 0; j < k.numcol; j++) {
-    k.h[j] = from.h ? from.h[j] : 0.0;
-    k.hfac[j] = std::max(k.h[j] + (from.rp ? from.rp[j] : 0.0), least_h);
-    k.invh[j] = 1 / k.hfac[j];
-    good = good && k.h[j] >= 0 && (!from.rp || from.rp[j] >= 0);
-  }
-  for (int32_t i = 0; i < k.numrow; i++) {
-    k.d[i] = from.d ? from.d[i] : 0.0;
-    k.dfac[i] = k.d[i] + (from.rd ? from.rd[i] : 0.0);
-    good = good && k.dfac[i] >= 0 && std::isfinite(k.dfac[i]);
-  }
+  kktfac_pieces(k, k.numcol, [&](int32_t first, int32_t end) {
+    for (int32_t j = first; j < end; j++) {
+      k.h[j] = from.h ? from.h[j] : 0.0;
+      k.hfac[j] = std::max(k.h[j] + (from.rp ? from.rp[j] : 0.0), least_h);
+      k.invh[j] = 1 / k.hfac[j];
+      good = good && k.h[j] >= 0 && (!from.rp || from.rp[j] >= 0);
+    }
+  });
+  kktfac_pieces(k, k.numrow, [&](int32_t first, int32_t end) {
+    for (int32_t i = first; i < end; i++) {
+      k.d[i] = from.d ? from.d[i] : 0.0;
+      k.dfac[i] = k.d[i] + (from.rd ? from.rd[i] : 0.0);
+      good = good && k.dfac[i] >= 0 && std::isfinite(k.dfac[i]);
+    }
+  });
+  if (k.stopped) return false;
   if (from.hoff)
     std::copy_n(from.hoff, k.hoff.size(), k.hoff.data());
   else
@@ -80,30 +85,31 @@ bool copy_numbers(const kktfac_numbers& from, kktfac& k) noexcept {
 }
 
 // diag: [numrow] by row, of A inv(H) A' + D; columns that are apart count only where nothing else does.
-void row_diagonals(const kktfac& k, double* diag) noexcept {
+void row_diagonals(kktfac& k, double* diag) noexcept {
   const auto add = [&](int32_t j, bool emptyonly) {
     for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) {
       double& d = diag[k.a.sub[p]];
       if (!emptyonly || d == 0) d += k.a.val[p] * k.a.val[p] * k.invh[j];
     }
   };
-  std::copy_n(k.dfac.data(), k.numrow, diag);
-  int64_t next = 0;
-  for (int32_t j = 0; j < k.numcol; j++) {
-    if (next < k.dense.size() && k.dense[next] == j)
-      next++;
-    else
-      add(j, false);
-  }
+  kktfac_pieces(k, k.numrow,
+                [&](int32_t from, int32_t end) { std::copy(k.dfac.data() + from, k.dfac.data() + end, diag + from); });
+  kktfac_pieces(k, k.numcol,
+                [&](int32_t from, int32_t end) { kktfac_others(k, from, end, [&](int32_t j) { add(j, false); }); });
   for (const int32_t j : k.dense) add(j, true);
 }
 
 sfk_code form_adat(kktfac& k) noexcept {
   row_diagonals(k, k.scale.data());
-  for (int32_t i = 0; i < k.n; i++) k.scale[i] = scale_of(k.scale[i]);
-  if (!kktfac_goeson(k)) return sfk_code::stopped;
-  TVN_adat_scale(k.a, k.structure.perm, k.scale.data(), k.ada);
-  for (int32_t i = 0; i < k.n; i++) k.factor.val[k.structure.diagdest[i]] += k.scale[i] * k.dfac[i] * k.scale[i];
+  const auto scale_rows = [&](int32_t from, int32_t end) {
+    for (int32_t i = from; i < end; i++) k.scale[i] = scale_of(k.scale[i]);
+  };
+  if (!kktfac_pieces(k, k.n, scale_rows)) return sfk_code::stopped;
+  if (!TVN_adat_scale(k.a, k.structure.perm, k.scale.data(), k.params.progress, k.ada)) return sfk_code::stopped;
+  kktfac_pieces(k, k.n, [&](int32_t from, int32_t end) {
+    for (int32_t i = from; i < end; i++) k.factor.val[k.structure.diagdest[i]] += k.scale[i] * k.dfac[i] * k.scale[i];
+  });
+  if (k.stopped) return sfk_code::stopped;
   return TVN_adat_form(k.ada, k.invh.data(), k.params.progress, k.local.data(), k.factor);
 }
 
@@ -116,23 +122,28 @@ sfk_code form_sqdt(kktfac& k) noexcept {
   if (!kktfac_goeson(k)) return sfk_code::stopped;
   double* const val = k.factor.val.data();
   const int64_t* const dest = k.structure.dest.data();
-  for (int32_t j = 0; j < n; j++) {
+  const auto put_column = [&](int32_t j) {
     const bool fixed = k.invh[j] == 0;
     val[k.structure.diagdest[j]] += fixed ? 1.0 : s[j] * k.hfac[j] * s[j];
-    if (fixed) continue;
+    if (fixed) return;
     int64_t to = k.place[j];
     for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) val[dest[to++]] += s[n + k.a.sub[p]] * k.a.val[p] * s[j];
     for (int64_t p = k.q.beg ? k.q.beg[j] : 0; k.q.beg && p < k.q.end[j]; p++, to++)
       if (dest[to] >= 0 && k.invh[k.q.sub[p]] != 0) val[dest[to]] += s[k.q.sub[p]] * k.hoff[p] * s[j];
-  }
+  };
+  kktfac_pieces(k, n, [&](int32_t from, int32_t end) {
+    for (int32_t j = from; j < end; j++) put_column(j);
+  });
   const floor_pair floor = floors_of(k)[k.floor.level];
   k.floor.used = false;
-  for (int32_t i = 0; i < k.numrow; i++) {
-    const double own = s[n + i] * k.dfac[i] * s[n + i], least = own > 0 ? floor.own : floor.zero;
-    k.floor.used = k.floor.used || own < least;
-    val[k.structure.diagdest[n + i]] -= std::max(own, least);
-  }
-  return sfk_code::ok;
+  kktfac_pieces(k, k.numrow, [&](int32_t from, int32_t end) {
+    for (int32_t i = from; i < end; i++) {
+      const double own = s[n + i] * k.dfac[i] * s[n + i], least = own > 0 ? floor.own : floor.zero;
+      k.floor.used = k.floor.used || own < least;
+      val[k.structure.diagdest[n + i]] -= std::max(own, least);
+    }
+  });
+  return k.stopped ? sfk_code::stopped : sfk_code::ok;
 }
 
 bool finite_scale(const kktfac& k) noexcept {
@@ -147,7 +158,8 @@ sfk_code calculate_factor(kktfac& k) noexcept {
   pivots.tolpiv = k.params.tolpiv;
   if (k.form == kkt_form::sqdt) pivots.tolpiv = std::min(pivots.tolpiv, below_floor * floors_of(k)[k.floor.level].own);
   pivots.added = k.added.data();
-  std::fill(k.added.begin(), k.added.end(), 0.0);
+  const auto clear = [&](int32_t from, int32_t end) { std::fill_n(k.added.data() + from, end - from, 0.0); };
+  if (!kktfac_pieces(k, k.n, clear)) return sfk_code::stopped;
   return TVN_ch_calfac(k.factor, pivots, k.params.progress);
 }
 
@@ -249,7 +261,7 @@ kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers) {
   k.factored = false;
   if (!k.ready) return kktfac_code::failed;
   if (const kktfac_code code = put_apart_again(k); code != kktfac_code::ok) return code;
-  if (!copy_numbers(numbers, k)) return kktfac_code::failed;
+  if (!copy_numbers(numbers, k)) return k.stopped ? kktfac_code::stopped : kktfac_code::failed;
   if (!kktfac_goeson(k)) return kktfac_code::stopped;
   k.floor.numtried = 0;
   k.floor.pause = std::max(k.floor.pause - 1, 0);
@@ -263,7 +275,7 @@ kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers) {
     if (apart == apart_verdict::good) return kktfac_code::ok;
     const kktfac_code again = bring_in(k, apart == apart_verdict::useless);
     if (again != kktfac_code::ok) return again == kktfac_code::space ? kktfac_code::ok : again;
-    if (!copy_numbers(numbers, k)) return kktfac_code::failed;
+    if (!copy_numbers(numbers, k)) return k.stopped ? kktfac_code::stopped : kktfac_code::failed;
   }
 }
 

@@ -10,7 +10,6 @@ namespace {
 
 // The matrix wanted.
 struct target_system {
-  const kktfac& k;
   const double *h, *d;
 };
 
@@ -59,9 +58,8 @@ template <class T> void subtract_terms(const kktfac& k, const double* v, T* r, d
 }
 
 template <class T, bool L>
-kkt_residual residual_of(const target_system& s, const double* rhs, const double* v, T* r,
+kkt_residual residual_of(kktfac& k, const target_system& s, const double* rhs, const double* v, T* r,
                          long double* longer) noexcept {
-  const kktfac& k = s.k;
   const int32_t n = k.numcol, m = k.numrow;
   const double* const y = v + n;
   const residual_sums<T, L> sums{r, k.longslot.data(), longer};
@@ -69,16 +67,18 @@ kkt_residual residual_of(const target_system& s, const double* rhs, const double
   kkt_residual found;
   double* const term = found.term;
   double worst[2] = {0, 0};
-  for (int32_t i = 0; i < m; i++) {
-    const T t = static_cast<T>(s.d[i]) * y[i];
-    see(term[1], static_cast<double>(t));
-    see(term[1], rhs ? rhs[n + i] : 0.0);
-    r[n + i] = (rhs ? rhs[n + i] : 0.0) + t;
-  }
-  for (int32_t j = 0; j < n; j++) {
+  kktfac_pieces(k, m, [&](int32_t from, int32_t end) {
+    for (int32_t i = from; i < end; i++) {
+      const T t = static_cast<T>(s.d[i]) * y[i];
+      see(term[1], static_cast<double>(t));
+      see(term[1], rhs ? rhs[n + i] : 0.0);
+      r[n + i] = (rhs ? rhs[n + i] : 0.0) + t;
+    }
+  });
+  const auto subtract_column = [&](int32_t j) {
     if (k.invh[j] == 0) {
       r[j] = 0;
-      continue;
+      return;
     }
     const T t = static_cast<T>(s.h[j]) * v[j];
     see(term[0], rhs ? rhs[j] : 0.0);
@@ -97,7 +97,11 @@ kkt_residual residual_of(const target_system& s, const double* rhs, const double
         sum -= down;
     }
     r[j] = sum;
-  }
+  };
+  kktfac_pieces(k, n, [&](int32_t from, int32_t end) {
+    for (int32_t j = from; j < end; j++) subtract_column(j);
+  });
+  if (!kktfac_goeson(k)) return found;
   subtract_quadratic(k, sums, v);
   subtract_terms(k, v, r, term[0]);
   for (int32_t i = 0; i < n + m; i++) {
@@ -115,12 +119,12 @@ kkt_residual residual_of(const target_system& s, const double* rhs, const double
 
 kkt_residual kktfac_residual(kktfac& k, kkt_target target, const double* rhs, const double* v, double* to) noexcept {
   const bool exact = target == kkt_target::exact;
-  const target_system s{k, exact ? k.h.data() : k.hfac.data(), exact ? k.d.data() : k.dfac.data()};
+  const target_system s{exact ? k.h.data() : k.hfac.data(), exact ? k.d.data() : k.dfac.data()};
   if (!k.params.useprecision) {
-    if (k.longslot.empty()) return residual_of<double, false>(s, rhs, v, to, nullptr);
-    return residual_of<double, true>(s, rhs, v, to, k.work.longsum.data());
+    if (k.longslot.empty()) return residual_of<double, false>(k, s, rhs, v, to, nullptr);
+    return residual_of<double, true>(k, s, rhs, v, to, k.work.longsum.data());
   }
-  const kkt_residual found = residual_of<long double, false>(s, rhs, v, k.work.residual.data(), nullptr);
+  const kkt_residual found = residual_of<long double, false>(k, s, rhs, v, k.work.residual.data(), nullptr);
   for (int64_t i = 0; i < k.work.residual.size(); i++) to[i] = static_cast<double>(k.work.residual[i]);
   return found;
 }

@@ -37,38 +37,52 @@ void solve_positions(kktfac& k, int32_t num, const double* const* rhs) noexcept 
 }
 
 // Rows of `to` take the right side of the positions before they take y.
-void begin_adat(const kktfac& k, const double* rhs, double* to, double* z) noexcept {
+void begin_adat(kktfac& k, const double* rhs, double* to, double* z) noexcept {
   const int32_t n = k.numcol;
   const int32_t* const invp = k.structure.invp.data();
-  for (int32_t i = 0; i < k.numrow; i++) to[n + i] = -rhs[n + i];
-  kktfac_others(k, [&](int32_t j) {
-    const double t = rhs[j] * k.invh[j];
-    for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) to[n + k.a.sub[p]] += k.a.val[p] * t;
+  kktfac_pieces(k, k.numrow, [&](int32_t from, int32_t end) {
+    for (int32_t i = from; i < end; i++) to[n + i] = -rhs[n + i];
   });
-  for (int32_t i = 0; i < k.numrow; i++) z[invp[i]] = k.scale[i] * to[n + i];
+  kktfac_pieces(k, n, [&](int32_t from, int32_t end) {
+    kktfac_others(k, from, end, [&](int32_t j) {
+      const double t = rhs[j] * k.invh[j];
+      for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) to[n + k.a.sub[p]] += k.a.val[p] * t;
+    });
+  });
+  kktfac_pieces(k, k.numrow, [&](int32_t from, int32_t end) {
+    for (int32_t i = from; i < end; i++) z[invp[i]] = k.scale[i] * to[n + i];
+  });
 }
 
 // Columns that are apart get their x from the Schur part: found from y, it would lose what their small H multiplies.
-void end_adat(const kktfac& k, const double* rhs, const double* z, const double* u, double* to) noexcept {
+void end_adat(kktfac& k, const double* rhs, const double* z, const double* u, double* to) noexcept {
   const int32_t n = k.numcol;
   const int32_t* const invp = k.structure.invp.data();
-  for (int32_t i = 0; i < k.numrow; i++) to[n + i] = k.scale[i] * z[invp[i]];
-  kktfac_others(k, [&](int32_t j) {
-    double t = rhs[j];
-    for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) t -= k.a.val[p] * to[n + k.a.sub[p]];
-    to[j] = k.invh[j] == 0 ? 0.0 : t * k.invh[j];
+  kktfac_pieces(k, k.numrow, [&](int32_t from, int32_t end) {
+    for (int32_t i = from; i < end; i++) to[n + i] = k.scale[i] * z[invp[i]];
+  });
+  kktfac_pieces(k, n, [&](int32_t from, int32_t end) {
+    kktfac_others(k, from, end, [&](int32_t j) {
+      double t = rhs[j];
+      for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) t -= k.a.val[p] * to[n + k.a.sub[p]];
+      to[j] = k.invh[j] == 0 ? 0.0 : t * k.invh[j];
+    });
   });
   kktfac_besidex(k, u, to);
 }
 
-void begin_sqdt(const kktfac& k, const double* rhs, double* z) noexcept {
+void begin_sqdt(kktfac& k, const double* rhs, double* z) noexcept {
   const int32_t* const invp = k.structure.invp.data();
-  for (int32_t i = 0; i < k.n; i++) z[invp[i]] = i < k.numcol && k.invh[i] == 0 ? 0.0 : k.scale[i] * rhs[i];
+  kktfac_pieces(k, k.n, [&](int32_t from, int32_t end) {
+    for (int32_t i = from; i < end; i++) z[invp[i]] = i < k.numcol && k.invh[i] == 0 ? 0.0 : k.scale[i] * rhs[i];
+  });
 }
 
-void end_sqdt(const kktfac& k, const double* z, double* to) noexcept {
+void end_sqdt(kktfac& k, const double* z, double* to) noexcept {
   const int32_t* const invp = k.structure.invp.data();
-  for (int32_t i = 0; i < k.n; i++) to[i] = k.scale[i] * z[invp[i]];
+  kktfac_pieces(k, k.n, [&](int32_t from, int32_t end) {
+    for (int32_t i = from; i < end; i++) to[i] = k.scale[i] * z[invp[i]];
+  });
 }
 
 struct refinement {
@@ -135,7 +149,6 @@ void kktfac_apply(kktfac& k, int32_t num, const double* const* rhs, double* cons
 }
 
 void kktfac_refine(kktfac& k, kkt_target target, int32_t num) noexcept {
-  const int64_t size = int64_t{k.numcol} + k.numrow;
   refinement all[micro_wide];
   const double* from[micro_wide] = {};
   double* to[micro_wide] = {};
@@ -144,8 +157,10 @@ void kktfac_refine(kktfac& k, kkt_target target, int32_t num) noexcept {
     from[c] = all[c].w.rhs;
     to[c] = all[c].w.solution;
   }
-  std::copy_n(k.work.solution.data(), num * size, k.work.rhs.data());
-  kktfac_apply(k, num, from, to);
+  for (int32_t c = 0; c < num; c++)
+    kktfac_pieces(k, k.numcol + k.numrow,
+                  [&](int32_t first, int32_t end) { std::copy(to[c] + first, to[c] + end, all[c].w.rhs + first); });
+  if (!k.stopped) kktfac_apply(k, num, from, to);
   for (int32_t c = 0; c < num && kktfac_goeson(k); c++)
     all[c].at = kktfac_residual(k, target, from[c], to[c], all[c].w.remainder);
   for (int32_t t = 0; t < k.params.maxrefine && !k.stopped && correct(k, target, num, all);) t++;
@@ -168,8 +183,10 @@ void get_rhs(kktfac& k, const group_view& g) noexcept {
   const int64_t n = k.numcol, m = k.numrow;
   double* v = k.work.solution.data();
   for (int64_t q = 0; q < g.num; q++, v += n + m) {
-    std::copy_n(g.x + q * n, n, v);
-    std::copy_n(g.y + q * m, m, v + n);
+    kktfac_pieces(k, k.numcol,
+                  [&](int32_t from, int32_t end) { std::copy_n(g.x + q * n + from, end - from, v + from); });
+    kktfac_pieces(k, k.numrow,
+                  [&](int32_t from, int32_t end) { std::copy_n(g.y + q * m + from, end - from, v + n + from); });
   }
 }
 
@@ -190,7 +207,7 @@ bool put_solutions(const kktfac& k, const group_view& g) noexcept {
 kktfac_code solve_group(kktfac& k, kkt_target target, const group_view& g, double& residual) noexcept {
   const int64_t all = g.num * (int64_t{k.numcol} + k.numrow);
   get_rhs(k, g);
-  kktfac_refine(k, target, g.num);
+  if (!k.stopped) kktfac_refine(k, target, g.num);
   if (k.stopped) return kktfac_code::stopped;
   bool finite = put_solutions(k, g);
   residual = k.info.residual;

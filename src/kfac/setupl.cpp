@@ -35,26 +35,35 @@ struct columns {
   buffer<int64_t> count;  // [n]
 };
 
-void postorder_columns(sysenv& sys, const sorder_tree& tree, const int32_t* perm, sfk_structure& s, columns& c) {
+constexpr int64_t far = 4; // units of a step to somewhere in memory
+
+bool postorder_columns(sysenv& sys, const sorder_tree& tree, const int32_t* perm, sorder_watch& watch, sfk_structure& s,
+                       columns& c) {
   const int32_t n = s.n;
   buffer<int32_t> place(sys, n); // position in perm to postordered position
-  for (int32_t k = 0; k < n; k++) place[tree.post[k]] = k;
+  for (int32_t k = 0; k < n; k++) {
+    place[tree.post[k]] = k;
+    if (!watch.go_on(far)) return false;
+  }
   for (int32_t k = 0; k < n; k++) {
     const int32_t old = tree.post[k], up = tree.parent[old];
     s.perm[k] = perm ? perm[old] : old;
     s.invp[s.perm[k]] = k;
     c.parent[k] = up < 0 ? -1 : place[up];
     c.count[k] = tree.count[old];
+    if (!watch.go_on(4 * far)) return false;
   }
+  return true;
 }
 
-// Borders of the supernodes, from the end: a supernode takes the one in front of it while that pays.
-int32_t find_supernodes(sysenv& sys, const columns& c, int32_t n, buffer<int32_t>& snbeg) {
+// Borders of the supernodes, from the end: a supernode takes the one in front of it while that pays. -1: stopped.
+int32_t find_supernodes(sysenv& sys, const columns& c, int32_t n, sorder_watch& watch, buffer<int32_t>& snbeg) {
   buffer<int32_t> begin(sys, int64_t{n} + 1); // of fundamental supernodes, then of merged ones
   buffer<int8_t> leaf(sys, n, 1);
   for (int32_t k = 0; k < n; k++)
     if (c.parent[k] >= 0) leaf[c.parent[k]] = 0;
   int32_t num = 0;
+  if (!watch.go_on(n)) return -1;
   for (int32_t k = 0; k < n; k++)
     if (k == 0 || c.parent[k - 1] != k || c.count[k] != c.count[k - 1] - 1) begin[num++] = k;
   begin[num] = n;
@@ -74,6 +83,7 @@ int32_t find_supernodes(sysenv& sys, const columns& c, int32_t n, buffer<int32_t
       depth--;
     }
     top[depth++] = first;
+    if (!watch.go_on(4 * far)) return -1;
   }
   snbeg.reset(sys, int64_t{depth} + 1);
   std::copy_n(top.data(), depth, snbeg.data());
@@ -154,9 +164,10 @@ bool form_rows(sysenv& sys, const adjacency& a, const columns& c, sorder_watch& 
 }
 
 // Where the rows below a supernode stand in its parent's front.
-void find_uprows(sfk_structure& s) noexcept {
+bool find_uprows(sorder_watch& watch, sfk_structure& s) {
   for (int32_t k = 0; k < s.numsn; k++) {
     const int32_t up = s.snparent[k];
+    if (!watch.go_on(far + s.rowbeg[k + 1] - s.rowbeg[k])) return false;
     if (up < 0) continue;
     const int32_t* const rows = s.rows.data() + s.rowbeg[up];
     const int64_t end = s.rowbeg[k + 1];
@@ -166,10 +177,11 @@ void find_uprows(sfk_structure& s) noexcept {
       s.uprow[p] = at;
     }
   }
+  return true;
 }
 
 // Subtrees that cost up to a sixteenth of all, which threads do one each at a time.
-void choose_subtrees(sysenv& sys, sfk_structure& s) {
+bool choose_subtrees(sysenv& sys, sorder_watch& watch, sfk_structure& s) {
   constexpr double numparts = 16;
   buffer<double> cost(sys, s.numsn, 0.0);
   double all = 0;
@@ -179,6 +191,7 @@ void choose_subtrees(sysenv& sys, sfk_structure& s) {
     all += own;
     cost[k] += own;
     if (s.snparent[k] >= 0) cost[s.snparent[k]] += cost[k];
+    if (!watch.go_on(far)) return false;
   }
   s.depth.reset(sys, s.numsn);
   buffer<int32_t> roots(sys, s.numsn);
@@ -187,22 +200,29 @@ void choose_subtrees(sysenv& sys, sfk_structure& s) {
     const int32_t up = s.snparent[k];
     s.depth[k] = up < 0 ? 0 : s.depth[up] + 1;
     if (cost[k] * numparts <= all && (up < 0 || cost[up] * numparts > all)) roots[num++] = k;
+    if (!watch.go_on(far)) return false;
   }
   s.subtree.reset(sys, num);
   s.subtreebeg.reset(sys, num);
   std::copy_n(roots.data(), num, s.subtree.data());
+  // Of a forest they may be many, though all alike.
+  if (!watch.go_on(num)) return false;
   std::sort(s.subtree.begin(), s.subtree.end(),
             [&](int32_t a, int32_t b) { return cost[a] != cost[b] ? cost[a] > cost[b] : a < b; });
   buffer<int32_t> first(sys, s.numsn);
   for (int32_t k = 0; k < s.numsn; k++) first[k] = k;
+  if (!watch.go_on(s.numsn)) return false;
   for (int32_t k = 0; k < s.numsn; k++)
     if (s.snparent[k] >= 0) first[s.snparent[k]] = std::min(first[s.snparent[k]], first[k]);
+  if (!watch.go_on(s.numsn)) return false;
   for (int32_t q = 0; q < num; q++) s.subtreebeg[q] = first[s.subtree[q]];
+  if (!watch.go_on(s.numsn)) return false;
   int32_t numabove = 0;
   for (int32_t k = 0; k < s.numsn; k++) numabove += cost[k] * numparts > all;
   s.above.reset(sys, numabove);
   for (int32_t k = s.numsn - 1; k >= 0; k--)
     if (cost[k] * numparts > all) s.above[--numabove] = k;
+  return watch.go_on(s.numsn);
 }
 
 // Where an entry of a column goes.
@@ -217,10 +237,13 @@ int64_t place_of(const sfk_structure& s, int32_t k, int32_t row, int32_t col) no
   return s.valbeg[k] + (col - first) * height + at;
 }
 
-void find_diagonal(sysenv& sys, sfk_structure& s) {
+bool find_diagonal(sysenv& sys, sorder_watch& watch, sfk_structure& s) {
   s.diagdest.reset(sys, s.n);
-  for (int32_t k = 0; k < s.numsn; k++)
+  for (int32_t k = 0; k < s.numsn; k++) {
     for (int32_t j = s.snbeg[k]; j < s.snbeg[k + 1]; j++) s.diagdest[s.perm[j]] = place_of(s, k, j, j);
+    if (!watch.go_on(far * (s.snbeg[k + 1] - s.snbeg[k]))) return false;
+  }
+  return true;
 }
 
 bool find_places(sysenv& sys, const sorder_graph& g, sorder_watch& watch, sfk_structure& s) {
@@ -255,20 +278,21 @@ sfk_code TVN_sfk_setupL(sysenv& sys, const sorder_graph& graph, const int32_t* p
   columns c;
   c.parent.reset(sys, s.n);
   c.count.reset(sys, s.n);
-  postorder_columns(sys, tree, perm, s, c);
+  sorder_watch watch(progress);
+  if (!postorder_columns(sys, tree, perm, watch, s, c)) return sfk_code::stopped;
   s.nnzl = tree.figures.nnz;
   s.flops = tree.figures.flops;
-  s.numsn = find_supernodes(sys, c, s.n, s.snbeg);
+  s.numsn = find_supernodes(sys, c, s.n, watch, s.snbeg);
+  if (s.numsn < 0) return sfk_code::stopped;
   size_supernodes(sys, c, s);
-  sorder_watch watch(progress);
+  if (!watch.go_on(s.n)) return sfk_code::stopped;
   {
     adjacency a;
     if (!lower_columns(sys, graph, s, watch, a) || !form_rows(sys, a, c, watch, s)) return sfk_code::stopped;
   }
   s.uprow.reset(sys, s.rowbeg[s.numsn]);
-  find_uprows(s);
-  choose_subtrees(sys, s);
-  find_diagonal(sys, s);
+  if (!find_uprows(watch, s) || !choose_subtrees(sys, watch, s) || !find_diagonal(sys, watch, s))
+    return sfk_code::stopped;
   if (places == sfk_places::all && !find_places(sys, graph, watch, s)) return sfk_code::stopped;
   return watch.begin_phase() ? sfk_code::ok : sfk_code::stopped;
 }

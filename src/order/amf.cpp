@@ -38,7 +38,6 @@ void enter_queue(amf_state& s, int32_t i) {
   const int64_t known = sum_neighbours(s, i, outer);
   s.weight[i] = static_cast<int32_t>(std::min(outer, s.left - s.nv[i]));
   s.queue.insert(i, amf_score_of(s, s.nv[i], outer, known) / firstscoredivisor);
-  s.watch.work += s.len[i];
 }
 
 // Ascending by priority, then by number. Levels of a partition are few.
@@ -93,13 +92,17 @@ void order_putoff(amf_state& s) {
   s.numputoff = static_cast<int32_t>(std::copy(later, first + s.numputoff, first) - first);
 }
 
-// False: no band is left.
+// False: no band is left, or stopped.
 bool next_band(amf_state& s) {
   while (s.bandbegin < s.n && s.nv[s.band[s.bandbegin]] == 0) s.bandbegin++;
   if (s.bandbegin == s.n) return false;
   s.priority = s.priority_of(s.band[s.bandbegin]);
-  for (; s.bandbegin < s.n && s.priority_of(s.band[s.bandbegin]) == s.priority; s.bandbegin++)
-    if (s.nv[s.band[s.bandbegin]] > 0) enter_queue(s, s.band[s.bandbegin]);
+  for (; s.bandbegin < s.n && s.priority_of(s.band[s.bandbegin]) == s.priority; s.bandbegin++) {
+    const int32_t i = s.band[s.bandbegin];
+    if (s.nv[i] <= 0) continue;
+    enter_queue(s, i);
+    if (!s.watch.go_on(s.len[i])) return false;
+  }
   return true;
 }
 
@@ -146,7 +149,7 @@ bool scan_is_due(const amf_state& s) { return s.sincescan >= minfullrow && 8 * s
 bool eliminate_all(amf_state& s) {
   scan_full_rows(s, std::max<int64_t>(1, s.in.graph.num_entries() / std::max(s.n, 1)));
   next_band(s);
-  while (s.left > 0) {
+  while (s.left > 0 && !s.watch.stopped) {
     const int32_t me = s.queue.smallest();
     if (me < 0) {
       order_putoff(s);
@@ -160,6 +163,7 @@ bool eliminate_all(amf_state& s) {
     if (order_full_rest(s, me)) break;
     if (scan_is_due(s)) scan_full_rows(s, std::max(1, s.weight[me]));
   }
+  if (s.watch.stopped) return false;
   order_rest(s, s.putoff.data(), s.numputoff);
   return true;
 }

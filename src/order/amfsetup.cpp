@@ -91,8 +91,8 @@ void find_cliques(amf_state& s, clique_search& c) {
   }
 }
 
-// The lists of nodes: the clique, then the neighbours outside it.
-void fill_nodes(amf_state& s, const clique_search& c, int32_t numclique) {
+// The lists of nodes: the clique, then the neighbours outside it. False: stopped.
+bool fill_nodes(amf_state& s, const clique_search& c, int32_t numclique) {
   const sgraph& g = s.in.graph;
   for (int32_t i = 0; i < s.n; i++) {
     const int32_t clique = numclique > 0 ? c.clique[i] : -1;
@@ -106,7 +106,9 @@ void fill_nodes(amf_state& s, const clique_search& c, int32_t numclique) {
     s.left += s.nv[i];
     s.chain[i] = -1;
     s.tail[i] = i;
+    if (!s.watch.go_on(g.beg[i + 1] - g.beg[i] + 2)) return false;
   }
+  return true;
 }
 
 void fill_cliques(amf_state& s, const clique_search& c, int32_t numclique) {
@@ -148,9 +150,9 @@ bool amf_setup(amf_state& s) {
   s.hashnext.reset(s.sys, n);
   s.hashof.reset(s.sys, n);
   s.putoff.reset(s.sys, n);
-  fill_nodes(s, c, numclique);
+  if (!fill_nodes(s, c, numclique)) return false;
   fill_cliques(s, c, numclique);
-  return s.watch.go_on(entries);
+  return true;
 }
 
 } // namespace tvn

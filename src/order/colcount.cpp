@@ -98,8 +98,10 @@ bool count_columns(sysenv& sys, const sgraph& g, const order_view& order, sorder
     if (parent >= 0) up[j] = parent;
     if (!watch.go_on(g.beg[node + 1] - g.beg[node] + 1)) return false;
   }
-  for (int32_t j = 0; j < n; j++)
+  for (int32_t j = 0; j < n; j++) {
     if (tree.parent[j] >= 0) tree.count[tree.parent[j]] += tree.count[j];
+    if (!watch.go_on(1)) return false;
+  }
   return true;
 }
 
@@ -123,7 +125,10 @@ bool analyse_order(sysenv& sys, const sgraph& g, const int32_t* perm, sorder_wat
   buffer<int32_t> invp;
   if (perm) {
     invp.reset(sys, g.n);
-    for (int32_t k = 0; k < g.n; k++) invp[perm[k]] = k;
+    for (int32_t k = 0; k < g.n; k++) {
+      invp[perm[k]] = k;
+      if (!watch.go_on(1)) return false;
+    }
   }
   const order_view order{perm, perm ? invp.data() : nullptr};
   if (!make_tree(sys, g, order, watch, tree.parent)) return false;

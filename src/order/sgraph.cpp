@@ -75,6 +75,7 @@ bool find_classes(sysenv& sys, const sgraph& g, const hash_chains& h, sorder_wat
     if (leader[i] >= 0) continue;
     leader[i] = i;
     numclass++;
+    if (!watch.go_on(1)) return false;
     const int64_t length = g.beg[i + 1] - g.beg[i];
     for (int32_t j = h.next[i]; j >= 0; j = h.next[j]) {
       if (h.sum[j] != h.sum[i] || leader[j] >= 0 || g.beg[j + 1] - g.beg[j] != length) continue;
@@ -106,6 +107,7 @@ bool make_graph(sysenv& sys, const sorder_graph& from, sorder_watch& watch, sgra
   // Filled from behind: the running ends become the starts.
   int64_t end = 0;
   for (int64_t i = 0; i <= from.n; i++) to.beg[i] = end += to.beg[i];
+  if (!watch.go_on(from.n)) return false;
   to.sub.reset(sys, end);
   for (int32_t i = from.n - 1; i >= 0; i--) {
     for (int64_t p = from.beg[i]; p < from.end[i]; p++) {

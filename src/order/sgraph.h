@@ -23,7 +23,7 @@ struct sorder_watch {
   bool begin_phase() { return ask(3); }
 
 private:
-  static constexpr int64_t workperask = 1'000'000; // 2 to 10 ms
+  static constexpr int64_t workperask = 200'000; // up to 25 ms where each entry is far from the last
   bool ask(int32_t code) {
     due = work + workperask;
     if (!stopped && progress.fn) stopped = progress.fn(progress.handle, code, numordered, fraction) != 0;
