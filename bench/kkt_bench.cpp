@@ -1,9 +1,10 @@
 // The systems of an interior-point method on A of each file of TOVAN_DATA/lp, with a slack for each inequality: one
-// analysis, 25 factorisations with random H from 1e-8 to 1e8, three solves each (rhs=N; atonce=N of them at a time). A
-// line a file: what was chosen, flops, milliseconds of all, the worst residual, and the longest time without a question
-// to the user, in the analysis and later. Arguments: names of files, bandM for a band of M rows, cubeS for the
-// edges of a grid with S^3 nodes; form=0|1|2, densecol=N, refine=N, tolpiv=X; d=X, rd=X: D and Rd of all rows; late: H
-// near 1e-6 for some columns, 1e6 for the others; rough: right sides that need not have a solution where D is 0.
+// analysis, 25 factorisations (numfac=N) with random H from 1e-8 to 1e8, three solves each (rhs=N; atonce=N of them at
+// a time). A line a file: what was chosen, flops, milliseconds of all, the worst residual, and the longest time without
+// a question to the user, in the analysis and later. Arguments: names of files, bandM for a band of M rows, cubeS for
+// the edges of a grid with S^3 nodes; form=0|1|2, densecol=N, refine=N, tolpiv=X; d=X, rd=X: D and Rd of all rows;
+// late: H near 1e-6 for some columns, 1e6 for the others; rough: right sides that need not have a solution where D is
+// 0.
 #include "kfac/kktfac.h"
 #include "tovan.h"
 
@@ -113,6 +114,7 @@ struct numbers_wanted {
   bool late = false; // two kinds of columns, as at the end of a run
   double d = 0, rd = 0;
   bool rough = false; // right sides that belong to no solution known
+  int numfac = 25;
 };
 
 void run(const std::string& name, const columns& a, tvn::kktfac_params params, size_t numrhs,
@@ -134,7 +136,7 @@ void run(const std::string& name, const columns& a, tvn::kktfac_params params, s
     std::uniform_real_distribution<double> log10h(-8, 8), unit(-1, 1);
     const std::vector<double> d(static_cast<size_t>(a.m), wanted.d), rd(d.size(), wanted.rd);
     std::vector<double> h(static_cast<size_t>(a.n)), x(numrhs * h.size()), y(numrhs * static_cast<size_t>(a.m));
-    for (int t = 0; setup == tvn::kktfac_code::ok && t < 25; t++) {
+    for (int t = 0; setup == tvn::kktfac_code::ok && t < wanted.numfac; t++) {
       const double small = 1.2 * a.m / a.n;
       for (double& v : h)
         v = wanted.late ? std::pow(10, (unit(rng) < 2 * small - 1 ? -6 : 6) + log10h(rng) / 4)
@@ -172,8 +174,8 @@ void run(const std::string& name, const columns& a, tvn::kktfac_params params, s
                 name.c_str(), a.m, a.n, static_cast<int>(setup), f.numdense, static_cast<int>(f.form), f.numtries,
                 f.broughtin ? '*' : ' ', static_cast<long long>(f.nnzpattern), static_cast<long long>(f.nnzl), f.fflops,
                 f.adaflops, 1e3 * f.ordertime, 1e3 * f.setuptime, 1e3 * f.formtime, 1e3 * f.factime, 1e3 * f.schurtime,
-                1e3 * f.solvetime, static_cast<long long>(f.numrefine), repairs, drops, worst, 25e3 * f.seconds,
-                1e3 * gap, 1e3 * user.longest);
+                1e3 * f.solvetime, static_cast<long long>(f.numrefine), repairs, drops, worst,
+                1e3 * wanted.numfac * f.seconds, 1e3 * gap, 1e3 * user.longest);
     std::fflush(stdout);
   }
   tvn::TVN_sysenv_delete(&sys);
@@ -210,6 +212,8 @@ int main(int argc, char** argv) {
       wanted.rough = true;
     else if (std::strncmp(argv[k], "d=", 2) == 0)
       wanted.d = std::atof(argv[k] + 2);
+    else if (std::strncmp(argv[k], "numfac=", 7) == 0)
+      wanted.numfac = std::atoi(argv[k] + 7);
     else if (std::strncmp(argv[k], "rd=", 3) == 0)
       wanted.rd = std::atof(argv[k] + 3);
     else if (std::strncmp(argv[k], "refine=", 7) == 0)
