@@ -32,6 +32,21 @@ inline void see(double& most, double value) noexcept {
   most = value > most ? value : most;
 }
 
+// Largest magnitude of v; a NaN stays. Four at a time: one maximum would wait for the other.
+template <class T> double largest_of(const T* v, int64_t num) noexcept {
+  double w[4] = {0, 0, 0, 0};
+  const auto take = [](double& most, T x) {
+    const double value = std::fabs(static_cast<double>(x));
+    most = value <= most ? most : value;
+  };
+  int64_t i = 0;
+  for (; i + 3 < num; i += 4)
+    for (int q = 0; q < 4; q++) take(w[q], v[i + q]);
+  for (; i < num; i++) take(w[0], v[i]);
+  for (int q = 1; q < 4; q++) w[0] = std::isnan(w[0]) || w[q] <= w[0] ? w[0] : w[q];
+  return w[0];
+}
+
 // The part of H that is not diagonal.
 template <class T, bool L>
 void subtract_quadratic(const kktfac& k, const residual_sums<T, L>& sums, const double* v) noexcept {
@@ -62,18 +77,20 @@ kkt_residual residual_of(kktfac& k, const target_system& s, const double* rhs, c
                          long double* longer) noexcept {
   const int32_t n = k.numcol, m = k.numrow;
   const double* const y = v + n;
+  const kkt_columns a = k.a;
   const residual_sums<T, L> sums{r, k.longslot.data(), longer};
   if (L) std::fill_n(longer, k.work.longsum.size(), 0.0L);
   kkt_residual found;
   double* const term = found.term;
-  double worst[2] = {0, 0};
   kktfac_pieces(k, m, [&](int32_t from, int32_t end) {
+    double most = 0;
     for (int32_t i = from; i < end; i++) {
       const T t = static_cast<T>(s.d[i]) * y[i];
-      see(term[1], static_cast<double>(t));
-      see(term[1], rhs ? rhs[n + i] : 0.0);
+      see(most, static_cast<double>(t));
       r[n + i] = (rhs ? rhs[n + i] : 0.0) + t;
     }
+    see(term[1], most);
+    if (rhs) see(term[1], largest_of(rhs + n + from, end - from));
   });
   const auto subtract_column = [&](int32_t j) {
     if (k.invh[j] == 0) {
@@ -84,18 +101,23 @@ kkt_residual residual_of(kktfac& k, const target_system& s, const double* rhs, c
     see(term[0], rhs ? rhs[j] : 0.0);
     see(term[0], static_cast<double>(t));
     const bool longcolumn = L && k.longslot[j] >= 0;
+    const int64_t end = a.end[j];
+    const double x = v[j];
+    double mostdown = 0, mostacross = 0; // no memory is written between two entries
     T sum = (rhs ? rhs[j] : 0.0) - t;
-    for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) {
-      const int32_t i = k.a.sub[p];
-      const T down = static_cast<T>(k.a.val[p]) * y[i], across = static_cast<T>(k.a.val[p]) * v[j];
-      see(term[0], static_cast<double>(down));
-      see(term[1], static_cast<double>(across));
-      sums.subtract(n + i, across, k.a.val[p], v[j]);
+    for (int64_t p = a.beg[j]; p < end; p++) {
+      const int32_t i = a.sub[p];
+      const T down = static_cast<T>(a.val[p]) * y[i], across = static_cast<T>(a.val[p]) * x;
+      see(mostdown, static_cast<double>(down));
+      see(mostacross, static_cast<double>(across));
+      sums.subtract(n + i, across, a.val[p], x);
       if (longcolumn)
-        sums.subtract(j, down, k.a.val[p], y[i]);
+        sums.subtract(j, down, a.val[p], y[i]);
       else
         sum -= down;
     }
+    see(term[0], mostdown);
+    see(term[1], mostacross);
     r[j] = sum;
   };
   kktfac_pieces(k, n, [&](int32_t from, int32_t end) {
@@ -104,11 +126,9 @@ kkt_residual residual_of(kktfac& k, const target_system& s, const double* rhs, c
   if (!kktfac_goeson(k)) return found;
   subtract_quadratic(k, sums, v);
   subtract_terms(k, v, r, term[0]);
-  for (int32_t i = 0; i < n + m; i++) {
-    if (L && k.longslot[i] >= 0 && !(i < n && k.invh[i] == 0)) r[i] = static_cast<T>(r[i] - longer[k.longslot[i]]);
-    const double value = std::fabs(static_cast<double>(r[i]));
-    if (!(value <= worst[i >= n])) worst[i >= n] = value; // a NaN stays
-  }
+  for (int32_t i = 0; L && i < n + m; i++)
+    if (k.longslot[i] >= 0 && !(i < n && k.invh[i] == 0)) r[i] = static_cast<T>(r[i] - longer[k.longslot[i]]);
+  const double worst[2] = {largest_of(r, n), largest_of(r + n, m)};
   const auto ratio = [&](int part) { return worst[part] == 0 ? 0.0 : worst[part] / term[part]; };
   const double first = ratio(0), second = ratio(1);
   found.worst = first >= second || std::isnan(first) ? first : second;

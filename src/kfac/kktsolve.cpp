@@ -40,13 +40,15 @@ void solve_positions(kktfac& k, int32_t num, const double* const* rhs) noexcept 
 void begin_adat(kktfac& k, const double* rhs, double* to, double* z) noexcept {
   const int32_t n = k.numcol;
   const int32_t* const invp = k.structure.invp.data();
+  const kkt_columns a = k.a;
+  double* const y = to + n;
   kktfac_pieces(k, k.numrow, [&](int32_t from, int32_t end) {
     for (int32_t i = from; i < end; i++) to[n + i] = -rhs[n + i];
   });
   kktfac_pieces(k, n, [&](int32_t from, int32_t end) {
     kktfac_others(k, from, end, [&](int32_t j) {
       const double t = rhs[j] * k.invh[j];
-      for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) to[n + k.a.sub[p]] += k.a.val[p] * t;
+      for (int64_t p = a.beg[j], last = a.end[j]; p < last; p++) y[a.sub[p]] += a.val[p] * t;
     });
   });
   kktfac_pieces(k, k.numrow, [&](int32_t from, int32_t end) {
@@ -58,13 +60,15 @@ void begin_adat(kktfac& k, const double* rhs, double* to, double* z) noexcept {
 void end_adat(kktfac& k, const double* rhs, const double* z, const double* u, double* to) noexcept {
   const int32_t n = k.numcol;
   const int32_t* const invp = k.structure.invp.data();
+  const kkt_columns a = k.a;
+  const double* const y = to + n;
   kktfac_pieces(k, k.numrow, [&](int32_t from, int32_t end) {
     for (int32_t i = from; i < end; i++) to[n + i] = k.scale[i] * z[invp[i]];
   });
   kktfac_pieces(k, n, [&](int32_t from, int32_t end) {
     kktfac_others(k, from, end, [&](int32_t j) {
       double t = rhs[j];
-      for (int64_t p = k.a.beg[j]; p < k.a.end[j]; p++) t -= k.a.val[p] * to[n + k.a.sub[p]];
+      for (int64_t p = a.beg[j], last = a.end[j]; p < last; p++) t -= a.val[p] * y[a.sub[p]];
       to[j] = k.invh[j] == 0 ? 0.0 : t * k.invh[j];
     });
   });
