@@ -2,7 +2,7 @@
 // beside CHOLMOD with the same order, where the machine has it. One case a file and solver; counters: flops of a
 // factorisation and the rate, nonzeros of the factor.
 #include "kfac/sfk.h"
-#include "tovan.h"
+#include "lpcolumns.h"
 
 #include <benchmark/benchmark.h>
 #ifdef TVN_BENCH_CHOLMOD
@@ -25,36 +25,17 @@ struct normal_matrix { // lower triangle by columns, the diagonal in front
   std::vector<double> val;
 };
 
-struct columns_of_a {
-  int32_t m = 0, n = 0;
-  std::vector<int64_t> beg;
-  std::vector<int32_t> sub;
-  std::vector<double> val;
-};
+using columns_of_a = tvnbench::lp_columns;
 
 columns_of_a read_file(const std::string& path) {
+  const columns_of_a all = tvnbench::read_lp(path);
   columns_of_a a;
-  TVNenv_t env = nullptr;
-  TVNtask_t task = nullptr;
-  TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr);
-  TVN_initenv(env);
-  TVN_makeemptytask(env, &task);
-  TVN_readdata(task, path.c_str());
-  TVN_getnumcon(task, &a.m);
-  TVN_getnumvar(task, &a.n);
-  std::vector<int32_t> sub(static_cast<size_t>(a.m) + 1);
-  std::vector<double> val(static_cast<size_t>(a.m) + 1);
-  for (int32_t j = 0; j < a.n; j++) {
-    int32_t num = 0;
-    a.beg.push_back(static_cast<int64_t>(a.sub.size()));
-    TVN_getavec(task, TVN_ACC_VAR, j, &num, sub.data(), val.data());
-    if (num > 200) continue; // long columns are apart
-    a.sub.insert(a.sub.end(), sub.begin(), sub.begin() + num);
-    a.val.insert(a.val.end(), val.begin(), val.begin() + num);
+  a.m = all.m;
+  for (size_t j = 0; j < static_cast<size_t>(all.n); j++) {
+    const int64_t num = all.beg[j + 1] - all.beg[j];
+    const auto from = static_cast<size_t>(all.beg[j]);
+    if (num <= 200) a.add(static_cast<int32_t>(num), all.sub.data() + from, all.val.data() + from); // others are apart
   }
-  a.beg.push_back(static_cast<int64_t>(a.sub.size()));
-  TVN_deletetask(&task);
-  TVN_deleteenv(&env);
   return a;
 }
 

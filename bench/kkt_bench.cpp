@@ -6,7 +6,7 @@
 // late: H near 1e-6 for some columns, 1e6 for the others; rough: right sides that need not have a solution where D is
 // 0.
 #include "kfac/kktfac.h"
-#include "tovan.h"
+#include "lpcolumns.h"
 
 #include <algorithm>
 #include <chrono>
@@ -21,48 +21,16 @@
 
 namespace {
 
-struct columns {
-  int32_t m = 0, n = 0;
-  std::vector<int64_t> beg{0};
-  std::vector<int32_t> sub;
-  std::vector<double> val;
+using columns = tvnbench::lp_columns;
 
-  void add(int32_t num, const int32_t* rows, const double* values) {
-    sub.insert(sub.end(), rows, rows + num);
-    val.insert(val.end(), values, values + num);
-    beg.push_back(static_cast<int64_t>(sub.size()));
-    n++;
-  }
-  tvn::kkt_columns view() const { return {m, n, beg.data(), beg.data() + 1, sub.data(), val.data()}; }
-};
+tvn::kkt_columns view(const columns& a) {
+  return {a.m, a.n, a.beg.data(), a.beg.data() + 1, a.sub.data(), a.val.data()};
+}
 
 columns read_file(const std::string& path) {
-  columns a;
-  TVNenv_t env = nullptr;
-  TVNtask_t task = nullptr;
-  TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr);
-  TVN_initenv(env);
-  TVN_makeemptytask(env, &task);
-  TVN_readdata(task, path.c_str());
-  int32_t numvar = 0;
-  TVN_getnumcon(task, &a.m);
-  TVN_getnumvar(task, &numvar);
-  std::vector<int32_t> sub(static_cast<size_t>(a.m) + 1);
-  std::vector<double> val(static_cast<size_t>(a.m) + 1);
-  for (int32_t j = 0; j < numvar; j++) {
-    int32_t num = 0;
-    TVN_getavec(task, TVN_ACC_VAR, j, &num, sub.data(), val.data());
-    a.add(num, sub.data(), val.data());
-  }
-  for (int32_t i = 0; i < a.m; i++) {
-    int32_t key = 0;
-    double lower = 0, upper = 0;
-    const double minus = -1;
-    TVN_getbound(task, TVN_ACC_CON, i, &key, &lower, &upper);
-    if (key != TVN_BK_FX) a.add(1, &i, &minus);
-  }
-  TVN_deletetask(&task);
-  TVN_deleteenv(&env);
+  columns a = tvnbench::read_lp(path);
+  const double minus = -1;
+  for (const int32_t i : a.loose) a.add(1, &i, &minus);
   return a;
 }
 
@@ -126,7 +94,7 @@ void run(const std::string& name, const columns& a, tvn::kktfac_params params, s
     tvn::kktfac k;
     TVN_kktfac_make(*sys, a.m, a.n, params, k);
     user.restart();
-    const auto setup = TVN_kktfac_autosetup(k, a.view(), {});
+    const auto setup = TVN_kktfac_autosetup(k, view(a), {});
     patience::ask(&user, 0, 0, 0);
     const double gap = user.longest;
     user.longest = 0;

@@ -3,8 +3,8 @@
 // Patterns: A A' of each file of TOVAN_DATA/lp, and grids in two and three dimensions. A row for each pattern with the
 // flops of the peers and ours relative to the better of them, then geometric means. An argument is a part of a
 // pattern's name that must be in it.
+#include "lpcolumns.h"
 #include "order/sorder.h"
-#include "tovan.h"
 
 #include <algorithm>
 #include <cmath>
@@ -58,27 +58,12 @@ void form_normal(pattern& g) {
 }
 
 pattern read_normal(const std::string& file) {
+  tvnbench::lp_columns a = tvnbench::read_lp(file);
   pattern g;
-  TVNenv_t env = nullptr;
-  TVNtask_t task = nullptr;
-  int32_t numvar = 0;
-  TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr);
-  TVN_initenv(env);
-  TVN_makeemptytask(env, &task);
-  if (TVN_readdata(task, file.c_str()) != TVN_RES_OK) std::exit(1);
-  TVN_getnumcon(task, &g.n);
-  TVN_getnumvar(task, &numvar);
-  for (int32_t j = 0; j < numvar; j++) {
-    int32_t len = 0;
-    TVN_getavecnumnz(task, TVN_ACC_VAR, j, &len);
-    g.colbeg.push_back(static_cast<int64_t>(g.colsub.size()));
-    g.colsub.resize(g.colsub.size() + static_cast<size_t>(len));
-    g.colend.push_back(static_cast<int64_t>(g.colsub.size()));
-    std::vector<double> val(static_cast<size_t>(len));
-    TVN_getavec(task, TVN_ACC_VAR, j, &len, g.colsub.data() + g.colbeg.back(), val.data());
-  }
-  TVN_deletetask(&task);
-  TVN_deleteenv(&env);
+  g.n = a.m;
+  g.colbeg.assign(a.beg.begin(), a.beg.end() - 1);
+  g.colend.assign(a.beg.begin() + 1, a.beg.end());
+  g.colsub = std::move(a.sub);
   form_normal(g);
   return g;
 }
