@@ -16,9 +16,9 @@ constexpr double second_node = 5e-8;
 constexpr double rate_solve = 4e9; // bound by memory
 constexpr double rate_dense = 8e9; // V' inv(D) V
 constexpr double rate_schur = 1.5e9;
-constexpr double rate_product = 8e8;  // of A D A'
-constexpr double margin_precise = 10; // likewise the big system, where columns apart have cost too many digits
-constexpr double margin = 1.1;        // by which another plan must be cheaper
+constexpr double rate_product = 8e8;   // of A D A'
+constexpr double margin_precise = 0.5; // the big system, where columns apart have cost too many digits: it has more
+constexpr double margin = 1.1;         // by which another plan must be cheaper
 
 constexpr int32_t maxapart = 100; // more only while they times rows keep below:
 constexpr double maxapart_entries = 5e6;
