@@ -24,10 +24,10 @@ void TVN_lu_putnrow(lu& f, int32_t nrow);
 void TVN_lu_putncol(lu& f, int32_t ncol);
 
 // Settings.
-void TVN_lu_puttol(lu& f, int32_t key, double value); // 0 zero, 1 absolute pivot, 2 relative pivot, 3 kept only
+void TVN_lu_puttol(lu& f, int32_t key, double value); // lu_tolerance
 double TVN_lu_gettol(const lu& f, int32_t key);
-void TVN_lu_puttrh(lu& f, int32_t key, int32_t value); // 1: refactor frequency, 0 automatic
-void TVN_lu_putpivotmethod(lu& f, int32_t method);     // 1 column threshold, 2 row and column threshold
+void TVN_lu_puttrh(lu& f, int32_t key, int32_t value); // lu_threshold
+void TVN_lu_putpivotmethod(lu& f, int32_t method);     // lu_pivotmethod
 void TVN_lu_putdefaults(lu& f);
 void TVN_lu_putdropl(lu& f, bool drop); // rank only: keep no L, no U
 void TVN_lu_putdropu(lu& f, bool drop);

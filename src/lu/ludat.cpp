@@ -114,26 +114,26 @@ void TVN_lu_putdefaults(lu& f) {
 
 void TVN_lu_puttol(lu& f, int32_t key, double value) {
   switch (key) {
-  case 0: f.set.tolzero = value; return;
-  case 1: f.set.tolabspiv = value; return;
-  case 2: f.set.tolrelpiv = std::clamp(value, minrelpiv, maxrelpiv); return;
-  case 3: f.set.tolkey3 = value; return;
+  case tol_zero: f.set.tolzero = value; return;
+  case tol_abspivot: f.set.tolabspiv = value; return;
+  case tol_relpivot: f.set.tolrelpiv = std::clamp(value, minrelpiv, maxrelpiv); return;
+  case tol_kept: f.set.tolkey3 = value; return;
   default: unknown_key(f, "tolerance", key, __LINE__);
   }
 }
 
 double TVN_lu_gettol(const lu& f, int32_t key) {
   switch (key) {
-  case 0: return f.set.tolzero;
-  case 1: return f.set.tolabspiv;
-  case 2: return f.set.tolrelpiv;
-  case 3: return f.set.tolkey3;
+  case tol_zero: return f.set.tolzero;
+  case tol_abspivot: return f.set.tolabspiv;
+  case tol_relpivot: return f.set.tolrelpiv;
+  case tol_kept: return f.set.tolkey3;
   default: unknown_key(f, "tolerance", key, __LINE__);
   }
 }
 
 void TVN_lu_puttrh(lu& f, int32_t key, int32_t value) {
-  if (key != 1) unknown_key(f, "threshold", key, __LINE__);
+  if (key != trh_refactor) unknown_key(f, "threshold", key, __LINE__);
   f.set.refacfreq = std::max(value, 0);
 }
 

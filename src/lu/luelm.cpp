@@ -185,7 +185,7 @@ lu_code update_rows(lu& f, const lu_active& a, int32_t numrow, int32_t numcol) {
     work += f.sto.rlen[r] + numcol;
     if (work >= nextask) {
       nextask = work + askstep;
-      if (f.set.progress && f.set.progress(f.set.progresshandle, 2, f.piv.stpf + f.piv.stpb) != 0)
+      if (f.set.progress && f.set.progress(f.set.progresshandle, le_pivots, f.piv.stpf + f.piv.stpb) != 0)
         code = lu_code::stopped;
     }
     const int32_t met = update_present(f, a, r, l, base);

@@ -52,7 +52,7 @@ lu_code pivot_loop(lu& f, lu_active& a) {
     if (f.set.maxwork >= 0 && work > f.set.maxwork) return lu_code::work_limit;
     if (work >= nextreport) {
       nextreport = work + reportstep;
-      if (report(f, 2, f.piv.stpf + f.piv.stpb) != 0) return lu_code::stopped;
+      if (report(f, le_pivots, f.piv.stpf + f.piv.stpb) != 0) return lu_code::stopped;
     }
     const lu_pivot piv = TVN_lu_choosepiv(f, a);
     if (piv.i == f.nrow) return lu_code::done;
@@ -156,9 +156,9 @@ lu_code TVN_lu_factor(lu& f, std::span<int32_t> iwork, std::span<double> rwork) 
   TVN_lu_getfactorspace(f.nrow, f.ncol, isize, rsize);
   if (static_cast<int64_t>(iwork.size()) < isize) return lu_code::short_int_work;
   if (static_cast<int64_t>(rwork.size()) < rsize) return lu_code::short_real_work;
-  if (report(f, 0, 0) != 0) return lu_code::stopped;
+  if (report(f, le_begin, 0) != 0) return lu_code::stopped;
   const lu_code code = factor_steps(f, iwork, rwork);
-  if (report(f, 3, f.piv.rank) != 0 && code == lu_code::done) return lu_code::stopped;
+  if (report(f, le_end, f.piv.rank) != 0 && code == lu_code::done) return lu_code::stopped;
   return code;
 }
 

@@ -47,7 +47,7 @@ double row_max(lu_search& s, int32_t i) {
 }
 
 bool passes_row_test(lu_search& s, int32_t i, double v) {
-  return s.f.set.pivotmethod == 1 || v >= s.f.set.tolrelpiv * row_max(s, i);
+  return s.f.set.pivotmethod == pivots_bycolumn || v >= s.f.set.tolrelpiv * row_max(s, i);
 }
 
 void search_column(lu_search& s, int32_t j) {
@@ -154,12 +154,12 @@ void search_by_count(lu_search& s) {
 } // namespace
 
 lu_pivot TVN_lu_choosepiv(lu& f, lu_active& a) {
-  if (f.set.pivotmethod != 1 && f.set.pivotmethod != 2)
+  if (f.set.pivotmethod != pivots_bycolumn && f.set.pivotmethod != pivots_byboth)
     TVN_sysenv_stopdbg(f.sys, "src/lu/lupiv", __LINE__, "Unknown pivot method: %d", f.set.pivotmethod);
   lu_search s(f, a);
   bool front = true;
   bool found = false;
-  if (f.set.pivotmethod == 1) {
+  if (f.set.pivotmethod == pivots_bycolumn) {
     found = take_single_column(s);
     if (!found && take_single_row(s)) {
       found = true;

@@ -100,7 +100,7 @@ void pivot_column_singletons(lu& f, int32_t* __restrict count, int32_t* __restri
     const int32_t i = f.sto.crow[p];
     const double a = std::fabs(f.sto.cval[p]);
     if (a < f.set.tolabspiv) continue;
-    if (f.set.pivotmethod != 1 && a < f.set.tolrelpiv * largest_in_row(f, i)) continue;
+    if (f.set.pivotmethod != pivots_bycolumn && a < f.set.tolrelpiv * largest_in_row(f, i)) continue;
     TVN_lu_apivot(f, i, j, f.sto.cval[p], true);
     int32_t place = 0;
     work += f.sto.rlen[i];
@@ -214,16 +214,16 @@ lu_code lu_setup(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
   if (!place_rows(f, f.sto)) return lu_code::no_storage;
   int32_t* count = iwork.data();
   int32_t* stack = count + f.ncol;
-  if (f.set.pivotmethod == 1) pivot_slacks(f);
+  if (f.set.pivotmethod == pivots_bycolumn) pivot_slacks(f);
   transpose(f, count);
   pivot_column_singletons(f, count, stack);
   if (f.piv.stpf < f.nrow) {
     double* colmax = rwork.data();
     std::fill_n(colmax, f.ncol, -1.0);
     count_rows(f, count);
-    const bool relative = f.set.pivotmethod == 1 || f.set.pivotmethod == 2;
+    const bool relative = f.set.pivotmethod == pivots_bycolumn || f.set.pivotmethod == pivots_byboth;
     pivot_row_singletons(f, count, stack, colmax, relative, lt_rowsingle);
-    if (f.set.pivotmethod == 1) pivot_row_singletons(f, count, stack, colmax, false, lt_rowsingle2);
+    if (f.set.pivotmethod == pivots_bycolumn) pivot_row_singletons(f, count, stack, colmax, false, lt_rowsingle2);
   }
   if (!f.run.runsdropl)
     if (const lu_code code = store_backward_columns(f); code != lu_code::done) return code;

@@ -66,8 +66,14 @@ enum lu_task : int32_t {
 
 // Column function: writes column j into sub/val (room for `space` entries), sets count; false: too little space.
 using lu_getcol = bool (*)(void* handle, int64_t space, int32_t j, int32_t& count, int32_t* sub, double* val);
-// Progress: code 0 start, 2 report with pivots so far, 3 end; nonzero return stops.
+enum lu_event : int32_t { le_begin = 0, le_pivots = 2, le_end = 3 };
+// Progress: a lu_event, with the pivots so far; nonzero return stops.
 using lu_progress = int32_t (*)(void* handle, int32_t code, int32_t numpivots);
+
+// Settings by key.
+enum lu_tolerance : int32_t { tol_zero = 0, tol_abspivot = 1, tol_relpivot = 2, tol_kept = 3 }; // the last for callers
+enum lu_threshold : int32_t { trh_refactor = 1 };                         // updates until a new factor, 0 automatic
+enum lu_pivotmethod : int32_t { pivots_bycolumn = 1, pivots_byboth = 2 }; // where the relative tolerance is asked for
 
 // Kinds of sparse solves, each with its own expectation of the result.
 enum lu_kind : int32_t { lk_ftranl = 0, lk_ftranu = 1, lk_btranu = 2, lk_btranl = 3, lk_num = 4 };
@@ -121,17 +127,17 @@ struct lu_etas {
 };
 
 struct lu_settings {
-  double tolzero = 1e-13;            // at or below: dropped at input and in elimination
-  double tolabspiv = 1e-8;           // smallest pivot
-  double tolrelpiv = 0.01;           // threshold pivoting
-  double tolkey3 = 1e-6;             // kept for the caller
-  double tolrelupd = 1e-14;          // relative test of the update pivot
-  int32_t maxsearch = 5;             // rows and columns examined once a candidate stands
-  int32_t pivotmethod = 1;           // 1 column threshold, 2 row and column threshold
-  int32_t refacfreq = 0;             // updates until factornow, 0: by work
-  int32_t maxgc = 4;                 // compressions per factorisation
-  bool dropl = false, dropu = false; // the caller wants rank only
-  int64_t maxwork = -1;              // bound of search and elimination, -1: none
+  double tolzero = 1e-13;                // at or below: dropped at input and in elimination
+  double tolabspiv = 1e-8;               // smallest pivot
+  double tolrelpiv = 0.01;               // threshold pivoting
+  double tolkey3 = 1e-6;                 // kept for the caller
+  double tolrelupd = 1e-14;              // relative test of the update pivot
+  int32_t maxsearch = 5;                 // rows and columns examined once a candidate stands
+  int32_t pivotmethod = pivots_bycolumn; // lu_pivotmethod
+  int32_t refacfreq = 0;                 // updates until factornow, 0: by work
+  int32_t maxgc = 4;                     // compressions per factorisation
+  bool dropl = false, dropu = false;     // the caller wants rank only
+  int64_t maxwork = -1;                  // bound of search and elimination, -1: none
   lu_getcol getcol = nullptr;
   void* getcolhandle = nullptr;
   lu_progress progress = nullptr;

@@ -129,8 +129,8 @@ struct factor_owner {
   lu f;
   factor_owner(sysenv& sys, int32_t nrow, int32_t ncol, const lindep2_param& p, const lindep2_progress& progress) {
     TVN_lu_make(sys, nrow, ncol, f);
-    TVN_lu_puttol(f, 1, p.tolapiv);
-    TVN_lu_puttol(f, 2, p.tolrelpiv);
+    TVN_lu_puttol(f, tol_abspivot, p.tolapiv);
+    TVN_lu_puttol(f, tol_relpivot, p.tolrelpiv);
     TVN_lu_putprogressfunc(f, const_cast<lindep2_progress*>(&progress), lindep_luprogress);
   }
   ~factor_owner() { TVN_lu_delete(f); }

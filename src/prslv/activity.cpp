@@ -157,7 +157,7 @@ bool TVN_prslv_impliedfreevar(prslv_context& x, int32_t j) {
   const prslv_implied b = TVN_prslv_impliedboundsonvarj(x, j);
   if (l > -prslv_inf && !(b.lower >= l - x.param.tolx * std::max(1.0, std::fabs(l)))) return false;
   if (u < prslv_inf && !(b.upper <= u + x.param.tolx * std::max(1.0, std::fabs(u)))) return false;
-  auto slack = [&](double own) { return 1e-3 * x.param.tolx * std::max(1.0, std::fabs(own)); };
+  auto slack = [&](double own) { return leanshare * x.param.tolx * std::max(1.0, std::fabs(own)); };
   return (l == -prslv_inf || TVN_prslv_rowimplies(x, b.lowrow, j, true, l - slack(l))) &&
          (u == prslv_inf || TVN_prslv_rowimplies(x, b.upprow, j, false, u + slack(u)));
 }

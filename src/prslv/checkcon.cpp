@@ -29,10 +29,10 @@ row_state judge_row(const prslv_context& x, int32_t i, double noise) {
   s.infeaslow = haslow && uppok && x.act.upper[i] < bl - tl - noise;
   s.infeasupp = hasupp && lowok && x.act.lower[i] > bu + tu + noise;
   // Redundant without leaning on the tolerance: a breach would be the user's to see.
-  s.redlow = haslow && lowok && x.act.lower[i] >= bl - 1e-3 * tl;
-  s.redupp = hasupp && uppok && x.act.upper[i] <= bu + 1e-3 * tu;
-  s.forcelow = haslow && uppok && x.act.upper[i] <= bl + 1e-3 * tl;
-  s.forceupp = hasupp && lowok && x.act.lower[i] >= bu - 1e-3 * tu;
+  s.redlow = haslow && lowok && x.act.lower[i] >= bl - leanshare * tl;
+  s.redupp = hasupp && uppok && x.act.upper[i] <= bu + leanshare * tu;
+  s.forcelow = haslow && uppok && x.act.upper[i] <= bl + leanshare * tl;
+  s.forceupp = hasupp && lowok && x.act.lower[i] >= bu - leanshare * tu;
   return s;
 }
 
@@ -43,7 +43,7 @@ double rounding(const prslv_context& x, int32_t i) {
     add(a, var_lower(x, j));
     add(a, var_upper(x, j));
   });
-  return 1e-13 * size;
+  return noiseshare * size;
 }
 
 void check_activity(prslv_context& x, int32_t i) {
@@ -64,7 +64,7 @@ void check_row(prslv_context& x, int32_t i) {
   if (x.connz[i] == 0) return TVN_prslv_conempty(x, i);
   if (x.connz[i] == 1) {
     const auto [j, a] = TVN_prslv_getconsin(x, i);
-    if (may_substitute(x, j) && std::fabs(a) > 1e-9) return TVN_prslv_consin(x, i);
+    if (may_substitute(x, j) && std::fabs(a) > leastsingleton) return TVN_prslv_consin(x, i);
   }
   if (x.connz[i] == 2 && con_lower(x, i) == con_upper(x, i) && prslv_doubletoncon(x, i)) return;
   check_activity(x, i);

@@ -108,7 +108,7 @@ void tighten_by_column(const prslv_context& x, int32_t j, prslv_dualbounds& y) {
   if (!noupp && !nolow) return;
   const prslv_dualsum s = TVN_prslv_sumduals(x, j, y.tyl.data(), y.tyu.data());
   const double c = x.p.c[j];
-  if (s.size > 1e8 * (1 + std::fabs(c))) return; // the digits are gone
+  if (s.size > lostdigits * (1 + std::fabs(c))) return; // the digits are gone
   for_col(x, j, [&](int32_t i, double a) {
     const double lo = a > 0 ? a * y.tyl[i] : a * y.tyu[i], up = a > 0 ? a * y.tyu[i] : a * y.tyl[i];
     if (std::fabs(a) <= x.param.tols) return;
@@ -128,12 +128,12 @@ range reduced_cost(const prslv_context& x, int32_t j, const double* yl, const do
 void try_dominated(prslv_context& x, int32_t j) {
   double size = 0;
   const range strict = reduced_cost(x, j, x.dual.tyl.data(), x.dual.tyu.data(), size);
-  const double tol = x.param.tols * (1 + std::fabs(x.p.c[j])) + 1e-11 * size;
+  const double tol = x.param.tols * (1 + std::fabs(x.p.c[j])) + dualnoiseshare * size;
   bool low = strict.lo > tol, upp = strict.up < -tol;
   if (!low && !upp && x.varnz[j] >= 2) {
     const range weak = reduced_cost(x, j, x.dual.yl.data(), x.dual.yu.data(), size);
-    low = weak.lo >= -1e-15 * size && size < 1e6;
-    upp = weak.up <= 1e-15 * size && size < 1e6;
+    low = weak.lo >= -cancelledshare * size && size < weaksize;
+    upp = weak.up <= cancelledshare * size && size < weaksize;
   }
   if (low && var_lower(x, j) > -prslv_inf)
     TVN_prslv_varfix(x, j, var_lower(x, j), rt_varfixlow);
@@ -145,7 +145,7 @@ void try_tight_row(prslv_context& x, int32_t i) {
   const double l = con_lower(x, i), u = con_upper(x, i), cc = x.p.cc[i];
   if (l == u) return;
   const double tol = x.param.tols * (1 + std::fabs(cc));
-  auto strict = [&](double d, double y) { return d > tol + 1e-9 * std::fabs(y); };
+  auto strict = [&](double d, double y) { return d > tol + rownoiseshare * std::fabs(y); };
   if (l > -prslv_inf && strict(x.dual.tyl[i] + cc, x.dual.tyl[i]))
     TVN_prslv_confixatbounddbg(x, i, true);
   else if (u < prslv_inf && strict(-(x.dual.tyu[i] + cc), x.dual.tyu[i]))
@@ -178,7 +178,7 @@ void try_varforce(prslv_context& x, int32_t j) {
       x.cert.colval = sign;
       return;
     }
-    if (!(std::fabs(c) <= 1e-15 * size)) continue;
+    if (!(std::fabs(c) <= cancelledshare * size)) continue;
     TVN_prslv_beginpushstk(x, rt_varforce);
     int32_t n = 0;
     for_col(x, j, [&](int32_t i, double a) {
@@ -220,7 +220,7 @@ void try_onelock(prslv_context& x, int32_t j) {
     size += std::fabs(a * x.p.cc[i]);
   });
   for (const int32_t sign : {-1, 1}) {
-    if (!(sign * c <= 1e-15 * size)) continue;
+    if (!(sign * c <= cancelledshare * size)) continue;
     double a = 0;
     const int32_t i = only_lock(x, j, sign, a);
     if (i < 0 || con_lower(x, i) == con_upper(x, i)) continue;
@@ -252,10 +252,10 @@ void try_signs(prslv_context& x, int32_t j) {
     up = (a > 0 ? low : upp) ? up + t : prslv_inf;
     size += std::fabs(t);
   });
-  if (!(size < 1e6)) return;
-  if (lo >= -1e-15 * size && var_lower(x, j) > -prslv_inf)
+  if (!(size < weaksize)) return;
+  if (lo >= -cancelledshare * size && var_lower(x, j) > -prslv_inf)
     TVN_prslv_varfix(x, j, var_lower(x, j), rt_varfixlow);
-  else if (up <= 1e-15 * size && var_upper(x, j) < prslv_inf)
+  else if (up <= cancelledshare * size && var_upper(x, j) < prslv_inf)
     TVN_prslv_varfix(x, j, var_upper(x, j), rt_varfixupr);
 }
 

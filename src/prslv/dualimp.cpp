@@ -94,7 +94,7 @@ void derive(const prslv_context& x, int32_t j, deductions& w) {
   if (!noupp && !nolow) return;
   const prslv_dualsum s = TVN_prslv_sumduals(x, j, w.yl.data(), w.yu.data());
   const double c = x.p.c[j];
-  if (s.size > 1e8 * (1 + std::fabs(c))) return; // the digits are gone
+  if (s.size > lostdigits * (1 + std::fabs(c))) return; // the digits are gone
   for_col(x, j, [&](int32_t i, double a) {
     if (std::fabs(a) <= x.param.tols) return;
     const bool positive = a > 0;
@@ -229,11 +229,12 @@ bool drop_reasons(explanation& e) {
 
 void try_column(prslv_context& x, int32_t j, const deductions& w, explanation& e) {
   const prslv_dualsum s = TVN_prslv_sumduals(x, j, w.yl.data(), w.yu.data());
-  const double c = x.p.c[j], size = s.size + std::fabs(c), tol = x.param.tols * (1 + std::fabs(c)) + 1e-11 * size;
+  const double c = x.p.c[j], size = s.size + std::fabs(c),
+               tol = x.param.tols * (1 + std::fabs(c)) + dualnoiseshare * size;
   const double dlo = s.numup ? -prslv_inf : c - s.up, dup = s.numlo ? prslv_inf : c - s.lo;
   e.weak = !(dlo > tol || dup < -tol);
-  if (e.weak && !(size < 1e6)) return;
-  const double least = e.weak ? -1e-15 * size : tol;
+  if (e.weak && !(size < weaksize)) return;
+  const double least = e.weak ? -cancelledshare * size : tol;
   const bool low = dlo >= least, upp = !low && dup <= -least;
   const int32_t side = 2 * j + upp;
   if ((!low && !upp) || std::isinf(stored_bound(x, side))) return;
@@ -256,7 +257,7 @@ void try_row(prslv_context& x, int32_t i, bool upper, const deductions& w, expla
   const int32_t side = 2 * i + upper;
   if (std::isinf(upper ? con_upper(x, i) : con_lower(x, i)) || con_lower(x, i) == con_upper(x, i)) return;
   const double d = upper ? -(y + cc) : y + cc;
-  e.weak = !(d > tol + 1e-9 * std::fabs(y));
+  e.weak = !(d > tol + rownoiseshare * std::fabs(y));
   const bool isplain = w.from[side] < 0;
   if (e.weak && (isplain ? w.weakly[side] < 0 : !(d >= 0))) return;
   e.row = i;

@@ -66,7 +66,7 @@ void try_row(prslv_context& x, prslv_boundset& b, int32_t i) {
   const double bl = con_lower(x, i), bu = con_upper(x, i);
   if (bl == bu) return;
   const side_sum s = activity_on(x, b, i);
-  const double noise = 1e-13 * s.size;
+  const double noise = noiseshare * s.size;
   const bool haslow = bl > -prslv_inf, hasupp = bu < prslv_inf;
   const bool redlow = haslow && s.lo >= bl + noise, redupp = hasupp && s.up <= bu - noise;
   if (!redlow && !redupp) return;

@@ -12,6 +12,7 @@ namespace tvn {
 namespace {
 
 constexpr int64_t smallblock = 1000; // rows up to which no limit holds
+constexpr double termshare = 1e-4;   // of the feasibility tolerance, for each unit of the terms of a right-hand side
 
 struct equalities {
   vec<int32_t> rows; // indices in the problem
@@ -85,7 +86,7 @@ bool take_row(void* handle, int32_t row, int32_t num, const int32_t* sub, const 
     size += std::fabs(y[k] * b);
     ymax = std::max(ymax, std::fabs(y[k]));
   }
-  if (std::fabs(beta) <= x.param.tolx * std::max(1.0, 1e-4 * size)) {
+  if (std::fabs(beta) <= x.param.tolx * std::max(1.0, termshare * size)) {
     x.run.stats->numlindep++;
     TVN_prslv_conrelax(x, f.e.rows[row]);
     return true;

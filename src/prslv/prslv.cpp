@@ -117,7 +117,7 @@ bool TVN_prslv_asked(prslv_run& run) {
   const double now = TVN_sysenv_gettime();
   if (now - run.lastpoll < interval) return false;
   run.lastpoll = now;
-  run.stop = run.progress.fn && run.progress.fn(run.progress.handle, 38) != 0;
+  run.stop = run.progress.fn && run.progress.fn(run.progress.handle, prslv_busy) != 0;
   return run.stop;
 }
 

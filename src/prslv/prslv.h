@@ -130,7 +130,9 @@ struct prslv_stats {
   double totalseconds = 0;
 };
 
-// Called with 31 at the start, 38 before and within long steps, 39 at the end; nonzero stops presolve.
+enum prslv_event : int32_t { prslv_begin = 31, prslv_busy = 38, prslv_end = 39 }; // busy: before and within long steps
+
+// Called with a prslv_event; nonzero stops presolve.
 struct prslv_progress {
   void* handle = nullptr;
   int32_t (*fn)(void* handle, int32_t code) = nullptr;

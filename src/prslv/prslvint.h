@@ -25,6 +25,18 @@ struct prslv_lines {
   buffer<int32_t> place; // by partner: behind beg of the hub, -1: no entry; clean while there is no hub
 };
 
+// What rounding may have done; relative to the sum of the magnitudes that were added.
+inline constexpr double cancelledshare = 1e-15; // a sum below it counts as zero
+inline constexpr double noiseshare = 1e-13;     // of an activity
+inline constexpr double dualnoiseshare = 1e-11; // of a reduced cost
+inline constexpr double rownoiseshare = 1e-9;   // of a bound on a row's dual, which other bounds have formed
+inline constexpr double lostdigits = 1e8;       // terms to the cost: bounds on duals that say nothing any more
+inline constexpr double weaksize = 1e6;         // terms beyond it prove no weak sign
+// Of the feasibility tolerance: what a row that goes, or a bound that is dropped, may lean on it. The rest is the
+// user's to see.
+inline constexpr double leanshare = 1e-3;
+inline constexpr double leastsingleton = 1e-9; // a row with less is no bound of its column
+
 // An entry of a row or column: the live one of a singleton, or one that a record keeps.
 struct prslv_entry {
   int32_t index;

@@ -128,7 +128,7 @@ prslv_code prslv_init(prslv_context& x) {
   for (int32_t i = 0; i < x.p.numcon && x.status == prs_undecided; i++) {
     if (!x.conlive[i] || !x.conlin[i] || x.connz[i] != 1) continue;
     const auto [j, a] = TVN_prslv_getconsin(x, i);
-    if (may_substitute(x, j) && std::fabs(a) > 1e-9) TVN_prslv_consin(x, i, rt_initialconsin);
+    if (may_substitute(x, j) && std::fabs(a) > leastsingleton) TVN_prslv_consin(x, i, rt_initialconsin);
     if (TVN_prslv_stopped(x.run, 1)) return prslv_code::stopped;
   }
   return prslv_code::ok;
@@ -256,7 +256,7 @@ prslv_code TVN_prslv_reduce(prslv_context& x, const prslv_param& param, prslv_st
   TVN_prslv_storeconbnd(x);
   TVN_prslv_storeccandcx(x);
   TVN_prslv_endsnapshots(x.stk);
-  if (progress.fn && progress.fn(progress.handle, 31) != 0) x.run.stop = true;
+  if (progress.fn && progress.fn(progress.handle, prslv_begin) != 0) x.run.stop = true;
   TVN_prslv_makematrix(x);
   count_problem(x, stats.conbefore, stats.varbefore, stats.nzbefore);
   prslv_code code = prslv_code::ok;
@@ -264,7 +264,7 @@ prslv_code TVN_prslv_reduce(prslv_context& x, const prslv_param& param, prslv_st
   if (!x.run.stop) finalize(x, stats);
   stats.totalseconds = TVN_sysenv_gettime() - start;
   TVN_prslv_printsummary(x);
-  if (progress.fn && progress.fn(progress.handle, 39) != 0) x.run.stop = true;
+  if (progress.fn && progress.fn(progress.handle, prslv_end) != 0) x.run.stop = true;
   return x.run.stop ? prslv_code::stopped : code;
 }
 

@@ -31,7 +31,7 @@ bool TVN_prslv_linvarsininlineq(prslv_context& x, int32_t i, int32_t j, double a
   const double bl = con_lower(x, i), bu = con_upper(x, i), l = var_lower(x, j), u = var_upper(x, j), c = x.p.c[j],
                cc = x.p.cc[i];
   const bool equality = bl == bu;
-  if (!equality && std::fabs(c + a * cc) > 1e-15 * std::fabs(c)) return false;
+  if (!equality && std::fabs(c + a * cc) > cancelledshare * std::fabs(c)) return false;
   if (!is_decent(x, i, a, x.rowmax)) return false;
   const double alow = a > 0 ? a * l : a * u, aupp = a > 0 ? a * u : a * l;
   TVN_prslv_beginpushstk(x, rt_varslack);

@@ -232,14 +232,14 @@ TEST(DualTrouble, HealsInCalmTimes) {
   lp_case p = hard_start(5);
   crash_bench b(p);
   tvn::lu& f = b.state->fac.factor;
-  tvn::TVN_lu_puttol(f, 2, b.param.tolrelpiv);
+  tvn::TVN_lu_puttol(f, tvn::tol_relpivot, b.param.tolrelpiv);
   tvn::TVN_simplex_raisepivots(f, 400, 0.5);
-  tvn::TVN_lu_putpivotmethod(f, 2);
+  tvn::TVN_lu_putpivotmethod(f, tvn::pivots_byboth);
   b.dual.bad.updatelimit = tvn::dual_minupdates;
   for (int i = 0; i < 12; i++) tvn::dsimplex_notecalm(b.dual.bad, b.dual.tol, b.dual.fac.factor, b.param.tolrelpiv);
   EXPECT_EQ(b.dual.bad.updatelimit, 4 * tvn::dual_minupdates);
-  EXPECT_DOUBLE_EQ(tvn::TVN_lu_gettol(f, 2), 0.5 / 4);
+  EXPECT_DOUBLE_EQ(tvn::TVN_lu_gettol(f, tvn::tol_relpivot), 0.5 / 4);
   for (int i = 0; i < 120; i++) tvn::dsimplex_notecalm(b.dual.bad, b.dual.tol, b.dual.fac.factor, b.param.tolrelpiv);
   EXPECT_EQ(b.dual.bad.updatelimit, tvn::dual_maxupdates);
-  EXPECT_EQ(tvn::TVN_lu_gettol(f, 2), b.param.tolrelpiv);
+  EXPECT_EQ(tvn::TVN_lu_gettol(f, tvn::tol_relpivot), b.param.tolrelpiv);
 }

@@ -125,15 +125,15 @@ simplex_code TVN_simplex_verifybasis(const basis_source& a, simplex_basis& b) {
   column_source source{a, b};
   TVN_lu_putdefaults(b.factor);
   TVN_lu_putgeta(b.factor, &source, get_column);
-  TVN_lu_puttol(b.factor, 1, tolabspiv);
-  TVN_lu_puttol(b.factor, 2, tolrelpiv);
+  TVN_lu_puttol(b.factor, tol_abspivot, tolabspiv);
+  TVN_lu_puttol(b.factor, tol_relpivot, tolrelpiv);
   factor_result result = TVN_simplex_factorlu(b.factor, nonzeros, iwork, rwork);
   if (result == factor_result::singular) {
     compute_scales(a, b);
-    TVN_lu_puttol(b.factor, 1, tolrounding);
+    TVN_lu_puttol(b.factor, tol_abspivot, tolrounding);
     result = TVN_simplex_factorlu(b.factor, nonzeros, iwork, rwork);
   } else if (result == factor_result::full && TVN_simplex_improvelu(b.factor)) {
-    TVN_lu_puttol(b.factor, 2, tolrelpiv);
+    TVN_lu_puttol(b.factor, tol_relpivot, tolrelpiv);
     result = TVN_simplex_factorlu(b.factor, nonzeros, iwork, rwork);
   }
   TVN_lu_putgeta(b.factor, nullptr, nullptr);

@@ -88,6 +88,18 @@ inline bool TVN_simplex_ispivotlost(double arow, double acol, double tolpiv) noe
   const double size = std::min(std::fabs(arow), std::fabs(acol));
   return !(size > 0.5 * tolpiv) || !(std::fabs(arow - acol) <= grosserror * size);
 }
+// Below a size, a pivot may be smaller than the largest candidate by a factor at most.
+struct pivot_limit {
+  double size, factor;
+};
+// Is a pivot of magnitude p good enough beside the largest candidate? It must keep to all limits.
+template <size_t num>
+bool TVN_simplex_isacceptable(const pivot_limit (&limits)[num], double p, double largest) noexcept {
+  const double ratio = largest / p;
+  for (const pivot_limit& l : limits)
+    if (!(p >= l.size || ratio <= l.factor)) return false;
+  return true;
+}
 // A pivot tolerance after a bad pivot: ten times as large up to `most`, which one that the user set may exceed.
 inline double TVN_simplex_raised(double tolpiv, double most) noexcept {
   return std::max(tolpiv, std::min(10 * tolpiv, most));

@@ -135,36 +135,31 @@ int32_t TVN_simplex_insertlogicals(simplex_fac& f, std::span<basis_exchange> exc
 
 bool TVN_simplex_improvelu(lu& f) {
   constexpr double toolarge = 1e12, toosmall = 1e-10, maxratio = 1e8;
+  constexpr double bothrelpivot = 0.001; // enough where rows and columns are looked at
   double mindiag = 0, maxdiag = 0, maxl = 0, maxu = 0;
   int32_t method = 0;
   int64_t lfill = 0, ufill = 0;
   TVN_lu_getpivotinfo(f, method, lfill, ufill);
   TVN_lu_getcond2(f, mindiag, maxdiag, &maxl, &maxu);
-  if (method == 2 || mindiag == 0) return false;
+  if (method == pivots_byboth || mindiag == 0) return false;
   const double by = std::max(mindiag, 1.0);
   const bool bad = maxdiag > toolarge || mindiag < toosmall || maxl > toolarge || maxdiag / by > maxratio ||
                    maxl / by > maxratio || maxu / by > maxratio;
   if (!bad) return false;
-  TVN_lu_putpivotmethod(f, 2);
-  TVN_lu_puttol(f, 2, 0.001);
+  TVN_lu_putpivotmethod(f, pivots_byboth);
+  TVN_lu_puttol(f, tol_relpivot, bothrelpivot);
   return true;
 }
 
-namespace {
-
-constexpr int32_t key_relative = 2; // pivot tolerance of the factor
-
-} // namespace
-
 void TVN_simplex_raisepivots(lu& f, double times, double limit) {
-  const double now = TVN_lu_gettol(f, key_relative);
-  TVN_lu_puttol(f, key_relative, std::max(now, std::min(times * now, limit)));
+  const double now = TVN_lu_gettol(f, tol_relpivot);
+  TVN_lu_puttol(f, tol_relpivot, std::max(now, std::min(times * now, limit)));
 }
 
 void TVN_simplex_calmpivots(lu& f, double asked) {
-  const double now = TVN_lu_gettol(f, key_relative);
-  TVN_lu_puttol(f, key_relative, now > asked ? std::max(0.5 * now, asked) : asked);
-  TVN_lu_putpivotmethod(f, 1);
+  const double now = TVN_lu_gettol(f, tol_relpivot);
+  TVN_lu_puttol(f, tol_relpivot, now > asked ? std::max(0.5 * now, asked) : asked);
+  TVN_lu_putpivotmethod(f, pivots_bycolumn);
 }
 
 void TVN_simplex_loadcolumn(const simplex_work& w, int32_t j, spvec& col) noexcept {

@@ -20,13 +20,7 @@ constexpr double growstep = 8; // between two attempts to bound the step
 constexpr double firststep = 1e-7;
 constexpr double leastpivot = 1e-5; // of a candidate, as long as those left out
 constexpr double lefterror = 1e-5;  // lose no more than this of their reduced costs
-
-// Is a pivot of magnitude p good enough beside the largest one? All tests must hold.
-bool acceptable(double p, double largest) {
-  const double ratio = largest / p;
-  return (p >= 0.0001 || ratio <= 5) && (p >= 0.001 || ratio <= 10) && (p >= 1 || ratio <= 50) &&
-         (p >= 10 || ratio <= 1000);
-}
+constexpr pivot_limit limits[] = {{0.0001, 5}, {0.001, 10}, {1, 50}, {10, 1000}}; // tiny ones nearly the largest
 
 // Candidates whose ratio is at most the limit, and free variables. They hold the distance of the reduced cost from zero
 // as ratio until it is divided by the pivot. The sign of the move is looked up only where the magnitudes allow a
@@ -131,7 +125,8 @@ dual_ratio long_step(const dual_state& s, dual_ratio_work& w, double sigma, doub
       bestpivot = c[choice].pivot;
       best = {c[choice].j, std::max(0.0, c[choice].ratio), w.groupend[g]};
     }
-    if (acceptable(c[choice].pivot, largest)) return {c[choice].j, std::max(0.0, c[choice].ratio), w.groupend[g]};
+    if (TVN_simplex_isacceptable(limits, c[choice].pivot, largest))
+      return {c[choice].j, std::max(0.0, c[choice].ratio), w.groupend[g]};
   }
   return best;
 }

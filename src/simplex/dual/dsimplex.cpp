@@ -292,10 +292,10 @@ loop_state refused_update(dual_state& s, int32_t position) {
 
 loop_state update_factor(dual_state& s, int32_t position) {
   lu& f = s.fac.factor;
-  const double tolabs = TVN_lu_gettol(f, 1);
-  TVN_lu_puttol(f, 1, std::min(0.1 * s.tol.piv, tolabs));
+  const double tolabs = TVN_lu_gettol(f, tol_abspivot);
+  TVN_lu_puttol(f, tol_abspivot, std::min(0.1 * s.tol.piv, tolabs));
   const lu_code code = TVN_lu_supd(f, position, s.spike);
-  TVN_lu_puttol(f, 1, tolabs);
+  TVN_lu_puttol(f, tol_abspivot, tolabs);
   if (code == lu_code::no_update_room) { // which says nothing against the pivot
     s.fac.usable = false;
     return TVN_simplex_recompute(s.base, recompute_why::no_room);
@@ -369,8 +369,8 @@ void start(dual_state& s) {
   s.tol.dual = std::min(1e-7, s.param.tols);
   s.tol.ratio = 0.3 * s.tol.dual;
   s.tol.piv = s.param.tolabspiv;
-  TVN_lu_puttol(s.fac.factor, 2, s.param.tolrelpiv);
-  TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
+  TVN_lu_puttol(s.fac.factor, tol_relpivot, s.param.tolrelpiv);
+  TVN_lu_puttrh(s.fac.factor, trh_refactor, s.param.refactorfreq);
   s.price.method = s.param.dualselection == sel_free ? sel_se : s.param.dualselection;
   s.allowperturb = s.param.degen != degen_none && TVN_simplex_iterationsleft(s.base) >= budgetreserve;
   dsimplex_restorecosts(s);

@@ -16,6 +16,23 @@ constexpr double hugebound = 1e6;   // bounds of this magnitude are left alone
 constexpr int32_t maxunstalls = 12; // returns to the true bounds after which no stall is perturbed any more
 constexpr double largebound = 100;  // and from here on perturbed less
 
+// Size of the first perturbation. Magnitudes are alike when they hardly differ from their neighbours in order; where
+// most are, or bounds are zero, ties are the rule and a size taken from the data means nothing.
+constexpr double alikegap = 0.01 * 0.01;               // in feasibility tolerances: closer than this is alike
+constexpr double mostalike = 0.8, manyalike = 0.1;     // shares of the magnitudes
+constexpr double fewnumbers = 0.2, halfnumbers = 0.5;  // magnitudes to a bound: below, bounds are zero
+constexpr double zerosize = 0.01;                      // in feasibility tolerances, where they are
+constexpr double costweight = 3, averageshare = 0.125; // of the largest cost beside the largest bound; of their sum
+struct data_size {
+  double scale;  // over that average, in units of 1e-4
+  double spread; // times the largest magnitude over the smallest
+};
+constexpr data_size manyties = {100, 1e-5}, fewties = {1000, 1e-4};
+constexpr double unit = 0.0001;
+constexpr double fewequations = 0.3, manyequations = 0.5; // shares of the rows
+// At most so much, and at least this in feasibility tolerances: slacks of equations have nowhere else to go.
+constexpr double mostfew = 1e-5, mostsome = 0.0001, leastsome = 0.1, mostmany = 0.001, leastmany = 10;
+
 double user_magnitude(const primal_state& s, int32_t j, double bound) { return std::fabs(bound) * s.work.factor(j); }
 
 // Moves one side of j outward by `by`.
@@ -61,7 +78,7 @@ magnitude_census take_census(const primal_state& s) {
     c.maxcost = std::max(c.maxcost, cost);
   }
   std::sort(mags.begin(), mags.begin() + c.num);
-  const double delta = 0.01 * 0.01 * s.param.tolx;
+  const double delta = alikegap * s.param.tolx;
   for (int64_t p = 1; p < c.num; p++) c.alike += mags[p] - mags[p - 1] < delta;
   return c;
 }
@@ -69,16 +86,15 @@ magnitude_census take_census(const primal_state& s) {
 // The size of the perturbation; 0 for none.
 double perturbation_size(const primal_state& s, const magnitude_census& c) {
   const double tolx = s.param.tolx, num = static_cast<double>(c.num), alike = static_cast<double>(c.alike);
-  if (num <= 0.2 * static_cast<double>(c.bounds) || 0.8 * num <= alike)
-    return num < 0.5 * static_cast<double>(c.bounds) ? 0.01 * tolx : 0.0;
-  const bool many = alike >= 0.1 * num;
-  const double k = many ? 100 : 1000, l = many ? 1e-5 : 1e-4;
-  const double u =
-      std::min(k / ((3 * std::max(c.maxcost, 1.0) + c.maxbound) * 0.125) * 0.0001, c.largest / c.smallest * l);
+  const auto bounds = static_cast<double>(c.bounds);
+  if (num <= fewnumbers * bounds || mostalike * num <= alike) return num < halfnumbers * bounds ? zerosize * tolx : 0.0;
+  const data_size by = alike >= manyalike * num ? manyties : fewties;
+  const double average = (costweight * std::max(c.maxcost, 1.0) + c.maxbound) * averageshare;
+  const double u = std::min(by.scale / average * unit, c.largest / c.smallest * by.spread);
   const double share = static_cast<double>(c.fixedrows) / std::max(1, s.work.m);
-  if (share < 0.3) return std::min(u, 1e-5);
-  if (share >= 0.5) return std::max(std::min(u, 0.001), 10 * tolx);
-  return std::max(std::min(u, 0.0001), 0.1 * tolx);
+  if (share < fewequations) return std::min(u, mostfew);
+  if (share >= manyequations) return std::max(std::min(u, mostmany), leastmany * tolx);
+  return std::max(std::min(u, mostsome), leastsome * tolx);
 }
 
 // Moves the bounds that basics stand on outward by a random share of `size`.

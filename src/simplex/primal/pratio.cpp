@@ -17,6 +17,9 @@ constexpr double swapslack = 1e-12; // the entering variable's own bound wins wh
 constexpr double nearties = 1.01;   // ratios within this multiple of the least tie with it
 constexpr int32_t manyties = 4;
 constexpr double goodscore = 5;
+// Tiny pivots must be nearly the largest. The last limit is the strictest, so that a large pivot has no free pass over
+// much larger ones.
+constexpr pivot_limit limits[] = {{0.001, 3}, {0.01, 5}, {1, 50}, {10, 1000}, {100, 5}};
 constexpr double flatslope = 1e-9; // of the first slope: from here on the infeasibility does not fall any more
 
 struct harris_result {
@@ -75,14 +78,6 @@ ratio_result settle_ties(const primal_state& s, buffer<int32_t>& near, const rat
     return {k, ratio_at(k), -sigma * s.aq.val[k] > 0, false, p};
   }
   return best;
-}
-
-// Is a pivot of magnitude p good enough beside the largest candidate? All tests must hold; the last is the strictest,
-// so that a large pivot has no free pass over much larger ones.
-bool acceptable(double p, double largest) {
-  const double ratio = largest / p;
-  return (p >= 0.001 || ratio <= 3) && (p >= 0.01 || ratio <= 5) && (p >= 1 || ratio <= 50) &&
-         (p >= 10 || ratio <= 1000) && (p >= 100 || ratio <= 5);
 }
 
 } // namespace
@@ -167,7 +162,7 @@ ratio_result psimplex_stepsize_phaseone(const primal_state& s, primal_ratio& w, 
   ratio_result r;
   for (const breakpoint* b = last; b != first + num; ++b) {
     if (r.position < 0 || b->slope > r.pivot) r = {b->position, b->ratio, b->upper, false, b->slope};
-    if (acceptable(b->slope, largest)) return {b->position, b->ratio, b->upper, false, b->slope};
+    if (TVN_simplex_isacceptable(limits, b->slope, largest)) return {b->position, b->ratio, b->upper, false, b->slope};
   }
   return r;
 }

@@ -20,7 +20,6 @@ constexpr double realgain = 0.01;      // of the gain that steps of phase one cl
 constexpr double maxnoise = 1e-4;      // which may hide reduced costs up to this
 constexpr int32_t maxstalls = 30;      // rounds without progress that a run may have
 constexpr double smallprogress = 1e-9; // of the objective, between two fresh values far apart
-constexpr int32_t key_absolute = 1;    // pivot tolerance of the factor
 
 } // namespace
 
@@ -136,10 +135,10 @@ loop_state refactor(primal_state& s) {
   buffer<basis_exchange> exchanges(s.sys, s.work.m);
   s.effort.factor += TVN_lu_getupdatework(s.fac.factor);
   lu& f = s.fac.factor;
-  const double absolute = TVN_lu_gettol(f, key_absolute);
-  if (s.bad.careful) TVN_lu_puttol(f, key_absolute, std::max(absolute, std::min(careful * s.tol.piv, tolcareful)));
+  const double absolute = TVN_lu_gettol(f, tol_abspivot);
+  if (s.bad.careful) TVN_lu_puttol(f, tol_abspivot, std::max(absolute, std::min(careful * s.tol.piv, tolcareful)));
   const int32_t num = TVN_simplex_refactor(s.base, kind_primal, exchanges);
-  TVN_lu_puttol(f, key_absolute, absolute);
+  TVN_lu_puttol(f, tol_abspivot, absolute);
   s.bad.careful = false;
   if (num < 0) return loop_state::finished;
   s.effort.factor += TVN_lu_getfactorwork(s.fac.factor);

@@ -377,8 +377,8 @@ void run_loop(primal_state& s) {
   allocate(s);
   s.tol.piv = s.param.tolabspiv;
   s.tol.dual = s.tol.phaseone = s.param.tols;
-  TVN_lu_puttol(s.fac.factor, 2, s.param.tolrelpiv);
-  TVN_lu_puttrh(s.fac.factor, 1, s.param.refactorfreq);
+  TVN_lu_puttol(s.fac.factor, tol_relpivot, s.param.tolrelpiv);
+  TVN_lu_puttrh(s.fac.factor, trh_refactor, s.param.refactorfreq);
   const bool cold = s.base.cold;
   s.perturb.allow = s.param.degen != degen_none && s.param.maxiterations >= budgetreserve;
   psimplex_choosepricing(s, s.price, s.perturb.resetmode);
