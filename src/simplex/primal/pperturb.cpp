@@ -30,7 +30,7 @@ struct data_size {
 constexpr data_size manyties = {100, 1e-5}, fewties = {1000, 1e-4};
 constexpr double unit = 0.0001;
 constexpr double fewequations = 0.3, manyequations = 0.5; // shares of the rows
-// At most so much, and at least this in feasibility tolerances: slacks of equations have nowhere else to go.
+// At most so much, and at least this in feasibility tolerances: the more, the more rows are equations.
 constexpr double mostfew = 1e-5, mostsome = 0.0001, leastsome = 0.1, mostmany = 0.001, leastmany = 10;
 
 double user_magnitude(const primal_state& s, int32_t j, double bound) { return std::fabs(bound) * s.work.factor(j); }
