@@ -1,6 +1,7 @@
 // Starting points.
 //
-// CONSTANT: psafe and dsafe everywhere. GUESS: least squares of both sides, shifted into the orthant (Mehrotra 1992).
+// CONSTANT: psafe and dsafe everywhere. SATISFY_BOUNDS: the same, but halfway where bounds are too close for it. GUESS:
+// least squares of both sides, shifted into the orthant (Mehrotra 1992).
 #include "homo/homint.h"
 
 #include <algorithm>
@@ -17,6 +18,15 @@ void start_constant(const hom_data& d, const hs_param& param, hom_point& p) noex
   std::fill_n(p.xup, d.nup, param.psafe);
   std::fill_n(p.sup, d.nup, param.dsafe);
   p.tau = p.kappa = 1;
+}
+
+void satisfy_bounds(const hom_data& d, hom_point& p) noexcept {
+  constexpr double least_room = 1e-6;
+  for (int32_t k = 0; k < d.nup; k++) {
+    double& x = p.x[d.up0() + k];
+    x = std::min(x, std::max(d.u[k] / 2, least_room));
+    p.xup[k] = std::max(d.u[k] - x, least_room);
+  }
 }
 
 // Both halves of a side: values of the columns and of their upper bounds.
@@ -97,7 +107,8 @@ newton_code start_guess(const hom_data& d, const hs_param& param, newton& w, hom
 
 newton_code hom_start(const hom_data& d, const hs_param& param, newton& w, hom_point& p) {
   start_constant(d, param, p);
-  if (param.start == hs_startpoint::constant) return newton_code::ok;
+  if (param.start == hs_startpoint::satisfy_bounds) satisfy_bounds(d, p);
+  if (param.start == hs_startpoint::constant || param.start == hs_startpoint::satisfy_bounds) return newton_code::ok;
   const newton_code code = start_guess(d, param, w, p);
 
   if (code == newton_code::stopped) return code;
