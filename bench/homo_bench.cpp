@@ -174,6 +174,7 @@ void run(const std::string& name, const std::string& path, const settings& set) 
     TVN_prslv_copyeditable(*sys, p.lp, e);
     tvn::prslv_context* ctx = TVN_prslv_make(*sys, e.p);
     tvn::prslv_param param;
+    param.cliques = true;
     tvn::prslv_stats stats;
     TVN_prslv_reduce(*ctx, param, stats, {});
     if (stats.status == tvn::prs_undecided) {

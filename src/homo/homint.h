@@ -97,7 +97,9 @@ hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& d
 [[nodiscard]] newton_code hom_search(const hom_data& d, const hom_point& p, const hom_residual& r, const hom_aim& aim,
                                      newton& w, hom_point& dir) noexcept;
 
-[[nodiscard]] newton_code hom_start(const hom_data& d, const hs_param& param, newton& w, hom_point& p);
+// other and r are work.
+[[nodiscard]] newton_code hom_start(const hom_data& d, const hs_param& param, newton& w, hom_residual& r,
+                                    hom_point& other, hom_point& p);
 
 // Steps shorter than the largest, a share of at most `most`, so that the pair that blocks keeps a product.
 hom_steps hom_shorten(const hom_data& d, const hom_point& p, const hom_point& dir, hom_steps a, double most) noexcept;

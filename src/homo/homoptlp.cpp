@@ -249,7 +249,7 @@ newton_code prepare(hom_run& run) {
   }
   hs_param start = *run.param;
   if (code != newton_code::ok) start.start = hs_startpoint::constant;
-  const newton_code started = hom_start(run.d, start, run.w, run.now);
+  const newton_code started = hom_start(run.d, start, run.w, run.r, run.saved, run.now);
   return code == newton_code::ok ? started : code;
 }
 

@@ -2,6 +2,7 @@
 //
 // CONSTANT: psafe and dsafe everywhere. SATISFY_BOUNDS: the same, but halfway where bounds are too close for it. GUESS:
 // least squares of both sides, shifted into the orthant (Mehrotra 1992).
+// FREE: GUESS, unless CONSTANT has less of infeasibilities times gap, as with forplan (19 iterations against 30).
 #include "homo/homint.h"
 
 #include <algorithm>
@@ -103,16 +104,26 @@ newton_code start_guess(const hom_data& d, const hs_param& param, newton& w, hom
   return newton_code::ok;
 }
 
+// Of the three that have to vanish, each relative to the other point's.
+double merit(const hom_data& d, const hom_point& p, hom_residual& r) noexcept {
+  constexpr double least = 1e-8;
+  hom_figures f;
+  hom_measure(d, p, r, f);
+  return (f.pfeas + least) * (f.dfeas + least) * (f.gap + least);
+}
+
 } // namespace
 
-newton_code hom_start(const hom_data& d, const hs_param& param, newton& w, hom_point& p) {
+newton_code hom_start(const hom_data& d, const hs_param& param, newton& w, hom_residual& r, hom_point& other,
+                      hom_point& p) {
   start_constant(d, param, p);
   if (param.start == hs_startpoint::satisfy_bounds) satisfy_bounds(d, p);
   if (param.start == hs_startpoint::constant || param.start == hs_startpoint::satisfy_bounds) return newton_code::ok;
+  other.copy(p);
   const newton_code code = start_guess(d, param, w, p);
-
   if (code == newton_code::stopped) return code;
-  if (code != newton_code::ok) start_constant(d, param, p);
+  const bool constant = param.start == hs_startpoint::free && merit(d, other, r) < merit(d, p, r);
+  if (code != newton_code::ok || constant) p.copy(other);
   return newton_code::ok;
 }
 
