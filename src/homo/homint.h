@@ -101,8 +101,10 @@ hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& d
 [[nodiscard]] newton_code hom_start(const hom_data& d, const hs_param& param, newton& w, hom_residual& r,
                                     hom_point& other, hom_point& p);
 
-// Steps shorter than the largest, a share of at most `most`, so that the pair that blocks keeps a product.
-hom_steps hom_shorten(const hom_data& d, const hom_point& p, const hom_point& dir, hom_steps a, double most) noexcept;
+// Steps shorter than the largest, a share of at most `most`, so that the pair that blocks keeps gamma times
+// the mean product.
+hom_steps hom_shorten(const hom_data& d, const hom_point& p, const hom_point& dir, hom_steps a, double most,
+                      double gamma) noexcept;
 // Moves both sides by their own steps and brings them back to one tau.
 void hom_update(const hom_data& d, const hom_point& dir, hom_steps a, hom_point& p) noexcept;
 

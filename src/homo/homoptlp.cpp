@@ -19,9 +19,10 @@ constexpr double short_step = 1e-3;                    // asks for a higher leve
 constexpr int32_t clean_steps = 3;                     // for a lower one
 constexpr double tighten_factor = 1e-2;
 constexpr int32_t max_judged = 2;
-constexpr int32_t max_idle = 30;    // iterations without a better point than before; greenbea has 9 in a row
-constexpr double near_factor = 100; // of the tolerances of an optimum that is near
-constexpr double worse = 10;        // mu of a step that is taken back, unless the residuals fell
+constexpr int32_t max_idle = 30; // iterations without a better point than before; greenbea has 9 in a row
+constexpr double least_share = 0.01, most_share = 0.5; // of mu that a pair keeps which blocks
+constexpr double near_factor = 100;                    // of the tolerances of an optimum that is near
+constexpr double worse = 10;                           // mu of a step that is taken back, unless the residuals fell
 
 hs_code code_of(run_stop stop) noexcept {
   switch (stop) {
@@ -122,6 +123,7 @@ bool raise(hom_run& run) noexcept {
   const int32_t limit = run.param->regularization ? max_level : 0;
   if (run.info->level >= limit) return false;
   set_level(run, run.info->level + 1);
+  hom_telllevel(run);
   return true;
 }
 
@@ -149,7 +151,8 @@ newton_code direction(hom_run& run) {
 hom_steps step_of(const hom_run& run) noexcept {
   hom_steps a = run.move.a;
   if (!run.param->diffstep) a.p = a.d = a.least();
-  return hom_shorten(run.d, run.now, run.move.dir, a, run.param->tolrelstep);
+  return hom_shorten(run.d, run.now, run.move.dir, a, run.param->tolrelstep,
+                     std::clamp(run.param->tolpath, least_share, most_share));
 }
 
 // One iteration; false ends the loop.
@@ -165,6 +168,7 @@ bool iterate(hom_run& run) {
     return false;
   }
   const hom_steps a = step_of(run);
+  hom_tellmove(run, a);
   info.numcorrectors += run.move.numcor;
   if (!(std::max(a.p, a.d) > run.param->tolstepsize)) {
     if (raise(run)) return true;
@@ -189,6 +193,7 @@ bool improved(hom_run& run) noexcept {
   const bool finite = run.f.mu < HUGE_VAL && run.f.pfeas + run.f.dfeas < HUGE_VAL && run.now.tau > 0;
   const bool lower = run.f.pfeas <= run.savedf.pfeas || run.f.dfeas <= run.savedf.dfeas;
   if (run.info->iter == 0 || (finite && (run.f.mu <= worse * run.savedf.mu || lower))) return true;
+  hom_tellrefused(run);
   run.now.copy(run.saved);
   return false;
 }
@@ -271,6 +276,7 @@ void hom_optlp(hom_run& run) {
     }
     fill_info(run);
     note_point(run);
+    hom_tellpoint(run);
     if (code != newton_code::ok) {
       if (info.response == hs_code::ok && !stopped(run)) info.response = hs_code::numerical;
       break;
@@ -278,6 +284,7 @@ void hom_optlp(hom_run& run) {
     goeson = !report(run, hs_event::iteration) && !stopped(run) && !finished(run) && iterate(run);
   }
   if (info.solsta == sol_unknown) propose_near(run);
+  hom_tellend(run);
 }
 
 } // namespace tvn

@@ -40,6 +40,14 @@ struct hom_run {
 };
 
 void hom_optlp(hom_run& run);
+
+// Lines for the log: a point, the step from it, a higher level, a step that is taken back, the end.
+void hom_tellpoint(hom_run& run);
+void hom_tellmove(hom_run& run, hom_steps a);
+void hom_telllevel(hom_run& run);
+void hom_tellrefused(hom_run& run);
+void hom_tellend(hom_run& run);
+
 // The point in units of the caller: of a certificate the side that proves, normalised.
 void hom_getpoint(const hom_data& d, const hom_point& p, const hom_figures& f, int32_t solsta, hs_point& out) noexcept;
 

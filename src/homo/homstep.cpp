@@ -59,8 +59,8 @@ struct share_finder {
 
 } // namespace
 
-hom_steps hom_shorten(const hom_data& d, const hom_point& p, const hom_point& dir, hom_steps a, double most) noexcept {
-  constexpr double gamma = 0.01;
+hom_steps hom_shorten(const hom_data& d, const hom_point& p, const hom_point& dir, hom_steps a, double most,
+                      double gamma) noexcept {
   double sum = 0;
   for (int32_t j = 0; j < d.npos; j++) sum += (p.x[j] + a.p * dir.x[j]) * (p.s[j] + a.d * dir.s[j]);
   for (int32_t k = 0; k < d.nup; k++) sum += (p.xup[k] + a.p * dir.xup[k]) * (p.sup[k] + a.d * dir.sup[k]);
