@@ -457,7 +457,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_INFEAS_PREFER_PRIMAL 23 /* default 1, 0 to 1. No effect yet. */
 #define TVN_IPAR_INFEAS_REPORT_AUTO 24 /* default 0, 0 to 1. No effect yet. */
 #define TVN_IPAR_INFEAS_REPORT_LEVEL 25 /* default 1, >= 0. No effect yet. */
-#define TVN_IPAR_INTPNT_BASIS 26 /* default 1, 0 to 4. No effect yet. */
+#define TVN_IPAR_INTPNT_BASIS 26 /* default 1, 0 to 4. Never: the interior solution alone is wanted. All others: the
+    log says that this version has no basis identification. */
 #define TVN_IPAR_INTPNT_DIFF_STEP 27 /* default 1, 0 to 1. The interior-point optimizer may take other steps in the
     primal than in the dual. */
 #define TVN_IPAR_INTPNT_FACTOR_DEBUG_LVL 28 /* default 0, >= 0. No effect yet. */

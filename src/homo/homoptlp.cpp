@@ -98,7 +98,8 @@ bool cut(const hom_run& run) noexcept {
          (p.usecutupp && run.grade.dual <= 1 && run.f.dobj + run.d.cfix > p.cutupp);
 }
 
-bool finished(hom_run& run) noexcept {
+// The judge may throw.
+bool finished(hom_run& run) {
   const int32_t solsta = hom_terminate(hom_grade(run.d, run.tol, run.f));
   if (solsta != sol_unknown && accepted(run, solsta)) return true;
   hs_code code = hs_code::ok;
