@@ -466,8 +466,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
     the normal equations, 2 the augmented system, otherwise the cheaper one. */
 #define TVN_IPAR_INTPNT_MAX_ITERATIONS 30 /* default 400, >= 0. Interior-point iterations after which a run ends with
     TVN_RES_TRM_MAX_ITERATIONS. */
-#define TVN_IPAR_INTPNT_MAX_NUM_COR 31 /* default -1, >= -1. Centrality correctors of an iteration; negative chooses
-    by the cost of a factorisation beside that of a solve. */
+#define TVN_IPAR_INTPNT_MAX_NUM_COR 31 /* default -1, >= -1. Centrality correctors of an iteration; negative: as many
+    as gain, at most 10. */
 #define TVN_IPAR_INTPNT_MAX_NUM_REFINEMENT_STEPS 32 /* default -1. Steps of iterative refinement of a direction;
     negative takes as many as pay. */
 #define TVN_IPAR_INTPNT_NUM_THREADS 33 /* default 1, >= 0. Threads of an interior-point run. */

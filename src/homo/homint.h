@@ -57,7 +57,9 @@ struct hom_figures {
   double mu = 0, minpair = 0;
   double pobj = 0, dobj = 0, gap = 0; // objectives without cfix; gap relative
   double pfeas = 0, dfeas = 0, kaptau = 0;
-  double rayx = 0, rayy = 0; // norms of the rows without b tau, of the columns without c tau; not divided
+  double rayx = 0;  // norm of the rows without b tau; not divided
+  double rayy = 0;  // of the columns without c tau, with the best s and sup for y
+  double rayby = 0; // scaled: b'y - u'sup with them
 };
 
 // Right side of a Newton system: how much of the residuals to remove, and the products aimed at less those at hand.

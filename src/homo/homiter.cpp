@@ -40,14 +40,18 @@ void see(double& most, double v) noexcept {
 void measure_columns(const hom_data& d, const hom_point& p, hom_residual& r, hom_figures& f) noexcept {
   double cx = 0;
   for (int32_t j = 0; j < d.n; j++) {
-    double sum = p.s[j];
-    if (j >= d.up0() && j < d.npos) sum -= p.sup[j - d.up0()];
+    const int32_t k = j < d.npos ? j - d.up0() : -1;
+    double sum = 0;
     const double xj = p.x[j];
     for (int64_t q = d.beg[j]; q < d.beg[j + 1]; q++) {
       sum += d.val[q] * p.y[d.sub[q]];
       r.rp[d.sub[q]] += d.val[q] * xj;
     }
-    see(f.rayy, sum * d.sunit[j]);
+    if (k >= 0)
+      f.rayby -= d.u[k] * std::max(sum, 0.0);
+    else
+      see(f.rayy, (j < d.npos ? std::max(sum, 0.0) : sum) * d.sunit[j]);
+    sum += p.s[j] - (k >= 0 ? p.sup[k] : 0.0);
     r.rd[j] = sum - d.c[j] * p.tau;
     see(f.dfeas, r.rd[j] * d.sunit[j]);
     cx += d.c[j] * xj;
@@ -62,6 +66,7 @@ void measure_rows(const hom_data& d, const hom_point& p, hom_residual& r, hom_fi
     r.rp[i] -= d.b[i] * p.tau;
     see(f.pfeas, r.rp[i] * d.rowunit[i]);
     by += d.b[i] * p.y[i];
+    f.rayby += d.b[i] * p.y[i];
   }
   for (int32_t k = 0; k < d.nup; k++) {
     const double sum = p.x[d.up0() + k] + p.xup[k], unit = d.xunit[d.up0() + k];

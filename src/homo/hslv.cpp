@@ -8,11 +8,26 @@
 
 namespace tvn {
 
+namespace {
+
+// s and sup of a certificate from its y alone: those of the point carry residuals that y need not have.
+void complete_farkas(const hom_data& d, const hom_point& p, double factor, hs_point& out) noexcept {
+  for (int32_t j = 0; j < d.npos; j++) {
+    double sum = 0;
+    for (int64_t q = d.beg[j]; q < d.beg[j + 1]; q++) sum += d.val[q] * p.y[d.sub[q]];
+    sum *= d.sunit[j] * factor;
+    out.s[d.order[j]] = std::max(-sum, 0.0);
+    if (j >= d.up0()) out.sup[d.order[j]] = std::max(sum, 0.0);
+  }
+}
+
+} // namespace
+
 void hom_getpoint(const hom_data& d, const hom_point& p, const hom_figures& f, int32_t solsta, hs_point& out) noexcept {
   double primal = 1 / p.tau, dual = 1 / p.tau;
   if (solsta == sol_prim_infeas_cer || solsta == sol_near_prim_infeas_cer) {
     primal = 0;
-    dual = 1 / (f.by * d.objunit);
+    dual = 1 / (f.rayby * d.objunit);
   } else if (solsta == sol_dual_infeas_cer || solsta == sol_near_dual_infeas_cer) {
     double most = 0;
     for (int32_t j = 0; j < d.n; j++) most = std::max(most, std::fabs(p.x[j] * d.xunit[j]));
@@ -25,6 +40,7 @@ void hom_getpoint(const hom_data& d, const hom_point& p, const hom_figures& f, i
     out.s[to] = p.s[j] * d.sunit[j] * dual;
     out.sup[to] = k >= 0 ? p.sup[k] * d.sunit[j] * dual : 0.0;
   }
+  if (primal == 0) complete_farkas(d, p, dual, out);
   for (int32_t i = 0; i < d.m; i++) out.y[i] = p.y[i] * d.yunit[i] * dual;
 }
 
