@@ -727,8 +727,7 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
     */
 #define TVN_DPAR_INTPNT_TOL_INFEAS 31 /* default 1e-8, 0 to 1. Violation of a certificate, relative to its objective,
     at which the interior-point optimizer proposes it. */
-#define TVN_DPAR_INTPNT_TOL_MU_RED 32 /* default 1e-16, 0 to 1. Complementarity that the interior-point optimizer does
-    not try to fall below. */
+#define TVN_DPAR_INTPNT_TOL_MU_RED 32 /* default 1e-16, 0 to 1. No effect yet. */
 #define TVN_DPAR_INTPNT_TOL_PATH 33 /* default 1e-8, 0 to 0.9999. How close the interior-point optimizer keeps to the
     central path. */
 #define TVN_DPAR_INTPNT_TOL_PFEAS 34 /* default 1e-8, 0 to 1. Primal residual that the interior-point optimizer aims

@@ -19,7 +19,7 @@ constexpr double least_gain = 0.02;              // of the gain aimed at
 constexpr double least_weight = 0.5;
 constexpr int32_t num_weights = 8;
 
-// At most 0.5: more, after a bad predictor, makes the next one no better (mean of the iterations 13.5 against 13.0).
+// At most 0.5: more, after a bad predictor, makes the next one no better.
 double centring(double a) noexcept {
   return std::clamp((1 - a) * (1 - a) * std::max(centweight, 1 - a), least_gamma, most_gamma);
 }
@@ -32,7 +32,7 @@ void aim_affine(const hom_data& d, const hom_point& p, hom_aim& aim) noexcept {
 }
 
 // What the corrector adds: centring, and the second order terms of the predictor. The residuals stay aimed at 0, not at
-// gamma times themselves: they should not lag behind mu (mean of the iterations 13.5 against 15.1).
+// gamma times themselves: they should not lag behind mu.
 void aim_corrector(const hom_data& d, const hom_point& dir, double gamma, double mu, double second,
                    hom_aim& aim) noexcept {
   aim.feas = 0;

@@ -12,7 +12,7 @@ namespace tvn {
 namespace {
 
 constexpr int32_t max_level = 8;
-// Whatever a factorisation costs: as many as gain. A budget by its flops made 14.3 iterations of 12.4, and took longer.
+// Whatever a factorisation costs: as many as gain. A budget by its flops made 14.3 iterations of 12.4, in no less time.
 constexpr int32_t free_correctors = 10;
 constexpr double base_delta = 1e-12, base_rho = 1e-12; // at level 0; ten times more with each level
 constexpr double short_step = 1e-3;                    // asks for a higher level

@@ -18,7 +18,8 @@ namespace {
 
 // Residuals on the user's data are relative to each bound, those of the loop to the largest one.
 constexpr double reltol = 100, relgap = 10;
-constexpr double widening = 1000; // of the tolerances for a near optimum
+constexpr double widening = 100;  // of the tolerances for a near optimum
+constexpr double leasttol = 1e-9; // rounding of the data allows no smaller one
 
 struct ipm_run {
   sysenv& sys;
@@ -36,8 +37,8 @@ bool is_stop(hs_code code) {
 }
 
 lp_tolerances tolerances(const hs_param& p, double factor) {
-  lp_tolerances tol{factor * reltol * p.tolpfeas, factor * reltol * p.toldfeas};
-  tol.gap = factor * std::max(tol.gap, relgap * p.tolgap);
+  lp_tolerances tol{factor * std::max(leasttol, reltol * p.tolpfeas), factor * std::max(leasttol, reltol * p.toldfeas)};
+  tol.gap = factor * std::max(leasttol, relgap * p.tolgap);
   return tol;
 }
 
@@ -301,7 +302,10 @@ bool is_answer(int32_t solsta) {
 void attempt::settle() {
   ipm_info& info = run.info;
   const int32_t claim = exact_claim(info.hs.solsta);
-  if (claim == sol_unknown && is_stop(info.response)) return; // there is no time to see what stands
+  if (claim == sol_unknown && is_stop(info.response)) { // there is no time to see what stands
+    if (!TVN_prslv_isfinite(run.lp, run.sol)) TVN_prslv_clearsolution(run.lp, run.sol);
+    return;
+  }
   lp_verdict v = verdict(claim, 1);
   if (!is_answer(v.solsta)) {
     const lp_verdict wide = verdict(claim, widening);
@@ -315,14 +319,20 @@ void attempt::settle() {
   info.objective = v.objective;
   info.primalviol = v.primalviol;
   info.dualviol = v.dualviol;
+  if (!TVN_prslv_isfinite(run.lp, run.sol)) {
+    TVN_prslv_clearsolution(run.lp, run.sol);
+    info.solsta = info.prosta = 0;
+  }
   if (is_answer(info.solsta) && !is_stop(info.response)) info.response = hs_code::ok;
+  if (!is_answer(exact_claim(info.solsta)) && info.response == hs_code::ok) info.response = hs_code::numerical;
   if (is_answer(info.solsta) || !(is_stop(info.response) || info.response == hs_code::max_iterations)) return;
   info.prosta = pro_unknown; // of a run that was cut short nothing is said
   info.solsta = sol_unknown;
 }
 
 // From the problem to a solution with a status. False: another attempt is to be made.
-bool attempt_once(const ipm_run& run, bool presolve) {
+bool attempt_once(const ipm_run& run) {
+  const bool presolve = run.param.presolve;
   attempt a(run);
   ipm_info& info = run.info;
   info.response = hs_code::ok;
@@ -371,18 +381,18 @@ int32_t rank_of(int32_t solsta) {
   return solsta == sol_unknown ? 0 : 1;
 }
 
-// Attempts until one stands: without the far bounds, as given, without presolve. The best of them is kept.
+// Attempts until one stands: without the far bounds, as given, from another start in the primal form, without presolve.
+// The best of them is kept.
 struct attempts {
   const ipm_run& run;
   std::optional<kept_solution> kept;
   ipm_info best;
 
   // False when another one is to be made.
-  bool make(const lp_view& lp, bool presolve) {
+  bool make(const lp_view& lp, const ipm_param& param) {
     ipm_info& info = run.info;
     if (kept.has_value() || info.numruns > 0) keep();
-    const bool stands =
-        attempt_once({run.sys, run.lp, lp, run.param, info, run.progress, run.sol, run.watch}, presolve);
+    const bool stands = attempt_once({run.sys, run.lp, lp, param, info, run.progress, run.sol, run.watch});
     if (kept.has_value() && rank_of(info.solsta) < rank_of(best.solsta)) restore();
     return stands;
   }
@@ -442,10 +452,15 @@ void TVN_opt_ipmslv(sysenv& sys, const lp_view& lp, const ipm_param& param, ipm_
   watch.handle = const_cast<ipm_run*>(&run);
   watch.ask = ask_user;
   attempts tries{run, {}, {}};
-  bool stands = near.numfar > 0 && tries.make(near.lp, param.presolve);
-  if (!stands && near.numfar > 0 && info.numruns == 0) stands = tries.make(near.lp, false);
-  if (!stands) stands = tries.make(lp, param.presolve);
-  if (!stands && param.presolve) (void)tries.make(lp, false);
+  ipm_param direct = param, other = param; // what may work where the settings do not
+  direct.presolve = false;
+  bool stands = near.numfar > 0 && tries.make(near.lp, param);
+  if (!stands && near.numfar > 0 && info.numruns == 0) stands = tries.make(near.lp, direct);
+  if (!stands) stands = tries.make(lp, param);
+  other.hs.start = hs_startpoint::constant;
+  if (info.dualform) other.form = ipm_form::primal;
+  if (!stands && info.numruns > 0) stands = tries.make(lp, other);
+  if (!stands && param.presolve) (void)tries.make(lp, direct);
   put_keys(lp, sol);
 }
 

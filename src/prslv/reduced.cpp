@@ -4,6 +4,7 @@
 #include "verify/verify.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace tvn {
 
@@ -192,6 +193,15 @@ near_problem::near_problem(sysenv& sys, const lp_view& given, const lp_solution*
   }
   lp.bkc = bkc.data();
   lp.bkx = bkx.data();
+}
+
+bool TVN_prslv_isfinite(const lp_view& lp, const lp_solution& sol) {
+  const auto all = [](const double* v, int32_t n) {
+    return std::all_of(v, v + n, [](double x) { return std::isfinite(x); });
+  };
+  for (const double* v : {sol.xc, sol.y, sol.slc, sol.suc})
+    if (!all(v, lp.numcon)) return false;
+  return all(sol.xx, lp.numvar) && all(sol.slx, lp.numvar) && all(sol.sux, lp.numvar);
 }
 
 void TVN_prslv_clearduals(const lp_view& lp, lp_solution& sol) {

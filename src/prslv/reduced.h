@@ -41,7 +41,8 @@ struct near_problem {
   near_problem(sysenv& sys, const lp_view& given, const lp_solution* keys);
 };
 
-void TVN_prslv_clearsolution(const lp_view& lp, lp_solution& sol); // logical basis, all values 0
+void TVN_prslv_clearsolution(const lp_view& lp, lp_solution& sol);  // logical basis, all values 0
+bool TVN_prslv_isfinite(const lp_view& lp, const lp_solution& sol); // all values
 void TVN_prslv_clearduals(const lp_view& lp, lp_solution& sol);
 // Activities and reduced costs of the user's problem from x and y, so that the identities hold to the last digit. In a
 // basic solution what its key says rests there.

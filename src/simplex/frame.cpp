@@ -263,15 +263,6 @@ void optimize_dual(const simplex_run& run) {
   clean_up(run.with(again));
 }
 
-bool is_finite(const lp_view& lp, const lp_solution& sol) {
-  const auto all = [](const double* v, int32_t n) {
-    return std::all_of(v, v + n, [](double x) { return std::isfinite(x); });
-  };
-  for (const double* v : {sol.xc, sol.y, sol.slc, sol.suc})
-    if (!all(v, lp.numcon)) return false;
-  return all(sol.xx, lp.numvar) && all(sol.slx, lp.numvar) && all(sol.sux, lp.numvar);
-}
-
 // A run that was cut short may have reached what it was after; one whose numbers have overflown has nothing to show.
 void settle_end(const lp_view& lp, simplex_info& info, lp_solution& sol) {
   const auto r = info.response;
@@ -283,7 +274,7 @@ void settle_end(const lp_view& lp, simplex_info& info, lp_solution& sol) {
     std::for_each(sol.xc, sol.xc + lp.numcon, tidy);
     std::for_each(sol.xx, sol.xx + lp.numvar, tidy);
   }
-  if (is_finite(lp, sol)) return;
+  if (TVN_prslv_isfinite(lp, sol)) return;
   TVN_prslv_clearsolution(lp, sol);
   info.solsta = sol_unknown;
   info.prosta = pro_unknown;

@@ -65,7 +65,6 @@ hs_param TVN_homogeneousparam(const task& t, bool maximize) {
   p.toldfeas = dv[TVN_DPAR_INTPNT_TOL_DFEAS];
   p.tolgap = dv[TVN_DPAR_INTPNT_TOL_REL_GAP];
   p.tolinfeas = dv[TVN_DPAR_INTPNT_TOL_INFEAS];
-  p.tolmured = dv[TVN_DPAR_INTPNT_TOL_MU_RED];
   p.tolpath = dv[TVN_DPAR_INTPNT_TOL_PATH];
   p.tolstepsize = dv[TVN_DPAR_INTPNT_TOL_STEP_SIZE];
   p.tolrelstep = dv[TVN_DPAR_INTPNT_TOL_REL_STEP];
