@@ -149,9 +149,14 @@ int32_t count_candidates(const choice_input& in, const dense_search& s) noexcept
   return found;
 }
 
+// Products that a pattern may cost without a thought.
+double product_cap(const choice_input& in) noexcept {
+  return std::max(2e6, 16.0 * (in.a.numrow + 2.0 * static_cast<double>(in.nnz)));
+}
+
 // The columns whose clique alone is more than a pattern should hold.
 int32_t count_oversized(const choice_input& in, const dense_search& s, int32_t candidates) noexcept {
-  const double cap = std::max(2e6, 16.0 * (in.a.numrow + 2.0 * static_cast<double>(in.nnz)));
+  const double cap = product_cap(in);
   int32_t num = 0;
   while (num < candidates && clique(in.a, s.bylength[num]) > cap) num++;
   return num;
@@ -232,7 +237,11 @@ sfk_code search_adat(const choice_input& in, bool noneapart, kkt_plan& best, boo
   const int32_t candidates = noneapart ? 0 : count_candidates(in, s), oversized = count_oversized(in, s, candidates);
   find_ends(in, oversized, candidates, s);
   int32_t tries = 0;
-  for (int32_t t = -1; t < s.numends; t++) {
+  // The set of those alone comes first, or, where the others together are too many, last: it may not be worth a try
+  // then.
+  const bool last = s.numends > 0 && rest_products(in, s, oversized) > product_cap(in);
+  for (int32_t k = 0; k <= s.numends; k++) {
+    const int32_t t = last ? (k < s.numends ? k : -1) : k - 1;
     const int32_t num = t < 0 ? oversized : s.ends[t];
     if (t >= 0 && num == oversized) continue;
     const double products = rest_products(in, s, num);
