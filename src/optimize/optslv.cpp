@@ -460,7 +460,8 @@ void TVN_opt_ipmslv(sysenv& sys, const lp_view& lp, const ipm_param& param, ipm_
   other.hs.start = hs_startpoint::constant;
   if (info.dualform) other.form = ipm_form::primal;
   if (!stands && info.numruns > 0) stands = tries.make(lp, other);
-  if (!stands && param.presolve) (void)tries.make(lp, direct);
+  other.presolve = false;
+  if (!stands && param.presolve) (void)tries.make(lp, other);
   put_keys(lp, sol);
 }
 
