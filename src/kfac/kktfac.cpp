@@ -70,6 +70,8 @@ void make_storage(kktfac& k, int32_t schurspc) {
   TVN_sc_create(sys, k.factor, schurspc + k.params.maxlow, k.schur);
   k.low.reset(sys, int64_t{k.params.maxlow} * k.numcol);
   k.sigma.reset(sys, k.params.maxlow);
+  k.lowgiven.reset(sys, int64_t{k.params.maxlow} * k.numcol);
+  k.sigmagiven.reset(sys, k.params.maxlow);
   for (buffer<double>* b : {&k.h, &k.hfac, &k.invh}) b->reset(sys, k.numcol);
   for (buffer<double>* b : {&k.d, &k.dfac}) b->reset(sys, k.numrow);
   for (buffer<double>* b : {&k.scale, &k.added}) b->reset(sys, k.n);

@@ -136,14 +136,16 @@ struct kktfac {
   buffer<double> h, hfac, invh;     // [numcol] H, H + Rp at least its floor, its inverse
   buffer<double> hoff;              // by place in the pattern of H
   int32_t numlow = 0, maxtaken = 0; // terms at hand; repairs for which the Schur part has room
-  buffer<double> low, sigma;        // [maxlow * numcol] [maxlow] perhaps other terms than the caller's, of the same sum
-  buffer<double> d, dfac;           // [numrow]
-  kkt_floor floor;                  // sqdt
-  buffer<double> scale;             // [n] by node, powers of two
-  buffer<double> added;             // [n] by position, what pivots were raised by
-  buffer<int32_t> local;            // [numrow] work of the forming
-  buffer<int32_t> longslot;         // [numcol + numrow] of equations of many terms, else -1; empty: there is none
-  double trust = 1e-6;              // residual of a trial solve up to which columns that are apart stay there
+  buffer<double> low, sigma; // [maxlow * numcol] [maxlow] for the factor: others than the caller's, of near that sum
+  int32_t numgiven = 0;      // the caller's, for residuals
+  buffer<double> lowgiven, sigmagiven;
+  buffer<double> d, dfac;   // [numrow]
+  kkt_floor floor;          // sqdt
+  buffer<double> scale;     // [n] by node, powers of two
+  buffer<double> added;     // [n] by position, what pivots were raised by
+  buffer<int32_t> local;    // [numrow] work of the forming
+  buffer<int32_t> longslot; // [numcol + numrow] of equations of many terms, else -1; empty: there is none
+  double trust = 1e-6;      // residual of a trial solve up to which columns that are apart stay there
   kkt_broughtin broughtin;
   bool large = false;    // a pass over A takes a while
   bool stopped = false;  // by the user, between passes

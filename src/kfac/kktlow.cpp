@@ -1,4 +1,5 @@
-// Rank-one terms of H that nearly depend on each other, brought to others with the same sum.
+// Rank-one terms of H that nearly depend on each other, brought to others of near the same sum, for the factor:
+// residuals know those given.
 //
 // Where sigma v v' of opposite signs cancel, what they leave is less than the rounding of their Schur matrix, which
 // holds v' inv(H) v and 1 / sigma as a sum. With V = Q R, Q' inv(H) Q = I, the sum V S V' is Q M Q' with the small

@@ -80,6 +80,9 @@ bool copy_numbers(const kktfac_numbers& from, kktfac& k) noexcept {
     double* const v = k.low.data() + int64_t{k.numlow++} * k.numcol;
     for (int32_t j = 0; j < k.numcol; j++) v[j] = k.invh[j] == 0 ? 0.0 : from.low[int64_t{c} * k.numcol + j];
   }
+  k.numgiven = k.numlow;
+  std::copy_n(k.low.data(), int64_t{k.numlow} * k.numcol, k.lowgiven.data());
+  std::copy_n(k.sigma.data(), k.numlow, k.sigmagiven.data());
   if (good) kktfac_combineterms(k);
   return good;
 }

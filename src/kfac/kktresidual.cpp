@@ -60,12 +60,12 @@ void subtract_quadratic(const kktfac& k, const residual_sums<T, L>& sums, const 
 }
 
 template <class T> void subtract_terms(const kktfac& k, const double* v, T* r, double& most) noexcept {
-  for (int32_t c = 0; c < k.numlow; c++) {
-    const double* const low = k.low.data() + int64_t{c} * k.numcol;
+  for (int32_t c = 0; c < k.numgiven; c++) {
+    const double* const low = k.lowgiven.data() + int64_t{c} * k.numcol;
     long double sum = 0;
     for (int32_t j = 0; j < k.numcol; j++) sum += static_cast<long double>(low[j]) * v[j];
     for (int32_t j = 0; j < k.numcol; j++) {
-      const T t = static_cast<T>(k.sigma[c] * sum) * low[j];
+      const T t = static_cast<T>(k.sigmagiven[c] * sum) * low[j];
       see(most, static_cast<double>(t));
       r[j] -= t;
     }

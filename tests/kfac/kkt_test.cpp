@@ -181,6 +181,28 @@ TEST(Kkt, CountsInertiaWhereTermsCancel) {
   }
 }
 
+// An H of 24 decades: all terms look alike beside it.
+TEST(Kkt, SolvesForTheTermsThatWereGiven) {
+  for (const kkt_form form : {kkt_form::adat, kkt_form::sqdt}) {
+    kkt_case c;
+    c.n = 2;
+    c.beg = {0, 0, 0};
+    c.h = {10, 1e-14};
+    c.low = {3, 3, -3, 3};
+    c.sigma = {1, 1};
+    kktfac_params params;
+    params.ktpe = form;
+    params.maxlow = 2;
+    solver t;
+    ASSERT_EQ(t.setup(c, params), kktfac_code::ok);
+    ASSERT_EQ(TVN_kktfac_numfac(t.k, c.numbers()), kktfac_code::ok);
+    std::vector<double> x = {1, 1};
+    ASSERT_EQ(t.solve(x), kktfac_code::ok);
+    EXPECT_NEAR(x[0], 1.0 / 28, 1e-12);
+    EXPECT_NEAR(x[1], 1.0 / 18, 1e-12);
+  }
+}
+
 // Each row twice, and one without an entry.
 kkt_case doubled_case(std::mt19937_64& rng, uint64_t seed) {
   shape s;
