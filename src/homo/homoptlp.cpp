@@ -130,12 +130,13 @@ bool raise(hom_run& run) noexcept {
 
 // A direction need not be more accurate than the point is good.
 void set_accuracy(hom_run& run) noexcept {
-  constexpr double loosest = 1e-7, krylov = 5; // of a residual; above tolrefine corrections are combined
+  constexpr double loosest = 1e-7;                  // of a residual
+  constexpr double krylov = 5, least_krylov = 1e-9; // above so many tolrefine corrections are combined
   const kktfac_params usual;
   const double left = std::min(run.grade.merit(), run.grade.certificate()) * run.tol.tolgap; // of the error, relative
   kktfac_params& p = run.w.k.params;
   p.tolrefine = std::clamp(0.1 * left, usual.tolrefine, loosest);
-  p.tolkrylov = std::max(usual.tolkrylov, krylov * p.tolrefine);
+  p.tolkrylov = std::max(least_krylov, krylov * p.tolrefine);
 }
 
 // A direction of the present point, at whatever level gives one.

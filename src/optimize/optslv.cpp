@@ -432,10 +432,28 @@ void put_keys(const lp_view& lp, lp_solution& sol) {
       sol.skx[j] = key_by_values(lp.bkx[j], sol.xx[j], lp.blx[j], lp.bux[j], sol.slx[j], sol.sux[j]);
 }
 
+// The problem with ranges of width 0 as what they are: inside them is no room.
+struct plain_problem {
+  lp_view lp;
+  buffer<int32_t> bkc, bkx;
+
+  plain_problem(sysenv& sys, const lp_view& given) : lp(given), bkc(sys, given.numcon), bkx(sys, given.numvar) {
+    const auto plain = [](int32_t bk, double bl, double bu) {
+      return bk == bk_ra && bl == bu ? static_cast<int32_t>(bk_fx) : bk;
+    };
+    for (int32_t i = 0; i < lp.numcon; i++) bkc[i] = plain(given.bkc[i], given.blc[i], given.buc[i]);
+    for (int32_t j = 0; j < lp.numvar; j++) bkx[j] = plain(given.bkx[j], given.blx[j], given.bux[j]);
+    lp.bkc = bkc.data();
+    lp.bkx = bkx.data();
+  }
+};
+
 } // namespace
 
-void TVN_opt_ipmslv(sysenv& sys, const lp_view& lp, const ipm_param& param, ipm_info& info,
+void TVN_opt_ipmslv(sysenv& sys, const lp_view& given, const ipm_param& param, ipm_info& info,
                     const ipm_progress& progress, lp_solution& sol) {
+  const plain_problem own(sys, given);
+  const lp_view& lp = own.lp;
   info = {};
   TVN_prslv_clearsolution(lp, sol);
   if (const int32_t item = TVN_verify_crossingitem(lp); item >= 0) {
@@ -457,9 +475,10 @@ void TVN_opt_ipmslv(sysenv& sys, const lp_view& lp, const ipm_param& param, ipm_
   bool stands = near.numfar > 0 && tries.make(near.lp, param);
   if (!stands && near.numfar > 0 && info.numruns == 0) stands = tries.make(near.lp, direct);
   if (!stands) stands = tries.make(lp, param);
+  if (!stands && info.numruns == 0) stands = tries.make(lp, direct); // presolve has seen that there is no dual point
   other.hs.start = hs_startpoint::constant;
   if (info.dualform) other.form = ipm_form::primal;
-  if (!stands && info.numruns > 0) stands = tries.make(lp, other);
+  if (!stands) stands = tries.make(lp, other);
   other.presolve = false;
   if (!stands && param.presolve) (void)tries.make(lp, other);
   put_keys(lp, sol);
