@@ -64,7 +64,7 @@ struct attempt {
   const lp_view& given() const { return ctx ? reduced.lp : run.near; }
   bool presolve();
   void choose_form();
-  void prepare();
+  bool prepare();
   void solve();
   bool carry(int32_t solsta);
   bool walk_back(int32_t claim);
@@ -152,14 +152,17 @@ void attempt::choose_form() {
   if (!(margin * predicted_seconds(run, other.hs) < predicted_seconds(run, prepared.hs))) dual.reset();
 }
 
-void attempt::prepare() {
+// False when it was stopped on the way.
+bool attempt::prepare() {
   choose_form();
+  if (run.watch.stopped()) return false;
   TVN_opt_prepare(run.sys, dual ? dual->dual : given(), prepared);
   point = prepared.point();
   run.info.dualform = dual.has_value();
   run.info.numcon = prepared.hs.a.numrow;
   run.info.numvar = prepared.hs.a.numcol;
   run.info.numanz = prepared.ptr[run.info.numvar];
+  return !run.watch.stopped();
 }
 
 // Figures of the loop as those of the problem.
@@ -231,6 +234,29 @@ void drop_far(const lp_view& near, const lp_view& lp, lp_solution& sol) {
   }
 }
 
+// The claim without its doubt: it is looked at with wider tolerances instead.
+int32_t exact_claim(int32_t solsta) {
+  switch (solsta) {
+  case sol_near_optimal: return sol_optimal;
+  case sol_near_prim_infeas_cer: return sol_prim_infeas_cer;
+  case sol_near_dual_infeas_cer: return sol_dual_infeas_cer;
+  default: return solsta;
+  }
+}
+
+// A value that the way back has left outside its own bounds is set on them: what it makes of the rows is judged. True
+// when there was one.
+bool keep_bounds(const lp_view& lp, lp_solution& sol) {
+  bool moved = false;
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    const double x = sol.xx[j];
+    if (has_lower(lp.bkx[j]) && x < lp.blx[j]) sol.xx[j] = lp.blx[j];
+    if (has_upper(lp.bkx[j]) && x > lp.bux[j]) sol.xx[j] = lp.bux[j];
+    moved = moved || sol.xx[j] != x;
+  }
+  return moved;
+}
+
 // The point of the loop, which has the claim solsta there, as solution of the user's problem. False when stopped.
 bool attempt::carry(int32_t solsta) {
   lp_solution& to = ctx ? reduced.sol : run.sol;
@@ -245,6 +271,9 @@ bool attempt::carry(int32_t solsta) {
     TVN_prslv_spreadreduced(reduced, run.lp.numcon, run.lp.numvar, run.sol);
     if (!walk_back(claim)) return false;
   }
+  const int32_t exact = exact_claim(claim);
+  const bool certificate = exact == sol_prim_infeas_cer || exact == sol_dual_infeas_cer;
+  if (!certificate && keep_bounds(run.near, run.sol)) TVN_prslv_refresh(run.sys, run.near, claim, run.sol, false);
   drop_far(run.near, run.lp, run.sol);
   return true;
 }
@@ -272,16 +301,6 @@ lp_verdict attempt::verdict(int32_t claim, double factor) const {
   v.solsta = v.prosta = 0;
   v.holds = false;
   return v;
-}
-
-// The claim without its doubt: it is looked at with wider tolerances instead.
-int32_t exact_claim(int32_t solsta) {
-  switch (solsta) {
-  case sol_near_optimal: return sol_optimal;
-  case sol_near_prim_infeas_cer: return sol_prim_infeas_cer;
-  case sol_near_dual_infeas_cer: return sol_dual_infeas_cer;
-  default: return solsta;
-  }
 }
 
 int32_t near_form(int32_t solsta) {
@@ -339,14 +358,17 @@ bool attempt_once(const ipm_run& run) {
   info.hs = {};
   const bool reduced = !presolve || a.presolve();
   if (info.prslv.status == prs_dual_infeas && presolve) return false; // a ray says nothing of feasible points
-  if (reduced) {
-    a.prepare();
-    a.solve();
-    if (!a.accepted && !a.carry(a.dual ? TVN_dualize_solsta(info.hs.solsta) : info.hs.solsta))
-      info.hs.solsta = sol_unknown;
-  } else if (info.response != hs_code::ok || !a.walk_back(sol_prim_infeas_cer)) {
+  bool carried = reduced ? a.prepare() : info.response == hs_code::ok && a.walk_back(sol_prim_infeas_cer);
+  if (!carried) { // stopped before there was a point
+    if (info.response == hs_code::ok) info.response = static_cast<hs_code>(run.watch.stop);
     TVN_prslv_clearsolution(run.lp, run.sol);
+    info.solsta = info.prosta = 0;
     return true;
+  }
+  if (reduced) {
+    a.solve();
+    carried = a.accepted || a.carry(a.dual ? TVN_dualize_solsta(info.hs.solsta) : info.hs.solsta);
+    if (!carried) info.hs.solsta = sol_unknown;
   }
   a.settle();
   return is_answer(info.solsta) || info.response == hs_code::max_iterations || is_stop(info.response);
@@ -406,6 +428,7 @@ private:
     kept->restore(run.lp, run.sol);
     best.numiter = run.info.numiter;
     best.numruns = run.info.numruns;
+    if (is_stop(run.info.response)) best.response = run.info.response;
     run.info = best;
   }
 };
