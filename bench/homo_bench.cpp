@@ -1,7 +1,7 @@
 // The interior-point loop on each file of TOVAN_DATA/FOLDER, presolved, in standard form: a line a file with the
 // iterations, correctors, levels, residuals, and where the time goes. Arguments: names of files; infeasible: the other
 // folder; presolve=0|1, maxcor=N, start=N, form=N, diff=0|1, scaling=0|1, log.
-#include "homo/hslv.h"
+#include "optimize/prepare.h"
 #include "prslv/reduced.h"
 #include "tovan.h"
 
@@ -75,58 +75,6 @@ void read_file(const std::string& path, problem& p) {
   v.bux = p.bux.data();
 }
 
-struct standard {
-  int32_t m = 0, n = 0;
-  std::vector<int64_t> beg{0};
-  std::vector<int32_t> sub, bk;
-  std::vector<double> val, c, b, up;
-  double cfix = 0;
-
-  // A column with its bounds, shifted and turned so that it starts at 0.
-  void add(int32_t num, const int32_t* rows, const double* values, double cost, int32_t key, double bl, double bu) {
-    const double sign = key == tvn::bk_up ? -1 : 1, at = key == tvn::bk_up ? bu : key == tvn::bk_fr ? 0 : bl;
-    cfix += cost * at;
-    for (int32_t k = 0; k < num; k++) b[static_cast<size_t>(rows[k])] -= values[k] * at;
-    if (key == tvn::bk_fx) return;
-    for (int32_t k = 0; k < num; k++) {
-      sub.push_back(rows[k]);
-      val.push_back(sign * values[k]);
-    }
-    beg.push_back(static_cast<int64_t>(sub.size()));
-    c.push_back(sign * cost);
-    bk.push_back(key == tvn::bk_up ? tvn::bk_lo : key);
-    up.push_back(key == tvn::bk_ra ? bu - bl : 0);
-    n++;
-  }
-  tvn::hs_problem view() const {
-    tvn::hs_problem p;
-    p.a = {m, n, beg.data(), beg.data() + 1, sub.data(), val.data()};
-    p.c = c.data();
-    p.b = b.data();
-    p.bk = bk.data();
-    p.up = up.data();
-    p.cfix = cfix;
-    return p;
-  }
-};
-
-standard make_standard(const tvn::lp_view& lp) {
-  standard s;
-  s.m = lp.numcon;
-  s.cfix = lp.cfix;
-  s.b.assign(static_cast<size_t>(lp.numcon), 0.0);
-  const auto cc = [&](int32_t i) { return lp.cslack ? lp.cslack[i] : 0.0; };
-  for (int32_t j = 0; j < lp.numvar; j++) {
-    double cost = lp.c[j];
-    for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) cost += lp.val[p] * cc(lp.sub[p]);
-    s.add(static_cast<int32_t>(lp.ptre[j] - lp.ptrb[j]), lp.sub + lp.ptrb[j], lp.val + lp.ptrb[j], cost, lp.bkx[j],
-          lp.blx[j], lp.bux[j]);
-  }
-  const double minus = -1;
-  for (int32_t i = 0; i < lp.numcon; i++) s.add(1, &i, &minus, 0, lp.bkc[i], lp.blc[i], lp.buc[i]);
-  return s;
-}
-
 int32_t print(void* handle, tvn::hs_event event, const tvn::hs_info& i) {
   if (event == tvn::hs_event::iteration && *static_cast<bool*>(handle))
     std::printf("%4d %18.10e %18.10e %8.1e %8.1e %8.1e %8.1e %8.1e  cor %d lev %d res %.1e ref %lld\n", i.iter, i.pobj,
@@ -140,34 +88,35 @@ struct settings {
   tvn::hs_param param;
 };
 
-void solve(const std::string& name, const standard& s, settings set) {
+void solve(const std::string& name, const tvn::lp_view& lp, settings set) {
   tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
-  const auto n = static_cast<size_t>(s.n), m = static_cast<size_t>(s.m);
-  std::vector<double> x(n), z(n), sup(n), y(m);
-  std::vector<int32_t> sk(n);
-  tvn::hs_point point{x.data(), z.data(), sup.data(), y.data(), sk.data()};
-  tvn::hs_info i;
-  tvn::run_watch watch;
-  const double start = seconds();
-  TVN_hs_optlp(*sys, s.view(), set.param, watch, {&set.log, print}, {}, point, i);
-  const double all = seconds() - start;
-  const tvn::kktfac_info& f = i.fac;
-  std::printf("%-10s %6d %7d %2d %2d %3d %3d %d %18.10e %8.1e %8.1e %8.1e %2d %3d %8.2e %8.1e %8.2f %7.2f %7.2f %7.2f "
-              "%7.2f %4lld %4lld\n",
-              name.c_str(), s.m, s.n, static_cast<int>(i.response), i.solsta, i.iter, i.numcorrectors, i.maxlevel,
-              i.pobj, i.pfeas, i.dfeas, i.gap, static_cast<int>(f.form), f.numdense, f.fflops + f.adaflops, i.kaptau,
-              1e3 * all, 1e3 * (f.ordertime + f.setuptime), 1e3 * (f.formtime + f.factime + f.schurtime),
-              1e3 * f.solvetime,
-              1e3 * (all - f.ordertime - f.setuptime - f.formtime - f.factime - f.schurtime - f.solvetime),
-              static_cast<long long>(f.numsolve), static_cast<long long>(f.numrefine));
-  std::fflush(stdout);
+  {
+    tvn::prepared_problem s;
+    TVN_opt_prepare(*sys, lp, s);
+    tvn::hs_point point = s.point();
+    tvn::hs_info i;
+    tvn::run_watch watch;
+    const double start = seconds();
+    TVN_hs_optlp(*sys, s.hs, set.param, watch, {&set.log, print}, {}, point, i);
+    const double all = seconds() - start;
+    const tvn::kktfac_info& f = i.fac;
+    std::printf(
+        "%-10s %6d %7d %2d %2d %3d %3d %d %18.10e %8.1e %8.1e %8.1e %2d %3d %8.2e %8.1e %8.2f %7.2f %7.2f %7.2f "
+        "%7.2f %4lld %4lld\n",
+        name.c_str(), s.hs.a.numrow, s.hs.a.numcol, static_cast<int>(i.response), i.solsta, i.iter, i.numcorrectors,
+        i.maxlevel, i.pobj, i.pfeas, i.dfeas, i.gap, static_cast<int>(f.form), f.numdense, f.fflops + f.adaflops,
+        i.kaptau, 1e3 * all, 1e3 * (f.ordertime + f.setuptime), 1e3 * (f.formtime + f.factime + f.schurtime),
+        1e3 * f.solvetime, 1e3 * (all - f.ordertime - f.setuptime - f.formtime - f.factime - f.schurtime - f.solvetime),
+        static_cast<long long>(f.numsolve), static_cast<long long>(f.numrefine));
+    std::fflush(stdout);
+  }
   tvn::TVN_sysenv_delete(&sys);
 }
 
 void run(const std::string& name, const std::string& path, const settings& set) {
   problem p;
   read_file(path, p);
-  if (!set.presolve) return solve(name, make_standard(p.lp), set);
+  if (!set.presolve) return solve(name, p.lp, set);
   tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
   {
     tvn::editable_problem e;
@@ -180,7 +129,7 @@ void run(const std::string& name, const std::string& path, const settings& set) 
     if (stats.status == tvn::prs_undecided) {
       tvn::reduced_problem r;
       TVN_prslv_copyreduced(*sys, *ctx, r);
-      solve(name, make_standard(r.lp), set);
+      solve(name, r.lp, set);
     } else {
       std::printf("%-10s presolve: %d\n", name.c_str(), stats.status);
     }

@@ -121,19 +121,12 @@ void put_columns(const lp_view& lp, const dual_layout& at, const dual_data& v) {
     if (at.suxcol[j] >= 0) put(at.suxcol[j], bk_lo, lp.bux[j]);
 }
 
-double cost_of(const lp_view& lp, int32_t j) {
-  long double c = lp.c[j];
-  if (lp.cslack)
-    for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) c += static_cast<long double>(lp.cslack[lp.sub[p]]) * lp.val[p];
-  return static_cast<double>(c);
-}
-
 // Rows from the columns of the primal; what fixed ones cost.
 double put_rows(const lp_view& lp, const dual_layout& at, const dual_data& v) {
   long double cfix = -static_cast<long double>(lp.cfix);
   for (int32_t j = 0; j < lp.numvar; j++) {
     const int32_t bk = lp.bkx[j], r = at.row[j];
-    const double c = cost_of(lp, j), rest = has_lower(bk) ? lp.blx[j] : has_upper(bk) ? lp.bux[j] : 0.0;
+    const double c = TVN_prslv_foldedcost(lp, j), rest = has_lower(bk) ? lp.blx[j] : has_upper(bk) ? lp.bux[j] : 0.0;
     cfix -= static_cast<long double>(rest) * c;
     if (r >= 0) {
       put_bound(v.bkc, v.blc, v.buc, r, bk == bk_fr ? bk_fx : has_lower(bk) ? bk_up : bk_lo, c);
@@ -215,11 +208,6 @@ void put_keys(const lp_view& lp, const dual_layout& at, const lp_solution& dual,
     const int32_t side = bk == bk_fr ? sk_supbas : upp || bk == bk_up ? sk_upr : sk_low;
     sol.skx[j] = bk == bk_fx ? sk_fix : slack || upp ? side : static_cast<int32_t>(sk_bas);
   }
-}
-
-bool is_certificate(int32_t solsta) {
-  return solsta == sol_prim_infeas_cer || solsta == sol_near_prim_infeas_cer || solsta == sol_dual_infeas_cer ||
-         solsta == sol_near_dual_infeas_cer;
 }
 
 // Rows of which the dual knew one side only keep the other one by a move of the column that said so, which costs

@@ -105,7 +105,6 @@ void hom_move::make(sysenv& sys, const hom_data& d) {
 newton_code hom_choosemove(const hom_data& d, const hom_point& p, const hom_residual& r, const hom_figures& f,
                            int32_t maxcor, newton& w, hom_move& v) noexcept {
   v.numcor = 0;
-  v.dropped = false;
   aim_affine(d, p, v.aim);
   newton_code code = hom_search(d, p, r, v.aim, w, v.dir);
   if (code != newton_code::ok) return code;

@@ -114,10 +114,9 @@ void hom_update(const hom_data& d, const hom_point& dir, hom_steps a, hom_point&
 struct hom_move {
   hom_point dir, cor; // so far, and what may be added
   hom_aim aim;
-  hom_steps a, affine;  // largest steps of dir, and of the predictor
-  double gamma = 0;     // share of mu that is aimed at
-  int32_t numcor = 0;   // further correctors that were taken
-  bool dropped = false; // the second order terms
+  hom_steps a, affine; // largest steps of dir, and of the predictor
+  double gamma = 0;    // share of mu that is aimed at
+  int32_t numcor = 0;  // further correctors that were taken
 
   void make(sysenv& sys, const hom_data& d);
 };

@@ -76,7 +76,6 @@ void hom_tellend(hom_run& run) {
   tell(run, level_summary, "xmin       : %-18.6e\n", x.least);
   tell(run, level_summary, "smax       : %-18.6e\n", s.most);
   tell(run, level_summary, "smin       : %-18.6e\n", s.least);
-  tell(run, level_summary, "numdropcor : %d\n", run.info->numdropped);
 }
 
 } // namespace tvn

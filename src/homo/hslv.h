@@ -60,12 +60,12 @@ struct hs_info {
   int32_t iter = 0;
   double pobj = 0, dobj = 0, kaptau = 0, pfeas = 0, dfeas = 0, gap = 0, mu = 0; // of the last iteration
   double starttime = 0;                                                         // clock reading
-  int32_t numcorrectors = 0, numdropped = 0; // further correctors in all; iterations whose corrector was dropped
-  int32_t level = 0, maxlevel = 0;           // of regularisation: now and the highest so far
-  int32_t numjudged = 0;                     // proposals that were turned down
-  kktfac_info fac;                           // of the factor
-  const char* line = nullptr;                // with hs_event::line
-  int32_t linelevel = 0;                     // the log level from which on the line is wanted
+  int32_t numcorrectors = 0;                                                    // further ones in all
+  int32_t level = 0, maxlevel = 0; // of regularisation: now and the highest so far
+  int32_t numjudged = 0;           // proposals that were turned down
+  kktfac_info fac;                 // of the factor
+  const char* line = nullptr;      // with hs_event::line
+  int32_t linelevel = 0;           // the log level from which on the line is wanted
 };
 
 enum class hs_event : int32_t {

@@ -31,6 +31,10 @@ enum sol_status : int32_t {
   sol_near_prim_infeas_cer = 12,
   sol_near_dual_infeas_cer = 13,
 };
+constexpr bool is_certificate(int32_t solsta) noexcept { // exact or near
+  return solsta == sol_prim_infeas_cer || solsta == sol_dual_infeas_cer || solsta == sol_near_prim_infeas_cer ||
+         solsta == sol_near_dual_infeas_cer;
+}
 enum pro_status : int32_t {
   pro_unknown = 0,
   pro_prim_and_dual_feas = 1,

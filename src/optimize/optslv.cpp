@@ -271,9 +271,8 @@ bool attempt::carry(int32_t solsta) {
     TVN_prslv_spreadreduced(reduced, run.lp.numcon, run.lp.numvar, run.sol);
     if (!walk_back(claim)) return false;
   }
-  const int32_t exact = exact_claim(claim);
-  const bool certificate = exact == sol_prim_infeas_cer || exact == sol_dual_infeas_cer;
-  if (!certificate && keep_bounds(run.near, run.sol)) TVN_prslv_refresh(run.sys, run.near, claim, run.sol, false);
+  if (!is_certificate(claim) && keep_bounds(run.near, run.sol))
+    TVN_prslv_refresh(run.sys, run.near, claim, run.sol, false);
   drop_far(run.near, run.lp, run.sol);
   return true;
 }

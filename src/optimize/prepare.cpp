@@ -11,11 +11,6 @@ namespace tvn {
 
 namespace {
 
-bool is_certificate(int32_t solsta) {
-  return solsta == sol_prim_infeas_cer || solsta == sol_near_prim_infeas_cer || solsta == sol_dual_infeas_cer ||
-         solsta == sol_near_dual_infeas_cer;
-}
-
 // One column of the optimizer between these bounds.
 void put_bounds(prepared_problem& p, int32_t k, int32_t bk, double bl, double bu) {
   const bool lower = has_lower(bk), upper = has_upper(bk);
@@ -40,7 +35,6 @@ struct preparation {
   void allocate(int64_t nz);
   void put_column(int32_t k, int32_t j);
   void put_rows();
-  double cost_of(int32_t j) const;
 };
 
 void preparation::number() {
@@ -79,19 +73,12 @@ void preparation::allocate(int64_t nz) {
   p.y.reset(sys, m, 0.0);
 }
 
-double preparation::cost_of(int32_t j) const {
-  long double c = lp.c[j];
-  if (lp.cslack)
-    for (int64_t q = lp.ptrb[j]; q < lp.ptre[j]; q++) c += static_cast<long double>(lp.cslack[lp.sub[q]]) * lp.val[q];
-  return static_cast<double>(c);
-}
-
 // Column j as the k-th one; what its base adds to rows and costs.
 void preparation::put_column(int32_t k, int32_t j) {
   put_bounds(p, k, lp.bkx[j], lp.blx[j], lp.bux[j]);
   const double sign = p.down[k] ? -1 : 1;
   p.col2var[k] = j;
-  p.c[k] = sign * cost_of(j);
+  p.c[k] = sign * TVN_prslv_foldedcost(lp, j);
   int64_t at = p.ptr[k];
   for (int64_t q = lp.ptrb[j]; q < lp.ptre[j]; q++) {
     if (newrow[lp.sub[q]] < 0 || lp.val[q] == 0) continue;
@@ -138,7 +125,7 @@ void TVN_opt_prepare(sysenv& sys, const lp_view& lp, prepared_problem& p) {
       base = p.base[k++];
     }
     if (base == 0) continue;
-    cfix += static_cast<long double>(prep.cost_of(j)) * base;
+    cfix += static_cast<long double>(TVN_prslv_foldedcost(lp, j)) * base;
     for (int64_t q = lp.ptrb[j]; q < lp.ptre[j]; q++) prep.rhs[lp.sub[q]] += static_cast<long double>(lp.val[q]) * base;
   }
   prep.put_rows();

@@ -195,6 +195,13 @@ near_problem::near_problem(sysenv& sys, const lp_view& given, const lp_solution*
   lp.bkx = bkx.data();
 }
 
+double TVN_prslv_foldedcost(const lp_view& lp, int32_t j) {
+  long double c = lp.c[j];
+  if (lp.cslack)
+    for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) c += static_cast<long double>(lp.cslack[lp.sub[p]]) * lp.val[p];
+  return static_cast<double>(c);
+}
+
 bool TVN_prslv_isfinite(const lp_view& lp, const lp_solution& sol) {
   const auto all = [](const double* v, int32_t n) {
     return std::all_of(v, v + n, [](double x) { return std::isfinite(x); });
@@ -219,7 +226,7 @@ void TVN_prslv_clearsolution(const lp_view& lp, lp_solution& sol) {
 }
 
 void TVN_prslv_refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol, bool basic) {
-  const bool certificate = solsta == sol_prim_infeas_cer || solsta == sol_dual_infeas_cer;
+  const bool certificate = is_certificate(solsta);
   const bool keyed = basic && !certificate;
   buffer<long double> act(sys, lp.numcon, 0.0L);
   for (int32_t j = 0; j < lp.numvar; j++)
@@ -228,7 +235,7 @@ void TVN_prslv_refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_soluti
     const int32_t key = keyed ? sol.skc[i] : static_cast<int32_t>(sk_unk);
     sol.xc[i] = key == sk_low || key == sk_fix ? lp.blc[i] : key == sk_upr ? lp.buc[i] : static_cast<double>(act[i]);
   }
-  if (solsta == sol_dual_infeas_cer) return TVN_prslv_clearduals(lp, sol);
+  if (solsta == sol_dual_infeas_cer || solsta == sol_near_dual_infeas_cer) return TVN_prslv_clearduals(lp, sol);
   for (int32_t j = 0; j < lp.numvar; j++) {
     const double d = TVN_verify_reducedcost(lp, j, certificate ? 0.0 : lp.c[j], sol.y);
     if (certificate && sol.slx[j] > 0 && sol.sux[j] > 0) continue; // crossing bounds

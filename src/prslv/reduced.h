@@ -41,6 +41,8 @@ struct near_problem {
   near_problem(sysenv& sys, const lp_view& given, const lp_solution* keys);
 };
 
+// c_j with its share of the costs of rows: cc'(A x) = (A'cc)'x.
+double TVN_prslv_foldedcost(const lp_view& lp, int32_t j);
 void TVN_prslv_clearsolution(const lp_view& lp, lp_solution& sol);  // logical basis, all values 0
 bool TVN_prslv_isfinite(const lp_view& lp, const lp_solution& sol); // all values
 void TVN_prslv_clearduals(const lp_view& lp, lp_solution& sol);

@@ -1,6 +1,7 @@
 // Violations and objective values, item by item. See solmeas.h.
 #include "tovan/measures/solmeas.h"
 
+#include "misc/optdef.h"
 #include "tovan/data/nlfunc.h"
 #include "tovan/task/convert.h"
 
@@ -13,11 +14,6 @@ namespace {
 bool says_infeasible(int32_t prosta) noexcept {
   return prosta == TVN_PRO_STA_PRIM_INFEAS || prosta == TVN_PRO_STA_DUAL_INFEAS ||
          prosta == TVN_PRO_STA_PRIM_AND_DUAL_INFEAS;
-}
-
-bool is_certificate(int32_t solsta) noexcept {
-  return solsta == TVN_SOL_STA_PRIM_INFEAS_CER || solsta == TVN_SOL_STA_DUAL_INFEAS_CER ||
-         solsta == TVN_SOL_STA_NEAR_PRIM_INFEAS_CER || solsta == TVN_SOL_STA_NEAR_DUAL_INFEAS_CER;
 }
 
 // Terms of one region at x: the value 0.5 x'Qx is returned, weight times Qx added to the gradient.
