@@ -4,8 +4,11 @@
 
 #include "homo/hslv.h"
 #include "prslv/prslv.h"
+#include "simplex/base/types.h"
 
 namespace tvn {
+
+struct kept_basis; // simplex/base/keptbasis.h
 
 enum class ipm_form : int32_t { free = 0, primal = 1, dual = 2 };
 
@@ -24,9 +27,9 @@ struct ipm_info {
   bool dualform = false;
   int32_t numcon = 0, numvar = 0; // of the optimizer
   int64_t numanz = 0;
-  hs_info hs;           // figures are those of the problem, not of its dual, whichever is solved
-  int32_t numiter = 0;  // of all runs of the optimizer
-  int32_t numruns = 0;  // more than one when the first claims did not stand
+  hs_info hs;          // figures are those of the problem, not of its dual, whichever is solved
+  int32_t numiter = 0; // of all runs of the optimizer
+  int32_t numruns = 0; // more than one when the first claims did not stand
   prslv_stats prslv;
   double objective = 0, primalviol = 0, dualviol = 0; // on the user's data, set at the end
   const char* line = nullptr;                         // with presolve_line and line
@@ -46,6 +49,21 @@ enum class ipm_event : int32_t {
   end, // of the optimizer
 };
 
+// After which runs a basis is wanted.
+enum class basis_wish : int32_t { always, no_error, if_feasible };
+
+// What is wanted of the step to a basis, and what it gave.
+struct basis_run {
+  basis_wish wish = basis_wish::always;
+  bool ignoremaxiter = false, ignorenumerror = false; // with no_error: run after these all the same
+  simplex_param param;
+  simplex_progress progress;
+  kept_basis* kept = nullptr; // or null
+  lp_solution sol;
+  simplex_info info;
+  bool made = false; // sol and info are those of a run
+};
+
 // Nonzero stops the run: 1 the user, 2 a peer.
 struct ipm_progress {
   void* handle = nullptr;
@@ -54,8 +72,9 @@ struct ipm_progress {
 };
 
 // Minimises lp; all arrays of sol are set. The statuses rest on the residuals of sol on lp itself: what the optimizer
-// proposes and they do not support is tightened, tried again without presolve, or not claimed. Throws out_of_memory.
+// proposes and they do not support is tightened, tried again without presolve, or not claimed. Then the step to a
+// basis, unless basis is null; it leaves sol and info alone. Throws out_of_memory.
 void TVN_opt_ipmslv(sysenv& sys, const lp_view& lp, const ipm_param& param, ipm_info& info,
-                    const ipm_progress& progress, lp_solution& sol);
+                    const ipm_progress& progress, lp_solution& sol, basis_run* basis = nullptr);
 
 } // namespace tvn

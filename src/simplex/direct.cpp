@@ -6,6 +6,7 @@
 // afresh with refinement) -> user space -> residuals on the user's data. Only they decide the status.
 #include "simplex/direct.h"
 
+#include "basic/purif.h"
 #include "simplex/dual/dstate.h"
 #include "simplex/primal/pstate.h"
 #include "simplex/start/crash.h"
@@ -63,6 +64,13 @@ void start_keys(simplex_state& s, const lp_solution* keys) {
     else
       TVN_simplex_restnonbasic(s, j, wish);
   }
+}
+
+// A basis of the point, with its factor.
+void start_basis(simplex_state& s, const lp_solution& point) {
+  s.info.basis.starttime = TVN_sysenv_gettime();
+  s.progress(simplex_event::begin_basis, s.info);
+  TVN_prf_puriflp(s, point);
 }
 
 // --- the way back
@@ -241,10 +249,11 @@ void run_once(const simplex_run& run, scale_request scale, const lp_solution* ke
   const auto& [sys, lp, param, info, progress, sol, kept] = run;
   simplex_work work;
   simplex_watch watch{param, info, progress};
-  info.warmfactor = kept && keys && param.uselu && (scale.on || !TVN_simplex_isscaled(*kept)) &&
-                    TVN_simplex_basisfits(sys, *kept, lp, *keys);
+  info.warmfactor = kept && keys && param.hotstart != start_interior && param.uselu &&
+                    (scale.on || !TVN_simplex_isscaled(*kept)) && TVN_simplex_basisfits(sys, *kept, lp, *keys);
   if (info.warmfactor) scale.kept = kept;
-  if (!TVN_simplex_compressproblem(sys, lp, scale, watch, work, keys)) {
+  const bool interior = param.hotstart == start_interior;
+  if (!TVN_simplex_compressproblem(sys, lp, scale, watch, work, interior ? nullptr : keys)) {
     if (!keys) TVN_prslv_clearsolution(lp, sol); // else what stands stays
     info.nopoint = !keys;
     info.response = watch.stop;
@@ -258,11 +267,15 @@ void run_once(const simplex_run& run, scale_request scale, const lp_solution* ke
   TVN_simplex_setupstate(s);
   s.cold = keys == nullptr;
   info.hotstart = param.hotstart;
-  start_header(s, keys, info.warmfactor ? kept : nullptr);
-  factor_start(s, keys);
-  start_keys(s, keys);
-  if (kept && keys) TVN_simplex_getweights(*kept, s);
-  run_chain(s);
+  if (interior) {
+    start_basis(s, *keys);
+  } else {
+    start_header(s, keys, info.warmfactor ? kept : nullptr);
+    factor_start(s, keys);
+    start_keys(s, keys);
+    if (kept && keys) TVN_simplex_getweights(*kept, s);
+  }
+  if (s.stop == simplex_code::ok) run_chain(s);
   TVN_simplex_tellrecomputes(s);
   info.response = s.stop;
   buffer<double> y(sys, work.m, 0.0);

@@ -36,17 +36,17 @@ bool presolve_wanted(const lp_view& lp, const simplex_param& param, const lp_sol
   return param.maxiterations > shortrun && (param.hotstart == start_none || !is_good_start(lp, param, sol));
 }
 
+struct prslv_owner {
+  prslv_context* ctx;
+  ~prslv_owner() { TVN_prslv_delete(ctx); }
+};
+
 struct presolve_run {
   const simplex_run& run;
   prslv_context* ctx;
 
-  presolve_run(const simplex_run& r, const prslv_problem& q) : run(r), ctx(TVN_prslv_make(r.sys, q)) {}
-  ~presolve_run() { TVN_prslv_delete(ctx); }
-  presolve_run(const presolve_run&) = delete;
-  presolve_run& operator=(const presolve_run&) = delete;
-
   simplex_code reduce();
-  void solve_reduced();
+  void solve_reduced(reduced_problem& r);
   bool back();
 };
 
@@ -70,11 +70,7 @@ simplex_code presolve_run::reduce() {
 }
 
 // Solution of what presolve left, in the live places of sol.
-void presolve_run::solve_reduced() {
-  reduced_problem r;
-  TVN_prslv_copyreduced(run.sys, *ctx, r);
-  TVN_prslv_keeprecords(*ctx);
-  if (run.param.hotstart != start_none) TVN_prslv_gatherkeys(run.sol, r);
+void presolve_run::solve_reduced(reduced_problem& r) {
   simplex_param inner = run.param;
   inner.judged = false;
   inner.savelu = false; // a factor of the reduced basis is of no use to the next run
@@ -116,28 +112,11 @@ bool presolve_run::back() {
   return true;
 }
 
-// With presolve; false when the direct road has to go on: from the keys in sol when `again.hotstart` is set.
-bool solve_with_presolve(const simplex_run& run, simplex_param& again) {
+// From the claim for the reduced problem, with its solution in the live places of sol, to one that holds for the
+// user's; false as below.
+bool prove_presolved(presolve_run& presolved, simplex_param& again) {
+  const simplex_run& run = presolved.run;
   simplex_info& info = run.info;
-  editable_problem e;
-  TVN_prslv_copyeditable(run.sys, run.lp, e);
-  presolve_run presolved(run, e.p);
-  info.response = presolved.reduce();
-  if (info.response != simplex_code::ok) {
-    if (run.param.hotstart == start_none) TVN_prslv_clearsolution(run.lp, run.sol);
-    info.solsta = sol_unknown;
-    return true;
-  }
-  if (info.prslv.status == prs_dual_infeas) return false; // a ray says nothing of feasible points
-  if (info.prslv.status == prs_prim_infeas) {
-    info.solsta = sol_prim_infeas_cer;
-    TVN_prslv_getcertificate(*presolved.ctx, run.sol);
-  } else {
-    presolved.solve_reduced();
-    // What could not be proven there may well be without presolve.
-    if (TVN_simplex_gaveup(info.response)) return false;
-    if (info.solsta == sol_unknown && info.response == simplex_code::ok) return false;
-  }
   if (!presolved.back()) {
     TVN_prslv_clearsolution(run.lp, run.sol);
     info.solsta = sol_unknown;
@@ -155,6 +134,36 @@ bool solve_with_presolve(const simplex_run& run, simplex_param& again) {
     again.optimizer = run.param.cleanoptimizer; // free: by the infeasibilities that the undo has left
   }
   return false;
+}
+
+// With presolve; false when the direct road has to go on: from the keys in sol when `again.hotstart` is set.
+bool solve_with_presolve(const simplex_run& run, simplex_param& again) {
+  simplex_info& info = run.info;
+  editable_problem e;
+  TVN_prslv_copyeditable(run.sys, run.lp, e);
+  const prslv_owner owner{TVN_prslv_make(run.sys, e.p)};
+  presolve_run presolved{run, owner.ctx};
+  info.response = presolved.reduce();
+  if (info.response != simplex_code::ok) {
+    if (run.param.hotstart == start_none) TVN_prslv_clearsolution(run.lp, run.sol);
+    info.solsta = sol_unknown;
+    return true;
+  }
+  if (info.prslv.status == prs_dual_infeas) return false; // a ray says nothing of feasible points
+  if (info.prslv.status == prs_prim_infeas) {
+    info.solsta = sol_prim_infeas_cer;
+    TVN_prslv_getcertificate(*presolved.ctx, run.sol);
+    return prove_presolved(presolved, again);
+  }
+  reduced_problem r;
+  TVN_prslv_copyreduced(run.sys, *presolved.ctx, r);
+  TVN_prslv_keeprecords(*presolved.ctx);
+  if (run.param.hotstart != start_none) TVN_prslv_gatherkeys(run.sol, r);
+  presolved.solve_reduced(r);
+  // What could not be proven there may well be without presolve.
+  if (TVN_simplex_gaveup(info.response)) return false;
+  if (info.solsta == sol_unknown && info.response == simplex_code::ok) return false;
+  return prove_presolved(presolved, again);
 }
 
 // The direct road on the user's problem after another one whose claim did not stand there.
@@ -283,6 +292,26 @@ void settle_end(const lp_view& lp, simplex_info& info, lp_solution& sol) {
 }
 
 } // namespace
+
+void TVN_simplex_identifybasis(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                               const simplex_progress& progress, lp_solution& sol, prslv_context* ctx,
+                               reduced_problem* reduced, kept_basis* kept) {
+  info.response = simplex_code::ok;
+  simplex_param own = param;
+  own.hotstart = start_interior;
+  own.cleaning = true;
+  own.presolve = 0;
+  const simplex_run run{sys, lp, own, info, progress, sol, kept};
+  if (!ctx) {
+    TVN_simplex_solvedirectly(run);
+  } else {
+    presolve_run presolved{run, ctx};
+    simplex_param again = own;
+    presolved.solve_reduced(*reduced);
+    if (!prove_presolved(presolved, again)) clean_up(run.with(again));
+  }
+  settle_end(lp, info, sol);
+}
 
 void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
                           const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {

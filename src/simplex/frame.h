@@ -5,7 +5,8 @@
 
 namespace tvn {
 
-struct kept_basis; // keptbasis.h
+struct kept_basis;      // keptbasis.h
+struct reduced_problem; // prslv/reduced.h
 
 // Minimises lp. On entry with param.hotstart != 0 the keys in sol tell the start; on return all arrays of sol are set,
 // and info holds response, problem and solution status. The statuses rest on the residuals of sol on lp itself:
@@ -14,5 +15,12 @@ struct kept_basis; // keptbasis.h
 // Throws out_of_memory.
 void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
                           const simplex_progress& progress, lp_solution& sol, kept_basis* kept = nullptr);
+
+// A basic solution of lp from an interior one: pushes to a basis, then the optimizer that mends what is left of
+// infeasibilities. ctx and reduced: the presolve that the point went through and the reduced problem with the point of
+// it, which becomes the basic one; or null, then sol holds the point. All else as above.
+void TVN_simplex_identifybasis(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
+                               const simplex_progress& progress, lp_solution& sol, prslv_context* ctx,
+                               reduced_problem* reduced, kept_basis* kept);
 
 } // namespace tvn

@@ -60,7 +60,14 @@ enum degen_mode : int32_t {
 enum scaling_mode : int32_t { scaling_none = 0, scaling_free = 1, scaling_moderate = 3, scaling_aggressive = 4 };
 enum scaling_method : int32_t { scaling_geometric = 0, scaling_equilibrated = 1 }; // the latter after geometric passes
 // What a start is to the optimizer; in the record of a run also that another one went before.
-enum start_kind : int32_t { start_none = 0, start_handover = 1, start_primal = 4, start_dual = 5, start_other = 6 };
+enum start_kind : int32_t {
+  start_none = 0,
+  start_handover = 1,
+  start_primal = 4,
+  start_dual = 5,
+  start_other = 6,
+  start_interior = 7, // a point with its duals, of which a basis is to be made first
+};
 // Ways to a dual feasible basis.
 enum dual_phaseone : int32_t { phaseone_free = 0, phaseone_boxed = 1, phaseone_shifted = 2 };
 
@@ -118,6 +125,14 @@ enum class simplex_event : int32_t {
   end_presolve,
   presolve_line, // info.line holds a line of presolve's report
   message,       // info.line holds a line for the log, info.linelevel its level; the answer does not count
+  begin_basis,   // the way from an interior point to a basis: crash, pushes
+  begin_primalpush,
+  primalpush,
+  end_primalpush,
+  begin_dualpush,
+  dualpush,
+  end_dualpush,
+  end_basis,
 };
 
 // Why factor, point and reduced costs are made afresh.
@@ -145,6 +160,16 @@ struct simplex_counters {
   int64_t factorizations = 0, artificials = 0, resets = 0;
 };
 
+// Of the way from an interior point to a basis.
+struct basis_info {
+  int32_t crashed = 0, rejected = 0;      // members of the optimal face in the crash basis; put out by its factor
+  int32_t numsuper = 0, numdual = 0;      // pushes to be made
+  int64_t primaliter = 0, dualiter = 0;   // made
+  int64_t primalmoves = 0, dualmoves = 0; // without a pivot to be trusted: a violation is left
+  double starttime = 0;                   // clock reading
+  double crashtime = 0, primaltime = 0, dualtime = 0;
+};
+
 struct simplex_info {
   simplex_code response = simplex_code::ok;
   int32_t prosta = pro_unknown, solsta = sol_unknown;
@@ -170,6 +195,7 @@ struct simplex_info {
   int32_t linelevel = 0;                    // with message: the log level from which on the line is wanted
   int32_t cleanups = 0;                     // runs on the user's problem after postsolve
   std::array<int64_t, 4> cleaniterations{}; // of them, by simplex_kind
+  basis_info basis;
 };
 
 // Nonzero stops the run: 1 is a stop by the user, 2 by a peer.

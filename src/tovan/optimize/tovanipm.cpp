@@ -5,6 +5,7 @@
 #include "tovan/optimize/optimize.h"
 #include "tovan/optimize/presolvelog.h"
 #include "tovan/optimize/tovanipmlog.h"
+#include "tovan/optimize/tovansimlog.h"
 #include "tovan/task/convert.h"
 #include "tovan/task/log.h"
 
@@ -104,6 +105,14 @@ int32_t used_threads(const task& t) {
   return asked <= 0 ? cores : std::min(asked, cores);
 }
 
+basis_wish wish_of(int32_t value) {
+  switch (value) {
+  case TVN_BI_NO_ERROR: return basis_wish::no_error;
+  case TVN_BI_IF_FEASIBLE: return basis_wish::if_feasible;
+  default: return basis_wish::always;
+  }
+}
+
 void put_statuses(task& t, const ipm_info& info) {
   t.sols.defined[TVN_SOL_ITR] = 1;
   t.sols.prosta[TVN_SOL_ITR] = TVN_convertprosta(info.prosta);
@@ -115,21 +124,40 @@ void put_statuses(task& t, const ipm_info& info) {
 TVNrescodee TVN_interioroptimizer(task& t) {
   const bool maximize = TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE;
   t.info.intg[TVN_IINF_INTPNT_NUM_THREADS] = used_threads(t);
-  if (t.params.ival[TVN_IPAR_INTPNT_BASIS] != TVN_BI_NEVER && is_logged(t, TVN_IPAR_LOG_INTPNT))
-    echo(t, TVN_STREAM_MSG, "A basis is wanted; this version has no basis identification.\n");
+  const bool wantbasis = t.params.ival[TVN_IPAR_INTPNT_BASIS] != TVN_BI_NEVER;
   TVN_makesolution(t, TVN_SOL_ITR);
+  if (wantbasis) TVN_makesolution(t, TVN_SOL_BAS);
   lp_solution sol = TVN_slotarrays(t, TVN_SOL_ITR);
   const minimised_costs costs(t, maximize);
   const ipm_param param = interior_param(t, maximize);
   TVN_invalidallsol(t);
   ipm_view view{&t, maximize ? -1.0 : 1.0, TVN_sysenv_gettime(), TVN_RES_OK};
   ipm_info info;
+  sim_run simview{&t, view.sense, TVN_sysenv_gettime(), TVN_RES_OK, -1, 0, {}};
+  basis_run basis;
+  basis.wish = wish_of(t.params.ival[TVN_IPAR_INTPNT_BASIS]);
+  basis.ignoremaxiter = t.params.ival[TVN_IPAR_BI_IGNORE_MAX_ITER] != 0;
+  basis.ignorenumerror = t.params.ival[TVN_IPAR_BI_IGNORE_NUM_ERROR] != 0;
+  if (wantbasis) {
+    basis.param = TVN_simplexparam(t, maximize);
+    basis.param.optimizer = basis.param.cleanoptimizer;
+    basis.param.maxiterations = t.params.ival[TVN_IPAR_BI_MAX_ITERATIONS];
+    basis.progress = {&simview, TVN_simplexprogress};
+    basis.sol = TVN_slotarrays(t, TVN_SOL_BAS);
+  }
   {
     const lent_matrix matrix(t);
-    TVN_opt_ipmslv(*t.sys, TVN_minimisedview(t, costs, matrix.a), param, info, {&view, TVN_interiorprogress}, sol);
+    TVN_opt_ipmslv(*t.sys, TVN_minimisedview(t, costs, matrix.a), param, info, {&view, TVN_interiorprogress}, sol,
+                   wantbasis ? &basis : nullptr);
     TVN_turnduals(t, maximize, sol);
+    if (basis.made) TVN_turnduals(t, maximize, basis.sol);
   }
   put_statuses(t, info);
+  if (basis.made) {
+    t.sols.defined[TVN_SOL_BAS] = 1;
+    t.sols.prosta[TVN_SOL_BAS] = TVN_convertprosta(basis.info.prosta);
+    t.sols.solsta[TVN_SOL_BAS] = TVN_convertsolsta(basis.info.solsta);
+  }
   update_interioritems(view, info);
   const TVNrescodee code = view.trm != TVN_RES_OK ? view.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
   log_interiorend(view, code);

@@ -1,0 +1,162 @@
+// The primal phase: each member of B outside the basis goes to a bound of its own or takes the place of a basic that is
+// at one. Its reduced cost is 0, so either way is right: the shorter one where it gets to its own bound, else the one
+// with the larger pivot. A basic of N stands at its bound and is to stay there: it blocks at once.
+#include "basic/purifint.h"
+
+#include <cmath>
+
+namespace tvn {
+
+namespace {
+
+constexpr double minpivot = 1e-7; // of a basic that leaves
+constexpr double nopivot = 1e-11; // an entry is rounding
+
+struct block {
+  int32_t position = -1;
+  double step = HUGE_VAL; // of the superbasic, at least 0
+  bool upper = false;     // the basic meets its upper bound
+};
+
+void fetch_basics(prf_state& p) {
+  const simplex_state& s = p.s;
+  for (int32_t k = 0; k < p.w.m; k++) {
+    const int32_t j = s.fac.head[k];
+    const double bound = p.upper[j] ? s.up[j] : s.lo[j];
+    p.basic[k] = p.inner[j] ? prf_basic{s.x[j], s.lo[j], s.up[j]} : prf_basic{s.x[j], bound, bound};
+  }
+}
+
+// Values of the basics, from those of the nonbasics.
+void form_basics(prf_state& p) {
+  TVN_simplex_formxb(p.s.fac, p.s.x);
+  fetch_basics(p);
+}
+
+bool begin_afresh(prf_state& p) {
+  if (!TVN_prf_refactor(p)) return false;
+  form_basics(p);
+  return true;
+}
+
+// The basic that stops a move in the direction, of those within tolerance the one with the largest entry.
+block first_block(const prf_state& p, double direction, double least) {
+  const spvec& aq = p.s.aq;
+  const double tol = p.s.tolfeas;
+  double most = HUGE_VAL;
+  for (int32_t e = 0; e < aq.count; e++) {
+    const int32_t k = aq.idx[e];
+    const double slope = -direction * aq.val[k];
+    if (!(std::fabs(slope) > least)) continue;
+    const prf_basic& b = p.basic[k];
+    most = std::min(most, (std::max(slope > 0 ? b.up - b.x : b.x - b.lo, 0.0) + tol) / std::fabs(slope));
+  }
+  block best;
+  if (most == HUGE_VAL) return best;
+  double largest = 0;
+  for (int32_t e = 0; e < aq.count; e++) {
+    const int32_t k = aq.idx[e];
+    const double slope = -direction * aq.val[k], size = std::fabs(slope);
+    if (!(size > least) || !(size > largest)) continue;
+    const prf_basic& b = p.basic[k];
+    const double step = std::max(slope > 0 ? b.up - b.x : b.x - b.lo, 0.0) / size;
+    if (!(step <= most)) continue;
+    largest = size;
+    best = {k, step, slope > 0};
+  }
+  return best;
+}
+
+void move(prf_state& p, int32_t j, double by) {
+  const spvec& aq = p.s.aq;
+  for (int32_t e = 0; e < aq.count; e++) p.basic[aq.idx[e]].x -= by * aq.val[aq.idx[e]];
+  p.s.x[j] += by;
+}
+
+// Puts j on a bound of its own; a free one to 0.
+void rest(prf_state& p, int32_t j, bool upper) {
+  simplex_state& s = p.s;
+  const double target = p.w.is_free(j) ? 0.0 : upper ? s.up[j] : s.lo[j];
+  move(p, j, target - s.x[j]);
+  s.x[j] = target;
+  s.key[j] = p.w.is_free(j) ? sk_supbas : upper ? sk_upr : sk_low;
+}
+
+// The two ways of a superbasic, and whether it gets to a bound of its own on them.
+struct ways {
+  block up, down;
+  bool canup, candown;
+};
+
+ways find_ways(const prf_state& p, int32_t j, double least) {
+  const simplex_state& s = p.s;
+  ways w{first_block(p, 1, least), first_block(p, -1, least), false, false};
+  w.canup = s.up[j] < bound_infinity && s.up[j] - s.x[j] <= w.up.step;
+  w.candown = s.lo[j] > -bound_infinity && s.x[j] - s.lo[j] <= w.down.step;
+  return w;
+}
+
+// j in place of the basic that blocks. False: the factor is to be made again.
+bool pivot(prf_state& p, int32_t j, const block& at, double direction) {
+  simplex_state& s = p.s;
+  move(p, j, direction * at.step);
+  const int32_t k = at.position, leaving = s.fac.head[k];
+  const double value = at.upper ? p.basic[k].up : p.basic[k].lo;
+  p.basic[k] = {s.x[j], s.lo[j], s.up[j]};
+  const bool atupper = value == s.up[leaving] && !(value == s.lo[leaving]);
+  return TVN_prf_exchange(p, k, j, atupper ? sk_upr : sk_low, value);
+}
+
+// False: the factor is to be made again, and the push too if j is still where it was.
+bool push(prf_state& p, int32_t j) {
+  simplex_state& s = p.s;
+  TVN_simplex_solvecolumn(s, j);
+  const auto size = [&](const block& b) { return b.position < 0 ? 0.0 : std::fabs(s.aq.val[b.position]); };
+  const auto is_good = [&](const ways& w) {
+    return w.canup || w.candown || std::max(size(w.up), size(w.down)) > minpivot;
+  };
+  ways w = find_ways(p, j, nopivot);
+  if (!is_good(w)) {
+    if (s.fac.since > 0) return false;
+    w = find_ways(p, j, minpivot); // what small entries break on the way is mended later
+    p.info.primalmoves++;
+  }
+  if (w.canup || w.candown || !is_good(w)) {
+    const double toup = s.up[j] < bound_infinity ? s.up[j] - s.x[j] : HUGE_VAL, tolo = s.x[j] - s.lo[j];
+    rest(p, j, w.canup != w.candown ? w.canup : toup < tolo);
+    return true;
+  }
+  const bool up = size(w.up) > size(w.down);
+  return pivot(p, j, up ? w.up : w.down, up ? 1 : -1);
+}
+
+} // namespace
+
+bool TVN_prf_primallp(prf_state& p) {
+  simplex_state& s = p.s;
+  if (p.numsuper == 0) return true;
+  const double start = TVN_sysenv_gettime();
+  p.basic.reset(s.sys, p.w.m);
+  form_basics(p);
+  bool going = true;
+  for (int32_t n = 0; going && n < p.numsuper; n++) {
+    const int32_t j = p.super[n];
+    if (s.fac.pos[j] >= 0) continue;
+    if (TVN_simplex_poll(s)) {
+      going = false;
+      break;
+    }
+    const bool good = push(p, j);
+    TVN_simplex_clearvectors(s);
+    if (!good) going = begin_afresh(p);
+    if (s.fac.pos[j] < 0 && TVN_simplex_isinside(s, j))
+      n--;
+    else
+      p.info.primaliter++;
+  }
+  for (int32_t k = 0; k < p.w.m; k++) s.x[s.fac.head[k]] = p.basic[k].x;
+  p.info.primaltime = TVN_sysenv_gettime() - start;
+  return going;
+}
+
+} // namespace tvn
