@@ -1,4 +1,5 @@
-// Owned storage: buffer<T> (sized once), vec<T> (growing) and text (a string), all taken from a sysenv.
+// Owned storage: buffer<T> (sized once), vec<T> (growing) and text (a string), all taken from a sysenv; array_view<T>
+// looks.
 //
 // They release in the destructor and never throw there. Only plain records are stored, so that growing is a copy of
 // bytes. Debug builds fill new storage with signalling NaN bytes; release builds leave it unset.
@@ -28,6 +29,33 @@ inline void check_index([[maybe_unused]] int64_t k, [[maybe_unused]] int64_t n) 
   if (k < 0 || k >= n) __builtin_trap();
 #endif
 }
+
+// A look at elements that lie in a row, with signed indices that are checked as those of a buffer.
+template <class T> struct array_view {
+  array_view() = default;
+  array_view(T* first, int64_t n) noexcept : ptr_(first), len_(n) {}
+  template <class C>
+  requires(!std::is_same_v<std::remove_cvref_t<C>, array_view> &&
+           std::is_convertible_v<decltype(std::declval<C&>().data()), T*>) array_view(C&& c)
+  noexcept : ptr_(c.data()), len_(static_cast<int64_t>(c.size())) {}
+
+  T* data() const noexcept { return ptr_; }
+  int64_t size() const noexcept { return len_; }
+  bool empty() const noexcept { return len_ == 0; }
+  T* begin() const noexcept { return ptr_; }
+  T* end() const noexcept { return ptr_ + len_; }
+  T& operator[](int64_t k) const noexcept {
+    check_index(k, len_);
+    return ptr_[k];
+  }
+  array_view first(int64_t n) const noexcept { return {ptr_, n}; }
+  array_view subspan(int64_t from) const noexcept { return {ptr_ + from, len_ - from}; }
+  array_view subspan(int64_t from, int64_t n) const noexcept { return {ptr_ + from, n}; }
+
+private:
+  T* ptr_ = nullptr;
+  int64_t len_ = 0;
+};
 
 // Fixed number of elements, set at construction or by reset().
 template <class T> struct buffer {

@@ -44,10 +44,10 @@ void TVN_lu_putprogressfunc(lu& f, void* handle, lu_progress fn);
 
 // Factor. Work sizes from TVN_lu_getfactorspace. done with rank < nrow means singular: see TVN_lu_insart.
 void TVN_lu_getfactorspace(int32_t nrow, int32_t ncol, int64_t& isize, int64_t& rsize);
-[[nodiscard]] lu_code TVN_lu_factor(lu& f, std::span<int32_t> iwork, std::span<double> rwork);
+[[nodiscard]] lu_code TVN_lu_factor(lu& f, array_view<int32_t> iwork, array_view<double> rwork);
 // Completes a rank-deficient factor: every column without pivot becomes value times a unit column; colmap[col] is the
 // row of that unit, or nrow for columns that keep their own pivot.
-[[nodiscard]] lu_code TVN_lu_insart(lu& f, std::span<int32_t> colmap, std::span<int32_t> iwork, double value);
+[[nodiscard]] lu_code TVN_lu_insart(lu& f, array_view<int32_t> colmap, array_view<int32_t> iwork, double value);
 
 // Facts of the last factor.
 int32_t TVN_lu_getrank(const lu& f);
@@ -62,9 +62,9 @@ void TVN_lu_getcond(const lu& f, double& mindiag, double& maxdiag);
 void TVN_lu_getcond2(const lu& f, double& mindiag, double& maxdiag, double* maxl, double* maxu);
 
 // Dense solves; x is destroyed. All solves require state 3.
-void TVN_lu_ftran(lu& f, std::span<double> x, std::span<double> y);
-void TVN_lu_btran(lu& f, std::span<double> x, std::span<double> y);
-[[nodiscard]] lu_code TVN_lu_ftransafe(lu& f, std::span<double> x, std::span<double> y, double limit);
+void TVN_lu_ftran(lu& f, array_view<double> x, array_view<double> y);
+void TVN_lu_btran(lu& f, array_view<double> x, array_view<double> y);
+[[nodiscard]] lu_code TVN_lu_ftransafe(lu& f, array_view<double> x, array_view<double> y, double limit);
 
 // Sparse solves. The result vector must be empty on entry; x is left empty (ftranl works in place).
 void TVN_lu_ftranl(lu& f, spvec& x);                                              // L and row etas, x by row
@@ -83,8 +83,8 @@ void TVN_lu_gettotalwork(const lu& f, bigint& total); // all tasks since TVN_lu_
 
 // Estimate of the one-norm of the inverse (Hager 1984). rwork: 2 * nrow. With scales it is that of the inverse of A,
 // where diag(rowscale) A diag(colscale) was factored; both empty: no scales.
-[[nodiscard]] lu_code TVN_lu_onenormestimate(lu& f, double& estimate, std::span<double> rwork,
-                                             std::span<const double> rowscale = {},
-                                             std::span<const double> colscale = {});
+[[nodiscard]] lu_code TVN_lu_onenormestimate(lu& f, double& estimate, array_view<double> rwork,
+                                             array_view<const double> rowscale = {},
+                                             array_view<const double> colscale = {});
 
 } // namespace tvn

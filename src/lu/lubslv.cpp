@@ -147,7 +147,7 @@ void TVN_lu_btrans(lu& f, spvec& x, spvec& y, double droptol1, double droptol2) 
   if (f.l.num > 0) solve_l(f, f.acc, f.tmp, y);
 }
 
-void TVN_lu_btran(lu& f, std::span<double> x, std::span<double> y) {
+void TVN_lu_btran(lu& f, array_view<double> x, array_view<double> y) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored && f.nrow == f.ncol);
   double* __restrict val = x.data();
   double* __restrict out = y.data();

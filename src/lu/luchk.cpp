@@ -66,11 +66,11 @@ const char* check_l(const lu& f) {
 }
 
 const char* check_scratch(const lu& f) {
-  for (const int32_t v : std::span<const int32_t>(f.tmp.mark))
+  for (const int32_t v : array_view<const int32_t>(f.tmp.mark))
     if (v != 0) return "mark not clean";
-  for (const double v : std::span<const double>(f.tmp.ework))
+  for (const double v : array_view<const double>(f.tmp.ework))
     if (v != 0.0) return "work not clean";
-  for (const uint64_t v : std::span<const uint64_t>(f.tmp.agenda))
+  for (const uint64_t v : array_view<const uint64_t>(f.tmp.agenda))
     if (v != 0) return "agenda not clean";
   return nullptr;
 }

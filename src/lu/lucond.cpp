@@ -14,30 +14,30 @@ constexpr double growthlimit = 1e24;
 constexpr double tolsign = 1e-14;
 constexpr int32_t maxcycles = 5;
 
-double norm_one(std::span<const double> x) {
+double norm_one(array_view<const double> x) {
   double s = 0.0;
   for (const double v : x) s += std::fabs(v);
   return s;
 }
 
-void scale_by(std::span<const double> scale, std::span<double> x) {
-  for (size_t k = 0; k < scale.size(); k++) x[k] *= scale[k];
+void scale_by(array_view<const double> scale, array_view<double> x) {
+  for (int64_t k = 0; k < scale.size(); k++) x[k] *= scale[k];
 }
 
 } // namespace
 
-lu_code TVN_lu_onenormestimate(lu& f, double& estimate, std::span<double> rwork, std::span<const double> rowscale,
-                               std::span<const double> colscale) {
+lu_code TVN_lu_onenormestimate(lu& f, double& estimate, array_view<double> rwork, array_view<const double> rowscale,
+                               array_view<const double> colscale) {
   estimate = -1.0;
   if (f.nrow != f.ncol) return lu_code::not_square;
   if (f.state != lu_factored) return lu_code::not_factored;
-  const auto m = static_cast<size_t>(f.nrow);
+  const int64_t m = f.nrow;
   if (rwork.size() < 2 * m) return lu_code::short_real_work;
   if (m == 0) {
     estimate = 0.0;
     return lu_code::done;
   }
-  const std::span<double> x = rwork.first(m), y = rwork.subspan(m, m);
+  const array_view<double> x = rwork.first(m), y = rwork.subspan(m, m);
   std::fill(x.begin(), x.end(), 1.0 / static_cast<double>(m));
   double last = 0.0;
   for (int32_t cycle = 0; cycle < maxcycles; cycle++) {
@@ -56,8 +56,8 @@ lu_code TVN_lu_onenormestimate(lu& f, double& estimate, std::span<double> rwork,
     scale_by(colscale, y);
     TVN_lu_btran(f, y, x);
     scale_by(rowscale, x);
-    size_t at = 0;
-    for (size_t i = 1; i < m; i++)
+    int64_t at = 0;
+    for (int64_t i = 1; i < m; i++)
       if (std::fabs(x[i]) > std::fabs(x[at])) at = i;
     if (std::fabs(x[at]) <= e && cycle > 0) break;
     std::fill(x.begin(), x.end(), 0.0);

@@ -21,13 +21,13 @@ int32_t report(const lu& f, int32_t code, int32_t pivots) {
 bool is_complete(const lu& f) { return f.piv.stpf + f.piv.stpb == f.nrow; }
 
 // Queues over the active rows and columns. The first ncol integers are the marks; lists follow the queues.
-void make_active(lu& f, std::span<int32_t> iwork, std::span<double> rwork, lu_active& a) {
-  const auto n = static_cast<size_t>(f.ncol), m = static_cast<size_t>(f.nrow);
+void make_active(lu& f, array_view<int32_t> iwork, array_view<double> rwork, lu_active& a) {
+  const int64_t n = f.ncol, m = f.nrow;
   a.mark = iwork.data();
   a.collist = a.mark + n;
   a.rowlist = a.collist + n;
-  std::span<int32_t> rest = iwork.subspan(2 * n + m);
-  const auto rowspace = static_cast<size_t>(TVN_pq_space(f.nrow, f.ncol));
+  array_view<int32_t> rest = iwork.subspan(2 * n + m);
+  const int64_t rowspace = TVN_pq_space(f.nrow, f.ncol);
   const bool fits = TVN_pq_setup(a.rowq, *f.sys, f.nrow, f.ncol, rest.first(rowspace)) &&
                     TVN_pq_setup(a.colq, *f.sys, f.ncol, f.nrow, rest.subspan(rowspace));
   TVN_ASSERT(f.sys, label, fits);
@@ -61,7 +61,7 @@ lu_code pivot_loop(lu& f, lu_active& a) {
   return lu_code::done;
 }
 
-lu_code factor_active(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
+lu_code factor_active(lu& f, array_view<int32_t> iwork, array_view<double> rwork) {
   if (is_complete(f)) {
     f.run.numtriangular++;
     return lu_code::done;
@@ -132,7 +132,7 @@ lu_code finish(lu& f) {
   return lu_code::done;
 }
 
-lu_code factor_steps(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
+lu_code factor_steps(lu& f, array_view<int32_t> iwork, array_view<double> rwork) {
   lu_code code = lu_setup(f, iwork, rwork);
   if (code == lu_code::done) code = factor_active(f, iwork, rwork);
   f.piv.rank = f.piv.stpf + f.piv.stpb;
@@ -150,7 +150,7 @@ void TVN_lu_getfactorspace(int32_t nrow, int32_t ncol, int64_t& isize, int64_t& 
   rsize = int64_t{nrow} + 2 * int64_t{ncol};
 }
 
-lu_code TVN_lu_factor(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
+lu_code TVN_lu_factor(lu& f, array_view<int32_t> iwork, array_view<double> rwork) {
   TVN_ASSERT(f.sys, label, f.state == lu_initialised);
   int64_t isize = 0, rsize = 0;
   TVN_lu_getfactorspace(f.nrow, f.ncol, isize, rsize);
@@ -162,7 +162,7 @@ lu_code TVN_lu_factor(lu& f, std::span<int32_t> iwork, std::span<double> rwork) 
   return code;
 }
 
-lu_code TVN_lu_insart(lu& f, std::span<int32_t> colmap, std::span<int32_t>, double value) {
+lu_code TVN_lu_insart(lu& f, array_view<int32_t> colmap, array_view<int32_t>, double value) {
   TVN_ASSERT(f.sys, label, f.state == lu_factoring && f.piv.rank < f.nrow && f.nrow == f.ncol);
   std::fill_n(colmap.begin(), f.ncol, f.nrow);
   for (int32_t i = 0; i < f.nrow; i++) { // columns without pivot leave all rows

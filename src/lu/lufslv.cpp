@@ -209,21 +209,20 @@ bool solve_u_full(const lu& f, lu_account& acc, double* __restrict x, double* __
   return safe;
 }
 
-bool solve_full(const lu& f, lu_account& acc, std::span<double> x, std::span<double> y, double limit) {
+bool solve_full(const lu& f, lu_account& acc, array_view<double> x, array_view<double> y, double limit) {
   TVN_ASSERT(f.sys, label, f.state == lu_factored && f.nrow == f.ncol);
   const int64_t work = solve_l_full(f, x.data());
   for (int32_t k = 0; k < f.eta.numetas; k++)
-    x[static_cast<size_t>(f.eta.etarow[k])] +=
-        dot(x.data(), f.sto.rcol.data(), f.sto.rval.data(), f.eta.etabeg[k + 1], f.eta.etabeg[k]);
+    x[f.eta.etarow[k]] += dot(x.data(), f.sto.rcol.data(), f.sto.rval.data(), f.eta.etabeg[k + 1], f.eta.etabeg[k]);
   acc.work[lt_fdense] += work + f.eta.etabeg[0] - f.eta.etabeg[f.eta.numetas];
   return solve_u_full(f, acc, x.data(), y.data(), limit);
 }
 
 } // namespace
 
-void TVN_lu_ftran(lu& f, std::span<double> x, std::span<double> y) { solve_full(f, f.acc, x, y, HUGE_VAL); }
+void TVN_lu_ftran(lu& f, array_view<double> x, array_view<double> y) { solve_full(f, f.acc, x, y, HUGE_VAL); }
 
-lu_code TVN_lu_ftransafe(lu& f, std::span<double> x, std::span<double> y, double limit) {
+lu_code TVN_lu_ftransafe(lu& f, array_view<double> x, array_view<double> y, double limit) {
   return solve_full(f, f.acc, x, y, limit) ? lu_code::done : lu_code::growth_limit;
 }
 

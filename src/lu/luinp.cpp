@@ -92,7 +92,7 @@ lu_code TVN_lu_inaj2(lu& f, int32_t col, int32_t n, const int32_t* sub, const do
   return lu_code::done;
 }
 
-lu_code lu_input(lu& f, std::span<int32_t> iwork) {
+lu_code lu_input(lu& f, array_view<int32_t> iwork) {
   std::fill_n(f.sto.rlen.data(), f.nrow, 0);
   lu_code code = lu_code::done;
   if (f.set.getcol)

@@ -56,10 +56,10 @@ inline void lu_cutfromcol(lu_store& s, int32_t j, int32_t p) {
 }
 
 // Input (luinp): columns into the column store in column order.
-[[nodiscard]] lu_code lu_input(lu& f, std::span<int32_t> iwork);
+[[nodiscard]] lu_code lu_input(lu& f, array_view<int32_t> iwork);
 
 // Set-up (lusng): input, singleton passes, L columns of the row singletons.
-[[nodiscard]] lu_code lu_setup(lu& f, std::span<int32_t> iwork, std::span<double> rwork);
+[[nodiscard]] lu_code lu_setup(lu& f, array_view<int32_t> iwork, array_view<double> rwork);
 // Records a pivot at the front (or the back) of the active rows.
 inline void TVN_lu_apivot(lu& f, int32_t i, int32_t j, double pivot, bool front) {
   const int32_t to = front ? f.piv.stpf++ : f.nrow - ++f.piv.stpb;

@@ -208,7 +208,7 @@ void compress_rows(lu& f) {
 
 } // namespace
 
-lu_code lu_setup(lu& f, std::span<int32_t> iwork, std::span<double> rwork) {
+lu_code lu_setup(lu& f, array_view<int32_t> iwork, array_view<double> rwork) {
   f.state = lu_factoring;
   if (const lu_code code = lu_input(f, iwork); code != lu_code::done) return code;
   if (!place_rows(f, f.sto)) return lu_code::no_storage;

@@ -31,13 +31,13 @@ void TVN_pq_make(sysenv& sys, int32_t maxe, int32_t maxp, pq& q) {
   pq_cut(q, q.store.data());
 }
 
-void TVN_pq_make2(sysenv& sys, int32_t maxe, int32_t maxp, std::span<int32_t> area, pq& q) {
+void TVN_pq_make2(sysenv& sys, int32_t maxe, int32_t maxp, array_view<int32_t> area, pq& q) {
   pq fresh;
   if (!TVN_pq_setup(fresh, sys, maxe, maxp, area)) TVN_pq_make(sys, maxe, maxp, fresh);
   q = std::move(fresh);
 }
 
-bool TVN_pq_setup(pq& q, sysenv& sys, int32_t maxe, int32_t maxp, std::span<int32_t> area) {
+bool TVN_pq_setup(pq& q, sysenv& sys, int32_t maxe, int32_t maxp, array_view<int32_t> area) {
   q.sys = &sys;
   q.maxe = maxe;
   q.maxp = maxp;

@@ -30,9 +30,9 @@ struct pq {
 void TVN_pq_make(sysenv& sys, int32_t maxe, int32_t maxp, pq& q);
 // Lays the queue over `area` if that is long enough, else over space of its own; throws out_of_memory in that case
 // only.
-void TVN_pq_make2(sysenv& sys, int32_t maxe, int32_t maxp, std::span<int32_t> area, pq& q);
+void TVN_pq_make2(sysenv& sys, int32_t maxe, int32_t maxp, array_view<int32_t> area, pq& q);
 // Lays the queue over `area`; false when it is shorter than TVN_pq_space(maxe, maxp), then only the sizes are stored.
-bool TVN_pq_setup(pq& q, sysenv& sys, int32_t maxe, int32_t maxp, std::span<int32_t> area);
+bool TVN_pq_setup(pq& q, sysenv& sys, int32_t maxe, int32_t maxp, array_view<int32_t> area);
 void TVN_pq_delete(pq& q);
 void TVN_pq_clear(pq& q);
 

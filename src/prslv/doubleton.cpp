@@ -17,13 +17,12 @@ prslv_pivot TVN_prslv_pushpivot(prslv_context& x, int32_t i, int32_t j, double a
   return {i, j, x.connz[i] - 1, x.varnz[j] - 1, aij, b, x.p.c[j], x.p.cc[i]};
 }
 
-prslv_pivot_back prslv_popp(prslv_post& w, const prslv_pivot& r, std::span<const prslv_entry> entries) {
+prslv_pivot_back prslv_popp(prslv_post& w, const prslv_pivot& r, array_view<const prslv_entry> entries) {
   lp_solution& s = w.s;
-  const auto numrow = static_cast<size_t>(r.numrow);
   const double b = w.pf * r.b, cj = w.df * r.cj;
   long double rest = 0, red = cj;
-  for (const auto& [j, a] : entries.first(numrow)) rest += static_cast<long double>(a) * s.xx[j];
-  for (const auto& [i, a] : entries.subspan(numrow)) {
+  for (const auto& [j, a] : entries.first(r.numrow)) rest += static_cast<long double>(a) * s.xx[j];
+  for (const auto& [i, a] : entries.subspan(r.numrow)) {
     red -= static_cast<long double>(a) * s.y[i];
     s.xc[i] += a / r.aij * b;
   }

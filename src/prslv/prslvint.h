@@ -342,7 +342,7 @@ struct prslv_pivot_back {
   double rowrest; // sum of the other entries of row i
 };
 // Also moves the other rows' activities back.
-prslv_pivot_back prslv_popp(prslv_post& w, const prslv_pivot& r, std::span<const prslv_entry> entries);
+prslv_pivot_back prslv_popp(prslv_post& w, const prslv_pivot& r, array_view<const prslv_entry> entries);
 // dualbnd: bounds on row duals; dominated columns, forced rows. checkvar: what one column and its rows tell by
 // themselves.
 prslv_code TVN_prslv_dualbounds(prslv_context& x);

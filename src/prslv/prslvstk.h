@@ -52,7 +52,7 @@ template <prslv_record R> void TVN_prslv_endpushstk(prslv_context& x, int32_t rt
 // A record as popped. The items stand until the next one.
 template <class R> struct prslv_popped {
   R fields;
-  std::span<const typename R::item> items;
+  array_view<const typename R::item> items;
 };
 template <prslv_record R> auto TVN_prslv_poprecord(prslv_stack& s) {
   check_record<R>(s, s.type[s.poptype]);
@@ -62,7 +62,7 @@ template <prslv_record R> auto TVN_prslv_poprecord(prslv_stack& s) {
     using item = typename R::item;
     TVN_prslv_popitems(s, record.numitems() * static_cast<int64_t>(sizeof(item)));
     const auto* first = reinterpret_cast<const item*>(s.items.data());
-    return prslv_popped<R>{record, {first, static_cast<size_t>(record.numitems())}};
+    return prslv_popped<R>{record, {first, record.numitems()}};
   } else {
     return record;
   }

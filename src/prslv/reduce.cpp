@@ -58,14 +58,13 @@ void TVN_prslv_storeccandcx(prslv_context& x) {
 void restore_costs(prslv_context& x) {
   const auto [r, costs] = TVN_prslv_poprecord<storecosts_record>(x.stk);
   prslv_problem& p = x.p;
-  const auto numcon = static_cast<size_t>(p.numcon);
-  std::ranges::copy(costs.first(numcon), p.cc);
-  std::ranges::copy(costs.subspan(numcon), p.c);
+  std::ranges::copy(costs.first(p.numcon), p.cc);
+  std::ranges::copy(costs.subspan(p.numcon), p.c);
   p.cfix = r.cfix;
 }
 
 void restore_bounds(prslv_context& x) {
-  const std::span<const input_bounds> bounds = TVN_prslv_poprecord<storebounds_record>(x.stk).items;
+  const array_view<const input_bounds> bounds = TVN_prslv_poprecord<storebounds_record>(x.stk).items;
   prslv_problem& p = x.p;
   auto take = [&](const input_bounds* from, int32_t num, int32_t* key, double* lower, double* upper) {
     for (int32_t k = 0; k < num; k++) {

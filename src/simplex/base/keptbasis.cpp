@@ -171,14 +171,14 @@ void TVN_simplex_renamebasis(kept_basis& b, const int32_t* con2user, const int32
   for (int32_t k = 0; k < b.count; k++) b.item[k] = b.item[k] >= 0 ? con2user[b.item[k]] : ~var2user[~b.item[k]];
 }
 
-void TVN_simplex_remapbasis(kept_basis& b, bool con, int32_t first, std::span<const int32_t> map) noexcept {
+void TVN_simplex_remapbasis(kept_basis& b, bool con, int32_t first, array_view<const int32_t> map) noexcept {
   TVN_simplex_dropfactor(b);
   int32_t num = 0;
   for (int32_t k = 0; k < b.count; k++) {
     const int32_t i = b.item[k], index = i >= 0 ? i : ~i;
     int32_t to = index;
     if ((i >= 0) == con && index >= first) {
-      const auto at = static_cast<size_t>(index - first);
+      const int64_t at = int64_t{index} - first;
       to = at < map.size() ? map[at] : -1;
     }
     if (to < 0) continue;

@@ -45,7 +45,7 @@ void TVN_simplex_updatebasis(kept_basis& b, simplex_state& s, const lp_view& lp,
 // From items of a part of a problem to those of the whole.
 void TVN_simplex_renamebasis(kept_basis& b, const int32_t* con2user, const int32_t* var2user) noexcept;
 // After items of a side were renumbered: item first + k becomes map[k], -1: it is gone.
-void TVN_simplex_remapbasis(kept_basis& b, bool con, int32_t first, std::span<const int32_t> map) noexcept;
+void TVN_simplex_remapbasis(kept_basis& b, bool con, int32_t first, array_view<const int32_t> map) noexcept;
 void TVN_simplex_dropfactor(kept_basis& b) noexcept;
 
 } // namespace tvn

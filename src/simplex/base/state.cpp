@@ -250,7 +250,7 @@ double TVN_simplex_pointobjective(const simplex_state& s) {
   return sum;
 }
 
-int32_t TVN_simplex_refactor(simplex_state& s, simplex_kind kind, std::span<basis_exchange> exchanges) {
+int32_t TVN_simplex_refactor(simplex_state& s, simplex_kind kind, array_view<basis_exchange> exchanges) {
   if (std::exchange(s.factorready, false) && s.fac.usable) {
     if (s.info.basisrank < 0) s.info.basisrank = s.work.m;
     return 0;

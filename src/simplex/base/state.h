@@ -112,7 +112,7 @@ void TVN_simplex_tell(simplex_state& s, int32_t level, const char* fmt, ...) __a
 double TVN_simplex_pointobjective(const simplex_state& s);
 // Fresh factor of the header, counted under `kind`; finished with s.stop set when there is none. exchanges: what a
 // repair did, room for m; returns their number, -1: no factor.
-int32_t TVN_simplex_refactor(simplex_state& s, simplex_kind kind, std::span<basis_exchange> exchanges);
+int32_t TVN_simplex_refactor(simplex_state& s, simplex_kind kind, array_view<basis_exchange> exchanges);
 // The optimizer that the settings ask for, or, when they leave it free, the one that the start suggests (choose.cpp).
 simplex_kind TVN_simplex_chooseoptimizer(simplex_state& s);
 

@@ -53,11 +53,11 @@ void size_storage(lu& f, int64_t nz) {
 constexpr int32_t maxtries = 20; // enlargements of the storage in one factorisation
 
 // r = -(A x - xc) over all columns, in long double.
-void equation_residual(const simplex_work& w, std::span<const double> x, buffer<double>& out,
+void equation_residual(const simplex_work& w, array_view<const double> x, buffer<double>& out,
                        buffer<long double>& acc) {
-  for (int32_t i = 0; i < w.m; i++) acc[i] = static_cast<long double>(x[static_cast<size_t>(i)]);
+  for (int32_t i = 0; i < w.m; i++) acc[i] = static_cast<long double>(x[i]);
   for (int32_t k = 0; k < w.n; k++) {
-    const long double v = x[static_cast<size_t>(w.m + k)];
+    const long double v = x[w.m + k];
     if (v == 0) continue;
     for (int64_t p = w.colbeg[k]; p < w.colbeg[k + 1]; p++) acc[w.colsub[p]] -= v * w.colval[p];
   }
@@ -87,7 +87,7 @@ void TVN_simplex_slackbasis(simplex_fac& f) noexcept {
   for (int32_t i = 0; i < f.work->m; i++) f.head[i] = f.pos[i] = i;
 }
 
-factor_result TVN_simplex_factorlu(lu& f, int64_t nz, std::span<int32_t> iwork, std::span<double> rwork) {
+factor_result TVN_simplex_factorlu(lu& f, int64_t nz, array_view<int32_t> iwork, array_view<double> rwork) {
   size_storage(f, nz);
   for (int32_t attempt = 0; attempt < maxtries; attempt++) {
     TVN_lu_init(f);
@@ -114,17 +114,17 @@ factor_result TVN_simplex_factor(simplex_fac& f) {
   return result;
 }
 
-int32_t TVN_simplex_insertlogicals(simplex_fac& f, std::span<basis_exchange> exchanges) {
+int32_t TVN_simplex_insertlogicals(simplex_fac& f, array_view<basis_exchange> exchanges) {
   const int32_t m = f.work->m;
-  const std::span<int32_t> colmap(f.iwork.data(), static_cast<size_t>(m));
-  const std::span<int32_t> space(f.iwork.data() + m, static_cast<size_t>(f.iwork.size() - m));
+  const array_view<int32_t> colmap(f.iwork.data(), m);
+  const array_view<int32_t> space(f.iwork.data() + m, f.iwork.size() - m);
   const lu_code code = TVN_lu_insart(f.factor, colmap, space, -1.0);
   TVN_ASSERT(f.sys, "src/simplex/base/usimplex", code == lu_code::done || code == lu_code::no_storage);
   int32_t num = 0;
   for (int32_t k = 0; k < m; k++) {
-    const int32_t row = colmap[static_cast<size_t>(k)];
+    const int32_t row = colmap[k];
     if (row == m) continue;
-    exchanges[static_cast<size_t>(num++)] = {f.head[k], row};
+    exchanges[num++] = {f.head[k], row};
     if (f.head[k] >= 0) f.pos[f.head[k]] = -1;
     f.head[k] = row;
   }
@@ -177,9 +177,9 @@ double TVN_simplex_columndot(const simplex_work& w, int32_t j, const double* y) 
   return s;
 }
 
-double TVN_simplex_formxb(simplex_fac& f, std::span<double> x) {
+double TVN_simplex_formxb(simplex_fac& f, array_view<double> x) {
   const simplex_work& w = *f.work;
-  for (const int32_t j : f.head) x[static_cast<size_t>(j)] = 0.0;
+  for (const int32_t j : f.head) x[j] = 0.0;
   double worst = 0;
   // The first pass solves for the basics, the second corrects them by the solved residual.
   for (int pass = 0; pass < 2; pass++) {
@@ -189,11 +189,11 @@ double TVN_simplex_formxb(simplex_fac& f, std::span<double> x) {
     if (pass == 1) worst = norm;
     if (norm == 0) break;
     TVN_lu_ftran(f.factor, f.rhs, f.sol);
-    for (int32_t k = 0; k < w.m; k++) x[static_cast<size_t>(f.head[k])] += f.sol[k];
+    for (int32_t k = 0; k < w.m; k++) x[f.head[k]] += f.sol[k];
   }
   return worst;
 }
 
-void TVN_simplex_formy(simplex_fac& f, std::span<double> y) { TVN_lu_btran(f.factor, f.rhs, y); }
+void TVN_simplex_formy(simplex_fac& f, array_view<double> y) { TVN_lu_btran(f.factor, f.rhs, y); }
 
 } // namespace tvn

@@ -33,11 +33,12 @@ void TVN_simplex_makefac(sysenv& sys, const simplex_work& work, simplex_fac& f);
 void TVN_simplex_slackbasis(simplex_fac& f) noexcept;
 
 // Factors a square matrix with nz entries through its column function. Storage grows as long as the factor asks for it.
-[[nodiscard]] factor_result TVN_simplex_factorlu(lu& f, int64_t nz, std::span<int32_t> iwork, std::span<double> rwork);
+[[nodiscard]] factor_result TVN_simplex_factorlu(lu& f, int64_t nz, array_view<int32_t> iwork,
+                                                 array_view<double> rwork);
 // The same for head. A position with head -1 is open: an empty column, for which a repair puts in a logical.
 [[nodiscard]] factor_result TVN_simplex_factor(simplex_fac& f);
 // After `singular`: completes the factor with logicals and tells the exchanges; returns their number.
-int32_t TVN_simplex_insertlogicals(simplex_fac& f, std::span<basis_exchange> exchanges);
+int32_t TVN_simplex_insertlogicals(simplex_fac& f, array_view<basis_exchange> exchanges);
 // Raises the pivot method and threshold when the fresh factor looks unstable; true: factor again.
 bool TVN_simplex_improvelu(lu& f);
 inline bool TVN_simplex_improvelu(simplex_fac& f) { return TVN_simplex_improvelu(f.factor); }
@@ -51,8 +52,8 @@ void TVN_simplex_loadcolumn(const simplex_work& w, int32_t j, spvec& col) noexce
 double TVN_simplex_columndot(const simplex_work& w, int32_t j, const double* y) noexcept;
 
 // x of the basics from x of the nonbasics, with one step of refinement; returns the largest residual before it.
-double TVN_simplex_formxb(simplex_fac& f, std::span<double> x);
+double TVN_simplex_formxb(simplex_fac& f, array_view<double> x);
 // y from the costs by position in f.rhs (destroyed); y by row.
-void TVN_simplex_formy(simplex_fac& f, std::span<double> y);
+void TVN_simplex_formy(simplex_fac& f, array_view<double> y);
 
 } // namespace tvn

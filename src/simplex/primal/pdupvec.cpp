@@ -107,7 +107,7 @@ namespace {
 struct group_share {
   primal_state& s;
   const dupvec_groups& g;
-  std::span<const int32_t> members;
+  array_view<const int32_t> members;
 
   ends bounds(int32_t k) const { return in_group(s.work, s.work.m + k, g.factor[k]); }
   void rest_all(bool upper) const;
@@ -186,10 +186,10 @@ void psimplex_dupvecfeasible(primal_state& s, const dupvec_groups& g) {
   for (int32_t k = 0; k < w.n; k++) list[next[g.first[k]]++] = k;
   const bool certificate = s.info.solsta == sol_prim_infeas_cer, ray = s.info.solsta == sol_dual_infeas_cer;
   for (int32_t k = 0; k < w.n; k++) {
-    const auto num = static_cast<size_t>(beg[k + 1] - beg[k]);
+    const int32_t num = beg[k + 1] - beg[k];
     if (num < 2) continue;
     if (certificate) {
-      for (size_t q = 1; q < num; q++) rest(s, w.m + list[beg[k] + static_cast<int64_t>(q)], false);
+      for (int32_t q = 1; q < num; q++) rest(s, w.m + list[beg[k] + q], false);
       continue;
     }
     settle_group({s, g, {list.data() + beg[k], num}}, ray);

@@ -108,7 +108,7 @@ void rest_at_bound(simplex_state& s, int32_t j) {
 }
 
 // Keys, lists and bans after a repair of the basis.
-loop_state follow_repair(primal_state& s, std::span<const basis_exchange> exchanges) {
+loop_state follow_repair(primal_state& s, array_view<const basis_exchange> exchanges) {
   for (const auto [leaving, entering] : exchanges) {
     rest_at_bound(s.base, leaving);
     psimplex_leavebasis(s, leaving);
@@ -142,7 +142,7 @@ loop_state refactor(primal_state& s) {
   s.bad.careful = false;
   if (num < 0) return loop_state::finished;
   s.effort.factor += TVN_lu_getfactorwork(s.fac.factor);
-  const loop_state state = num > 0 ? follow_repair(s, {exchanges.data(), static_cast<size_t>(num)}) : loop_state::go_on;
+  const loop_state state = num > 0 ? follow_repair(s, {exchanges.data(), num}) : loop_state::go_on;
   s.base.recompute = {};
   return state == loop_state::finished ? state : loop_state::go_on;
 }

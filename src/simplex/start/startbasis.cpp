@@ -41,7 +41,7 @@ void fill_header(simplex_state& s, const lp_solution& sol) {
   buffer<int32_t> rank(s.sys, w.m), row2col(s.sys, w.m);
   for (int32_t i = 0; i < w.m; i++) rank[i] = rank_of(w, i, TVN_simplex_userkey(w, sol, i));
   TVN_simplex_maxtransversal(
-      s.sys, w, {columns.data(), static_cast<size_t>(columns.size())}, rank.data(), num_ranks, row2col,
+      s.sys, w, columns, rank.data(), num_ranks, row2col,
       {&s, [](void* handle) -> int32_t { return TVN_simplex_poll(*static_cast<simplex_state*>(handle)); }});
   int32_t num = 0;
   for (int32_t i = 0; i < w.m; i++) append(s.fac, num, row2col[i] < 0 ? i : w.m + columns[row2col[i]]);
@@ -49,14 +49,14 @@ void fill_header(simplex_state& s, const lp_solution& sol) {
 
 } // namespace
 
-int32_t TVN_simplex_maxtransversal(sysenv& sys, const simplex_work& w, std::span<const int32_t> columns,
-                                   const int32_t* rowrank, int32_t numranks, std::span<int32_t> row2col,
+int32_t TVN_simplex_maxtransversal(sysenv& sys, const simplex_work& w, array_view<const int32_t> columns,
+                                   const int32_t* rowrank, int32_t numranks, array_view<int32_t> row2col,
                                    const blkord_progress& progress) {
   const auto num = static_cast<int32_t>(columns.size());
   buffer<int64_t> beg(sys, num), end(sys, num);
   buffer<int32_t> col2row(sys, num, -1);
   for (int32_t c = 0; c < num; c++) {
-    const int32_t k = columns[static_cast<size_t>(c)];
+    const int32_t k = columns[c];
     beg[c] = w.colbeg[k];
     end[c] = w.colbeg[k + 1];
   }

@@ -20,8 +20,8 @@ inline double TVN_simplex_uservalue(const simplex_work& w, const lp_solution& so
 // Matches columns (0 .. n-1) to rows, as many as there can be, and among the rows as many of rank 0 as there can be,
 // then of rank 1, and so on to numranks - 1. rowrank: [m]. row2col: [m], the place in `columns` of the row's partner,
 // -1: none. Returns the number matched.
-int32_t TVN_simplex_maxtransversal(sysenv& sys, const simplex_work& w, std::span<const int32_t> columns,
-                                   const int32_t* rowrank, int32_t numranks, std::span<int32_t> row2col,
+int32_t TVN_simplex_maxtransversal(sysenv& sys, const simplex_work& w, array_view<const int32_t> columns,
+                                   const int32_t* rowrank, int32_t numranks, array_view<int32_t> row2col,
                                    const blkord_progress& progress = {});
 
 // Exactly m basics from the keys, into s.fac.head and pos; s.info.numbasics is what the keys name.

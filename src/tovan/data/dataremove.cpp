@@ -2,12 +2,12 @@
 //
 // An index map (new place, or -1) drives every array of the side from the first index that changes on. What needs
 // memory is done first: the work arrays and A; the rest cannot fail, so a task is never left half changed.
-#include "tovan/task/api.h"
 #include "tovan/data/data.h"
-#include "tovan/task/names.h"
 #include "tovan/data/nlfunc.h"
-#include "tovan/task/scratch.h"
 #include "tovan/solution/sol.h"
+#include "tovan/task/api.h"
+#include "tovan/task/names.h"
+#include "tovan/task/scratch.h"
 
 namespace tvn {
 
@@ -118,7 +118,7 @@ void renumber_constraints(task& t, side_map& m) noexcept {
 void renumber(task& t, int32_t accmode, side_map& m) noexcept {
   const int32_t n = m.count - m.first;
   remap_solutions(t, accmode, m.first, n, m.to.data(), m.work.data(), m.keywork.data());
-  TVN_simplex_remapbasis(t.kept, accmode == TVN_ACC_CON, m.first, {m.to.data(), static_cast<size_t>(n)});
+  TVN_simplex_remapbasis(t.kept, accmode == TVN_ACC_CON, m.first, {m.to.data(), n});
   TVN_permuteandremovenames(t, accmode, m.first, n, m.to.data(), m.longwork.data());
   if (accmode == TVN_ACC_CON)
     renumber_constraints(t, m);
