@@ -1,5 +1,5 @@
-// Owned storage: buffer<T> (sized once), vec<T> (growing) and text (a string), all taken from a sysenv; array_view<T>
-// looks.
+// Owned storage: buffer<T> (sized once), vec<T> (growing) and text (a string), all taken from a sysenv. numbered<T, N>
+// lies in its record, array_view<T> looks.
 //
 // They release in the destructor and never throw there. Only plain records are stored, so that growing is a copy of
 // bytes. Debug builds fill new storage with signalling NaN bytes; release builds leave it unset.
@@ -8,6 +8,7 @@
 #include "cpub/sysenv.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <span>
 #include <string_view>
@@ -29,6 +30,18 @@ inline void check_index([[maybe_unused]] int64_t k, [[maybe_unused]] int64_t n) 
   if (k < 0 || k >= n) __builtin_trap();
 #endif
 }
+
+// An array of the record that holds it, by signed numbers that are checked in the same way: codes, slots, items.
+template <class T, size_t N> struct numbered : std::array<T, N> {
+  T& operator[](int64_t k) noexcept {
+    check_index(k, static_cast<int64_t>(N));
+    return std::array<T, N>::operator[](static_cast<size_t>(k));
+  }
+  const T& operator[](int64_t k) const noexcept {
+    check_index(k, static_cast<int64_t>(N));
+    return std::array<T, N>::operator[](static_cast<size_t>(k));
+  }
+};
 
 // A look at elements that lie in a row, with signed indices that are checked as those of a buffer.
 template <class T> struct array_view {

@@ -21,8 +21,8 @@ struct row_filter {
 };
 
 void pair(blkord_matching& match, int32_t i, int32_t k) {
-  match.col2row[static_cast<size_t>(k)] = i;
-  match.row2col[static_cast<size_t>(i)] = k;
+  match.col2row[k] = i;
+  match.row2col[i] = k;
 }
 
 // Columns by length, of equal length by index.
@@ -41,11 +41,11 @@ int32_t assign_cheaply(sysenv& sys, const blkord_pattern& a, const row_filter& a
     for (int64_t p = a.beg[k]; p < a.end[k]; p++) rowlength[a.sub[p]]++;
   int32_t num = 0;
   for (const int32_t k : order) {
-    int32_t best = match.col2row[static_cast<size_t>(k)];
+    int32_t best = match.col2row[k];
     if (best < 0) {
       for (int64_t p = a.beg[k]; p < a.end[k]; p++) {
         const int32_t i = a.sub[p];
-        if (match.row2col[static_cast<size_t>(i)] >= 0 || !allowed(i)) continue;
+        if (match.row2col[i] >= 0 || !allowed(i)) continue;
         if (best < 0 || rowlength[i] < rowlength[best]) best = i;
       }
       if (best >= 0) pair(match, best, k);
@@ -78,7 +78,7 @@ int32_t look_ahead(const blkord_pattern& a, const row_filter& allowed, const blk
                    int32_t k) {
   while (s.look[k] < a.end[k]) {
     const int32_t i = a.sub[s.look[k]++];
-    if (match.row2col[static_cast<size_t>(i)] < 0 && allowed(i)) return i;
+    if (match.row2col[i] < 0 && allowed(i)) return i;
   }
   return -1;
 }
@@ -86,7 +86,7 @@ int32_t look_ahead(const blkord_pattern& a, const row_filter& allowed, const blk
 // The next column behind one of k's rows that this phase has not entered, -1: none.
 int32_t go_on(const blkord_pattern& a, const blkord_matching& match, search_state& s, int32_t k, int32_t phase) {
   while (s.next[k] < a.end[k]) {
-    const int32_t other = match.row2col[static_cast<size_t>(a.sub[s.next[k]++])];
+    const int32_t other = match.row2col[a.sub[s.next[k]++]];
     if (other >= 0 && s.phase[other] != phase) return other;
   }
   return -1;
@@ -95,7 +95,7 @@ int32_t go_on(const blkord_pattern& a, const blkord_matching& match, search_stat
 // Each column of the path takes the row of the one behind it, the last one the free row.
 void exchange(blkord_matching& match, const search_state& s, int32_t depth, int32_t freerow) {
   for (int32_t i = freerow; depth >= 0; depth--) {
-    const int32_t k = s.path[depth], before = match.col2row[static_cast<size_t>(k)];
+    const int32_t k = s.path[depth], before = match.col2row[k];
     pair(match, i, k);
     i = before;
   }
@@ -132,7 +132,7 @@ int32_t find_maximum(sysenv& sys, const blkord_pattern& a, const row_filter& all
   for (int32_t phase = 1; found > 0 && num < a.ncol && !s.stopped; phase++) {
     found = 0;
     for (int32_t k = 0; k < a.ncol && !s.stopped; k++)
-      if (match.col2row[static_cast<size_t>(k)] < 0) found += augment(a, allowed, match, s, k, phase);
+      if (match.col2row[k] < 0) found += augment(a, allowed, match, s, k, phase);
     num += found;
   }
   return num;

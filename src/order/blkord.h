@@ -20,8 +20,8 @@ struct blkord_progress {
 
 // A matching, both ways; -1: none. Valid on entry and on return; what is matched stays matched, perhaps to others.
 struct blkord_matching {
-  std::span<int32_t> col2row; // [ncol]
-  std::span<int32_t> row2col; // [nrow]
+  array_view<int32_t> col2row; // [ncol]
+  array_view<int32_t> row2col; // [nrow]
 };
 
 // All throw out_of_memory and return the number of columns matched; a stopped search leaves a valid matching.

@@ -37,7 +37,7 @@ void print_reductions(const prslv_context& x) {
   auto count = [&](const char* what, int64_t num) { TVN_prslv_print(x, "%-40s: %-8d\n", what, static_cast<int>(num)); };
   auto red = [&](std::initializer_list<int32_t> types) {
     int64_t num = 0;
-    for (const int32_t t : types) num += s.numred[static_cast<size_t>(t)];
+    for (const int32_t t : types) num += s.numred[t];
     return num;
   };
   TVN_prslv_print(x, "Reductions\n");

@@ -118,15 +118,15 @@ struct prslv_stats {
   prslv_bndcount conbefore, varbefore, conafter, varafter;
   int64_t nzbefore = 0, nzafter = 0;
   int32_t numconfree = 0, numvarfixed = 0;    // freed rows and fixed columns in all
-  std::array<int64_t, rt_limit> numred{};     // records by type
+  numbered<int64_t, rt_limit> numred{};       // records by type
   int64_t numdupdropped = 0;                  // duplicate rows that went
   int32_t numelimtries = 0, numelimspace = 0; // passes of the eliminator, and those ended by lack of room
   int32_t numdualfixed = 0, numdualtight = 0; // columns and rows decided through column bounds that rows imply
   int32_t numlindep = 0, numlindeptries = 0;  // dependent rows removed
   bool lindeptruncated = false, outofspace = false;
   int32_t numrounds = 0, numpostsolves = 0;
-  std::array<double, task_limit> seconds{};
-  std::array<int32_t, task_limit> calls{};
+  numbered<double, task_limit> seconds{};
+  numbered<int32_t, task_limit> calls{};
   double totalseconds = 0;
 };
 

@@ -30,7 +30,7 @@ void TVN_prslv_endpushstk(prslv_context& x, int32_t rtype) {
   TVN_ASSERT(x.sys, label, x.stk.open);
   x.stk.type.push_back(rtype);
   x.stk.open = false;
-  x.run.stats->numred[static_cast<size_t>(rtype)]++;
+  x.run.stats->numred[rtype]++;
 }
 
 void TVN_prslv_endsnapshots(prslv_stack& s) noexcept {

@@ -173,28 +173,28 @@ struct basis_info {
 struct simplex_info {
   simplex_code response = simplex_code::ok;
   int32_t prosta = pro_unknown, solsta = sol_unknown;
-  std::array<simplex_counters, 4> count;               // by simplex_kind
-  std::array<int64_t, num_recompute_why> recomputes{}; // requests by recompute_why
-  bool dualform = false;                               // at work on the dual: figures are its own
-  int32_t numcon = 0, numvar = 0;                      // of the working problem
-  int32_t hotstart = start_none;                       // start_kind of the optimizer in hand
-  int32_t numbasics = 0, basisrank = -1;               // of the start: basics given, rank of the first factor
-  bool nopoint = false;                                // the run was stopped before it had one
-  bool warmfactor = false;                             // the factor of the start was left by an earlier run
-  int32_t phase = 0;                                   // 1 or 2
-  simplex_kind kind = kind_primal;                     // the optimizer in hand
-  double sumpinf = 0, sumdinf = 0;                     // of the working problem
-  double objective = 0;                                // of the working point in user units, offset included
+  numbered<simplex_counters, 4> count;               // by simplex_kind
+  numbered<int64_t, num_recompute_why> recomputes{}; // requests by recompute_why
+  bool dualform = false;                             // at work on the dual: figures are its own
+  int32_t numcon = 0, numvar = 0;                    // of the working problem
+  int32_t hotstart = start_none;                     // start_kind of the optimizer in hand
+  int32_t numbasics = 0, basisrank = -1;             // of the start: basics given, rank of the first factor
+  bool nopoint = false;                              // the run was stopped before it had one
+  bool warmfactor = false;                           // the factor of the start was left by an earlier run
+  int32_t phase = 0;                                 // 1 or 2
+  simplex_kind kind = kind_primal;                   // the optimizer in hand
+  double sumpinf = 0, sumdinf = 0;                   // of the working problem
+  double objective = 0;                              // of the working point in user units, offset included
   int32_t randomstate = 1;
   bool forcelog = false; // print the next iteration line whatever its number
   int64_t lnz = 0, unz = 0;
-  double mindiag = 0, maxdiag = 0;          // magnitudes on the diagonal of U
-  double primalviol = 0, dualviol = 0;      // worst relative violations on the user's data, set at the end
-  prslv_stats prslv;                        // of presolve
-  const char* line = nullptr;               // with the events presolve_line and message
-  int32_t linelevel = 0;                    // with message: the log level from which on the line is wanted
-  int32_t cleanups = 0;                     // runs on the user's problem after postsolve
-  std::array<int64_t, 4> cleaniterations{}; // of them, by simplex_kind
+  double mindiag = 0, maxdiag = 0;        // magnitudes on the diagonal of U
+  double primalviol = 0, dualviol = 0;    // worst relative violations on the user's data, set at the end
+  prslv_stats prslv;                      // of presolve
+  const char* line = nullptr;             // with the events presolve_line and message
+  int32_t linelevel = 0;                  // with message: the log level from which on the line is wanted
+  int32_t cleanups = 0;                   // runs on the user's problem after postsolve
+  numbered<int64_t, 4> cleaniterations{}; // of them, by simplex_kind
   basis_info basis;
 };
 

@@ -164,15 +164,14 @@ TVNrescodee solution_infeasibility(task& t, int32_t whichsol, solution_measures&
 TVNrescodee TVN_updatesolutioninfo(task& t, int32_t whichsol) {
   solution_measures m;
   if (const TVNrescodee code = solution_infeasibility(t, whichsol, m)) return code;
-  const auto k = static_cast<size_t>(whichsol);
-  const slot_items& to = items_of_slot[k];
+  const slot_items& to = items_of_slot[whichsol];
   for (const auto& [item, value] :
        {std::pair{to.primalobj, m.primalobj}, std::pair{to.maxpbi, m.maxpbi}, std::pair{to.maxpcni, m.maxpcni},
         std::pair{to.maxpeqi, m.maxpeqi}, std::pair{to.maxinti, m.maxinti}, std::pair{to.dualobj, m.dualobj},
         std::pair{to.maxdbi, m.maxdbi}, std::pair{to.maxdcni, m.maxdcni}, std::pair{to.maxdeqi, m.maxdeqi}})
-    if (item != no_item) t.info.dou[static_cast<size_t>(item)] = value;
-  t.info.intg[static_cast<size_t>(to.prosta)] = t.sols.prosta[k];
-  t.info.intg[static_cast<size_t>(to.solsta)] = t.sols.solsta[k];
+    if (item != no_item) t.info.dou[item] = value;
+  t.info.intg[to.prosta] = t.sols.prosta[whichsol];
+  t.info.intg[to.solsta] = t.sols.solsta[whichsol];
   return TVN_RES_OK;
 }
 
@@ -250,8 +249,8 @@ TVNrescodee TVN_getsolutioninf(TVNtask_t task, int32_t whichsol, int32_t* prosta
   return api(task, [&](tvn::task& t) {
     solution_measures m;
     if (const TVNrescodee code = solution_infeasibility(t, whichsol, m)) return code;
-    put_out(prosta, t.sols.prosta[static_cast<size_t>(whichsol)]);
-    put_out(solsta, t.sols.solsta[static_cast<size_t>(whichsol)]);
+    put_out(prosta, t.sols.prosta[whichsol]);
+    put_out(solsta, t.sols.solsta[whichsol]);
     put_out(primalobj, m.primalobj);
     put_out(maxpbi, m.maxpbi);
     put_out(maxpcni, m.maxpcni);

@@ -72,12 +72,11 @@ TVNrescodee add_user_terms(task& t, const measured_solution& m, lagrangian_sum& 
 double worse(double a, double b) noexcept { return std::isnan(a) || b <= a ? a : b; }
 
 measured_solution make_measured(task& t, int32_t whichsol) {
-  const auto k = static_cast<size_t>(whichsol);
   measured_solution m;
   m.s = TVN_getsolptrs(t, whichsol);
-  m.f = says_infeasible(t.sols.prosta[k]) ? 0.0 : 1.0;
+  m.f = says_infeasible(t.sols.prosta[whichsol]) ? 0.0 : 1.0;
   m.sign = TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE ? 1.0 : -1.0;
-  m.constant = is_certificate(t.sols.solsta[k]) ? 0.0 : t.prob.cfix;
+  m.constant = is_certificate(t.sols.solsta[whichsol]) ? 0.0 : t.prob.cfix;
   return m;
 }
 

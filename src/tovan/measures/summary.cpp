@@ -1,11 +1,11 @@
 // Summaries for people: the optimizer's work, whose text is a fixed message, and the quality of the solutions,
 // measured on the user's data.
+#include "tovan/measures/solinf.h"
+#include "tovan/solution/sol.h"
 #include "tovan/task/api.h"
 #include "tovan/task/log.h"
 #include "tovan/task/msg.h"
 #include "tovan/task/report.h"
-#include "tovan/solution/sol.h"
-#include "tovan/measures/solinf.h"
 #include "tovan/task/streams.h"
 
 namespace tvn {
@@ -25,9 +25,9 @@ TVNrescodee slot_summary(task& t, int32_t stream, int32_t which) {
   if (const TVNrescodee code = solution_infeasibility(t, which, m)) return code;
   char word[TVN_MAX_STR_LEN];
   echo(t, stream, "%s", titles[which]);
-  TVN_prostatostr(&t, t.sols.prosta[static_cast<size_t>(which)], word);
+  TVN_prostatostr(&t, t.sols.prosta[which], word);
   echo(t, stream, "    Problem status  : %-s\n", word);
-  TVN_solstatostr(&t, t.sols.solsta[static_cast<size_t>(which)], word);
+  TVN_solstatostr(&t, t.sols.solsta[which], word);
   echo(t, stream, "    Solution status : %-s\n", word);
   if (which == TVN_SOL_ITG) {
     echo(t, stream,

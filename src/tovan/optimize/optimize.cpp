@@ -51,10 +51,10 @@ TVNrescodee TVN_inittaskbeforeoptimize(task& t) {
        {TVN_DINF_BI_CLEAN_DUAL_TIME, TVN_DINF_BI_CLEAN_PRIMAL_DUAL_TIME, TVN_DINF_BI_CLEAN_PRIMAL_TIME,
         TVN_DINF_BI_CLEAN_TIME, TVN_DINF_BI_DUAL_TIME, TVN_DINF_BI_PRIMAL_TIME, TVN_DINF_BI_TIME, TVN_DINF_INTPNT_TIME,
         TVN_DINF_INTPNT_ORDER_TIME, TVN_DINF_INTPNT_FACTOR_NUM_FLOPS, TVN_DINF_PRESOLVE_TIME})
-    info.dou[static_cast<size_t>(item)] = 0;
+    info.dou[item] = 0;
   for (const int32_t item : {TVN_IINF_INTPNT_ITER, TVN_IINF_INTPNT_FACTOR_NUM_OFFCOL, TVN_IINF_SIM_PRIMAL_ITER,
                              TVN_IINF_SIM_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DUAL_ITER})
-    info.intg[static_cast<size_t>(item)] = 0;
+    info.intg[item] = 0;
   return t.params.ival[TVN_IPAR_AUTO_SORT_A_BEFORE_OPT] ? sort_columns(t) : TVN_RES_OK;
 }
 

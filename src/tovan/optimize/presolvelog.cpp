@@ -14,7 +14,7 @@ void update_counts(task& t, const prslv_stats& s) {
   auto& iv = t.info.private_intg;
   auto put = [&](const prslv_bndcount& b, const std::array<int32_t, 5>& items) {
     const std::array<int32_t, 5> values{b.fixed, b.ranged, b.lower, b.upper, b.free};
-    for (size_t k = 0; k < 5; k++) iv[static_cast<size_t>(items[k])] = values[k];
+    for (size_t k = 0; k < 5; k++) iv[items[k]] = values[k];
   };
   put(s.conbefore, {TVNP_IINF_PRESOLVE_NUMCFX, TVNP_IINF_PRESOLVE_NUMCRA, TVNP_IINF_PRESOLVE_NUMCLO,
                     TVNP_IINF_PRESOLVE_NUMCUP, TVNP_IINF_PRESOLVE_NUMCFR});
@@ -30,7 +30,7 @@ int32_t total(const prslv_bndcount& b) { return b.fixed + b.ranged + b.lower + b
 
 void update_items(task& t, const prslv_stats& s) {
   auto& iv = t.info.private_intg;
-  const auto count = [&](int32_t type) { return static_cast<int32_t>(s.numred[static_cast<size_t>(type)]); };
+  const auto count = [&](int32_t type) { return static_cast<int32_t>(s.numred[type]); };
   update_counts(t, s);
   iv[TVNP_IINF_PRESOLVE_NUMCON] = total(s.conbefore);
   iv[TVNP_IINF_PRESOLVE_NUMVAR] = total(s.varbefore);

@@ -130,12 +130,12 @@ int32_t hotstart_mode(const task& t) {
 void reset_items(task& t) {
   for (const int32_t item : {TVN_DINF_OPTIMIZER_TIME, TVN_DINF_SIM_TIME, TVN_DINF_SIM_OBJ, TVN_DINF_SIM_FEAS,
                              TVN_DINF_SIM_PRIMAL_TIME, TVN_DINF_SIM_DUAL_TIME, TVN_DINF_SIM_PRIMAL_DUAL_TIME})
-    t.info.dou[static_cast<size_t>(item)] = 0;
+    t.info.dou[item] = 0;
   for (const int32_t item : {TVN_IINF_SIM_PRIMAL_ITER, TVN_IINF_SIM_DUAL_ITER, TVN_IINF_SIM_PRIMAL_DUAL_ITER,
                              TVN_IINF_SIM_PRIMAL_DEG_ITER, TVN_IINF_SIM_DUAL_DEG_ITER, TVN_IINF_SIM_PRIMAL_INF_ITER,
                              TVN_IINF_SIM_DUAL_INF_ITER, TVN_IINF_SIM_PRIMAL_HOTSTART, TVN_IINF_SIM_DUAL_HOTSTART,
                              TVN_IINF_SIM_PRIMAL_HOTSTART_LU, TVN_IINF_SIM_DUAL_HOTSTART_LU})
-    t.info.intg[static_cast<size_t>(item)] = 0;
+    t.info.intg[item] = 0;
 }
 
 } // namespace

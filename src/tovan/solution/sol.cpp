@@ -78,27 +78,25 @@ TVNrescodee check_defined(task& t, int32_t whichsol) {
 }
 
 bool TVN_solutiondef(const task& t, int32_t whichsol) noexcept {
-  const auto k = static_cast<size_t>(whichsol);
-  return t.sols.defined[k] && (no_capacity(t.prob) || !t.sols.keys[k].empty());
+  return t.sols.defined[whichsol] && (no_capacity(t.prob) || !t.sols.keys[whichsol].empty());
 }
 
 sol_ptrs TVN_getsolptrs(task& t, int32_t whichsol) {
-  const auto k = static_cast<size_t>(whichsol);
-  buffer<int32_t>& keys = t.sols.keys[k];
+  buffer<int32_t>& keys = t.sols.keys[whichsol];
   if (keys.empty()) {
     if (whichsol == TVN_SOL_BAS && !no_capacity(t.prob))
       TVN_stoptask(t, label, __LINE__, "Basic soltion is not defined");
     return {};
   }
-  return slot_blocks(whichsol, keys.data(), t.sols.values[k].data(), t.prob.maxnumcon, t.prob.maxnumvar);
+  return slot_blocks(whichsol, keys.data(), t.sols.values[whichsol].data(), t.prob.maxnumcon, t.prob.maxnumvar);
 }
 
 void TVN_getsolptrs(task& t, int32_t whichsol, int32_t** prosta, int32_t** solsta, int32_t** skc, int32_t** skx,
                     int32_t** skn, double** xc, double** xx, double** y, double** slc, double** suc, double** slx,
                     double** sux, double** snx) {
   const sol_ptrs s = TVN_getsolptrs(t, whichsol);
-  put_out(prosta, &t.sols.prosta[static_cast<size_t>(whichsol)]);
-  put_out(solsta, &t.sols.solsta[static_cast<size_t>(whichsol)]);
+  put_out(prosta, &t.sols.prosta[whichsol]);
+  put_out(solsta, &t.sols.solsta[whichsol]);
   put_out(skc, s.skc);
   put_out(skx, s.skx);
   put_out(skn, s.skn);
@@ -113,24 +111,22 @@ void TVN_getsolptrs(task& t, int32_t whichsol, int32_t** prosta, int32_t** solst
 }
 
 void TVN_makesolution(task& t, int32_t whichsol) {
-  const auto k = static_cast<size_t>(whichsol);
   const problem& p = t.prob;
-  if (!t.sols.keys[k].empty() || no_capacity(p)) return;
+  if (!t.sols.keys[whichsol].empty() || no_capacity(p)) return;
   buffer<int32_t> keys(*t.sys, num_keys(whichsol, p.maxnumcon, p.maxnumvar, p.maxnumcone), 0);
   buffer<double> values(*t.sys, num_values(whichsol, p.maxnumcon, p.maxnumvar, p.maxnumcone), 0.0);
-  t.sols.keys[k].swap(keys);
-  t.sols.values[k].swap(values);
-  t.sols.prosta[k] = TVN_PRO_STA_UNKNOWN;
-  t.sols.solsta[k] = TVN_SOL_STA_UNKNOWN;
+  t.sols.keys[whichsol].swap(keys);
+  t.sols.values[whichsol].swap(values);
+  t.sols.prosta[whichsol] = TVN_PRO_STA_UNKNOWN;
+  t.sols.solsta[whichsol] = TVN_SOL_STA_UNKNOWN;
 }
 
 void TVN_makesolutionstatusunknown(task& t, int32_t whichsol) {
   TVN_makesolution(t, whichsol);
-  const auto k = static_cast<size_t>(whichsol);
-  t.sols.defined[k] = 1;
-  t.sols.solsta[k] = TVN_SOL_STA_UNKNOWN;
-  zero_block(t.sols.keys[k].data(), static_cast<int32_t>(t.sols.keys[k].size()));
-  std::fill_n(t.sols.values[k].data(), t.sols.values[k].size(), 0.0);
+  t.sols.defined[whichsol] = 1;
+  t.sols.solsta[whichsol] = TVN_SOL_STA_UNKNOWN;
+  zero_block(t.sols.keys[whichsol].data(), static_cast<int32_t>(t.sols.keys[whichsol].size()));
+  std::fill_n(t.sols.values[whichsol].data(), t.sols.values[whichsol].size(), 0.0);
 }
 
 void resize_solutions(task& t, int32_t maxnumcon, int32_t maxnumvar, int32_t maxnumcone) {
@@ -138,20 +134,19 @@ void resize_solutions(task& t, int32_t maxnumcon, int32_t maxnumvar, int32_t max
   if (maxnumcon < p.numcon || maxnumvar < p.numvar || maxnumcone < p.numcone)
     TVN_stoptask(t, label, __LINE__, "numcon: %d numvar: %d numcone: %d maxnumvar: %d maxnumcon: %d maxnumcone: %d",
                  p.numcon, p.numvar, p.numcone, maxnumvar, maxnumcon, maxnumcone);
-  std::array<buffer<int32_t>, 3> keys;
-  std::array<buffer<double>, 3> values;
+  numbered<buffer<int32_t>, 3> keys;
+  numbered<buffer<double>, 3> values;
   for (int32_t which = 0; which < 3; which++) {
-    const auto k = static_cast<size_t>(which);
-    if (t.sols.keys[k].empty() && !t.sols.defined[k]) continue;
-    keys[k].reset(*t.sys, num_keys(which, maxnumcon, maxnumvar, maxnumcone), 0);
-    values[k].reset(*t.sys, num_values(which, maxnumcon, maxnumvar, maxnumcone), 0.0);
-    if (t.sols.keys[k].empty() || keys[k].empty()) continue;
-    copy_blocks(slot_blocks(which, t.sols.keys[k].data(), t.sols.values[k].data(), p.maxnumcon, p.maxnumvar),
-                slot_blocks(which, keys[k].data(), values[k].data(), maxnumcon, maxnumvar), p);
+    if (t.sols.keys[which].empty() && !t.sols.defined[which]) continue;
+    keys[which].reset(*t.sys, num_keys(which, maxnumcon, maxnumvar, maxnumcone), 0);
+    values[which].reset(*t.sys, num_values(which, maxnumcon, maxnumvar, maxnumcone), 0.0);
+    if (t.sols.keys[which].empty() || keys[which].empty()) continue;
+    copy_blocks(slot_blocks(which, t.sols.keys[which].data(), t.sols.values[which].data(), p.maxnumcon, p.maxnumvar),
+                slot_blocks(which, keys[which].data(), values[which].data(), maxnumcon, maxnumvar), p);
   }
-  for (size_t k = 0; k < 3; k++) {
-    t.sols.keys[k].swap(keys[k]);
-    t.sols.values[k].swap(values[k]);
+  for (int32_t which = 0; which < 3; which++) {
+    t.sols.keys[which].swap(keys[which]);
+    t.sols.values[which].swap(values[which]);
   }
 }
 
@@ -162,7 +157,7 @@ void TVN_invalidallsol(task& t) noexcept { t.sols.defined.fill(0); }
 void remap_solutions(task& t, int32_t accmode, int32_t first, int32_t count, const int32_t* map, double* work,
                      int32_t* keywork) noexcept {
   for (int32_t which = 0; which < 3; which++) {
-    if (t.sols.keys[static_cast<size_t>(which)].empty()) continue;
+    if (t.sols.keys[which].empty()) continue;
     const sol_ptrs s = TVN_getsolptrs(t, which);
     if (accmode == TVN_ACC_CON) {
       remap_block(s.skc, keywork, first, count, map);
@@ -189,7 +184,7 @@ TVNrescodee TVN_solutiondef(TVNtask_t task, int32_t whichsol, int32_t* isdef) {
 TVNrescodee TVN_undefsolution(TVNtask_t task, int32_t whichsol) {
   return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
-    t.sols.defined[static_cast<size_t>(whichsol)] = 0;
+    t.sols.defined[whichsol] = 0;
     return TVN_RES_OK;
   });
 }
@@ -213,10 +208,9 @@ TVNrescodee TVN_deletesolutions(TVNtask_t task) {
 TVNrescodee TVN_deletesolution(TVNtask_t task, int32_t whichsol) {
   return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
-    const auto k = static_cast<size_t>(whichsol);
-    t.sols.keys[k].clear();
-    t.sols.values[k].clear();
-    t.sols.prosta[k] = t.sols.solsta[k] = t.sols.defined[k] = 0;
+    t.sols.keys[whichsol].clear();
+    t.sols.values[whichsol].clear();
+    t.sols.prosta[whichsol] = t.sols.solsta[whichsol] = t.sols.defined[whichsol] = 0;
     return TVN_RES_OK;
   });
 }

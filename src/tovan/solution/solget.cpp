@@ -1,6 +1,6 @@
 // Reading solutions.
-#include "tovan/task/api.h"
 #include "tovan/solution/sol.h"
+#include "tovan/task/api.h"
 
 namespace tvn {
 
@@ -37,7 +37,7 @@ TVNrescodee get_slice(task& t, int32_t whichsol, int32_t solitem, int32_t first,
   if (!item.values) {
     // A task without items has no storage either: an empty slice of an existing item is no fault.
     const bool exists = solitem >= TVN_SOL_ITEM_XC && solitem <= TVN_SOL_ITEM_SNX;
-    if (exists && t.sols.keys[static_cast<size_t>(whichsol)].empty() && first == 0 && last == 0) return TVN_RES_OK;
+    if (exists && t.sols.keys[whichsol].empty() && first == 0 && last == 0) return TVN_RES_OK;
     return report(t, label, __LINE__, TVN_RES_ERR_SOLITEM, solitem, whichsol);
   }
   if (const TVNrescodee code = check_slice(t, label, __LINE__, first, last, item.count)) return code;
@@ -87,8 +87,8 @@ TVNrescodee TVN_getsolution(TVNtask_t task, int32_t whichsol, int32_t* prosta, i
     if (const TVNrescodee code = check_defined(t, whichsol)) return code;
     const problem& p = t.prob;
     const sol_ptrs s = TVN_getsolptrs(t, whichsol);
-    put_out(prosta, t.sols.prosta[static_cast<size_t>(whichsol)]);
-    put_out(solsta, t.sols.solsta[static_cast<size_t>(whichsol)]);
+    put_out(prosta, t.sols.prosta[whichsol]);
+    put_out(solsta, t.sols.solsta[whichsol]);
     copy_out(s.skc, p.numcon, skc);
     copy_out(s.skx, p.numvar, skx);
     copy_out(s.skn, p.numcone, skn);
@@ -145,8 +145,8 @@ TVNrescodee TVN_getsolutionstatuskeyslice(TVNtask_t task, int32_t accmode, int32
 TVNrescodee TVN_getsolutionstatus(TVNtask_t task, int32_t whichsol, int32_t* prosta, int32_t* solsta) {
   return api(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_defined(t, whichsol)) return code;
-    put_out(prosta, t.sols.prosta[static_cast<size_t>(whichsol)]);
-    put_out(solsta, t.sols.solsta[static_cast<size_t>(whichsol)]);
+    put_out(prosta, t.sols.prosta[whichsol]);
+    put_out(solsta, t.sols.solsta[whichsol]);
     return TVN_RES_OK;
   });
 }

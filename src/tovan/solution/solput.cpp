@@ -1,6 +1,6 @@
 // Writing solutions, as a start for an optimizer or from a file. A slot that does not exist is made.
-#include "tovan/task/api.h"
 #include "tovan/solution/sol.h"
+#include "tovan/task/api.h"
 
 namespace tvn {
 
@@ -73,20 +73,19 @@ TVNrescodee put_solution(task& t, int32_t whichsol, const sol_input& in) {
   copy_in(in.slx, p.numvar, s.slx);
   copy_in(in.sux, p.numvar, s.sux);
   copy_in(in.snx, p.numvar, s.snx);
-  const auto k = static_cast<size_t>(whichsol);
-  t.sols.prosta[k] = TVN_PRO_STA_UNKNOWN;
-  t.sols.solsta[k] = TVN_SOL_STA_UNKNOWN;
-  t.sols.defined[k] = 1;
+  t.sols.prosta[whichsol] = TVN_PRO_STA_UNKNOWN;
+  t.sols.solsta[whichsol] = TVN_SOL_STA_UNKNOWN;
+  t.sols.defined[whichsol] = 1;
   if (whichsol == TVN_SOL_BAS) t.sols.numbaskeys = count_basic(in.skc, p.numcon) + count_basic(in.skx, p.numvar);
   return TVN_RES_OK;
 }
 
 // One of the three numbers of a slot, which is made when it is missing.
-TVNrescodee put_raw(TVNtask_t task, int32_t whichsol, std::array<int32_t, 3> solution_store::*numbers, int32_t value) {
+TVNrescodee put_raw(TVNtask_t task, int32_t whichsol, numbered<int32_t, 3> solution_store::*numbers, int32_t value) {
   return api_change(task, [&](tvn::task& t) {
     if (const TVNrescodee code = check_whichsol(t, whichsol)) return code;
     TVN_makesolution(t, whichsol);
-    (t.sols.*numbers)[static_cast<size_t>(whichsol)] = value;
+    (t.sols.*numbers)[whichsol] = value;
     return TVN_RES_OK;
   });
 }
@@ -120,7 +119,7 @@ TVNrescodee TVN_putsolutioni(TVNtask_t task, int32_t accmode, int32_t i, int32_t
     put_entry(con ? s.slc : s.slx, i, sl);
     put_entry(con ? s.suc : s.sux, i, su);
     if (!con) put_entry(s.snx, i, sn);
-    t.sols.solsta[static_cast<size_t>(whichsol)] = TVN_SOL_STA_UNKNOWN;
+    t.sols.solsta[whichsol] = TVN_SOL_STA_UNKNOWN;
     return TVN_RES_OK;
   });
 }

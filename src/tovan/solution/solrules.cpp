@@ -15,8 +15,7 @@ bool any_defined(const task& t) noexcept { return t.sols.defined[0] || t.sols.de
 
 template <class Rule> void each_defined(task& t, Rule rule) {
   for (int32_t which = 0; which < 3; which++)
-    if (TVN_solutiondef(t, which))
-      rule(which, t.sols.prosta[static_cast<size_t>(which)], t.sols.solsta[static_cast<size_t>(which)]);
+    if (TVN_solutiondef(t, which)) rule(which, t.sols.prosta[which], t.sols.solsta[which]);
 }
 
 // The primal side is still right, the dual no longer known.

@@ -4,6 +4,8 @@
 // Plain arrays, numbered by the order of def/*inf.def. The private items have no constants in the public header.
 #pragma once
 
+#include "cpub/buffer.h"
+
 #include <array>
 #include <cstdint>
 
@@ -31,12 +33,12 @@ enum private_liinf : int32_t {
 };
 
 struct info_items {
-  std::array<double, num_dinf> dou{};                    // by TVN_DINF_*
-  std::array<int32_t, num_iinf> intg{};                  // by TVN_IINF_*
-  std::array<int64_t, num_liinf> lint{};                 // by TVN_LIINF_*
-  std::array<double, num_private_dinf> private_dou{};    // by TVNP_DINF_*
-  std::array<int32_t, num_private_iinf> private_intg{};  // by TVNP_IINF_*
-  std::array<int64_t, num_private_liinf> private_lint{}; // by TVNP_LIINF_*
+  numbered<double, num_dinf> dou{};                    // by TVN_DINF_*
+  numbered<int32_t, num_iinf> intg{};                  // by TVN_IINF_*
+  numbered<int64_t, num_liinf> lint{};                 // by TVN_LIINF_*
+  numbered<double, num_private_dinf> private_dou{};    // by TVNP_DINF_*
+  numbered<int32_t, num_private_iinf> private_intg{};  // by TVNP_IINF_*
+  numbered<int64_t, num_private_liinf> private_lint{}; // by TVNP_LIINF_*
 };
 
 } // namespace tvn

@@ -23,20 +23,20 @@ enum class param_kind : int32_t { at_least = 0, at_most = 1, both = 2, any = 3, 
 using param_name = std::array<char, 128>; // the full constant name, NUL-terminated
 
 struct param_tables {
-  std::array<param_name, num_dparam> dname;
-  std::array<param_name, num_iparam> iname;
-  std::array<param_name, num_sparam> sname;
-  std::array<int32_t, num_iparam> idef, ikind, imin, imax;
-  std::array<double, num_dparam> ddef;
-  std::array<int32_t, num_dparam> dkind;
-  std::array<double, num_dparam> dmin, dmax;
-  std::array<text, num_sparam> sdef; // owned
+  numbered<param_name, num_dparam> dname;
+  numbered<param_name, num_iparam> iname;
+  numbered<param_name, num_sparam> sname;
+  numbered<int32_t, num_iparam> idef, ikind, imin, imax;
+  numbered<double, num_dparam> ddef;
+  numbered<int32_t, num_dparam> dkind;
+  numbered<double, num_dparam> dmin, dmax;
+  numbered<text, num_sparam> sdef; // owned
 };
 
 struct param_values {
-  std::array<int32_t, num_iparam> ival; // by TVN_IPAR_*
-  std::array<double, num_dparam> dval;  // by TVN_DPAR_*
-  std::array<text, num_sparam> sval;    // by TVN_SPAR_*, owned
+  numbered<int32_t, num_iparam> ival; // by TVN_IPAR_*
+  numbered<double, num_dparam> dval;  // by TVN_DPAR_*
+  numbered<text, num_sparam> sval;    // by TVN_SPAR_*, owned
 };
 
 // Fills the tables; the default strings are taken from sys.

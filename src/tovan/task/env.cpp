@@ -4,9 +4,9 @@
 // the record holds, the record, the system environment. Lock order: mutex 2 alone, never while another is held.
 #include "tovan/task/env.h"
 
+#include "tovan/tables/version.h"
 #include "tovan/task/api.h"
 #include "tovan/task/machine.h"
-#include "tovan/tables/version.h"
 
 #include <cstdio>
 #include <new>
@@ -33,7 +33,7 @@ TVNrescodee destroy_env(env* e) noexcept {
   sys->mman->echofn = nullptr;
   TVN_sysenv_putexithandler(*sys, nullptr, nullptr);
   TVN_destroystreams(e->streams);
-  for (int32_t k = 0; k < e->nummutexes; k++) pthread_mutex_destroy(&e->mutexes[static_cast<size_t>(k)]);
+  for (int32_t k = 0; k < e->nummutexes; k++) pthread_mutex_destroy(&e->mutexes[k]);
   e->~TVNenv();
   sys->release(e, label, __LINE__);
   return TVN_sysrestores(TVN_sysenv_delete(&sys));

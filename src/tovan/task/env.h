@@ -24,13 +24,13 @@ struct TVNenv {
   int32_t keepdlls = 1;
   int32_t garbagecollect = 0; // 1: deletion waits for the last task
   int32_t deletepending = 0;
-  int32_t holds = 0;                      // calls under way on the environment itself, under mutex 2
-  tvn::param_tables params;               // names, defaults and rules; read-only after TVN_initenv
-  int32_t nummutexes = 0;                 // that exist
-  std::array<pthread_mutex_t, 4> mutexes; // 2 guards the task counters, 3 the mixed-integer library
-  tvn::sysenv* sys = nullptr;             // owned
-  int32_t dbglevel = 0;                   // of the memory managers, the tasks' too
-  void* usrptr = nullptr;                 // user allocator, given to the tasks too
+  int32_t holds = 0;                         // calls under way on the environment itself, under mutex 2
+  tvn::param_tables params;                  // names, defaults and rules; read-only after TVN_initenv
+  int32_t nummutexes = 0;                    // that exist
+  tvn::numbered<pthread_mutex_t, 4> mutexes; // 2 guards the task counters, 3 the mixed-integer library
+  tvn::sysenv* sys = nullptr;                // owned
+  int32_t dbglevel = 0;                      // of the memory managers, the tasks' too
+  void* usrptr = nullptr;                    // user allocator, given to the tasks too
   tvn::malloc_fn mallocfn = nullptr;
   tvn::free_fn freefn = nullptr;
   tvn::text dbgfilename; // stem of the memory debug files, may be empty
@@ -40,7 +40,7 @@ struct TVNenv {
   void* responsehandle = nullptr;
   tvn::text dllpath;
   tvn::stream_block streams;
-  std::array<int32_t, 1000> warningcount{};         // per warning code
+  tvn::numbered<int32_t, 1000> warningcount{};      // per warning code
   int64_t numtaskscreated = 0, numtasksremoved = 0; // alive = created - removed
   int32_t indexorigin = 0;                          // added to indices shown in messages
   int32_t language = TVN_LANG_ENG;                  // of the fixed messages, TVN_LANG_*

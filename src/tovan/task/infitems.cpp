@@ -4,10 +4,10 @@
 // are plain arrays of the task; the library writes them through the TVNP_ accessors, users only read.
 #include "tovan/task/param.h"
 
+#include "tovan/tables/symcon.h"
 #include "tovan/task/api.h"
 #include "tovan/task/index.h"
 #include "tovan/task/report.h"
-#include "tovan/tables/symcon.h"
 
 #include <cstring>
 
@@ -49,13 +49,13 @@ TVNrescodee find_item(task& t, int32_t inftype, const char* name, int32_t& item)
   return TVN_RES_OK;
 }
 
-template <class T, size_t N> T& slot(sysenv* sys, std::array<T, N>& items, int32_t item) noexcept {
+template <class T, size_t N> T& slot(sysenv* sys, numbered<T, N>& items, int32_t item) noexcept {
   TVN_ASSERT(sys, label, item >= 0 && item < static_cast<int32_t>(N));
-  return items[static_cast<size_t>(item)];
+  return items[item];
 }
-template <class T, size_t N> T value_of(sysenv* sys, const std::array<T, N>& items, int32_t item) noexcept {
+template <class T, size_t N> T value_of(sysenv* sys, const numbered<T, N>& items, int32_t item) noexcept {
   TVN_ASSERT(sys, label, item >= 0 && item < static_cast<int32_t>(N));
-  return items[static_cast<size_t>(item)];
+  return items[item];
 }
 
 } // namespace

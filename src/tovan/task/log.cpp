@@ -5,10 +5,10 @@
 // print them before they send the event. An event without a line still reaches the callbacks.
 #include "tovan/task/log.h"
 
+#include "tovan/tables/version.h"
 #include "tovan/task/convert.h"
 #include "tovan/task/msg.h"
 #include "tovan/task/symcontext.h"
-#include "tovan/tables/version.h"
 
 #include <cstdarg>
 
@@ -30,7 +30,7 @@ const char* cpu_word(int32_t type) {
 
 bool is_logged(const task& t, int32_t logparam, int32_t level) noexcept {
   const int32_t cut = t.numoptimize > 1 ? t.params.ival[TVN_IPAR_LOG_CUT_SECOND_OPT] : 0;
-  return std::min(t.params.ival[TVN_IPAR_LOG], t.params.ival[static_cast<size_t>(logparam)]) > cut + level;
+  return std::min(t.params.ival[TVN_IPAR_LOG], t.params.ival[logparam]) > cut + level;
 }
 
 void echo(task& t, int32_t stream, const char* fmt, ...) noexcept {

@@ -47,7 +47,7 @@ int64_t all_capacity(const task& t) noexcept {
 template <class Offsets, class Visit> void each_offset(const task& t, Offsets& names, Visit visit) {
   visit(names.objoffset);
   for (int32_t item = 0; item < 3; item++)
-    for (int32_t i = 0; i < num_items(t, item); i++) visit(names.offset[static_cast<size_t>(item)][i]);
+    for (int32_t i = 0; i < num_items(t, item); i++) visit(names.offset[item][i]);
 }
 
 int64_t text_length(const char* s) noexcept { return static_cast<int64_t>(std::strlen(s)); }
@@ -61,7 +61,7 @@ int64_t growth(const task& t) noexcept {
 }
 
 int64_t& offset_of(task& t, int32_t item, int32_t i) noexcept {
-  return item == objective ? t.names.objoffset : t.names.offset[static_cast<size_t>(item)][i];
+  return item == objective ? t.names.objoffset : t.names.offset[item][i];
 }
 
 // Room for a name of len characters that replaces the one at an offset, in place or at the end.
@@ -123,9 +123,7 @@ TVNrescodee get_item_name(TVNtask_t task, int32_t item, int32_t i, int64_t maxle
 
 } // namespace
 
-const char* item_name(const task& t, int32_t item, int32_t i) noexcept {
-  return t.names.at(t.names.offset[static_cast<size_t>(item)][i]);
-}
+const char* item_name(const task& t, int32_t item, int32_t i) noexcept { return t.names.at(t.names.offset[item][i]); }
 
 const char* objective_name(const task& t) noexcept { return t.names.at(t.names.objoffset); }
 
@@ -143,19 +141,16 @@ name_stats TVN_getnamestats(const task& t) noexcept {
   return s;
 }
 
-void TVN_deletenamemap(namestore& names, int32_t item) noexcept {
-  TVN_htbl_delete(names.map[static_cast<size_t>(item)]);
-}
+void TVN_deletenamemap(namestore& names, int32_t item) noexcept { TVN_htbl_delete(names.map[item]); }
 
 void TVN_makenamemap(task& t, int32_t item) {
-  const auto k = static_cast<size_t>(item);
-  if (t.names.map[k].made()) return;
+  if (t.names.map[item].made()) return;
   htbl fresh;
   TVN_htbl_make(*t.sys, max_items(t, item), 1, fresh);
-  const int64_t* offset = t.names.offset[k].data();
+  const int64_t* offset = t.names.offset[item].data();
   for (int32_t i = 0; i < num_items(t, item); i++)
     if (offset[i] != 0) TVN_htbl_assign(fresh, offset, t.names.pool.data(), i);
-  t.names.map[k] = std::move(fresh);
+  t.names.map[item] = std::move(fresh);
 }
 
 void TVN_chgnamespc(task& t, int64_t need) {
@@ -186,8 +181,8 @@ TVNrescodee put_name(task& t, int32_t item, int32_t i, const char* name) {
   room_for_name(t, item, i, len);
   TVN_makenamemap(t, item);
   namestore& n = t.names;
-  htbl& map = n.map[static_cast<size_t>(item)];
-  buffer<int64_t>& offset = n.offset[static_cast<size_t>(item)];
+  htbl& map = n.map[item];
+  buffer<int64_t>& offset = n.offset[item];
   int64_t other = -1;
   if (len > 0 && TVN_htbl_compute(map, offset.data(), n.at(0), name, other))
     return other == i ? TVN_RES_OK : report(t, label, __LINE__, TVN_RES_ERR_DUP_NAME, name, item_word(item));
@@ -215,21 +210,20 @@ TVNrescodee put_objname(task& t, const char* name) {
 int32_t find_name(task& t, int32_t item, const char* name) {
   if (*name == '\0') return -1;
   TVN_makenamemap(t, item);
-  const auto k = static_cast<size_t>(item);
   int64_t index = -1;
-  TVN_htbl_compute(t.names.map[k], t.names.offset[k].data(), t.names.at(0), name, index);
+  TVN_htbl_compute(t.names.map[item], t.names.offset[item].data(), t.names.at(0), name, index);
   return static_cast<int32_t>(index);
 }
 
 void TVN_swapname(task& t, int32_t item, int32_t i, int32_t k) noexcept {
   TVN_deletenamemap(t.names, item);
-  buffer<int64_t>& offset = t.names.offset[static_cast<size_t>(item)];
+  buffer<int64_t>& offset = t.names.offset[item];
   std::swap(offset[i], offset[k]);
 }
 
 void TVN_permuteandremovenames(task& t, int32_t item, int32_t first, int32_t count, const int32_t* map,
                                int64_t* work) noexcept {
-  buffer<int64_t>& offset = t.names.offset[static_cast<size_t>(item)];
+  buffer<int64_t>& offset = t.names.offset[item];
   TVN_deletenamemap(t.names, item);
   if (count > 0) std::copy_n(offset.data() + first, count, work);
   for (int32_t i = 0; i < count; i++)

@@ -17,10 +17,10 @@ namespace tvn {
 struct namestore {
   buffer<char> pool;
   int64_t poolsize = 0;
-  int64_t poolfree = 0;                  // surplus at the end of the pool
-  std::array<buffer<int64_t>, 3> offset; // by TVN_PI_*: [maxnumvar], [maxnumcon], [maxnumcone]
+  int64_t poolfree = 0;                // surplus at the end of the pool
+  numbered<buffer<int64_t>, 3> offset; // by TVN_PI_*: [maxnumvar], [maxnumcon], [maxnumcone]
   int64_t objoffset = 0;
-  std::array<htbl, 3> map;
+  numbered<htbl, 3> map;
 
   const char* at(int64_t off) const noexcept { return pool.empty() ? "" : pool.data() + off; }
 };

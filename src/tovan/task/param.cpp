@@ -87,7 +87,7 @@ void assign_quoted(text& to, sysenv& sys, const char* value) {
 
 TVNrescodee put_string(task& t, int32_t param, const char* value) {
   if (!is_index(param, num_sparam)) return bad_index(t, param, "string");
-  text& to = t.params.sval[static_cast<size_t>(param)];
+  text& to = t.params.sval[param];
   if (value && value[0] == '"') {
     assign_quoted(to, *t.sys, value);
   } else {

@@ -7,10 +7,10 @@
 #include "tovan/task/param.h"
 
 #include "misc/numtext.h"
+#include "tovan/tables/symcon.h"
 #include "tovan/task/api.h"
 #include "tovan/task/index.h"
 #include "tovan/task/report.h"
-#include "tovan/tables/symcon.h"
 
 #include <cstring>
 
@@ -46,10 +46,9 @@ const char* type_word(int32_t partype) noexcept {
 }
 
 const char* param_name_at(const param_tables& tables, int32_t partype, int32_t param) noexcept {
-  const auto k = static_cast<size_t>(param);
-  return partype == TVN_PAR_DOU_TYPE   ? tables.dname[k].data()
-         : partype == TVN_PAR_INT_TYPE ? tables.iname[k].data()
-                                       : tables.sname[k].data();
+  return partype == TVN_PAR_DOU_TYPE   ? tables.dname[param].data()
+         : partype == TVN_PAR_INT_TYPE ? tables.iname[param].data()
+                                       : tables.sname[param].data();
 }
 
 TVNrescodee bad_text(task& t, const char* name, const char* value) noexcept {

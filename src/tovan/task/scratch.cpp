@@ -73,7 +73,7 @@ void TVN_deletebuffers(scratch_pool& pool) noexcept {
 
 void* TVN_getbufdbg(const char* file, int line, scratch_pool& pool, int64_t count, int32_t elemsize, bool zeroed) {
   if (count == 0 || elemsize == 0) return nullptr;
-  scratch_class& c = pool.classes[static_cast<size_t>(elemsize)];
+  scratch_class& c = pool.classes[elemsize];
   scratch_record** link = &c.free;
   while (*link && ((*link)->capacity < count || (*link)->iszero != zeroed)) link = &(*link)->next;
   scratch_record* r = *link;
@@ -93,7 +93,7 @@ void* TVN_getbufdbg2(const char* file, int line, task& t, int64_t concount, int6
 }
 
 void TVN_putbuf(scratch_pool& pool, int32_t elemsize, bool iszero, void* ptr) noexcept {
-  scratch_class& c = pool.classes[static_cast<size_t>(elemsize)];
+  scratch_class& c = pool.classes[elemsize];
   scratch_record** link = &c.inuse;
   while (*link && (*link)->storage != ptr) link = &(*link)->next;
   scratch_record* r = *link;

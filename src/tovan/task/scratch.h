@@ -23,7 +23,7 @@ struct scratch_class {
 
 struct scratch_pool {
   sysenv* sys = nullptr;
-  std::array<scratch_class, 9> classes; // by element size in bytes
+  numbered<scratch_class, 9> classes; // by element size in bytes
 };
 
 void TVN_makebuffers(sysenv& sys, scratch_pool& pool) noexcept;

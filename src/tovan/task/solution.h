@@ -16,11 +16,11 @@
 namespace tvn {
 
 struct solution_store {
-  std::array<int32_t, 3> prosta{};  // TVN_PRO_STA_*
-  std::array<int32_t, 3> solsta{};  // TVN_SOL_STA_*
-  std::array<int32_t, 3> defined{}; // 1: the slot may be read
-  std::array<buffer<int32_t>, 3> keys;
-  std::array<buffer<double>, 3> values;
+  numbered<int32_t, 3> prosta{};  // TVN_PRO_STA_*
+  numbered<int32_t, 3> solsta{};  // TVN_SOL_STA_*
+  numbered<int32_t, 3> defined{}; // 1: the slot may be read
+  numbered<buffer<int32_t>, 3> keys;
+  numbered<buffer<double>, 3> values;
   int32_t numbaskeys = 0; // TVN_SK_BAS keys of the last basic solution that was put
 };
 

@@ -1,6 +1,6 @@
 // The lookups of constants that are exported.
-#include "tovan/task/api.h"
 #include "tovan/tables/symcon.h"
+#include "tovan/task/api.h"
 
 #include <charconv>
 #include <cstdio>
@@ -41,7 +41,7 @@ TVNrescodee TVN_getsymbcon(TVNtask_t task, int32_t i, int32_t sizevalue, char* n
   return api(task, [&](tvn::task& t) {
     if (i < 0) return report(t, label, __LINE__, TVN_RES_ERR_INDEX_IS_TOO_SMALL, i, "i");
     if (i >= num_symcons()) return report(t, label, __LINE__, TVN_RES_ERR_INDEX_IS_TOO_LARGE, i, "i");
-    const symcon_entry& e = all_symcons()[static_cast<size_t>(i)];
+    const symcon_entry& e = all_symcons()[i];
     if (value) *value = e.value;
     if (!name || sizevalue <= 0) return TVN_RES_OK;
     std::snprintf(name, static_cast<size_t>(sizevalue), "%s", e.name.data());

@@ -4,8 +4,8 @@
 // Lives in memory of its own system environment and ends with it. Used by one thread at a time.
 #pragma once
 
-#include "tovan/task/env.h"
 #include "tovan/tables/infitems.h"
+#include "tovan/task/env.h"
 #include "tovan/task/names.h"
 #include "tovan/task/problem.h"
 #include "tovan/task/scratch.h"
@@ -52,7 +52,7 @@ struct TVNtask {
   tvn::kept_basis kept;     // what the last simplex run leaves for the next one
   tvn::scratch_pool buffers;
   int32_t logheadprinted = 0;
-  std::array<int32_t, 1000> warningcount{};
+  tvn::numbered<int32_t, 1000> warningcount{};
   tvn::info_items info;             // public and private information items
   double optstart = 0, optstop = 0; // seconds since the epoch
   TVN_callbackfunc callback = nullptr;
