@@ -112,11 +112,7 @@ prslv_entry TVN_prslv_getvarsin(const prslv_context& x, int32_t j) {
 }
 
 bool TVN_prslv_asked(prslv_run& run) {
-  constexpr double interval = 0.02; // seconds
   run.work = 0;
-  const double now = TVN_sysenv_gettime();
-  if (now - run.lastpoll < interval) return false;
-  run.lastpoll = now;
   run.stop = run.progress.fn && run.progress.fn(run.progress.handle, prslv_busy) != 0;
   return run.stop;
 }

@@ -132,7 +132,8 @@ struct prslv_stats {
 
 enum prslv_event : int32_t { prslv_begin = 31, prslv_busy = 38, prslv_end = 39 }; // busy: before and within long steps
 
-// Called with a prslv_event; nonzero stops presolve.
+// Called with a prslv_event; with prslv_busy every few ten thousand entries, for the clock is that of the run_watch
+// behind it. Nonzero stops presolve.
 struct prslv_progress {
   void* handle = nullptr;
   int32_t (*fn)(void* handle, int32_t code) = nullptr;

@@ -78,13 +78,12 @@ struct prslv_due {
   prslv_list rows, cols;
 };
 
-// Who watches a run, and when they were last asked.
+// Who watches a run.
 struct prslv_run {
   prslv_stats* stats = nullptr;
   prslv_progress progress;
   bool stop = false;
-  double lastpoll = 0;
-  int64_t work = 0; // entries visited since the last look at the clock
+  int64_t work = 0; // entries visited since they were last asked
 };
 
 // Clean between calls: colwork and rowwork 0, rowmark and colmark -1.
@@ -184,7 +183,7 @@ inline bool TVN_prslv_updateaiszero(const prslv_context& x, double a, double old
 prslv_entry TVN_prslv_getconsin(const prslv_context& x, int32_t i);
 prslv_entry TVN_prslv_getvarsin(const prslv_context& x, int32_t j);
 
-// True when the run must end; asks the user at most every 20 ms.
+// True when the run must end. Asks often: the clock is that of the run_watch behind the progress function.
 bool TVN_prslv_asked(prslv_run& run);
 inline bool TVN_prslv_stopped(prslv_run& run, int64_t work) {
   constexpr int64_t worklimit = 50000; // entries, well below a millisecond

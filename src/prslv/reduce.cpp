@@ -250,7 +250,6 @@ prslv_code TVN_prslv_reduce(prslv_context& x, const prslv_param& param, prslv_st
   x.param = param;
   x.run.stats = &stats;
   x.run.progress = progress;
-  x.run.lastpoll = start;
   TVN_prslv_printoptions(x);
   TVN_prslv_storeconbnd(x);
   TVN_prslv_storeccandcx(x);

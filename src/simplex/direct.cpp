@@ -246,9 +246,8 @@ bool leaves_basis(simplex_code code) {
 // One run on one working problem; sol holds the point in the user's space afterwards, info the optimizer's claim.
 // keys: of the start, or null.
 void run_once(const simplex_run& run, scale_request scale, const lp_solution* keys) {
-  const auto& [sys, lp, param, info, progress, sol, kept] = run;
+  const auto& [sys, lp, param, info, progress, sol, kept, watch] = run;
   simplex_work work;
-  simplex_watch watch{param, info, progress};
   info.warmfactor = kept && keys && param.hotstart != start_interior && param.uselu &&
                     (scale.on || !TVN_simplex_isscaled(*kept)) && TVN_simplex_basisfits(sys, *kept, lp, *keys);
   if (info.warmfactor) scale.kept = kept;
@@ -256,14 +255,14 @@ void run_once(const simplex_run& run, scale_request scale, const lp_solution* ke
   if (!TVN_simplex_compressproblem(sys, lp, scale, watch, work, interior ? nullptr : keys)) {
     if (!keys) TVN_prslv_clearsolution(lp, sol); // else what stands stays
     info.nopoint = !keys;
-    info.response = watch.stop;
+    info.response = TVN_simplex_stopcode(watch.stop);
     info.solsta = sol_unknown;
     return;
   }
   info.nopoint = false;
   info.numcon = work.m;
   info.numvar = work.n;
-  simplex_state s(sys, watch, work);
+  simplex_state s(sys, param, info, progress, watch, work);
   TVN_simplex_setupstate(s);
   s.cold = keys == nullptr;
   info.hotstart = param.hotstart;
@@ -308,11 +307,10 @@ scale_request make_request(const simplex_param& param) {
 } // namespace
 
 void TVN_simplex_keepfactor(const simplex_run& run) {
-  const auto& [sys, lp, param, info, progress, sol, kept] = run;
+  const auto& [sys, lp, param, info, progress, sol, kept, watch] = run;
   simplex_work work;
-  simplex_watch watch{param, info, progress};
   if (!TVN_simplex_compressproblem(sys, lp, make_request(param), watch, work, &sol)) return;
-  simplex_state s(sys, watch, work);
+  simplex_state s(sys, param, info, progress, watch, work);
   TVN_simplex_setupstate(s);
   TVN_simplex_basisfromkeys(s, sol);
   if (s.info.numbasics != work.m || TVN_simplex_factor(s.fac) != factor_result::full) return;

@@ -16,9 +16,10 @@ struct simplex_run {
   const simplex_progress& progress;
   lp_solution& sol;
   kept_basis* kept; // or null
+  run_watch& watch; // one for all that the run does
 
-  simplex_run with(const simplex_param& other) const { return {sys, lp, other, info, progress, sol, kept}; }
-  simplex_run on(const lp_view& other) const { return {sys, other, param, info, progress, sol, kept}; }
+  simplex_run with(const simplex_param& other) const { return {sys, lp, other, info, progress, sol, kept, watch}; }
+  simplex_run on(const lp_view& other) const { return {sys, other, param, info, progress, sol, kept, watch}; }
 };
 
 // The road without presolve, with the ladder of repairs; sol holds the keys of a start when param.hotstart is set.

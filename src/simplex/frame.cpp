@@ -50,7 +50,7 @@ struct presolve_run {
   bool back();
 };
 
-int32_t poll_watch(void* handle, int32_t) { return static_cast<simplex_watch*>(handle)->stopped() ? 1 : 0; }
+int32_t poll_watch(void* handle, int32_t) { return static_cast<run_watch*>(handle)->stopped() ? 1 : 0; }
 
 void print_line(void* handle, const char* line) {
   const simplex_run& run = *static_cast<const simplex_run*>(handle);
@@ -61,12 +61,11 @@ void print_line(void* handle, const char* line) {
 
 simplex_code presolve_run::reduce() {
   run.progress(simplex_event::begin_presolve, run.info);
-  simplex_watch watch{run.param, run.info, run.progress};
   simplex_run told = run;
   TVN_prslv_putsink(*ctx, {&told, print_line});
-  const prslv_code code = TVN_prslv_reduce(*ctx, run.param.prslv, run.info.prslv, {&watch, poll_watch});
+  const prslv_code code = TVN_prslv_reduce(*ctx, run.param.prslv, run.info.prslv, {&run.watch, poll_watch});
   run.progress(simplex_event::end_presolve, run.info);
-  return code == prslv_code::stopped ? watch.stop : simplex_code::ok;
+  return code == prslv_code::stopped ? TVN_simplex_stopcode(run.watch.stop) : simplex_code::ok;
 }
 
 // Solution of what presolve left, in the live places of sol.
@@ -75,7 +74,8 @@ void presolve_run::solve_reduced(reduced_problem& r) {
   inner.judged = false;
   inner.savelu = false; // a factor of the reduced basis is of no use to the next run
   kept_basis left;
-  TVN_simplex_solvedirectly({run.sys, r.lp, inner, run.info, run.progress, r.sol, run.kept ? &left : nullptr});
+  TVN_simplex_solvedirectly(
+      {run.sys, r.lp, inner, run.info, run.progress, r.sol, run.kept ? &left : nullptr, run.watch});
   if (run.kept) {
     TVN_simplex_renamebasis(left, r.con2user.data(), r.var2user.data());
     *run.kept = std::move(left);
@@ -85,7 +85,7 @@ void presolve_run::solve_reduced(reduced_problem& r) {
 
 // A stop during the walk back leaves time to finish it, for otherwise what the run has reached would be lost.
 struct walk_watch {
-  simplex_watch watch;
+  run_watch& watch;
   double since = -1; // when the stop was seen
 };
 
@@ -102,11 +102,12 @@ int32_t poll_walk(void* handle, int32_t) {
 bool presolve_run::back() {
   simplex_info& info = run.info;
   const int32_t claim = info.solsta;
-  walk_watch w{{run.param, info, run.progress}};
+  walk_watch w{run.watch};
   const prslv_code code =
       TVN_prslv_postsolvebasis(*ctx, info.prslv, claim == sol_prim_feas || claim == sol_dual_feas ? sol_unknown : claim,
                                run.sol, {&w, poll_walk});
-  if (code == prslv_code::stopped && info.response == simplex_code::ok) info.response = w.watch.stop;
+  if (code == prslv_code::stopped && info.response == simplex_code::ok)
+    info.response = TVN_simplex_stopcode(run.watch.stop);
   if (code != prslv_code::ok) return false;
   TVN_prslv_refresh(run.sys, run.lp, claim, run.sol);
   return true;
@@ -259,7 +260,7 @@ void optimize_dual(const simplex_run& run) {
   TVN_dualize_formdual(run.sys, run.lp, d);
   const simplex_param param = dual_settings(run.param);
   info.dualform = true;
-  optimize_near({run.sys, d.dual, param, info, run.progress, d.sol, nullptr});
+  optimize_near({run.sys, d.dual, param, info, run.progress, d.sol, nullptr, run.watch});
   info.dualform = false;
   const int32_t claim = TVN_dualize_solsta(info.solsta);
   TVN_dualize_getprimal(run.sys, run.lp, d, info.solsta, true, run.sol);
@@ -289,6 +290,11 @@ void settle_end(const lp_view& lp, simplex_info& info, lp_solution& sol) {
   info.prosta = pro_unknown;
   info.objective = 0;
   if (r == simplex_code::ok) info.response = simplex_code::numerical;
+}
+
+int32_t ask_user(void* handle) {
+  const simplex_run& run = *static_cast<const simplex_run*>(handle);
+  return run.progress(simplex_event::poll, run.info);
 }
 
 } // namespace
@@ -323,7 +329,12 @@ void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& p
     info.solsta = sol_prim_infeas_cer;
     return;
   }
-  const simplex_run run{sys, lp, param, info, progress, sol, kept};
+  run_watch watch;
+  watch.starttime = param.starttime;
+  watch.maxtime = param.maxtime;
+  const simplex_run run{sys, lp, param, info, progress, sol, kept, watch};
+  watch.handle = const_cast<simplex_run*>(&run);
+  watch.ask = ask_user;
   if (param.dualform && param.hotstart == start_none)
     optimize_dual(run);
   else

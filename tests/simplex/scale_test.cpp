@@ -1,8 +1,8 @@
 // If this failed in the field: scaling would change the problem's numbers, or problems in large units would end without
 // a status, or with the proof of an infeasibility that is not there.
-#include "verify/verify.h"
 #include "simplex/base/work.h"
 #include "support/oracle.h"
+#include "verify/verify.h"
 
 using namespace tvntest;
 
@@ -20,10 +20,7 @@ struct workshop {
   }
   // Does the working copy differ from the problem by powers of two alone?
   bool is_exact(lp_case& p, const tvn::scale_request& scale, bool& scaled) {
-    tvn::simplex_param param = direct_param();
-    tvn::simplex_info info;
-    const tvn::simplex_progress progress;
-    tvn::simplex_watch watch{param, info, progress};
+    tvn::run_watch watch;
     tvn::simplex_work w;
     EXPECT_TRUE(tvn::TVN_simplex_compressproblem(*sys, p.view(), scale, watch, w));
     scaled = false;

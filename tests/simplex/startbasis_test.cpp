@@ -19,11 +19,11 @@ start make_start(lp_case& p, lp_point& keys) {
     const tvn::simplex_param param = direct_param();
     tvn::simplex_info info;
     const tvn::simplex_progress progress;
-    tvn::simplex_watch watch{param, info, progress};
+    tvn::run_watch watch;
     tvn::simplex_work w;
     const tvn::lp_solution sol = keys.view();
     EXPECT_TRUE(tvn::TVN_simplex_compressproblem(*sys, p.view(), {}, watch, w, &sol));
-    tvn::simplex_state s(*sys, watch, w);
+    tvn::simplex_state s(*sys, param, info, progress, watch, w);
     tvn::TVN_simplex_setupstate(s);
     tvn::TVN_simplex_basisfromkeys(s, sol);
     r.regular = tvn::TVN_simplex_factor(s.fac) == tvn::factor_result::full;

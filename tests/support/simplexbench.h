@@ -16,13 +16,13 @@ struct bench {
   tvn::simplex_info info;
   std::string line;
   tvn::simplex_progress progress{this, note_line};
-  tvn::simplex_watch watch{param, info, progress};
+  tvn::run_watch watch;
   tvn::simplex_work work;
   std::unique_ptr<tvn::simplex_state> state;
 
   explicit bench(lp_case& p) {
     EXPECT_TRUE(tvn::TVN_simplex_compressproblem(*sys, p.view(), {}, watch, work));
-    state = std::make_unique<tvn::simplex_state>(*sys, watch, work);
+    state = std::make_unique<tvn::simplex_state>(*sys, param, info, progress, watch, work);
     tvn::TVN_simplex_setupstate(*state);
     tvn::TVN_simplex_slackbasis(state->fac);
     for (int32_t j = 0; j < work.total; j++) {

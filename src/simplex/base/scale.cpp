@@ -108,7 +108,7 @@ void clear_factors(simplex_work& w) {
 }
 
 // Factors of rows and columns; false: all 1.
-bool scale_elements(sysenv& sys, const scale_request& scale, simplex_watch& watch, simplex_work& w) {
+bool scale_elements(sysenv& sys, const scale_request& scale, run_watch& watch, simplex_work& w) {
   const spread before = matrix_spread(w);
   if (before.largest == 0 || (scale.choose && is_even(w, before.largest))) return false;
   const vector_spread vectors = measure_vectors(w);
@@ -149,7 +149,7 @@ void TVN_simplex_scalecolumns(simplex_work& w) {
   for (double& c : w.colscale) c = power_of_two(c);
 }
 
-bool TVN_simplex_computescaling(sysenv& sys, const scale_request& scale, simplex_watch& watch, simplex_work& w) {
+bool TVN_simplex_computescaling(sysenv& sys, const scale_request& scale, run_watch& watch, simplex_work& w) {
   if (scale.kept) {
     TVN_simplex_scaleaskept(*scale.kept, w);
     return true;

@@ -227,7 +227,7 @@ int64_t TVN_simplex_formrow(simplex_state& s) {
 
 bool TVN_simplex_poll(simplex_state& s) {
   if (!s.watch.stopped()) return false;
-  s.stop = s.watch.stop;
+  s.stop = TVN_simplex_stopcode(s.watch.stop);
   s.info.solsta = sol_unknown;
   return true;
 }

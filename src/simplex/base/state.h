@@ -22,11 +22,12 @@ struct recompute_request {
 };
 
 struct simplex_state {
-  simplex_state(sysenv& s, simplex_watch& wt, simplex_work& w)
-      : sys(s), watch(wt), param(wt.param), info(wt.info), progress(wt.progress), work(w) {}
+  simplex_state(sysenv& s, const simplex_param& pa, simplex_info& in, const simplex_progress& pr, run_watch& wt,
+                simplex_work& w)
+      : sys(s), watch(wt), param(pa), info(in), progress(pr), work(w) {}
 
   sysenv& sys;
-  simplex_watch& watch;
+  run_watch& watch;
   const simplex_param& param;
   simplex_info& info;
   const simplex_progress& progress;

@@ -7,6 +7,7 @@
 
 #include "cpub/buffer.h"
 #include "misc/optdef.h"
+#include "misc/runwatch.h"
 #include "prslv/prslv.h"
 
 #include <array>
@@ -210,16 +211,13 @@ inline simplex_code TVN_simplex_stopcode(int32_t answer) noexcept {
   return answer == 2 ? simplex_code::peer_stop : simplex_code::user_stop;
 }
 
-// Clock and user of one run, asked by every phase at most every 20 ms. Once it has said stop it goes on saying so.
-struct simplex_watch {
-  const simplex_param& param;
-  simplex_info& info;
-  const simplex_progress& progress;
-  double last = 0;                      // clock reading of the last call to the user
-  simplex_code stop = simplex_code::ok; // why the run must end
-
-  bool stopped(); // asks
-};
+// And what the watch of a run does.
+inline simplex_code TVN_simplex_stopcode(run_stop stop) noexcept {
+  static_assert(static_cast<int32_t>(simplex_code::max_time) == static_cast<int32_t>(run_stop::time) &&
+                static_cast<int32_t>(simplex_code::user_stop) == static_cast<int32_t>(run_stop::user) &&
+                static_cast<int32_t>(simplex_code::peer_stop) == static_cast<int32_t>(run_stop::peer));
+  return stop == run_stop::none ? simplex_code::ok : static_cast<simplex_code>(stop);
+}
 
 // The random generator of all perturbations; its state lies in the information record, so that runs repeat exactly.
 inline double TVN_simplex_random(int32_t& state) noexcept {

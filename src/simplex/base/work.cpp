@@ -131,7 +131,7 @@ bool TVN_simplex_keepsrow(const lp_view& lp, const lp_solution* keys, int32_t i)
   return lp.bkc[i] != bk_fr || (lp.cslack && lp.cslack[i] != 0.0) || (keys && keys->skc[i] != sk_bas);
 }
 
-bool TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, const scale_request& scale, simplex_watch& watch,
+bool TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, const scale_request& scale, run_watch& watch,
                                  simplex_work& w, const lp_solution* keys) {
   make_maps(sys, lp, keys, w);
   copy_columns(sys, lp, w);
