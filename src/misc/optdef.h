@@ -63,4 +63,13 @@ struct lp_view {
   const double *blc = nullptr, *buc = nullptr, *blx = nullptr, *bux = nullptr;
 };
 
+// Objectives of a minimisation at which a run may end: a point is known below low, or no point lies below upp.
+struct objective_cuts {
+  bool uselow = false, useupp = false;
+  double low = -1e30, upp = 1e30;
+
+  objective_cuts negated() const noexcept { return {useupp, uselow, -upp, -low}; } // of the negative objective
+  bool operator==(const objective_cuts&) const = default;
+};
+
 } // namespace tvn

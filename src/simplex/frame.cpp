@@ -225,7 +225,7 @@ void optimize_near(const simplex_run& run) {
   const int32_t claim = info.solsta;
   const bool holds = TVN_simplex_settlestatus(run);
   // A bound of the objective from the duals holds with more bounds, too; a point must be one of the user's.
-  const bool infeasible = info.solsta == sol_unknown || (info.solsta == sol_dual_feas && !run.param.usecutupp);
+  const bool infeasible = info.solsta == sol_unknown || (info.solsta == sol_dual_feas && !run.param.cuts.useupp);
   const bool cutwrongly = info.response == simplex_code::objective_range && infeasible;
   if (info.response != simplex_code::ok && info.response != simplex_code::numerical && !cutwrongly) return;
   if (holds && (claim == sol_prim_infeas_cer || claim == sol_optimal)) return;
@@ -242,23 +242,14 @@ void optimize_near(const simplex_run& run) {
   clean_up(run.with(again));
 }
 
-// Cuts of the objective of the dual, which is the negative of that of the primal.
-simplex_param dual_settings(const simplex_param& p) {
-  simplex_param d = p;
-  d.usecutlow = p.usecutupp;
-  d.cutlow = -p.cutupp;
-  d.usecutupp = p.usecutlow;
-  d.cutupp = -p.cutlow;
-  return d;
-}
-
 // By the dual as a problem of its own. Its basis is one of the primal; what is wrong with it there, the direct road
 // mends.
 void optimize_dual(const simplex_run& run) {
   simplex_info& info = run.info;
   dualizer d;
   TVN_dualize_formdual(run.sys, run.lp, d);
-  const simplex_param param = dual_settings(run.param);
+  simplex_param param = run.param;
+  param.cuts = run.param.cuts.negated(); // the objective of the dual is the negative of that of the primal
   info.dualform = true;
   optimize_near({run.sys, d.dual, param, info, run.progress, d.sol, nullptr, run.watch});
   info.dualform = false;

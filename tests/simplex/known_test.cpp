@@ -289,13 +289,13 @@ TEST(Limits, AreRespectedAndNeverCalledOptimal) {
 TEST(Limits, AnObjectiveCutEndsTheDualSimplexOnlyWhenItIsReached) {
   known_case k = optimal_case(11, 100, 200, 0.03, 0.3);
   tvn::simplex_param param = by(tvn::kind_dual);
-  param.usecutupp = true;
+  param.cuts.useupp = true;
   param.refactorfreq = 1; // the objective is looked at when it is fresh
-  param.cutupp = k.objective - 0.01 * (1 + std::fabs(k.objective));
+  param.cuts.upp = k.objective - 0.01 * (1 + std::fabs(k.objective));
   const outcome cut = solve(k.p, param);
   EXPECT_EQ(cut.info.response, tvn::simplex_code::objective_range);
   EXPECT_NE(cut.info.solsta, tvn::sol_optimal);
-  param.cutupp = k.objective + 0.01 * (1 + std::fabs(k.objective));
+  param.cuts.upp = k.objective + 0.01 * (1 + std::fabs(k.objective));
   EXPECT_EQ(solve(k.p, param).info.solsta, tvn::sol_optimal);
 }
 

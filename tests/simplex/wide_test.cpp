@@ -73,8 +73,8 @@ TEST(WideNumbers, CutsAreForPointsWithinFarBounds) {
       tvn::simplex_param param = direct_param();
       param.optimizer = kind;
       param.presolve = presolve;
-      param.usecutlow = true;
-      param.cutlow = -3e9;
+      param.cuts.uselow = true;
+      param.cuts.low = -3e9;
       lp_point point(p);
       const tvn::simplex_info info = solve_whole(p, param, point);
       EXPECT_EQ(info.response, tvn::simplex_code::ok);

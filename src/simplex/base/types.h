@@ -106,10 +106,7 @@ struct simplex_param {
   double tolrelpiv = 0.01; // of the factor
   double maxtime = -1;     // seconds from `starttime`, negative: none
   double starttime = 0;    // clock reading at the start of the run
-  bool usecutlow = false;  // stop once a feasible point is known below cutlow (of the minimisation)
-  double cutlow = -1e30;
-  bool usecutupp = false; // stop once it is known that no point lies below cutupp
-  double cutupp = 1e30;
+  objective_cuts cuts;
 
   bool operator==(const simplex_param&) const = default;
 };

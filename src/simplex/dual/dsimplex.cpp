@@ -110,7 +110,7 @@ loop_state watch_progress(dual_state& s) {
 
 // The dual objective bounds every point from below, but only on the true costs.
 loop_state check_cut(dual_state& s) {
-  if (!s.param.usecutupp || s.phase != 2 || !(working_objective(s) + s.work.offset > s.param.cutupp))
+  if (!s.param.cuts.useupp || s.phase != 2 || !(working_objective(s) + s.work.offset > s.param.cuts.upp))
     return loop_state::go_on;
   if (!s.perturbed) return TVN_simplex_finish(s.base, simplex_code::objective_range, sol_unknown);
   // Once only: what has to be shifted again says nothing of the cut.

@@ -36,9 +36,9 @@ loop_state check_limits(primal_state& s) {
     psimplex_setobjective(s, s.info);
   };
   if (TVN_simplex_checklimits(s.base, s.iter, figures) == loop_state::finished) return loop_state::finished;
-  if (s.phase == 2 && s.param.usecutlow && s.iter % 64 == 0) {
+  if (s.phase == 2 && s.param.cuts.uselow && s.iter % 64 == 0) {
     psimplex_setobjective(s, s.info);
-    if (s.info.objective < s.param.cutlow)
+    if (s.info.objective < s.param.cuts.low)
       return TVN_simplex_finish(s.base, simplex_code::objective_range, sol_unknown);
   }
   return loop_state::go_on;

@@ -54,12 +54,12 @@ lp_solution TVN_slotarrays(task& t, int32_t which) {
   return {p.skc, p.skx, p.xc, p.xx, p.y, p.slc, p.suc, p.slx, p.sux};
 }
 
-minimised_cuts TVN_minimisedcuts(const task& t, bool maximize) {
+objective_cuts TVN_minimisedcuts(const task& t, bool maximize) {
   const auto& dv = t.params.dval;
   const double low = dv[TVN_DPAR_LOWER_OBJ_CUT], upp = dv[TVN_DPAR_UPPER_OBJ_CUT];
   const bool uselow = low > dv[TVN_DPAR_LOWER_OBJ_CUT_FINITE_TRH], useupp = upp < dv[TVN_DPAR_UPPER_OBJ_CUT_FINITE_TRH];
-  if (maximize) return {useupp, uselow, -upp, -low};
-  return {uselow, useupp, low, upp};
+  const objective_cuts cuts{uselow, useupp, low, upp};
+  return maximize ? cuts.negated() : cuts;
 }
 
 } // namespace tvn

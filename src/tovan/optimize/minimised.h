@@ -20,10 +20,6 @@ void TVN_turnduals(const task& t, bool maximize, const lp_solution& s) noexcept;
 lp_solution TVN_slotarrays(task& t, int32_t which);
 
 // The user's objective cuts as those of the minimisation.
-struct minimised_cuts {
-  bool uselow, useupp;
-  double low, upp;
-};
-minimised_cuts TVN_minimisedcuts(const task& t, bool maximize);
+objective_cuts TVN_minimisedcuts(const task& t, bool maximize);
 
 } // namespace tvn

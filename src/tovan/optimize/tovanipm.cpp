@@ -75,7 +75,7 @@ hs_param TVN_homogeneousparam(const task& t, bool maximize) {
   p.order = order_method(iv[TVN_IPAR_INTPNT_ORDER_METHOD]);
   p.densecol = iv[TVN_IPAR_INTPNT_OFF_COL_TRH];
   if (iv[TVN_IPAR_CPU_TYPE] == TVN_CPU_GENERIC) p.isa = matker_isa::baseline;
-  const minimised_cuts cuts = TVN_minimisedcuts(t, maximize);
+  const objective_cuts cuts = TVN_minimisedcuts(t, maximize);
   p.usecutlow = cuts.uselow;
   p.cutlow = cuts.low;
   p.usecutupp = cuts.useupp;

@@ -108,11 +108,7 @@ simplex_param TVN_simplexparam(const task& t, bool maximize) {
   p.maxtime = dv[TVN_DPAR_OPTIMIZER_MAX_TIME];
   p.starttime = t.optstart;
   // The primal objective falls through the lower cut, the dual objective rises through the upper one.
-  const minimised_cuts cuts = TVN_minimisedcuts(t, maximize);
-  p.usecutlow = cuts.uselow;
-  p.cutlow = cuts.low;
-  p.usecutupp = cuts.useupp;
-  p.cutupp = cuts.upp;
+  p.cuts = TVN_minimisedcuts(t, maximize);
   return p;
 }
 
