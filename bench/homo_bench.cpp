@@ -1,9 +1,9 @@
 // The interior-point loop on each file of TOVAN_DATA/FOLDER, presolved, in standard form: a line a file with the
 // iterations, correctors, levels, residuals, and where the time goes. Arguments: names of files; infeasible: the other
 // folder; presolve=0|1, maxcor=N, start=N, form=N, diff=0|1, scaling=0|1, log.
+#include "lpcolumns.h"
 #include "optimize/prepare.h"
 #include "prslv/reduced.h"
-#include "tovan.h"
 
 #include <algorithm>
 #include <chrono>
@@ -21,52 +21,31 @@ double seconds() { return std::chrono::duration<double>(std::chrono::steady_cloc
 
 struct problem {
   tvn::lp_view lp;
-  std::vector<int64_t> ptr;
-  std::vector<int32_t> sub, bkc, bkx;
-  std::vector<double> val, c, blc, buc, blx, bux;
+  tvnbench::lp_columns a;
+  std::vector<int32_t> bkc, bkx;
+  std::vector<double> c, blc, buc, blx, bux;
 };
 
 void read_file(const std::string& path, problem& p) {
-  TVNenv_t env = nullptr;
-  TVNtask_t task = nullptr;
-  TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr);
-  TVN_initenv(env);
-  TVN_makeemptytask(env, &task);
-  TVN_readdata(task, path.c_str());
-  int32_t m = 0, n = 0;
-  TVN_getnumcon(task, &m);
-  TVN_getnumvar(task, &n);
-  const auto um = static_cast<size_t>(m), un = static_cast<size_t>(n);
-  for (auto* v : {&p.blc, &p.buc}) v->resize(um);
-  for (auto* v : {&p.blx, &p.bux, &p.c}) v->resize(un);
-  p.bkc.resize(um);
-  p.bkx.resize(un);
-  TVN_getboundslice(task, TVN_ACC_CON, 0, m, p.bkc.data(), p.blc.data(), p.buc.data());
-  TVN_getboundslice(task, TVN_ACC_VAR, 0, n, p.bkx.data(), p.blx.data(), p.bux.data());
-  TVN_getc(task, p.c.data());
-  TVN_getcfix(task, &p.lp.cfix);
-  int32_t sense = 0;
-  TVN_getintparam(task, TVN_IPAR_OBJECTIVE_SENSE, &sense);
-  std::vector<int32_t> sub(um + 1);
-  std::vector<double> val(um + 1);
-  p.ptr.push_back(0);
-  for (int32_t j = 0; j < n; j++) {
-    int32_t num = 0;
-    TVN_getavec(task, TVN_ACC_VAR, j, &num, sub.data(), val.data());
-    p.sub.insert(p.sub.end(), sub.begin(), sub.begin() + num);
-    p.val.insert(p.val.end(), val.begin(), val.begin() + num);
-    p.ptr.push_back(static_cast<int64_t>(p.sub.size()));
-  }
-  TVN_deletetask(&task);
-  TVN_deleteenv(&env);
+  const tvnbench::lp_file file(path);
+  p.a = tvnbench::columns_of(file.task);
+  const auto m = static_cast<size_t>(p.a.m), n = static_cast<size_t>(p.a.n);
+  for (auto* v : {&p.blc, &p.buc}) v->resize(m);
+  for (auto* v : {&p.blx, &p.bux, &p.c}) v->resize(n);
+  p.bkc.resize(m);
+  p.bkx.resize(n);
+  TVN_getboundslice(file.task, TVN_ACC_CON, 0, p.a.m, p.bkc.data(), p.blc.data(), p.buc.data());
+  TVN_getboundslice(file.task, TVN_ACC_VAR, 0, p.a.n, p.bkx.data(), p.blx.data(), p.bux.data());
+  TVN_getc(file.task, p.c.data());
   tvn::lp_view& v = p.lp;
-  v.numcon = m;
-  v.numvar = n;
+  TVN_getcfix(file.task, &v.cfix);
+  v.numcon = p.a.m;
+  v.numvar = p.a.n;
   v.c = p.c.data();
-  v.ptrb = p.ptr.data();
-  v.ptre = p.ptr.data() + 1;
-  v.sub = p.sub.data();
-  v.val = p.val.data();
+  v.ptrb = p.a.beg.data();
+  v.ptre = p.a.beg.data() + 1;
+  v.sub = p.a.sub.data();
+  v.val = p.a.val.data();
   v.bkc = p.bkc.data();
   v.bkx = p.bkx.data();
   v.blc = p.blc.data();

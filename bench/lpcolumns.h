@@ -25,17 +25,29 @@ struct lp_columns {
   }
 };
 
-inline lp_columns read_lp(const std::string& path) {
-  lp_columns a;
+// The task of a problem file; a file that cannot be read ends the bench.
+struct lp_file {
   TVNenv_t env = nullptr;
   TVNtask_t task = nullptr;
-  TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr);
-  TVN_initenv(env);
-  TVN_makeemptytask(env, &task);
-  if (TVN_readdata(task, path.c_str()) != TVN_RES_OK) {
+
+  explicit lp_file(const std::string& path) {
+    TVN_makeenv(&env, nullptr, nullptr, nullptr, nullptr);
+    TVN_initenv(env);
+    TVN_makeemptytask(env, &task);
+    if (TVN_readdata(task, path.c_str()) == TVN_RES_OK) return;
     std::fprintf(stderr, "%s cannot be read\n", path.c_str());
     std::exit(1);
   }
+  ~lp_file() {
+    TVN_deletetask(&task);
+    TVN_deleteenv(&env);
+  }
+  lp_file(const lp_file&) = delete;
+  lp_file& operator=(const lp_file&) = delete;
+};
+
+inline lp_columns columns_of(TVNtask_t task) {
+  lp_columns a;
   int32_t numvar = 0;
   TVN_getnumcon(task, &a.m);
   TVN_getnumvar(task, &numvar);
@@ -52,9 +64,9 @@ inline lp_columns read_lp(const std::string& path) {
     TVN_getbound(task, TVN_ACC_CON, i, &key, &lower, &upper);
     if (key != TVN_BK_FX) a.loose.push_back(i);
   }
-  TVN_deletetask(&task);
-  TVN_deleteenv(&env);
   return a;
 }
+
+inline lp_columns read_lp(const std::string& path) { return columns_of(lp_file(path).task); }
 
 } // namespace tvnbench
