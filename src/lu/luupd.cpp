@@ -19,6 +19,7 @@ constexpr const char* label = "src/lu/luupd";
 constexpr double toleta = 1e-14;      // smaller elements are no part of an eta
 constexpr int32_t ringsize = 50;      // updates over which recent work is measured
 constexpr int32_t minupdates = 10;    // no automatic advice before
+constexpr int64_t worsepercent = 101; // recent work an update, of the best average, at which it is advised
 constexpr int32_t earlyupdates = 101; // a full store before this many updates asks for a bigger one
 
 struct lu_eta {
@@ -94,7 +95,7 @@ bool watch_average_work(lu_account& acc, int64_t numupds) {
   slot = w;
   if (n < minupdates) return false;
   const int64_t span = std::min<int64_t>(n, ringsize);
-  return product(100 * acc.bestn, recent) >= product(101 * span, acc.besttotal);
+  return product(100 * acc.bestn, recent) >= product(worsepercent * span, acc.besttotal);
 }
 
 void decide_factornow(lu& f) {

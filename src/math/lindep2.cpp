@@ -17,7 +17,8 @@ namespace tvn {
 namespace {
 
 constexpr const char* label = "src/math/lindep2";
-constexpr int32_t maxtries = 20; // enlargements of the storage
+constexpr int32_t maxtries = 20;    // enlargements of the storage
+constexpr double tolweight = 1e-11; // smaller weights of a dependency are rounding
 
 struct core {
   const lindep2_system& a;
@@ -213,7 +214,7 @@ lindep2_code prove_rows(sysenv& sys, const lindep2_param& param, core& c, const 
     int32_t num = 0;
     for (int32_t q = 0; q < y.count; q++) {
       const int32_t i = y.idx[q];
-      if (std::fabs(y.val[i]) <= 1e-11) continue;
+      if (std::fabs(y.val[i]) <= tolweight) continue;
       sub[num] = c.rows[i];
       weight[num++] = y.val[i];
       entries += static_cast<double>(c.a.rowbeg[sub[num - 1] + 1] - c.a.rowbeg[sub[num - 1]]);

@@ -28,6 +28,7 @@ namespace {
 constexpr int32_t sweeps = 2;        // over the columns, for bounds behind bounds
 constexpr int32_t manyreasons = 100; // beyond, more bounds would be lost than is gained
 constexpr int64_t budget = 10;       // entries looked at for reasons, times those of the problem
+constexpr int64_t leastwork = 1000;  // and so many more
 
 // Side 2 k is the lower and 2 k + 1 the upper one of row or column k.
 struct deductions {
@@ -283,7 +284,7 @@ prslv_code TVN_prslv_impliedduals(prslv_context& x) {
   explanation e{x, w, false, true, -1, -1, vec<int32_t>(*x.sys), vec<int32_t>(*x.sys), {}, {}, 0};
   e.seen.reset(*x.sys, 4 * static_cast<int64_t>(x.p.numcon), 0);
   e.isreason.reset(*x.sys, 2 * static_cast<int64_t>(x.p.numvar), 0);
-  e.work = budget * (TVN_prslv_getnz(x) + 1000);
+  e.work = budget * (TVN_prslv_getnz(x) + leastwork);
   for (int32_t j = 0; j < x.p.numvar && e.work > 0; j++) {
     if (!is_judged(x, j)) continue;
     try_column(x, j, w, e);

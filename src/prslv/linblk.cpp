@@ -12,6 +12,8 @@ namespace tvn {
 namespace {
 
 constexpr int64_t smallblock = 1000; // rows up to which no limit holds
+constexpr int64_t pollwork = 100000; // entries that the check visits between two questions
+constexpr double fullpercent = 100;  // of the parameter: at it, the work may be the estimate
 constexpr double termshare = 1e-4;   // of the feasibility tolerance, for each unit of the terms of a right-hand side
 
 struct equalities {
@@ -101,12 +103,12 @@ bool take_row(void* handle, int32_t row, int32_t num, const int32_t* sub, const 
   return false;
 }
 
-int32_t poll(void* handle) { return TVN_prslv_stopped(*static_cast<prslv_run*>(handle), 100000) ? 1 : 0; }
+int32_t poll(void* handle) { return TVN_prslv_stopped(*static_cast<prslv_run*>(handle), pollwork) ? 1 : 0; }
 
 int64_t work_limit(const prslv_context& x, const equalities& e) {
   if (x.param.lindepworklim <= 0 || e.rows.size() <= smallblock) return -1;
   const double nz = static_cast<double>(std::max<int64_t>(e.rowsub.size(), 1)), m = static_cast<double>(e.rows.size());
-  const double limit = (nz + x.p.numvar * std::sqrt(std::sqrt(m))) * std::sqrt(m) * 100 / x.param.lindepworklim;
+  const double limit = (nz + x.p.numvar * std::sqrt(std::sqrt(m))) * std::sqrt(m) * fullpercent / x.param.lindepworklim;
   return static_cast<int64_t>(std::min(limit, 9e18));
 }
 

@@ -14,6 +14,7 @@ namespace tvn {
 namespace {
 
 constexpr int32_t scorelimit = 1000; // no pivot beyond
+constexpr int32_t goodscore = 100;   // counted for the log
 constexpr int64_t scanlimit = 20000; // entries looked at to count the fill of one pivot
 constexpr double cliqueslack = 50;   // pairs that one pivot may add: of 0, 50, 200, 1000 and any number the least flops
 constexpr int32_t fillslack = 3;     // entries that one pivot may add, times TVN_IPAR_PRESOLVE_ELIM_FILL
@@ -127,7 +128,7 @@ bool TVN_prslv_tryeliminator(const prslv_context& x, prslv_run& run) {
     const prslv_implied b = TVN_prslv_impliedboundsonvarj(x, j);
     if ((l > -prslv_inf && b.lower < l - x.param.tolx) || (u < prslv_inf && b.upper > u + x.param.tolx)) continue;
     num++;
-    good += e.score <= 100;
+    good += e.score <= goodscore;
     best = std::min(best, e.score);
   }
   TVN_prslv_print(x, "Number of implied free variables: %d (%d)\n", num, good);

@@ -211,9 +211,10 @@ inline void make_columns_due(const prslv_context& x, int32_t i, prslv_due& due) 
 // Whether a stands out in row i: a tiny coefficient turns a bound of its column into noise of the row and the other way
 // about. The largest coefficient is that of when it was last looked for, or has come since: not below today's.
 inline bool is_decent(const prslv_context& x, int32_t i, double a, buffer<double>& rowmax) {
+  constexpr double leastshare = 1e-3; // of the largest coefficient
   double& biggest = rowmax[i];
   if (biggest < 0) for_row(x, i, [&](int32_t, double v) { biggest = std::max(biggest, std::fabs(v)); });
-  return std::fabs(a) >= 1e-3 * biggest;
+  return std::fabs(a) >= leastshare * biggest;
 }
 
 // --- matrix

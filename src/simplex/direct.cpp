@@ -22,6 +22,8 @@ namespace {
 
 constexpr int32_t scalepasses = 6;
 constexpr int32_t maxrepairs = 3;                           // turns of the dual simplex on behalf of the primal one
+constexpr double proofshare = 1e-3, optimumshare = 0.1;     // of the dual tolerance, in a second try
+constexpr double gaptols[] = {1e-9, 1e-11};                 // one after the other, to close a gap
 constexpr double smallpivot = 1e-10, smallestpivot = 1e-13; // of the runs after a ray that does not hold
 
 // --- start basis
@@ -349,12 +351,12 @@ second_try tighten(const simplex_param& param, int32_t claim, int32_t attempt) {
   t.param.hotstart = start_other;
   t.param.optimizer = kind_primal; // it takes any basis, and is a second opinion on what the dual simplex claimed
   if (claim == sol_prim_infeas_cer) {
-    t.param.tols *= 1e-3;
+    t.param.tols *= proofshare;
   } else if (claim == sol_dual_infeas_cer) { // something blocks the ray after all, by a small entry
     t.param.tolabspiv = std::min(t.param.tolabspiv, attempt == 0 ? smallpivot : smallestpivot);
   } else {
     t.unscaled = attempt == 0;
-    t.param.tols *= 0.1;
+    t.param.tols *= optimumshare;
   }
   return t;
 }
@@ -399,7 +401,7 @@ void TVN_simplex_closegap(const simplex_run& run) {
   constexpr int32_t moreiterations = 100;
   simplex_info& info = run.info;
   saved_solution near(run.sys, run.lp, info, run.sol);
-  for (const double tols : {1e-9, 1e-11}) {
+  for (const double tols : gaptols) {
     const int64_t done = TVN_simplex_totaliterations(info);
     simplex_param tight = run.param;
     tight.hotstart = start_other;

@@ -195,12 +195,12 @@ void TVN_simplex_solvecolumn(simplex_state& s, int32_t q) {
   TVN_simplex_loadcolumn(s.work, q, s.spike);
   TVN_lu_ftranl(s.fac.factor, s.spike);
   s.colrow.copy(s.spike);
-  TVN_lu_ftranus(s.fac.factor, s.colrow, s.aq, 0.0, 1e-16);
+  TVN_lu_ftranus(s.fac.factor, s.colrow, s.aq, 0.0, dropforward);
 }
 
 void TVN_simplex_rowofinverse(simplex_state& s, int32_t position) {
   s.unit.push(position, 1.0);
-  TVN_lu_btrans(s.fac.factor, s.unit, s.rho, 1e-18, 1e-18);
+  TVN_lu_btrans(s.fac.factor, s.unit, s.rho, dropbackward, dropbackward);
 }
 
 namespace {

@@ -21,6 +21,13 @@ struct simplex_fac {
   bool usable = false;     // the factor is that of head
 };
 
+// Entries of a sparse forward or backward solve up to these are rounding and left out. Working problems are scaled, so
+// that entries that count are of order 1.
+inline constexpr double dropforward = 1e-16, dropbackward = 1e-18;
+
+// The relative pivot tolerance of the factor rises by this factor when a pivot was lost or refused, up to a limit.
+inline constexpr double raisetimes = 1.5, raiserefused = 0.1, raiselost = 0.5;
+
 enum class factor_result : int32_t { full, singular, failed, stopped };
 
 // A column that a repair took out of the basis (-1: the position was open) and the logical that stands there now.

@@ -56,7 +56,7 @@ void check_duals(dual_state& s) {
 void check_weight(dual_state& s) {
   if (s.work.m == 0 || s.price.method != sel_se || !s.price.exactweights || s.iter > weightiterations) return;
   const auto k = static_cast<int32_t>(s.iter * 7919 % s.work.m);
-  if (s.basic[k].weight >= 1e15) return;
+  if (s.basic[k].weight >= bannedweight) return;
   TVN_simplex_rowofinverse(s.base, k);
   const double norm = dsimplex_rownorm(s);
   s.rho.clear();

@@ -12,7 +12,11 @@ namespace tvn {
 
 namespace {
 
-constexpr double relsize = 5e-6; // of 1 + |cost|
+constexpr double relsize = 5e-6;     // of 1 + |cost|
+constexpr double ordinarycost = 100; // beyond it the fourth root of the largest cost counts, too
+constexpr double aggressivefirst = 10, aggressivekick = 5, minimumfirst = 0.01; // times the size, by the user's mode
+constexpr double tightgap = 100;                      // reduced costs up to so many tolerances or kicks are kicked
+constexpr double narrowtimes = 10, largeshare = 0.01; // of a kick: in a narrow range, at a large cost
 
 double outward(const dual_state& s, int32_t j) {
   const bool haslo = s.work.lower[j] > -bound_infinity, hasup = s.work.upper[j] < bound_infinity;
@@ -32,9 +36,9 @@ void dsimplex_perturb(dual_state& s, double factor) {
   const simplex_work& w = s.work;
   double largest = 0;
   for (int32_t j = 0; j < w.total; j++) largest = std::max(largest, std::fabs(w.cost[j]));
-  double size = factor * relsize * (largest > 100 ? std::sqrt(std::sqrt(largest)) : 1.0);
-  if (s.param.degen == degen_aggressive) size *= 10;
-  if (s.param.degen == degen_minimum) size *= 0.01;
+  double size = factor * relsize * (largest > ordinarycost ? std::sqrt(std::sqrt(largest)) : 1.0);
+  if (s.param.degen == degen_aggressive) size *= aggressivefirst;
+  if (s.param.degen == degen_minimum) size *= minimumfirst;
   for (int32_t j = 0; j < w.total; j++) {
     if (!s.inlist[j] || w.is_free(j)) continue;
     shift(s, j,
@@ -47,13 +51,15 @@ void dsimplex_kick(dual_state& s, int32_t level) {
   constexpr double largecost = 100, hugecost = 1e6; // from the latter on a cost is left alone
   constexpr double narrow = 1e-4;                   // range of a variable that may move further
   const double depth = 1 + static_cast<double>(s.iter) / (1.0 + s.work.total);
-  const double e = (s.param.degen == degen_aggressive ? 5 : 1) * sizes[level] * depth;
+  const double e = (s.param.degen == degen_aggressive ? aggressivekick : 1) * sizes[level] * depth;
   for (int32_t j = 0; j < s.work.total; j++) {
-    if (!s.inlist[j] || s.move[j] == 0 || s.move[j] == 2 || !(std::fabs(s.d[j]) <= 100 * std::max(s.tol.dual, e)))
+    if (!s.inlist[j] || s.move[j] == 0 || s.move[j] == 2 || !(std::fabs(s.d[j]) <= tightgap * std::max(s.tol.dual, e)))
       continue;
     const double c = std::fabs(s.work.cost[j]);
     if (c >= hugecost) continue;
-    const double size = s.up[j] - s.lo[j] < narrow ? std::min(10 * e, narrow) : c >= largecost ? 0.01 * e : e;
+    const double size = s.up[j] - s.lo[j] < narrow ? std::min(narrowtimes * e, narrow)
+                        : c >= largecost           ? largeshare * e
+                                                   : e;
     shift(s, j, s.move[j] * size * (0.5 + TVN_simplex_random(s.info.randomstate)));
   }
 }

@@ -12,6 +12,12 @@ namespace tvn {
 namespace {
 
 constexpr double topshare = 0.5; // of the best score: cutoff of the short list
+// Rows that a scan of partial pricing lists, by the rows there are.
+struct scan_target {
+  int32_t below, num;
+};
+constexpr scan_target targets[] = {{10000, 15}, {30000, 20}, {50000, 25}, {INT32_MAX, 35}};
+constexpr double mostweight = 1e20, unknownweight = 2; // kept weights beyond the former are not believed
 
 struct row_choice {
   int32_t k = -1;
@@ -61,7 +67,10 @@ row_choice read_list(dual_pricing& price, buffer<dual_basic>& basic) {
 // up, or at random.
 int32_t select_partial(dual_pricing& price, buffer<dual_basic>& basic, int32_t& random) {
   constexpr double emptyagain = 0.995; // a random draw above this empties the list
-  const int32_t m = static_cast<int32_t>(basic.size()), target = m < 10000 ? 15 : m < 30000 ? 20 : m < 50000 ? 25 : 35;
+  const int32_t m = static_cast<int32_t>(basic.size());
+  const scan_target* t = targets;
+  while (m >= t->below) t++;
+  const int32_t target = t->num;
   if (TVN_simplex_random(random) > emptyagain) price.numtop = 0;
   price.cutoff = 0; // what stays infeasible stays on the list
   row_choice best = read_top(price, basic);
@@ -112,7 +121,7 @@ bool dsimplex_takeweights(const dual_state& s, dual_pricing& price, buffer<dual_
   if (s.base.dualweightkind != price.method || kept.size() != s.work.total) return false;
   for (int32_t k = 0; k < s.work.m; k++) {
     const double w = kept[s.fac.head[k]];
-    basic[k].weight = w >= 1 && w <= 1e20 ? w : 2.0;
+    basic[k].weight = w >= 1 && w <= mostweight ? w : unknownweight;
   }
   price.exactweights = false; // the run that left them may have lost digits
   return true;

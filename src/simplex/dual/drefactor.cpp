@@ -12,7 +12,8 @@ namespace {
 constexpr double tolpivmin = 1e-10, tolpivmax = 1e-5;
 constexpr int32_t badpivots = 5;  // more of them raise the pivot tolerance
 constexpr int64_t maxfutile = 40; // setbacks without a better objective between them
-constexpr int32_t calmtimes = 6;  // recomputations without a setback lower it
+constexpr int32_t calmtimes = 6;  // recomputations without a setback lower it,
+constexpr double calmshare = 0.1; // to this part
 
 // Back to the last basis that had a factor. What lies between led to a singular one, so pivots are chosen with more
 // care and fewer of them go on one factor.
@@ -27,7 +28,7 @@ loop_state backtrack(dual_state& s) {
   for (int32_t j = 0; j < s.work.total; j++) TVN_simplex_setlisted(s.base, j, s.fac.pos[j] < 0 && !s.work.is_fixed(j));
   dsimplex_placenonbasics(s);
   s.tol.piv = TVN_simplex_raised(s.tol.piv, tolpivmax);
-  TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.5);
+  TVN_simplex_raisepivots(s.fac.factor, raisetimes, raiselost);
   return dsimplex_setback(s);
 }
 
@@ -80,7 +81,7 @@ void dsimplex_notecalm(dual_trouble& bad, dual_tolerances& tol, lu& factor, doub
   bad.calmsetbacks = bad.setbacks;
   if (bad.calm < calmtimes) return;
   bad.calm = 0;
-  tol.piv = std::max(tolpivmin, 0.1 * tol.piv);
+  tol.piv = std::max(tolpivmin, calmshare * tol.piv);
   bad.updatelimit = std::min(2 * bad.updatelimit, dual_maxupdates);
   TVN_simplex_calmpivots(factor, tolrelpiv);
 }

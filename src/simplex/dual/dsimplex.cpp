@@ -16,13 +16,17 @@ namespace {
 constexpr int64_t budgetreserve = 40; // iterations left: no more perturbation
 constexpr int64_t tightreserve = 100; // iterations left: smaller tolerance of the ratio test
 constexpr double tolpivmin = 1e-10;
-constexpr double smallpivot = 1e-5;   // below it a pivot is taken on a fresh factor only
-constexpr double bannedweight = 1e15; // of a row whose pivot failed
-constexpr double smallstep = 1e-12;   // dual steps up to this count as degenerate
-constexpr double weightslack = 0.25;  // a weight below this part of the true one is put right before the row may leave
-constexpr double worseerror = 1e-7;   // difference between the two values of a pivot at which weights lose digits too
-constexpr double sizable = 0.01;      // smaller pivots tell nothing by a relative difference
+constexpr double smallpivot = 1e-5;  // below it a pivot is taken on a fresh factor only
+constexpr double smallstep = 1e-12;  // dual steps up to this count as degenerate
+constexpr double weightslack = 0.25; // a weight below this part of the true one is put right before the row may leave
+constexpr double worseerror = 1e-7;  // difference between the two values of a pivot at which weights lose digits too
+constexpr double sizable = 0.01;     // smaller pivots tell nothing by a relative difference
 constexpr int64_t stalliterations = 2000;
+constexpr double badloss = 0.1;     // of the objective between two fresh values: steps gain what recomputing takes back
+constexpr double smallgain = 1e-9;  // of it, below which a run stands still
+constexpr double tightratio = 0.01; // of the optimality tolerance, for the ratio test when few iterations are left
+constexpr double usualratio = 0.3;  // and otherwise
+constexpr double tightestdual = 1e-7; // optimality tolerance at work, at most that of the user
 constexpr int32_t maxkicks = 8;
 
 void store_xb(const dual_state& s, buffer<double>& x) {
@@ -52,7 +56,7 @@ void set_objective(dual_state& s) {
 // Clock, user and limits.
 loop_state check_limits(dual_state& s) {
   const int64_t left = TVN_simplex_iterationsleft(s.base);
-  if (left < tightreserve) s.tol.ratio = 0.01 * s.tol.dual;
+  if (left < tightreserve) s.tol.ratio = tightratio * s.tol.dual;
   if (left < budgetreserve) s.allowperturb = false;
   return TVN_simplex_checklimits(s.base, s.iter, [&] { set_objective(s); });
 }
@@ -84,7 +88,7 @@ loop_state perturb_far(dual_state& s) {
 // Objectives that are fresh tell whether the run gets on. Steps can gain what the next recomputation takes back.
 loop_state watch_progress(dual_state& s) {
   const double now = working_objective(s), scale = 1 + std::fabs(now);
-  if (now < s.stall.lastobj - 0.1 * std::max(std::fabs(now), std::fabs(s.stall.lastobj))) {
+  if (now < s.stall.lastobj - badloss * std::max(std::fabs(now), std::fabs(s.stall.lastobj))) {
     if (++s.stall.losses >= 2) {
       s.stall.losses = 0;
       s.stall.lastobj = now;
@@ -95,7 +99,7 @@ loop_state watch_progress(dual_state& s) {
   }
   s.stall.lastobj = now;
   if (is_long(s)) return perturb_far(s);
-  if (now > s.stall.bestobj + 1e-9 * scale) {
+  if (now > s.stall.bestobj + smallgain * scale) {
     s.stall.bestobj = now;
     s.stall.bestiter = s.iter;
     s.stall.bestsetbacks = s.bad.setbacks;
@@ -229,7 +233,7 @@ void steepest_edge_vector(dual_state& s) {
   if (s.price.method != sel_se) return;
   s.colrow.copy(s.rho);
   TVN_lu_ftranl(s.fac.factor, s.colrow);
-  TVN_lu_ftranus(s.fac.factor, s.colrow, s.tau, 0.0, 1e-16);
+  TVN_lu_ftranus(s.fac.factor, s.colrow, s.tau, 0.0, dropforward);
 }
 
 // What the difference between the two values of a pivot asks for: by its decade, the number of updates above which the
@@ -242,7 +246,8 @@ constexpr int32_t never = std::numeric_limits<int32_t>::max();
 
 pivot_rule rule_of(double error) {
   constexpr pivot_rule rules[] = {{5, 11}, {5, 11}, {15, 16}, {30, 31}, {30, 71}, {30, 71}};
-  const double decade = -std::floor(std::log10(std::max(error, 1e-15)));
+  constexpr double alldigits = 1e-15;
+  const double decade = -std::floor(std::log10(std::max(error, alldigits)));
   return decade > 5 ? pivot_rule{never, never} : rules[decade < 1 ? 0 : static_cast<size_t>(decade)];
 }
 
@@ -274,7 +279,7 @@ loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
   if (s.basic[r].weight >= bannedweight) return dsimplex_handover(s);
   s.basic[r].weight = bannedweight;
   dsimplex_notebadpivot(s.bad, s.tol);
-  TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.5);
+  TVN_simplex_raisepivots(s.fac.factor, raisetimes, raiselost);
   return dsimplex_setback(s);
 }
 
@@ -282,7 +287,7 @@ loop_state check_pivot(dual_state& s, int32_t r, double arow, double acol) {
 // speaks against the pivot, and its row does not come back soon.
 loop_state refused_update(dual_state& s, int32_t position) {
   s.fac.usable = false;
-  if (s.bad.failedupdates++ > 0) TVN_simplex_raisepivots(s.fac.factor, 1.5, 0.1);
+  if (s.bad.failedupdates++ > 0) TVN_simplex_raisepivots(s.fac.factor, raisetimes, raiserefused);
   if (s.fac.since == 0) {
     dsimplex_notebadpivot(s.bad, s.tol);
     s.basic[position].weight = bannedweight;
@@ -366,8 +371,8 @@ void allocate(dual_state& s) {
 
 void start(dual_state& s) {
   allocate(s);
-  s.tol.dual = std::min(1e-7, s.param.tols);
-  s.tol.ratio = 0.3 * s.tol.dual;
+  s.tol.dual = std::min(tightestdual, s.param.tols);
+  s.tol.ratio = usualratio * s.tol.dual;
   s.tol.piv = s.param.tolabspiv;
   TVN_lu_puttol(s.fac.factor, tol_relpivot, s.param.tolrelpiv);
   TVN_lu_puttrh(s.fac.factor, trh_refactor, s.param.refactorfreq);

@@ -131,6 +131,7 @@ struct dual_state {
 };
 
 // --- ends, setbacks and the factor (drefactor.cpp)
+constexpr double bannedweight = 1e15;    // of a row whose pivot failed
 constexpr int32_t dual_minupdates = 10;  // on one factor, after any number of singular bases
 constexpr int32_t dual_maxupdates = 500; // and in calm times, whatever the cost of a solve says
 // The primal simplex goes on from here.

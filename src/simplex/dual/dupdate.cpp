@@ -12,12 +12,13 @@ namespace tvn {
 namespace {
 
 constexpr double maxweight = 1e20;
+constexpr double noise = 1e-8;
 constexpr double faintweight = 1e10; // weights that come down from above it are differences of large numbers
 
 // Weights are kept within [1, 1e20]; a little noise keeps ties apart.
 double bounded(int32_t& random, double w) {
-  if (!(w >= 1)) return 1 + 1e-8 * TVN_simplex_random(random);
-  return w > maxweight ? maxweight * (1 - 1e-8 * TVN_simplex_random(random)) : w;
+  if (!(w >= 1)) return 1 + noise * TVN_simplex_random(random);
+  return w > maxweight ? maxweight * (1 - noise * TVN_simplex_random(random)) : w;
 }
 
 } // namespace
@@ -55,7 +56,7 @@ void dsimplex_flip(dual_state& s, int32_t numflips) {
   }
   for (int32_t p = 0; p < sum.count; p++) sum.mark[sum.idx[p]] = 0;
   TVN_lu_ftranl(s.fac.factor, sum);
-  TVN_lu_ftranus(s.fac.factor, sum, s.unit, 0.0, 1e-16);
+  TVN_lu_ftranus(s.fac.factor, sum, s.unit, 0.0, dropforward);
   for (int32_t p = 0; p < s.unit.count; p++) {
     const int32_t k = s.unit.idx[p];
     s.basic[k].x -= s.unit.val[k];

@@ -33,6 +33,22 @@ constexpr double fewequations = 0.3, manyequations = 0.5; // shares of the rows
 // At most so much, and at least this in feasibility tolerances: the more, the more rows are equations.
 constexpr double mostfew = 1e-5, mostsome = 0.0001, leastsome = 0.1, mostmany = 0.001, leastmany = 10;
 
+// Kicks, by the share of degenerate steps in a period: three sizes, each at most a part of a tolerance.
+struct kick_size {
+  double part, most; // of the feasibility tolerance, which counts no more than `most`
+};
+constexpr kick_size strongkick = {0.05, 1e-6}, mediumkick = {0.01, 1e-7}, weakkick = {0.005, 1e-7};
+struct kick_shares {
+  double strong, medium, weak; // of degenerate steps above which a kick of that size comes
+};
+constexpr kick_shares earlykicks = {0.5, 0.3, 0.2}, usualkicks = {0.7, 0.4, 0.3}, latekicks = {0.9, 0.7, 0.4};
+constexpr double leastdegenerate = 0.05;       // share below which no kick is looked for
+constexpr int64_t longerperiod = 300;          // iterations that a strong kick adds to its period
+constexpr double kicktols = 10, mosttols = 10; // what a kick may cost a reduced cost: so many tolerances, at most that,
+constexpr double swamped = 100;                // and an objective below so many times it would drown
+constexpr double aggressivefirst = 10, aggressivekick = 5; // times the size, when the user asks for it
+constexpr double largeshare = 0.01;                        // of the size, at a large bound
+
 double user_magnitude(const primal_state& s, int32_t j, double bound) { return std::fabs(bound) * s.work.factor(j); }
 
 // Moves one side of j outward by `by`.
@@ -117,17 +133,21 @@ void widen_tight_basics(primal_state& s, double size) {
     TVN_simplex_recompute(s.base, recompute_why::moved_data); // the phase-one cost may have changed
 }
 
+bool is_small_objective(const primal_state& s) {
+  return swamped * std::min(mosttols, kicktols * s.param.tols) > std::fabs(s.info.objective);
+}
+
 } // namespace
 
 void psimplex_perturbinit(primal_state& s) {
   double size = perturbation_size(s, take_census(s));
-  if (s.param.degen == degen_aggressive) size *= 10;
+  if (s.param.degen == degen_aggressive) size *= aggressivefirst;
   if (size == 0) return;
   int32_t& state = s.info.randomstate;
   auto amount = [&](int32_t j, double bound) {
     const double mag = user_magnitude(s, j, bound);
     const double by = TVN_simplex_random(state) * size / s.work.factor(j);
-    return mag >= hugebound ? 0.0 : mag >= largebound ? 0.01 * by : by;
+    return mag >= hugebound ? 0.0 : mag >= largebound ? largeshare * by : by;
   };
   for (int32_t j = 0; j < s.work.total; j++) {
     if (s.key[j] != sk_bas) continue;
@@ -141,28 +161,22 @@ void psimplex_kick(primal_state& s) {
   const double f = static_cast<double>(s.perturb.perioddeg) / static_cast<double>(s.perturb.period);
   s.perturb.periodstart = s.iter;
   s.perturb.perioddeg = 0;
-  const double toldegs = std::min(10.0, 10 * s.param.tols);
-  if (s.perturb.mode == kick_mode::never || !s.perturb.allow || f <= 0.05) return;
-  if (s.phase == 2 && 100 * toldegs > std::fabs(s.info.objective)) return;
-  const double tolx = s.param.tolx;
-  const double strong = 0.05 * std::min(1e-6, tolx), medium = 0.01 * std::min(1e-7, tolx),
-               weak = 0.005 * std::min(1e-7, tolx);
-  struct thresholds {
-    double strong, medium, weak;
-  };
+  if (s.perturb.mode == kick_mode::never || !s.perturb.allow || f <= leastdegenerate) return;
+  if (s.phase == 2 && is_small_objective(s)) return;
+  const auto size_of = [&](const kick_size& k) { return k.part * std::min(k.most, s.param.tolx); };
   const bool early = s.perturb.mode == kick_mode::early, late = s.perturb.mode == kick_mode::late;
-  const thresholds t = early ? thresholds{0.5, 0.3, 0.2} : late ? thresholds{0.9, 0.7, 0.4} : thresholds{0.7, 0.4, 0.3};
+  const kick_shares& t = early ? earlykicks : late ? latekicks : usualkicks;
   double size = 0;
   if (f > t.strong && (early || s.perturb.on)) {
-    size = strong;
-    s.perturb.period += 300;
+    size = size_of(strongkick);
+    s.perturb.period += longerperiod;
   } else if (f > t.medium && (!late || s.perturb.on)) {
-    size = medium;
+    size = size_of(mediumkick);
   } else if (f > t.weak) {
-    size = weak;
+    size = size_of(weakkick);
   }
   if (size == 0) return;
-  if (s.param.degen == degen_aggressive) size *= 5;
+  if (s.param.degen == degen_aggressive) size *= aggressivekick;
   widen_tight_basics(s, size);
 }
 

@@ -58,7 +58,7 @@ void psimplex_updatephasecost(primal_state& s) {
   s.inf.numchanged = 0;
   if (num == 0) return;
   for (int32_t p = 0; p < num; p++) s.unit.push(s.inf.changed[p], static_cast<double>(s.inf.delta[p]));
-  TVN_lu_btrans(s.fac.factor, s.unit, s.rho, 1e-18, 1e-18);
+  TVN_lu_btrans(s.fac.factor, s.unit, s.rho, dropbackward, dropbackward);
   if (s.price.method == sel_partial) {
     for (int32_t p = 0; p < s.rho.count; p++) s.y[s.rho.idx[p]] += s.rho.val[s.rho.idx[p]];
   } else {

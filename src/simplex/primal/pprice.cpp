@@ -23,6 +23,40 @@ constexpr double rowshare = 0.9;         // of the work saved that may go into p
 constexpr int64_t longcolumns = 10;      // entries of the average column that are too many for exact weights later on
 constexpr double lookshare = 0.1;        // work of the choice by columns
 constexpr double degenerateshare = 0.7;  // of a period: go to approximate steepest edge
+constexpr double weightnoise = 1e-7;     // on fresh weights, which keeps ties apart
+constexpr int32_t pollperiod = 256;      // columns between looks at the clock
+
+// Length of the list of a restricted rule: the more columns there are to a row, the larger part of them.
+struct list_part {
+  double ratio; // columns and logicals to a row from which on
+  int32_t part; // one in so many is listed,
+};
+constexpr list_part listparts[] = {{3, 3}, {2, 6}, {1.5, 10}, {0, 60}};
+constexpr int32_t leastlist = 5000, mostlist = 20000; // within these;
+constexpr double wideratio = 5;                       // and with this many to a row
+constexpr int32_t widelist = 40000;                   // that
+
+// A scan of partial pricing ends with `target` candidates after one `first`-th of all columns, with half of them after
+// one `second`-th, with a tenth after ten `first`-ths.
+struct scan_limits {
+  int32_t below; // structurals
+  int32_t target, first, second;
+};
+constexpr scan_limits scans[] = {
+    {10000, 15, 100, 3}, {30000, 20, 250, 5}, {50000, 25, 450, 7}, {INT32_MAX, 35, 700, 9}};
+
+// The rule to begin with, by columns to a row where logicals count one and a half: the more there are the less may a
+// look at all of them cost.
+constexpr double logicalweight = 1.5;
+constexpr double resetratio = 50;                      // from here on widened bounds come back as soon as may be
+constexpr double devexratio = 4, aseratio = 6;         // of a cold start: below, devex; below, approximate edges,
+constexpr double restrictratio = 8;                    // below, with a list from a smaller percentage on
+constexpr int32_t listpercent = 50, widepercent = 30;  // the percentages, asked for by the user
+constexpr int64_t shortcolumns = 2;                    // entries: partial pricing needs no help from weights
+constexpr double shortratio = 3, stayratio = 30;       // there, and wherever there are so many: for good
+constexpr double warmpartial = 10, warmstayratio = 60; // of a warm start
+constexpr int32_t shortrun = 2000;                     // iterations allowed: a list does not pay
+constexpr int64_t firstlook = 10;                      // iterations before the rule is looked at again
 
 bool attractive(const primal_state& s, int32_t j, double d) {
   if (s.price.banned[j]) return false;
@@ -37,9 +71,10 @@ bool attractive(const primal_state& s, int32_t j, double d) {
 // Length of the list of a restricted rule, by the shape of the problem.
 int32_t list_length(const simplex_work& w, int32_t len) {
   const double q = static_cast<double>(w.total) / std::max(1, w.m);
-  if (q >= 5) return std::min(len, 40000);
-  const int32_t part = q >= 3 ? len / 3 : q >= 2 ? len / 6 : q >= 1.5 ? len / 10 : len / 60;
-  return std::min(len, std::min(20000, std::max(5000, part)));
+  if (q >= wideratio) return std::min(len, widelist);
+  const list_part* by = listparts;
+  while (q < by->ratio) by++;
+  return std::min(len, std::clamp(len / by->part, leastlist, mostlist));
 }
 
 // Lists the `len` columns of best score, all when there are no more.
@@ -66,12 +101,7 @@ void fill_list(primal_state& s) {
 bool partial_scan(const primal_state& s, primal_pricing& price, buffer<double>& d) {
   const simplex_work& w = s.work;
   const int32_t total = w.total;
-  struct limits {
-    int32_t below, target, first, second;
-  };
-  static constexpr limits table[] = {
-      {10000, 15, 100, 3}, {30000, 20, 250, 5}, {50000, 25, 450, 7}, {INT32_MAX, 35, 700, 9}};
-  const limits* t = table;
+  const scan_limits* t = scans;
   while (w.n >= t->below) t++;
   const int32_t first = std::max(1, total / t->first), second = std::max(1, total / t->second);
   price.numplist = 0;
@@ -241,7 +271,7 @@ void psimplex_resetweights(const primal_state& s, primal_pricing& price, int32_t
   const bool norms = slack && (price.method == sel_se || price.method == sel_se + sel_restrict);
   for (int32_t j = 0; j < w.total; j++) {
     price.inframe[j] = s.fac.pos[j] < 0;
-    price.weight[j] = 1 + 1e-7 * TVN_simplex_random(random);
+    price.weight[j] = 1 + weightnoise * TVN_simplex_random(random);
     if (!norms || w.is_logical(j)) continue;
     for (int64_t p = w.colbeg[j - w.m]; p < w.colbeg[j - w.m + 1]; p++) price.weight[j] += w.colval[p] * w.colval[p];
   }
@@ -262,11 +292,11 @@ void psimplex_leavebasis(primal_state& s, int32_t j) noexcept {
 bool psimplex_exactweights(primal_state& s) {
   const simplex_work& w = s.work;
   for (int32_t j = 0; j < w.total; j++) {
-    if (j % 256 == 0 && TVN_simplex_poll(s.base)) return false;
+    if (j % pollperiod == 0 && TVN_simplex_poll(s.base)) return false;
     if (s.fac.pos[j] >= 0 || w.is_fixed(j)) continue;
     TVN_simplex_loadcolumn(w, j, s.colrow);
     TVN_lu_ftranl(s.fac.factor, s.colrow);
-    TVN_lu_ftranus(s.fac.factor, s.colrow, s.aq, 0.0, 1e-16);
+    TVN_lu_ftranus(s.fac.factor, s.colrow, s.aq, 0.0, dropforward);
     double sum = 1;
     for (int32_t p = 0; p < s.aq.count; p++) sum += s.aq.val[s.aq.idx[p]] * s.aq.val[s.aq.idx[p]];
     s.price.weight[j] = sum;
@@ -289,36 +319,34 @@ price_result psimplex_select(primal_state& s) {
 void psimplex_choosepricing(const primal_state& s, primal_pricing& price, bool& resetmode) {
   const simplex_work& w = s.work;
   for (int32_t k = 0; k < w.n; k++) price.maxcollen = std::max(price.maxcollen, w.colbeg[k + 1] - w.colbeg[k]);
-  const double m = std::max(1, w.m), r = (1.5 * m + w.n) / m;
+  const double m = std::max(1, w.m), r = (logicalweight * m + w.n) / m;
   const bool cold = s.base.cold;
-  resetmode = r > 50;
+  resetmode = r > resetratio;
   const int32_t pct = s.param.restrictpct;
   price.wanted = sel_switch;
   if (s.param.selection != sel_free) {
     price.method = price.wanted = s.param.selection;
   } else if (cold) {
-    if (price.maxcollen <= 2 && r > 3)
+    if (price.maxcollen <= shortcolumns && r > shortratio)
       price.method = price.wanted = sel_partial;
-    else if (r < 4)
+    else if (r < devexratio)
       price.method = sel_devex;
-    else if (r < 6)
-      price.method = pct < 50 ? sel_ase : sel_ase + sel_restrict;
-    else if (r < 8)
-      price.method = pct < 30 ? sel_ase : sel_ase + sel_restrict;
+    else if (r < restrictratio)
+      price.method = pct < (r < aseratio ? listpercent : widepercent) ? sel_ase : sel_ase + sel_restrict;
     else
       price.method = sel_partial;
-    if (r >= 30) price.wanted = sel_partial;
+    if (r >= stayratio) price.wanted = sel_partial;
   } else {
-    if (r >= 60)
+    if (r >= warmstayratio)
       price.method = price.wanted = sel_partial;
-    else if (r >= 10)
+    else if (r >= warmpartial)
       price.method = sel_partial;
-    else if (s.param.maxiterations < 2000 && pct < 50)
+    else if (s.param.maxiterations < shortrun && pct < listpercent)
       price.method = price.wanted = sel_ase;
     else
       price.method = sel_ase + sel_restrict;
   }
-  if (pct > 50 && price.method >= sel_full && price.method <= sel_devex) price.method += sel_restrict;
+  if (pct > listpercent && price.method >= sel_full && price.method <= sel_devex) price.method += sel_restrict;
 }
 
 namespace {
@@ -329,9 +357,9 @@ double factor_work(const primal_state& s) { return s.effort.factor + TVN_lu_getu
 } // namespace
 
 bool psimplex_choosepricingswitch(primal_state& s) {
-  if (s.price.wanted != sel_switch || s.iter < 10) return true;
+  if (s.price.wanted != sel_switch || s.iter < firstlook) return true;
   const simplex_work& w = s.work;
-  const double r = (1.5 * w.m + w.n) / std::max(1, w.m);
+  const double r = (logicalweight * w.m + w.n) / std::max(1, w.m);
   int32_t to = s.price.method;
   if (s.price.method == sel_partial) {
     // Exact weights take a third to a sixth of the iterations; their price is a pivot row in each, a second solve and

@@ -17,6 +17,11 @@ constexpr double swapslack = 1e-12; // the entering variable's own bound wins wh
 constexpr double nearties = 1.01;   // ratios within this multiple of the least tie with it
 constexpr int32_t manyties = 4;
 constexpr double goodscore = 5;
+constexpr double pivotweight = 0.8, lengthweight = 0.2; // in a score: by the pivot, by the column that leaves
+constexpr double drawshare = 0.1;                       // a draw over it is added to 1 and makes a score larger
+// A tie that scores well may not have a far smaller pivot than the best; a tiny one hardly any smaller.
+constexpr double tinypivot = 0.001, tinytimes = 1.1, tietimes = 2;
+constexpr double farsmaller = 0.1, farlarger = 10; // pivots to each other, when a stalled run draws among them
 // Tiny pivots must be nearly the largest. The last limit is the strictest, so that a large pivot has no free pass over
 // much larger ones.
 constexpr pivot_limit limits[] = {{0.001, 3}, {0.01, 5}, {1, 50}, {10, 1000}, {100, 5}};
@@ -71,10 +76,11 @@ ratio_result settle_ties(const primal_state& s, buffer<int32_t>& near, const rat
   for (int32_t seen = 0; seen < ties; seen++, at = (at + by) % ties) {
     const int32_t k = near[at];
     const double p = std::fabs(s.aq.val[k]), count = static_cast<double>(s.work.colcount(s.fac.head[k]));
-    const double score = (0.8 * best.pivot / p + 0.2 * static_cast<double>(s.price.maxcollen) / count) *
-                         (1 + TVN_simplex_random(random) / 0.1);
+    const double score =
+        (pivotweight * best.pivot / p + lengthweight * static_cast<double>(s.price.maxcollen) / count) *
+        (1 + TVN_simplex_random(random) / drawshare);
     if (!(score < goodscore)) continue;
-    if ((p < 0.001 && best.pivot / p > 1.1) || best.pivot / p > 2) return best;
+    if ((p < tinypivot && best.pivot / p > tinytimes) || best.pivot / p > tietimes) return best;
     return {k, ratio_at(k), -sigma * s.aq.val[k] > 0, false, p};
   }
   return best;
@@ -100,8 +106,8 @@ ratio_result psimplex_stepsize(const primal_state& s, primal_ratio& w, double si
     const double ratio = std::max(0.0, gap / size);
     if (ratio > tmax) continue;
     // When stalled, any candidate whose pivot is not far smaller may win, the n-th with probability 1/n.
-    if (w.random && drawn > 0 && size < 10 * r.pivot &&
-        (size < 0.1 * r.pivot || TVN_simplex_random(random) * ++drawn > 1))
+    if (w.random && drawn > 0 && size < farlarger * r.pivot &&
+        (size < farsmaller * r.pivot || TVN_simplex_random(random) * ++drawn > 1))
       continue;
     drawn = std::max(drawn, 1);
     r = {k, ratio, rate > 0, false, size};

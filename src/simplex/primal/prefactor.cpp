@@ -73,7 +73,7 @@ loop_state psimplex_refusedupdate(primal_state& s, int32_t position) {
   lu& f = s.fac.factor;
   s.fac.usable = false;
   s.bad.careful = true;
-  TVN_simplex_raisepivots(f, 1.5, 0.1);
+  TVN_simplex_raisepivots(f, raisetimes, raiserefused);
   TVN_simplex_tell(s.base, 2, "%-20s: %-d\n", "Pivot row", static_cast<int>(position));
   TVN_simplex_tell(s.base, 2, "%-20s: %-.2e\n", "Pivot", s.aq.val[position]);
   TVN_simplex_tell(s.base, 2, "%-20s: %-.2e\n", "||aj||", std::sqrt(s.ratio.colnorm));

@@ -22,6 +22,15 @@ constexpr double smallstep = 1e-12;   // steps up to this count as degenerate,
 constexpr double smallgain = 1e-11;   // and gains up to this part of the objective as standing still
 constexpr double tightshare = 1e-3;   // of the optimality tolerance, where phase one finds no way on
 constexpr double minshare = 1e-9;     // of the largest entry of its column: a smaller pivot is rounding
+constexpr double smallpivot = 1e-5;   // wants a factor with no more than
+constexpr int32_t fewupdates = 5;
+constexpr double signshare = 0.1;    // of the optimality tolerance: with less of the right sign d was rounding
+constexpr double sizable = 0.01;     // smaller reduced costs tell nothing by a relative difference
+constexpr double leastpivot = 1e-12; // to which the pivot tolerance falls before a ray is believed
+constexpr double perturbshare = 0.8; // of the iterations allowed, from which on nothing is perturbed any more,
+constexpr int64_t perturbstart = 20; // but in the first few
+constexpr int64_t switchlook = 100;  // iterations between looks at the pricing rule,
+constexpr int64_t cutlook = 64;      // and at the objective beside its cut
 
 double direction(const primal_state& s, int32_t q, double d) {
   if (s.key[q] == sk_low) return 1.0;
@@ -36,7 +45,7 @@ loop_state check_limits(primal_state& s) {
     psimplex_setobjective(s, s.info);
   };
   if (TVN_simplex_checklimits(s.base, s.iter, figures) == loop_state::finished) return loop_state::finished;
-  if (s.phase == 2 && s.param.cuts.uselow && s.iter % 64 == 0) {
+  if (s.phase == 2 && s.param.cuts.uselow && s.iter % cutlook == 0) {
     psimplex_setobjective(s, s.info);
     if (s.info.objective < s.param.cuts.low)
       return TVN_simplex_finish(s.base, simplex_code::objective_range, sol_unknown);
@@ -123,16 +132,14 @@ double psimplex_columnreducedcost(const primal_state& s, primal_ratio& w, int32_
 
 namespace {
 
-// Compares two values of one quantity; the more digits agree the more updates the factor may carry.
+// Compares two values of one quantity; the more digits agree the more updates the factor may carry: by the number of
+// digits, none to seven.
 bool wants_refactor(const primal_state& s, double a, double b) {
-  const double e = std::max(std::fabs(a - b) / (std::fabs(b) + 1), 1e-15);
-  const auto k = static_cast<int32_t>(-std::floor(std::log10(e)));
-  const int32_t u = s.fac.since;
-  if (k < 2) return u >= 11;
-  if (k == 2) return u > 15;
-  if (k == 3) return u > 30;
-  if (k <= 5) return u > 100;
-  return k <= 7 && u > 150;
+  constexpr int32_t mostupdates[] = {10, 10, 15, 30, 100, 100, 150, 150};
+  constexpr double alldigits = 1e-15;
+  const double e = std::max(std::fabs(a - b) / (std::fabs(b) + 1), alldigits);
+  const auto digits = static_cast<int32_t>(-std::floor(std::log10(e)));
+  return digits < static_cast<int32_t>(std::size(mostupdates)) && s.fac.since > mostupdates[std::max(0, digits)];
 }
 
 // No blocking bound.
@@ -149,7 +156,7 @@ loop_state unbounded(primal_state& s, int32_t q, double sigma) {
     return psimplex_setback(s);
   }
   if (s.tol.piv > s.param.tolabspiv) {
-    s.tol.piv = std::max(1e-12, 0.1 * s.tol.piv);
+    s.tol.piv = std::max(leastpivot, 0.1 * s.tol.piv);
     return TVN_simplex_recompute(s.base, recompute_why::tolerance);
   }
   for (int32_t j = 0; j < s.work.total; j++) s.x[j] = 0;
@@ -202,7 +209,7 @@ void steepest_edge_vector(primal_state& s) {
   if (s.price.method != sel_se && s.price.method != sel_se + sel_restrict) return;
   const double before = TVN_lu_getupdatework(s.fac.factor);
   for (int32_t p = 0; p < s.aq.count; p++) s.unit.push(s.aq.idx[p], s.aq.val[s.aq.idx[p]]);
-  TVN_lu_btrans(s.fac.factor, s.unit, s.tau, 1e-18, 1e-18);
+  TVN_lu_btrans(s.fac.factor, s.unit, s.tau, dropbackward, dropbackward);
   s.effort.edge += TVN_lu_getupdatework(s.fac.factor) - before;
 }
 
@@ -277,7 +284,8 @@ void count_iteration(primal_state& s, double step, double gain) {
   s.ratio.lenient = false;
   const int64_t done = TVN_simplex_totaliterations(s.info);
   const double share = static_cast<double>(done) / std::max(1, s.param.maxiterations);
-  if ((share > 0.8 && s.iter > 20) || s.param.maxiterations - done < budgetreserve) s.perturb.allow = false;
+  if ((share > perturbshare && s.iter > perturbstart) || s.param.maxiterations - done < budgetreserve)
+    s.perturb.allow = false;
 }
 
 loop_state iterate(primal_state& s) {
@@ -292,21 +300,22 @@ loop_state iterate(primal_state& s) {
   TVN_simplex_solvecolumn(s.base, q);
   const double dq = psimplex_columnreducedcost(s, s.ratio, q), sigma = direction(s, q, dq);
   s.d[q] = dq;
-  if (dq * sigma > -0.1 * s.tol.dual) {
+  if (dq * sigma > -signshare * s.tol.dual) {
     // The sign is gone: the reduced cost was rounding.
     if (s.fac.since > 0 || !s.freshd) return psimplex_setback(s);
     psimplex_ban(s, q);
     return loop_state::go_on;
   }
-  if (std::fabs(price.d) > 0.01 && wants_refactor(s, price.d, dq))
+  if (std::fabs(price.d) > sizable && wants_refactor(s, price.d, dq))
     TVN_simplex_recomputesoon(s.base, recompute_why::digits);
   const ratio_result r = s.phase == 1
                              ? psimplex_stepsize_phaseone(s, s.ratio, q, sigma, -std::fabs(dq))
                              : psimplex_stepsize(s, s.ratio, sigma, psimplex_ownrange(s, q, sigma), s.info.randomstate);
   if (r.position < 0 && !r.swap) return unbounded(s, q, sigma);
-  if (!r.swap && r.pivot < 1e-5 && s.fac.since > 5) return TVN_simplex_recompute(s.base, recompute_why::small_pivot);
+  if (!r.swap && r.pivot < smallpivot && s.fac.since > fewupdates)
+    return TVN_simplex_recompute(s.base, recompute_why::small_pivot);
   if (!r.swap && r.pivot < minshare * s.ratio.colmax && !s.ratio.lenient) {
-    if (s.fac.since > 5) return TVN_simplex_recompute(s.base, recompute_why::small_pivot);
+    if (s.fac.since > fewupdates) return TVN_simplex_recompute(s.base, recompute_why::small_pivot);
     psimplex_ban(s, q);
     return loop_state::go_on;
   }
@@ -406,7 +415,7 @@ void run_loop(primal_state& s) {
     }
     if (check_limits(s) == loop_state::finished) break;
     if (s.iter - s.perturb.periodstart >= s.perturb.period) psimplex_kick(s);
-    if (s.iter % 100 == 0 && !psimplex_choosepricingswitch(s)) break;
+    if (s.iter % switchlook == 0 && !psimplex_choosepricingswitch(s)) break;
     if (s.iter % calmperiod == 0) psimplex_calm(s.bad, s.tol, s.fac.factor, s.param);
     if (s.price.restricted && s.iter - s.price.listed >= listperiod) {
       psimplex_formd(s);
