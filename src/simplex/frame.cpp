@@ -288,6 +288,14 @@ int32_t ask_user(void* handle) {
   return run.progress(simplex_event::poll, run.info);
 }
 
+// Clock and user of a run.
+void watch_user(const simplex_run& run) {
+  run.watch.starttime = run.param.starttime;
+  run.watch.maxtime = run.param.maxtime;
+  run.watch.handle = const_cast<simplex_run*>(&run);
+  run.watch.ask = ask_user;
+}
+
 } // namespace
 
 void TVN_simplex_identifybasis(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
@@ -298,7 +306,9 @@ void TVN_simplex_identifybasis(sysenv& sys, const lp_view& lp, const simplex_par
   own.hotstart = start_interior;
   own.cleaning = true;
   own.presolve = 0;
-  const simplex_run run{sys, lp, own, info, progress, sol, kept};
+  run_watch watch;
+  const simplex_run run{sys, lp, own, info, progress, sol, kept, watch};
+  watch_user(run);
   if (!ctx) {
     TVN_simplex_solvedirectly(run);
   } else {
@@ -321,11 +331,8 @@ void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& p
     return;
   }
   run_watch watch;
-  watch.starttime = param.starttime;
-  watch.maxtime = param.maxtime;
   const simplex_run run{sys, lp, param, info, progress, sol, kept, watch};
-  watch.handle = const_cast<simplex_run*>(&run);
-  watch.ask = ask_user;
+  watch_user(run);
   if (param.dualform && param.hotstart == start_none)
     optimize_dual(run);
   else
