@@ -442,7 +442,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_BI_MAX_ITERATIONS 9 /* default 1000000, >= 0. No effect yet. */
 #define TVN_IPAR_CACHE_SIZE_L1 10 /* default -1. Bytes of the first-level cache; -1 asks the machine. */
 #define TVN_IPAR_CACHE_SIZE_L2 11 /* default -1. Bytes of the second-level cache; -1 asks the machine. */
-#define TVN_IPAR_CHECK_CONVEXITY 12 /* default 2, 0 to 2. No effect yet. */
+#define TVN_IPAR_CHECK_CONVEXITY 12 /* default 2, 0 to 2. How quadratic terms are looked at before an interior-point
+    run: not at all, signs of diagonals and minors of order 2, or, full, by a factor. */
 #define TVN_IPAR_CHECK_TASK_DATA 13 /* default 1, 0 to 1. Looks for NaN in costs and bounds before a run. */
 #define TVN_IPAR_CONCURRENT_NUM_OPTIMIZERS 14 /* default 2, >= 0. No effect yet. */
 #define TVN_IPAR_CONCURRENT_PRIORITY_DUAL_SIMPLEX 15 /* default 2, >= 0. No effect yet. */
@@ -552,8 +553,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_OPF_WRITE_SOL_ITR 101 /* default 1, 0 to 1. No effect yet. */
 #define TVN_IPAR_OPF_WRITE_SOLUTIONS 102 /* default 0, 0 to 1. No effect yet. */
 #define TVN_IPAR_OPTIMIZER 103 /* default 0, 0 to 10. Which optimizer takes the problem. Free sends a linear one to
-    the simplex, which chooses between primal and dual by its shape and start; interior-point gives the interior
-    solution alone. */
+    the simplex, which chooses between primal and dual by its shape and start, and one with a quadratic objective to
+    the interior point; interior-point gives the interior solution alone. */
 #define TVN_IPAR_PARAM_READ_CASE_NAME 104 /* default 1, 0 to 1. Names in a parameter file count with their case;
     otherwise they are read as upper case. */
 #define TVN_IPAR_PARAM_READ_IGN_ERROR 105 /* default 0, 0 to 1. Faults in a parameter file are passed over. */
@@ -696,7 +697,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_DPAR_BASIS_TOL_S 2 /* default 1e-6, >= 1e-9. Largest dual infeasibility of an optimal basic solution. */
 #define TVN_DPAR_BASIS_TOL_X 3 /* default 1e-6, >= 1e-9. Largest primal infeasibility of an optimal basic solution. */
 #define TVN_DPAR_CALLBACK_FREQ 4 /* default -1. No effect yet. */
-#define TVN_DPAR_CHECK_CONVEXITY_REL_TOL 5 /* default 1e-10, >= 0. No effect yet. */
+#define TVN_DPAR_CHECK_CONVEXITY_REL_TOL 5 /* default 1e-10, >= 0. A quadratic term counts as convex when no
+    eigenvalue of its matrix, scaled to a unit diagonal, lies below minus this. */
 #define TVN_DPAR_DATA_TOL_AIJ 6 /* default 1e-12, 1e-16 to 1e-6. Elements of A that are no larger are left out. */
 #define TVN_DPAR_DATA_TOL_AIJ_HUGE 7 /* default 1e20, >= 0. Elements of A that are larger are refused. */
 #define TVN_DPAR_DATA_TOL_AIJ_LARGE 8 /* default 1e10, >= 0. Elements of A that are larger give a warning. */

@@ -28,13 +28,16 @@ void newton_make(sysenv& sys, int32_t m, int32_t n, const kktfac_params& params,
   TVN_kktfac_make(sys, m, n, params, w.k);
 }
 
-newton_code newton_analyse(newton& w, const kkt_columns& a) { return code_of(TVN_kktfac_autosetup(w.k, a, {})); }
+newton_code newton_analyse(newton& w, const kkt_columns& a, const kkt_quadratic& q) {
+  return code_of(TVN_kktfac_autosetup(w.k, a, q));
+}
 
 newton_code newton_factor(newton& w) {
   kktfac_numbers numbers;
   numbers.h = w.h.data();
   numbers.rp = w.rp.data();
   numbers.rd = w.rd.data();
+  numbers.hoff = w.hoff;
   w.worst = 0;
   return code_of(TVN_kktfac_numfac(w.k, numbers));
 }

@@ -1,7 +1,7 @@
 // Newton systems of the homogeneous loops, reduced to x, y and tau:
 //
 //     [ H    -A'    c1 ] [ dx   ]   [ rx ]
-//     [ A     0    -b  ] [ dy   ] = [ ry ]
+//     [ A     0    -b  ] [ dy   ] = [ ry ]          H diagonal, or with entries beside its diagonal
 //     [ -c2'  b'    g  ] [ dtau ]   [ rt ]
 //
 // One factor, one fixed solve for the column of tau per factor, one solve for each direction. The last row is the
@@ -21,16 +21,17 @@ enum class newton_code : int32_t { ok = 0, inaccurate = 1, failed = 2, stopped =
 struct newton {
   kktfac k;
   int32_t n = 0, m = 0;
-  buffer<double> h, rp, rd; // [n] [n] [m] numbers of the factor
-  buffer<double> px, py;    // [n] [m] fixed direction: tau enters others by it
-  double pivot = 0;         // of tau, after elimination of x and y; positive
-  bool proximal = true;     // false: solves aim at the system without Rp and Rd
-  double worst = 0;         // residual of the solves since the factor
-  double trusted = 1e-6;    // residual up to which a solve counts as accurate
+  buffer<double> h, rp, rd;     // [n] [n] [m] numbers of the factor
+  const double* hoff = nullptr; // of H beside its diagonal, by place in the pattern of the analysis; null: none
+  buffer<double> px, py;        // [n] [m] fixed direction: tau enters others by it
+  double pivot = 0;             // of tau, after elimination of x and y; positive
+  bool proximal = true;         // false: solves aim at the system without Rp and Rd
+  double worst = 0;             // residual of the solves since the factor
+  double trusted = 1e-6;        // residual up to which a solve counts as accurate
 };
 
 void newton_make(sysenv& sys, int32_t m, int32_t n, const kktfac_params& params, newton& w);
-[[nodiscard]] newton_code newton_analyse(newton& w, const kkt_columns& a);
+[[nodiscard]] newton_code newton_analyse(newton& w, const kkt_columns& a, const kkt_quadratic& q);
 // h, rp, rd are set.
 [[nodiscard]] newton_code newton_factor(newton& w);
 // px and py are -c1 and b, and become the fixed direction.

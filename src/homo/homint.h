@@ -1,11 +1,13 @@
-// What the parts of the linear loop share: the scaled problem, points, residuals, figures.
+// What the parts of the loop share: the scaled problem, points, residuals, figures.
 //
 // The model, homogeneous and self-dual, on the scaled problem:
 //
-//     A x - b tau = 0,   x + xup - u tau = 0,   A'y + s - sup - c tau = 0,   -c'x + b'y - u'sup - kappa = 0
+//     A x - b tau = 0,   x + xup - u tau = 0,   A'y + s - sup - Q x - c tau = 0,
+//     -c'x + b'y - u'sup - x'Qx / tau - kappa = 0
 //
-// with x s, xup sup and tau kappa driven to 0 (Ye, Todd and Mizuno 1994; Xu, Hung and Ye 1996). Columns stand in the
-// order: lower bound only, lower and upper bound, free; s is 0 on free ones. All factors of scaling are powers of two.
+// with x s, xup sup and tau kappa driven to 0 (Ye, Todd and Mizuno 1994; Xu, Hung and Ye 1996; with Q Andersen and Ye
+// 1999; Goulart and Chen 2024). Columns stand in the order: lower bound only, lower and upper bound, free; s is 0 on
+// free ones. All factors of scaling are powers of two.
 #pragma once
 
 #include "homo/direction.h"
@@ -14,6 +16,32 @@
 #include <algorithm>
 
 namespace tvn {
+
+// Q, scaled, in the order of the columns.
+struct hom_quadratic {
+  buffer<double> diag; // [n] empty: the problem is linear
+  buffer<int64_t> beg; // [n + 1] the strict triangle, each pair once; empty: Q is diagonal
+  buffer<int32_t> sub;
+  buffer<double> val;
+
+  bool any() const noexcept { return !diag.empty(); }
+  kkt_quadratic pattern() const noexcept {
+    return beg.empty() ? kkt_quadratic{} : kkt_quadratic{beg.data(), beg.data() + 1, sub.data()};
+  }
+  // to := Q x.
+  void multiply(const double* x, double* to) const noexcept;
+  // v'Qv where v(j) gives v_j, at least 0.
+  template <class F> double form(F v) const noexcept {
+    double sum = 0;
+    for (int64_t j = 0; j < diag.size(); j++) {
+      const double vj = v(j);
+      double row = 0;
+      for (int64_t p = beg.empty() ? 0 : beg[j]; p < (beg.empty() ? 0 : beg[j + 1]); p++) row += val[p] * v(sub[p]);
+      sum += vj * (diag[j] * vj + 2 * row);
+    }
+    return std::max(sum, 0.0);
+  }
+};
 
 struct hom_data {
   int32_t m = 0, n = 0;
@@ -25,7 +53,8 @@ struct hom_data {
   buffer<double> c, b, u;                      // [n] [m] [nup]
   buffer<double> xunit, sunit, yunit, rowunit; // caller's value = unit * scaled: x and xup, s and sup, y, rows
   double objunit = 1, cfix = 0;
-  double norma = 0, normb = 0, normc = 0; // largest entries of the caller's A; b and u; c
+  double norma = 0, normb = 0, normc = 0, normq = 0; // largest entries of the caller's A; b and u; c; Q
+  hom_quadratic q;
 
   int32_t up0() const noexcept { return npos - nup; }
   int64_t numpairs() const noexcept { return int64_t{npos} + nup + 1; }
@@ -47,17 +76,20 @@ struct hom_point {
 
 struct hom_residual {
   buffer<double> rp, ru, rd; // [m] [nup] [n] of the first three equations
+  buffer<double> qx;         // [n] Q x of the point; empty for a linear problem
   double rg = 0;             // of the last
 };
 
 // In units of the caller but for mu; objectives and residuals those of the point divided by tau.
 struct hom_figures {
   double cx = 0, by = 0; // scaled: c'x, b'y - u'sup
+  double xqx = 0;        // scaled: x'Qx
   double comp = 0;       // scaled: x's + xup'sup
   double mu = 0, minpair = 0;
   double pobj = 0, dobj = 0, gap = 0; // objectives without cfix; gap relative
   double pfeas = 0, dfeas = 0, kaptau = 0;
   double rayx = 0;  // norm of the rows without b tau; not divided
+  double rayq = 0;  // of Q x
   double rayy = 0;  // of the columns without c tau, with the best s and sup for y
   double rayby = 0; // scaled: b'y - u'sup with them
 };
@@ -87,10 +119,14 @@ hom_grades hom_grade(const hom_data& d, const hs_param& tol, const hom_figures& 
 int32_t hom_terminate(const hom_grades& g) noexcept;
 
 void hom_setup(sysenv& sys, const hs_problem& problem, bool scaling, hom_data& d);
+// Q of the caller in the order of d, not scaled; col: [n] factors of the columns, both: of all of Q.
+void hom_copyquadratic(sysenv& sys, const sym_view& q, hom_data& d);
+void hom_scalequadratic(const double* col, double both, hom_data& d) noexcept;
 // Residuals and figures of a point.
 void hom_measure(const hom_data& d, const hom_point& p, hom_residual& r, hom_figures& f) noexcept;
 
-// Largest steps, at most 1, that keep p + a (d + omega e) in the orthant; e may be null.
+// Largest steps, at most 1, that keep p + a (d + omega e) in the orthant; e may be null. With Q both are one: it ties x
+// to the equations of the duals.
 hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& dir, const hom_point* e,
                        double omega) noexcept;
 

@@ -39,6 +39,7 @@ void see(double& most, double v) noexcept {
 
 void measure_columns(const hom_data& d, const hom_point& p, hom_residual& r, hom_figures& f) noexcept {
   double cx = 0;
+  if (d.q.any()) d.q.multiply(p.x, r.qx.data());
   for (int32_t j = 0; j < d.n; j++) {
     const int32_t k = j < d.npos ? j - d.up0() : -1;
     double sum = 0;
@@ -52,6 +53,11 @@ void measure_columns(const hom_data& d, const hom_point& p, hom_residual& r, hom
     else
       see(f.rayy, (j < d.npos ? std::max(sum, 0.0) : sum) * d.sunit[j]);
     sum += p.s[j] - (k >= 0 ? p.sup[k] : 0.0);
+    if (d.q.any()) {
+      sum -= r.qx[j];
+      f.xqx += p.x[j] * r.qx[j];
+      see(f.rayq, r.qx[j] * d.sunit[j]);
+    }
     r.rd[j] = sum - d.c[j] * p.tau;
     see(f.dfeas, r.rd[j] * d.sunit[j]);
     cx += d.c[j] * xj;
@@ -99,12 +105,12 @@ void hom_measure(const hom_data& d, const hom_point& p, hom_residual& r, hom_fig
   measure_columns(d, p, r, f);
   measure_rows(d, p, r, f);
   measure_pairs(d, p, f);
-  r.rg = f.by - f.cx - p.kappa;
+  r.rg = f.by - f.cx - p.kappa - f.xqx / p.tau;
   f.pfeas /= p.tau;
   f.dfeas /= p.tau;
   f.kaptau = p.kappa / p.tau * d.objunit;
-  f.pobj = f.cx / p.tau * d.objunit;
-  f.dobj = f.by / p.tau * d.objunit;
+  f.pobj = (f.cx / p.tau + f.xqx / p.tau / p.tau / 2) * d.objunit;
+  f.dobj = (f.by / p.tau - f.xqx / p.tau / p.tau / 2) * d.objunit;
   const double size = 1 + std::min(std::fabs(f.pobj), std::fabs(f.dobj));
   f.gap = std::max(std::fabs(f.pobj - f.dobj), f.comp / p.tau / p.tau * d.objunit) / size;
 }

@@ -243,6 +243,7 @@ void make(hom_run& run) {
   run.r.rp.reset(sys, d.m);
   run.r.ru.reset(sys, d.nup);
   run.r.rd.reset(sys, d.n);
+  if (d.q.any()) run.r.qx.reset(sys, d.n);
   newton_make(sys, d.m, d.n, factor_params(*run.param, *run.watch), run.w);
   run.w.proximal = run.param->regularization;
 }
@@ -251,7 +252,8 @@ void make(hom_run& run) {
 newton_code prepare(hom_run& run) {
   newton_code code = newton_code::stopped;
   if (!report(run, hs_event::begin_order) && !stopped(run)) {
-    code = newton_analyse(run.w, run.d.columns());
+    code = newton_analyse(run.w, run.d.columns(), run.d.q.pattern());
+    run.w.hoff = run.d.q.val.data();
     if (code == newton_code::ok && report(run, hs_event::end_order)) code = newton_code::stopped;
   }
   hs_param start = *run.param;

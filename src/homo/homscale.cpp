@@ -120,6 +120,7 @@ void apply_factors(const factors& f, bool scaling, hom_data& d) noexcept {
   for (double& v : d.u) v *= beta;
   for (double& v : d.c) v *= gamma;
   d.objunit = 1 / (beta * gamma);
+  hom_scalequadratic(f.col.data(), gamma / beta, d);
   for (int32_t j = 0; j < d.n; j++) {
     d.xunit[j] = f.col[j] / beta;
     d.sunit[j] = 1 / (f.col[j] * gamma);
@@ -140,6 +141,7 @@ void hom_setup(sysenv& sys, const hs_problem& problem, bool scaling, hom_data& d
   d.norma = largest(d.val);
   d.normb = std::max(largest(d.b), largest(d.u));
   d.normc = largest(d.c);
+  hom_copyquadratic(sys, problem.q, d);
   factors f;
   f.row.reset(sys, d.m, 1.0);
   f.col.reset(sys, d.n, 1.0);

@@ -1,7 +1,8 @@
-// The Newton step of the linear model: s, sup, xup and kappa eliminated, then found again.
+// The Newton step of the model: s, sup, xup and kappa eliminated, then found again.
 //
-// With hup = sup / xup: H = s / x + hup, c1 = c - hup u, c2 = c + hup u, g = kappa / tau + u' hup u, and what
-// the elimination of x and y leaves of g is kappa / tau + sum (s / x) px^2 + sum hup (u - px)^2.
+// With hup = sup / xup and v = x / tau: H = Q + s / x + hup, c1 = c - hup u, c2 = c + 2 Q v + hup u,
+// g = kappa / tau + v'Qv + u' hup u, and what the elimination of x and y leaves of g is
+// kappa / tau + sum (s / x) px^2 + sum hup (u - px)^2 + (px - v)'Q(px - v).
 #include "homo/homint.h"
 
 #include <algorithm>
@@ -18,6 +19,10 @@ void put_diagonal(const hom_data& d, const hom_point& p, double rho, double delt
     w.rp[j] = j < d.npos ? rho : std::max(rho, free_rho);
   }
   for (int32_t k = 0; k < d.nup; k++) w.h[d.up0() + k] += p.sup[k] / p.xup[k];
+  for (int32_t j = 0; d.q.any() && j < d.n; j++) {
+    w.h[j] += d.q.diag[j];
+    if (d.q.diag[j] > 0) w.rp[j] = rho;
+  }
   std::fill(w.rd.begin(), w.rd.end(), delta);
 }
 
@@ -28,7 +33,8 @@ struct ranged_share {
 
 ranged_share share_of(const hom_data& d, const hom_point& p, const newton& w, int32_t k) noexcept {
   const int32_t j = d.up0() + k;
-  return {d.u[k] * (p.sup[k] / p.xup[k] / w.h[j]), d.u[k] * (p.s[j] / p.x[j] / w.h[j])};
+  const double own = d.q.any() ? p.s[j] / p.x[j] + d.q.diag[j] : p.s[j] / p.x[j];
+  return {d.u[k] * (p.sup[k] / p.xup[k] / w.h[j]), d.u[k] * (own / w.h[j])};
 }
 
 // The column of tau in x is -c + hup u, large where xup is small, and xup then takes what is left of u - px: both
@@ -41,6 +47,13 @@ void put_fixed(const hom_data& d, const hom_point& p, newton& w) noexcept {
     const double at = share_of(d, p, w, k).x;
     for (int64_t q = d.beg[j]; q < d.beg[j + 1]; q++) w.py[d.sub[q]] -= d.val[q] * at;
   }
+  if (d.q.beg.empty()) return;
+  const auto share = [&](int32_t j) { return j >= d.up0() && j < d.npos ? share_of(d, p, w, j - d.up0()).x : 0.0; };
+  for (int32_t j = 0; j < d.n; j++)
+    for (int64_t q = d.q.beg[j]; q < d.q.beg[j + 1]; q++) {
+      w.px[j] -= d.q.val[q] * share(d.q.sub[q]);
+      w.px[d.q.sub[q]] -= d.q.val[q] * share(j);
+    }
 }
 
 double tau_pivot(const hom_data& d, const hom_point& p, const newton& w) noexcept {
@@ -52,7 +65,12 @@ double tau_pivot(const hom_data& d, const hom_point& p, const newton& w) noexcep
     const double x = w.px[j] + share.x, xup = share.xup - w.px[j];
     sum += p.s[j] / p.x[j] * x * x + p.sup[k] / p.xup[k] * xup * xup;
   }
-  return sum;
+  if (!d.q.any()) return sum;
+  return sum + d.q.form([&](int64_t j) {
+    const bool ranged = j >= d.up0() && j < d.npos;
+    const double x = ranged ? w.px[j] + share_of(d, p, w, static_cast<int32_t>(j) - d.up0()).x : w.px[j];
+    return x - p.x[j] / p.tau;
+  });
 }
 
 } // namespace
@@ -76,6 +94,7 @@ newton_code hom_search(const hom_data& d, const hom_point& p, const hom_residual
   if (code == newton_code::stopped || code == newton_code::failed) return code;
   double t = aim.tk / p.tau - aim.feas * r.rg;
   for (int32_t j = 0; j < d.n; j++) t += d.c[j] * dir.x[j];
+  for (int32_t j = 0; d.q.any() && j < d.n; j++) t += 2 * (r.qx[j] / p.tau) * dir.x[j];
   for (int32_t i = 0; i < d.m; i++) t -= d.b[i] * dir.y[i];
   // sup as it is without tau: its terms alone would cancel with those of c2.
   for (int32_t k = 0; k < d.nup; k++)

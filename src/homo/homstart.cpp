@@ -80,6 +80,7 @@ newton_code start_guess(const hom_data& d, const hs_param& param, newton& w, hom
   std::fill_n(w.rp.data() + d.npos, d.n - d.npos, free_rho);
   std::fill(w.rd.begin(), w.rd.end(), delta);
   for (int32_t k = 0; k < d.nup; k++) w.h[d.up0() + k] = 2;
+  for (int32_t j = 0; d.q.any() && j < d.n; j++) w.h[j] += d.q.diag[j];
   newton_code code = newton_factor(w);
   if (code != newton_code::ok) return code;
   std::fill(p.all.begin(), p.all.end(), 0.0);
@@ -87,7 +88,11 @@ newton_code start_guess(const hom_data& d, const hs_param& param, newton& w, hom
   std::copy_n(d.b.data(), d.m, p.y);
   code = newton_block(w, p.x, p.y);
   if (code == newton_code::failed || code == newton_code::stopped) return code;
-  std::copy_n(d.c.data(), d.n, p.s);
+  if (d.q.any())
+    d.q.multiply(p.x, p.s);
+  else
+    std::fill_n(p.s, d.n, 0.0);
+  for (int32_t j = 0; j < d.n; j++) p.s[j] += d.c[j];
   std::fill_n(p.y, d.m, 0.0);
   code = newton_block(w, p.s, p.y);
   if (code == newton_code::failed || code == newton_code::stopped) return code;

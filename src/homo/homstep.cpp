@@ -37,6 +37,7 @@ hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& d
   block(d.nup, p.xup, dir.xup, e ? e->xup : nullptr, omega, x);
   block(d.npos, p.s, dir.s, e ? e->s : nullptr, omega, s);
   block(d.nup, p.sup, dir.sup, e ? e->sup : nullptr, omega, s);
+  if (d.q.any()) x.worst = s.worst = std::max(x.worst, s.worst);
   return {x.step(), s.step()};
 }
 
@@ -70,6 +71,7 @@ hom_steps hom_shorten(const hom_data& d, const hom_point& p, const hom_point& di
   x.see(d.nup, p.xup, dir.xup, p.sup, dir.sup);
   s.see(d.npos, p.s, dir.s, p.x, dir.x);
   s.see(d.nup, p.sup, dir.sup, p.xup, dir.xup);
+  if (d.q.any()) x.least = s.least = std::min(x.least, s.least);
   const auto frac = [&](double share) { return std::clamp(share, 1 - gamma, most); };
   return {a.p < 1 ? a.p * frac(x.least) : a.p, a.d < 1 ? a.d * frac(s.least) : a.d};
 }

@@ -32,6 +32,8 @@ hom_grades hom_grade(const hom_data& d, const hs_param& tol, const hom_figures& 
   g.dual = ratio(f.dfeas, tol.tolpfeas * (1 + d.normc)); // by the primal tolerance: one number drives both
   g.gap = ratio(f.gap, tol.tolgap);
   g.ray = certificate_error(f.rayx, -f.cx * d.objunit, d.normc, d.norma) / tol.tolinfeas;
+  if (d.q.any())
+    g.ray = std::max(g.ray, certificate_error(f.rayq, -f.cx * d.objunit, d.normc, d.normq) / tol.tolinfeas);
   g.farkas = certificate_error(f.rayy, f.rayby * d.objunit, d.normb, d.norma) / tol.tolinfeas;
   return g;
 }

@@ -1,14 +1,16 @@
-// The homogeneous and self-dual interior-point method for linear problems in standard form,
+// The homogeneous and self-dual interior-point method for linear and convex quadratic problems in standard form,
 //
-//     minimise c'x + cfix   with   A x = b,   x_j >= 0, or 0 <= x_j <= u_j, or x_j free,
+//     minimise x'Qx/2 + c'x + cfix   with   A x = b,   x_j >= 0, or 0 <= x_j <= u_j, or x_j free,
 //
-// whose dual is: maximise b'y - u'sup + cfix with A'y + s - sup = c; s, sup >= 0, s_j = 0 on free columns. It scales,
-// iterates, scales back, and proposes a status; what the status is worth its caller decides (`hs_judge`).
+// whose dual is: maximise b'y - u'sup - x'Qx/2 + cfix with A'y + s - sup - Qx = c; s, sup >= 0, s_j = 0 on free
+// columns. It scales, iterates, scales back, and proposes a status; what the status is worth its caller decides
+// (`hs_judge`).
 #pragma once
 
 #include "kfac/kktfac.h"
 #include "misc/optdef.h"
 #include "misc/runwatch.h"
+#include "misc/symview.h"
 
 namespace tvn {
 
@@ -19,6 +21,7 @@ enum class hs_code : int32_t {
   user_stop = 7,
   stall = 8,            // no step is worth its time any more
   numerical = 9,        // no factorisation is accurate enough
+  nonconvex = 25,       // the factor tells that Q is not semidefinite
   objective_range = 15, // a cut is proved to be passed
   peer_stop = 33,
 };
@@ -31,6 +34,7 @@ struct hs_problem {
   const int32_t* bk = nullptr; // [numcol] bk_lo: 0 <= x; bk_ra: 0 <= x <= up; bk_fr
   const double* up = nullptr;  // [numcol] read where bk_ra, at least 0
   double cfix = 0;
+  sym_view q; // positive semidefinite
 };
 
 // Defaults are those of the public parameters.

@@ -1,8 +1,8 @@
-// The words that presolve and optimizers share: bound keys, status keys, statuses, and the arrays of a linear problem
-// and of its solution.
+// The words that presolve and optimizers share: bound keys, status keys, statuses, and the arrays of a problem with
+// linear rows and of its solution.
 #pragma once
 
-#include <cstdint>
+#include "misc/symview.h"
 
 namespace tvn {
 
@@ -61,6 +61,7 @@ struct lp_view {
   const double* val = nullptr;
   const int32_t *bkc = nullptr, *bkx = nullptr;
   const double *blc = nullptr, *buc = nullptr, *blx = nullptr, *bux = nullptr;
+  sym_view q; // the objective has 1/2 x'Qx, positive semidefinite
 };
 
 // Objectives of a minimisation at which a run may end: a point is known below low, or no point lies below upp.

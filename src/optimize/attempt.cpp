@@ -93,7 +93,7 @@ double predicted_seconds(const ipm_run& run, const hs_problem& hs) {
 // The dual form has to promise half of the time.
 void attempt::choose_form() {
   constexpr double margin = 2;
-  if (run.param.form == ipm_form::primal) return;
+  if (run.param.form == ipm_form::primal || given().q.any()) return; // the dual of a Q has columns for it
   if (run.param.form == ipm_form::free) {
     const clique_bounds b = bound_cliques(run.sys, given());
     if (!(margin * b.rows < b.cols)) return;

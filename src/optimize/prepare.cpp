@@ -35,6 +35,7 @@ struct preparation {
   void allocate(int64_t nz);
   void put_column(int32_t k, int32_t j);
   void put_rows();
+  void put_quadratic(long double& cfix);
 };
 
 void preparation::number() {
@@ -110,6 +111,39 @@ void preparation::put_rows() {
   }
 }
 
+// x'Qx/2 with x = base + sign x' is base'Q base/2 + (sign Q base)'x' + x'(sign Q sign)x'/2.
+void preparation::put_quadratic(long double& cfix) {
+  if (!lp.q.any()) return;
+  buffer<int32_t> place(sys, lp.numvar, -1);
+  buffer<double> base(sys, lp.numvar);
+  for (int32_t j = 0; j < lp.numvar; j++) base[j] = lp.bkx[j] == bk_fx ? lp.blx[j] : 0.0;
+  const int32_t structurals = p.hs.a.numcol - p.numslack;
+  for (int32_t k = 0; k < structurals; k++) {
+    place[p.col2var[k]] = k;
+    base[p.col2var[k]] = p.base[k];
+  }
+  buffer<long double> qx(sys, lp.numvar);
+  TVN_sym_multiply(lp.q, base.data(), qx.data());
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    cfix += qx[j] * base[j] / 2;
+    if (const int32_t k = place[j]; k >= 0) p.c[k] = static_cast<double>(p.c[k] + (p.down[k] ? -qx[j] : qx[j]));
+  }
+  const int64_t most = lp.q.beg[lp.numvar];
+  buffer<int32_t> subi(sys, most), subj(sys, most);
+  buffer<double> val(sys, most);
+  int64_t num = 0;
+  for (int32_t j = 0; j < lp.numvar; j++)
+    for (int64_t q = lp.q.beg[j]; q < lp.q.beg[j + 1]; q++) {
+      const int32_t a = place[lp.q.sub[q]], b = place[j];
+      if (a < 0 || b < 0 || lp.q.val[q] == 0) continue;
+      subi[num] = a;
+      subj[num] = b;
+      val[num++] = p.down[a] != p.down[b] ? -lp.q.val[q] : lp.q.val[q];
+    }
+  TVN_sym_fromtriplets(sys, p.hs.a.numcol, num, subi.data(), subj.data(), val.data(), 1, p.q);
+  p.hs.q = p.q.view();
+}
+
 } // namespace
 
 void TVN_opt_prepare(sysenv& sys, const lp_view& lp, prepared_problem& p) {
@@ -129,6 +163,7 @@ void TVN_opt_prepare(sysenv& sys, const lp_view& lp, prepared_problem& p) {
     for (int64_t q = lp.ptrb[j]; q < lp.ptre[j]; q++) prep.rhs[lp.sub[q]] += static_cast<long double>(lp.val[q]) * base;
   }
   prep.put_rows();
+  prep.put_quadratic(cfix);
   p.hs.a.beg = p.ptr.data();
   p.hs.a.end = p.ptr.data() + 1;
   p.hs.a.sub = p.sub.data();

@@ -1,8 +1,9 @@
-// A linear problem as the homogeneous optimizer sees it, and the way back.
+// A problem as the homogeneous optimizer sees it, and the way back.
 //
 // Each column counts from its nearer bound, upwards or, from an upper one, downwards; rows that are no equalities get a
 // column of their own; fixed columns and free rows are left out. Row costs go into the column costs: cc'(A x) =
-// (A'cc)'x, and y of the problem is that of the optimizer less cc.
+// (A'cc)'x, and y of the problem is that of the optimizer less cc. Q counts from the same values of the columns: what
+// it does there is added to costs and constant.
 #pragma once
 
 #include "homo/hslv.h"
@@ -19,6 +20,7 @@ struct prepared_problem {
   buffer<int64_t> ptr;
   buffer<int32_t> sub, bk;
   buffer<double> val, c, b, up;
+  sym_matrix q;
 
   // Room for a solution.
   buffer<double> x, s, sup, y;

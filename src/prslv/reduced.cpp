@@ -236,8 +236,11 @@ void TVN_prslv_refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_soluti
     sol.xc[i] = key == sk_low || key == sk_fix ? lp.blc[i] : key == sk_upr ? lp.buc[i] : static_cast<double>(act[i]);
   }
   if (solsta == sol_dual_infeas_cer || solsta == sol_near_dual_infeas_cer) return TVN_prslv_clearduals(lp, sol);
+  buffer<long double> gradient;
+  if (lp.q.any() && !certificate) TVN_verify_gradient(sys, lp, sol.xx, gradient);
   for (int32_t j = 0; j < lp.numvar; j++) {
-    const double d = TVN_verify_reducedcost(lp, j, certificate ? 0.0 : lp.c[j], sol.y);
+    const long double cost = certificate ? 0.0L : gradient.empty() ? lp.c[j] : gradient[j];
+    const double d = TVN_verify_reducedcost(lp, j, cost, sol.y);
     if (certificate && sol.slx[j] > 0 && sol.sux[j] > 0) continue; // crossing bounds
     const int32_t key = keyed ? sol.skx[j] : static_cast<int32_t>(sk_unk);
     const bool between = key == sk_bas || key == sk_supbas;

@@ -73,8 +73,8 @@ struct cost_sum {
   double largest; // term
 };
 
-cost_sum reduced_cost(const lp_view& lp, int32_t j, double cj, const double* y) {
-  cost_sum d{cj, std::fabs(cj)};
+cost_sum reduced_cost(const lp_view& lp, int32_t j, cost_sum cj, const double* y) {
+  cost_sum d = cj;
   for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) {
     const long double term = static_cast<long double>(lp.val[p]) * y[lp.sub[p]];
     d.value -= term;
@@ -85,9 +85,41 @@ cost_sum reduced_cost(const lp_view& lp, int32_t j, double cj, const double* y) 
 
 } // namespace
 
-double TVN_verify_reducedcost(const lp_view& lp, int32_t j, double cj, const double* y) {
-  return static_cast<double>(reduced_cost(lp, j, cj, y).value);
+double TVN_verify_reducedcost(const lp_view& lp, int32_t j, long double cj, const double* y) {
+  return static_cast<double>(reduced_cost(lp, j, {cj, 0}, y).value);
 }
+
+void TVN_verify_gradient(sysenv& sys, const lp_view& lp, const double* x, buffer<long double>& gradient) {
+  gradient.reset(sys, lp.numvar);
+  TVN_sym_multiply(lp.q, x, gradient.data());
+  for (int32_t j = 0; j < lp.numvar; j++) gradient[j] += lp.c[j];
+}
+
+namespace {
+
+// Q x with the largest term of each sum; empty for a linear objective.
+struct quadratic_part {
+  buffer<long double> qx;
+  buffer<double> largest;
+
+  quadratic_part(sysenv& sys, const lp_view& lp, const double* x) {
+    if (!lp.q.any()) return;
+    qx.reset(sys, lp.numvar);
+    largest.reset(sys, lp.numvar);
+    TVN_sym_multiply(lp.q, x, qx.data(), largest.data());
+  }
+  cost_sum gradient(const lp_view& lp, int32_t j) const {
+    const cost_sum c{lp.c[j], std::fabs(lp.c[j])};
+    return qx.empty() ? c : cost_sum{c.value + qx[j], std::max(c.largest, largest[j])};
+  }
+  long double form(const double* x) const { // x'Qx
+    long double sum = 0;
+    for (int64_t j = 0; j < qx.size(); j++) sum += qx[j] * x[j];
+    return sum;
+  }
+};
+
+} // namespace
 
 lp_residuals TVN_verify_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol) {
   lp_residuals r;
@@ -97,6 +129,8 @@ lp_residuals TVN_verify_residuals(sysenv& sys, const lp_view& lp, const lp_solut
   long double obj = lp.cfix;
   for (int32_t j = 0; j < lp.numvar; j++) obj += static_cast<long double>(lp.c[j]) * sol.xx[j];
   for (int32_t i = 0; i < lp.numcon; i++) obj += static_cast<long double>(cslack(lp, i)) * sol.xc[i];
+  const quadratic_part q(sys, lp, sol.xx);
+  obj += q.form(sol.xx) / 2;
   r.objective = static_cast<double>(obj);
   // A scale that is not finite must not hide a residual: inf - inf is NaN.
   const double largestcost = max_cost(lp), cscale = 1 + largestcost + (largestcost - largestcost);
@@ -119,7 +153,7 @@ lp_residuals TVN_verify_residuals(sysenv& sys, const lp_view& lp, const lp_solut
   for (int32_t j = 0; j < lp.numvar; j++) {
     const double v = outside(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j], 0.0);
     if (v != 0) worsen(r.bound, outside(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j], rounding_of(lp, j, largest)));
-    const cost_sum cost = reduced_cost(lp, j, lp.c[j], sol.y);
+    const cost_sum cost = reduced_cost(lp, j, q.gradient(lp, j), sol.y);
     const auto d = static_cast<double>(cost.value);
     if (std::fabs(d) > lastplaces * cost.largest)
       room += room_below(sol.xx[j], std::fabs(sol.xx[j]), lp.bkx[j], lp.blx[j], lp.bux[j], d);
@@ -161,6 +195,23 @@ double TVN_verify_primalcertificate(const lp_view& lp, const lp_solution& sol) {
   return static_cast<double>(worst * size / obj);
 }
 
+namespace {
+
+// Whether x'Qx lets the objective fall along x so far; what Q x is beside 0 is a violation. A residual that is small
+// beside the fall is not enough: x'x / 1e9 - x would have a ray.
+bool falls_far(sysenv& sys, const lp_view& lp, const double* x, long double fall, double& worst) {
+  constexpr double far = 1e10;
+  const quadratic_part q(sys, lp, x);
+  double length = 0;
+  for (int64_t j = 0; j < q.qx.size(); j++) {
+    worsen(worst, static_cast<double>(std::fabs(q.qx[j])));
+    worsen(length, std::fabs(x[j]));
+  }
+  return q.qx.empty() || far * q.form(x) <= length * fall;
+}
+
+} // namespace
+
 double TVN_verify_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol) {
   buffer<long double> act(sys, lp.numcon);
   buffer<double> largest(sys, lp.numcon);
@@ -180,7 +231,8 @@ double TVN_verify_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solut
     recede(sol.xx[j], lp.bkx[j]);
     fall -= static_cast<long double>(lp.c[j]) * sol.xx[j];
   }
-  return fall > 0 ? worst / static_cast<double>(fall) : std::numeric_limits<double>::infinity();
+  if (!(fall > 0) || !falls_far(sys, lp, sol.xx, fall, worst)) return std::numeric_limits<double>::infinity();
+  return worst / static_cast<double>(fall);
 }
 
 namespace {

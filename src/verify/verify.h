@@ -12,7 +12,7 @@ struct lp_residuals {
   double bound = 0;     // x outside its bounds, to 1 + |bound|
   double row = 0;       // row activity outside its bounds, to 1 + |bound|
   double activity = 0;  // |xc - A x| to 1 + largest term of the row
-  double dualeq = 0;    // |c - A'y - slx + sux| and |cslack + y - slc + suc|, to 1 + max|c|
+  double dualeq = 0;    // |c + Q x - A'y - slx + sux| and |cslack + y - slc + suc|, to 1 + max|c|
   double dualsign = 0;  // dual of wrong sign or at an infinite bound, to 1 + max|c|
   double comp = 0;      // dual times distance to its bound, to 1 + |objective|
   double gap = 0;       // by which the duals leave room below the objective, to 1 + |objective|
@@ -23,12 +23,15 @@ lp_residuals TVN_verify_residuals(sysenv& sys, const lp_view& lp, const lp_solut
 
 // Violation of a certificate divided by the certificate's own objective; infinity when that is not positive or is
 // nothing but rounding beside its terms. That of a primal one is for points as large as the bounds that it adds up.
-// Primal: y, slc, suc, slx, sux prove that no point is feasible. Dual: xx is a ray along which the objective falls.
+// Primal: y, slc, suc, slx, sux prove that no point is feasible. Dual: xx is a ray along which the objective falls;
+// with a Q, infinity when it does so for less than 1e10 times its length.
 double TVN_verify_primalcertificate(const lp_view& lp, const lp_solution& sol);
 double TVN_verify_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol);
 
-// z_j = c_j * cfactor - A_j'y in long double.
-double TVN_verify_reducedcost(const lp_view& lp, int32_t j, double cj, const double* y);
+// cj - A_j'y in long double.
+double TVN_verify_reducedcost(const lp_view& lp, int32_t j, long double cj, const double* y);
+// c + Q x at x.
+void TVN_verify_gradient(sysenv& sys, const lp_view& lp, const double* x, buffer<long double>& gradient);
 
 // What the residuals support of an optimizer's claim (sol_status). An optimum within the tolerances whose duals leave
 // room below its objective is a near optimum.

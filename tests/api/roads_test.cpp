@@ -40,7 +40,6 @@ TEST_F(Roads, WithoutAnOptimizerEndWithACodeAndTheReasonAndLeaveTheSolution) {
     TVNrescodee code;
     const char* reason; // "": the choice is wrong for the type
   } cases[] = {
-      {TVN_OPTIMIZER_INTPNT, qo, inv, "interior-point"},
       {TVN_OPTIMIZER_FREE, qcqo, inv, "interior-point"},
       {TVN_OPTIMIZER_INTPNT, conic, inv, ""},
       {TVN_OPTIMIZER_INTPNT, mixed, TVN_RES_ERR_MIXED_PROBLEM, ""},

@@ -13,6 +13,9 @@ void negate(const double* from, int32_t num, double* to) noexcept {
 } // namespace
 
 minimised_costs::minimised_costs(task& t, bool maximise) : maximize(maximise) {
+  if (const qterms& terms = t.prob.q; has_qobj(t.prob))
+    TVN_sym_fromtriplets(*t.sys, t.prob.numvar, terms.objend - terms.objbegin, terms.subi.data() + terms.objbegin,
+                         terms.subj.data() + terms.objbegin, terms.val.data() + terms.objbegin, maximize ? -1 : 1, q);
   if (!maximize) return;
   c.reset(*t.sys, t.prob.numvar);
   cslack.reset(*t.sys, t.prob.numcon);
@@ -38,6 +41,7 @@ lp_view TVN_minimisedview(const task& t, const minimised_costs& costs, const spr
   v.buc = p.buc.data();
   v.blx = p.blx.data();
   v.bux = p.bux.data();
+  v.q = costs.q.view();
   return v;
 }
 

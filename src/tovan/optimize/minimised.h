@@ -1,5 +1,6 @@
-// The task's linear problem as optimizers see it: a minimisation. A is lent by the store; a maximisation gives negated
-// copies of the costs, so that the user's functions read the task as it is during the run. No other array is copied.
+// The task's problem with linear rows as optimizers see it: a minimisation. A is lent by the store; a maximisation
+// gives negated copies of the costs, so that the user's functions read the task as it is during the run; Q is copied
+// into columns. No other array is.
 #pragma once
 
 #include "misc/optdef.h"
@@ -11,6 +12,7 @@ namespace tvn {
 struct minimised_costs {
   bool maximize;
   buffer<double> c, cslack; // empty for a minimisation
+  sym_matrix q;             // empty for a linear objective
   minimised_costs(task& t, bool maximize);
 };
 

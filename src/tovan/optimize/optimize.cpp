@@ -88,6 +88,9 @@ TVNrescodee TVN_contoptimizer(task& t) {
   if (type == TVN_PROBTYPE_CONIC) return wrong_optimizer(t);
   if (optimizer == TVN_OPTIMIZER_QCONE && type != TVN_PROBTYPE_GECO)
     return missing_optimizer(t, "direct optimizer for quadratic problems");
+  if (type == TVN_PROBTYPE_QO || type == TVN_PROBTYPE_QCQO)
+    if (const TVNrescodee code = TVN_checkconvexity(t)) return code;
+  if (type == TVN_PROBTYPE_QO) return TVN_interioroptimizer(t);
   if (type != TVN_PROBTYPE_LO) return missing_optimizer(t, "interior-point optimizer for nonlinear problems");
   if (optimizer != TVN_OPTIMIZER_FREE) return TVN_interioroptimizer(t);
   if (is_logged(t, TVN_IPAR_LOG_OPTIMIZER))

@@ -21,7 +21,9 @@ simplex_param TVN_simplexparam(const task& t, bool maximize);
 TVNrescodee TVN_simplexoptimizer(task& t);
 // What the parameters say to a homogeneous optimizer.
 hs_param TVN_homogeneousparam(const task& t, bool maximize);
-// Linear problems by the interior-point optimizer, into the interior slot.
+// Linear problems and those with a quadratic objective by the interior-point optimizer, into the interior slot.
 TVNrescodee TVN_interioroptimizer(task& t);
+// Whether objective and rows have quadratic terms of the right sign: the level of the check is a parameter.
+TVNrescodee TVN_checkconvexity(task& t);
 
 } // namespace tvn

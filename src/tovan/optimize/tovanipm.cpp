@@ -124,7 +124,7 @@ void put_statuses(task& t, const ipm_info& info) {
 TVNrescodee TVN_interioroptimizer(task& t) {
   const bool maximize = TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE;
   t.info.intg[TVN_IINF_INTPNT_NUM_THREADS] = used_threads(t);
-  const bool wantbasis = t.params.ival[TVN_IPAR_INTPNT_BASIS] != TVN_BI_NEVER;
+  const bool wantbasis = t.params.ival[TVN_IPAR_INTPNT_BASIS] != TVN_BI_NEVER && !has_qobj(t.prob);
   TVN_makesolution(t, TVN_SOL_ITR);
   if (wantbasis) TVN_makesolution(t, TVN_SOL_BAS);
   lp_solution sol = TVN_slotarrays(t, TVN_SOL_ITR);
