@@ -98,9 +98,29 @@ bool cut(const hom_run& run) noexcept {
          (p.usecutupp && run.grade.dual <= 1 && run.f.dobj + run.d.cfix > p.cutupp);
 }
 
+// With Q there is no vertex to which an optimum could be rounded afterwards, and what the point lacks shows in all of
+// x: as long as an iteration halves it, a few more are made. The best point stands in the end.
+bool refines(hom_run& run, const hom_grades& g) noexcept {
+  constexpr int32_t most = 3;
+  constexpr double enough = 1e-4, gain = 0.5;
+  if (!run.d.q.any()) return false;
+  if (run.numextra < most && g.merit() > enough && run.grade.merit() < gain * run.lastgrade) {
+    run.numextra++;
+    run.lastgrade = run.grade.merit();
+    return true;
+  }
+  if (run.optimum.grade < run.grade.merit()) {
+    run.now.copy(run.optimum.point);
+    hom_measure(run.d, run.now, run.r, run.f);
+  }
+  return false;
+}
+
 // The judge may throw.
 bool finished(hom_run& run) {
-  const int32_t solsta = hom_terminate(hom_grade(run.d, run.tol, run.f));
+  const hom_grades g = hom_grade(run.d, run.tol, run.f);
+  const int32_t solsta = hom_terminate(g);
+  if (solsta == sol_optimal && refines(run, g)) return false;
   if (solsta != sol_unknown && accepted(run, solsta)) return true;
   hs_code code = hs_code::ok;
   if (cut(run))

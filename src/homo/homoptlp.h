@@ -34,9 +34,11 @@ struct hom_run {
   hs_param tol; // with the tolerances of now: the judge may tighten them
   hom_record optimum, certificate;
   int32_t maxcor = 0;
-  int32_t clean = 0;     // iterations since the level changed
-  int32_t idle = 0;      // iterations without a record
-  double leastgrade = 0; // of either kind
+  int32_t clean = 0;           // iterations since the level changed
+  int32_t idle = 0;            // iterations without a record
+  double leastgrade = 0;       // of either kind
+  int32_t numextra = 0;        // iterations beyond an optimum
+  double lastgrade = HUGE_VAL; // of the point that the last of them left
 };
 
 void hom_optlp(hom_run& run);

@@ -115,7 +115,7 @@ inline lp_case nasty_case(uint64_t seed) {
 struct known_case {
   lp_case p;
   double objective = 0;
-  std::vector<double> y;
+  std::vector<double> x, y;
 };
 inline known_case optimal_case(uint64_t seed, int32_t m, int32_t n, double density, double degenerate) {
   std::mt19937_64 rng(seed);
@@ -124,7 +124,8 @@ inline known_case optimal_case(uint64_t seed, int32_t m, int32_t n, double densi
   lp_case& p = k.p;
   p.m = m;
   p.n = n;
-  std::vector<double> x(static_cast<size_t>(n)), act(static_cast<size_t>(m), 0), &y = k.y;
+  std::vector<double> act(static_cast<size_t>(m), 0), &x = k.x, &y = k.y;
+  x.resize(static_cast<size_t>(n));
   y.resize(static_cast<size_t>(m));
   for (double& v : x) v = std::round(10 * (unit(rng) - 0.3));
   for (int32_t j = 0; j < n; j++) {

@@ -1,0 +1,110 @@
+// If these failed in the field: a portfolio or a fit would be called optimal where it is not, or a problem without an
+// optimum would get one.
+#include "optimize/optslv.h"
+#include "support/qpcase.h"
+
+using namespace tvntest;
+
+namespace {
+
+struct Quadratic : testing::Test {
+  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  tvn::ipm_info info;
+  ~Quadratic() override { EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak"; }
+
+  lp_point solve(qp_case& k, const tvn::ipm_param& param) {
+    lp_point s(k.p);
+    tvn::lp_solution sol = s.view();
+    tvn::TVN_opt_ipmslv(*sys, k.view(), param, info, {}, sol);
+    return s;
+  }
+};
+
+// TOVAN_SEEDS asks for more.
+uint64_t num_seeds(uint64_t usual) {
+  const char* const asked = std::getenv("TOVAN_SEEDS");
+  return asked ? std::strtoull(asked, nullptr, 10) : usual;
+}
+
+tvn::ipm_param varied(uint64_t seed) {
+  tvn::ipm_param p;
+  p.presolve = seed % 2 == 0;
+  p.hs.start = static_cast<tvn::hs_startpoint>(seed / 2 % 3);
+  return p;
+}
+
+} // namespace
+
+TEST_F(Quadratic, KnownOptimumIsFound) {
+  const uint64_t seeds = num_seeds(400);
+  uint64_t solved = 0;
+  for (uint64_t seed = 0; seed < seeds; seed++) {
+    const auto kind = static_cast<q_kind>(seed % 5);
+    const auto m = static_cast<int32_t>(2 + seed % 17), n = static_cast<int32_t>(3 + seed % 23);
+    known_qp k = optimal_qp(seed, m, n, kind);
+    const lp_point s = solve(k.p, varied(seed));
+    EXPECT_NE(info.solsta, tvn::sol_prim_infeas_cer) << seed;
+    EXPECT_NE(info.solsta, tvn::sol_dual_infeas_cer) << seed;
+    if (info.solsta != tvn::sol_optimal) continue;
+    solved++;
+    const verdict v = judge_qp(k.p, s);
+    EXPECT_LE(v.primal, 2e-6) << seed;
+    EXPECT_LE(v.dual, 2e-5) << seed;
+    EXPECT_LE(v.gap, 2e-6) << seed;
+    EXPECT_NEAR(info.objective, k.objective, 1e-6 * (1 + std::fabs(k.objective))) << seed;
+  }
+  std::printf("%d of %d\n", int(solved), int(seeds));
+  EXPECT_GE(solved, seeds - seeds / 200);
+}
+
+// Statuses by exact arithmetic: rays along Q's kernel, crossing bounds, contradicting rows.
+TEST_F(Quadratic, StatusOfTinyProblemsIsTheExactOne) {
+  const uint64_t seeds = num_seeds(1500);
+  uint64_t answered = 0, compared = 0, count[3] = {0, 0, 0};
+  for (uint64_t seed = 0; seed < seeds; seed++) {
+    std::mt19937_64 rng(seed);
+    qp_case k;
+    k.p = nasty_case(seed);
+    k.put(random_q(rng, size_t(k.p.n), static_cast<q_kind>(seed % 5)));
+    exact_status expected;
+    try {
+      expected = status_of(k);
+    } catch (const std::overflow_error&) { continue; }
+    compared++;
+    count[int(expected)]++;
+    const lp_point s = solve(k, varied(seed));
+    SCOPED_TRACE(seed);
+    if (info.solsta == tvn::sol_optimal) {
+      const verdict v = judge_qp(k, s);
+      EXPECT_EQ(int(expected), int(exact_status::optimal));
+      EXPECT_LE(v.primal, 2e-6);
+      EXPECT_LE(v.gap, 2e-6);
+    } else if (info.solsta == tvn::sol_prim_infeas_cer) {
+      EXPECT_EQ(int(expected), int(exact_status::infeasible));
+      EXPECT_LE(judge_infeasible(k.p, s), 1e-6);
+    } else if (info.solsta == tvn::sol_dual_infeas_cer) { // says nothing of feasible points
+      EXPECT_NE(int(expected), int(exact_status::optimal));
+      EXPECT_LE(judge_qp_unbounded(k, s), 1e-6);
+    } else {
+      std::printf("seed %d: %d, exact %d\n", int(seed), info.solsta, int(expected));
+      continue;
+    }
+    answered++;
+  }
+  std::printf("%d of %d; %d %d %d\n", int(answered), int(compared), int(count[0]), int(count[1]), int(count[2]));
+  EXPECT_GE(answered, compared - compared / 200);
+  for (const uint64_t c : count) EXPECT_GT(c, compared / 20);
+}
+
+TEST_F(Quadratic, DiagonalQHasOneAnswerByBothSystems) {
+  for (uint64_t seed = 0; seed < 60; seed++) {
+    known_qp k = optimal_qp(seed, 12, 20, seed % 4 ? q_kind::diagonal : q_kind::zero);
+    tvn::ipm_param param = varied(seed);
+    for (const tvn::kkt_form form : {tvn::kkt_form::adat, tvn::kkt_form::sqdt}) {
+      param.hs.form = form;
+      (void)solve(k.p, param);
+      EXPECT_EQ(info.solsta, tvn::sol_optimal) << seed;
+      EXPECT_NEAR(info.objective, k.objective, 1e-8 * (1 + std::fabs(k.objective))) << seed;
+    }
+  }
+}
