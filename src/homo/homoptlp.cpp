@@ -15,8 +15,10 @@ constexpr int32_t max_level = 8;
 // Whatever a factorisation costs: as many as gain. A budget by its flops made 14.3 iterations of 12.4, in no less time.
 constexpr int32_t free_correctors = 10;
 constexpr double base_delta = 1e-12, base_rho = 1e-12; // at level 0; ten times more with each level
-constexpr double short_step = 1e-3;                    // asks for a higher level
-constexpr int32_t clean_steps = 3;                     // for a lower one
+// With Q in the normal equations: rows of long differences (liswet) have y so large that 1e-12 of it shows for ever.
+constexpr double quadratic_delta = 1e-14;
+constexpr double short_step = 1e-3; // asks for a higher level
+constexpr int32_t clean_steps = 3;  // for a lower one
 constexpr double tighten_factor = 1e-2;
 constexpr int32_t max_judged = 2;
 constexpr int32_t max_idle = 30; // iterations without a better point than before; greenbea has 9 in a row
@@ -164,7 +166,9 @@ newton_code direction(hom_run& run) {
   set_accuracy(run);
   for (;;) {
     const double factor = std::pow(10.0, run.info->level);
-    newton_code code = hom_factor(run.d, run.now, base_rho * factor, base_delta * factor, run.w);
+    const bool merged = run.d.q.any() && run.w.k.form == kkt_form::adat;
+    const double delta = merged ? quadratic_delta : base_delta;
+    newton_code code = hom_factor(run.d, run.now, base_rho * factor, delta * factor, run.w);
     if (code == newton_code::ok) code = hom_choosemove(run.d, run.now, run.r, run.f, run.maxcor, run.w, run.move);
     if (code == newton_code::ok || code == newton_code::stopped || !raise(run)) return code;
   }
