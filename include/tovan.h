@@ -514,7 +514,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_LOG_SIM_MINOR 64 /* default 1, >= 0. No effect yet. */
 #define TVN_IPAR_LOG_SIM_NETWORK_FREQ 65 /* default 50, >= 0. No effect yet. */
 #define TVN_IPAR_LOG_STORAGE 66 /* default 0, >= 0. Each change of the room of a task. */
-#define TVN_IPAR_LP_WRITE_IGNORE_INCOMPATIBLE_ITEMS 67 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_LP_WRITE_IGNORE_INCOMPATIBLE_ITEMS 67 /* default 0, 0 to 1. Cones and functions of the user stay
+    behind when an LP file is written; otherwise such a problem is refused. */
 #define TVN_IPAR_MAX_NUM_WARNINGS 68 /* default 10, >= 0. Each warning is printed so many times at most. */
 #define TVN_IPAR_MIO_BRANCH_DIR 69 /* default 0, 0 to 2. No effect yet. */
 #define TVN_IPAR_MIO_BRANCH_PRIORITIES_USE 70 /* default 1, 0 to 1. No effect yet. */
@@ -576,16 +577,19 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_READ_ADD_CONE 116 /* default 0, >= 0. Room for cones beyond those of the file. */
 #define TVN_IPAR_READ_ADD_QNZ 117 /* default 0, >= 0. Room for quadratic terms beyond those of the file. */
 #define TVN_IPAR_READ_ADD_VAR 118 /* default 0, >= 0. Room for variables beyond those of the file. */
-#define TVN_IPAR_READ_ANZ 119 /* default 100000, >= 0. No effect yet. */
-#define TVN_IPAR_READ_CON 120 /* default 10000, >= 0. No effect yet. */
+#define TVN_IPAR_READ_ANZ 119 /* default 100000, >= 0. Elements of A that room is made for when a formula file is
+    read, at most half the bytes of the file. */
+#define TVN_IPAR_READ_CON 120 /* default 10000, >= 0. Constraints that room is made for when a formula file is read,
+    likewise. */
 #define TVN_IPAR_READ_CONE 121 /* default 2500, >= 0. No effect yet. */
 #define TVN_IPAR_READ_DATA_COMPRESSED 122 /* default 0, 0 to 1. No effect yet. */
 #define TVN_IPAR_READ_DATA_FORMAT 123 /* default 0, 0 to 6. The format of a problem file; the default goes by the
     extension. */
 #define TVN_IPAR_READ_KEEP_FREE_CON 124 /* default 0, 0 to 1. Rows of type N stay as free constraints, the objective
     row among them. */
-#define TVN_IPAR_READ_LP_DROP_NEW_VARS_IN_BOU 125 /* default 0, 0 to 1. No effect yet. */
-#define TVN_IPAR_READ_LP_QUOTED_NAMES 126 /* default 1, 0 to 1. No effect yet. */
+#define TVN_IPAR_READ_LP_DROP_NEW_VARS_IN_BOU 125 /* default 0, 0 to 1. A bound of a variable that no formula of an LP
+    file has is ignored. */
+#define TVN_IPAR_READ_LP_QUOTED_NAMES 126 /* default 1, 0 to 1. In LP files a name may stand in double quotes. */
 #define TVN_IPAR_READ_MPS_FORMAT 127 /* default 1, 0 to 2. Strict and relaxed read fixed columns, free reads fields
     between blanks. */
 #define TVN_IPAR_READ_MPS_KEEP_INT 128 /* default 1, 0 to 1. Integer variables of the file stay integer. */
@@ -595,9 +599,11 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_READ_MPS_WIDTH 132 /* default 1024, >= 0. The longest data line. */
 #define TVN_IPAR_READ_Q_MODE 133 /* default 0, 0 to 2. Takes quadratic terms as they come, or drops those of one
     triangle. */
-#define TVN_IPAR_READ_QNZ 134 /* default 20000, >= 0. No effect yet. */
+#define TVN_IPAR_READ_QNZ 134 /* default 20000, >= 0. Quadratic terms that room is made for when a formula file is
+    read, likewise. */
 #define TVN_IPAR_READ_TASK_IGNORE_PARAM 135 /* default 0, 0 to 1. No effect yet. */
-#define TVN_IPAR_READ_VAR 136 /* default 10000, >= 0. No effect yet. */
+#define TVN_IPAR_READ_VAR 136 /* default 10000, >= 0. Variables that room is made for when a formula file is read,
+    likewise. */
 #define TVN_IPAR_SENSITIVITY_ALL 137 /* default 0, 0 to 1. No effect yet. */
 #define TVN_IPAR_SENSITIVITY_OPTIMIZER 138 /* default 7, 0 to 10. No effect yet. */
 #define TVN_IPAR_SENSITIVITY_TYPE 139 /* default 0, 0 to 1. No effect yet. */
@@ -674,10 +680,13 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_WRITE_INT_CONSTRAINTS 185 /* default 1, 0 to 1. No effect yet. */
 #define TVN_IPAR_WRITE_INT_HEAD 186 /* default 1, 0 to 1. No effect yet. */
 #define TVN_IPAR_WRITE_INT_VARIABLES 187 /* default 1, 0 to 1. No effect yet. */
-#define TVN_IPAR_WRITE_LP_LINE_WIDTH 188 /* default 80, >= 40. No effect yet. */
-#define TVN_IPAR_WRITE_LP_QUOTED_NAMES 189 /* default 1, 0 to 1. No effect yet. */
-#define TVN_IPAR_WRITE_LP_STRICT_FORMAT 190 /* default 0, 0 to 1. No effect yet. */
-#define TVN_IPAR_WRITE_LP_TERMS_PER_LINE 191 /* default 10, >= 0. No effect yet. */
+#define TVN_IPAR_WRITE_LP_LINE_WIDTH 188 /* default 80, >= 40. A line of an LP file ends before it is longer, unless
+    one name is. */
+#define TVN_IPAR_WRITE_LP_QUOTED_NAMES 189 /* default 1, 0 to 1. Names that are no LP names are written in double
+    quotes; otherwise they are refused. */
+#define TVN_IPAR_WRITE_LP_STRICT_FORMAT 190 /* default 0, 0 to 1. Free and ranged constraints are refused in LP files.
+    */
+#define TVN_IPAR_WRITE_LP_TERMS_PER_LINE 191 /* default 10, >= 0. Terms on a line of an LP file, 0 for no limit. */
 #define TVN_IPAR_WRITE_MPS_INT 192 /* default 1, 0 to 1. Integer variables are written as such. */
 #define TVN_IPAR_WRITE_MPS_OBJ_SENSE 193 /* default 1, 0 to 1. The sense is written as a section OBJSENSE; otherwise
     as a comment. */
@@ -805,7 +814,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_SPAR_STAT_FILE_NAME 21 /* No effect yet. */
 #define TVN_SPAR_STAT_KEY 22 /* No effect yet. */
 #define TVN_SPAR_STAT_NAME 23 /* No effect yet. */
-#define TVN_SPAR_WRITE_LP_GEN_VAR_NAME 24 /* default "XTVNGEN". No effect yet. */
+#define TVN_SPAR_WRITE_LP_GEN_VAR_NAME 24 /* default "XTVNGEN". Name of the variable that carries the constant of the
+    objective in an LP file, when CFIX is taken. */
 
 /* double information items */
 #define TVN_DINF_BI_CLEAN_DUAL_TIME 0

@@ -21,4 +21,7 @@ std::string_view trim(std::string_view text) noexcept; // blanks, tabs and line 
 // "%.*e" of printf into at least 40 bytes; the length.
 int32_t put_scientific(char* to, double value, int32_t precision) noexcept;
 
+// The shortest text that reads back to the same double, into at least 40 bytes; the length.
+int32_t put_shortest(char* to, double value) noexcept;
+
 } // namespace tvn

@@ -433,7 +433,7 @@ TEST_F(Read, FilesAreFoundByTheirNamesAndFormats) {
   EXPECT_EQ(count(TVN_getnumvar), 3) << "a file that cannot be opened leaves the task as it was";
   EXPECT_EQ(read(text, "f.XML"), TVN_RES_ERR_READ_FORMAT);
   EXPECT_NE(errors.find("The format code is 5."), std::string::npos) << errors;
-  EXPECT_EQ(read(text, "f.lp"), TVN_RES_ERR_READ_FORMAT);
+  EXPECT_EQ(read(text, "f.tbt"), TVN_RES_ERR_READ_FORMAT);
   EXPECT_EQ(count(TVN_getnumvar), 3) << "nor does one of a format that has no reader";
   // What the items tell of the file outlasts a run.
   int64_t before = 0, after = 0;

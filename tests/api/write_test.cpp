@@ -139,7 +139,7 @@ TEST_F(Write, FilesAreNamedPackedAndRefusedAsTheParametersSay) {
   TVN_putintparam(task, TVN_IPAR_WRITE_DATA_COMPRESSED, 0);
   EXPECT_EQ(TVN_writedata(task, nullptr), TVN_RES_ERR_FILE_OPEN);
   EXPECT_EQ(TVN_writedata(task, (dir / "no" / "such" / "folder.mps").c_str()), TVN_RES_ERR_FILE_OPEN);
-  EXPECT_EQ(TVN_writedata(task, (dir / "p.lp").c_str()), TVN_RES_ERR_INVALID_FORMAT_TYPE);
+  EXPECT_EQ(TVN_writedata(task, (dir / "p.xml").c_str()), TVN_RES_ERR_INVALID_FORMAT_TYPE);
   if (std::filesystem::exists("/dev/full")) { EXPECT_EQ(TVN_writedata(task, "/dev/full"), TVN_RES_ERR_FILE_WRITE); }
   TVN_puttaskname(task, "two\nlines");
   EXPECT_EQ(TVN_writedata(task, (dir / "p.mps").c_str()), TVN_RES_ERR_WRITE_MPS_INVALID_NAME);

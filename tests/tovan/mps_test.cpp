@@ -1,7 +1,7 @@
 // If these fail, a file is read as another problem than its author wrote. Here the lines and fields; whole files are
 // read through the interface in tests/api.
 #include "tovan/files/mps/readmps.h"
-#include "tovan/files/mps/readmpsnames.h"
+#include "tovan/files/text/filenames.h"
 
 #include <cmath>
 #include <filesystem>
@@ -197,18 +197,18 @@ TEST_F(Mps, NamesAreNumberedInOrderAndToldApart) {
   for (const char* name : {"12345678", "123456789", " 1234567"}) all.emplace_back(name);
   buffer<char> pool(*sys, 200000);
   buffer<int64_t> offset(*sys, std::ssize(all));
-  mps_names names;
+  name_table names;
   names.make(*sys, pool, offset, 2);
   int64_t used = 0;
   for (size_t k = 0; k < all.size(); k++) {
-    ASSERT_EQ(names.insert(mps_key(all[k])), static_cast<int32_t>(k));
+    ASSERT_EQ(names.insert(name_key(all[k])), static_cast<int32_t>(k));
     offset[static_cast<int64_t>(k)] = used;
     std::memcpy(pool.data() + used, all[k].c_str(), all[k].size() + 1);
     used += std::ssize(all[k]) + 1;
   }
   for (size_t k = 0; k < all.size(); k++) {
-    EXPECT_EQ(names.find(mps_key(all[k])), static_cast<int32_t>(k));
-    EXPECT_EQ(names.insert(mps_key(all[k])), -1);
+    EXPECT_EQ(names.find(name_key(all[k])), static_cast<int32_t>(k));
+    EXPECT_EQ(names.insert(name_key(all[k])), -1);
   }
-  for (const char* name : {"1234567", "", "a_name_beyond_eight_"}) EXPECT_EQ(names.find(mps_key(name)), -1);
+  for (const char* name : {"1234567", "", "a_name_beyond_eight_"}) EXPECT_EQ(names.find(name_key(name)), -1);
 }

@@ -5,16 +5,18 @@
 // failed read leaves what was entered so far. The file is closed on every path by its owner in this file.
 #include "tovan/files/tovanio.h"
 
-#include "tovan/task/api.h"
 #include "tovan/data/data.h"
+#include "tovan/files/lp/tovanrlp.h"
+#include "tovan/files/lp/tovanwlp.h"
+#include "tovan/files/mps/mpswrite.h"
+#include "tovan/files/mps/tovanmps.h"
+#include "tovan/task/api.h"
 #include "tovan/task/fileaccess.h"
 #include "tovan/task/log.h"
-#include "tovan/files/mps/mpswrite.h"
 #include "tovan/task/names.h"
 #include "tovan/task/param.h"
 #include "tovan/task/report.h"
 #include "tovan/task/symcontext.h"
-#include "tovan/files/mps/tovanmps.h"
 
 #include <array>
 #include <cmath>
@@ -69,6 +71,7 @@ TVNrescodee fill_items(task& t) {
 TVNrescodee check_readable(task& t, int32_t format) {
   switch (format) {
   case TVN_DATA_FORMAT_MPS:
+  case TVN_DATA_FORMAT_LP:
   case TVN_DATA_FORMAT_FREE_MPS: return TVN_RES_OK;
   case TVN_DATA_FORMAT_EXTENSION: return report(t, label, __LINE__, TVN_RES_ERR_INVALID_FORMAT_TYPE, format);
   default: return report(t, label, __LINE__, TVN_RES_ERR_READ_FORMAT, format);
@@ -76,6 +79,7 @@ TVNrescodee check_readable(task& t, int32_t format) {
 }
 
 TVNrescodee dispatch_read(task& t, int32_t format, sysfile& file, const char* name) {
+  if (format == TVN_DATA_FORMAT_LP) return TVN_readlpfile(t, file, name);
   const bool isfree = format == TVN_DATA_FORMAT_FREE_MPS;
   return TVN_readmps(t, isfree ? TVN_MPS_FORMAT_FREE : TVNP_getintparam(t, TVN_IPAR_READ_MPS_FORMAT), file, name);
 }
@@ -146,25 +150,46 @@ file_format write_format(const task& t, text& name) {
 }
 
 // Formats that this library writes.
-bool has_writer(int32_t format) noexcept { return format == TVN_DATA_FORMAT_MPS || format == TVN_DATA_FORMAT_FREE_MPS; }
-
-bool has_all_names(const task& t) noexcept { return TVN_getnamestats(t).numempty == 0 && *objective_name(t) != '\0'; }
-
-// What no file of a written format can hold: functions of the user, and numbers that are none.
-TVNrescodee check_writable(task& t) {
-  if (has_nlfunc(t)) return report(t, label, __LINE__, TVN_RES_ERR_CANNOT_HANDLE_NL);
-  if (const TVNrescodee bad = TVN_checkdata(t)) return bad;
-  for (int32_t k = 0; k < t.prob.numcone; k++)
-    if (!std::isfinite(t.prob.cone.par[k]))
-      return report(t, label, __LINE__, TVN_RES_ERR_NAN_IN_DOUBLE_DATA, "conepar");
-  return TVN_RES_OK;
+bool has_writer(int32_t format) noexcept {
+  return format == TVN_DATA_FORMAT_MPS || format == TVN_DATA_FORMAT_FREE_MPS || format == TVN_DATA_FORMAT_LP;
 }
 
-// The objective is a row of the file: its name may not be that of a constraint there.
+// Rows have no need of names where a file is made of formulas.
+bool is_formula_format(int32_t format) noexcept { return format == TVN_DATA_FORMAT_LP; }
+
+bool has_all_names(const task& t, int32_t format) noexcept {
+  if (!is_formula_format(format)) return TVN_getnamestats(t).numempty == 0 && *objective_name(t) != '\0';
+  for (int32_t j = 0; j < t.prob.numvar; j++)
+    if (*item_name(t, TVN_PI_VAR, j) == '\0') return false;
+  for (int32_t k = 0; k < t.prob.numcone; k++)
+    if (*item_name(t, TVN_PI_CONE, k) == '\0') return false;
+  return true;
+}
+
+// The objective is a row of an MPS file: its name may not be that of a constraint there.
 TVNrescodee check_objective_name(task& t) {
   const int32_t i = find_name(t, TVN_PI_CON, objective_name(t));
   if (i < 0 || (t.prob.bkc[i] == TVN_BK_FR && TVNP_getintparam(t, TVN_IPAR_WRITE_FREE_CON) == 0)) return TVN_RES_OK;
   return report(t, label, __LINE__, TVN_RES_ERR_INVALID_OBJ_NAME, objective_name(t));
+}
+
+// What no file of a written format can hold: functions of the user, and numbers that are none.
+TVNrescodee check_writable(task& t, int32_t format, bool generic) {
+  if (format == TVN_DATA_FORMAT_LP) {
+    if (const TVNrescodee bad = check_lp_problem(t, generic)) return bad;
+  } else if (has_nlfunc(t)) {
+    return report(t, label, __LINE__, TVN_RES_ERR_CANNOT_HANDLE_NL);
+  }
+  if (const TVNrescodee bad = TVN_checkdata(t)) return bad;
+  for (int32_t k = 0; k < t.prob.numcone; k++)
+    if (!std::isfinite(t.prob.cone.par[k]))
+      return report(t, label, __LINE__, TVN_RES_ERR_NAN_IN_DOUBLE_DATA, "conepar");
+  return generic || is_formula_format(format) ? TVN_RES_OK : check_objective_name(t);
+}
+
+TVNrescodee dispatch_write(task& t, int32_t format, bool generic, sysfile& file, const char* name) {
+  if (format == TVN_DATA_FORMAT_LP) return TVN_writelpfile(t, generic, file, name);
+  return TVN_writemps(t, generic, file, name);
 }
 
 TVNrescodee write_data(task& t, const char* filename) {
@@ -176,10 +201,9 @@ TVNrescodee write_data(task& t, const char* filename) {
   if (name.empty()) return report(t, label, __LINE__, TVN_RES_ERR_FILE_OPEN, "");
   const file_format f = write_format(t, name);
   if (!has_writer(f.format)) return report(t, label, __LINE__, TVN_RES_ERR_INVALID_FORMAT_TYPE, f.format);
-  if (const TVNrescodee bad = check_writable(t)) return bad;
-  const bool asked = TVNP_getintparam(t, TVN_IPAR_WRITE_GENERIC_NAMES) != 0, generic = asked || !has_all_names(t);
-  if (!generic)
-    if (const TVNrescodee bad = check_objective_name(t)) return bad;
+  const bool asked = TVNP_getintparam(t, TVN_IPAR_WRITE_GENERIC_NAMES) != 0;
+  const bool generic = asked || !has_all_names(t, f.format);
+  if (const TVNrescodee bad = check_writable(t, f.format, generic)) return bad;
   file_owner file;
   if (const TVNrescodee bad = TVN_fopentask(t, name.c_str(), file_mode::write, f.compressed, &file.file)) return bad;
   TVNrescodee code = TVN_RES_OK;
@@ -187,7 +211,7 @@ TVNrescodee write_data(task& t, const char* filename) {
   if (logs_files(t)) echo(t, TVN_STREAM_LOG, "Start writing.\n");
   const double start = TVN_sysenv_gettime();
   if (code == TVN_RES_OK) code = TVN_tovanlog(&t, TVN_CALLBACK_BEGIN_WRITE);
-  if (code == TVN_RES_OK) code = TVN_writemps(t, generic, *file.file, name.c_str());
+  if (code == TVN_RES_OK) code = dispatch_write(t, f.format, generic, *file.file, name.c_str());
   sys_code state = sys_code::ok;
   TVN_sysenv_fclose(&file.file, state);
   if (code == TVN_RES_OK) code = report_file(t, label, __LINE__, state, name.c_str());

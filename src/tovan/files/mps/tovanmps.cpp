@@ -80,7 +80,7 @@ TVNrescodee read_row(mps_reader& r, const mps_fields& f) {
     return mps_fail(r, report(r.t, label, __LINE__, TVN_RES_ERR_MPS_INV_CON_KEY, word.text, name.text));
   }
   if (f.name2.empty()) return mps_bad_name(r, TVN_RES_ERR_MPS_NULL_CON_NAME, f.name2);
-  const int32_t i = r.rows.insert(mps_key(f.name2));
+  const int32_t i = r.rows.insert(name_key(f.name2));
   if (i < 0) return mps_bad_name(r, TVN_RES_ERR_MPS_MUL_CON_NAME, f.name2);
   r.rm.dollarnames = r.rm.dollarnames || f.name2[0] == '$';
   r.isfree.push_back(key == TVN_BK_FR);
@@ -94,7 +94,7 @@ TVNrescodee read_row(mps_reader& r, const mps_fields& f) {
 TVNrescodee choose_objective(mps_reader& r) {
   const std::string_view wanted = TVNP_getstrparam(r.t, TVN_SPAR_READ_MPS_OBJ_NAME);
   if (!wanted.empty()) {
-    r.objrow = r.rows.find(mps_key(wanted));
+    r.objrow = r.rows.find(name_key(wanted));
     if (r.objrow < 0) return mps_bad_name(r, TVN_RES_ERR_MPS_INVALID_OBJ_NAME, wanted);
   } else {
     for (int32_t i = 0; i < r.rows.size() && r.objrow < 0; i++)
@@ -237,12 +237,12 @@ TVNrescodee mps_bad_name(mps_reader& r, TVNrescodee code, std::string_view name)
 }
 
 TVNrescodee mps_find_row(mps_reader& r, std::string_view name, int32_t& i) noexcept {
-  i = r.rows.find(mps_key(name));
+  i = r.rows.find(name_key(name));
   return i >= 0 ? TVN_RES_OK : mps_bad_name(r, TVN_RES_ERR_MPS_UNDEF_CON_NAME, name);
 }
 
 TVNrescodee mps_find_var(mps_reader& r, std::string_view name, int32_t& j) noexcept {
-  j = r.cols.find(mps_key(name));
+  j = r.cols.find(name_key(name));
   return j >= 0 ? TVN_RES_OK : mps_bad_name(r, TVN_RES_ERR_MPS_UNDEF_VAR_NAME, name);
 }
 

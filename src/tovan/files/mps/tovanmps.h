@@ -7,7 +7,8 @@
 
 #include "tovan/data/data.h"
 #include "tovan/files/mps/readmps.h"
-#include "tovan/files/mps/readmpsnames.h"
+#include "tovan/files/text/filenames.h"
+#include "tovan/files/text/textwrite.h"
 #include "tovan/task/task.h"
 
 namespace tvn {
@@ -23,7 +24,7 @@ struct mps_reader {
   mps_counts counts;
   TVNrescodee stop = TVN_RES_OK; // what a callback wants
   double starttime = 0;          // seconds since the epoch
-  mps_names rows, cols, cones;
+  name_table rows, cols, cones;
   vec<char> isfree; // [rows] 1: of type N
   int32_t objrow = -1;
   double fixedterm = 0;
@@ -81,15 +82,5 @@ TVNrescodee mps_read_bounds(mps_reader& r);
 // The section whose head is the present line: QUADOBJ and QSECTION, CSECTION.
 TVNrescodee mps_read_quadratic(mps_reader& r, mps_section section);
 TVNrescodee mps_read_cone(mps_reader& r);
-
-// A name from the line as a C string for messages, cut to what they can hold.
-struct c_name {
-  char text[TVN_MAX_STR_LEN];
-  explicit c_name(std::string_view name) noexcept {
-    const size_t n = std::min(name.size(), sizeof text - 1);
-    if (n > 0) std::memcpy(text, name.data(), n);
-    text[n] = '\0';
-  }
-};
 
 } // namespace tvn

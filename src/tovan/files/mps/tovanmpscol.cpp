@@ -25,7 +25,7 @@ struct waiting_line {
   vec<char> text;
   int64_t linenumber = 0;
   int32_t numentries = 0;
-  mps_key rows[2];
+  name_key rows[2];
   double values[2] = {};
 };
 
@@ -86,7 +86,7 @@ void let_wait(mps_reader& r, waiting_line& w, const mps_fields& f) {
   w.linenumber = r.rm.linenumber;
   const auto add = [&](std::string_view name, double value) {
     if (name.empty() && value == 0) return;
-    w.rows[w.numentries] = mps_key(name);
+    w.rows[w.numentries] = name_key(name);
     r.rows.prefetch(w.rows[w.numentries]);
     if (!name.empty()) w.rows[w.numentries].name = {w.text.data() + (name.data() - line.data()), name.size()};
     w.values[w.numentries++] = value;
@@ -109,7 +109,7 @@ TVNrescodee flush_column(mps_reader& r, column_state& s) {
 
 TVNrescodee start_column(mps_reader& r, column_state& s, std::string_view name) {
   if (name.empty()) return mps_bad_name(r, TVN_RES_ERR_MPS_NULL_VAR_NAME, name);
-  const mps_key key(name);
+  const name_key key(name);
   r.cols.prefetch(key);
   if (const TVNrescodee bad = flush_column(r, s)) return bad;
   s.var = r.cols.insert(key);

@@ -89,7 +89,7 @@ int32_t find_cone_type(std::string_view word) noexcept {
 TVNrescodee append_named_cone(mps_reader& r, int32_t type, double parameter, std::string_view name) {
   const auto num = static_cast<int32_t>(r.members.size());
   if (const TVNrescodee bad = append_cone(r.t, type, parameter, num, r.members.data())) return mps_fail(r, bad);
-  const int32_t k = r.cones.insert(mps_key(name));
+  const int32_t k = r.cones.insert(name_key(name));
   append_name(r.t, TVN_PI_CONE, k, name);
   return TVN_RES_OK;
 }
@@ -116,7 +116,7 @@ TVNrescodee mps_read_cone(mps_reader& r) {
   mps_fields head;
   const mps_status status = TVN_rm_readhead(r.rm, mps_section::csection, head);
   if (status != mps_status::line) return mps_fault(r, status);
-  if (r.cones.find(mps_key(head.name3)) >= 0) return mps_bad_name(r, TVN_RES_ERR_MPS_MUL_CSEC, head.name3);
+  if (r.cones.find(name_key(head.name3)) >= 0) return mps_bad_name(r, TVN_RES_ERR_MPS_MUL_CSEC, head.name3);
   const int32_t type = find_cone_type(trim(head.name5));
   if (type < 0) return mps_bad_name(r, TVN_RES_ERR_MPS_CONE_TYPE, head.name5);
   const double parameter = head.value4;

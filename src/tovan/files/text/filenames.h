@@ -1,7 +1,8 @@
 // Names met while a file is read, numbered in the order of their first appearance.
 //
 // Open addressing with a table at most half full; a slot holds the first 8 bytes of the name, so that a name of a fixed
-// column is found without a look at the text. The texts are those that the task keeps: they are not stored twice. The
+// column is found without a look at the text. The texts are those that the task or the reader keeps: none is stored
+// twice. The
 // table of a large file lies outside the cache, so a key can be made, and its slot fetched, before it is looked up.
 #pragma once
 
@@ -10,15 +11,15 @@
 namespace tvn {
 
 // A name ready for lookups.
-struct mps_key {
+struct name_key {
   std::string_view name;
   uint64_t head = 0; // its first 8 bytes, 0 behind its end
   uint64_t hash = 0;
-  mps_key() = default;
-  explicit mps_key(std::string_view name_) noexcept;
+  name_key() = default;
+  explicit name_key(std::string_view name_) noexcept;
 };
 
-struct mps_names {
+struct name_table {
   struct slot {
     uint64_t head;
     int32_t index; // -1: empty
@@ -33,10 +34,12 @@ struct mps_names {
   void make(sysenv& s, const buffer<char>& pool_, const buffer<int64_t>& offset_, int64_t expected);
   int32_t size() const noexcept { return count; }
   const char* text(int32_t k) const noexcept { return pool->data() + (*offset)[k]; }
-  void prefetch(const mps_key& key) const noexcept;
-  int32_t find(const mps_key& key) const noexcept; // -1 when it is not there
+  void prefetch(const name_key& key) const noexcept;
+  int32_t find(const name_key& key) const noexcept; // -1 when it is not there
   // The number of a new name, -1 when it is there already. The text must stand in the pool before the next call.
-  int32_t insert(const mps_key& key);
+  int32_t insert(const name_key& key);
+  // The number of an item without a name; nothing finds it.
+  int32_t insert_nameless() noexcept { return count++; }
 };
 
 } // namespace tvn

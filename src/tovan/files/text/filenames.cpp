@@ -1,5 +1,5 @@
 // The hash table of the names of a file.
-#include "tovan/files/mps/readmpsnames.h"
+#include "tovan/files/text/filenames.h"
 
 #include <bit>
 
@@ -32,17 +32,17 @@ uint64_t hash(std::string_view name) noexcept {
   return h * 0xD6E8FEB86659FD93u;
 }
 
-uint64_t first_slot(const mps_names& m, const mps_key& key) noexcept {
+uint64_t first_slot(const name_table& m, const name_key& key) noexcept {
   return key.hash >> (64 - std::countr_zero(static_cast<uint64_t>(m.slots.size())));
 }
 
 // The slot of the name, or the empty slot where it belongs.
-int64_t probe(const mps_names& m, const mps_key& key) noexcept {
+int64_t probe(const name_table& m, const name_key& key) noexcept {
   const auto mask = static_cast<uint64_t>(m.slots.size()) - 1;
   const size_t len = key.name.size();
   uint64_t at = first_slot(m, key);
   for (;; at = (at + 1) & mask) {
-    const mps_names::slot& s = m.slots[static_cast<int64_t>(at)];
+    const name_table::slot& s = m.slots[static_cast<int64_t>(at)];
     if (s.index < 0) break;
     if (s.head != key.head || s.len != static_cast<int32_t>(len)) continue;
     if (len <= 8 || std::memcmp(m.text(s.index), key.name.data(), len) == 0) break;
@@ -50,19 +50,19 @@ int64_t probe(const mps_names& m, const mps_key& key) noexcept {
   return static_cast<int64_t>(at);
 }
 
-void rehash(mps_names& m, int64_t numslots) {
-  buffer<mps_names::slot> old(*m.sys, numslots, {0, -1, 0});
+void rehash(name_table& m, int64_t numslots) {
+  buffer<name_table::slot> old(*m.sys, numslots, {0, -1, 0});
   old.swap(m.slots);
-  for (const mps_names::slot& s : old)
-    if (s.index >= 0) m.slots[probe(m, mps_key({m.text(s.index), static_cast<size_t>(s.len)}))] = s;
+  for (const name_table::slot& s : old)
+    if (s.index >= 0) m.slots[probe(m, name_key({m.text(s.index), static_cast<size_t>(s.len)}))] = s;
 }
 
 } // namespace
 
-mps_key::mps_key(std::string_view name_) noexcept
+name_key::name_key(std::string_view name_) noexcept
     : name(name_), head(load(name_.data(), name_.size())), hash(tvn::hash(name_)) {}
 
-void mps_names::make(sysenv& s, const buffer<char>& pool_, const buffer<int64_t>& offset_, int64_t expected) {
+void name_table::make(sysenv& s, const buffer<char>& pool_, const buffer<int64_t>& offset_, int64_t expected) {
   sys = &s;
   pool = &pool_;
   offset = &offset_;
@@ -71,13 +71,13 @@ void mps_names::make(sysenv& s, const buffer<char>& pool_, const buffer<int64_t>
   rehash(*this, static_cast<int64_t>(std::bit_ceil(static_cast<uint64_t>(std::max<int64_t>(16, 2 * expected)))));
 }
 
-void mps_names::prefetch(const mps_key& key) const noexcept {
+void name_table::prefetch(const name_key& key) const noexcept {
   __builtin_prefetch(slots.data() + first_slot(*this, key));
 }
 
-int32_t mps_names::find(const mps_key& key) const noexcept { return slots[probe(*this, key)].index; }
+int32_t name_table::find(const name_key& key) const noexcept { return slots[probe(*this, key)].index; }
 
-int32_t mps_names::insert(const mps_key& key) {
+int32_t name_table::insert(const name_key& key) {
   int64_t at = probe(*this, key);
   if (slots[at].index >= 0) return -1;
   if (2 * (int64_t{count} + 1) > slots.size()) {
