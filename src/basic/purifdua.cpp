@@ -2,6 +2,7 @@
 // sign. Where one gets to 0 first it enters instead. The primal point stays where it is, since both are at bounds.
 #include "basic/purifint.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace tvn {
@@ -114,6 +115,20 @@ bool push(prf_state& p, int32_t k) {
   return TVN_prf_exchange(p, k, stop.q, d > 0 ? sk_low : sk_upr, d > 0 ? s.lo[leaving] : s.up[leaving]);
 }
 
+// A line of the table: infeasibilities of the nonbasics, and the dual objective that they give, which is that of the
+// point while all pairs are complementary.
+void tell_figures(prf_state& p) {
+  simplex_state& s = p.s;
+  p.info.feas = 0;
+  for (int32_t j = 0; j < p.w.total; j++)
+    if (s.inlist[j])
+      p.info.feas += s.key[j] == sk_low   ? std::max(-s.d[j], 0.0)
+                     : s.key[j] == sk_upr ? std::max(s.d[j], 0.0)
+                                          : std::fabs(s.d[j]);
+  p.info.obj = TVN_simplex_pointobjective(s);
+  if (s.param.basislogfreq > 0) s.progress(simplex_event::push, s.info);
+}
+
 } // namespace
 
 bool TVN_prf_duallp(prf_state& p) {
@@ -124,6 +139,7 @@ bool TVN_prf_duallp(prf_state& p) {
   p.info.numdual = num;
   if (num == 0) return true;
   const double start = TVN_sysenv_gettime();
+  s.progress(simplex_event::begin_dualpush, s.info);
   for (int32_t j = 0; j < p.w.total; j++) TVN_simplex_setlisted(s, j, s.fac.pos[j] < 0 && !p.w.is_fixed(j));
   form_duals(p);
   bool going = true;
@@ -135,12 +151,15 @@ bool TVN_prf_duallp(prf_state& p) {
     }
     const bool good = push(p, k);
     p.info.dualiter++;
+    if (s.param.basislogfreq > 0 && p.info.dualiter % s.param.basislogfreq == 0) tell_figures(p);
     TVN_simplex_clearvectors(s);
     if (good) continue;
     going = begin_afresh(p);
     if (waits(k)) k--;
   }
+  tell_figures(p);
   p.info.dualtime = TVN_sysenv_gettime() - start;
+  s.progress(simplex_event::end_dualpush, s.info);
   return going;
 }
 

@@ -3,6 +3,7 @@
 // with the larger pivot. A basic of N stands at its bound and is to stay there: it blocks at once.
 #include "basic/purifint.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace tvn {
@@ -130,12 +131,26 @@ bool push(prf_state& p, int32_t j) {
   return pivot(p, j, up ? w.up : w.down, up ? 1 : -1);
 }
 
+// A line of the table.
+void tell_figures(prf_state& p) {
+  simplex_state& s = p.s;
+  p.info.feas = 0;
+  for (int32_t k = 0; k < p.w.m; k++) {
+    const int32_t j = s.fac.head[k];
+    s.x[j] = p.basic[k].x;
+    p.info.feas += std::max({s.lo[j] - s.x[j], s.x[j] - s.up[j], 0.0});
+  }
+  p.info.obj = TVN_simplex_pointobjective(s);
+  if (s.param.basislogfreq > 0) s.progress(simplex_event::push, s.info);
+}
+
 } // namespace
 
 bool TVN_prf_primallp(prf_state& p) {
   simplex_state& s = p.s;
   if (p.numsuper == 0) return true;
   const double start = TVN_sysenv_gettime();
+  s.progress(simplex_event::begin_primalpush, s.info);
   p.basic.reset(s.sys, p.w.m);
   form_basics(p);
   bool going = true;
@@ -149,13 +164,15 @@ bool TVN_prf_primallp(prf_state& p) {
     const bool good = push(p, j);
     TVN_simplex_clearvectors(s);
     if (!good) going = begin_afresh(p);
-    if (s.fac.pos[j] < 0 && TVN_simplex_isinside(s, j))
+    if (s.fac.pos[j] < 0 && s.key[j] == sk_supbas && s.x[j] != 0) { // again, with a fresh factor
       n--;
-    else
-      p.info.primaliter++;
+      continue;
+    }
+    if (++p.info.primaliter, s.param.basislogfreq > 0 && p.info.primaliter % s.param.basislogfreq == 0) tell_figures(p);
   }
-  for (int32_t k = 0; k < p.w.m; k++) s.x[s.fac.head[k]] = p.basic[k].x;
+  tell_figures(p);
   p.info.primaltime = TVN_sysenv_gettime() - start;
+  s.progress(simplex_event::end_primalpush, s.info);
   return going;
 }
 

@@ -101,12 +101,14 @@ bool cut(const hom_run& run) noexcept {
 }
 
 // With Q there is no vertex to which an optimum could be rounded afterwards, and what the point lacks shows in all of
-// x: as long as an iteration halves it, a few more are made. The best point stands in the end.
+// x; a step to a basis has to know on which side of a pair is 0. As long as an iteration halves what is lacking, a few
+// more are made. The best point stands in the end.
 bool refines(hom_run& run, const hom_grades& g) noexcept {
   constexpr int32_t most = 3;
-  constexpr double enough = 1e-4, gain = 0.5;
-  if (!run.d.q.any()) return false;
-  if (run.numextra < most && g.merit() > enough && run.grade.merit() < gain * run.lastgrade) {
+  constexpr double quadratic = 1e-4, gain = 0.5;
+  const double enough = run.d.q.any() ? quadratic : run.param->refine;
+  if (!(enough < 1)) return false;
+  if (run.numextra < most && run.info->iter < run.param->maxiterations && g.merit() > enough && run.grade.merit() < gain * run.lastgrade) {
     run.numextra++;
     run.lastgrade = run.grade.merit();
     return true;
@@ -231,8 +233,10 @@ void propose_near(hom_run& run) noexcept {
   const hom_record& c = run.certificate;
   hom_record& o = run.optimum;
   int32_t solsta = sol_unknown;
-  if (ended && o.grade <= near_factor) {
-    solsta = o.grade <= 1 ? sol_optimal : sol_near_optimal;
+  if (o.grade <= 1) {
+    solsta = sol_optimal;
+  } else if (ended && o.grade <= near_factor) {
+    solsta = sol_near_optimal;
   } else if (ended && c.grade < HUGE_VAL) {
     const hom_grades g = hom_grade(run.d, *run.param, c.f);
     solsta = g.farkas <= g.ray ? sol_near_prim_infeas_cer : sol_near_dual_infeas_cer;

@@ -45,6 +45,7 @@ struct hs_param {
   bool diffstep = true, regularization = true, scaling = true;
   hs_startpoint start = hs_startpoint::free;
   double tolpfeas = 1e-8, toldfeas = 1e-8, tolgap = 1e-8, tolinfeas = 1e-8;
+  double refine = 1; // below 1: an optimum is made that much better than the tolerances, when few iterations do it
   double tolpath = 1e-8, tolstepsize = 1e-10, tolrelstep = 0.9999, psafe = 1, dsafe = 1;
   bool usecutlow = false, usecutupp = false; // of the minimisation: end when a point lies below, when none lies so low
   double cutlow = -1e30, cutupp = 1e30;

@@ -70,8 +70,6 @@ void start_keys(simplex_state& s, const lp_solution* keys) {
 
 // A basis of the point, with its factor.
 void start_basis(simplex_state& s, const lp_solution& point) {
-  s.info.basis.starttime = TVN_sysenv_gettime();
-  s.progress(simplex_event::begin_basis, s.info);
   TVN_prf_puriflp(s, point);
 }
 

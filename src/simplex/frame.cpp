@@ -309,6 +309,7 @@ void TVN_simplex_identifybasis(sysenv& sys, const lp_view& lp, const simplex_par
   run_watch watch;
   const simplex_run run{sys, lp, own, info, progress, sol, kept, watch};
   watch_user(run);
+  progress(simplex_event::begin_basis, info);
   if (!ctx) {
     TVN_simplex_solvedirectly(run);
   } else {
@@ -318,6 +319,7 @@ void TVN_simplex_identifybasis(sysenv& sys, const lp_view& lp, const simplex_par
     if (!prove_presolved(presolved, again)) clean_up(run.with(again));
   }
   settle_end(lp, info, sol);
+  progress(simplex_event::end_basis, info);
 }
 
 void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,

@@ -100,8 +100,9 @@ struct simplex_param {
   int32_t maxsetbacks = 250;
   int32_t refactorfreq = 0; // 0 automatic
   int32_t logfreq = 500;
-  double tolx = 1e-6; // primal feasibility, absolute, in the user's units relative to 1 + |bound|
-  double tols = 1e-6; // dual feasibility
+  int32_t basislogfreq = 2500; // pushes per line, 0: no lines
+  double tolx = 1e-6;          // primal feasibility, absolute, in the user's units relative to 1 + |bound|
+  double tols = 1e-6;          // dual feasibility
   double tolabspiv = 1e-7;
   double tolrelpiv = 0.01; // of the factor
   double maxtime = -1;     // seconds from `starttime`, negative: none
@@ -125,11 +126,10 @@ enum class simplex_event : int32_t {
   message,       // info.line holds a line for the log, info.linelevel its level; the answer does not count
   begin_basis,   // the way from an interior point to a basis: crash, pushes
   begin_primalpush,
-  primalpush,
   end_primalpush,
   begin_dualpush,
-  dualpush,
   end_dualpush,
+  push, // a line of the table is due: info.basis holds its figures
   end_basis,
 };
 
@@ -160,12 +160,12 @@ struct simplex_counters {
 
 // Of the way from an interior point to a basis.
 struct basis_info {
-  int32_t crashed = 0, rejected = 0;      // members of the optimal face in the crash basis; put out by its factor
+  int32_t crashed = 0, rejected = 0;      // members of the optimal face in the first header; put out again
   int32_t numsuper = 0, numdual = 0;      // pushes to be made
   int64_t primaliter = 0, dualiter = 0;   // made
-  int64_t primalmoves = 0, dualmoves = 0; // without a pivot to be trusted: a violation is left
-  double starttime = 0;                   // clock reading
+  int64_t primalmoves = 0, dualmoves = 0; // past small entries: a violation may be left
   double crashtime = 0, primaltime = 0, dualtime = 0;
+  double feas = 0, obj = 0; // of the phase at work, when a line is due
 };
 
 struct simplex_info {

@@ -4,8 +4,8 @@
 #include "tovan/optimize/minimised.h"
 #include "tovan/optimize/optimize.h"
 #include "tovan/optimize/presolvelog.h"
+#include "tovan/optimize/tovanbilog.h"
 #include "tovan/optimize/tovanipmlog.h"
-#include "tovan/optimize/tovansimlog.h"
 #include "tovan/task/convert.h"
 #include "tovan/task/log.h"
 
@@ -119,9 +119,44 @@ void put_statuses(task& t, const ipm_info& info) {
   t.sols.solsta[TVN_SOL_ITR] = TVN_convertsolsta(info.solsta);
 }
 
+// What the parameters say of the step to a basis.
+basis_run wanted_basis(task& t, basis_view& view) {
+  basis_run b;
+  const auto& iv = t.params.ival;
+  b.wish = wish_of(iv[TVN_IPAR_INTPNT_BASIS]);
+  b.ignoremaxiter = iv[TVN_IPAR_BI_IGNORE_MAX_ITER] != 0;
+  b.ignorenumerror = iv[TVN_IPAR_BI_IGNORE_NUM_ERROR] != 0;
+  b.param = TVN_simplexparam(t, view.sense < 0);
+  b.param.optimizer = b.param.cleanoptimizer;
+  b.param.basislogfreq = iv[TVN_IPAR_LOG_BI_FREQ];
+  b.param.maxiterations = iv[TVN_IPAR_BI_MAX_ITERATIONS];
+  b.progress = {&view, TVN_basisprogress};
+  b.sol = TVN_slotarrays(t, TVN_SOL_BAS);
+  return b;
+}
+
+// The code of a step to a basis after an interior run without one.
+TVNrescodee basis_code(const basis_run& b, const basis_view& view) {
+  if (view.trm != TVN_RES_OK) return view.trm;
+  const simplex_code c = b.info.response;
+  if (c == simplex_code::max_iterations && b.ignoremaxiter) return TVN_RES_OK;
+  if (c != simplex_code::max_iterations && c != simplex_code::max_time && b.ignorenumerror) return TVN_RES_OK;
+  return TVN_oresptomrespdbg(static_cast<int32_t>(c));
+}
+
+void put_basis(task& t, const basis_run& b, const basis_view& view) {
+  t.sols.defined[TVN_SOL_BAS] = 1;
+  t.sols.prosta[TVN_SOL_BAS] = TVN_convertprosta(b.info.prosta);
+  t.sols.solsta[TVN_SOL_BAS] = TVN_convertsolsta(b.info.solsta);
+  update_basisitems(view, b.info);
+  t.info.dou[TVN_DINF_INTPNT_TIME] -= t.info.dou[TVN_DINF_BI_TIME];
+  log_basisend(view, b.info);
+}
+
 } // namespace
 
 TVNrescodee TVN_interioroptimizer(task& t) {
+  constexpr double basisrefine = 1e-2; // a better point saves pushes and clean-up iterations
   const bool maximize = TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE;
   t.info.intg[TVN_IINF_INTPNT_NUM_THREADS] = used_threads(t);
   const bool wantbasis = t.params.ival[TVN_IPAR_INTPNT_BASIS] != TVN_BI_NEVER && !has_qobj(t.prob);
@@ -129,22 +164,13 @@ TVNrescodee TVN_interioroptimizer(task& t) {
   if (wantbasis) TVN_makesolution(t, TVN_SOL_BAS);
   lp_solution sol = TVN_slotarrays(t, TVN_SOL_ITR);
   const minimised_costs costs(t, maximize);
-  const ipm_param param = interior_param(t, maximize);
+  ipm_param param = interior_param(t, maximize);
+  if (wantbasis) param.hs.refine = basisrefine;
   TVN_invalidallsol(t);
   ipm_view view{&t, maximize ? -1.0 : 1.0, TVN_sysenv_gettime(), TVN_RES_OK};
   ipm_info info;
-  sim_run simview{&t, view.sense, TVN_sysenv_gettime(), TVN_RES_OK, -1, 0, {}};
-  basis_run basis;
-  basis.wish = wish_of(t.params.ival[TVN_IPAR_INTPNT_BASIS]);
-  basis.ignoremaxiter = t.params.ival[TVN_IPAR_BI_IGNORE_MAX_ITER] != 0;
-  basis.ignorenumerror = t.params.ival[TVN_IPAR_BI_IGNORE_NUM_ERROR] != 0;
-  if (wantbasis) {
-    basis.param = TVN_simplexparam(t, maximize);
-    basis.param.optimizer = basis.param.cleanoptimizer;
-    basis.param.maxiterations = t.params.ival[TVN_IPAR_BI_MAX_ITERATIONS];
-    basis.progress = {&simview, TVN_simplexprogress};
-    basis.sol = TVN_slotarrays(t, TVN_SOL_BAS);
-  }
+  basis_view basisview{&t, view.sense};
+  basis_run basis = wantbasis ? wanted_basis(t, basisview) : basis_run{};
   {
     const lent_matrix matrix(t);
     TVN_opt_ipmslv(*t.sys, TVN_minimisedview(t, costs, matrix.a), param, info, {&view, TVN_interiorprogress}, sol,
@@ -153,15 +179,12 @@ TVNrescodee TVN_interioroptimizer(task& t) {
     if (basis.made) TVN_turnduals(t, maximize, basis.sol);
   }
   put_statuses(t, info);
-  if (basis.made) {
-    t.sols.defined[TVN_SOL_BAS] = 1;
-    t.sols.prosta[TVN_SOL_BAS] = TVN_convertprosta(basis.info.prosta);
-    t.sols.solsta[TVN_SOL_BAS] = TVN_convertsolsta(basis.info.solsta);
-  }
   update_interioritems(view, info);
-  const TVNrescodee code = view.trm != TVN_RES_OK ? view.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
+  TVNrescodee code = view.trm != TVN_RES_OK ? view.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
   log_interiorend(view, code);
-  return code;
+  if (!basis.made) return code;
+  put_basis(t, basis, basisview);
+  return code == TVN_RES_OK ? basis_code(basis, basisview) : code;
 }
 
 } // namespace tvn

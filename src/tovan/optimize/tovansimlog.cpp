@@ -86,18 +86,17 @@ int32_t event_code(const sim_run& run, simplex_event event, bool dual) {
   case simplex_event::iteration: return dual ? TVN_CALLBACK_UPDATE_DUAL_SIMPLEX : TVN_CALLBACK_UPDATE_PRIMAL_SIMPLEX;
   case simplex_event::begin_presolve: return TVN_CALLBACK_BEGIN_PRESOLVE;
   case simplex_event::end_presolve: return TVN_CALLBACK_END_PRESOLVE;
-  case simplex_event::begin_basis: return TVN_CALLBACK_BEGIN_BI;
-  case simplex_event::begin_primalpush: return TVN_CALLBACK_BEGIN_PRIMAL_BI;
-  case simplex_event::primalpush: return TVN_CALLBACK_UPDATE_PRIMAL_BI;
-  case simplex_event::end_primalpush: return TVN_CALLBACK_END_PRIMAL_BI;
-  case simplex_event::begin_dualpush: return TVN_CALLBACK_BEGIN_DUAL_BI;
-  case simplex_event::dualpush: return TVN_CALLBACK_UPDATE_DUAL_BI;
-  case simplex_event::end_dualpush: return TVN_CALLBACK_END_DUAL_BI;
-  case simplex_event::end_basis: return TVN_CALLBACK_END_BI;
   case simplex_event::begin_setup:
   case simplex_event::end_setup:
   case simplex_event::presolve_line:
   case simplex_event::message:
+  case simplex_event::begin_basis:
+  case simplex_event::begin_primalpush:
+  case simplex_event::end_primalpush:
+  case simplex_event::begin_dualpush:
+  case simplex_event::end_dualpush:
+  case simplex_event::push:
+  case simplex_event::end_basis:
   case simplex_event::poll: break;
   }
   if (run.presolving) return TVN_CALLBACK_IM_PRESOLVE;
