@@ -19,12 +19,17 @@ struct block {
   bool upper = false;     // the basic meets its upper bound
 };
 
+// A member of B with its bounds, infinite where there are none.
+prf_basic bounded(const simplex_state& s, int32_t j) {
+  return {s.x[j], s.lo[j] > -bound_infinity ? s.lo[j] : -HUGE_VAL, s.up[j] < bound_infinity ? s.up[j] : HUGE_VAL};
+}
+
 void fetch_basics(prf_state& p) {
   const simplex_state& s = p.s;
   for (int32_t k = 0; k < p.w.m; k++) {
     const int32_t j = s.fac.head[k];
     const double bound = p.upper[j] ? s.up[j] : s.lo[j];
-    p.basic[k] = p.inner[j] ? prf_basic{s.x[j], s.lo[j], s.up[j]} : prf_basic{s.x[j], bound, bound};
+    p.basic[k] = p.inner[j] ? bounded(s, j) : prf_basic{s.x[j], bound, bound};
   }
 }
 
@@ -103,7 +108,7 @@ bool pivot(prf_state& p, int32_t j, const block& at, double direction) {
   move(p, j, direction * at.step);
   const int32_t k = at.position, leaving = s.fac.head[k];
   const double value = at.upper ? p.basic[k].up : p.basic[k].lo;
-  p.basic[k] = {s.x[j], s.lo[j], s.up[j]};
+  p.basic[k] = bounded(s, j);
   const bool atupper = value == s.up[leaving] && !(value == s.lo[leaving]);
   return TVN_prf_exchange(p, k, j, atupper ? sk_upr : sk_low, value);
 }

@@ -22,12 +22,28 @@ bool basis_wanted(const basis_run& basis, const ipm_info& info) {
   return false;
 }
 
-void copy_solution(const lp_view& lp, const lp_solution& from, const lp_solution& to) {
-  std::copy_n(from.skc, lp.numcon, to.skc);
-  std::copy_n(from.skx, lp.numvar, to.skx);
+void copy_values(const lp_view& lp, const lp_solution& from, const lp_solution& to) {
   for (auto v : {&lp_solution::xc, &lp_solution::y, &lp_solution::slc, &lp_solution::suc})
     std::copy_n(from.*v, lp.numcon, to.*v);
   for (auto v : {&lp_solution::xx, &lp_solution::slx, &lp_solution::sux}) std::copy_n(from.*v, lp.numvar, to.*v);
+}
+
+// A proof needs no vertex: the basic solution is the same one, with the basis of the logicals.
+void keep_certificate(const ipm_run& run, basis_run& b) {
+  TVN_prslv_clearsolution(run.lp, b.sol);
+  copy_values(run.lp, run.sol, b.sol);
+  b.info.prosta = run.info.prosta;
+  b.info.solsta = run.info.solsta;
+  b.info.primalviol = run.info.primalviol;
+  b.info.dualviol = run.info.dualviol;
+}
+
+// The basis of the problem without its far bounds as a start for the user's.
+void bring_far_bounds_back(const ipm_run& run, basis_run& b) {
+  simplex_param param = b.param;
+  param.hotstart = start_other;
+  param.presolve = 0;
+  TVN_simplex_optimize(run.sys, run.lp, param, b.info, b.progress, b.sol, b.kept);
 }
 
 } // namespace
@@ -35,11 +51,15 @@ void copy_solution(const lp_view& lp, const lp_solution& from, const lp_solution
 void attempt::identify_basis() {
   if (!run.basis || !basis_wanted(*run.basis, run.info)) return;
   basis_run& b = *run.basis;
-  copy_solution(run.lp, run.sol, b.sol);
   b.info = {};
   b.made = true;
+  if (is_certificate(run.info.solsta)) return keep_certificate(run, b);
+  copy_values(run.lp, run.sol, b.sol);
+  std::copy_n(run.sol.skc, run.lp.numcon, b.sol.skc);
+  std::copy_n(run.sol.skx, run.lp.numvar, b.sol.skx);
   TVN_simplex_identifybasis(run.sys, run.near, b.param, b.info, b.progress, b.sol, ctx, ctx ? &reduced : nullptr,
                             b.kept);
+  if (&run.near != &run.lp && b.info.response == simplex_code::ok) bring_far_bounds_back(run, b);
 }
 
 } // namespace tvn

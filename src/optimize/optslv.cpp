@@ -164,6 +164,7 @@ void TVN_opt_ipmslv(sysenv& sys, const lp_view& given, const ipm_param& param, i
   if (!stands) stands = tries.make(lp, other);
   other.presolve = false;
   if (!stands && param.presolve) (void)tries.make(lp, other);
+  if (basis && !basis->made) attempt(run).identify_basis(); // of what there is
   put_keys(lp, sol);
 }
 

@@ -288,6 +288,17 @@ int32_t ask_user(void* handle) {
   return run.progress(simplex_event::poll, run.info);
 }
 
+// Does it have a basis, and no value between bounds beside it?
+bool is_vertex(const lp_view& lp, const lp_solution& sol) {
+  int64_t basics = 0;
+  for (int32_t i = 0; i < lp.numcon; i++) basics += sol.skc[i] == sk_bas;
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    basics += sol.skx[j] == sk_bas;
+    if (sol.skx[j] == sk_supbas && (lp.bkx[j] != bk_fr || sol.xx[j] != 0)) return false;
+  }
+  return basics == lp.numcon;
+}
+
 // Clock and user of a run.
 void watch_user(const simplex_run& run) {
   run.watch.starttime = run.param.starttime;
@@ -319,6 +330,11 @@ void TVN_simplex_identifybasis(sysenv& sys, const lp_view& lp, const simplex_par
     if (!prove_presolved(presolved, again)) clean_up(run.with(again));
   }
   settle_end(lp, info, sol);
+  if (!is_vertex(lp, sol)) { // stopped on the way
+    TVN_prslv_clearsolution(lp, sol);
+    info.prosta = pro_unknown;
+    info.solsta = sol_unknown;
+  }
   progress(simplex_event::end_basis, info);
 }
 

@@ -39,6 +39,7 @@ double outside(double v, int32_t bk, double bl, double bu, double rounding) {
   double worst = 0;
   if (has_lower(bk) && !(bl - v <= rounding)) worsen(worst, (bl - v) / own_scale(bl));
   if (has_upper(bk) && !(v - bu <= rounding)) worsen(worst, (v - bu) / own_scale(bu));
+  if (std::fabs(v) >= bound_infinity) return std::numeric_limits<double>::infinity(); // nowhere
   return std::isnan(v) ? v : worst;
 }
 
