@@ -1,4 +1,9 @@
 // Life of the factor object, its settings and the facts of the last factorisation.
+//
+// States: 0 no factor, 1 ready for input, 2 in the making, 3 factored. Storage is sized once for `wsze` elements of L,
+// U and the active part together and kept from one factorisation to the next; nothing is given back before
+// TVN_lu_delete. Work is counted in elements touched, by task, so that advice on refactorisation and the sharing of
+// effort between optimizers do not depend on a clock. Getters cost O(1) but for those of the diagonal, O(rows).
 #include "lu/luint.h"
 
 #include <cmath>

@@ -1,4 +1,12 @@
 // Inside presolve: the context, its live matrix, the record stack, and the actions that reductions are made of.
+//
+// A reduction looks at the live problem, decides, pushes its record and then changes the problem by the actions below,
+// in this order, so that the newest record is always undone on the problem as the reduction left it. The actions keep
+// counts of live entries and activities up to date and put what they touch on the agenda (`prslv_due`); no reduction
+// searches the problem for what has changed. Entry and exit: activities equal a recount but for rounding, scratch is
+// clean, each live row and column that may give something is due. An undo restores primal values, duals and keys, so
+// that residuals do not grow and the number of basics follows that of live rows.
+// Cost: each action is linear in the row or column that it touches, and counts it as work for the next question.
 #pragma once
 
 #include "prslv/prslv.h"

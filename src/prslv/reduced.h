@@ -1,4 +1,9 @@
 // What an optimizer needs around presolve: a copy that it may edit, a compact copy of what it leaves, and the way back.
+//
+// Road of a run: copyeditable -> presolve of it -> copyreduced -> an optimizer -> spreadreduced -> undo -> refresh.
+// Only vectors are copied twice; the matrix of what is left is copied once, in the order of its live columns. The last
+// step recomputes activities and reduced costs on the user's problem, because those that came through the records carry
+// their rounding. Cost: O(rows + columns + live nonzeros) a step.
 #pragma once
 
 #include "prslv/prslv.h"
