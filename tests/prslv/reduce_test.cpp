@@ -3,7 +3,6 @@
 #include "support/prslvcase.h"
 #include "support/rational.h"
 
-#include <cstdlib>
 #include <ctime>
 
 using namespace tvntest;
@@ -37,53 +36,45 @@ double move_point(tvn::reduced_problem& r, uint64_t seed) {
 
 // Presolve, simplex without presolve on what is left, postsolve.
 outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true, uint64_t move = 0) {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
   outcome o{0, 0, lp_point(p), {}, 0, {}};
   tvn::lp_solution sol = o.point.view();
-  {
-    const tvn::lp_view lp = p.view();
-    tvn::editable_problem e;
-    tvn::TVN_prslv_copyeditable(*sys, lp, e);
-    tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
-    auditor audit;
-    tvn::TVN_prslv_putaudit(*ctx, audit.hook());
-    EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, param, o.stats, {}), tvn::prslv_code::ok);
-    o.presolved = o.stats.status;
-    if (o.presolved == tvn::prs_undecided || o.presolved == tvn::prs_solved) {
-      tvn::reduced_problem r;
-      tvn::TVN_prslv_copyreduced(*sys, *ctx, r);
-      tvn::simplex_info info;
-      tvn::simplex_param simplex = direct_param();
-      simplex.presolve = 0;
-      simplex.optimizer = tvn::kind_primal;
-      tvn::TVN_simplex_optimize(*sys, r.lp, simplex, info, {}, r.sol);
-      o.solsta = info.solsta;
-      o.objective = r.lp.cfix;
-      for (int32_t i = 0; i < r.lp.numcon; i++) o.objective += r.lp.cslack[i] * r.sol.xc[i];
-      for (int32_t j = 0; j < r.lp.numvar; j++) o.objective += r.lp.c[j] * r.sol.xx[j];
-      if (move != 0 && o.solsta == tvn::sol_optimal) o.moved = move_point(r, move);
-      tvn::TVN_prslv_spreadreduced(r, p.m, p.n, sol);
-    } else {
-      o.solsta = o.presolved == tvn::prs_prim_infeas ? tvn::sol_prim_infeas_cer : tvn::sol_dual_infeas_cer;
-      tvn::TVN_prslv_getcertificate(*ctx, sol);
-    }
-    audit.solsta = o.solsta;
-    audit.objective = o.objective;
-    audit.basis = basis;
-    if (move != 0) audit.offset = 10 * o.moved + 1e-9;
-    if (o.solsta != tvn::sol_unknown)
-      (basis ? tvn::TVN_prslv_postsolvebasis : tvn::TVN_prslv_postsolve)(*ctx, o.stats, o.solsta, sol, {});
-    o.trouble = audit.trouble;
-    o.off = audit.worst;
-    tvn::TVN_prslv_unreduce(*ctx);
-    const auto same = [](const auto* a, const auto* b, int32_t num) { return std::equal(a, a + num, b); };
-    EXPECT_TRUE(same(e.p.bkc, lp.bkc, p.m) && same(e.p.blc, lp.blc, p.m) && same(e.p.buc, lp.buc, p.m));
-    EXPECT_TRUE(same(e.p.bkx, lp.bkx, p.n) && same(e.p.blx, lp.blx, p.n) && same(e.p.bux, lp.bux, p.n));
-    EXPECT_TRUE(same(e.p.c, lp.c, p.n));
-    EXPECT_EQ(tvn::TVN_prslv_getproblem(*ctx).cfix, p.cfix);
-    tvn::TVN_prslv_delete(ctx);
+  presolved w(p);
+  auditor audit;
+  tvn::TVN_prslv_putaudit(*w.ctx, audit.hook());
+  EXPECT_EQ(w.reduce(param), tvn::prslv_code::ok);
+  o.presolved = w.stats.status;
+  if (o.presolved == tvn::prs_undecided || o.presolved == tvn::prs_solved) {
+    tvn::reduced_problem r;
+    tvn::TVN_prslv_copyreduced(*w.sys, *w.ctx, r);
+    tvn::simplex_info info;
+    tvn::TVN_simplex_optimize(*w.sys, r.lp, param_by(tvn::kind_primal), info, {}, r.sol);
+    o.solsta = info.solsta;
+    o.objective = r.lp.cfix;
+    for (int32_t i = 0; i < r.lp.numcon; i++) o.objective += r.lp.cslack[i] * r.sol.xc[i];
+    for (int32_t j = 0; j < r.lp.numvar; j++) o.objective += r.lp.c[j] * r.sol.xx[j];
+    if (move != 0 && o.solsta == tvn::sol_optimal) o.moved = move_point(r, move);
+    tvn::TVN_prslv_spreadreduced(r, p.m, p.n, sol);
+  } else {
+    o.solsta = o.presolved == tvn::prs_prim_infeas ? tvn::sol_prim_infeas_cer : tvn::sol_dual_infeas_cer;
+    tvn::TVN_prslv_getcertificate(*w.ctx, sol);
   }
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
+  audit.solsta = o.solsta;
+  audit.objective = o.objective;
+  audit.basis = basis;
+  if (move != 0) audit.offset = 10 * o.moved + 1e-9;
+  if (o.solsta != tvn::sol_unknown)
+    (basis ? tvn::TVN_prslv_postsolvebasis : tvn::TVN_prslv_postsolve)(*w.ctx, w.stats, o.solsta, sol, {});
+  o.stats = w.stats;
+  o.trouble = audit.trouble;
+  o.off = audit.worst;
+  tvn::TVN_prslv_unreduce(*w.ctx);
+  const tvn::lp_view lp = p.view();
+  const tvn::prslv_problem& back = w.e.p;
+  const auto same = [](const auto* a, const auto* b, int32_t num) { return std::equal(a, a + num, b); };
+  EXPECT_TRUE(same(back.bkc, lp.bkc, p.m) && same(back.blc, lp.blc, p.m) && same(back.buc, lp.buc, p.m));
+  EXPECT_TRUE(same(back.bkx, lp.bkx, p.n) && same(back.blx, lp.blx, p.n) && same(back.bux, lp.bux, p.n));
+  EXPECT_TRUE(same(back.c, lp.c, p.n));
+  EXPECT_EQ(tvn::TVN_prslv_getproblem(*w.ctx).cfix, p.cfix);
   return o;
 }
 
@@ -98,15 +89,7 @@ tvn::prslv_param settings(uint64_t seed) {
 }
 
 tvn::simplex_info solve_directly(lp_case& p, lp_point& point) {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  tvn::simplex_info info;
-  tvn::lp_solution sol = point.view();
-  tvn::simplex_param plain = direct_param();
-  plain.presolve = 0;
-  plain.optimizer = tvn::kind_primal;
-  tvn::TVN_simplex_optimize(*sys, p.view(), plain, info, {}, sol);
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
-  return info;
+  return run_simplex(p, param_by(tvn::kind_primal), point);
 }
 
 // Whether the problem has a ray of falling objective, feasible points or not.
@@ -131,24 +114,8 @@ void expect_same(lp_case& p, uint64_t seed, std::array<int64_t, tvn::rt_limit>& 
     return;
   }
   ASSERT_EQ(o.trouble, "");
-  if (info.solsta == tvn::sol_optimal) {
-    ASSERT_EQ(o.solsta, tvn::sol_optimal);
-    expect_optimal(p, o.point, judge(p, direct).objective, 1e-8);
-  } else if (o.solsta == tvn::sol_prim_infeas_cer) { // both may be true at once
-    ASSERT_TRUE(judge_infeasible(p, o.point) <= 1e-8);
-  } else {
-    ASSERT_EQ(o.solsta, tvn::sol_dual_infeas_cer);
-    ASSERT_TRUE(judge_unbounded(p, o.point) <= 1e-8);
-  }
-}
-
-uint64_t first_seed() {
-  const char* s = std::getenv("TOVAN_SEED");
-  return s ? std::strtoull(s, nullptr, 10) : 1;
-}
-uint64_t num_seeds(uint64_t usual) {
-  const char* s = std::getenv("TOVAN_SEEDS");
-  return s ? std::strtoull(s, nullptr, 10) : usual;
+  ASSERT_EQ(o.solsta == tvn::sol_optimal, info.solsta == tvn::sol_optimal); // both certificates may be true at once
+  expect_proved(p, o.point, o.solsta, judge(p, direct).objective, 1e-8, 1e-8);
 }
 
 } // namespace
@@ -213,26 +180,18 @@ TEST(Presolve, WalksBackUnderNearStatusesAsUnderPlainOnes) {
                               {tvn::sol_prim_infeas_cer, tvn::sol_near_prim_infeas_cer},
                               {tvn::sol_dual_infeas_cer, tvn::sol_near_dual_infeas_cer}};
   lp_case p = structured_case(14);
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  {
-    tvn::editable_problem e;
-    tvn::TVN_prslv_copyeditable(*sys, p.view(), e);
-    tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
-    tvn::prslv_stats stats;
-    EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, settings(1), stats, {}), tvn::prslv_code::ok);
-    for (const auto& pair : pairs) {
-      lp_point points[2] = {lp_point(p), lp_point(p)};
-      for (int k = 0; k < 2; k++) {
-        for (size_t j = 0; j < points[k].xx.size(); j++) points[k].xx[j] = points[k].slx[j] = static_cast<double>(j);
-        tvn::lp_solution sol = points[k].view();
-        EXPECT_EQ(tvn::TVN_prslv_postsolve(*ctx, stats, pair[k], sol), tvn::prslv_code::ok);
-      }
-      EXPECT_TRUE(points[0].xx == points[1].xx && points[0].y == points[1].y && points[0].slx == points[1].slx);
-      EXPECT_TRUE(points[0].skc == points[1].skc && points[0].skx == points[1].skx);
+  presolved w(p);
+  EXPECT_EQ(w.reduce(settings(1)), tvn::prslv_code::ok);
+  for (const auto& pair : pairs) {
+    lp_point points[2] = {lp_point(p), lp_point(p)};
+    for (int k = 0; k < 2; k++) {
+      for (size_t j = 0; j < points[k].xx.size(); j++) points[k].xx[j] = points[k].slx[j] = static_cast<double>(j);
+      tvn::lp_solution sol = points[k].view();
+      EXPECT_EQ(tvn::TVN_prslv_postsolve(*w.ctx, w.stats, pair[k], sol), tvn::prslv_code::ok);
     }
-    tvn::TVN_prslv_delete(ctx);
+    EXPECT_TRUE(points[0].xx == points[1].xx && points[0].y == points[1].y && points[0].slx == points[1].slx);
+    EXPECT_TRUE(points[0].skc == points[1].skc && points[0].skx == points[1].skx);
   }
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok);
 }
 
 // --- integer columns
@@ -305,27 +264,18 @@ TEST(Presolve, KeepsTheIntegerOptimumAndFixesIntegersAtIntegersOnly) {
     const double best = best_by_enumeration(p, isint);
     if (!std::isfinite(best)) continue; // no dual point, or no point at all
     finite++;
-    tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-    {
-      tvn::editable_problem e;
-      tvn::TVN_prslv_copyeditable(*sys, p.view(), e);
-      e.p.varint = isint.data();
-      tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
-      tvn::prslv_stats stats;
-      EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, settings(seed), stats, {}), tvn::prslv_code::ok);
-      ASSERT_TRUE(stats.status == tvn::prs_undecided || stats.status == tvn::prs_solved);
-      tvn::reduced_problem r;
-      tvn::TVN_prslv_copyreduced(*sys, *ctx, r);
-      for (int32_t j = 0; j < r.lp.numvar; j++) left.push_back(isint[size_t(r.var2user[j])]);
-      for (int32_t j = 0; j < p.n; j++) {
-        const bool fixed = isint[size_t(j)] && !tvn::TVN_prslv_varislive(*ctx, j);
-        ASSERT_TRUE(!fixed || e.p.blx[j] == std::round(e.p.blx[j]));
-      }
-      smaller += r.lp.numvar < p.n;
-      ASSERT_NEAR(best_by_enumeration(case_of(r), left), best, 1e-7 * (1 + std::fabs(best)));
-      tvn::TVN_prslv_delete(ctx);
+    presolved w(p, isint.data());
+    EXPECT_EQ(w.reduce(settings(seed)), tvn::prslv_code::ok);
+    ASSERT_TRUE(w.stats.status == tvn::prs_undecided || w.stats.status == tvn::prs_solved);
+    tvn::reduced_problem r;
+    tvn::TVN_prslv_copyreduced(*w.sys, *w.ctx, r);
+    for (int32_t j = 0; j < r.lp.numvar; j++) left.push_back(isint[size_t(r.var2user[j])]);
+    for (int32_t j = 0; j < p.n; j++) {
+      const bool fixed = isint[size_t(j)] && !tvn::TVN_prslv_varislive(*w.ctx, j);
+      ASSERT_TRUE(!fixed || w.e.p.blx[j] == std::round(w.e.p.blx[j]));
     }
-    EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok);
+    smaller += r.lp.numvar < p.n;
+    ASSERT_NEAR(best_by_enumeration(case_of(r), left), best, 1e-7 * (1 + std::fabs(best)));
   }
   EXPECT_GT(finite, 500);
   EXPECT_GT(smaller, 300);
@@ -520,21 +470,16 @@ TEST(Presolve, FindsNextToNothingInItsOwnResult) {
   constexpr uint64_t seeds = 1000;
   for (uint64_t seed = 1; seed <= seeds; seed++) {
     lp_case p = structured_case(seed);
-    tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
     for (int run = 0; run < 2; run++) {
-      tvn::editable_problem e;
-      tvn::TVN_prslv_copyeditable(*sys, p.view(), e);
-      tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
-      tvn::prslv_stats stats;
-      EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, settings(1), stats, {}), tvn::prslv_code::ok);
-      again += run == 1 && tvn::TVN_prslv_getnumred(*ctx) > 2; // beyond the two snapshots
+      lp_case given = p;
+      presolved w(given);
+      EXPECT_EQ(w.reduce(settings(1)), tvn::prslv_code::ok);
+      again += run == 1 && tvn::TVN_prslv_getnumred(*w.ctx) > 2; // beyond the two snapshots
       tvn::reduced_problem r;
-      tvn::TVN_prslv_copyreduced(*sys, *ctx, r);
-      p = stats.status == tvn::prs_undecided ? case_of(r) : lp_case{};
+      tvn::TVN_prslv_copyreduced(*w.sys, *w.ctx, r);
+      p = w.stats.status == tvn::prs_undecided ? case_of(r) : lp_case{};
       if (p.beg.empty()) p.beg.push_back(0);
-      tvn::TVN_prslv_delete(ctx);
     }
-    EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok);
   }
   std::printf("reduced again: %d of %d\n", again, static_cast<int>(seeds));
   EXPECT_LE(again, static_cast<int32_t>(seeds / 100));
@@ -568,20 +513,11 @@ TEST(Presolve, FindsRowsThatAddUpAndProvesWhenTheirSidesDoNot) {
 
 TEST(Presolve, StopsWhenAskedAndGivesTheProblemBack) {
   lp_case p = structured_case(12);
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  {
-    const tvn::lp_view lp = p.view();
-    tvn::editable_problem e;
-    tvn::TVN_prslv_copyeditable(*sys, lp, e);
-    tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
-    tvn::prslv_stats stats;
-    const tvn::prslv_progress stop{nullptr, [](void*, int32_t) { return 1; }};
-    EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, settings(1), stats, stop), tvn::prslv_code::stopped);
-    tvn::TVN_prslv_unreduce(*ctx);
-    EXPECT_TRUE(std::equal(e.p.blx, e.p.blx + p.n, lp.blx) && std::equal(e.p.c, e.p.c + p.n, lp.c));
-    tvn::TVN_prslv_delete(ctx);
-  }
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok);
+  presolved w(p);
+  EXPECT_EQ(w.reduce(settings(1), {nullptr, [](void*, int32_t) { return 1; }}), tvn::prslv_code::stopped);
+  tvn::TVN_prslv_unreduce(*w.ctx);
+  const tvn::prslv_problem& back = w.e.p;
+  EXPECT_TRUE(std::equal(back.blx, back.blx + p.n, p.blx.data()) && std::equal(back.c, back.c + p.n, p.c.data()));
 }
 
 // --- long problems
@@ -686,25 +622,17 @@ TEST(Presolve, AsksSoonAndCostsLittleWhereThereIsMuchToDo) {
                      chain_of_dominated(40000)};
   for (lp_case& p : cases) {
     SCOPED_TRACE(std::to_string(p.m) + " by " + std::to_string(p.n));
-    tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-    {
-      tvn::editable_problem e;
-      tvn::TVN_prslv_copyeditable(*sys, p.view(), e);
-      tvn::prslv_context* ctx = tvn::TVN_prslv_make(*sys, e.p);
-      tvn::prslv_stats stats;
-      ask_meter meter;
-      const double start = meter.last;
-      const tvn::prslv_progress progress{&meter, ask_meter::ask};
-      EXPECT_EQ(tvn::TVN_prslv_reduce(*ctx, settings(1), stats, progress), tvn::prslv_code::ok);
-      EXPECT_GT(tvn::TVN_prslv_getnumred(*ctx), 3999);
-      lp_point point(p);
-      tvn::lp_solution sol = point.view();
-      EXPECT_EQ(tvn::TVN_prslv_postsolve(*ctx, stats, tvn::sol_optimal, sol, progress), tvn::prslv_code::ok);
-      ask_meter::ask(&meter, 0);
-      EXPECT_LT(meter.worst, promised);
-      EXPECT_LT(meter.last - start, bearable);
-      tvn::TVN_prslv_delete(ctx);
-    }
-    EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok);
+    presolved w(p);
+    ask_meter meter;
+    const double start = meter.last;
+    const tvn::prslv_progress progress{&meter, ask_meter::ask};
+    EXPECT_EQ(w.reduce(settings(1), progress), tvn::prslv_code::ok);
+    EXPECT_GT(tvn::TVN_prslv_getnumred(*w.ctx), 3999);
+    lp_point point(p);
+    tvn::lp_solution sol = point.view();
+    EXPECT_EQ(tvn::TVN_prslv_postsolve(*w.ctx, w.stats, tvn::sol_optimal, sol, progress), tvn::prslv_code::ok);
+    ask_meter::ask(&meter, 0);
+    EXPECT_LT(meter.worst, promised);
+    EXPECT_LT(meter.last - start, bearable);
   }
 }

@@ -2,7 +2,6 @@
 // the dual simplex a long way round, free variables would be left between their bounds, and a run in trouble would not
 // end.
 #include "simplex/dual/dstate.h"
-#include "support/oracle.h"
 #include "support/simplexbench.h"
 
 #include <cmath>
@@ -80,16 +79,15 @@ TEST(DualStart, EveryWayToDualFeasibilityEndsAtTheSameAnswer) {
   for (uint64_t seed = 1; seed <= 150; seed++) {
     lp_case p = seed % 3 ? hard_start(seed) : nasty_case(seed);
     SCOPED_TRACE("seed " + std::to_string(seed));
-    tvn::simplex_param param = direct_param();
-    param.optimizer = tvn::kind_primal;
+    tvn::simplex_param param = param_by(tvn::kind_primal);
     lp_point point(p);
-    const tvn::simplex_info want = solve_whole(p, param, point);
+    const tvn::simplex_info want = run_simplex(p, param, point);
     param.optimizer = tvn::kind_dual;
     for (const int32_t method : {0, 1, 2})
       for (const int32_t crash : {90, 101}) {
         param.dualphaseone = method;
         param.dualcrash = crash;
-        const tvn::simplex_info got = solve_whole(p, param, point);
+        const tvn::simplex_info got = run_simplex(p, param, point);
         const bool either = want.solsta >= tvn::sol_prim_infeas_cer && got.solsta >= tvn::sol_prim_infeas_cer;
         EXPECT_TRUE(either || got.solsta == want.solsta) << "method " << method << " crash " << crash;
         if (want.solsta == tvn::sol_optimal) {
@@ -143,13 +141,9 @@ TEST(DualEnd, BringsSuperbasicsIntoTheBasis) {
       p.sub.insert(p.sub.begin() + static_cast<std::ptrdiff_t>(at), p.m);
       p.val.insert(p.val.begin() + static_cast<std::ptrdiff_t>(at), 1.0);
       for (size_t j = static_cast<size_t>(old) + 1; j < p.beg.size(); j++) p.beg[j]++;
-      p.sub.push_back(p.m++);
-      p.val.push_back(2);
+      p.put(p.m++, 2);
+      p.end_column(0, -1e30, 1e30);
       p.n++;
-      p.beg.push_back(static_cast<int64_t>(p.sub.size()));
-      p.c.push_back(0);
-      p.blx.push_back(-1e30);
-      p.bux.push_back(1e30);
       p.blc.push_back(-1000);
       p.buc.push_back(extra == 1 ? 1e30 : 1000);
     }

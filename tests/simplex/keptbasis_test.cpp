@@ -1,32 +1,23 @@
 // If this failed in the field: a second run on the same task would begin with the factor of another basis, and give
 // wrong answers or none; or it would pay for a factor that it already has.
 #include "simplex/base/keptbasis.h"
-#include "support/oracle.h"
-
-#include <memory>
+#include "support/run.h"
 
 using namespace tvntest;
 
 namespace {
 
 struct kept_run {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  std::unique_ptr<tvn::kept_basis> kept = std::make_unique<tvn::kept_basis>();
+  checked_env sys;
+  tvn::kept_basis kept;
   tvn::simplex_param param = direct_param();
   tvn::simplex_info info;
 
   kept_run() { param.savelu = true; }
-  ~kept_run() {
-    kept.reset();
-    EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
-  }
   void solve(lp_case& p, lp_point& s, int32_t hotstart) {
-    tvn::lp_solution sol = s.view();
-    info = {};
     param.hotstart = hotstart;
-    tvn::TVN_simplex_optimize(*sys, p.view(), param, info, {}, sol, kept.get());
+    info = run_simplex(*sys, p.view(), param, s, {}, &kept);
   }
-  int64_t iterations() const { return info.count[tvn::kind_primal].iterations + info.count[tvn::kind_dual].iterations; }
   int64_t factors() const {
     int64_t num = 0;
     for (const auto& c : info.count) num += c.factorizations;
@@ -48,14 +39,11 @@ void spread_rows(lp_case& p) {
 }
 
 void expect_same_answer(lp_case& p, const lp_point& s, const tvn::simplex_info& info) {
-  kept_run fresh;
-  fresh.kept.reset();
-  lp_point t(p);
-  fresh.solve(p, t, 0);
+  const run_result fresh = run_simplex(p, direct_param());
   ASSERT_EQ(info.response, tvn::simplex_code::ok);
   ASSERT_EQ(info.solsta, fresh.info.solsta);
   if (info.solsta != tvn::sol_optimal) return;
-  const double objective = judge(p, t).objective;
+  const double objective = judge(p, fresh.point).objective;
   expect_optimal(p, s, objective, 1e-6 * (1 + std::fabs(objective)));
 }
 
@@ -77,7 +65,7 @@ TEST(KeptBasis, MakesAnUnchangedProblemFree) {
       run.solve(p, s, 6);
       ASSERT_EQ(run.info.solsta, tvn::sol_optimal);
       EXPECT_TRUE(run.info.warmfactor);
-      EXPECT_EQ(run.iterations(), 0);
+      EXPECT_EQ(iterations(run.info), 0);
       EXPECT_EQ(run.factors(), 0);
       expect_optimal(p, s, objective, 1e-9 * (1 + std::fabs(objective)));
     }

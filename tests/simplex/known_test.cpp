@@ -1,6 +1,6 @@
 // If this failed in the field: a problem and its permuted, rescaled or negated twin would get different answers, a
 // limit or a stop would not be heard, or two runs would differ.
-#include "support/oracle.h"
+#include "support/run.h"
 
 #include <algorithm>
 #include <cstring>
@@ -40,26 +40,14 @@ struct outcome {
 
 constexpr tvn::simplex_kind kinds[] = {tvn::kind_free, tvn::kind_primal, tvn::kind_dual};
 
-tvn::simplex_param by(tvn::simplex_kind kind) {
-  tvn::simplex_param param = direct_param();
-  param.optimizer = kind;
-  return param;
-}
-
-int64_t iterations(const tvn::simplex_info& info) {
-  return info.count[tvn::kind_primal].iterations + info.count[tvn::kind_dual].iterations;
-}
-
 outcome solve(lp_case& p, tvn::simplex_param param = direct_param(), int64_t stop_at = -1,
               const lp_point* start = nullptr, int32_t logfreq = 1) {
+  const checked_env sys;
   outcome o{{}, start ? *start : lp_point(p), {}};
-  o.seen.sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
+  o.seen.sys = &*sys;
   o.seen.stop_at = stop_at;
   param.logfreq = logfreq;
-  param.starttime = tvn::TVN_sysenv_gettime();
-  tvn::lp_solution sol = o.point.view();
-  tvn::TVN_simplex_optimize(*o.seen.sys, p.view(), param, o.info, {&o.seen, recorder::progress}, sol);
-  tvn::TVN_sysenv_delete(&o.seen.sys);
+  o.info = run_simplex(*sys, p.view(), param, o.point, {&o.seen, recorder::progress});
   return o;
 }
 
@@ -67,8 +55,8 @@ outcome solve(lp_case& p, tvn::simplex_param param = direct_param(), int64_t sto
 lp_case transformed(const lp_case& p, uint64_t seed) {
   std::mt19937_64 rng(seed);
   std::vector<int32_t> rows(static_cast<size_t>(p.m)), cols(static_cast<size_t>(p.n));
-  for (int32_t i = 0; i < p.m; i++) rows[size_t(i)] = i;
-  for (int32_t j = 0; j < p.n; j++) cols[size_t(j)] = j;
+  std::iota(rows.begin(), rows.end(), 0);
+  std::iota(cols.begin(), cols.end(), 0);
   std::shuffle(rows.begin(), rows.end(), rng);
   std::shuffle(cols.begin(), cols.end(), rng);
   std::vector<double> rs(rows.size()), cs(cols.size());
@@ -87,17 +75,12 @@ lp_case transformed(const lp_case& p, uint64_t seed) {
   }
   for (size_t k = 0; k < cols.size(); k++) {
     const auto j = size_t(cols[k]);
-    q.beg.push_back(static_cast<int64_t>(q.sub.size()));
     for (int64_t e = p.beg[j]; e < p.beg[j + 1]; e++) {
       const auto i = size_t(p.sub[size_t(e)]);
-      q.sub.push_back(rows[i]);
-      q.val.push_back(p.val[size_t(e)] * rs[i] * cs[j]);
+      q.put(rows[i], p.val[size_t(e)] * rs[i] * cs[j]);
     }
-    q.c.push_back(p.c[j] * cs[j]);
-    q.blx.push_back(scaled(p.blx[j], 1 / cs[j]));
-    q.bux.push_back(scaled(p.bux[j], 1 / cs[j]));
+    q.end_column(p.c[j] * cs[j], scaled(p.blx[j], 1 / cs[j]), scaled(p.bux[j], 1 / cs[j]));
   }
-  q.beg.push_back(static_cast<int64_t>(q.sub.size()));
   return q;
 }
 
@@ -110,13 +93,13 @@ TEST(KnownOptimum, IsFoundForTheProblemAndItsTwins) {
     lp_case twin = transformed(k.p, seed);
     for (const auto kind : kinds) {
       SCOPED_TRACE(std::to_string(seed) + " by " + std::to_string(kind));
-      const outcome o = solve(k.p, by(kind));
+      const outcome o = solve(k.p, param_by(kind));
       ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
       expect_optimal(k.p, o.point, k.objective, 1e-8);
 #if TVN_CHECK_LEVEL < 3 // the audit of every iteration takes memory
       EXPECT_EQ(o.seen.moved, 0);
 #endif
-      const outcome t = solve(twin, by(kind));
+      const outcome t = solve(twin, param_by(kind));
       ASSERT_EQ(t.info.solsta, tvn::sol_optimal);
       EXPECT_NEAR(t.info.objective, k.objective, 1e-8 * (1 + std::fabs(k.objective)));
     }
@@ -129,7 +112,7 @@ TEST(KnownOptimum, IsTheSameUnderEveryRuleAndScaling) {
     for (int32_t selection = 0; selection <= 5; selection++)
       for (const int32_t scaling : {0, 1, 4}) {
         SCOPED_TRACE(std::to_string(kind) + " " + std::to_string(selection) + " " + std::to_string(scaling));
-        tvn::simplex_param param = by(kind);
+        tvn::simplex_param param = param_by(kind);
         param.selection = param.dualselection = selection;
         param.scaling = scaling;
         param.restrictpct = scaling == 4 ? 90 : 50;
@@ -166,7 +149,7 @@ TEST(KnownOptimum, SurvivesBadUnitsWithAndWithoutPerturbation) {
     }
     for (const auto kind : {tvn::kind_primal, tvn::kind_dual}) {
       SCOPED_TRACE(kind);
-      tvn::simplex_param param = by(kind);
+      tvn::simplex_param param = param_by(kind);
       param.selection = param.dualselection = static_cast<int32_t>(seed % 6);
       param.degen = static_cast<int32_t>(seed / 6 % 5);
       param.maxiterations = 50000; // a stall shows as the limit
@@ -182,9 +165,9 @@ TEST(TwoRuns, GiveTheSameIterationsAndBitsWithLinesOrWithout) {
   known_case k = optimal_case(5, 150, 300, 0.03, 0.7);
   for (const auto kind : kinds) {
     SCOPED_TRACE(kind);
-    const outcome a = solve(k.p, by(kind));
+    const outcome a = solve(k.p, param_by(kind));
     for (const int32_t logfreq : {1, 0}) {
-      const outcome b = solve(k.p, by(kind), -1, nullptr, logfreq);
+      const outcome b = solve(k.p, param_by(kind), -1, nullptr, logfreq);
       EXPECT_EQ(iterations(a.info), iterations(b.info));
       EXPECT_EQ(0, std::memcmp(a.point.xx.data(), b.point.xx.data(), a.point.xx.size() * sizeof(double)));
       EXPECT_EQ(0, std::memcmp(a.point.y.data(), b.point.y.data(), a.point.y.size() * sizeof(double)));
@@ -197,7 +180,7 @@ TEST(Recomputations, HaveAReasonForEachFactor) {
   for (uint64_t seed = 1; seed <= 40; seed++) {
     SCOPED_TRACE(seed);
     lp_case p = optimal_case(seed, 40, 60, 0.1, 0.3).p;
-    const tvn::simplex_info info = solve(p, by(kinds[1 + seed % 2])).info;
+    const tvn::simplex_info info = solve(p, param_by(kinds[1 + seed % 2])).info;
     const auto& why = info.recomputes;
     const int64_t factors = info.count[tvn::kind_primal].factorizations + info.count[tvn::kind_dual].factorizations;
     EXPECT_GE(why[size_t(tvn::recompute_why::start)], 1);
@@ -210,7 +193,7 @@ TEST(HotStart, FromTheOptimalKeysNeedsNoPivotAndFromWildKeysStillSolves) {
   const outcome cold = solve(k.p);
   ASSERT_EQ(cold.info.solsta, tvn::sol_optimal);
   for (const auto kind : kinds) {
-    tvn::simplex_param param = by(kind);
+    tvn::simplex_param param = param_by(kind);
     param.hotstart = 4;
     const outcome hot = solve(k.p, param, -1, &cold.point);
     EXPECT_EQ(hot.info.solsta, tvn::sol_optimal);
@@ -270,16 +253,16 @@ TEST(Limits, AreRespectedAndNeverCalledOptimal) {
   known_case k = optimal_case(3, 200, 400, 0.03, 0.3);
   for (const auto kind : kinds) {
     SCOPED_TRACE(kind);
-    tvn::simplex_param param = by(kind);
+    tvn::simplex_param param = param_by(kind);
     param.maxiterations = 17;
     const outcome few = solve(k.p, param);
     EXPECT_EQ(few.info.response, tvn::simplex_code::max_iterations);
     EXPECT_LE(iterations(few.info), 17);
     EXPECT_NE(few.info.solsta, tvn::sol_optimal);
-    param = by(kind);
+    param = param_by(kind);
     param.maxtime = 0;
     EXPECT_EQ(solve(k.p, param).info.response, tvn::simplex_code::max_time);
-    const outcome stopped = solve(k.p, by(kind), 25);
+    const outcome stopped = solve(k.p, param_by(kind), 25);
     EXPECT_EQ(stopped.info.response, tvn::simplex_code::user_stop);
     EXPECT_EQ(stopped.seen.calls, 25);
   }
@@ -288,7 +271,7 @@ TEST(Limits, AreRespectedAndNeverCalledOptimal) {
 // The dual objective rises to the optimum: a cut below it ends the run, one above it does not.
 TEST(Limits, AnObjectiveCutEndsTheDualSimplexOnlyWhenItIsReached) {
   known_case k = optimal_case(11, 100, 200, 0.03, 0.3);
-  tvn::simplex_param param = by(tvn::kind_dual);
+  tvn::simplex_param param = param_by(tvn::kind_dual);
   param.cuts.useupp = true;
   param.refactorfreq = 1; // the objective is looked at when it is fresh
   param.cuts.upp = k.objective - 0.01 * (1 + std::fabs(k.objective));
@@ -310,7 +293,7 @@ TEST(NotFinite, DataNeverGiveAnOptimum) {
       k.p.c[rng() % k.p.c.size()] = seed % 4 == 1 ? nan : std::numeric_limits<double>::infinity();
     else
       k.p.val[rng() % k.p.val.size()] = nan;
-    tvn::simplex_param param = by(kinds[seed / 4 % 3]);
+    tvn::simplex_param param = param_by(kinds[seed / 4 % 3]);
     param.maxiterations = 5000;
     param.presolve = static_cast<int32_t>(seed / 12 % 2);
     EXPECT_NE(solve(k.p, param).info.solsta, tvn::sol_optimal);
@@ -362,15 +345,11 @@ void add_wide_columns(known_case& k, uint64_t seed) {
     const bool up = rng() % 2;
     double cost = (up ? -1e-8 : 1e-8) * static_cast<double>(1 + rng() % 9);
     for (size_t i = rng() % 3; i < shift.size(); i += 1 + rng() % 6) {
-      p.sub.push_back(static_cast<int32_t>(i));
-      p.val.push_back(rng() % 2 ? 1 : -1);
+      p.put(static_cast<int32_t>(i), rng() % 2 ? 1 : -1);
       cost += p.val.back() * k.y[i];
       if (up) shift[i] += p.val.back() * room;
     }
-    p.beg.push_back(static_cast<int64_t>(p.sub.size()));
-    p.c.push_back(cost);
-    p.blx.push_back(0);
-    p.bux.push_back(room);
+    p.end_column(cost, 0, room);
     p.n++;
     if (up) k.objective += cost * room;
   }
@@ -389,7 +368,7 @@ TEST(KnownOptimum, IsAsGoodAsItsGap) {
       SCOPED_TRACE("seed " + std::to_string(seed) + " by " + std::to_string(kind));
       known_case k = optimal_case(seed, 20, 30, 0.2, 0.3);
       add_wide_columns(k, seed);
-      tvn::simplex_param param = by(kind);
+      tvn::simplex_param param = param_by(kind);
       param.presolve = static_cast<int32_t>(seed % 2);
       const outcome o = solve(k.p, param);
       ASSERT_EQ(o.info.solsta, tvn::sol_optimal);

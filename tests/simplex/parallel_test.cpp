@@ -1,8 +1,7 @@
 // If this failed in the field: rows or columns that are the same but for their last digits, which come from data that
 // was rounded on its way, would keep a run going for minutes, or end it without an answer.
 #include "support/parallelcase.h"
-
-#include <cstdlib>
+#include "support/run.h"
 
 using namespace tvntest;
 
@@ -12,27 +11,14 @@ constexpr double gapallowed = 1e-6;   // of the objective above its lower bound,
 constexpr int64_t slower = 20;        // than without the copies, in iterations, at most
 constexpr int64_t fewiterations = 20; // count as this many
 
-struct outcome {
-  tvn::simplex_info info;
-  lp_point point;
-  int64_t iterations() const { return info.count[tvn::kind_primal].iterations + info.count[tvn::kind_dual].iterations; }
-};
-
-outcome solve(lp_case& p, tvn::simplex_kind kind, int32_t presolve, int64_t limit) {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  outcome o{{}, lp_point(p)};
-  tvn::simplex_param param = direct_param();
-  param.optimizer = kind;
-  param.presolve = presolve;
+run_result solve(lp_case& p, tvn::simplex_kind kind, int32_t presolve, int64_t limit) {
+  tvn::simplex_param param = param_by(kind, presolve);
   param.maxiterations = static_cast<int32_t>(limit);
-  tvn::lp_solution sol = o.point.view();
-  tvn::TVN_simplex_optimize(*sys, p.view(), param, o.info, {}, sol);
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
-  return o;
+  return run_simplex(p, param);
 }
 
 // Near optimal is right where the digits do not suffice for more; the gap is judged all the same.
-void expect_right(const lp_case& p, const outcome& o) {
+void expect_right(const lp_case& p, const run_result& o) {
   EXPECT_EQ(o.info.response, tvn::simplex_code::ok);
   EXPECT_TRUE(o.info.solsta == tvn::sol_optimal || o.info.solsta == tvn::sol_near_optimal) << o.info.solsta;
   const verdict v = judge(p, o.point);
@@ -44,8 +30,7 @@ void expect_right(const lp_case& p, const outcome& o) {
 
 // TOVAN_SEEDS asks for more of them.
 TEST(NearlyParallel, RowsAndColumnsCostNoMoreThanAFewTimesTheIterations) {
-  const char* asked = std::getenv("TOVAN_SEEDS");
-  const uint64_t num = asked ? std::strtoull(asked, nullptr, 10) : 25;
+  const uint64_t num = num_seeds(25);
   uint64_t numnear = 0;
   for (uint64_t seed = 1; seed <= num && !HasFailure(); seed++) {
     parallel_family family = random_family(seed);
@@ -56,8 +41,8 @@ TEST(NearlyParallel, RowsAndColumnsCostNoMoreThanAFewTimesTheIterations) {
       for (const int32_t presolve : {0, 1}) {
         SCOPED_TRACE("seed " + std::to_string(seed) + " optimizer " + std::to_string(kind) + " presolve " +
                      std::to_string(presolve));
-        const int64_t usual = std::max(solve(plain, kind, presolve, 1000000).iterations(), fewiterations);
-        const outcome o = solve(p, kind, presolve, slower * usual);
+        const int64_t usual = std::max(iterations(solve(plain, kind, presolve, 1000000).info), fewiterations);
+        const run_result o = solve(p, kind, presolve, slower * usual);
         expect_right(p, o);
         numnear += o.info.solsta == tvn::sol_near_optimal;
       }
@@ -75,7 +60,7 @@ TEST(NearlyParallel, SmallProblemsDoNotSwapForEver) {
     lp_case p = parallel_case(seed, family);
     for (const auto kind : {tvn::kind_primal, tvn::kind_dual}) {
       SCOPED_TRACE("seed " + std::to_string(seed) + " optimizer " + std::to_string(kind));
-      EXPECT_LT(solve(p, kind, static_cast<int32_t>(seed % 2), 100000).iterations(), 20000);
+      EXPECT_LT(iterations(solve(p, kind, static_cast<int32_t>(seed % 2), 100000).info), 20000);
     }
   }
 }

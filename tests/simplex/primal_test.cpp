@@ -2,40 +2,23 @@
 // circle on a degenerate problem, or break off where a caller only wanted a feasible basis.
 #include "simplex/primal/pstate.h"
 #include "simplex/start/crash.h"
-#include "support/oracle.h"
 #include "support/simplexbench.h"
 
 #include <functional>
+#include <map>
 #include <string>
 
 using namespace tvntest;
 
 namespace {
 
-struct outcome {
-  tvn::simplex_info info;
-  lp_point point;
-  std::string lines; // that the optimizer sent
-};
-
 int32_t collect_lines(void* handle, tvn::simplex_event event, const tvn::simplex_info& info) {
   if (event == tvn::simplex_event::message) *static_cast<std::string*>(handle) += info.line;
   return 0;
 }
 
-outcome solve(lp_case& p, tvn::simplex_param param, const lp_point* start = nullptr) {
-  outcome o{{}, start ? *start : lp_point(p), {}};
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  param.starttime = tvn::TVN_sysenv_gettime();
-  tvn::lp_solution sol = o.point.view();
-  tvn::TVN_simplex_optimize(*sys, p.view(), param, o.info, {&o.lines, collect_lines}, sol);
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
-  return o;
-}
-
 tvn::simplex_param primal(int32_t selection = 0) {
-  tvn::simplex_param param = direct_param();
-  param.optimizer = tvn::kind_primal;
+  tvn::simplex_param param = param_by(tvn::kind_primal);
   param.selection = selection;
   return param;
 }
@@ -104,7 +87,7 @@ TEST(PrimalFeasibility, IsFoundExactlyWhenThereIsAFeasiblePoint) {
     lp_case p = nasty_case(seed);
     tvn::simplex_param param = primal();
     param.degen = static_cast<int32_t>(seed % 5);
-    const outcome whole = solve(p, param);
+    const run_result whole = run_simplex(p, param);
     if (whole.info.prosta == tvn::pro_prim_infeas) {
       bool crossing = false;
       for (size_t j = 0; j < p.blx.size(); j++) crossing = crossing || p.blx[j] > p.bux[j];
@@ -140,20 +123,12 @@ TEST(Unbounded, IsProvedOnTheTrueBoundsUnderEveryPerturbation) {
     lp_case p = optimal_case(seed, m, n, 3.0 / m, 0.8).p;
     const size_t j = seed % p.c.size();
     p.bux[j] = 1e30;
-    for (int64_t e = p.beg[j]; e < p.beg[j + 1]; e++) {
-      p.sub.push_back(p.sub[size_t(e)]);
-      p.val.push_back(-p.val[size_t(e)]);
-    }
-    p.beg.push_back(static_cast<int64_t>(p.sub.size()));
-    p.c.push_back(-p.c[j] - 1);
-    p.blx.push_back(0);
-    p.bux.push_back(1e30);
-    p.n++;
+    p.add_multiple(j, -1, -p.c[j] - 1, 0, 1e30);
     for (int32_t degen = 0; degen <= 4; degen++) {
       SCOPED_TRACE(std::to_string(seed) + " degen " + std::to_string(degen));
       tvn::simplex_param param = primal(static_cast<int32_t>(seed % 6));
       param.degen = degen;
-      const outcome o = solve(p, param);
+      const run_result o = run_simplex(p, param);
       ASSERT_EQ(o.info.solsta, tvn::sol_dual_infeas_cer);
       EXPECT_LE(judge_unbounded(p, o.point), 1e-7);
     }
@@ -172,14 +147,9 @@ lp_case circling(bool first) {
             : std::vector<std::vector<double>>{{0.5, -5.5, -2.5, 9}, {0.5, -1.5, -0.5, 1}, {1, 0, 0, 0}};
   p.c = first ? std::vector<double>{-0.75, 150, -0.02, 6} : std::vector<double>{-10, 57, 9, 24};
   for (size_t j = 0; j < 4; j++) {
-    p.beg.push_back(static_cast<int64_t>(p.sub.size()));
-    for (size_t i = 0; i < 3; i++)
-      if (a[i][j] != 0) {
-        p.sub.push_back(static_cast<int32_t>(i));
-        p.val.push_back(a[i][j]);
-      }
+    for (size_t i = 0; i < 3; i++) p.put(static_cast<int32_t>(i), a[i][j]);
+    p.end_column();
   }
-  p.beg.push_back(static_cast<int64_t>(p.sub.size()));
   p.blc.assign(3, -1e30);
   p.buc = {0, 0, 1};
   p.blx.assign(4, 0);
@@ -195,18 +165,11 @@ lp_case assignment(uint64_t seed, int32_t size) {
   p.n = size * size;
   for (int32_t i = 0; i < size; i++)
     for (int32_t j = 0; j < size; j++) {
-      p.beg.push_back(static_cast<int64_t>(p.sub.size()));
-      for (const int32_t row : {i, size + j}) {
-        p.sub.push_back(row);
-        p.val.push_back(1);
-      }
-      p.c.push_back(static_cast<double>(1 + rng() % 4));
+      for (const int32_t row : {i, size + j}) p.put(row, 1);
+      p.end_column(static_cast<double>(1 + rng() % 4), 0, seed % 2 ? 1e30 : 1);
     }
-  p.beg.push_back(static_cast<int64_t>(p.sub.size()));
   p.blc.assign(size_t(p.m), 1);
   p.buc.assign(size_t(p.m), 1);
-  p.blx.assign(size_t(p.n), 0);
-  p.bux.assign(size_t(p.n), seed % 2 ? 1e30 : 1);
   return p;
 }
 
@@ -222,14 +185,14 @@ TEST(Degenerate, ProblemsEndUnderEveryRuleWithPerturbationAndWithout) {
       param.maxiterations = 20000;
       for (const bool first : {true, false}) {
         lp_case p = circling(first);
-        const outcome o = solve(p, param);
+        const run_result o = run_simplex(p, param);
         ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
         expect_optimal(p, o.point, first ? -0.05 : -1, 1e-9);
       }
       lp_case p = assignment(static_cast<uint64_t>(1 + selection), 14);
       tvn::simplex_param other = param;
       other.optimizer = tvn::kind_dual;
-      const outcome o = solve(p, param), d = solve(p, other);
+      const run_result o = run_simplex(p, param), d = run_simplex(p, other);
       ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
       expect_optimal(p, o.point, d.info.objective, 1e-9);
     }
@@ -238,16 +201,7 @@ TEST(Degenerate, ProblemsEndUnderEveryRuleWithPerturbationAndWithout) {
 TEST(Repair, OfASingularStartIsTold) {
   known_case k = optimal_case(4, 12, 30, 0.2, 0.3);
   lp_case& p = k.p;
-  // Two equal columns, both basic.
-  const std::vector<int32_t> sub(p.sub.begin(), p.sub.begin() + p.beg[1]);
-  const std::vector<double> val(p.val.begin(), p.val.begin() + p.beg[1]);
-  p.sub.insert(p.sub.end(), sub.begin(), sub.end());
-  p.val.insert(p.val.end(), val.begin(), val.end());
-  p.beg.push_back(static_cast<int64_t>(p.sub.size()));
-  p.c.push_back(p.c[0]);
-  p.blx.push_back(0);
-  p.bux.push_back(0.5);
-  p.n++;
+  p.add_multiple(0, 1, p.c[0], 0, 0.5); // two equal columns, both basic
   lp_point start(p);
   for (int32_t& key : start.skx) key = tvn::sk_low;
   for (int32_t& key : start.skc) key = tvn::sk_bas;
@@ -255,9 +209,9 @@ TEST(Repair, OfASingularStartIsTold) {
   start.skc[size_t(p.sub[0])] = start.skc[size_t(p.sub[0] == 1 ? 2 : 1)] = tvn::sk_low;
   tvn::simplex_param param = primal();
   param.hotstart = 6;
-  const outcome o = solve(p, param, &start);
-  EXPECT_EQ(o.info.solsta, tvn::sol_optimal);
-  EXPECT_NE(o.lines.find("Artficials. Current: 1 Total: 1."), std::string::npos) << o.lines;
+  std::string lines;
+  EXPECT_EQ(run_simplex(p, param, start, {&lines, collect_lines}).solsta, tvn::sol_optimal);
+  EXPECT_NE(lines.find("Artficials. Current: 1 Total: 1."), std::string::npos) << lines;
 }
 
 // Thousands of candidates, pivot rows that meet few of them: choices come from the short list.
@@ -267,7 +221,7 @@ TEST(ShortList, OfCandidatesLeadsToTheOptimum) {
     SCOPED_TRACE(selection);
     tvn::simplex_param param = primal(selection);
     param.presolve = 0;
-    const outcome o = solve(k.p, param);
+    const run_result o = run_simplex(k.p, param);
     ASSERT_EQ(o.info.solsta, tvn::sol_optimal);
     expect_optimal(k.p, o.point, k.objective, 1e-8);
   }
@@ -282,48 +236,32 @@ void add_duplicates(lp_case& p, uint64_t seed, int32_t num) {
   for (int32_t q = 0; q < num; q++) {
     const size_t j = rng() % from;
     const double f = std::vector<double>{-2, -1, -0.5, 1, 1, 3}[rng() % 6];
-    for (int64_t e = p.beg[j]; e < p.beg[j + 1]; e++) {
-      p.sub.push_back(p.sub[size_t(e)]);
-      p.val.push_back(f * p.val[size_t(e)]);
-    }
-    p.beg.push_back(static_cast<int64_t>(p.sub.size()));
-    p.c.push_back(f * p.c[j]);
-    const double lo = static_cast<double>(rng() % 3) - 1;
-    p.blx.push_back(rng() % 5 == 0 ? -1e30 : lo);
-    p.bux.push_back(rng() % 3 == 0 ? 1e30 : lo + static_cast<double>(rng() % 3));
-    p.n++;
+    const double lo = static_cast<double>(rng() % 3) - 1, lower = rng() % 5 == 0 ? -1e30 : lo;
+    p.add_multiple(j, f, f * p.c[j], lower, rng() % 3 == 0 ? 1e30 : lo + static_cast<double>(rng() % 3));
   }
 }
 
 } // namespace
 
 TEST(DuplicateColumns, AsOneGiveTheSameAnswerAndAProof) {
-  int32_t optimal = 0, infeasible = 0, unbounded = 0;
+  std::map<int32_t, int32_t> met;
   for (uint64_t seed = 1; seed <= 3000; seed++) {
     SCOPED_TRACE(seed);
     lp_case p = seed % 10 == 0 ? optimal_case(seed, 30, 40, 0.1, 0.3).p : nasty_case(seed);
     add_duplicates(p, seed, static_cast<int32_t>(1 + seed % 9));
     tvn::simplex_param param = primal(static_cast<int32_t>(seed % 6));
     param.primalcrash = seed % 4 == 0 ? 90 : 101;
-    const outcome plain = solve(p, param);
+    const run_result plain = run_simplex(p, param);
     param.dupvec = seed % 3 == 0 ? 1 : 2;
-    const outcome o = solve(p, param);
+    const run_result o = run_simplex(p, param);
     ASSERT_EQ(o.info.prosta, plain.info.prosta);
     ASSERT_EQ(o.info.solsta, plain.info.solsta);
-    if (o.info.solsta == tvn::sol_optimal) {
-      optimal++;
-      expect_optimal(p, o.point, plain.info.objective, 1e-8);
-    } else if (o.info.solsta == tvn::sol_prim_infeas_cer) {
-      infeasible++;
-      EXPECT_LE(judge_infeasible(p, o.point), 1e-7);
-    } else {
-      unbounded++;
-      EXPECT_LE(judge_unbounded(p, o.point), 1e-7);
-    }
+    expect_proved(p, o.point, o.info.solsta, plain.info.objective);
+    met[o.info.solsta]++;
   }
-  EXPECT_GT(optimal, 300);
-  EXPECT_GT(infeasible, 100);
-  EXPECT_GT(unbounded, 100);
+  EXPECT_GT(met[tvn::sol_optimal], 300);
+  EXPECT_GT(met[tvn::sol_prim_infeas_cer], 100);
+  EXPECT_GT(met[tvn::sol_dual_infeas_cer], 100);
 }
 
 TEST(SteepestEdge, BeginsWithTheNormsOfItsStart) {

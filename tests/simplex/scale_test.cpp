@@ -1,7 +1,7 @@
 // If this failed in the field: scaling would change the problem's numbers, or problems in large units would end without
 // a status, or with the proof of an infeasibility that is not there.
 #include "simplex/base/work.h"
-#include "support/oracle.h"
+#include "support/run.h"
 #include "verify/verify.h"
 
 using namespace tvntest;
@@ -9,15 +9,7 @@ using namespace tvntest;
 namespace {
 
 struct workshop {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  ~workshop() { EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak"; }
-
-  tvn::simplex_info solve(lp_case& p, lp_point& s, const tvn::simplex_param& param) {
-    tvn::simplex_info info;
-    tvn::lp_solution sol = s.view();
-    tvn::TVN_simplex_optimize(*sys, p.view(), param, info, {}, sol);
-    return info;
-  }
+  checked_env sys;
   // Does the working copy differ from the problem by powers of two alone?
   bool is_exact(lp_case& p, const tvn::scale_request& scale, bool& scaled) {
     tvn::run_watch watch;
@@ -71,7 +63,6 @@ TEST(Scaling, IsExactAndLeavesEvenProblemsAlone) {
 }
 
 TEST(LargeUnits, EndWithTheOptimum) {
-  workshop shop;
   for (uint64_t seed = 1; seed <= 40; seed++)
     for (const double by : {1e6, 1e9}) {
       SCOPED_TRACE("seed " + std::to_string(seed) + " times " + std::to_string(by));
@@ -82,8 +73,7 @@ TEST(LargeUnits, EndWithTheOptimum) {
       param.optimizer = seed % 2 == 0 ? tvn::kind_primal : tvn::kind_dual;
       param.presolve = seed % 3 == 0 ? 2 : 0;
       param.scaling = seed % 5 == 0 ? 0 : 1;
-      lp_point s(k.p);
-      const tvn::simplex_info info = shop.solve(k.p, s, param);
+      const auto [info, s] = run_simplex(k.p, param);
       EXPECT_EQ(info.response, tvn::simplex_code::ok);
       EXPECT_EQ(info.solsta, tvn::sol_optimal);
       EXPECT_NEAR(judge(k.p, s).objective, k.objective, 1e-9 * std::fabs(k.objective));
@@ -94,16 +84,7 @@ TEST(LargeUnits, EndWithTheOptimum) {
 // up for a good part of the difference, and the proof is none.
 TEST(LargeUnits, DoNotHideTheErrorOfAProof) {
   for (const double b : {1.0, 1e9}) {
-    lp_case p;
-    p.m = 2;
-    p.n = 1;
-    p.c = {0};
-    p.beg = {0, 2};
-    p.sub = {0, 1};
-    p.val = {1, 1 + 1e-12};
-    p.blc = p.buc = {b, b + 0.1};
-    p.blx = {0};
-    p.bux = {1e30};
+    lp_case p{2, 1, 0, {0}, {0, 2}, {0, 1}, {1, 1 + 1e-12}, {b, b + 0.1}, {b, b + 0.1}, {0}, {1e30}, {}, {}};
     lp_point s(p);
     s.y = {-1, 1};
     s.suc[0] = s.slc[1] = 1;

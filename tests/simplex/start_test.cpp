@@ -1,28 +1,18 @@
 // If this failed in the field: a start that a caller made up, or took from another problem, would end in a wrong
 // answer, a crash or an endless run instead of a slower one.
 #include "simplex/base/keptbasis.h"
-#include "support/oracle.h"
-
-#include <memory>
+#include "support/run.h"
 
 using namespace tvntest;
 
 namespace {
 
 struct starter {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  std::unique_ptr<tvn::kept_basis> kept = std::make_unique<tvn::kept_basis>();
-  ~starter() {
-    kept.reset();
-    EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
-  }
+  checked_env sys;
+  tvn::kept_basis kept;
   tvn::simplex_info solve(lp_case& p, lp_point& s, const tvn::simplex_param& param) {
-    tvn::simplex_info info;
-    tvn::lp_solution sol = s.view();
-    const tvn::simplex_progress progress{this, note_first};
     first = std::nan("");
-    tvn::TVN_simplex_optimize(*sys, p.view(), param, info, progress, sol, kept.get());
-    return info;
+    return run_simplex(*sys, p.view(), param, s, {this, note_first}, &kept);
   }
   double first = 0; // objective of the first line of the last run
   static int32_t note_first(void* handle, tvn::simplex_event event, const tvn::simplex_info& info) {
@@ -128,20 +118,10 @@ TEST(Start, MayLackRowsOrColumns) {
   for (const auto kind : {tvn::kind_free, tvn::kind_primal, tvn::kind_dual})
     for (const int32_t presolve : {0, 1}) {
       starter run;
-      tvn::simplex_param param = direct_param();
-      param.optimizer = kind;
-      param.presolve = presolve;
+      tvn::simplex_param param = param_by(kind, presolve);
       param.savelu = true;
-      lp_case norows, nocolumns;
-      norows.n = 2;
-      norows.c = {1, -1};
-      norows.beg = {0, 0, 0};
-      norows.blx = {-3, 0};
-      norows.bux = {1e30, 5};
-      nocolumns.m = 1;
-      nocolumns.beg = {0};
-      nocolumns.blc = {-1};
-      nocolumns.buc = {1};
+      lp_case norows{0, 2, 0, {1, -1}, {0, 0, 0}, {}, {}, {}, {}, {-3, 0}, {1e30, 5}, {}, {}};
+      lp_case nocolumns{1, 0, 0, {}, {0}, {}, {}, {-1}, {1}, {}, {}, {}, {}};
       lp_point s(norows), t(nocolumns);
       for (const int32_t hotstart : {0, 6}) {
         param.hotstart = hotstart;

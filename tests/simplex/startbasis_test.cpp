@@ -1,7 +1,7 @@
 // If this failed in the field: a caller who names too few basics would lose many of those that he names to repairs, and
 // a restart after new constraints would begin far from where the last run ended.
 #include "simplex/start/startbasis.h"
-#include "support/oracle.h"
+#include "support/run.h"
 
 using namespace tvntest;
 
@@ -13,52 +13,40 @@ struct start {
 };
 
 start make_start(lp_case& p, lp_point& keys) {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  const checked_env sys;
   start r;
-  {
-    const tvn::simplex_param param = direct_param();
-    tvn::simplex_info info;
-    const tvn::simplex_progress progress;
-    tvn::run_watch watch;
-    tvn::simplex_work w;
-    const tvn::lp_solution sol = keys.view();
-    EXPECT_TRUE(tvn::TVN_simplex_compressproblem(*sys, p.view(), {}, watch, w, &sol));
-    tvn::simplex_state s(*sys, param, info, progress, watch, w);
-    tvn::TVN_simplex_setupstate(s);
-    tvn::TVN_simplex_basisfromkeys(s, sol);
-    r.regular = tvn::TVN_simplex_factor(s.fac) == tvn::factor_result::full;
-    if (!r.regular) {
-      tvn::TVN_simplex_movefill(s, sol);
-      r.moved = tvn::TVN_simplex_factor(s.fac) == tvn::factor_result::full;
-    }
-    int32_t basics = 0;
-    for (int32_t j = 0; j < w.total; j++) {
-      const bool named = tvn::TVN_simplex_userkey(w, sol, j) == tvn::sk_bas, in = s.fac.pos[j] >= 0;
-      basics += in;
-      (w.is_logical(j) ? r.logicals : r.structurals) += named;
-      (w.is_logical(j) ? r.keptlogicals : r.kept) += named && in;
-    }
-    EXPECT_EQ(basics, w.m);
-    EXPECT_EQ(info.numbasics, r.structurals + r.logicals);
-    for (int32_t k = 0; k < w.m; k++) EXPECT_EQ(s.fac.pos[s.fac.head[k]], k);
+  const tvn::simplex_param param = direct_param();
+  tvn::simplex_info info;
+  const tvn::simplex_progress progress;
+  tvn::run_watch watch;
+  tvn::simplex_work w;
+  const tvn::lp_solution sol = keys.view();
+  EXPECT_TRUE(tvn::TVN_simplex_compressproblem(*sys, p.view(), {}, watch, w, &sol));
+  tvn::simplex_state s(*sys, param, info, progress, watch, w);
+  tvn::TVN_simplex_setupstate(s);
+  tvn::TVN_simplex_basisfromkeys(s, sol);
+  r.regular = tvn::TVN_simplex_factor(s.fac) == tvn::factor_result::full;
+  if (!r.regular) {
+    tvn::TVN_simplex_movefill(s, sol);
+    r.moved = tvn::TVN_simplex_factor(s.fac) == tvn::factor_result::full;
   }
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
+  int32_t basics = 0;
+  for (int32_t j = 0; j < w.total; j++) {
+    const bool named = tvn::TVN_simplex_userkey(w, sol, j) == tvn::sk_bas, in = s.fac.pos[j] >= 0;
+    basics += in;
+    (w.is_logical(j) ? r.logicals : r.structurals) += named;
+    (w.is_logical(j) ? r.keptlogicals : r.kept) += named && in;
+  }
+  EXPECT_EQ(basics, w.m);
+  EXPECT_EQ(info.numbasics, r.structurals + r.logicals);
+  for (int32_t k = 0; k < w.m; k++) EXPECT_EQ(s.fac.pos[s.fac.head[k]], k);
   return r;
 }
 
 tvn::simplex_info solve(lp_case& p, lp_point& s, int32_t hotstart) {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
   tvn::simplex_param param = direct_param();
   param.hotstart = hotstart;
-  tvn::simplex_info info;
-  tvn::lp_solution sol = s.view();
-  tvn::TVN_simplex_optimize(*sys, p.view(), param, info, {}, sol, nullptr);
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
-  return info;
-}
-
-int64_t iterations(const tvn::simplex_info& info) {
-  return info.count[tvn::kind_primal].iterations + info.count[tvn::kind_dual].iterations;
+  return run_simplex(p, param, s);
 }
 
 // Values without relations among them: what is regular in its pattern is regular.
@@ -76,20 +64,14 @@ void forget_basics(lp_point& s, std::mt19937_64& rng) {
 // A row of random entries that no point within the bounds of interest violates.
 void append_loose_rows(lp_case& p, int32_t num, std::mt19937_64& rng) {
   lp_case q = p;
-  q.beg = {0};
+  q.beg.clear();
   q.sub.clear();
   q.val.clear();
-  for (int32_t j = 0; j < p.n; j++) {
-    for (int64_t e = p.beg[size_t(j)]; e < p.beg[size_t(j) + 1]; e++) {
-      q.sub.push_back(p.sub[size_t(e)] + num);
-      q.val.push_back(p.val[size_t(e)]);
-    }
+  for (size_t j = 0; j < p.c.size(); j++) {
+    for (int64_t e = p.beg[j]; e < p.beg[j + 1]; e++) q.put(p.sub[size_t(e)] + num, p.val[size_t(e)]);
     for (int32_t i = 0; i < num; i++)
-      if (rng() % 3 == 0) {
-        q.sub.push_back(i);
-        q.val.push_back(static_cast<double>(rng() % 5) + 1);
-      }
-    q.beg.push_back(static_cast<int64_t>(q.sub.size()));
+      if (rng() % 3 == 0) q.put(i, static_cast<double>(rng() % 5) + 1);
+    q.end_column();
   }
   q.m += num;
   q.blc.insert(q.blc.begin(), static_cast<size_t>(num), -1e6);

@@ -1,18 +1,11 @@
 // If this failed in the field: small systems whose numbers span many decades, as chains of balances and of units make
 // them, would end without an answer, or be called infeasible.
-#include "support/simplexbench.h"
+#include "support/run.h"
 #include "support/widecase.h"
-
-#include <cstdlib>
 
 using namespace tvntest;
 
 namespace {
-
-uint64_t num_seeds(uint64_t usual) {
-  const char* s = std::getenv("TOVAN_SEEDS");
-  return s ? std::strtoull(s, nullptr, 10) : usual;
-}
 
 // nearisright: digits that the data do not have may keep the gap open.
 void expect_solved(lp_case p, uint64_t seed, bool nearisright = false, double tolprimal = 1e-6) {
@@ -20,11 +13,7 @@ void expect_solved(lp_case p, uint64_t seed, bool nearisright = false, double to
     for (const int32_t presolve : {0, 1}) {
       SCOPED_TRACE("seed " + std::to_string(seed) + " optimizer " + std::to_string(kind) + " presolve " +
                    std::to_string(presolve));
-      tvn::simplex_param param = direct_param();
-      param.optimizer = kind;
-      param.presolve = presolve;
-      lp_point point(p);
-      const tvn::simplex_info info = solve_whole(p, param, point);
+      const auto [info, point] = run_simplex(p, param_by(kind, presolve));
       ASSERT_EQ(info.response, tvn::simplex_code::ok);
       ASSERT_TRUE(info.solsta == tvn::sol_optimal || (nearisright && info.solsta == tvn::sol_near_optimal));
       const verdict v = judge(p, point);
@@ -70,13 +59,10 @@ TEST(WideNumbers, CutsAreForPointsWithinFarBounds) {
   for (const auto kind : {tvn::kind_primal, tvn::kind_dual, tvn::kind_free})
     for (const int32_t presolve : {0, 1}) {
       lp_case p{2, 1, 0, {-1}, {0, 2}, {0, 1}, {1e-3, 1.1e-3}, {-1e30, -1e30}, {5e6, 5.6e6}, {0}, {2e9}, {}, {}};
-      tvn::simplex_param param = direct_param();
-      param.optimizer = kind;
-      param.presolve = presolve;
+      tvn::simplex_param param = param_by(kind, presolve);
       param.cuts.uselow = true;
       param.cuts.low = -3e9;
-      lp_point point(p);
-      const tvn::simplex_info info = solve_whole(p, param, point);
+      const tvn::simplex_info info = run_simplex(p, param).info;
       EXPECT_EQ(info.response, tvn::simplex_code::ok);
       EXPECT_EQ(info.solsta, tvn::sol_optimal);
       EXPECT_EQ(info.objective, -2e9);
@@ -87,8 +73,7 @@ TEST(WideNumbers, ARunThatWasStoppedBeforeItHadAPointClaimsNone) {
   lp_case p{1, 2, 0, {0, 0}, {0, 1, 2}, {0, 0}, {1, 1}, {-1}, {1}, {-2, -2}, {3, 3}, {}, {}};
   tvn::simplex_param param = direct_param();
   param.maxtime = 0;
-  lp_point point(p);
-  const tvn::simplex_info info = solve_whole(p, param, point);
+  const tvn::simplex_info info = run_simplex(p, param).info;
   EXPECT_EQ(info.response, tvn::simplex_code::max_time);
   EXPECT_EQ(info.solsta, tvn::sol_unknown);
 }

@@ -16,7 +16,6 @@ inline tvn::simplex_param direct_param() {
   return param;
 }
 
-
 struct lp_case {
   int32_t m = 0, n = 0;
   double cfix = 0;
@@ -27,6 +26,29 @@ struct lp_case {
   std::vector<double> blc, buc, blx, bux; // +-1e30 where there is no bound
 
   std::vector<int32_t> bkc, bkx; // filled by view()
+
+  // Columns are made one after the other: entries, then the end.
+  void put(int32_t i, double a) {
+    if (a == 0) return;
+    sub.push_back(i);
+    val.push_back(a);
+  }
+  void end_column() {
+    if (beg.empty()) beg.push_back(0);
+    beg.push_back(static_cast<int64_t>(sub.size()));
+  }
+  void end_column(double cost, double lo, double up) {
+    end_column();
+    c.push_back(cost);
+    blx.push_back(lo);
+    bux.push_back(up);
+  }
+  // One more column, f times column j.
+  void add_multiple(size_t j, double f, double cost, double lo, double up) {
+    for (int64_t e = beg[j], end = beg[j + 1]; e < end; e++) put(sub[size_t(e)], f * val[size_t(e)]);
+    end_column(cost, lo, up);
+    n++;
+  }
 
   static int32_t key(double lo, double up) {
     if (lo <= -1e30) return up >= 1e30 ? tvn::bk_fr : tvn::bk_up;
@@ -99,14 +121,9 @@ inline lp_case nasty_case(uint64_t seed) {
   for (int j = 0; j < p.n; j++) p.c.push_back(pick(-2, 2));
   p.cfix = pick(-3, 3);
   for (int j = 0; j < p.n; j++) {
-    p.beg.push_back(static_cast<int64_t>(p.sub.size()));
-    for (int i = 0; i < p.m; i++)
-      if (a[size_t(i)][size_t(j)] != 0) {
-        p.sub.push_back(i);
-        p.val.push_back(a[size_t(i)][size_t(j)]);
-      }
+    for (int i = 0; i < p.m; i++) p.put(i, a[size_t(i)][size_t(j)]);
+    p.end_column();
   }
-  p.beg.push_back(static_cast<int64_t>(p.sub.size()));
   return p;
 }
 
@@ -129,15 +146,13 @@ inline known_case optimal_case(uint64_t seed, int32_t m, int32_t n, double densi
   y.resize(static_cast<size_t>(m));
   for (double& v : x) v = std::round(10 * (unit(rng) - 0.3));
   for (int32_t j = 0; j < n; j++) {
-    p.beg.push_back(static_cast<int64_t>(p.sub.size()));
     for (int32_t i = 0; i < m; i++)
       if (unit(rng) < density || i == j % m) {
-        p.sub.push_back(i);
-        p.val.push_back(std::round(8 * (unit(rng) - 0.5)) + 0.5);
+        p.put(i, std::round(8 * (unit(rng) - 0.5)) + 0.5);
         act[size_t(i)] += p.val.back() * x[size_t(j)];
       }
+    p.end_column();
   }
-  p.beg.push_back(static_cast<int64_t>(p.sub.size()));
   // Sign of the dual says which side is tight; 0 with a bound at the value makes a degenerate place.
   auto place = [&](double v, double& dual, std::vector<double>& lo, std::vector<double>& up, bool binding) {
     const bool lower = unit(rng) < 0.6;

@@ -78,14 +78,9 @@ inline lp_case parallel_case(uint64_t seed, const parallel_family& f) {
     p.buc.push_back((act + above) * rowscale[i]);
   }
   for (size_t j = 0; j < useN; j++) {
-    p.beg.push_back(int64_t(p.sub.size()));
-    for (size_t i = 0; i < useM; i++)
-      if (at(i, j) != 0) {
-        p.sub.push_back(int32_t(i));
-        p.val.push_back(at(i, j) * rowscale[i] * colscale[j]);
-      }
+    for (size_t i = 0; i < useM; i++) p.put(int32_t(i), at(i, j) * rowscale[i] * colscale[j]);
+    p.end_column();
   }
-  p.beg.push_back(int64_t(p.sub.size()));
   return p;
 }
 

@@ -1,13 +1,32 @@
 // Problems made for presolve, and the auditor that checks a solution at every depth of the record stack.
 #pragma once
 
-#include "oracle.h"
 #include "prslv/reduced.h"
+#include "run.h"
 
 #include <map>
 #include <set>
 
 namespace tvntest {
+
+// Presolve of a problem, in an environment of its own.
+struct presolved {
+  checked_env sys;
+  tvn::editable_problem e;
+  tvn::prslv_context* ctx = nullptr;
+  tvn::prslv_stats stats;
+  explicit presolved(lp_case& p, const char* varint = nullptr) {
+    tvn::TVN_prslv_copyeditable(*sys, p.view(), e);
+    e.p.varint = varint;
+    ctx = tvn::TVN_prslv_make(*sys, e.p);
+  }
+  ~presolved() { tvn::TVN_prslv_delete(ctx); }
+  presolved(const presolved&) = delete;
+  presolved& operator=(const presolved&) = delete;
+  tvn::prslv_code reduce(const tvn::prslv_param& param, const tvn::prslv_progress& progress = {}) {
+    return tvn::TVN_prslv_reduce(*ctx, param, stats, progress);
+  }
+};
 
 // Rows of a random small problem, grown by the structures that presolve looks for.
 struct case_maker {
@@ -62,16 +81,12 @@ struct case_maker {
     p.cfix = pick(-2, 2);
     std::vector<std::vector<std::pair<int, double>>> cols(c.size());
     for (int i = 0; i < p.m; i++)
-      for (const auto& [j, a] : rows[size_t(i)])
-        if (a != 0) cols[size_t(j)].emplace_back(i, a);
+      for (const auto& [j, a] : rows[size_t(i)]) cols[size_t(j)].emplace_back(i, a);
     for (const auto& col : cols) {
-      p.beg.push_back(static_cast<int64_t>(p.sub.size()));
-      for (const auto& [i, a] : col) {
-        p.sub.push_back(i);
-        p.val.push_back(a);
-      }
+      for (const auto& [i, a] : col) p.put(i, a);
+      p.end_column();
     }
-    p.beg.push_back(static_cast<int64_t>(p.sub.size()));
+    if (cols.empty()) p.beg.push_back(0);
     return p;
   }
 };

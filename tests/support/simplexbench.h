@@ -2,16 +2,15 @@
 #pragma once
 
 #include "simplex/dual/dstate.h"
-#include "support/lpcase.h"
+#include "support/run.h"
 
-#include <gtest/gtest.h>
 #include <memory>
 #include <string>
 
 namespace tvntest {
 
 struct bench {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
+  checked_env sys;
   tvn::simplex_param param = direct_param();
   tvn::simplex_info info;
   std::string line;
@@ -32,11 +31,6 @@ struct bench {
         tvn::TVN_simplex_restnonbasic(*state, j, tvn::sk_unk);
     }
   }
-  ~bench() {
-    state.reset();
-    work = tvn::simplex_work();
-    EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
-  }
   static int32_t note_line(void* handle, tvn::simplex_event, const tvn::simplex_info& i) {
     if (i.line) static_cast<bench*>(handle)->line = i.line;
     return 0;
@@ -55,15 +49,5 @@ struct bench {
     return sum;
   }
 };
-
-// The whole frame on a problem, in an environment of its own.
-inline tvn::simplex_info solve_whole(lp_case& p, const tvn::simplex_param& param, lp_point& point) {
-  tvn::sysenv* sys = tvn::TVN_sysenv_make(1, nullptr, nullptr, nullptr);
-  tvn::simplex_info info;
-  tvn::lp_solution sol = point.view();
-  tvn::TVN_simplex_optimize(*sys, p.view(), param, info, {}, sol);
-  EXPECT_EQ(tvn::TVN_sysenv_delete(&sys), tvn::sys_code::ok) << "leak";
-  return info;
-}
 
 } // namespace tvntest

@@ -28,21 +28,15 @@ inline lp_case triangular_case(uint64_t seed) {
     return i == j ? 0.1 * (1 + unit(rng)) : unit(rng) < 0.6 ? std::round(6 * unit(rng) - 3) : 0.0;
   };
   for (int32_t j = 0; j < n; j++) {
-    p.beg.push_back(static_cast<int64_t>(p.sub.size()));
     double c = 0;
     for (int32_t i = j; i < n; i++) {
       const double a = entry(i, j);
-      if (a == 0) continue;
-      p.sub.push_back(i);
-      p.val.push_back(a);
+      p.put(i, a);
       act[size_t(i)] += a * x[size_t(j)];
       c += a * y[size_t(i)];
     }
-    p.c.push_back(c);
-    p.blx.push_back(-1e30);
-    p.bux.push_back(1e30);
+    p.end_column(c, -1e30, 1e30);
   }
-  p.beg.push_back(static_cast<int64_t>(p.sub.size()));
   p.blc = p.buc = act;
   return p;
 }
@@ -114,16 +108,13 @@ inline lp_case wide_case(uint64_t seed, double veryfar = 0) {
   for (size_t i = 0; i < m; i++) y[i] = w.bounds(act[i], 5 * r[i], p.blc[i], p.buc[i]) / r[i];
   for (size_t j = 0; j < n; j++) {
     double c = s[j] * w.bounds(x[j], 5 / s[j], p.blx[j], p.bux[j]);
-    p.beg.push_back(static_cast<int64_t>(p.sub.size()));
     for (size_t i = 0; i < m; i++) {
-      if (a[i * n + j] == 0) continue;
-      p.sub.push_back(static_cast<int32_t>(i));
-      p.val.push_back(a[i * n + j]);
+      p.put(static_cast<int32_t>(i), a[i * n + j]);
       c += a[i * n + j] * y[i];
     }
     p.c.push_back(c);
+    p.end_column();
   }
-  p.beg.push_back(static_cast<int64_t>(p.sub.size()));
   return p;
 }
 
