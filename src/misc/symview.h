@@ -1,5 +1,5 @@
 // A sparse symmetric matrix by its lower triangle: column j holds positions beg[j] .. beg[j + 1] - 1, rows from j on,
-// no row twice. Each entry off the diagonal stands for two.
+// ascending, no row twice. Each entry off the diagonal stands for two.
 #pragma once
 
 #include "cpub/buffer.h"

@@ -9,7 +9,7 @@ namespace {
 
 // From the problem to a solution with a status. False: another attempt is to be made.
 bool attempt_once(const ipm_run& run) {
-  const bool presolve = run.param.presolve && !run.lp.q.any();
+  const bool presolve = run.param.presolve;
   attempt a(run);
   ipm_info& info = run.info;
   info.response = hs_code::ok;

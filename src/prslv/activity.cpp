@@ -87,6 +87,10 @@ void TVN_prslv_killvar(prslv_context& x, int32_t j, double value) {
   const double lo = var_lower(x, j), up = var_upper(x, j);
   x.varlive[j] = 0;
   x.p.cfix += x.p.c[j] * value;
+  if (!x.q.beg.empty()) {
+    x.p.cfix += x.q.diag[j] * value * value / 2;
+    for_quadratic(x, j, [&](int32_t k, double q) { x.p.c[k] += q * value; });
+  }
   for_col(x, j, [&](int32_t i, double a) {
     TVN_prslv_addterm(x.act, i, a, lo, up, -1);
     const double shift = a * value;

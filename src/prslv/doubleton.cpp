@@ -78,7 +78,7 @@ pair_entry choose_pair(const prslv_context& x, int32_t i) {
 // True when the row went. Activities follow where they are in use.
 bool prslv_doubletoncon(prslv_context& x, int32_t i, bool active) {
   const pair_entry e = choose_pair(x, i);
-  if (!x.varlin[e.keep] || !may_substitute(x, e.go) || std::fabs(e.ago) < x.param.pivlimit * std::fabs(e.akeep) ||
+  if (!may_move(x, e.keep) || !may_substitute(x, e.go) || std::fabs(e.ago) < x.param.pivlimit * std::fabs(e.akeep) ||
       !TVN_prslv_pivotroom(x, i, e.go))
     return false;
   const double b = con_lower(x, i), l = var_lower(x, e.keep), u = var_upper(x, e.keep), lg = var_lower(x, e.go),

@@ -9,6 +9,51 @@ constexpr const char* label = "src/prslv/prslv";
 
 } // namespace
 
+namespace {
+
+void make_quadratic(sysenv& sys, const prslv_problem& p, prslv_quadratic& to) {
+  const int32_t n = p.numvar;
+  to.term.reset(sys, n, prslv_term::none);
+  if (p.varterm) std::copy_n(p.varterm, n, to.term.data());
+  if (!p.q.any()) return;
+  to.diag.reset(sys, n, 0.0);
+  to.beg.reset(sys, int64_t{n} + 1, 0);
+  const auto each = [&](auto f) { // off the diagonal
+    for (int32_t j = 0; j < n; j++)
+      for (int64_t e = p.q.beg[j]; e < p.q.beg[j + 1]; e++)
+        if (p.q.sub[e] != j && p.q.val[e] != 0) f(p.q.sub[e], j, p.q.val[e]);
+  };
+  const auto mark = [&](int32_t j) {
+    if (to.term[j] == prslv_term::none) to.term[j] = prslv_term::objective;
+  };
+  for (int32_t j = 0; j < n; j++) {
+    if (p.q.beg[j] == p.q.beg[j + 1] || p.q.sub[p.q.beg[j]] != j) continue; // the diagonal comes first
+    to.diag[j] = p.q.val[p.q.beg[j]];
+    if (to.diag[j] != 0) mark(j);
+  }
+  each([&](int32_t i, int32_t j, double) {
+    mark(i);
+    mark(j);
+    to.beg[i]++;
+    to.beg[j]++;
+  });
+  int64_t sum = 0;
+  for (int64_t& b : to.beg) { // ends first: they are counted down
+    sum += b;
+    b = sum;
+  }
+  to.sub.reset(sys, sum);
+  to.val.reset(sys, sum);
+  each([&](int32_t i, int32_t j, double v) {
+    to.sub[--to.beg[i]] = j;
+    to.val[to.beg[i]] = v;
+    to.sub[--to.beg[j]] = i;
+    to.val[to.beg[j]] = v;
+  });
+}
+
+} // namespace
+
 void TVN_prslv_initparam(prslv_param& param) { param = prslv_param{}; }
 
 prslv_context* TVN_prslv_make(sysenv& sys, const prslv_problem& problem) {
@@ -21,9 +66,8 @@ prslv_context* TVN_prslv_make(sysenv& sys, const prslv_problem& problem) {
     x->conlive.reset(sys, m, 1);
     x->varlive.reset(sys, n, 1);
     x->conlin.reset(sys, m, 1);
-    x->varlin.reset(sys, n, 1);
     if (problem.conlin) std::copy_n(problem.conlin, m, x->conlin.data());
-    if (problem.varlin) std::copy_n(problem.varlin, n, x->varlin.data());
+    make_quadratic(sys, problem, x->q);
     for (auto* b : {&x->act.lower, &x->act.upper}) b->reset(sys, m, 0.0);
     for (auto* b : {&x->act.numlower, &x->act.numupper}) b->reset(sys, m, 0);
     TVN_prslv_initlist(sys, m, x->due.rows);
@@ -65,8 +109,9 @@ void TVN_prslv_keeprecords(prslv_context& x) noexcept {
   for (auto* b : {&x.connz, &x.varnz, &x.act.numlower, &x.act.numupper, &x.tmp.rowmark, &x.tmp.colmark, &x.tmp.subwork,
                   &x.implied.lowrow, &x.implied.upprow, &x.due.rows.item, &x.due.cols.item})
     b->clear();
-  for (auto* b : {&x.conlin, &x.varlin, &x.implied.held, &x.due.rows.in, &x.due.cols.in}) b->clear();
+  for (auto* b : {&x.conlin, &x.implied.held, &x.due.rows.in, &x.due.cols.in}) b->clear();
   x.tmp.pivotrows.free();
+  x.q = {};
 }
 
 void TVN_prslv_putaudit(prslv_context& ctx, const prslv_audit& audit) { ctx.audit = audit; }

@@ -7,8 +7,10 @@
 // pushes a record from which its effect on a solution is undone, newest first.
 // Driver: make -> TVN_prslv_reduce -> solve the live problem -> TVN_prslv_postsolve(basis) -> TVN_prslv_unreduce.
 //
-// Always a minimisation of c'x + cc'xc + cfix with xc = A x; reduced costs are c_j - a_j'y and cc_i + y_i.
-// Sources: Brearley, Mitra and Williams 1975; Andersen and Andersen 1995; Gondzio 1997; Achterberg and others 2020.
+// Always a minimisation of x'Qx/2 + c'x + cc'xc + cfix with xc = A x; reduced costs are c_j + (Qx)_j - a_j'y and
+// cc_i + y_i.
+// Sources: Brearley, Mitra and Williams 1975; Andersen and Andersen 1995; Gondzio 1997; Gould and Toint 2004 (Q);
+// Achterberg and others 2020.
 #pragma once
 
 #include "cpub/bsto.h"
@@ -18,6 +20,14 @@
 #include <array>
 
 namespace tvn {
+
+// Where a column has a term that is not linear.
+enum class prslv_term : int8_t {
+  none = 0,
+  objective = 1, // in Q: it may be bounded and fixed
+  row = 2,       // in a quadratic row: left alone
+  cone = 3,      // likewise
+};
 
 // The problem, with vectors that presolve may edit. Column j of A holds positions ptrb[j] .. ptre[j]-1.
 struct prslv_problem {
@@ -29,8 +39,10 @@ struct prslv_problem {
   double *blc = nullptr, *buc = nullptr, *blx = nullptr, *bux = nullptr;
   double *c = nullptr, *cc = nullptr; // [numvar], [numcon]
   double cfix = 0;
-  // Null: all linear, none integer. A row or column with a term that is not linear is left alone.
-  const char *conlin = nullptr, *varlin = nullptr, *varint = nullptr;
+  sym_view q; // of the objective
+  // Null: all linear, none integer. A row with a term that is not linear is left alone. Columns in q need not be told.
+  const char *conlin = nullptr, *varint = nullptr;
+  const prslv_term* varterm = nullptr;
 };
 
 struct prslv_param {

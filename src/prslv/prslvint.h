@@ -117,6 +117,14 @@ struct prslv_certificate {
   vec<double> vals;
 };
 
+// Q of the objective without its diagonal, both halves by columns; with the columns' kinds.
+struct prslv_quadratic {
+  buffer<prslv_term> term; // [numvar]
+  buffer<int64_t> beg;     // [numvar + 1] empty: there is no Q
+  buffer<int32_t> sub;
+  buffer<double> val, diag;
+};
+
 struct prslv_context {
   sysenv* sys = nullptr;
   prslv_problem p;
@@ -124,7 +132,8 @@ struct prslv_context {
   int32_t status = prs_undecided;
   prslv_lines row, col;
   int64_t cleanfree = 0; // first free positions after the last cleaning, summed
-  buffer<char> conlive, varlive, conlin, varlin;
+  buffer<char> conlive, varlive, conlin;
+  prslv_quadratic q;
   buffer<int32_t> connz, varnz; // live entries
   prslv_activities act;
   prslv_due due;
@@ -162,16 +171,28 @@ inline int32_t key_of(double lo, double up) {
 // other columns, no linear duality reaches through it, and it is fixed only where it may stand. Duality still holds
 // between continuous columns and rows, since it holds for each choice of the integer ones.
 inline bool is_integer(const prslv_context& x, int32_t j) { return x.p.varint && x.p.varint[j]; }
-inline bool may_substitute(const prslv_context& x, int32_t j) { return x.varlin[j] && !is_integer(x, j); }
-inline bool may_use_dual(const prslv_context& x, int32_t j) { return x.varlin[j] && !is_integer(x, j); }
+inline bool is_linear(const prslv_context& x, int32_t j) { return x.q.term[j] == prslv_term::none; }
+// A column in Q takes new bounds, values and costs like any other; its reduced cost changes with the point.
+inline bool may_move(const prslv_context& x, int32_t j) {
+  return is_linear(x, j) || x.q.term[j] == prslv_term::objective;
+}
+inline bool may_bound(const prslv_context& x, int32_t j) { return may_move(x, j) && !is_integer(x, j); }
+inline bool may_substitute(const prslv_context& x, int32_t j) { return is_linear(x, j) && !is_integer(x, j); }
+inline bool may_use_dual(const prslv_context& x, int32_t j) { return is_linear(x, j) && !is_integer(x, j); }
 inline bool may_fix(const prslv_context& x, int32_t j, double value) {
-  return x.varlin[j] && (!is_integer(x, j) || value == std::floor(value));
+  return may_move(x, j) && (!is_integer(x, j) || value == std::floor(value));
 }
 
 // f(j, a) for the live entries of row i, f(i, a) for those of column j.
 template <class F> void for_row(const prslv_context& x, int32_t i, F f) {
   for (int64_t p = x.row.beg[i], e = p + x.row.len[i]; p < e; p++)
     if (x.varlive[x.row.sub[p]]) f(x.row.sub[p], x.row.val[p]);
+}
+// f(k, q) for the live columns that stand with j in Q, others than itself.
+template <class F> void for_quadratic(const prslv_context& x, int32_t j, F f) {
+  if (x.q.beg.empty()) return;
+  for (int64_t p = x.q.beg[j]; p < x.q.beg[j + 1]; p++)
+    if (x.varlive[x.q.sub[p]]) f(x.q.sub[p], x.q.val[p]);
 }
 template <class F> void for_col(const prslv_context& x, int32_t j, F f) {
   for (int64_t p = x.col.beg[j], e = p + x.col.len[j]; p < e; p++)

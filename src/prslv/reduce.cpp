@@ -127,7 +127,7 @@ prslv_code prslv_init(prslv_context& x) {
   for (int32_t i = 0; i < x.p.numcon && x.status == prs_undecided; i++) {
     if (!x.conlive[i] || !x.conlin[i] || x.connz[i] != 1) continue;
     const auto [j, a] = TVN_prslv_getconsin(x, i);
-    if (may_substitute(x, j) && std::fabs(a) > leastsingleton) TVN_prslv_consin(x, i, rt_initialconsin);
+    if (may_bound(x, j) && std::fabs(a) > leastsingleton) TVN_prslv_consin(x, i, rt_initialconsin);
     if (TVN_prslv_stopped(x.run, 1)) return prslv_code::stopped;
   }
   return prslv_code::ok;

@@ -53,6 +53,24 @@ void copy_matrix(sysenv& sys, const prslv_context& ctx, const prslv_problem& p, 
   r.ptr[r.lp.numvar] = at;
 }
 
+void copy_quadratic(sysenv& sys, const prslv_context& ctx, const sym_view& q, reduced_problem& r) {
+  if (!q.any()) return;
+  buffer<int32_t> newcol(sys, q.n, -1);
+  for (int32_t k = 0; k < r.lp.numvar; k++) newcol[r.var2user[k]] = k;
+  r.q.make(sys, r.lp.numvar, q.beg[q.n]);
+  int64_t at = 0;
+  for (int32_t k = 0; k < r.lp.numvar; k++) {
+    const int32_t j = r.var2user[k];
+    for (int64_t p = q.beg[j]; p < q.beg[j + 1]; p++) {
+      if (!TVN_prslv_varislive(ctx, q.sub[p])) continue;
+      r.q.sub[at] = newcol[q.sub[p]];
+      r.q.val[at++] = q.val[p];
+    }
+    r.q.beg[k + 1] = at;
+  }
+  r.lp.q = r.q.view();
+}
+
 } // namespace
 
 void TVN_prslv_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_problem& r) {
@@ -60,6 +78,7 @@ void TVN_prslv_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_proble
   buffer<int32_t> newrow;
   number_live(sys, ctx, p, r, newrow);
   copy_matrix(sys, ctx, p, newrow, TVN_prslv_getnz(ctx), r);
+  copy_quadratic(sys, ctx, p.q, r);
   const int64_t m = r.lp.numcon, n = r.lp.numvar;
   r.keys.reset(sys, 2 * (m + n));
   r.reals.reset(sys, 7 * m + 6 * n);
@@ -164,6 +183,7 @@ void TVN_prslv_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e)
   else
     std::fill_n(p.cc, m, 0.0);
   p.cfix = lp.cfix;
+  p.q = lp.q;
 }
 
 namespace {

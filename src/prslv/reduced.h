@@ -18,6 +18,7 @@ struct reduced_problem {
   buffer<int64_t> ptr;                // [numvar + 1]
   buffer<int32_t> sub, keys;
   buffer<double> val, reals;
+  sym_matrix q;
 };
 
 void TVN_prslv_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_problem& r);

@@ -1,21 +1,22 @@
 // A column goes to a value: its bounds meet, its reduced cost has one sign, or nothing holds it.
 //
-// Andersen and Andersen 1995. The column moves into row bounds and the fixed term. Undo: the value comes back into the
-// activities, the reduced cost c_j - a_j'y is formed from the rows that were live, and lies on the bound's side.
+// Andersen and Andersen 1995; with Q Gould and Toint 2004. The column moves into row bounds, the fixed term and the
+// costs of the columns that stand with it in Q. Undo: the value comes back into the activities, the reduced cost c_j +
+// (Qx)_j - a_j'y is formed from the rows and columns that were live, and lies on the bound's side.
 #include "prslv/prslvstk.h"
 
 namespace tvn {
 
 namespace {
 
-// A column that went to a value, with its key, bounds and entries.
+// A column that went to a value, with its key, bounds and entries, and behind them those of Q beside its diagonal.
 struct varfix_record {
   static constexpr prslv_type types[] = {rt_varfix,    rt_initialvarfix, rt_blkfix,
                                          rt_varfixlow, rt_varfixupr,     rt_varfixfree};
   using item = prslv_entry;
-  int32_t j, key, num;
-  double value, lower, upper;
-  int64_t numitems() const { return num; }
+  int32_t j, key, num, numq;
+  double value, lower, upper, diagonal;
+  int64_t numitems() const { return int64_t{num} + numq; }
 };
 
 } // namespace
@@ -23,12 +24,20 @@ struct varfix_record {
 void TVN_prslv_varfix(prslv_context& x, int32_t j, double value, int32_t rtype) {
   TVN_prslv_beginpushstk(x, rtype);
   push_col(x, j, x.stk);
-  TVN_prslv_endpushstk(x, rtype, varfix_record{j, x.p.bkx[j], x.varnz[j], value, x.p.blx[j], x.p.bux[j]});
+  int32_t numq = 0;
+  for_quadratic(x, j, [&](int32_t k, double q) {
+    push_item(x.stk, prslv_entry{k, q});
+    numq++;
+  });
+  const double diagonal = x.q.beg.empty() ? 0.0 : x.q.diag[j];
+  TVN_prslv_endpushstk(x, rtype,
+                       varfix_record{j, x.p.bkx[j], x.varnz[j], numq, value, x.p.blx[j], x.p.bux[j], diagonal});
   TVN_prslv_killvar(x, j, value);
 }
 
 void prslv_undovarfix(prslv_post& w, int32_t rtype) {
-  const auto [r, column] = TVN_prslv_poprecord<varfix_record>(w.x.stk);
+  const auto [r, items] = TVN_prslv_poprecord<varfix_record>(w.x.stk);
+  const auto column = items.first(static_cast<size_t>(r.num)), others = items.subspan(static_cast<size_t>(r.num));
   lp_solution& s = w.s;
   const int32_t j = r.j, key = r.key;
   const double lo = r.lower, up = r.upper, value = w.pf * r.value;
@@ -37,6 +46,8 @@ void prslv_undovarfix(prslv_post& w, int32_t rtype) {
     s.xc[i] += a * value;
     d -= a * s.y[i];
   }
+  for (const auto& [k, q] : others) d += w.df * q * s.xx[k];
+  if (r.diagonal != 0) d += w.df * r.diagonal * value;
   s.xx[j] = value;
   if (rtype == rt_varfixlow || (rtype == rt_blkfix && has_lower(key) && r.value == lo))
     s.skx[j] = sk_low;
@@ -56,7 +67,7 @@ void prslv_undovarfix(prslv_post& w, int32_t rtype) {
 void TVN_prslv_emptyvariables(prslv_context& x) {
   for (int32_t j = 0; j < x.p.numvar && x.status == prs_undecided; j++) {
     if (TVN_prslv_stopped(x.run, 1)) return;
-    if (!x.varlive[j] || x.varnz[j] != 0 || !x.varlin[j]) continue;
+    if (!x.varlive[j] || x.varnz[j] != 0 || !is_linear(x, j)) continue;
     const double c = x.p.c[j], lo = var_lower(x, j), up = var_upper(x, j);
     const bool haslo = lo > -prslv_inf, hasup = up < prslv_inf;
     auto fix = [&](double value, int32_t rtype) {
