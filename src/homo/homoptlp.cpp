@@ -163,6 +163,16 @@ void set_accuracy(hom_run& run) noexcept {
   p.tolkrylov = std::max(least_krylov, krylov * p.tolrefine);
 }
 
+// What rounding leaves of a pivot of 0 is less by far.
+bool is_nonconvex(const hom_run& run) noexcept {
+  constexpr double wrong = -1e-3;
+  return run.param->watchconvexity && run.d.q.any() && TVN_kktfac_wrongpivot(run.w.k) < wrong;
+}
+
+bool has_negative(const hom_quadratic& q) noexcept {
+  return std::any_of(q.diag.begin(), q.diag.end(), [](double v) { return v < 0; });
+}
+
 // A direction of the present point, at whatever level gives one.
 newton_code direction(hom_run& run) {
   set_accuracy(run);
@@ -171,6 +181,10 @@ newton_code direction(hom_run& run) {
     const bool merged = run.d.q.any() && run.w.k.form == kkt_form::adat;
     const double delta = merged ? quadratic_delta : base_delta;
     newton_code code = hom_factor(run.d, run.now, base_rho * factor, delta * factor, run.w);
+    if (is_nonconvex(run)) {
+      run.info->response = hs_code::nonconvex;
+      return newton_code::failed;
+    }
     if (code == newton_code::ok) code = hom_choosemove(run.d, run.now, run.r, run.f, run.maxcor, run.w, run.move);
     if (code == newton_code::ok || code == newton_code::stopped || !raise(run)) return code;
   }
@@ -192,7 +206,7 @@ bool iterate(hom_run& run) {
     return false;
   }
   if (code != newton_code::ok) {
-    info.response = hs_code::numerical;
+    if (info.response == hs_code::ok) info.response = hs_code::numerical;
     return false;
   }
   const hom_steps a = step_of(run);
@@ -299,6 +313,10 @@ void hom_optlp(hom_run& run) {
   std::fill_n(run.out->skx, run.d.n, sk_supbas);
   run.maxcor = run.param->maxcorrectors >= 0 ? run.param->maxcorrectors : free_correctors;
   newton_code code = prepare(run);
+  if (has_negative(run.d.q) || is_nonconvex(run)) {
+    info.response = hs_code::nonconvex;
+    code = newton_code::failed;
+  }
   for (bool goeson = true; goeson;) {
     hom_measure(run.d, run.now, run.r, run.f);
     if (!improved(run)) {

@@ -165,4 +165,8 @@ void TVN_kktfac_make(sysenv& sys, int32_t numrow, int32_t numcol, const kktfac_p
 // info.residual and info.inexact. May factor again, with another floor under D.
 [[nodiscard]] kktfac_code TVN_kktfac_solve(kktfac& k, kkt_target target, int32_t num, double* x, double* y) noexcept;
 
+// Of the last factorisation of the big system: the most negative pivot of a column, in a matrix with a diagonal near 1;
+// 0 when there was none. H is not semidefinite where it is more than rounding.
+double TVN_kktfac_wrongpivot(const kktfac& k) noexcept;
+
 } // namespace tvn

@@ -259,6 +259,13 @@ void kktfac_endfloors(kktfac& k, double residual) noexcept {
   f.pause = f.nummissed > 0 ? 1 << f.nummissed : 0;
 }
 
+double TVN_kktfac_wrongpivot(const kktfac& k) noexcept {
+  double worst = 0;
+  for (int32_t i = 0; k.form == kkt_form::sqdt && k.info.numrepair > 0 && i < k.n; i++)
+    if (k.added[i] > 0 && k.sign[k.structure.perm[i]] > 0) worst = std::min(worst, k.factor.d[i] - k.added[i]);
+  return worst;
+}
+
 kktfac_code TVN_kktfac_numfac(kktfac& k, const kktfac_numbers& numbers) {
   k.stopped = false;
   k.factored = false;

@@ -16,12 +16,6 @@ constexpr double reltol = 100, relgap = 10;
 constexpr double widening = 100;  // of the tolerances for a near optimum
 constexpr double leasttol = 1e-9; // rounding of the data allows no smaller one
 
-lp_tolerances tolerances(const hs_param& p, double factor) {
-  lp_tolerances tol{factor * std::max(leasttol, reltol * p.tolpfeas), factor * std::max(leasttol, reltol * p.toldfeas)};
-  tol.gap = factor * std::max(leasttol, relgap * p.tolgap);
-  return tol;
-}
-
 int32_t poll_presolve(void* handle, int32_t) { return static_cast<run_watch*>(handle)->stopped() ? 1 : 0; }
 
 void presolve_line(void* handle, const char* line) {
@@ -32,6 +26,12 @@ void presolve_line(void* handle, const char* line) {
 }
 
 } // namespace
+
+lp_tolerances TVN_opt_tolerances(const hs_param& p, double factor) {
+  lp_tolerances tol{factor * std::max(leasttol, reltol * p.tolpfeas), factor * std::max(leasttol, reltol * p.toldfeas)};
+  tol.gap = factor * std::max(leasttol, relgap * p.tolgap);
+  return tol;
+}
 
 bool attempt::presolve() {
   TVN_prslv_copyeditable(run.sys, run.near, edited);
@@ -241,7 +241,7 @@ bool attempt::walk_back(int32_t claim) {
 // An optimum of fewer bounds that keeps the others is one of them all, and is judged without them: far out, what is
 // rounding in a dual would count.
 lp_verdict attempt::verdict(int32_t claim, double factor) const {
-  const lp_tolerances tol = tolerances(run.param.hs, factor);
+  const lp_tolerances tol = TVN_opt_tolerances(run.param.hs, factor);
   if (&run.near == &run.lp || claim == sol_prim_infeas_cer || claim == sol_dual_infeas_cer)
     return TVN_verify_claim(run.sys, run.lp, run.sol, claim, tol);
   lp_verdict v = TVN_verify_claim(run.sys, run.near, run.sol, claim, tol);

@@ -24,8 +24,10 @@ struct ipm_run {
   basis_run* basis; // or null
 };
 
+// A run that ends like this makes no other attempt and claims nothing.
 inline bool is_stop(hs_code code) {
-  return code == hs_code::max_time || code == hs_code::user_stop || code == hs_code::peer_stop;
+  return code == hs_code::max_time || code == hs_code::user_stop || code == hs_code::peer_stop ||
+         code == hs_code::nonconvex;
 }
 
 // The claim without its doubt: it is looked at with wider tolerances instead.

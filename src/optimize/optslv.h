@@ -5,6 +5,7 @@
 #include "homo/hslv.h"
 #include "prslv/prslv.h"
 #include "simplex/base/types.h"
+#include "verify/verify.h"
 
 namespace tvn {
 
@@ -70,6 +71,9 @@ struct ipm_progress {
   int32_t (*fn)(void* handle, ipm_event event, const ipm_info& info) = nullptr;
   int32_t operator()(ipm_event event, const ipm_info& info) const { return fn ? fn(handle, event, info) : 0; }
 };
+
+// What the tolerances of the loop, times a factor, are on the user's data.
+lp_tolerances TVN_opt_tolerances(const hs_param& p, double factor);
 
 // Minimises lp; all arrays of sol are set. The statuses rest on the residuals of sol on lp itself: what the optimizer
 // proposes and they do not support is tightened, tried again without presolve, or not claimed. Then the step to a

@@ -43,7 +43,7 @@ TEST_F(Roads, WithoutAnOptimizerEndWithACodeAndTheReasonAndLeaveTheSolution) {
       {TVN_OPTIMIZER_FREE, qcqo, inv, "interior-point"},
       {TVN_OPTIMIZER_INTPNT, conic, inv, ""},
       {TVN_OPTIMIZER_INTPNT, mixed, TVN_RES_ERR_MIXED_PROBLEM, ""},
-      {TVN_OPTIMIZER_QCONE, qo, inv, "direct"},
+      {TVN_OPTIMIZER_QCONE, qcqo, inv, "direct"},
       {TVN_OPTIMIZER_QCONE, conic, inv, ""},
       {TVN_OPTIMIZER_CONIC, lo, inv, "conic"},
       {TVN_OPTIMIZER_FREE, conic, inv, "conic"},

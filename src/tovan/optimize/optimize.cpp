@@ -125,8 +125,8 @@ TVNrescodee TVN_contoptimizer(task& t) {
   if (is_simplex(optimizer)) return type == TVN_PROBTYPE_LO ? TVN_simplexoptimizer(t) : wrong_optimizer(t);
   if (type == TVN_PROBTYPE_MIXED) return report(t, label, __LINE__, TVN_RES_ERR_MIXED_PROBLEM);
   if (type == TVN_PROBTYPE_CONIC) return wrong_optimizer(t);
-  if (optimizer == TVN_OPTIMIZER_QCONE && type != TVN_PROBTYPE_GECO)
-    return missing_optimizer(t, "direct optimizer for quadratic problems");
+  if (optimizer == TVN_OPTIMIZER_QCONE && type == TVN_PROBTYPE_QCQO)
+    return missing_optimizer(t, "direct optimizer for quadratic constraints");
   if (type == TVN_PROBTYPE_QO || type == TVN_PROBTYPE_QCQO)
     if (const TVNrescodee code = TVN_checkconvexity(t)) return code;
   if (type == TVN_PROBTYPE_QO) return TVN_interioroptimizer(t);

@@ -1,5 +1,6 @@
 // The interior-point road: settings and views for the layer below, its result into the interior slot.
 #include "cpub/machinfo.h"
+#include "qcoptdir/qcopt.h"
 #include "tovan/data/data.h"
 #include "tovan/optimize/minimised.h"
 #include "tovan/optimize/optimize.h"
@@ -8,10 +9,13 @@
 #include "tovan/optimize/tovanipmlog.h"
 #include "tovan/task/convert.h"
 #include "tovan/task/log.h"
+#include "tovan/task/report.h"
 
 namespace tvn {
 
 namespace {
+
+constexpr const char* label = "src/tovan/tovanipm";
 
 kkt_form factor_form(int32_t value) {
   switch (value) {
@@ -56,6 +60,7 @@ hs_param TVN_homogeneousparam(const task& t, bool maximize) {
   const auto& iv = t.params.ival;
   const auto& dv = t.params.dval;
   p.maxiterations = iv[TVN_IPAR_INTPNT_MAX_ITERATIONS];
+  p.watchconvexity = iv[TVN_IPAR_CHECK_CONVEXITY] != TVN_CHECK_CONVEXITY_FULL;
   p.maxcorrectors = iv[TVN_IPAR_INTPNT_MAX_NUM_COR];
   p.maxrefinements = iv[TVN_IPAR_INTPNT_MAX_NUM_REFINEMENT_STEPS];
   p.diffstep = iv[TVN_IPAR_INTPNT_DIFF_STEP] != 0;
@@ -168,13 +173,17 @@ TVNrescodee TVN_interioroptimizer(task& t) {
   if (wantbasis) param.hs.refine = basisrefine;
   TVN_invalidallsol(t);
   ipm_view view{&t, maximize ? -1.0 : 1.0, TVN_sysenv_gettime(), TVN_RES_OK};
+  view.separable = t.params.ival[TVN_IPAR_OPTIMIZER] == TVN_OPTIMIZER_QCONE;
   ipm_info info;
   basis_view basisview{&t, view.sense};
   basis_run basis = wantbasis ? wanted_basis(t, basisview) : basis_run{};
   {
     const lent_matrix matrix(t);
-    TVN_opt_ipmslv(*t.sys, TVN_minimisedview(t, costs, matrix.a), param, info, {&view, TVN_interiorprogress}, sol,
-                   wantbasis ? &basis : nullptr);
+    const lp_view lp = TVN_minimisedview(t, costs, matrix.a);
+    if (view.separable && lp.q.any())
+      TVN_qcopt_slv(*t.sys, lp, param, info, {&view, TVN_interiorprogress}, sol);
+    else
+      TVN_opt_ipmslv(*t.sys, lp, param, info, {&view, TVN_interiorprogress}, sol, wantbasis ? &basis : nullptr);
     TVN_turnduals(t, maximize, sol);
     if (basis.made) TVN_turnduals(t, maximize, basis.sol);
   }
@@ -182,6 +191,7 @@ TVNrescodee TVN_interioroptimizer(task& t) {
   update_interioritems(view, info);
   TVNrescodee code = view.trm != TVN_RES_OK ? view.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
   log_interiorend(view, code);
+  if (code == TVN_RES_ERR_NONCONVEX) return report(t, label, __LINE__, code);
   if (!basis.made) return code;
   put_basis(t, basis, basisview);
   return code == TVN_RES_OK ? basis_code(basis, basisview) : code;

@@ -66,8 +66,52 @@ void log_tail(task& t, const ipm_info& info) {
   times("columns apart", f.schurtime, "solve time", f.solvetime);
 }
 
+// The lines of the optimizer of separable forms: sizes, presolve, order, a table of its own.
+void log_separable(const ipm_view& view, ipm_event event, const ipm_info& info) {
+  task& t = *view.t;
+  constexpr const char* orders[] = {" = gp", " = kamf", " = eamf", " = gp", " = gp", " = ext"};
+  const auto sizes = [&](const char* when, const prslv_bndcount& con, const prslv_bndcount& var, int64_t nz) {
+    const auto all = [](const prslv_bndcount& b) { return b.lower + b.upper + b.fixed + b.free + b.ranged; };
+    echo(t, TVN_STREAM_MSG, "\n %s   %8u     %8u   %8u   %8u", when, static_cast<unsigned>(all(con)),
+         static_cast<unsigned>(all(var)), static_cast<unsigned>(nz), 0U);
+  };
+  const prslv_stats& p = info.prslv;
+  const hs_info& h = info.hs;
+  switch (event) {
+  case ipm_event::begin_presolve:
+    echo(t, TVN_STREAM_MSG, "\n\n  nrow=%8u  ncol=%8u  nqpc's=%6u ", static_cast<unsigned>(t.prob.numcon),
+         static_cast<unsigned>(t.prob.numvar), 0U);
+    return echo(t, TVN_STREAM_MSG, "\n\n begin presolving \n");
+  case ipm_event::end_presolve:
+    echo(t, TVN_STREAM_MSG, "\n type       nrow         ncol       Annz      numqc");
+    sizes("init", p.conbefore, p.varbefore, p.nzbefore);
+    sizes("endp", p.conafter, p.varafter, p.nzafter);
+    return echo(t, TVN_STREAM_MSG, "\n");
+  case ipm_event::begin:
+    return echo(t, TVN_STREAM_MSG, "\n rnrow=%8u rncol=%8u rnqpc's=%6u ", static_cast<unsigned>(info.numcon),
+                static_cast<unsigned>(info.numvar), 0U);
+  case ipm_event::begin_order:
+    return echo(t, TVN_STREAM_MSG, "\n\n CALCUL: sym(AHA') \n CALCUL: ORDER%s",
+                orders[std::clamp(t.params.ival[TVN_IPAR_INTPNT_ORDER_METHOD], 0, 5)]);
+  case ipm_event::end_order:
+    echo(t, TVN_STREAM_MSG, "\n CALCUL: sym(L)");
+    return echo(t, TVN_STREAM_MSG, "\n\n ITE  mu            pobj              dobj           dgap  pfea  dfea    ");
+  case ipm_event::iteration:
+    return echo(t, TVN_STREAM_MSG, "\n %3u  %-1.0e   %+-16.10e  %+-16.10e   %-1.0e %-1.0e %-1.0e",
+                static_cast<unsigned>(h.iter), h.mu, view.sense * h.pobj, view.sense * h.dobj, h.gap, h.pfeas, h.dfeas);
+  case ipm_event::end:
+    if (info.response == hs_code::max_iterations) echo(t, TVN_STREAM_MSG, "\n Stopped at maxiter");
+    if (info.response == hs_code::stall) echo(t, TVN_STREAM_MSG, "\n Stall");
+    return echo(t, TVN_STREAM_MSG, "\n");
+  case ipm_event::presolve_line:
+  case ipm_event::line:
+  case ipm_event::poll: return;
+  }
+}
+
 void log_event(const ipm_view& view, ipm_event event, const ipm_info& info) {
   task& t = *view.t;
+  if (view.separable) return log_separable(view, event, info);
   if (event == ipm_event::end) log_tail(t, info);
   if (event == ipm_event::begin) log_begin(t, info);
   if (event == ipm_event::begin_order && is_logged(t, TVN_IPAR_LOG_ORDER))
