@@ -4,6 +4,8 @@
 // regularisation, which rises when a direction is not accurate or a step is short, and falls after good iterations.
 #include "homo/homoptlp.h"
 
+#include "convex/checkdef.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -163,10 +165,18 @@ void set_accuracy(hom_run& run) noexcept {
   p.tolkrylov = std::max(least_krylov, krylov * p.tolrefine);
 }
 
-// What rounding leaves of a pivot of 0 is less by far.
-bool is_nonconvex(const hom_run& run) noexcept {
-  constexpr double wrong = -1e-3;
-  return run.param->watchconvexity && run.d.q.any() && TVN_kktfac_wrongpivot(run.w.k) < wrong;
+// A pivot of the wrong sign may be rounding: with small D the big system has entries of all sizes (6 of 82 problems).
+// So it is a reason to look, once.
+bool is_nonconvex(hom_run& run) {
+  constexpr double wrong = -1e-6;
+  if (!run.watch_q || !(TVN_kktfac_wrongpivot(run.w.k) < wrong)) return false;
+  run.watch_q = false;
+  const int64_t num = run.q.beg[run.q.n];
+  buffer<int32_t> column(*run.sys, num);
+  for (int32_t j = 0; j < run.q.n; j++) std::fill(column.data() + run.q.beg[j], column.data() + run.q.beg[j + 1], j);
+  const convex_result found = TVN_symmat_checkdef(*run.sys, {num, run.q.sub, column.data(), run.q.val}, 1,
+                                                  convex_level::full, 1e-10, run.w.k.params.progress);
+  return found.code == convex_code::indefinite;
 }
 
 bool has_negative(const hom_quadratic& q) noexcept {

@@ -24,6 +24,8 @@ struct hom_run {
   hs_point* out = nullptr;
   hs_info* info = nullptr;
 
+  sym_view q;           // the caller's
+  bool watch_q = false; // the factor may tell that it is not semidefinite
   hom_data d;
   newton w;
   hom_point now, saved; // saved: before the last step
