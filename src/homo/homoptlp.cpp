@@ -257,7 +257,7 @@ void propose_near(hom_run& run) noexcept {
   const hom_record& c = run.certificate;
   hom_record& o = run.optimum;
   int32_t solsta = sol_unknown;
-  if (o.grade <= 1) {
+  if (o.grade <= 1 && info.response != hs_code::nonconvex) {
     solsta = sol_optimal;
   } else if (ended && o.grade <= near_factor) {
     solsta = sol_near_optimal;
