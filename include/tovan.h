@@ -435,11 +435,15 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
     solutions after each run. */
 #define TVN_IPAR_BASIS_SOLVE_USE_PLUS_ONE 5 /* default 0, 0 to 1. In basis solves the columns of slacks count as plus
     instead of minus unit vectors. */
-#define TVN_IPAR_BI_CLEAN_OPTIMIZER 6 /* default 0, 0 to 10. Primal or dual simplex for the run that mends a basis
-    which presolve's undo has left short of optimal; free chooses by what is wrong. */
-#define TVN_IPAR_BI_IGNORE_MAX_ITER 7 /* default 0, 0 to 1. No effect yet. */
-#define TVN_IPAR_BI_IGNORE_NUM_ERROR 8 /* default 0, 0 to 1. No effect yet. */
-#define TVN_IPAR_BI_MAX_ITERATIONS 9 /* default 1000000, >= 0. No effect yet. */
+#define TVN_IPAR_BI_CLEAN_OPTIMIZER 6 /* default 0, 0 to 10. Primal or dual simplex for what the pushes to a basis, or
+    presolve's undo, have left short of optimal; free chooses by what is wrong. */
+#define TVN_IPAR_BI_IGNORE_MAX_ITER 7 /* default 0, 0 to 1. On: an interior run at its iteration limit is followed by
+    the step to a basis (INTPNT_BASIS no error), and a step that ends at its own limit gives no error. */
+#define TVN_IPAR_BI_IGNORE_NUM_ERROR 8 /* default 0, 0 to 1. On: an interior run that stalls is followed by the step
+    to a basis (INTPNT_BASIS no error), and a step that fails in its numbers gives no error: the interior solution is
+    the answer. */
+#define TVN_IPAR_BI_MAX_ITERATIONS 9 /* default 1000000, >= 0. Iterations of the simplex optimizers that end the step
+    to a basis; 0: none, the basis is left as the pushes leave it. */
 #define TVN_IPAR_CACHE_SIZE_L1 10 /* default -1. Bytes of the first-level cache; -1 asks the machine. */
 #define TVN_IPAR_CACHE_SIZE_L2 11 /* default -1. Bytes of the second-level cache; -1 asks the machine. */
 #define TVN_IPAR_CHECK_CONVEXITY 12 /* default 2, 0 to 2. How quadratic terms are looked at before an interior-point
@@ -458,8 +462,9 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_INFEAS_PREFER_PRIMAL 23 /* default 1, 0 to 1. No effect yet. */
 #define TVN_IPAR_INFEAS_REPORT_AUTO 24 /* default 0, 0 to 1. No effect yet. */
 #define TVN_IPAR_INFEAS_REPORT_LEVEL 25 /* default 1, >= 0. No effect yet. */
-#define TVN_IPAR_INTPNT_BASIS 26 /* default 1, 0 to 4. Never: the interior solution alone is wanted. All others: the
-    log says that this version has no basis identification. */
+#define TVN_IPAR_INTPNT_BASIS 26 /* default 1, 0 to 4. Linear problems: never, the interior solution alone; always, a
+    basis after each run but a stopped one; no error, after a run without one; if feasible, not after a certificate.
+    */
 #define TVN_IPAR_INTPNT_DIFF_STEP 27 /* default 1, 0 to 1. The interior-point optimizer may take other steps in the
     primal than in the dual. */
 #define TVN_IPAR_INTPNT_FACTOR_DEBUG_LVL 28 /* default 0, >= 0. No effect yet. */
@@ -486,8 +491,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
     a constant, strictly within the bounds, or free, the better one. */
 #define TVN_IPAR_LOG 40 /* default 10, >= 0. The level of the whole log; 0 is silence. Each of the LOG_ parameters
     below is cut to it. */
-#define TVN_IPAR_LOG_BI 41 /* default 4, >= 0. Lines of the basis identification. */
-#define TVN_IPAR_LOG_BI_FREQ 42 /* default 2500, >= 0. No effect yet. */
+#define TVN_IPAR_LOG_BI 41 /* default 4, >= 0. Lines of the step to a basis; from 5 on a summary. */
+#define TVN_IPAR_LOG_BI_FREQ 42 /* default 2500, >= 0. Pushes to a basis per line of the log, 0: none. */
 #define TVN_IPAR_LOG_CHECK_CONVEXITY 43 /* default 0, >= 0. Lines of the check of convexity. */
 #define TVN_IPAR_LOG_CONCURRENT 44 /* default 1, >= 0. Lines of the concurrent optimizer. */
 #define TVN_IPAR_LOG_CUT_SECOND_OPT 45 /* default 1, >= 0. The second and later runs of a task log as if every level
@@ -554,8 +559,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_OPF_WRITE_SOL_ITR 101 /* default 1, 0 to 1. No effect yet. */
 #define TVN_IPAR_OPF_WRITE_SOLUTIONS 102 /* default 0, 0 to 1. No effect yet. */
 #define TVN_IPAR_OPTIMIZER 103 /* default 0, 0 to 10. Which optimizer takes the problem. Free sends a linear one to
-    the simplex, which chooses between primal and dual by its shape and start, and one with a quadratic objective to
-    the interior point; interior-point gives the interior solution alone. */
+    the interior point and from there to a basis (INTPNT_BASIS), or to the simplex when a basis stands or the problem
+    is small, and fills both slots; one with a quadratic objective to the interior point. */
 #define TVN_IPAR_PARAM_READ_CASE_NAME 104 /* default 1, 0 to 1. Names in a parameter file count with their case;
     otherwise they are read as upper case. */
 #define TVN_IPAR_PARAM_READ_IGN_ERROR 105 /* default 0, 0 to 1. Faults in a parameter file are passed over. */

@@ -50,6 +50,7 @@ void bring_far_bounds_back(const ipm_run& run, basis_run& b) {
 
 void attempt::identify_basis() {
   if (!run.basis || !basis_wanted(*run.basis, run.info)) return;
+  if (run.progress(ipm_event::poll, run.info) != 0) return; // the user has had enough
   basis_run& b = *run.basis;
   b.info = {};
   b.made = true;

@@ -138,6 +138,7 @@ TEST_F(Solve, AnIterationLimitAndATimeLimitEndTheRunWithTheirCodes) {
   known_case k = with_offset(5, 60, 90, 0.1);
   ASSERT_EQ(input(task, k.p), TVN_RES_OK);
   TVNrescodee trm = -1;
+  set(TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_FREE_SIMPLEX);
   set(TVN_IPAR_SIM_MAX_ITERATIONS, 3);
   EXPECT_EQ(TVN_optimizetrm(task, &trm), TVN_RES_OK);
   EXPECT_EQ(trm, TVN_RES_TRM_MAX_ITERATIONS);
@@ -214,6 +215,7 @@ TEST_F(Solve, AStopIsHeardSoonInALongRun) {
 TEST_F(Solve, TheSameProblemTakesTheSamePathToTheSameBits) {
   known_case k = with_offset(21, 90, 130, 0.08);
   ASSERT_EQ(input(task, k.p), TVN_RES_OK);
+  set(TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_FREE_SIMPLEX);
   ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
   const int32_t iterations = simplex_iterations(task);
   const lp_point first = basic_solution(task, k.p).point;
@@ -238,6 +240,7 @@ TEST_F(Solve, TheSameProblemTakesTheSamePathToTheSameBits) {
   ASSERT_EQ(TVN_initenv(other), TVN_RES_OK);
   ASSERT_EQ(TVN_makeemptytask(other, &twin), TVN_RES_OK);
   ASSERT_EQ(input(twin, k.p), TVN_RES_OK);
+  ASSERT_EQ(TVN_putintparam(twin, TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_FREE_SIMPLEX), TVN_RES_OK);
   ASSERT_EQ(TVN_optimize(twin), TVN_RES_OK);
   EXPECT_EQ(simplex_iterations(twin), iterations);
   EXPECT_TRUE(same_bits(first, basic_solution(twin, k.p).point)) << "in other memory";
@@ -249,6 +252,7 @@ TEST_F(Solve, AChangedProblemStartsFromTheOldBasis) {
   known_case k = with_offset(31, 100, 140, 0.08);
   lp_case& p = k.p;
   ASSERT_EQ(input(task, p), TVN_RES_OK);
+  set(TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_FREE_SIMPLEX);
   ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
   const int32_t cold = simplex_iterations(task);
   lp_point s = basic_solution(task, p).point;
@@ -338,8 +342,7 @@ TEST_F(Solve, AnOptimizerThatCannotTakeTheProblemLeavesTheSolution) {
   ASSERT_EQ(input(task, k.p), TVN_RES_OK);
   ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
   const lp_point before = basic_solution(task, k.p).point;
-  for (const int32_t optimizer :
-       {TVN_OPTIMIZER_CONIC, TVN_OPTIMIZER_QCONE, TVN_OPTIMIZER_CONCURRENT, TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX}) {
+  for (const int32_t optimizer : {TVN_OPTIMIZER_CONIC, TVN_OPTIMIZER_CONCURRENT, TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX}) {
     SCOPED_TRACE(optimizer);
     set(TVN_IPAR_OPTIMIZER, optimizer);
     TVNrescodee trm = -1;
@@ -352,8 +355,9 @@ TEST_F(Solve, AnOptimizerThatCannotTakeTheProblemLeavesTheSolution) {
   set(TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_FREE);
   const int32_t sub[] = {0};
   const double val[] = {1};
-  ASSERT_EQ(TVN_putqobj(task, 1, sub, sub, val), TVN_RES_OK);
-  EXPECT_EQ(TVN_optimize(task), TVN_RES_ERR_INV_OPTIMIZER) << "quadratic";
+  ASSERT_EQ(TVN_putbound(task, TVN_ACC_CON, 0, TVN_BK_UP, 0, 1), TVN_RES_OK);
+  ASSERT_EQ(TVN_putqconk(task, 0, 1, sub, sub, val), TVN_RES_OK);
+  EXPECT_EQ(TVN_optimize(task), TVN_RES_ERR_INV_OPTIMIZER) << "a quadratic row";
 }
 
 TEST_F(Solve, CrossedBoundsAreProvenInfeasible) {

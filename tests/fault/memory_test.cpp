@@ -276,6 +276,7 @@ TEST(ShortMemory, SolutionsThroughChangesAndRoads) {
     return code == TVN_RES_OK ? TVN_updatesolutioninfo(h.task, TVN_SOL_ITR) : code;
   };
   const auto road = [&](handles& h) { return expected(TVN_optimize(h.task), TVN_RES_ERR_INV_OPTIMIZER); };
+  const auto noconvex = [&](handles& h) { return expected(TVN_optimize(h.task), TVN_RES_ERR_OBJ_Q_NOT_PSD); };
   const auto once = [](int32_t count, TVNrescodee (*get)(TVNtask_t, int32_t*), auto act) {
     return step([=](handles& h) { // a call that was made before its report failed is not made again
       int32_t now = -1;
@@ -319,7 +320,9 @@ TEST(ShortMemory, SolutionsThroughChangesAndRoads) {
                    [=](handles& h) { return TVN_putqobjij(h.task, 1, 0, 1.5); },
                    [=](handles& h) { return TVN_putqcon(h.task, 2, sub, sub, sub, val); },
                    figures,
-                   road,
+                   noconvex,
+                   [=](handles& h) { return TVN_putqobjij(h.task, 1, 0, 0.0); },
+                   [=](handles& h) { return TVN_putqcon(h.task, 0, nullptr, nullptr, nullptr, nullptr); },
                    [=](handles& h) { return TVN_putnlfunc(h.task, nullptr, structure, values); },
                    figures,
                    road,
