@@ -276,7 +276,6 @@ TEST(ShortMemory, SolutionsThroughChangesAndRoads) {
     return code == TVN_RES_OK ? TVN_updatesolutioninfo(h.task, TVN_SOL_ITR) : code;
   };
   const auto road = [&](handles& h) { return expected(TVN_optimize(h.task), TVN_RES_ERR_INV_OPTIMIZER); };
-  const auto noconvex = [&](handles& h) { return expected(TVN_optimize(h.task), TVN_RES_ERR_OBJ_Q_NOT_PSD); };
   const auto once = [](int32_t count, TVNrescodee (*get)(TVNtask_t, int32_t*), auto act) {
     return step([=](handles& h) { // a call that was made before its report failed is not made again
       int32_t now = -1;
@@ -320,16 +319,16 @@ TEST(ShortMemory, SolutionsThroughChangesAndRoads) {
                    [=](handles& h) { return TVN_putqobjij(h.task, 1, 0, 1.5); },
                    [=](handles& h) { return TVN_putqcon(h.task, 2, sub, sub, sub, val); },
                    figures,
-                   noconvex,
-                   [=](handles& h) { return TVN_putqobjij(h.task, 1, 0, 0.0); },
-                   [=](handles& h) { return TVN_putqcon(h.task, 0, nullptr, nullptr, nullptr, nullptr); },
+                   [=](handles& h) { return expected(TVN_optimize(h.task), TVN_RES_ERR_OBJ_Q_NOT_PSD); },
                    [=](handles& h) { return TVN_putnlfunc(h.task, nullptr, structure, values); },
                    figures,
                    road,
                    [=](handles& h) { return expected(TVN_clonetask(h.task, &h.clone), TVN_RES_ERR_CANNOT_CLONE_NL); },
                    [=](handles& h) { return TVN_putnlfunc(h.task, nullptr, nullptr, nullptr); },
-                   [=](handles& h) { return TVN_putqobj(h.task, 0, nullptr, nullptr, nullptr); },
                    [=](handles& h) { return TVN_putqcon(h.task, 0, nullptr, nullptr, nullptr, nullptr); },
+                   [=](handles& h) { return TVN_putqobj(h.task, 2, sub, sub, val); },
+                   optimize,
+                   [=](handles& h) { return TVN_putqobj(h.task, 0, nullptr, nullptr, nullptr); },
                    once(1, TVN_getnumcone, [=](handles& h) { return TVN_appendcone(h.task, TVN_CT_QUAD, 0, 3, sub); }),
                    [=](handles& h) { return TVN_putcone(h.task, 0, TVN_CT_RQUAD, 0, 4, sub); },
                    figures,
