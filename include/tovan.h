@@ -549,15 +549,19 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_IPAR_NONCONVEX_MAX_ITERATIONS 92 /* default 100000, >= 0. No effect yet. */
 #define TVN_IPAR_OBJECTIVE_SENSE 93 /* default 1, 0 to 2. The sense when neither the caller nor the file has set one.
     */
-#define TVN_IPAR_OPF_MAX_TERMS_PER_LINE 94 /* default 5, >= 0. No effect yet. */
-#define TVN_IPAR_OPF_WRITE_HEADER 95 /* default 1, 0 to 1. No effect yet. */
-#define TVN_IPAR_OPF_WRITE_HINTS 96 /* default 1, 0 to 1. No effect yet. */
-#define TVN_IPAR_OPF_WRITE_PARAMETERS 97 /* default 0, 0 to 1. No effect yet. */
-#define TVN_IPAR_OPF_WRITE_PROBLEM 98 /* default 1, 0 to 1. No effect yet. */
-#define TVN_IPAR_OPF_WRITE_SOL_BAS 99 /* default 1, 0 to 1. No effect yet. */
-#define TVN_IPAR_OPF_WRITE_SOL_ITG 100 /* default 1, 0 to 1. No effect yet. */
-#define TVN_IPAR_OPF_WRITE_SOL_ITR 101 /* default 1, 0 to 1. No effect yet. */
-#define TVN_IPAR_OPF_WRITE_SOLUTIONS 102 /* default 0, 0 to 1. No effect yet. */
+#define TVN_IPAR_OPF_MAX_TERMS_PER_LINE 94 /* default 5, >= 0. Terms and names on a line of an OPF file, 0 for no
+    limit. */
+#define TVN_IPAR_OPF_WRITE_HEADER 95 /* default 1, 0 to 1. An OPF file opens with a comment that names version and
+    time. */
+#define TVN_IPAR_OPF_WRITE_HINTS 96 /* default 1, 0 to 1. An OPF file tells the sizes of its problem. */
+#define TVN_IPAR_OPF_WRITE_PARAMETERS 97 /* default 0, 0 to 1. An OPF file holds the values of all parameters, which
+    reading it sets. */
+#define TVN_IPAR_OPF_WRITE_PROBLEM 98 /* default 1, 0 to 1. An OPF file holds the problem. */
+#define TVN_IPAR_OPF_WRITE_SOL_BAS 99 /* default 1, 0 to 1. The basic solution is among them. */
+#define TVN_IPAR_OPF_WRITE_SOL_ITG 100 /* default 1, 0 to 1. The integer solution is among them. */
+#define TVN_IPAR_OPF_WRITE_SOL_ITR 101 /* default 1, 0 to 1. The interior solution is among them. */
+#define TVN_IPAR_OPF_WRITE_SOLUTIONS 102 /* default 0, 0 to 1. An OPF file holds the solutions that the three
+    parameters below name. */
 #define TVN_IPAR_OPTIMIZER 103 /* default 0, 0 to 10. Which optimizer takes the problem. Free sends a linear one to
     the interior point and from there to a basis (INTPNT_BASIS), or to the simplex when a basis stands or the problem
     is small, and fills both slots; one with a quadratic objective to the interior point. */

@@ -1,5 +1,5 @@
 // If these failed in the field: an input that once found a fault in the reader would find it again.
-#include "mps_input.h"
+#include "formula_input.h"
 
 #include <gtest/gtest.h>
 
@@ -48,5 +48,16 @@ TEST(Corpus, EveryMpsInputIsAsWellReadInTheOtherModes) {
       SCOPED_TRACE(name + " as " + digit);
       input[0] = digit;
       replay(input);
+    }
+}
+
+TEST(Corpus, EveryFormulaInputIsReadOrRefusedAndSurvivesAFile) {
+  for (const std::string format : {"lp", "opf"})
+    for (const auto& [name, input] : corpus(format.c_str())) {
+      SCOPED_TRACE(format + "/" + name);
+      TVNrescodee code = TVN_RES_OK;
+      const auto* data = reinterpret_cast<const uint8_t*>(input.data());
+      EXPECT_EQ(fuzz::try_formula(data, input.size(), ("." + format).c_str(), &code), "");
+      EXPECT_EQ(code != TVN_RES_OK, name.starts_with("bad")) << code;
     }
 }

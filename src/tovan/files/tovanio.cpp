@@ -10,6 +10,8 @@
 #include "tovan/files/lp/tovanwlp.h"
 #include "tovan/files/mps/mpswrite.h"
 #include "tovan/files/mps/tovanmps.h"
+#include "tovan/files/opf/tovanropf.h"
+#include "tovan/files/opf/tovanwopf.h"
 #include "tovan/task/api.h"
 #include "tovan/task/fileaccess.h"
 #include "tovan/task/log.h"
@@ -72,6 +74,7 @@ TVNrescodee check_readable(task& t, int32_t format) {
   switch (format) {
   case TVN_DATA_FORMAT_MPS:
   case TVN_DATA_FORMAT_LP:
+  case TVN_DATA_FORMAT_OP:
   case TVN_DATA_FORMAT_FREE_MPS: return TVN_RES_OK;
   case TVN_DATA_FORMAT_EXTENSION: return report(t, label, __LINE__, TVN_RES_ERR_INVALID_FORMAT_TYPE, format);
   default: return report(t, label, __LINE__, TVN_RES_ERR_READ_FORMAT, format);
@@ -80,6 +83,7 @@ TVNrescodee check_readable(task& t, int32_t format) {
 
 TVNrescodee dispatch_read(task& t, int32_t format, sysfile& file, const char* name) {
   if (format == TVN_DATA_FORMAT_LP) return TVN_readlpfile(t, file, name);
+  if (format == TVN_DATA_FORMAT_OP) return TVN_readopf(t, file, name);
   const bool isfree = format == TVN_DATA_FORMAT_FREE_MPS;
   return TVN_readmps(t, isfree ? TVN_MPS_FORMAT_FREE : TVNP_getintparam(t, TVN_IPAR_READ_MPS_FORMAT), file, name);
 }
@@ -149,13 +153,13 @@ file_format write_format(const task& t, text& name) {
   return {format, wish || gz || binary};
 }
 
+// Rows have no need of names where a file is made of formulas.
+bool is_formula_format(int32_t format) noexcept { return format == TVN_DATA_FORMAT_LP || format == TVN_DATA_FORMAT_OP; }
+
 // Formats that this library writes.
 bool has_writer(int32_t format) noexcept {
-  return format == TVN_DATA_FORMAT_MPS || format == TVN_DATA_FORMAT_FREE_MPS || format == TVN_DATA_FORMAT_LP;
+  return format == TVN_DATA_FORMAT_MPS || format == TVN_DATA_FORMAT_FREE_MPS || is_formula_format(format);
 }
-
-// Rows have no need of names where a file is made of formulas.
-bool is_formula_format(int32_t format) noexcept { return format == TVN_DATA_FORMAT_LP; }
 
 bool has_all_names(const task& t, int32_t format) noexcept {
   if (!is_formula_format(format)) return TVN_getnamestats(t).numempty == 0 && *objective_name(t) != '\0';
@@ -175,12 +179,15 @@ TVNrescodee check_objective_name(task& t) {
 
 // What no file of a written format can hold: functions of the user, and numbers that are none.
 TVNrescodee check_writable(task& t, int32_t format, bool generic) {
-  if (format == TVN_DATA_FORMAT_LP) {
-    if (const TVNrescodee bad = check_lp_problem(t, generic)) return bad;
-  } else if (has_nlfunc(t)) {
-    return report(t, label, __LINE__, TVN_RES_ERR_CANNOT_HANDLE_NL);
-  }
-  if (const TVNrescodee bad = TVN_checkdata(t)) return bad;
+  TVNrescodee code = TVN_RES_OK;
+  if (format == TVN_DATA_FORMAT_LP)
+    code = check_lp_problem(t, generic);
+  else if (format == TVN_DATA_FORMAT_OP)
+    code = check_opf_problem(t);
+  else if (has_nlfunc(t))
+    code = report(t, label, __LINE__, TVN_RES_ERR_CANNOT_HANDLE_NL);
+  if (!code) code = TVN_checkdata(t);
+  if (code) return code;
   for (int32_t k = 0; k < t.prob.numcone; k++)
     if (!std::isfinite(t.prob.cone.par[k]))
       return report(t, label, __LINE__, TVN_RES_ERR_NAN_IN_DOUBLE_DATA, "conepar");
@@ -189,6 +196,7 @@ TVNrescodee check_writable(task& t, int32_t format, bool generic) {
 
 TVNrescodee dispatch_write(task& t, int32_t format, bool generic, sysfile& file, const char* name) {
   if (format == TVN_DATA_FORMAT_LP) return TVN_writelpfile(t, generic, file, name);
+  if (format == TVN_DATA_FORMAT_OP) return TVN_writeopf(t, generic, opf_options_of(t), file, name);
   return TVN_writemps(t, generic, file, name);
 }
 

@@ -218,7 +218,6 @@ problem_draft::problem_draft(sysenv& sys) {
   qcon.attach(sys);
   cone.attach(sys);
   members.attach(sys);
-  incone.attach(sys);
   priorities.attach(sys);
 }
 

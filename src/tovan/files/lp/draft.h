@@ -66,7 +66,6 @@ struct problem_draft {
   vec<qterm> qobj, qcon; // by row
   vec<draft_cone> cone;
   vec<int32_t> members;
-  vec<int32_t> incone; // [vars] the cone that a variable was listed in last + 1, 0: none
   vec<draft_priority> priorities;
 
   explicit problem_draft(sysenv& sys);

@@ -213,6 +213,36 @@ TVNrescodee read_expression(formula_reader& r, int32_t row, const expression_sta
   }
 }
 
+TVNrescodee read_row_formula(formula_reader& r, int32_t i, const row_rules& rules) {
+  stated_bounds s;
+  expression_start start;
+  bool isvalue = false;
+  double value = 0;
+  if (const TVNrescodee bad = read_front(r, start, isvalue, value)) return bad;
+  if (isvalue) {
+    if (!s.state(-relation_of(r.lx.tok.kind), value)) return syntax_error(r);
+    next_token(r.lx);
+    start = {};
+  } else if (rules.needsfront) {
+    return syntax_error(r);
+  }
+  if (const TVNrescodee bad = read_expression(r, i, start)) return bad;
+  if (is_relation(r.lx.tok.kind)) {
+    const int32_t relation = relation_of(r.lx.tok.kind);
+    next_token(r.lx);
+    if (const TVNrescodee bad = read_value(r, value)) return bad;
+    if (!s.state(relation, value)) return syntax_error(r);
+  } else if (!isvalue && rules.needslimit) {
+    return syntax_error(r);
+  }
+  const bound_value b = bound_of(s, !rules.equalisfixed);
+  draft_con& con = r.draft.con[i];
+  con.bk = b.bk;
+  con.bl = b.bl;
+  con.bu = b.bu;
+  return TVN_RES_OK;
+}
+
 void log_progress(formula_reader& r) {
   const int64_t num = r.draft.sub.size();
   if (num / progress_step == r.progress / progress_step) return;

@@ -65,6 +65,14 @@ TVNrescodee read_value(formula_reader& r, double& value);
 // row -1: the objective; else the last row of the draft.
 TVNrescodee read_expression(formula_reader& r, int32_t row, const expression_start& start = {});
 
+struct row_rules {
+  bool needsfront;   // a limit stands in front of the expression
+  bool needslimit;   // on one side at least
+  bool equalisfixed; // two limits that are equal are one value
+};
+// The limit in front, if there is one, the expression and the limit behind it: row i, the last one, gets its bound.
+TVNrescodee read_row_formula(formula_reader& r, int32_t i, const row_rules& rules);
+
 // The line of progress every million entries.
 void log_progress(formula_reader& r);
 

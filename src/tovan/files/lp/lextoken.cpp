@@ -265,6 +265,23 @@ std::string_view take_line(lexer& lx) {
   return token_text(lx);
 }
 
+std::string_view take_until(lexer& lx, char c, bool comments) {
+  lx.start = lx.at;
+  for (bool incomment = false;;) {
+    const char present = peek(lx);
+    if (present == '\0' && lx.at == lx.in.end) break;
+    if (present == '\n' || present == '\r') {
+      incomment = false;
+      pass_line_end(lx);
+      continue;
+    }
+    if (present == c && !incomment) break;
+    incomment = incomment || (comments && present == lx.letters->comment);
+    lx.at++;
+  }
+  return token_text(lx);
+}
+
 std::string_view present_line(lexer& lx) noexcept {
   const int64_t begin =
       std::clamp<int64_t>(lx.start - (lx.tok.column - 1), std::max<int64_t>(0, lx.start - kept_of_line), lx.start);

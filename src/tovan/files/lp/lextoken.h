@@ -90,6 +90,8 @@ void make_lexer(lexer& lx, sysenv& sys, sysfile& file, const alphabet& letters, 
 void next_token(lexer& lx);
 // Up to the next line end, for what is no formula; the text is valid to the next call.
 std::string_view take_line(lexer& lx);
+// Up to the next character c or the end of the file; with `comments` what stands in comments does not count.
+std::string_view take_until(lexer& lx, char c, bool comments);
 // What is left of the present token's line, at most what a message holds.
 std::string_view present_line(lexer& lx) noexcept;
 
@@ -97,6 +99,9 @@ std::string_view present_line(lexer& lx) noexcept;
 bool more(lexer& lx);
 // A line end at `at` is passed; the character is LF or CR.
 void pass_line_end(lexer& lx);
+
+// The present token, a name or label, stands in quotes.
+inline bool is_quoted(const lexer& lx) noexcept { return lx.text()[lx.start] == lx.letters->quote; }
 
 // A name that reads as one without quotes.
 bool is_plain_name(const alphabet& letters, std::string_view name) noexcept;

@@ -34,6 +34,9 @@ struct lp_file {
 
 bool opens_line(const formula_reader& r) noexcept { return r.lx.tok.line > r.lx.lastline; }
 
+// The word of the bounds, which is no label.
+bool is_free_word(const formula_reader& r) noexcept { return !is_quoted(r.lx) && is_word(r.lx.tok.text, "free"); }
+
 // ---- rows ----
 
 bool starts_row(token_kind k) noexcept {
@@ -41,45 +44,14 @@ bool starts_row(token_kind k) noexcept {
          k == token_kind::lbracket || k == token_kind::kw_infinity;
 }
 
-// The limit in front, if there is one, the expression and the limit behind it.
-TVNrescodee read_row_formula(formula_reader& r, int32_t i, bool ranged) {
-  stated_bounds s;
-  expression_start start;
-  bool isvalue = false;
-  double value = 0;
-  if (const TVNrescodee bad = read_front(r, start, isvalue, value)) return bad;
-  if (isvalue) {
-    if (!s.state(-relation_of(r.lx.tok.kind), value)) return syntax_error(r);
-    next_token(r.lx);
-    start = {};
-  } else if (ranged) {
-    return syntax_error(r);
-  }
-  if (const TVNrescodee bad = read_expression(r, i, start)) return bad;
-  if (is_relation(r.lx.tok.kind)) {
-    const int32_t relation = relation_of(r.lx.tok.kind);
-    next_token(r.lx);
-    if (const TVNrescodee bad = read_value(r, value)) return bad;
-    if (!s.state(relation, value)) return syntax_error(r);
-  } else if (!isvalue) {
-    return syntax_error(r);
-  }
-  const bound_value b = bound_of(s, ranged);
-  draft_con& con = r.draft.con[i];
-  con.bk = b.bk;
-  con.bl = b.bl;
-  con.bu = b.bu;
-  return TVN_RES_OK;
-}
-
 TVNrescodee read_row(formula_reader& r) {
   const token& at = r.lx.tok;
   const bool ranged = at.kind == token_kind::dclabel, labelled = ranged || at.kind == token_kind::label;
-  if (labelled && is_word(at.text, "free")) return syntax_error(r);
+  if (labelled && is_free_word(r)) return syntax_error(r);
   const int32_t i = draft_append_con(r.draft, labelled ? at.text : std::string_view{});
   if (i < 0) return name_error(r, TVN_RES_ERR_DUP_NAME, at.text);
   if (labelled) next_token(r.lx);
-  const TVNrescodee bad = read_row_formula(r, i, ranged);
+  const TVNrescodee bad = read_row_formula(r, i, {ranged, true, !ranged});
   log_progress(r);
   return bad;
 }
@@ -238,7 +210,7 @@ TVNrescodee read_objective(formula_reader& r) {
   r.draft.objsense = sense == token_kind::kw_maximize ? TVN_OBJECTIVE_SENSE_MAXIMIZE : TVN_OBJECTIVE_SENSE_MINIMIZE;
   next_token(r.lx);
   const bool labelled = r.lx.tok.kind == token_kind::label;
-  if (labelled && is_word(r.lx.tok.text, "free")) return syntax_error(r);
+  if (labelled && is_free_word(r)) return syntax_error(r);
   const std::string_view name = labelled ? r.lx.tok.text : "obj";
   r.draft.objname.append(name.data(), static_cast<int64_t>(name.size()));
   if (labelled) next_token(r.lx);
