@@ -18,6 +18,7 @@ constexpr double pivoterror = 1e-6; // between the values of row and column, rel
 // Duals of the header with the reduced costs p.dual of its members; those of the nonbasics from them.
 void form_duals(prf_state& p) {
   simplex_state& s = p.s;
+  for (int32_t j = 0; j < p.w.total; j++) TVN_simplex_setlisted(s, j, s.fac.pos[j] < 0 && !p.w.is_fixed(j));
   for (int32_t k = 0; k < p.w.m; k++) s.fac.rhs[k] = p.w.cost[s.fac.head[k]] - p.dual[s.fac.head[k]];
   TVN_simplex_formy(s.fac, s.y);
   for (int32_t j = 0; j < p.w.total; j++)
@@ -140,22 +141,19 @@ bool TVN_prf_duallp(prf_state& p) {
   if (num == 0) return true;
   const double start = TVN_sysenv_gettime();
   s.progress(simplex_event::begin_dualpush, s.info);
-  for (int32_t j = 0; j < p.w.total; j++) TVN_simplex_setlisted(s, j, s.fac.pos[j] < 0 && !p.w.is_fixed(j));
   form_duals(p);
   bool going = true;
   for (int32_t k = 0; going && k < p.w.m; k++) {
     if (!waits(k)) continue;
-    if (TVN_simplex_poll(s)) {
-      going = false;
-      break;
-    }
+    going = !TVN_simplex_poll(s);
+    if (!going) break;
     const bool good = push(p, k);
     p.info.dualiter++;
     if (s.param.basislogfreq > 0 && p.info.dualiter % s.param.basislogfreq == 0) tell_figures(p);
     TVN_simplex_clearvectors(s);
     if (good) continue;
     going = begin_afresh(p);
-    if (waits(k)) k--;
+    if (waits(k)) k--; // again
   }
   tell_figures(p);
   p.info.dualtime = TVN_sysenv_gettime() - start;

@@ -102,19 +102,20 @@ ways find_ways(const prf_state& p, int32_t j, double least) {
   return w;
 }
 
-// j in place of the basic that blocks. False: the factor is to be made again.
-bool pivot(prf_state& p, int32_t j, const block& at, double direction) {
+enum class push_end { done, refactor, again }; // refactor: done, but the factor is to be made anew; again: after that
+
+// j in place of the basic that blocks.
+push_end pivot(prf_state& p, int32_t j, const block& at, double direction) {
   simplex_state& s = p.s;
   move(p, j, direction * at.step);
   const int32_t k = at.position, leaving = s.fac.head[k];
   const double value = at.upper ? p.basic[k].up : p.basic[k].lo;
   p.basic[k] = bounded(s, j);
   const bool atupper = value == s.up[leaving] && !(value == s.lo[leaving]);
-  return TVN_prf_exchange(p, k, j, atupper ? sk_upr : sk_low, value);
+  return TVN_prf_exchange(p, k, j, atupper ? sk_upr : sk_low, value) ? push_end::done : push_end::refactor;
 }
 
-// False: the factor is to be made again, and the push too if j is still where it was.
-bool push(prf_state& p, int32_t j) {
+push_end push(prf_state& p, int32_t j) {
   simplex_state& s = p.s;
   TVN_simplex_solvecolumn(s, j);
   const auto size = [&](const block& b) { return b.position < 0 ? 0.0 : std::fabs(s.aq.val[b.position]); };
@@ -123,14 +124,14 @@ bool push(prf_state& p, int32_t j) {
   };
   ways w = find_ways(p, j, nopivot);
   if (!is_good(w)) {
-    if (s.fac.since > 0) return false;
+    if (s.fac.since > 0) return push_end::again;
     w = find_ways(p, j, minpivot); // what small entries break on the way is mended later
     p.info.primalmoves++;
   }
   if (w.canup || w.candown || !is_good(w)) {
     const double toup = s.up[j] < bound_infinity ? s.up[j] - s.x[j] : HUGE_VAL, tolo = s.x[j] - s.lo[j];
     rest(p, j, w.canup != w.candown ? w.canup : toup < tolo);
-    return true;
+    return push_end::done;
   }
   const bool up = size(w.up) > size(w.down);
   return pivot(p, j, up ? w.up : w.down, up ? 1 : -1);
@@ -159,21 +160,21 @@ bool TVN_prf_primallp(prf_state& p) {
   p.basic.reset(s.sys, p.w.m);
   form_basics(p);
   bool going = true;
-  for (int32_t n = 0; going && n < p.numsuper; n++) {
+  for (int32_t n = 0; going && n < p.numsuper;) {
     const int32_t j = p.super[n];
-    if (s.fac.pos[j] >= 0) continue;
-    if (TVN_simplex_poll(s)) {
-      going = false;
-      break;
-    }
-    const bool good = push(p, j);
-    TVN_simplex_clearvectors(s);
-    if (!good) going = begin_afresh(p);
-    if (s.fac.pos[j] < 0 && s.key[j] == sk_supbas && s.x[j] != 0) { // again, with a fresh factor
-      n--;
+    if (s.fac.pos[j] >= 0 || !TVN_simplex_isinside(s, j)) {
+      n++;
       continue;
     }
-    if (++p.info.primaliter, s.param.basislogfreq > 0 && p.info.primaliter % s.param.basislogfreq == 0) tell_figures(p);
+    going = !TVN_simplex_poll(s);
+    if (!going) break;
+    const push_end end = push(p, j);
+    TVN_simplex_clearvectors(s);
+    if (end != push_end::done) going = begin_afresh(p);
+    if (end == push_end::again) continue;
+    n++;
+    p.info.primaliter++;
+    if (s.param.basislogfreq > 0 && p.info.primaliter % s.param.basislogfreq == 0) tell_figures(p);
   }
   tell_figures(p);
   p.info.primaltime = TVN_sysenv_gettime() - start;

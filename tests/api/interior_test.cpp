@@ -191,3 +191,47 @@ TEST_F(Interior, TellsEachIterationInTheLogAndInTheItems) {
     ASSERT_EQ(TVN_unlinkfuncfromtaskstream(task, TVN_STREAM_MSG), TVN_RES_OK);
   }
 }
+
+// A call without a word: both slots, a basis that needs no iteration more, and a start for what comes next.
+TEST_F(Interior, IsFollowedByABasisUnderTheFreeChoice) {
+  for (int32_t k = 0; k < 24; k++) {
+    SCOPED_TRACE(k);
+    known_case known = optimal_case(static_cast<uint64_t>(k) + 300, 60 + k, 90 + k, 0.1, 0.4);
+    const bool maximise = k % 4 == 3;
+    lp_case given = maximise ? negated(known.p) : known.p;
+    ASSERT_EQ(TVN_deletesolutions(task), TVN_RES_OK);
+    ASSERT_EQ(input(task, given), TVN_RES_OK);
+    ASSERT_EQ(TVN_putobjsense(task, maximise ? TVN_OBJECTIVE_SENSE_MAXIMIZE : TVN_OBJECTIVE_SENSE_MINIMIZE),
+              TVN_RES_OK);
+    set(TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_FREE);
+    set_form(k);
+    ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
+    const auto expect_basic = [&](bool both) {
+      outcome a = stored_solution(task, TVN_SOL_BAS, known.p);
+      ASSERT_EQ(a.solsta, TVN_SOL_STA_OPTIMAL);
+      expect_optimal(known.p, maximise ? with_negated_duals(a.point) : a.point, known.objective, 1e-7);
+      if (both) { EXPECT_EQ(solution(known.p).solsta, TVN_SOL_STA_OPTIMAL); }
+    };
+    expect_basic(true);
+    int32_t iterations = -1;
+    ASSERT_EQ(TVN_getintinf(task, TVN_IINF_INTPNT_ITER, &iterations), TVN_RES_OK);
+    EXPECT_GT(iterations, 0) << "the road is not that of the interior point";
+    set(TVN_IPAR_OPTIMIZER, k % 2 ? TVN_OPTIMIZER_FREE : TVN_OPTIMIZER_FREE_SIMPLEX);
+    ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
+    expect_basic(k % 2 != 0);
+    EXPECT_EQ(simplex_iterations(task), 0);
+  }
+}
+
+TEST_F(Interior, HasNoBasicSlotWhenNoneIsWanted) {
+  lp_case p = optimal_case(9, 60, 90, 0.1, 0.4).p;
+  ASSERT_EQ(input(task, p), TVN_RES_OK);
+  for (const int32_t wish : {TVN_BI_NEVER, TVN_BI_ALWAYS, TVN_BI_NO_ERROR, TVN_BI_IF_FEASIBLE, TVN_BI_OTHER}) {
+    ASSERT_EQ(TVN_deletesolutions(task), TVN_RES_OK);
+    set(TVN_IPAR_INTPNT_BASIS, wish);
+    ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
+    int32_t defined = -1;
+    ASSERT_EQ(TVN_solutiondef(task, TVN_SOL_BAS, &defined), TVN_RES_OK);
+    EXPECT_EQ(defined != 0, wish != TVN_BI_NEVER);
+  }
+}
