@@ -90,11 +90,13 @@ double predicted_seconds(const ipm_run& run, const hs_problem& hs) {
 
 } // namespace
 
-// The dual form has to promise half of the time.
+// The dual form has to promise half of the time. Where columns are many its factor is large, and what few long columns
+// cost the primal, the factor of that takes apart.
 void attempt::choose_form() {
-  constexpr double margin = 2;
+  constexpr double margin = 2, flat = 2;
   if (run.param.form == ipm_form::primal || given().q.any()) return; // the dual of a Q has columns for it
   if (run.param.form == ipm_form::free) {
+    if (given().numvar > flat * given().numcon) return;
     const clique_bounds b = bound_cliques(run.sys, given());
     if (!(margin * b.rows < b.cols)) return;
   }
