@@ -20,10 +20,10 @@ awk 'BEGIN {
   for (i = 1; i <= m; i++) { s = (s * 16807) % 2147483647; printf "    %-8s  %-8s  %12d\n", "RHS", "R" i, 100 + s % 900 }
   print "ENDATA"
 }' >"$work/cover.mps"
-"$1" "$work/cover.mps" TVN_IPAR_LOG_SIM_FREQ=1 >"$work/out" 2>"$work/err" &
+"$1" "$work/cover.mps" >"$work/out" 2>"$work/err" &
 pid=$!
 waited=0
-until grep -q 'setup terminated' "$work/out"; do
+until grep -q '^ITE' "$work/out"; do
   sleep 0.1
   waited=$((waited + 1))
   [ $waited -lt 600 ] || { echo "no solve within a minute"; exit 1; }
