@@ -1,6 +1,8 @@
 // The order of the steps, and what they share.
 #include "basic/purifint.h"
 
+#include "simplex/base/audit.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -98,6 +100,27 @@ bool TVN_prf_exchange(prf_state& p, int32_t position, int32_t q, int32_t key, do
   return code == lu_code::done && !TVN_lu_factornow(s.fac.factor);
 }
 
+#if TVN_CHECK_LEVEL >= 2
+namespace {
+
+// What each phase leaves: a header that agrees with the keys, clean vectors; after the duals' pushes reduced costs that
+// are those of the header, all of N in it at 0.
+void audit(const prf_state& p, bool duals) {
+  simplex_state& s = p.s;
+  if (!s.fac.usable) return;
+  const audit_site at{s.sys, "src/basic/purif", p.info.primaliter + p.info.dualiter};
+  TVN_simplex_checkheader(at, s);
+  TVN_simplex_checkscratch(at, s);
+  if (!duals || p.info.dualiter == 0 || p.shift > p.s.param.tols) return;
+  for (int32_t k = 0; k < p.w.m; k++) s.fac.rhs[k] = p.w.cost[s.fac.head[k]];
+  TVN_simplex_checkduals(at, s, [&](int32_t j) { return p.w.cost[j]; });
+}
+
+} // namespace
+#else
+static void audit(const prf_state&, bool) {}
+#endif
+
 void TVN_prf_puriflp(simplex_state& s, const lp_solution& point) {
   prf_state p(s, point);
   const int64_t total = s.work.total, m = s.work.m;
@@ -111,7 +134,10 @@ void TVN_prf_puriflp(simplex_state& s, const lp_solution& point) {
   TVN_prf_partition(p);
   const bool crashed = TVN_prf_crashbasis(p);
   p.info.crashtime = TVN_sysenv_gettime() - start;
-  const bool done = crashed && TVN_prf_primallp(p) && TVN_prf_duallp(p);
+  bool done = crashed && TVN_prf_primallp(p);
+  if (done) audit(p, false);
+  done = done && TVN_prf_duallp(p);
+  if (done) audit(p, true);
   s.factorready = done && s.fac.usable;
 }
 

@@ -108,6 +108,7 @@ bool push(prf_state& p, int32_t k) {
   const double by = direction * stop.step;
   move(p, by);
   s.d[leaving] = d - by;
+  p.shift = std::max(p.shift, std::fabs(s.d[stop.q]));
   s.d[stop.q] = 0;
   p.dual[leaving] = 0;
   p.dual[stop.q] = 0;

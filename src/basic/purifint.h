@@ -28,6 +28,7 @@ struct prf_state {
   buffer<prf_basic> basic; // [m] by position, in the primal phase
   buffer<int32_t> super;   // members of B that are not basic, the nearest to its bound first
   int32_t numsuper = 0;
+  double shift = 0; // largest cost that a dual push has taken for 0: of a point whose duals have wrong signs
   buffer<basis_exchange> repairs; // [m]
 };
 
