@@ -1,8 +1,6 @@
 // See checkdef.h.
 #include "convex/checkdef.h"
 
-#include "misc/symview.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -104,6 +102,13 @@ convex_result TVN_symmat_checkdef(sysenv& sys, const convex_terms& q, double sig
   found = factor(sys, m, tol, progress);
   if (found.sub >= 0) found.sub = rows.index[found.sub];
   return found;
+}
+
+convex_code TVN_symmat_checkcolumns(sysenv& sys, const sym_view& q, double tol, const sfk_progress& progress) {
+  const int64_t num = q.beg[q.n];
+  buffer<int32_t> column(sys, num);
+  for (int32_t j = 0; j < q.n; j++) std::fill(column.data() + q.beg[j], column.data() + q.beg[j + 1], j);
+  return TVN_symmat_checkdef(sys, {num, q.sub, column.data(), q.val}, 1, convex_level::full, tol, progress).code;
 }
 
 } // namespace tvn

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "kfac/sfk.h"
+#include "misc/symview.h"
 
 namespace tvn {
 
@@ -34,5 +35,8 @@ struct convex_terms {
 // Of sign times the matrix. A value that is not finite is indefinite. Throws out_of_memory.
 [[nodiscard]] convex_result TVN_symmat_checkdef(sysenv& sys, const convex_terms& q, double sign, convex_level level,
                                                 double tol, const sfk_progress& progress);
+
+// The same by columns, full, for the sign 1.
+convex_code TVN_symmat_checkcolumns(sysenv& sys, const sym_view& q, double tol, const sfk_progress& progress);
 
 } // namespace tvn

@@ -95,6 +95,32 @@ bool accepted(hom_run& run, int32_t solsta) {
   return false;
 }
 
+// A pivot that is this much below 0, of a matrix with unit diagonal, is not rounding; nor is a Q that is so far from
+// semidefinite.
+constexpr double wrong = 1e-6;
+
+// Once in a run.
+convex_code look_at_quadratic(hom_run& run, double tol) {
+  run.watch_q = false;
+  return TVN_symmat_checkcolumns(*run.sys, run.q, tol, run.w.k.params.progress);
+}
+
+// A pivot of the wrong sign may be rounding: with small D the big system has entries of all sizes (6 of 82 problems).
+// So it is a reason to look.
+bool is_nonconvex(hom_run& run) {
+  if (!run.watch_q || !(TVN_kktfac_wrongpivot(run.w.k) < -wrong)) return false;
+  return look_at_quadratic(run, 1e-10) == convex_code::indefinite;
+}
+
+// An optimum is another reason: at a saddle inside its bounds the barrier keeps all pivots right to the end. False when
+// it is none, or the look was stopped.
+bool is_minimum(hom_run& run) {
+  if (!run.watch_q) return run.info->response != hs_code::nonconvex;
+  const convex_code code = look_at_quadratic(run, wrong);
+  if (code == convex_code::indefinite) run.info->response = hs_code::nonconvex;
+  return code == convex_code::ok;
+}
+
 // A feasible point of one side proves that the optimum lies beyond a cut.
 bool cut(const hom_run& run) noexcept {
   const hs_param& p = *run.param;
@@ -110,7 +136,8 @@ bool refines(hom_run& run, const hom_grades& g) noexcept {
   constexpr double quadratic = 1e-4, gain = 0.5;
   const double enough = run.d.q.any() ? quadratic : run.param->refine;
   if (!(enough < 1)) return false;
-  if (run.numextra < most && run.info->iter < run.param->maxiterations && g.merit() > enough && run.grade.merit() < gain * run.lastgrade) {
+  if (run.numextra < most && run.info->iter < run.param->maxiterations && g.merit() > enough &&
+      run.grade.merit() < gain * run.lastgrade) {
     run.numextra++;
     run.lastgrade = run.grade.merit();
     return true;
@@ -127,6 +154,7 @@ bool finished(hom_run& run) {
   const hom_grades g = hom_grade(run.d, run.tol, run.f);
   const int32_t solsta = hom_terminate(g);
   if (solsta == sol_optimal && refines(run, g)) return false;
+  if (solsta == sol_optimal && !is_minimum(run)) return run.info->response == hs_code::nonconvex || stopped(run);
   if (solsta != sol_unknown && accepted(run, solsta)) return true;
   hs_code code = hs_code::ok;
   if (cut(run))
@@ -163,20 +191,6 @@ void set_accuracy(hom_run& run) noexcept {
   kktfac_params& p = run.w.k.params;
   p.tolrefine = std::clamp(0.1 * left, usual.tolrefine, loosest);
   p.tolkrylov = std::max(least_krylov, krylov * p.tolrefine);
-}
-
-// A pivot of the wrong sign may be rounding: with small D the big system has entries of all sizes (6 of 82 problems).
-// So it is a reason to look, once.
-bool is_nonconvex(hom_run& run) {
-  constexpr double wrong = -1e-6;
-  if (!run.watch_q || !(TVN_kktfac_wrongpivot(run.w.k) < wrong)) return false;
-  run.watch_q = false;
-  const int64_t num = run.q.beg[run.q.n];
-  buffer<int32_t> column(*run.sys, num);
-  for (int32_t j = 0; j < run.q.n; j++) std::fill(column.data() + run.q.beg[j], column.data() + run.q.beg[j + 1], j);
-  const convex_result found = TVN_symmat_checkdef(*run.sys, {num, run.q.sub, column.data(), run.q.val}, 1,
-                                                  convex_level::full, 1e-10, run.w.k.params.progress);
-  return found.code == convex_code::indefinite;
 }
 
 bool has_negative(const hom_quadratic& q) noexcept {
@@ -251,13 +265,15 @@ bool improved(hom_run& run) noexcept {
 }
 
 // What a run that ends without a proposal has reached.
-void propose_near(hom_run& run) noexcept {
+void propose_near(hom_run& run) {
   hs_info& info = *run.info;
   const bool ended = info.response == hs_code::stall || info.response == hs_code::numerical;
   const hom_record& c = run.certificate;
   hom_record& o = run.optimum;
   int32_t solsta = sol_unknown;
-  if (o.grade <= 1 && info.response != hs_code::nonconvex) {
+  if (o.grade <= near_factor && (ended || o.grade <= 1) && !is_minimum(run)) {
+    solsta = sol_unknown;
+  } else if (o.grade <= 1) {
     solsta = sol_optimal;
   } else if (ended && o.grade <= near_factor) {
     solsta = sol_near_optimal;

@@ -1,6 +1,7 @@
 // See qcopt.h.
 #include "qcoptdir/qcopt.h"
 
+#include "convex/checkdef.h"
 #include "prslv/reduced.h"
 #include "verify/verify.h"
 
@@ -210,8 +211,11 @@ void TVN_qcopt_slv(sysenv& sys, const lp_view& lp, const ipm_param& param, ipm_i
   };
   root_rows rows;
   {
+    constexpr double tolconvex = 1e-6; // as of the loop, which has the last word
     root_factor root;
-    if (!root.make(sys, lp.q, {&watch, ask})) return TVN_opt_ipmslv(sys, lp, param, info, progress, sol);
+    const bool convex =
+        !param.hs.watchconvexity || TVN_symmat_checkcolumns(sys, lp.q, tolconvex, {&watch, ask}) == convex_code::ok;
+    if (!convex || !root.make(sys, lp.q, {&watch, ask})) return TVN_opt_ipmslv(sys, lp, param, info, progress, sol);
     root.get_rows(sys, rows);
   }
   separable_problem separable(sys, lp, rows);

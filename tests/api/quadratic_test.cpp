@@ -122,3 +122,23 @@ TEST_F(Quadratic, WhatIsNotConvexIsRefusedByName) {
     EXPECT_NE(last_message().find("limit"), std::string::npos) << last_message();
   }
 }
+
+// The start is as far from all bounds, and so is a saddle there: nothing but Q itself tells that it is no minimum.
+TEST_F(Quadratic, NoSaddleIsAnOptimum) {
+  const int32_t i[] = {0, 1, 2, 1, 2, 2}, j[] = {0, 1, 2, 0, 0, 1};
+  const double saddles[][6] = {{1, 1, 1, -.6, -.6, -.6}, {0, 0, 1, 1, 0, 0}, {1, 1, 1, 1 + 1e-5, 0, 0}};
+  append(0, 3);
+  for (int32_t k = 0; k < 3; k++) ASSERT_EQ(TVN_putbound(task, TVN_ACC_VAR, k, TVN_BK_RA, -1, 1), TVN_RES_OK);
+  for (const auto& q : saddles)
+    for (const int32_t optimizer : {TVN_OPTIMIZER_FREE, TVN_OPTIMIZER_INTPNT, TVN_OPTIMIZER_QCONE})
+      for (const int32_t presolve : {0, 1}) {
+        ASSERT_EQ(TVN_putqobj(task, 6, i, j, q), TVN_RES_OK);
+        set(TVN_IPAR_CHECK_CONVEXITY, TVN_CHECK_CONVEXITY_NONE);
+        set(TVN_IPAR_OPTIMIZER, optimizer);
+        set(TVN_IPAR_PRESOLVE_USE, presolve);
+        EXPECT_EQ(TVN_optimize(task), TVN_RES_ERR_NONCONVEX) << q[3] << " optimizer " << optimizer;
+        int32_t solsta = -1;
+        ASSERT_EQ(TVN_getsolutionstatus(task, TVN_SOL_ITR, nullptr, &solsta), TVN_RES_OK);
+        EXPECT_EQ(solsta, TVN_SOL_STA_UNKNOWN);
+      }
+}
