@@ -49,9 +49,11 @@ void TVN_prslv_consin(prslv_context& x, int32_t i, int32_t rtype) {
 }
 
 void prslv_undoconsin(prslv_post& w) {
-  const auto [i, j, rowkey, low, upp, a, cc] = TVN_prslv_poprecord<consin_record>(w.x.stk);
+  const auto r = TVN_prslv_poprecord<consin_record>(w.x.stk);
+  const int32_t i = r.i, j = r.j; // names that a lambda may take, which the parts of a binding are not
+  const double a = r.a;
   lp_solution& s = w.s;
-  s.y[i] = -w.df * cc;
+  s.y[i] = -w.df * r.cost;
   s.slc[i] = s.suc[i] = 0;
   s.xc[i] = a * s.xx[j];
   s.skc[i] = w.rest();
@@ -66,11 +68,11 @@ void prslv_undoconsin(prslv_post& w) {
     d = 0;
     if (w.certificate() || side != (lower ? sk_low : sk_upr)) return;
     s.skx[j] = w.rest();
-    s.skc[i] = rowkey == bk_fx ? sk_fix : lower == (a > 0) ? sk_low : sk_upr;
+    s.skc[i] = r.rowkey == bk_fx ? sk_fix : lower == (a > 0) ? sk_low : sk_upr;
   };
   const bool all = w.walk != prslv_walk::basis;
-  if (low && (all || side == sk_low)) take(true);
-  if (upp && (all || side == sk_upr)) take(false);
+  if (r.low && (all || side == sk_low)) take(true);
+  if (r.upp && (all || side == sk_upr)) take(false);
   if (!w.certificate() && s.skx[j] == sk_fix) s.skx[j] = side;
 }
 

@@ -18,8 +18,6 @@ namespace tvn {
 
 namespace {
 
-constexpr const char* label = "src/tovan/tovansim";
-
 // Public pricing constants to the internal numbers.
 int32_t selection_number(int32_t value) {
   switch (value) {
