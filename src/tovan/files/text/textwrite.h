@@ -28,6 +28,7 @@ void put_big(text_output& w, std::string_view text); // any length
 
 // Text without a line end.
 inline void put(text_output& w, std::string_view text) {
+  if (text.empty()) return; // its pointer may be null
   w.column += static_cast<int64_t>(text.size());
   if (w.used + static_cast<int64_t>(text.size()) > w.block.size()) return put_big(w, text);
   std::memcpy(w.block.data() + w.used, text.data(), text.size());
