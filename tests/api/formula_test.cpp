@@ -229,6 +229,7 @@ TEST_F(Formula, OtherDialectsAreRefusedAtTheirPlace) {
       {"min x\nst\n c: : x <= 1\nend", "(3:5)"},
       {"min x\nst\n free: x <= 1\nend", "(3:2)"},
       {"min x\nst\n r:: x <= 1\nend", "(3:6)"},
+      {"min x\nst\n c: x <= 1\n end: x >= 2\n d: x >= 3\nend", "(4:5)"},
       {"min x\nst\n c: b = 1 -> x <= 3\nend", "(3:11)"},
       {"min x\nst\n c: x > = 3\nend", "(3:9)"},
       {"min x\nsuch that\n x >= 1\nend", "(2:1)"},

@@ -233,7 +233,9 @@ TVNrescodee parse_file(lp_file& f) {
     case token_kind::kw_bounds: code = read_bounds(f); break;
     case token_kind::kw_general: code = read_integers(r, false); break;
     case token_kind::kw_binary: code = read_integers(r, true); break;
-    case token_kind::kw_end: return TVN_RES_OK;
+    case token_kind::kw_end:
+      next_token(r.lx); // a colon: a label, and what follows must not be left out
+      return r.lx.tok.kind == token_kind::colon ? syntax_error(r) : TVN_RES_OK;
     case token_kind::end_of_file: return missing_end(r);
     default: return syntax_error(r);
     }
