@@ -254,6 +254,7 @@ TEST_F(Formula, OtherDialectsAreRefusedAtTheirPlace) {
        {"min x +", "min x st\n c:", "min x st\n c: x <=", "min [ x", "min [ x^2 ]/", "min x\nbounds\n 3 <="})
     expect_code(text, TVN_RES_ERR_LP_FILE_FORMAT, "at (");
   expect_code("min x\nst\n c: x >= 1\n c: x <= 2\nend", TVN_RES_ERR_DUP_NAME, "'c'");
+  expect_code("min [ 9e307 x * y + 9e307 y * x ]\nend", TVN_RES_ERR_INV_QOBJ_VAL, "inf");
   TVN_putintparam(task, TVN_IPAR_READ_LP_QUOTED_NAMES, 0);
   expect_code("min \"x\"\nend", TVN_RES_ERR_LP_FILE_FORMAT, "(1:5)");
   TVN_putintparam(task, TVN_IPAR_READ_LP_DROP_NEW_VARS_IN_BOU, 1);
@@ -275,6 +276,7 @@ TEST_F(Formula, SectionsThatDoNotFitAreRefusedAtTheirLine) {
       {"[bounds][cone cube k] x,y [/cone][/bounds]", TVN_RES_ERR_OPF_FORMAT},
       {"[vendor tovan][parameters][p TVN_IPAR_NONE] 1 [/p][/parameters][/vendor]", TVN_RES_ERR_PARAM_NAME},
       {"[comment] never closed", TVN_RES_ERR_OPF_PREMATURE_EOF},
+      {"[objective min] 1e308 + 1e308 [/objective]", TVN_RES_ERR_OPF_FORMAT},
       {"[unknown][/other]", TVN_RES_ERR_OPF_FORMAT},
       {"[/objective]", TVN_RES_ERR_OPF_FORMAT},
       {"x", TVN_RES_ERR_OPF_FORMAT},

@@ -298,6 +298,15 @@ TVNrescodee put_qobjij(task& t, int32_t i, int32_t j, double qij) {
   return TVN_RES_OK;
 }
 
+TVNrescodee check_finite(task& t, int32_t k, const vec<qterm>& terms) {
+  for (int64_t p = 0; p < terms.size(); p++) {
+    if (std::isfinite(terms[p].val)) continue;
+    const TVNrescodee code = k < 0 ? TVN_RES_ERR_INV_QOBJ_VAL : TVN_RES_ERR_INV_QCON_VAL;
+    return report(t, label, __LINE__, code, terms[p].val, static_cast<int32_t>(p));
+  }
+  return TVN_RES_OK;
+}
+
 } // namespace
 
 void free_qterms(problem& p) noexcept { p.q = qterms{}; }
@@ -327,15 +336,12 @@ void TVN_chgqnz(task& t, int64_t target) {
 }
 
 TVNrescodee put_terms(task& t, int32_t k, vec<qterm>& terms) {
-  for (int64_t p = 0; p < terms.size(); p++) {
-    if (std::isfinite(terms[p].val)) continue;
-    const TVNrescodee code = k < 0 ? TVN_RES_ERR_INV_QOBJ_VAL : TVN_RES_ERR_INV_QCON_VAL;
-    return report(t, label, __LINE__, code, terms[p].val, static_cast<int32_t>(p));
-  }
+  if (const TVNrescodee bad = check_finite(t, k, terms)) return bad;
   std::sort(terms.begin(), terms.end(),
             [](const qterm& a, const qterm& b) { return a.j != b.j ? a.j < b.j : a.i < b.i; });
   terms.resize(sum_neighbours(terms.data(), terms.size(),
                               [](const qterm& a, const qterm& b) { return a.i == b.i && a.j == b.j; }));
+  if (const TVNrescodee bad = check_finite(t, k, terms)) return bad; // a sum may have left the range
   if (k >= 0) make_con_regions(t);
   qterms& q = t.prob.q;
   store_region(t, k < 0 ? qregion{&q.objbegin, &q.objend} : qregion{&q.conbegin[k], &q.conend[k]}, terms.data(),

@@ -115,7 +115,7 @@ TVNrescodee read_term(formula_reader& r, int32_t row, const expression_start& s)
   if (r.lx.tok.kind == open_bracket(r) && !(r.lx.letters->lp && s.hasnumber)) return read_group(r, row, coefficient);
   if (!s.hasnumber || !r.constants) return syntax_error(r);
   r.draft.cfix += coefficient;
-  return TVN_RES_OK;
+  return std::isfinite(r.draft.cfix) ? TVN_RES_OK : syntax_error(r);
 }
 
 } // namespace
