@@ -47,6 +47,7 @@ struct draft_var {
 struct draft_cone {
   int32_t type;
   int64_t begin; // of its members
+  int32_t starred = 0; // bounds of all variables that it has taken
 };
 
 struct draft_priority {

@@ -113,6 +113,32 @@ TVNrescodee read_behind(opf_reader& f, bool front, stated_bounds& s) {
   return TVN_RES_OK;
 }
 
+void take_star(opf_reader& f, const stated_bounds& s) {
+  star_bounds& b = f.stars;
+  b.num++;
+  b.latest.equal = s.equal;
+  if (s.haslower) {
+    b.latest.lower = s.lower;
+    b.lowerat = b.num;
+  }
+  if (s.hasupper) {
+    b.latest.upper = s.upper;
+    b.upperat = b.num;
+  }
+  change_bound(f.r.draft.defaults, s, true);
+  f.r.draft.defaults.starred = b.num;
+}
+
+// What all variables got since this one was changed.
+void catch_up(const star_bounds& b, draft_var& v) noexcept {
+  if (v.starred == b.num) return;
+  stated_bounds s = b.latest;
+  s.haslower = b.lowerat > v.starred;
+  s.hasupper = b.upperat > v.starred;
+  change_bound(v, s, true);
+  v.starred = b.num;
+}
+
 TVNrescodee read_bound(opf_reader& f) {
   formula_reader& r = f.r;
   if (const TVNrescodee bad = end_head(f)) return bad;
@@ -127,11 +153,11 @@ TVNrescodee read_bound(opf_reader& f) {
   vec<int32_t> list(*r.t.sys);
   if (const TVNrescodee bad = read_bounded(f, list)) return bad;
   if (const TVNrescodee bad = read_behind(f, front, s)) return bad;
-  for (const int32_t j : list) change_bound(r.draft.var[j], s, true);
-  if (list.empty()) {
-    change_bound(r.draft.defaults, s, true);
-    for (draft_var& v : r.draft.var) change_bound(v, s, true);
+  for (const int32_t j : list) {
+    catch_up(f.stars, r.draft.var[j]);
+    change_bound(r.draft.var[j], s, true);
   }
+  if (list.empty()) take_star(f, s);
   return opf_close(f, "b");
 }
 
@@ -379,6 +405,7 @@ TVNrescodee TVN_readopf(task& t, sysfile& file, const char* name) {
   // A damaged file is told as such, whatever its last line looked like.
   const TVNrescodee filecode = report_file(t, label, __LINE__, f.r.lx.in.state, name);
   return filecode ? filecode : code ? code : entered;
+  for (draft_var& v : f.r.draft.var) catch_up(f.stars, v);
 }
 
 } // namespace tvn

@@ -11,10 +11,18 @@ struct opf_item {
   double lvl, y, sl, su, sn;
 };
 
+// The bounds of "*": of each side the latest, and how many bounds there were when it came. A variable takes what it has
+// missed when it is changed next, or at the end, so that many of them cost no more than one.
+struct star_bounds {
+  int32_t num = 0, lowerat = 0, upperat = 0;
+  stated_bounds latest;
+};
+
 struct opf_reader {
   formula_reader r;
   draft_hints hints;
   bool hasobjective = false;
+  star_bounds stars;
   vec<opf_item> items;
   bool hassolution[3] = {false, false, false};
 
