@@ -298,6 +298,39 @@ TEST_F(Formula, SectionsThatDoNotFitAreRefusedAtTheirLine) {
             TVN_RES_OK);
 }
 
+TEST_F(Formula, TextThatIsPassedOverHidesNoSection) {
+  for (const std::string tag : {"comment", "unknown"})
+    for (const std::string inside : {"['tis", "[ 'a", "[", "[#", "[=", "[\"", "it's [1]"}) {
+      const std::string open = "[" + tag + "] " + inside + (tag == "comment" ? " " : "\n") + "[/" + tag + "]";
+      ASSERT_EQ(read(open + "[objective min] x [/objective]\n" + open, "f.opf"), TVN_RES_OK) << open;
+      EXPECT_EQ(look(task).c, std::vector<double>{1}) << open;
+    }
+}
+
+TEST_F(Formula, BoundsOfAllVariablesMeanTheSameAsOneByOneAndCostAsMuchAsOne) {
+  uint32_t state = 1;
+  const auto draw = [&state](uint32_t n) {
+    state = state * 1664525 + 1013904223;
+    return (state >> 12) % n;
+  };
+  const std::string bounds[] = {"-3 <= ", "-inf <= ", "2 >= ", "7 = ", "inf >= "};
+  for (int round = 0; round < 200; round++) {
+    std::string head = "[variables] a b c [/variables][bounds]", stars = head, single = head;
+    for (uint32_t k = draw(8); k < 8; k++) {
+      const std::string bound = "[b] " + bounds[draw(5)], name(1, "abc*"[draw(4)]);
+      stars += bound + name + " [/b]";
+      for (const char j : name == "*" ? std::string("abc") : name) single += bound + j + " [/b]";
+    }
+    ASSERT_EQ(read(single + "[/bounds]", "f.opf"), TVN_RES_OK);
+    const picture want = look(task);
+    ASSERT_EQ(read(stars + "[/bounds]", "f.opf"), TVN_RES_OK);
+    ASSERT_EQ(difference(want, look(task)), "") << stars;
+  }
+  std::string text = "[bounds]";
+  for (int k = 0; k < 100000; k++) text += "[b] v" + std::to_string(k) + " <= 1 [/b][b] 0 <= * [/b]";
+  EXPECT_EQ(read(text + "[/bounds]", "f.opf"), TVN_RES_OK);
+}
+
 // ---- solutions and parameters ----
 
 TEST_F(Formula, SolutionsAndParametersComeBack) {

@@ -282,6 +282,15 @@ std::string_view take_until(lexer& lx, char c, bool comments) {
   return token_text(lx);
 }
 
+std::string_view take_tag(lexer& lx) {
+  lx.start = ++lx.at;
+  scan(lx, is_blank_char);
+  lx.start = lx.at;
+  if (!(class_at(lx, lx.at) & is_name_start)) return {};
+  scan(lx, is_name_char);
+  return token_text(lx);
+}
+
 std::string_view present_line(lexer& lx) noexcept {
   const int64_t begin =
       std::clamp<int64_t>(lx.start - (lx.tok.column - 1), std::max<int64_t>(0, lx.start - kept_of_line), lx.start);

@@ -92,6 +92,9 @@ void next_token(lexer& lx);
 std::string_view take_line(lexer& lx);
 // Up to the next character c or the end of the file; with `comments` what stands in comments does not count.
 std::string_view take_until(lexer& lx, char c, bool comments);
+// The bracket at `at` is passed with the name behind it, which is empty when none stands there. For free text, where no
+// character opens a comment or a quoted name.
+std::string_view take_tag(lexer& lx);
 // What is left of the present token's line, at most what a message holds.
 std::string_view present_line(lexer& lx) noexcept;
 

@@ -278,18 +278,26 @@ TVNrescodee read_problemname(opf_reader& f) {
   return opf_close(f, "problemname");
 }
 
+// The next tag of a text; false when the file ends before it.
+bool takes_tag(opf_reader& f, bool comments, std::string_view& tag) {
+  lexer& lx = f.r.lx;
+  (void)take_until(lx, '[', comments);
+  const bool has = lx.at < lx.in.end;
+  if (has)
+    tag = take_tag(lx);
+  else
+    next_token(lx);
+  return has;
+}
+
 // Nothing counts but the tag that ends it.
 TVNrescodee read_comment(opf_reader& f) {
-  formula_reader& r = f.r;
-  for (;;) {
-    (void)take_until(r.lx, '[', false);
-    next_token(r.lx);
-    if (r.lx.tok.kind == token_kind::end_of_file) return syntax_error(r);
-    next_token(r.lx);
-    if (r.lx.tok.kind != token_kind::string || !is_tag(f, "/comment")) continue;
-    next_token(r.lx);
-    return opf_take(f, token_kind::rbracket);
-  }
+  std::string_view tag;
+  do
+    if (!takes_tag(f, false, tag)) return syntax_error(f.r);
+  while (!is_word(tag, "/comment"));
+  next_token(f.r.lx);
+  return opf_take(f, token_kind::rbracket);
 }
 
 using section_reader = TVNrescodee (*)(opf_reader&);
@@ -383,12 +391,9 @@ TVNrescodee opf_skip(opf_reader& f, std::string_view name) {
          c_name(name).text);
   open.open(name);
   while (open.depth > 0) {
-    (void)take_until(r.lx, '[', true);
-    next_token(r.lx);
-    if (r.lx.tok.kind == token_kind::end_of_file) return syntax_error(r);
-    next_token(r.lx);
-    if (r.lx.tok.kind != token_kind::string) continue; // a bracket of the text
-    const std::string_view tag = r.lx.tok.text;
+    std::string_view tag;
+    if (!takes_tag(f, true, tag)) return syntax_error(r);
+    if (tag.empty()) continue; // a bracket of the text
     if (!(tag[0] == '/' ? open.close(tag.substr(1)) : open.open(tag))) return syntax_error(r);
   }
   next_token(r.lx);
