@@ -456,3 +456,42 @@ TEST_F(Formula, AStopTakesEffectWhileAFileIsRead) {
   EXPECT_EQ(read(text + "end\n"), TVN_RES_TRM_USER_CALLBACK);
   EXPECT_EQ(look(task).numcon, 0);
 }
+
+// What comes behind the text, the way into the task, takes as long as the text.
+TEST_F(Formula, AStopTakesEffectWhereNoTextIsReadOrWritten) {
+  std::string text = "min\n obj:";
+  for (int k = 0; k < 150000; k++) text += " + x" + std::to_string(k) + "\n";
+  text += "st\n";
+  for (int k = 0; k < 150000; k++) text += " c" + std::to_string(k) + ": x0 >= 3\n";
+  struct countdown {
+    int32_t left, calls;
+  } c{INT32_MAX, 0};
+  TVN_putcallbackfunc(
+      task,
+      [](TVNtask_t, void* handle, int32_t) -> int32_t {
+        auto& self = *static_cast<countdown*>(handle);
+        return ++self.calls > self.left;
+      },
+      &c);
+  const auto stops_everywhere = [&](auto call, int64_t bytes) {
+    c = {INT32_MAX, 0};
+    ASSERT_EQ(call(), TVN_RES_OK);
+    const int32_t calls = c.calls;
+    EXPECT_GT(calls, bytes / (1 << 20) + 4) << "only the text is watched";
+    for (int32_t left = 0; left < calls; left += 2) {
+      c = {left, 0};
+      ASSERT_EQ(call(), TVN_RES_TRM_USER_CALLBACK) << left;
+      ASSERT_LE(c.calls, left + 2) << "more than the last event came";
+    }
+  };
+  const auto size = static_cast<int64_t>(text.size());
+  stops_everywhere([&] { return read(text + "end\n"); }, size);
+  c = {INT32_MAX, 0};
+  ASSERT_EQ(read(text + "end\n"), TVN_RES_OK);
+  for (const char* name : {"w.lp", "w.opf"}) {
+    c = {INT32_MAX, 0};
+    ASSERT_EQ(TVN_writedata(task, path(name).c_str()), TVN_RES_OK);
+    stops_everywhere([&] { return TVN_writedata(task, path(name).c_str()); },
+                     static_cast<int64_t>(fs::file_size(path(name))));
+  }
+}

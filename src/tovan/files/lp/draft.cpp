@@ -15,7 +15,6 @@ namespace tvn {
 namespace {
 
 constexpr const char* label = "src/tovan/draft";
-constexpr int64_t stop_step = 1 << 18; // entries between two looks at the user
 
 int64_t end_of(const problem_draft& d, int32_t i) noexcept {
   return i + 1 < d.con.size() ? d.con[i + 1].begin : d.sub.size();
@@ -40,26 +39,35 @@ TVNrescodee size_task(task& t, const problem_draft& d, const draft_hints& h, int
                      room(d.qobj.size() + d.qcon.size(), TVN_IPAR_READ_ADD_QNZ, h.numqnz));
 }
 
-void put_names(task& t, int32_t item, draft_names& names) {
-  for (int32_t k = 0; k < names.size(); k++)
+TVNrescodee put_names(task& t, int32_t item, draft_names& names) {
+  draft_watch watch{t};
+  for (int32_t k = 0; k < names.size(); k++) {
     if (*names.text(k)) append_name(t, item, k, names.text(k));
+    if (const TVNrescodee stop = watch.spend(1)) return stop;
+  }
+  return TVN_RES_OK;
 }
 
 TVNrescodee put_vars(task& t, const problem_draft& d) {
+  draft_watch watch{t};
   TVNrescodee code = TVN_RES_OK;
   for (int32_t j = 0; j < d.var.size() && !code; j++) {
     const draft_var& v = d.var[j];
     code = put_bound(t, TVN_ACC_VAR, j, v.bk, v.bl, v.bu);
     if (!code && v.c != 0) code = put_cj(t, j, v.c);
     if (!code && v.integer) code = TVN_putvartype(&t, j, TVN_VAR_TYPE_INT);
+    if (!code) code = watch.spend(1);
   }
   return code;
 }
 
 TVNrescodee put_cons(task& t, const problem_draft& d) {
+  draft_watch watch{t};
   TVNrescodee code = TVN_RES_OK;
-  for (int32_t i = 0; i < d.con.size() && !code; i++)
+  for (int32_t i = 0; i < d.con.size() && !code; i++) {
     code = put_bound(t, TVN_ACC_CON, i, d.con[i].bk, d.con[i].bl, d.con[i].bu);
+    if (!code) code = watch.spend(1);
+  }
   return code;
 }
 
@@ -70,39 +78,45 @@ struct column_copy {
   buffer<double> val;
 };
 
-void turn_rows(task& t, const problem_draft& d, column_copy& a) {
+TVNrescodee turn_rows(task& t, const problem_draft& d, column_copy& a) {
+  draft_watch watch{t};
   const int64_t numvar = d.var.size(), num = d.sub.size();
   a.end.reset(*t.sys, numvar, 0);
   a.sub.reset(*t.sys, num);
   a.val.reset(*t.sys, num);
-  for (const int32_t j : d.sub) a.end[j]++;
+  for (int32_t i = 0; i < d.con.size(); i++) {
+    for (int64_t p = d.con[i].begin; p < end_of(d, i); p++) a.end[d.sub[p]]++;
+    if (const TVNrescodee stop = watch.spend(end_of(d, i) - d.con[i].begin)) return stop;
+  }
   int64_t at = 0;
   for (int64_t j = 0; j < numvar; j++) { // end[j] is where column j begins, until its entries have come
     const int64_t count = a.end[j];
     a.end[j] = at;
     at += count;
   }
-  for (int32_t i = 0; i < d.con.size(); i++)
+  for (int32_t i = 0; i < d.con.size(); i++) {
     for (int64_t p = d.con[i].begin; p < end_of(d, i); p++) {
       const int64_t to = a.end[d.sub[p]]++;
       a.sub[to] = i;
       a.val[to] = d.val[p];
     }
+    if (const TVNrescodee stop = watch.spend(end_of(d, i) - d.con[i].begin)) return stop;
+  }
+  return TVN_RES_OK;
 }
 
 TVNrescodee put_columns(task& t, problem_draft& d) {
   column_copy a;
-  turn_rows(t, d, a);
+  if (const TVNrescodee stop = turn_rows(t, d, a)) return stop;
   d.free_columns();
-  int64_t begin = 0, looked = 0;
+  draft_watch watch{t};
+  int64_t begin = 0;
   for (int32_t j = 0; j < d.var.size(); j++) {
     const auto n = static_cast<int32_t>(a.end[j] - begin);
     if (n > 0)
       if (const TVNrescodee bad = put_column(t, j, n, a.sub.data() + begin, a.val.data() + begin)) return bad;
     begin = a.end[j];
-    if (begin - looked < stop_step) continue;
-    looked = begin;
-    if (const TVNrescodee stop = call_callbacks(t, TVN_CALLBACK_READ_ADD_ANZ)) return stop;
+    if (const TVNrescodee stop = watch.spend(n)) return stop;
   }
   return TVN_RES_OK;
 }
@@ -139,8 +153,7 @@ TVNrescodee put_cones(task& t, problem_draft& d) {
         append_cone(t, d.cone[k].type, 0.0, static_cast<int32_t>(end - begin), d.members.data() + begin);
     if (bad) return bad;
   }
-  put_names(t, TVN_PI_CONE, d.cones);
-  return TVN_RES_OK;
+  return put_names(t, TVN_PI_CONE, d.cones);
 }
 
 TVNrescodee put_objective(task& t, problem_draft& d) {
@@ -206,6 +219,14 @@ int32_t draft_names::take(std::string_view name, bool& isnew) {
 }
 
 // ---- gathering ----
+
+TVNrescodee draft_watch::spend(int64_t steps) noexcept {
+  constexpr int64_t step = 1 << 18; // steps that miss the cache take some 25 ms
+  spent += steps + 1;
+  if (spent < step) return TVN_RES_OK;
+  spent = 0;
+  return call_callbacks(t, TVN_CALLBACK_READ_ADD_ANZ);
+}
 
 problem_draft::problem_draft(sysenv& sys) {
   objname.attach(sys);
@@ -299,8 +320,8 @@ TVNrescodee commit_draft(task& t, problem_draft& d, const draft_hints& hints, in
   if (!code) code = TVN_core_append(t, TVN_ACC_VAR, static_cast<int32_t>(d.var.size()), nullptr);
   if (code) return code;
   TVN_chgnamespc(t, d.vars.used + d.cons.used + d.cones.used + d.objname.size() + 1); // room for all at once
-  put_names(t, TVN_PI_VAR, d.vars); // first, since what is reported below names them
-  put_names(t, TVN_PI_CON, d.cons);
+  code = put_names(t, TVN_PI_VAR, d.vars); // first, since what is reported below names them
+  if (!code) code = put_names(t, TVN_PI_CON, d.cons);
   for (TVNrescodee (*step)(task&, problem_draft&) : {put_objective, put_columns, put_quadratic, put_cones})
     if (!code) code = step(t, d);
   if (!code) code = put_vars(t, d);

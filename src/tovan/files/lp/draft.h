@@ -31,6 +31,13 @@ private:
   void room(int64_t len);
 };
 
+// Looks at the user of a long loop without text to read.
+struct draft_watch {
+  task& t;
+  int64_t spent = 0;
+  TVNrescodee spend(int64_t steps) noexcept; // a stop by the user
+};
+
 struct draft_con {
   int32_t bk;
   double bl, bu;
@@ -40,6 +47,7 @@ struct draft_con {
 struct draft_var {
   int32_t bk = TVN_BK_LO;
   bool integer = false;
+  int32_t starred = 0; // bounds of all variables that it has taken
   double bl = 0, bu = bound_infinity, c = 0;
   int64_t last = -1; // position of the entry that the variable got last
 };
@@ -47,7 +55,6 @@ struct draft_var {
 struct draft_cone {
   int32_t type;
   int64_t begin; // of its members
-  int32_t starred = 0; // bounds of all variables that it has taken
 };
 
 struct draft_priority {

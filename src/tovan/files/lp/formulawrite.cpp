@@ -3,6 +3,7 @@
 
 #include "misc/numtext.h"
 #include "tovan/data/data.h"
+#include "tovan/task/log.h"
 #include "tovan/task/names.h"
 #include "tovan/task/param.h"
 #include "tovan/task/report.h"
@@ -62,7 +63,18 @@ formula_writer::formula_writer(task& t_, sysfile& file, int32_t callback, const 
     : out(t_, file, callback), t(t_), letters(letters_), generic(generic_), width(0), maxterms(0), quotedvar(*t_.sys) {
   if (generic) return;
   quotedvar.resize(t.prob.numvar);
-  for (int32_t j = 0; j < t.prob.numvar; j++) quotedvar[j] = !is_plain_name(letters, item_name(t, TVN_PI_VAR, j));
+  for (int32_t j = 0; j < t.prob.numvar && spend(*this, 1); j++)
+    quotedvar[j] = !is_plain_name(letters, item_name(t, TVN_PI_VAR, j));
+}
+
+bool spend(formula_writer& w, int64_t steps) noexcept {
+  constexpr int64_t step = 1 << 18; // steps that miss the cache take some 25 ms
+  w.spent += steps + 1;
+  if (w.spent >= step && w.out.code == TVN_RES_OK) {
+    w.spent = 0;
+    w.out.code = call_callbacks(w.t, w.out.callback);
+  }
+  return is_going(w.out);
 }
 
 void get_written_name(const formula_writer& w, int32_t item, int32_t i, written_name& name) noexcept {
@@ -158,25 +170,31 @@ void put_quadratic_of(formula_writer& w, int32_t row) {
     put_quadratic(w, q.conbegin[row], q.conend[row]);
 }
 
-void copy_rows(task& t, row_copy& rows) {
+bool copy_rows(formula_writer& w, row_copy& rows) {
+  task& t = w.t;
   const lent_matrix lent(t);
   const sprmat_view& a = lent.a;
   const int32_t numcon = t.prob.numcon, numvar = t.prob.numvar;
   rows.begin.reset(*t.sys, numcon + 1, 0);
-  for (int32_t j = 0; j < numvar; j++)
+  for (int32_t j = 0; j < numvar; j++) {
     for (int64_t p = a.ptrb[j]; p < a.ptre[j]; p++) rows.begin[a.sub[p]]++;
+    if (!spend(w, a.ptre[j] - a.ptrb[j])) return false;
+  }
   int64_t at = 0;
   for (int32_t i = 0; i <= numcon; i++) at += std::exchange(rows.begin[i], at);
   rows.sub.reset(*t.sys, at);
   rows.val.reset(*t.sys, at);
-  for (int32_t j = 0; j < numvar; j++)
+  for (int32_t j = 0; j < numvar; j++) {
     for (int64_t p = a.ptrb[j]; p < a.ptre[j]; p++) {
       const int64_t to = rows.begin[a.sub[p]]++;
       rows.sub[to] = j;
       rows.val[to] = a.val[p];
     }
+    if (!spend(w, a.ptre[j] - a.ptrb[j])) return false;
+  }
   for (int32_t i = numcon; i > 0; i--) rows.begin[i] = rows.begin[i - 1];
   rows.begin[0] = 0;
+  return true;
 }
 
 TVNrescodee check_costs(task& t) {

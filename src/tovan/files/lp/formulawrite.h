@@ -17,9 +17,13 @@ struct formula_writer {
   int32_t maxterms;     // of a line, 0: no limit
   int32_t numterms = 0; // of the present line
   vec<char> quotedvar;  // [numvar] 1: the name stands in quotes
+  int64_t spent = 0;    // steps without text since the user was asked
 
   formula_writer(task& t_, sysfile& file, int32_t callback, const alphabet& letters_, bool generic_);
 };
+
+// Looks at the user of a long loop that writes no text; false: he stops.
+bool spend(formula_writer& w, int64_t steps) noexcept;
 
 // A name as it stands in a file: the text, and whether it is quoted.
 struct written_name {
@@ -52,7 +56,7 @@ struct row_copy {
   buffer<int32_t> sub;
   buffer<double> val;
 };
-void copy_rows(task& t, row_copy& rows);
+bool copy_rows(formula_writer& w, row_copy& rows); // false: the user stops
 
 // A cost that no file can hold is reported.
 TVNrescodee check_costs(task& t);

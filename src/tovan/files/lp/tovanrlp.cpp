@@ -169,11 +169,14 @@ void read_top(lp_file& f) {
 }
 
 // The variable with the number j goes; it stands in no row and no quadratic term.
-void remove_variable(problem_draft& d, int32_t gone) {
+TVNrescodee remove_variable(task& t, problem_draft& d, int32_t gone) {
+  draft_watch watch{t};
   draft_names names;
   names.make(*d.vars.table.sys);
-  for (int32_t j = 0; j < d.vars.size(); j++)
+  for (int32_t j = 0; j < d.vars.size(); j++) {
     if (j != gone) names.append(d.vars.text(j));
+    if (const TVNrescodee stop = watch.spend(1)) return stop;
+  }
   std::swap(names, d.vars);
   // The table looks texts up where its own record keeps them.
   d.vars.table.pool = &d.vars.pool;
@@ -186,21 +189,22 @@ void remove_variable(problem_draft& d, int32_t gone) {
       q.i -= q.i > gone;
       q.j -= q.j > gone;
     }
+  return TVN_RES_OK;
 }
 
 // In our own files the constant of the objective is a fixed variable.
-void take_constant(lp_file& f) {
+TVNrescodee take_constant(lp_file& f) {
   problem_draft& d = f.r.draft;
-  if (!f.ours || f.constant.empty()) return;
+  if (!f.ours || f.constant.empty()) return TVN_RES_OK;
   const int32_t j = d.vars.find({f.constant.data(), static_cast<size_t>(f.constant.size())});
-  if (j < 0) return;
+  if (j < 0) return TVN_RES_OK;
   const draft_var v = d.var[j];
   const auto has = [&](const vec<qterm>& terms) {
     return std::any_of(terms.begin(), terms.end(), [j](const qterm& q) { return q.i == j || q.j == j; });
   };
-  if (v.bk != TVN_BK_FX || v.c != 1 || v.integer || v.last >= 0 || has(d.qobj) || has(d.qcon)) return;
+  if (v.bk != TVN_BK_FX || v.c != 1 || v.integer || v.last >= 0 || has(d.qobj) || has(d.qcon)) return TVN_RES_OK;
   d.cfix = v.bl;
-  remove_variable(d, j);
+  return remove_variable(f.r.t, d, j);
 }
 
 TVNrescodee read_objective(formula_reader& r) {
@@ -252,7 +256,7 @@ TVNrescodee TVN_readlpfile(task& t, sysfile& file, const char* name) {
   f.constant.attach(*t.sys);
   f.dropsnew = TVNP_getintparam(t, TVN_IPAR_READ_LP_DROP_NEW_VARS_IN_BOU) != 0;
   TVNrescodee code = parse_file(f);
-  if (!code) take_constant(f);
+  if (!code) code = take_constant(f);
   const auto hint = [&t](int32_t param) { return std::max(int64_t{1}, int64_t{TVNP_getintparam(t, param)}); };
   const draft_hints hints = {hint(TVN_IPAR_READ_CON), hint(TVN_IPAR_READ_VAR), 0, hint(TVN_IPAR_READ_ANZ),
                              hint(TVN_IPAR_READ_QNZ)};

@@ -78,7 +78,7 @@ void see_terms(lp_writer& w, int64_t begin, int64_t end, int64_t& place) noexcep
   }
 }
 
-void find_appearances(lp_writer& w) {
+bool find_appearances(lp_writer& w) {
   const problem& p = w.f.t.prob;
   w.first.reset(*w.f.t.sys, p.numvar, never);
   int64_t place = 0;
@@ -87,7 +87,9 @@ void find_appearances(lp_writer& w) {
     for (int64_t k = w.rows.begin[i]; k < w.rows.begin[i + 1]; k++) see(w, w.rows.sub[k], place);
     if (w.rows.begin[i] == w.rows.begin[i + 1] && p.numvar > 0) see(w, 0, place); // an empty row names a variable
     if (!p.q.conbegin.empty()) see_terms(w, p.q.conbegin[i], p.q.conend[i], place);
+    if (!spend(w.f, w.rows.begin[i + 1] - w.rows.begin[i])) return false;
   }
+  return true;
 }
 
 // Everything up to the last cost, and up to the last variable that one with a higher number would precede.
@@ -285,8 +287,7 @@ TVNrescodee TVN_writelpfile(task& t, bool generic, sysfile& file, const char* fi
   if (t.prob.numcone > 0)
     echo(t, TVN_STREAM_WRN, "Warning: %d cones cannot be written to an LP file and are left out.\n",
          static_cast<int>(t.prob.numcone));
-  copy_rows(t, w.rows);
-  find_appearances(w);
+  if (!copy_rows(w.f, w.rows) || !find_appearances(w)) return w.f.out.code;
   w.numlisted = count_listed(w);
   write_top(w);
   write_objective(w);

@@ -405,12 +405,12 @@ TVNrescodee TVN_readopf(task& t, sysfile& file, const char* name) {
   watch_input(f.r);
   TVNrescodee code = call_callbacks(t, TVN_CALLBACK_READ_OPF);
   if (!code) code = parse_file(f);
+  for (draft_var& v : f.r.draft.var) catch_up(f.stars, v);
   TVNrescodee entered = f.r.stop ? f.r.stop : commit_draft(t, f.r.draft, f.hints, f.r.lx.in.total);
   if (!code && !entered) entered = opf_put_solutions(f);
   // A damaged file is told as such, whatever its last line looked like.
   const TVNrescodee filecode = report_file(t, label, __LINE__, f.r.lx.in.state, name);
   return filecode ? filecode : code ? code : entered;
-  for (draft_var& v : f.r.draft.var) catch_up(f.stars, v);
 }
 
 } // namespace tvn

@@ -358,7 +358,7 @@ TVNrescodee check_opf_problem(task& t) {
 TVNrescodee TVN_writeopf(task& t, bool generic, const opf_options& options, sysfile& file, const char* filename) {
   opf_writer w{formula_writer(t, file, TVN_CALLBACK_WRITE_OPF, opf_alphabet(), generic), options};
   w.f.maxterms = options.maxterms;
-  copy_rows(t, w.rows);
+  if (!copy_rows(w.f, w.rows)) return w.f.out.code;
   if (options.header) write_header(w);
   if (options.hints) write_hints(w);
   if (options.problem)
