@@ -68,3 +68,26 @@ TEST_F(Locale, OfTheProgramIsNotSeenInLogsAndMessages) {
   }
   EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "comma") << "the program keeps its own";
 }
+
+TEST_F(Locale, OfTheProgramIsNotSeenInFilesOfFormulas) {
+  const std::string first = (folder / "a.lp").string();
+  std::ofstream(first) << "min\n c: 0.5 x - 1.25e-3 y + [ 2.5 x ^ 2 ]/2\nst\n r:: -1.5 <= x + 0.75 y <= 8.5\nbounds\n "
+                          "x <= 3.25\nend\n";
+  ASSERT_EQ(TVN_readdata(task, first.c_str()), TVN_RES_OK);
+  TVN_putcfix(task, 2.5);
+  for (const char* name : {"b.opf", "c.lp", "d.opf"}) {
+    const std::string file = (folder / name).string();
+    ASSERT_EQ(TVN_writedata(task, file.c_str()), TVN_RES_OK);
+    ASSERT_EQ(TVN_readdata(task, file.c_str()), TVN_RES_OK);
+    std::ifstream in(file);
+    const std::string text((std::istreambuf_iterator<char>(in)), {});
+    EXPECT_EQ(text.find(','), std::string::npos) << text;
+    double cost[2], lower = 0, upper = 0, cfix = 0;
+    int32_t key = 0;
+    TVN_getc(task, cost);
+    TVN_getcfix(task, &cfix);
+    TVN_getbound(task, TVN_ACC_CON, 0, &key, &lower, &upper);
+    EXPECT_EQ((std::vector<double>{cost[0], cost[1], cfix, lower, upper}),
+              (std::vector<double>{0.5, -1.25e-3, 2.5, -1.5, 8.5}));
+  }
+}

@@ -263,6 +263,34 @@ TEST(ShortMemory, WholeLifeOfATask) {
   std::filesystem::remove(log);
 }
 
+// A reader and a writer hold tables of their own, and a task half filled.
+TEST(ShortMemory, FilesOfFormulas) {
+  const std::string stem = (std::filesystem::temp_directory_path() / ("tvn_form_" + std::to_string(getpid()))).string();
+  const std::string lp = stem + ".lp", opf = stem + ".opf", lp2 = stem + "w.lp", opf2 = stem + "w.opf";
+  std::ofstream(lp)
+      << "max\n o: 3 x + \"a b\" + [ x ^ 2 - x * y ]/2\nst\n c: x + y >= 1\n r:: 1 <= y + [ y^2 ]/2 <= 3\n"
+         "bounds\n x free\n new <= 4\ngeneral\n y other\nend\n";
+  std::ofstream(opf)
+      << "[comment] [/comment][odd][odd] [/odd][/odd][problemname]p[/problemname][objective min 'o'] 2 x + "
+         "0.5 (x^2) + 4 [/objective][constraints][con c] x + y >= 1 [/con][con] y = 2 [/con]"
+         "[/constraints][bounds][b] 1 <= * [/b][cone quad k] x, 'a\\'b' [/cone][/bounds][integer] y "
+         "[/integer][branchpriorities][var y] 2 up [/var][/branchpriorities][vendor tovan][parameters]"
+         "[p TVN_SPAR_STAT_NAME] 's' [/p][/parameters][/vendor][solutions][solution bas]"
+         "[var x] sk=LOW lvl=1 [/var][con] sk=FIX lvl=2 y=1 [/con][/solution][/solutions]";
+  const auto reads = [](const std::string& name) {
+    return step([name](handles& h) { return TVN_readdata(h.task, name.c_str()); });
+  };
+  const auto writes = [](const std::string& name) {
+    return step([name](handles& h) { return TVN_writedata(h.task, name.c_str()); });
+  };
+  const step all = [](handles& h) {
+    return first_of({TVN_putintparam(h.task, TVN_IPAR_OPF_WRITE_SOLUTIONS, 1),
+                     TVN_putintparam(h.task, TVN_IPAR_OPF_WRITE_PARAMETERS, 1)});
+  };
+  expect_survived({init, make, reads(lp), writes(lp2), writes(opf2), reads(opf), all, writes(opf2), reads(opf2)});
+  for (const std::string& name : {lp, opf, lp2, opf2}) std::filesystem::remove(name);
+}
+
 // Every change that reaches stored solutions, their figures for each type of problem, and the roads without an
 // optimizer.
 TEST(ShortMemory, SolutionsThroughChangesAndRoads) {
