@@ -156,6 +156,9 @@ TEST_F(Formula, TheConstantComesBackOnlyFromOurOwnFiles) {
   EXPECT_NE(text.find("+ CFIX\n"), std::string::npos) << text;
   ASSERT_EQ(read(text), TVN_RES_OK);
   EXPECT_EQ(look(task).cfix, 7);
+  TVN_putcfix(task, -1e30); // which bounds take for infinite
+  ASSERT_EQ(read(written()), TVN_RES_OK);
+  EXPECT_EQ(look(task).cfix, -1e30);
   ASSERT_EQ(read("\\ somebody else's\n" + text), TVN_RES_OK);
   EXPECT_EQ(look(task).numvar, 2);
   EXPECT_EQ(look(task).cfix, 0);

@@ -202,7 +202,7 @@ TVNrescodee take_constant(lp_file& f) {
   const auto has = [&](const vec<qterm>& terms) {
     return std::any_of(terms.begin(), terms.end(), [j](const qterm& q) { return q.i == j || q.j == j; });
   };
-  if (v.bk != TVN_BK_FX || v.c != 1 || v.integer || v.last >= 0 || has(d.qobj) || has(d.qcon)) return TVN_RES_OK;
+  if (v.bl != v.bu || v.c != 1 || v.integer || v.last >= 0 || has(d.qobj) || has(d.qcon)) return TVN_RES_OK;
   d.cfix = v.bl;
   return remove_variable(f.r.t, d, j);
 }
