@@ -30,6 +30,7 @@ struct lp_writer {
   buffer<int64_t> first{}; // [numvar] place of the first appearance behind the linear objective, `never` for none
   int32_t numlisted = 0;   // variables that the objective lists
   text constant{};         // name of the variable for the constant of the objective
+  bool usualtaken = false; // a variable of the problem has its usual name
 };
 
 // ---- what cannot be written ----
@@ -107,10 +108,21 @@ int32_t count_listed(const lp_writer& w) noexcept {
 
 bool is_taken(lp_writer& w, const char* name) { return !w.f.generic && find_name(w.f.t, TVN_PI_VAR, name) >= 0; }
 
+// The same for the usual name, by one look at each name: the table of names, which takes longer to make than the file
+// to write, is seldom wanted.
+bool is_usual_taken(lp_writer& w) {
+  const problem& p = w.f.t.prob;
+  bool taken = false;
+  for (int32_t j = 0; !w.f.generic && j < p.numvar && !taken && spend(w.f, 1); j++)
+    taken = std::string_view(item_name(w.f.t, TVN_PI_VAR, j)) == lp_constant_name;
+  return taken;
+}
+
 TVNrescodee name_constant(lp_writer& w) {
   task& t = w.f.t;
   w.constant.assign(lp_constant_name);
-  if (t.prob.cfix == 0 || !is_taken(w, lp_constant_name)) return TVN_RES_OK;
+  w.usualtaken = is_usual_taken(w);
+  if (t.prob.cfix == 0 || !w.usualtaken) return TVN_RES_OK;
   constexpr int32_t tries = 1000;
   char name[TVN_MAX_STR_LEN + 16];
   for (int32_t k = 0; k < tries; k++) {
@@ -131,7 +143,7 @@ void write_top(lp_writer& w) {
                 version_revision);
   end_line(w.f, line);
   const bool usual = w.constant.view() == lp_constant_name, hasconstant = w.f.t.prob.cfix != 0;
-  if (hasconstant ? usual : !is_taken(w, lp_constant_name)) return;
+  if (hasconstant ? usual : !w.usualtaken) return;
   put(w.f.out, lp_constant_line);
   put(w.f.out, " ");
   end_line(w.f, hasconstant ? w.constant.view() : std::string_view{});
