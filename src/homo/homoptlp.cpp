@@ -132,8 +132,8 @@ bool cut(const hom_run& run) noexcept {
 // x; a step to a basis has to know on which side of a pair is 0. As long as an iteration halves what is lacking, a few
 // more are made. The best point stands in the end.
 bool refines(hom_run& run, const hom_grades& g) noexcept {
-  constexpr int32_t most = 3;
-  constexpr double quadratic = 1e-4, gain = 0.5;
+  constexpr double quadratic = 1e-7, gain = 0.5;
+  const int32_t most = run.d.q.any() ? 8 : 3;
   const double enough = run.d.q.any() ? quadratic : run.param->refine;
   if (!(enough < 1)) return false;
   if (run.numextra < most && run.info->iter < run.param->maxiterations && g.merit() > enough &&
