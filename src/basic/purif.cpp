@@ -85,6 +85,12 @@ bool TVN_prf_refactor(prf_state& p) {
   return num >= 0;
 }
 
+bool TVN_prf_wantsafresh(prf_state& p, int32_t rejectedbefore) noexcept {
+  if (p.info.rejected == rejectedbefore && p.worked < p.w.colbeg[p.w.n] + p.w.total) return false;
+  p.worked = 0;
+  return true;
+}
+
 bool TVN_prf_exchange(prf_state& p, int32_t position, int32_t q, int32_t key, double value) {
   simplex_state& s = p.s;
   const int32_t leaving = s.fac.head[position];

@@ -26,8 +26,9 @@ void form_duals(prf_state& p) {
 }
 
 bool begin_afresh(prf_state& p) {
+  const int32_t rejected = p.info.rejected;
   if (!TVN_prf_refactor(p)) return false;
-  form_duals(p);
+  if (TVN_prf_wantsafresh(p, rejected)) form_duals(p);
   return true;
 }
 
@@ -149,6 +150,7 @@ bool TVN_prf_duallp(prf_state& p) {
     going = !TVN_simplex_poll(s);
     if (!going) break;
     const bool good = push(p, k);
+    p.worked += s.rho.count + s.alpha.count + 1;
     p.info.dualiter++;
     if (s.param.basislogfreq > 0 && p.info.dualiter % s.param.basislogfreq == 0) tell_figures(p);
     TVN_simplex_clearvectors(s);

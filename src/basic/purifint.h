@@ -28,6 +28,7 @@ struct prf_state {
   buffer<prf_basic> basic; // [m] by position, in the primal phase
   buffer<int32_t> super;   // members of B that are not basic, the nearest to its bound first
   int32_t numsuper = 0;
+  int64_t worked = 0; // entries met since values, or duals, were formed afresh
   double shift = 0; // largest cost that a dual push has taken for 0: of a point whose duals have wrong signs
   buffer<basis_exchange> repairs; // [m]
 };
@@ -44,6 +45,8 @@ bool TVN_prf_duallp(prf_state& p);
 void TVN_prf_putout(prf_state& p, int32_t j);
 // A fresh factor; what a repair puts out as above. False: stopped, or none.
 bool TVN_prf_refactor(prf_state& p);
+// Is it time to form values or duals afresh? That costs all nonzeros, so the pushes since must have met as many.
+bool TVN_prf_wantsafresh(prf_state& p, int32_t rejectedbefore) noexcept;
 // q in place of what is at the position, which becomes nonbasic with `key` at `value`; s.spike holds q's column. False:
 // the factor is to be made again.
 bool TVN_prf_exchange(prf_state& p, int32_t position, int32_t q, int32_t key, double value);

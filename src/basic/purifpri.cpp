@@ -40,8 +40,9 @@ void form_basics(prf_state& p) {
 }
 
 bool begin_afresh(prf_state& p) {
+  const int32_t rejected = p.info.rejected;
   if (!TVN_prf_refactor(p)) return false;
-  form_basics(p);
+  if (TVN_prf_wantsafresh(p, rejected)) form_basics(p);
   return true;
 }
 
@@ -169,6 +170,7 @@ bool TVN_prf_primallp(prf_state& p) {
     going = !TVN_simplex_poll(s);
     if (!going) break;
     const push_end end = push(p, j);
+    p.worked += s.aq.count + 1;
     TVN_simplex_clearvectors(s);
     if (end != push_end::done) going = begin_afresh(p);
     if (end == push_end::again) continue;

@@ -30,6 +30,8 @@ void copy_values(const lp_view& lp, const lp_solution& from, const lp_solution& 
 
 // A proof needs no vertex: the basic solution is the same one, with the basis of the logicals.
 void keep_certificate(const ipm_run& run, basis_run& b) {
+  b.info = {};
+  b.made = true;
   TVN_prslv_clearsolution(run.lp, b.sol);
   copy_values(run.lp, run.sol, b.sol);
   b.info.prosta = run.info.prosta;
@@ -52,15 +54,22 @@ void attempt::identify_basis() {
   if (!run.basis || !basis_wanted(*run.basis, run.info)) return;
   if (run.progress(ipm_event::poll, run.info) != 0) return; // the user has had enough
   basis_run& b = *run.basis;
+  if (is_certificate(run.info.solsta)) return keep_certificate(run, b);
   b.info = {};
   b.made = true;
-  if (is_certificate(run.info.solsta)) return keep_certificate(run, b);
   copy_values(run.lp, run.sol, b.sol);
   std::copy_n(run.sol.skc, run.lp.numcon, b.sol.skc);
   std::copy_n(run.sol.skx, run.lp.numvar, b.sol.skx);
-  TVN_simplex_identifybasis(run.sys, run.near, b.param, b.info, b.progress, b.sol, ctx, ctx ? &reduced : nullptr,
-                            b.kept);
-  if (&run.near != &run.lp && b.info.response == simplex_code::ok) bring_far_bounds_back(run, b);
+  try {
+    TVN_simplex_identifybasis(run.sys, run.near, b.param, b.info, b.progress, b.sol, ctx, ctx ? &reduced : nullptr,
+                              b.kept);
+    if (&run.near != &run.lp && b.info.response == simplex_code::ok) bring_far_bounds_back(run, b);
+  } catch (const out_of_memory&) { // what the interior run has found stands
+    TVN_prslv_clearsolution(run.lp, b.sol);
+    b.info.response = simplex_code::no_memory;
+    b.info.prosta = pro_unknown;
+    b.info.solsta = sol_unknown;
+  }
 }
 
 } // namespace tvn

@@ -139,12 +139,6 @@ void TVN_opt_ipmslv(sysenv& sys, const lp_view& given, const ipm_param& param, i
   const lp_view& lp = own.lp;
   info = {};
   TVN_prslv_clearsolution(lp, sol);
-  if (const int32_t item = TVN_verify_crossingitem(lp); item >= 0) {
-    TVN_verify_provecrossing(lp, item, sol);
-    info.prosta = pro_prim_infeas;
-    info.solsta = sol_prim_infeas_cer;
-    return;
-  }
   run_watch watch;
   watch.starttime = param.starttime;
   watch.maxtime = param.maxtime;
@@ -152,6 +146,12 @@ void TVN_opt_ipmslv(sysenv& sys, const lp_view& given, const ipm_param& param, i
   const ipm_run run{sys, lp, lp, param, info, progress, sol, watch, basis};
   watch.handle = const_cast<ipm_run*>(&run);
   watch.ask = ask_user;
+  if (const int32_t item = TVN_verify_crossingitem(lp); item >= 0) {
+    TVN_verify_provecrossing(lp, item, sol);
+    info.prosta = pro_prim_infeas;
+    info.solsta = sol_prim_infeas_cer;
+    return attempt(run).identify_basis();
+  }
   attempts tries{run, {}, {}};
   ipm_param direct = param, other = param; // what may work where the settings do not
   direct.presolve = false;

@@ -134,8 +134,9 @@ TEST_F(BasisStep, LimitsLeaveTheInteriorAnswer) {
 }
 
 TEST_F(BasisStep, IsMadeAfterTheRunsThatTheWishNames) {
-  lp_case good = flat_case(1), bad = good;
+  lp_case good = flat_case(1), bad = good, crossed = good;
   bad.blc[0] = bad.buc[0] = 1e6; // no point
+  crossed.blx[0] = crossed.bux[0] + 1;
   for (const auto wish : {tvn::basis_wish::always, tvn::basis_wish::no_error, tvn::basis_wish::if_feasible})
     for (const bool ignore : {false, true}) {
       wanted = {};
@@ -144,6 +145,7 @@ TEST_F(BasisStep, IsMadeAfterTheRunsThatTheWishNames) {
       param = {};
       EXPECT_TRUE(solve(good).basis.made);
       EXPECT_EQ(solve(bad).basis.made, wish != tvn::basis_wish::if_feasible);
+      EXPECT_EQ(solve(crossed).basis.made, wish != tvn::basis_wish::if_feasible);
       param.hs.maxiterations = 3;
       EXPECT_EQ(solve(good).basis.made,
                 wish == tvn::basis_wish::always || (wish == tvn::basis_wish::no_error && ignore));

@@ -80,18 +80,27 @@ TVNrescodee TVN_conicoptimizer(task& t) {
   return missing_optimizer(t, "conic optimizer");
 }
 
+// Does the basic slot say more than that all logicals are basic? A run that was stopped leaves no more.
+bool is_start(task& t) {
+  if (!t.sols.defined[TVN_SOL_BAS]) return false;
+  if (t.sols.solsta[TVN_SOL_BAS] != TVN_SOL_STA_UNKNOWN) return true;
+  const int32_t* const skx = TVN_slotarrays(t, TVN_SOL_BAS).skx;
+  return std::any_of(skx, skx + t.prob.numvar, [](int32_t key) { return key == TVN_SK_BAS; });
+}
+
 // Why the simplex is surely the faster one on a linear problem; null: it is not.
-const char* simplex_reason(const task& t) {
-  constexpr int32_t fewrows = 50; // up to there it takes half of the time of the interior point, or less
-  if (t.sols.defined[TVN_SOL_BAS] && t.params.ival[TVN_IPAR_SIM_HOTSTART] != TVN_SIM_HOTSTART_NONE)
+const char* simplex_reason(task& t) {
+  constexpr int32_t few = 50, notmany = 5000; // up to there it takes half of the time of the interior point, or less
+  if (is_start(t) && t.params.ival[TVN_IPAR_SIM_HOTSTART] != TVN_SIM_HOTSTART_NONE)
     return "there is a basis to start from";
-  if (std::min(t.prob.numcon, t.prob.numvar) <= fewrows) return "the problem is small";
+  const auto [least, most] = std::minmax(t.prob.numcon, t.prob.numvar);
+  if (least <= few && most <= notmany) return "the problem is small";
   return nullptr;
 }
 
 // The interior slot holds the vertex, too: who leaves the choice to us finds both slots filled.
 void copy_to_interior(task& t) {
-  if (!t.sols.defined[TVN_SOL_BAS]) return;
+  if (!t.sols.defined[TVN_SOL_BAS] || t.sols.solsta[TVN_SOL_BAS] == TVN_SOL_STA_UNKNOWN) return;
   TVN_makesolution(t, TVN_SOL_ITR);
   const lp_solution from = TVN_slotarrays(t, TVN_SOL_BAS), to = TVN_slotarrays(t, TVN_SOL_ITR);
   const auto numcon = t.prob.numcon, numvar = t.prob.numvar;

@@ -149,8 +149,15 @@ TVNrescodee basis_code(const basis_run& b, const basis_view& view) {
   return TVN_oresptomrespdbg(static_cast<int32_t>(c));
 }
 
+// Has the step been cut short without a result?
+bool was_cut(const simplex_info& info) {
+  const simplex_code c = info.response;
+  return info.solsta == sol_unknown && (c == simplex_code::user_stop || c == simplex_code::peer_stop ||
+                                        c == simplex_code::max_time || c == simplex_code::no_memory);
+}
+
 void put_basis(task& t, const basis_run& b, const basis_view& view) {
-  t.sols.defined[TVN_SOL_BAS] = 1;
+  t.sols.defined[TVN_SOL_BAS] = !was_cut(b.info); // else the slot would be taken for a start
   t.sols.prosta[TVN_SOL_BAS] = TVN_convertprosta(b.info.prosta);
   t.sols.solsta[TVN_SOL_BAS] = TVN_convertsolsta(b.info.solsta);
   update_basisitems(view, b.info);
