@@ -1,8 +1,7 @@
 // The step from an interior solution to a basic one: whether it is to be made, and what it starts from.
+#include "misc/solcopy.h"
 #include "optimize/attempt.h"
 #include "simplex/frame.h"
-
-#include <algorithm>
 
 namespace tvn {
 
@@ -22,18 +21,12 @@ bool basis_wanted(const basis_run& basis, const ipm_info& info) {
   return false;
 }
 
-void copy_values(const lp_view& lp, const lp_solution& from, const lp_solution& to) {
-  for (auto v : {&lp_solution::xc, &lp_solution::y, &lp_solution::slc, &lp_solution::suc})
-    std::copy_n(from.*v, lp.numcon, to.*v);
-  for (auto v : {&lp_solution::xx, &lp_solution::slx, &lp_solution::sux}) std::copy_n(from.*v, lp.numvar, to.*v);
-}
-
 // A proof needs no vertex: the basic solution is the same one, with the basis of the logicals.
 void keep_certificate(const ipm_run& run, basis_run& b) {
   b.info = {};
   b.made = true;
   TVN_prslv_clearsolution(run.lp, b.sol);
-  copy_values(run.lp, run.sol, b.sol);
+  copy_values(run.lp.numcon, run.lp.numvar, run.sol, b.sol);
   b.info.prosta = run.info.prosta;
   b.info.solsta = run.info.solsta;
   b.info.primalviol = run.info.primalviol;
@@ -57,9 +50,7 @@ void attempt::identify_basis() {
   if (is_certificate(run.info.solsta)) return keep_certificate(run, b);
   b.info = {};
   b.made = true;
-  copy_values(run.lp, run.sol, b.sol);
-  std::copy_n(run.sol.skc, run.lp.numcon, b.sol.skc);
-  std::copy_n(run.sol.skx, run.lp.numvar, b.sol.skx);
+  copy_solution(run.lp.numcon, run.lp.numvar, run.sol, b.sol);
   try {
     TVN_simplex_identifybasis(run.sys, run.near, b.param, b.info, b.progress, b.sol, ctx, ctx ? &reduced : nullptr,
                               b.kept);

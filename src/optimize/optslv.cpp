@@ -1,4 +1,5 @@
 // See optslv.h: attempts until one stands, and the best of them.
+#include "misc/solcopy.h"
 #include "optimize/attempt.h"
 
 #include <algorithm>
@@ -34,29 +35,6 @@ bool attempt_once(const ipm_run& run) {
   return stands;
 }
 
-// The arrays of a solution, kept while another one is tried.
-struct kept_solution {
-  buffer<double> reals;
-  buffer<int32_t> keys;
-
-  kept_solution(sysenv& sys, const lp_view& lp, lp_solution& sol)
-      : reals(sys, 4LL * lp.numcon + 3LL * lp.numvar), keys(sys, static_cast<int64_t>(lp.numcon) + lp.numvar) {
-    move(lp, sol, [](auto* own, auto* other, int32_t num) { std::copy_n(other, num, own); });
-  }
-  void restore(const lp_view& lp, lp_solution& sol) {
-    move(lp, sol, [](auto* own, auto* other, int32_t num) { std::copy_n(own, num, other); });
-  }
-
-private:
-  template <class F> void move(const lp_view& lp, lp_solution& sol, F copy) {
-    double* v = reals.data();
-    for (double* w : {sol.xc, sol.y, sol.slc, sol.suc}) copy(v, w, lp.numcon), v += lp.numcon;
-    for (double* w : {sol.xx, sol.slx, sol.sux}) copy(v, w, lp.numvar), v += lp.numvar;
-    copy(keys.data(), sol.skc, lp.numcon);
-    copy(keys.data() + lp.numcon, sol.skx, lp.numvar);
-  }
-};
-
 int32_t rank_of(int32_t solsta) {
   if (is_answer(solsta)) return 3;
   if (is_answer(exact_claim(solsta))) return 2;
@@ -67,7 +45,7 @@ int32_t rank_of(int32_t solsta) {
 // The best of them is kept.
 struct attempts {
   const ipm_run& run;
-  std::optional<kept_solution> kept;
+  std::optional<solution_room> kept;
   ipm_info best;
 
   // False when another one is to be made.
@@ -81,11 +59,12 @@ struct attempts {
 
 private:
   void keep() {
-    kept.emplace(run.sys, run.lp, run.sol);
+    kept.emplace(run.sys, run.lp.numcon, run.lp.numvar);
+    copy_solution(run.lp.numcon, run.lp.numvar, run.sol, kept->sol);
     best = run.info;
   }
   void restore() {
-    kept->restore(run.lp, run.sol);
+    copy_solution(run.lp.numcon, run.lp.numvar, kept->sol, run.sol);
     best.numiter = run.info.numiter;
     best.numruns = run.info.numruns;
     if (is_stop(run.info.response)) best.response = run.info.response;

@@ -2,6 +2,7 @@
 #include "qcoptdir/qcopt.h"
 
 #include "convex/checkdef.h"
+#include "misc/solcopy.h"
 #include "prslv/reduced.h"
 #include "verify/verify.h"
 
@@ -91,10 +92,10 @@ struct root_factor {
 // The problem with t and its rows behind what was there.
 struct separable_problem {
   lp_view lp;
-  lp_solution sol;
+  solution_room room;
   buffer<int64_t> ptr;
-  buffer<int32_t> sub, bkc, bkx, keys;
-  buffer<double> val, cslack, c, blc, buc, blx, bux, reals;
+  buffer<int32_t> sub, bkc, bkx;
+  buffer<double> val, cslack, c, blc, buc, blx, bux;
   sym_matrix q;
 
   separable_problem(sysenv& sys, const lp_view& from, const root_rows& rows) {
@@ -130,7 +131,7 @@ struct separable_problem {
       q.val[q.beg[j]] = 1;
     }
     lp.q = q.view();
-    make_room(sys);
+    room.make(sys, m, n);
   }
   separable_problem(const separable_problem&) = delete;
   separable_problem& operator=(const separable_problem&) = delete;
@@ -160,32 +161,7 @@ private:
     lp.sub = sub.data();
     lp.val = val.data();
   }
-
-  void make_room(sysenv& sys) {
-    const int64_t m = lp.numcon, n = lp.numvar;
-    keys.reset(sys, m + n);
-    reals.reset(sys, 4 * m + 3 * n);
-    sol.skc = keys.data();
-    sol.skx = keys.data() + m;
-    double* v = reals.data();
-    for (double** w : {&sol.xc, &sol.y, &sol.slc, &sol.suc}) *w = v, v += m;
-    for (double** w : {&sol.xx, &sol.slx, &sol.sux}) *w = v, v += n;
-  }
 };
-
-// The first rows and columns of a solution.
-void take_solution(const lp_view& lp, const lp_solution& from, lp_solution& to) noexcept {
-  const auto copy = [](auto* v, int32_t num, auto* w) { std::copy_n(v, num, w); };
-  copy(from.skc, lp.numcon, to.skc);
-  copy(from.skx, lp.numvar, to.skx);
-  copy(from.xc, lp.numcon, to.xc);
-  copy(from.y, lp.numcon, to.y);
-  copy(from.slc, lp.numcon, to.slc);
-  copy(from.suc, lp.numcon, to.suc);
-  copy(from.xx, lp.numvar, to.xx);
-  copy(from.slx, lp.numvar, to.slx);
-  copy(from.sux, lp.numvar, to.sux);
-}
 
 int32_t ask(void* handle, int32_t, int64_t, double) { return static_cast<run_watch*>(handle)->stopped() ? 1 : 0; }
 
@@ -219,8 +195,8 @@ void TVN_qcopt_slv(sysenv& sys, const lp_view& lp, const ipm_param& param, ipm_i
     root.get_rows(sys, rows);
   }
   separable_problem separable(sys, lp, rows);
-  TVN_opt_ipmslv(sys, separable.lp, param, info, progress, separable.sol);
-  take_solution(lp, separable.sol, sol);
+  TVN_opt_ipmslv(sys, separable.lp, param, info, progress, separable.room.sol);
+  copy_solution(lp.numcon, lp.numvar, separable.room.sol, sol);
   if (info.solsta != sol_optimal && info.solsta != sol_prim_infeas_cer && info.solsta != sol_dual_infeas_cer) {
     if (info.response != hs_code::ok) return;
   } else {

@@ -7,6 +7,7 @@
 #include "simplex/direct.h"
 
 #include "basic/purif.h"
+#include "misc/solcopy.h"
 #include "simplex/dual/dstate.h"
 #include "simplex/primal/pstate.h"
 #include "simplex/start/crash.h"
@@ -69,9 +70,7 @@ void start_keys(simplex_state& s, const lp_solution* keys) {
 }
 
 // A basis of the point, with its factor.
-void start_basis(simplex_state& s, const lp_solution& point) {
-  TVN_prf_puriflp(s, point);
-}
+void start_basis(simplex_state& s, const lp_solution& point) { TVN_prf_puriflp(s, point); }
 
 // --- the way back
 
@@ -361,34 +360,22 @@ second_try tighten(const simplex_param& param, int32_t claim, int32_t attempt) {
 
 // A solution and what was said of it, to come back to.
 struct saved_solution {
-  buffer<int32_t> keys;
-  buffer<double> reals;
+  solution_room room;
   int32_t prosta, solsta;
   double objective, primalviol, dualviol;
 
   saved_solution(sysenv& sys, const lp_view& lp, const simplex_info& info, const lp_solution& sol)
-      : keys(sys, int64_t{lp.numcon} + lp.numvar), reals(sys, 4 * int64_t{lp.numcon} + 3 * int64_t{lp.numvar}),
-        prosta(info.prosta), solsta(info.solsta), objective(info.objective), primalviol(info.primalviol),
-        dualviol(info.dualviol) {
-    each(lp, sol, [](auto* mine, auto* theirs, int32_t n) { std::copy_n(theirs, n, mine); });
+      : room(sys, lp.numcon, lp.numvar), prosta(info.prosta), solsta(info.solsta), objective(info.objective),
+        primalviol(info.primalviol), dualviol(info.dualviol) {
+    copy_solution(lp.numcon, lp.numvar, sol, room.sol);
   }
-  void restore(const lp_view& lp, simplex_info& info, const lp_solution& sol) {
-    each(lp, sol, [](auto* mine, auto* theirs, int32_t n) { std::copy_n(mine, n, theirs); });
+  void restore(const lp_view& lp, simplex_info& info, const lp_solution& sol) const {
+    copy_solution(lp.numcon, lp.numvar, room.sol, sol);
     info.prosta = prosta;
     info.solsta = solsta;
     info.objective = objective;
     info.primalviol = primalviol;
     info.dualviol = dualviol;
-  }
-
-private:
-  template <class F> void each(const lp_view& lp, const lp_solution& sol, F f) {
-    int32_t* k = keys.data();
-    double* r = reals.data();
-    f(k, sol.skc, lp.numcon);
-    f(k + lp.numcon, sol.skx, lp.numvar);
-    for (double* v : {sol.xc, sol.y, sol.slc, sol.suc}) f(r, v, lp.numcon), r += lp.numcon;
-    for (double* v : {sol.xx, sol.slx, sol.sux}) f(r, v, lp.numvar), r += lp.numvar;
   }
 };
 

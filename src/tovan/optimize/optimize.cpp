@@ -5,10 +5,10 @@
 // faster, which the log says.
 #include "tovan/optimize/optimize.h"
 
-#include "tovan/optimize/minimised.h"
-
+#include "misc/solcopy.h"
 #include "tovan/data/data.h"
 #include "tovan/measures/solinf.h"
+#include "tovan/optimize/minimised.h"
 #include "tovan/solution/sol.h"
 #include "tovan/task/api.h"
 #include "tovan/task/convert.h"
@@ -102,13 +102,7 @@ const char* simplex_reason(task& t) {
 void copy_to_interior(task& t) {
   if (!t.sols.defined[TVN_SOL_BAS] || t.sols.solsta[TVN_SOL_BAS] == TVN_SOL_STA_UNKNOWN) return;
   TVN_makesolution(t, TVN_SOL_ITR);
-  const lp_solution from = TVN_slotarrays(t, TVN_SOL_BAS), to = TVN_slotarrays(t, TVN_SOL_ITR);
-  const auto numcon = t.prob.numcon, numvar = t.prob.numvar;
-  std::copy_n(from.skc, numcon, to.skc);
-  std::copy_n(from.skx, numvar, to.skx);
-  for (auto v : {&lp_solution::xc, &lp_solution::y, &lp_solution::slc, &lp_solution::suc})
-    std::copy_n(from.*v, numcon, to.*v);
-  for (auto v : {&lp_solution::xx, &lp_solution::slx, &lp_solution::sux}) std::copy_n(from.*v, numvar, to.*v);
+  copy_solution(t.prob.numcon, t.prob.numvar, TVN_slotarrays(t, TVN_SOL_BAS), TVN_slotarrays(t, TVN_SOL_ITR));
   t.sols.defined[TVN_SOL_ITR] = 1;
   t.sols.prosta[TVN_SOL_ITR] = t.sols.prosta[TVN_SOL_BAS];
   t.sols.solsta[TVN_SOL_ITR] = t.sols.solsta[TVN_SOL_BAS];
