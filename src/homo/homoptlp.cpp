@@ -124,8 +124,8 @@ bool is_minimum(hom_run& run) {
 // A feasible point of one side proves that the optimum lies beyond a cut.
 bool cut(const hom_run& run) noexcept {
   const hs_param& p = *run.param;
-  return (p.usecutlow && run.grade.primal <= 1 && run.f.pobj + run.d.cfix < p.cutlow) ||
-         (p.usecutupp && run.grade.dual <= 1 && run.f.dobj + run.d.cfix > p.cutupp);
+  return (p.cuts.uselow && run.grade.primal <= 1 && run.f.pobj + run.d.cfix < p.cuts.low) ||
+         (p.cuts.useupp && run.grade.dual <= 1 && run.f.dobj + run.d.cfix > p.cuts.upp);
 }
 
 // With Q there is no vertex to which an optimum could be rounded afterwards, and what the point lacks shows in all of

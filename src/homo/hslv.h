@@ -48,8 +48,7 @@ struct hs_param {
   double tolpfeas = 1e-8, toldfeas = 1e-8, tolgap = 1e-8, tolinfeas = 1e-8;
   double refine = 1; // below 1: an optimum is made that much better than the tolerances, when few iterations do it
   double tolpath = 1e-8, tolstepsize = 1e-10, tolrelstep = 0.9999, psafe = 1, dsafe = 1;
-  bool usecutlow = false, usecutupp = false; // of the minimisation: end when a point lies below, when none lies so low
-  double cutlow = -1e30, cutupp = 1e30;
+  objective_cuts cuts; // of the minimisation: end when a point lies below, when none lies so low
   kkt_form form = kkt_form::free;
   sorder_method order = sorder_method::free;
   int32_t densecol = 40;

@@ -225,10 +225,10 @@ TEST(Optlp, EndsAtCutsThatAreProved) {
   const hom_case p = optimal_hom(6, 30, 80, 0.1, 0.3);
   for (const bool upper : {false, true}) {
     hs_param param;
-    (upper ? param.usecutupp : param.usecutlow) = true;
-    (upper ? param.cutupp : param.cutlow) = p.objective + (upper ? -1 : 1) * 0.5 * (1 + std::fabs(p.objective));
+    (upper ? param.cuts.useupp : param.cuts.uselow) = true;
+    (upper ? param.cuts.upp : param.cuts.low) = p.objective + (upper ? -1 : 1) * 0.5 * (1 + std::fabs(p.objective));
     EXPECT_EQ(solve(p, param).info.response, hs_code::objective_range);
-    (upper ? param.cutupp : param.cutlow) = p.objective + (upper ? 1 : -1) * 0.5 * (1 + std::fabs(p.objective));
+    (upper ? param.cuts.upp : param.cuts.low) = p.objective + (upper ? 1 : -1) * 0.5 * (1 + std::fabs(p.objective));
     expect_optimal(p, solve(p, param));
   }
 }

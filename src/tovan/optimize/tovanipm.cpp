@@ -80,11 +80,7 @@ hs_param TVN_homogeneousparam(const task& t, bool maximize) {
   p.order = order_method(iv[TVN_IPAR_INTPNT_ORDER_METHOD]);
   p.densecol = iv[TVN_IPAR_INTPNT_OFF_COL_TRH];
   if (iv[TVN_IPAR_CPU_TYPE] == TVN_CPU_GENERIC) p.isa = matker_isa::baseline;
-  const objective_cuts cuts = TVN_minimisedcuts(t, maximize);
-  p.usecutlow = cuts.uselow;
-  p.cutlow = cuts.low;
-  p.usecutupp = cuts.useupp;
-  p.cutupp = cuts.upp;
+  p.cuts = TVN_minimisedcuts(t, maximize);
   return p;
 }
 
@@ -133,6 +129,7 @@ basis_run wanted_basis(task& t, basis_view& view) {
   b.ignorenumerror = iv[TVN_IPAR_BI_IGNORE_NUM_ERROR] != 0;
   b.param = TVN_simplexparam(t, view.sense < 0);
   b.param.optimizer = b.param.cleanoptimizer;
+  b.param.cuts = {}; // the interior run has looked at them
   b.param.basislogfreq = iv[TVN_IPAR_LOG_BI_FREQ];
   b.param.maxiterations = iv[TVN_IPAR_BI_MAX_ITERATIONS];
   b.progress = {&view, TVN_basisprogress};
