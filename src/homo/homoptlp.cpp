@@ -286,8 +286,6 @@ void propose_near(hom_run& run) {
   hom_getpoint(run.d, from.point, from.f, solsta, *run.out);
 }
 
-int32_t ask(void* handle, int32_t, int64_t, double) { return static_cast<run_watch*>(handle)->stopped() ? 1 : 0; }
-
 kktfac_params factor_params(const hs_param& param, run_watch& watch) noexcept {
   kktfac_params p;
   p.ktpe = param.form;
@@ -296,7 +294,7 @@ kktfac_params factor_params(const hs_param& param, run_watch& watch) noexcept {
   p.isa = param.isa;
   p.numthr = param.numthr;
   if (param.maxrefinements >= 0) p.maxrefine = param.maxrefinements;
-  p.progress = {&watch, ask};
+  p.progress = {&watch, TVN_runwatch_ask};
   return p;
 }
 

@@ -35,4 +35,8 @@ struct run_watch {
   }
 };
 
+// Progress functions whose handle is a run_watch: of presolve, and of orders and factors.
+inline int32_t TVN_runwatch_poll(void* handle, int32_t) { return static_cast<run_watch*>(handle)->stopped() ? 1 : 0; }
+inline int32_t TVN_runwatch_ask(void* handle, int32_t, int64_t, double) { return TVN_runwatch_poll(handle, 0); }
+
 } // namespace tvn

@@ -16,8 +16,6 @@ constexpr double reltol = 100, relgap = 10;
 constexpr double widening = 100;  // of the tolerances for a near optimum
 constexpr double leasttol = 1e-9; // rounding of the data allows no smaller one
 
-int32_t poll_presolve(void* handle, int32_t) { return static_cast<run_watch*>(handle)->stopped() ? 1 : 0; }
-
 void presolve_line(void* handle, const char* line) {
   const ipm_run& run = *static_cast<const ipm_run*>(handle);
   run.info.line = line;
@@ -39,7 +37,7 @@ bool attempt::presolve() {
   run.progress(ipm_event::begin_presolve, run.info);
   ipm_run told = run;
   TVN_prslv_putsink(*ctx, {&told, presolve_line});
-  const prslv_code code = TVN_prslv_reduce(*ctx, run.param.prslv, run.info.prslv, {&run.watch, poll_presolve});
+  const prslv_code code = TVN_prslv_reduce(*ctx, run.param.prslv, run.info.prslv, {&run.watch, TVN_runwatch_poll});
   TVN_prslv_putsink(*ctx, {});
   run.progress(ipm_event::end_presolve, run.info);
   if (code == prslv_code::stopped) {
@@ -75,14 +73,12 @@ clique_bounds bound_cliques(sysenv& sys, const lp_view& lp) {
   return b;
 }
 
-int32_t ask_watch(void* handle, int32_t, int64_t, double) { return static_cast<run_watch*>(handle)->stopped() ? 1 : 0; }
-
 double predicted_seconds(const ipm_run& run, const hs_problem& hs) {
   kktfac_params p;
   p.ktpe = run.param.hs.form;
   p.densecol = run.param.hs.densecol;
   p.ordtpe = sorder_method::appminloc2;
-  p.progress = {&run.watch, ask_watch};
+  p.progress = {&run.watch, TVN_runwatch_ask};
   kkt_plan plan;
   if (TVN_kktfac_order(run.sys, hs.a, {}, p, false, plan) != sfk_code::ok) return HUGE_VAL;
   return plan.seconds;

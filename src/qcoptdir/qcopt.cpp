@@ -163,8 +163,6 @@ private:
   }
 };
 
-int32_t ask(void* handle, int32_t, int64_t, double) { return static_cast<run_watch*>(handle)->stopped() ? 1 : 0; }
-
 struct poll_view {
   const ipm_progress& progress;
   const ipm_info& info;
@@ -189,9 +187,10 @@ void TVN_qcopt_slv(sysenv& sys, const lp_view& lp, const ipm_param& param, ipm_i
   {
     constexpr double tolconvex = 1e-6; // as of the loop, which has the last word
     root_factor root;
-    const bool convex =
-        !param.hs.watchconvexity || TVN_symmat_checkcolumns(sys, lp.q, tolconvex, {&watch, ask}) == convex_code::ok;
-    if (!convex || !root.make(sys, lp.q, {&watch, ask})) return TVN_opt_ipmslv(sys, lp, param, info, progress, sol);
+    const bool convex = !param.hs.watchconvexity ||
+                        TVN_symmat_checkcolumns(sys, lp.q, tolconvex, {&watch, TVN_runwatch_ask}) == convex_code::ok;
+    if (!convex || !root.make(sys, lp.q, {&watch, TVN_runwatch_ask}))
+      return TVN_opt_ipmslv(sys, lp, param, info, progress, sol);
     root.get_rows(sys, rows);
   }
   separable_problem separable(sys, lp, rows);

@@ -50,8 +50,6 @@ struct presolve_run {
   bool back();
 };
 
-int32_t poll_watch(void* handle, int32_t) { return static_cast<run_watch*>(handle)->stopped() ? 1 : 0; }
-
 void print_line(void* handle, const char* line) {
   const simplex_run& run = *static_cast<const simplex_run*>(handle);
   run.info.line = line;
@@ -63,7 +61,7 @@ simplex_code presolve_run::reduce() {
   run.progress(simplex_event::begin_presolve, run.info);
   simplex_run told = run;
   TVN_prslv_putsink(*ctx, {&told, print_line});
-  const prslv_code code = TVN_prslv_reduce(*ctx, run.param.prslv, run.info.prslv, {&run.watch, poll_watch});
+  const prslv_code code = TVN_prslv_reduce(*ctx, run.param.prslv, run.info.prslv, {&run.watch, TVN_runwatch_poll});
   run.progress(simplex_event::end_presolve, run.info);
   return code == prslv_code::stopped ? TVN_simplex_stopcode(run.watch.stop) : simplex_code::ok;
 }

@@ -11,6 +11,8 @@ namespace tvn {
 TVNrescodee TVN_inittaskbeforeoptimize(task& t);
 // Names the parameters that are set and have no effect yet, on the message stream.
 void tell_ineffective_parameters(task& t) noexcept;
+// What a progress function answers to end a run for the code of a callback: a stop by a peer or by the user.
+inline int32_t stop_answer(TVNrescodee code) noexcept { return code == TVN_RES_TRM_INTERNAL ? 2 : 1; }
 // A road that ends before its optimizer: the code that says the choice does not work, and why.
 TVNrescodee missing_optimizer(task& t, const char* name);
 // Continuous problems.

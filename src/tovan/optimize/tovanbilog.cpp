@@ -1,6 +1,7 @@
 // Each phase has a table of its own; the clean-up is a simplex run under other names.
 #include "tovan/optimize/tovanbilog.h"
 
+#include "tovan/optimize/optimize.h"
 #include "tovan/tables/rescode.h"
 #include "tovan/task/log.h"
 
@@ -93,8 +94,6 @@ bool is_end(simplex_event event) {
   return event == simplex_event::end || event == simplex_event::end_primalpush ||
          event == simplex_event::end_dualpush || event == simplex_event::end_basis;
 }
-
-int32_t stop_answer(TVNrescodee code) { return code == TVN_RES_TRM_INTERNAL ? 2 : 1; }
 
 void log_summary(const basis_view& view, const simplex_info& info) {
   task& t = *view.t;

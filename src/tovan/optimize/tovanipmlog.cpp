@@ -1,6 +1,7 @@
 // One table for all interior-point roads: a line at the start of each iteration, in the user's units and sense.
 #include "tovan/optimize/tovanipmlog.h"
 
+#include "tovan/optimize/optimize.h"
 #include "tovan/optimize/presolvelog.h"
 #include "tovan/solution/sol.h"
 #include "tovan/tables/rescode.h"
@@ -136,8 +137,6 @@ int32_t event_code(const ipm_view& view, ipm_event event) {
   if (view.presolving) return TVN_CALLBACK_IM_PRESOLVE;
   return TVN_CALLBACK_IM_INTPNT;
 }
-
-int32_t stop_answer(TVNrescodee code) { return code == TVN_RES_TRM_INTERNAL ? 2 : 1; }
 
 void update_factoritems(task& t, const kktfac_info& f) {
   auto& items = t.info;

@@ -2,6 +2,7 @@
 // many iterations and at each change of phase.
 #include "tovan/optimize/tovansimlog.h"
 
+#include "tovan/optimize/optimize.h"
 #include "tovan/optimize/presolvelog.h"
 #include "tovan/solution/sol.h"
 #include "tovan/tables/rescode.h"
@@ -139,8 +140,6 @@ void log_event(sim_run& run, simplex_event event, const simplex_info& info) {
   }
   if (line_due(run, event, info)) log_line(run, info);
 }
-
-int32_t stop_answer(TVNrescodee code) { return code == TVN_RES_TRM_INTERNAL ? 2 : 1; }
 
 void note_times(sim_run& run, simplex_event event, const simplex_info& info) {
   if (event == simplex_event::begin) {
