@@ -20,7 +20,7 @@ namespace {
 double seconds() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
 
 struct problem {
-  tvn::lp_view lp;
+  tvn::problem_view lp;
   tvnbench::lp_columns a;
   std::vector<int32_t> bkc, bkx;
   std::vector<double> c, blc, buc, blx, bux;
@@ -37,7 +37,7 @@ void read_file(const std::string& path, problem& p) {
   TVN_getboundslice(file.task, TVN_ACC_CON, 0, p.a.m, p.bkc.data(), p.blc.data(), p.buc.data());
   TVN_getboundslice(file.task, TVN_ACC_VAR, 0, p.a.n, p.bkx.data(), p.blx.data(), p.bux.data());
   TVN_getc(file.task, p.c.data());
-  tvn::lp_view& v = p.lp;
+  tvn::problem_view& v = p.lp;
   TVN_getcfix(file.task, &v.cfix);
   v.numcon = p.a.m;
   v.numvar = p.a.n;
@@ -67,7 +67,7 @@ struct settings {
   tvn::hs_param param;
 };
 
-void solve(const std::string& name, const tvn::lp_view& lp, settings set) {
+void solve(const std::string& name, const tvn::problem_view& lp, settings set) {
   tvn::sysenv* sys = tvn::TVN_sysenv_make(0, nullptr, nullptr, nullptr);
   {
     tvn::prepared_problem s;

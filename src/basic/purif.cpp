@@ -127,7 +127,7 @@ void audit(const prf_state& p, bool duals) {
 static void audit(const prf_state&, bool) {}
 #endif
 
-void TVN_prf_puriflp(simplex_state& s, const lp_solution& point) {
+void TVN_prf_puriflp(simplex_state& s, const solution_view& point) {
   prf_state p(s, point);
   const int64_t total = s.work.total, m = s.work.m;
   p.inner.reset(s.sys, total, uint8_t{0});

@@ -16,6 +16,6 @@ namespace tvn {
 // point: in the user's space, values, duals, keys as guesses of its partition (sk_unk: none). On return keys, header
 // and values of the nonbasics are those of a basis, s.factorready tells whether its factor stands, s.info.basis what
 // was done. When the watch says stop, s.stop says why and the header is that of the last push.
-void TVN_prf_puriflp(simplex_state& s, const lp_solution& point);
+void TVN_prf_puriflp(simplex_state& s, const solution_view& point);
 
 } // namespace tvn

@@ -14,12 +14,12 @@ struct prf_basic {
 };
 
 struct prf_state {
-  prf_state(simplex_state& state, const lp_solution& p) : s(state), w(state.work), info(state.info.basis), point(p) {}
+  prf_state(simplex_state& state, const solution_view& p) : s(state), w(state.work), info(state.info.basis), point(p) {}
 
   simplex_state& s;
   const simplex_work& w;
   basis_info& info;
-  const lp_solution& point;
+  const solution_view& point;
 
   buffer<uint8_t> inner;   // [total] member of B
   buffer<uint8_t> upper;   // [total] of N: rests at its upper bound
@@ -29,7 +29,7 @@ struct prf_state {
   buffer<int32_t> super;   // members of B that are not basic, the nearest to its bound first
   int32_t numsuper = 0;
   int64_t worked = 0; // entries met since values, or duals, were formed afresh
-  double shift = 0; // largest cost that a dual push has taken for 0: of a point whose duals have wrong signs
+  double shift = 0;   // largest cost that a dual push has taken for 0: of a point whose duals have wrong signs
   buffer<basis_exchange> repairs; // [m]
 };
 

@@ -10,7 +10,7 @@ namespace tvn {
 
 namespace {
 
-double cslack(const lp_view& lp, int32_t i) { return lp.cslack ? lp.cslack[i] : 0.0; }
+double cslack(const problem_view& lp, int32_t i) { return lp.cslack ? lp.cslack[i] : 0.0; }
 
 bool is_ranged(int32_t bk) { return has_lower(bk) && has_upper(bk) && bk != bk_fx; }
 
@@ -19,7 +19,7 @@ struct row_sign {
   int32_t nopos = -1, noneg = -1;
 };
 
-void narrow(const lp_view& lp, int32_t j, row_sign& sign) {
+void narrow(const problem_view& lp, int32_t j, row_sign& sign) {
   const int64_t p = lp.ptrb[j];
   const double a = lp.val[p], c = lp.c[j] + cslack(lp, lp.sub[p]) * a; // a y <= c, >= c or = c
   const int32_t bk = lp.bkx[j];
@@ -28,7 +28,7 @@ void narrow(const lp_view& lp, int32_t j, row_sign& sign) {
   if ((bk == bk_up || bk == bk_fr) && c >= 0) (a > 0 ? sign.noneg : sign.nopos) = j;
 }
 
-void lay_out(sysenv& sys, const lp_view& lp, dual_layout& at) {
+void lay_out(sysenv& sys, const problem_view& lp, dual_layout& at) {
   buffer<row_sign> sign(sys, lp.numcon, row_sign{});
   buffer<int64_t> length(sys, lp.numcon, int64_t{0});
   at.lowcol.reset(sys, lp.numcon, -1);
@@ -77,7 +77,7 @@ dual_data allocate(sysenv& sys, dualizer& d) {
   d.sol.skx = keys(n);
   for (double** to : {&d.sol.xc, &d.sol.y, &d.sol.slc, &d.sol.suc}) *to = reals(m);
   for (double** to : {&d.sol.xx, &d.sol.slx, &d.sol.sux}) *to = reals(n);
-  lp_view& w = d.dual;
+  problem_view& w = d.dual;
   w = {};
   w.numcon = d.at.size.numcon;
   w.numvar = d.at.size.numvar;
@@ -103,7 +103,7 @@ void put_bound(int32_t* bk, double* bl, double* bu, int32_t k, int32_t key, doub
 }
 
 // Columns from the rows of the primal: bounds and costs.
-void put_columns(const lp_view& lp, const dual_layout& at, const dual_data& v) {
+void put_columns(const problem_view& lp, const dual_layout& at, const dual_data& v) {
   const auto put = [&](int32_t k, int32_t key, double cost) {
     put_bound(v.bkx, v.blx, v.bux, k, key, 0.0);
     v.c[k] = cost;
@@ -122,7 +122,7 @@ void put_columns(const lp_view& lp, const dual_layout& at, const dual_data& v) {
 }
 
 // Rows from the columns of the primal; what fixed ones cost.
-double put_rows(const lp_view& lp, const dual_layout& at, const dual_data& v) {
+double put_rows(const problem_view& lp, const dual_layout& at, const dual_data& v) {
   long double cfix = -static_cast<long double>(lp.cfix);
   for (int32_t j = 0; j < lp.numvar; j++) {
     const int32_t bk = lp.bkx[j], r = at.row[j];
@@ -142,7 +142,7 @@ double put_rows(const lp_view& lp, const dual_layout& at, const dual_data& v) {
   return static_cast<double>(cfix);
 }
 
-void put_matrix(const lp_view& lp, dualizer& d) {
+void put_matrix(const problem_view& lp, dualizer& d) {
   const dual_layout& at = d.at;
   int64_t* const place = d.ptr.data();
   // Lengths into the place behind their column, then where each column is to go on.
@@ -177,13 +177,13 @@ void put_matrix(const lp_view& lp, dualizer& d) {
 
 } // namespace
 
-dual_size TVN_dualize_getdualsize(sysenv& sys, const lp_view& lp) {
+dual_size TVN_dualize_getdualsize(sysenv& sys, const problem_view& lp) {
   dual_layout at;
   lay_out(sys, lp, at);
   return at.size;
 }
 
-void TVN_dualize_formdual(sysenv& sys, const lp_view& lp, dualizer& d) {
+void TVN_dualize_formdual(sysenv& sys, const problem_view& lp, dualizer& d) {
   lay_out(sys, lp, d.at);
   const dual_data v = allocate(sys, d);
   put_columns(lp, d.at, v);
@@ -196,7 +196,7 @@ namespace {
 bool is_basic(const int32_t* keys, int32_t k) { return k >= 0 && keys[k] == sk_bas; }
 
 // Complements: what is basic in the dual rests in the primal.
-void put_keys(const lp_view& lp, const dual_layout& at, const lp_solution& dual, lp_solution& sol) {
+void put_keys(const problem_view& lp, const dual_layout& at, const solution_view& dual, solution_view& sol) {
   for (int32_t i = 0; i < lp.numcon; i++) {
     const bool low = is_basic(dual.skx, at.lowcol[i]), upp = is_basic(dual.skx, at.uppcol[i]);
     const int32_t side = lp.bkc[i] == bk_fx ? sk_fix : upp || lp.bkc[i] == bk_up ? sk_upr : sk_low;
@@ -212,7 +212,7 @@ void put_keys(const lp_view& lp, const dual_layout& at, const lp_solution& dual,
 
 // Rows of which the dual knew one side only keep the other one by a move of the column that said so, which costs
 // nothing or gains.
-void keep_sides(sysenv& sys, const lp_view& lp, const dual_layout& at, bool certificate, lp_solution& sol) {
+void keep_sides(sysenv& sys, const problem_view& lp, const dual_layout& at, bool certificate, solution_view& sol) {
   if (at.nummovers == 0) return;
   buffer<long double> act(sys, lp.numcon, 0.0L);
   for (int32_t j = 0; j < lp.numvar; j++)
@@ -233,10 +233,10 @@ void keep_sides(sysenv& sys, const lp_view& lp, const dual_layout& at, bool cert
 
 } // namespace
 
-void TVN_dualize_getprimal(sysenv& sys, const lp_view& lp, const dualizer& d, int32_t solsta, bool basic,
-                           lp_solution& sol) {
+void TVN_dualize_getprimal(sysenv& sys, const problem_view& lp, const dualizer& d, int32_t solsta, bool basic,
+                           solution_view& sol) {
   const bool certificate = is_certificate(solsta);
-  const lp_solution& dual = d.sol;
+  const solution_view& dual = d.sol;
   for (int32_t i = 0; i < lp.numcon; i++) {
     const int32_t low = d.at.lowcol[i], upp = d.at.uppcol[i];
     const double y = (low >= 0 ? dual.xx[low] : 0.0) - (upp >= 0 ? dual.xx[upp] : 0.0);

@@ -31,20 +31,20 @@ struct dual_layout {
 
 struct dualizer {
   dual_layout at;
-  lp_view dual;
-  lp_solution sol; // room for its solution
+  problem_view dual;
+  solution_view sol; // room for its solution
   buffer<int64_t> ptr;
   buffer<int32_t> sub, keys;
   buffer<double> val, reals;
 };
 
 // The size of the dual, without forming it. Cost: O(nonzeros).
-dual_size TVN_dualize_getdualsize(sysenv& sys, const lp_view& lp);
+dual_size TVN_dualize_getdualsize(sysenv& sys, const problem_view& lp);
 // Throws out_of_memory. Cost: O(nonzeros).
-void TVN_dualize_formdual(sysenv& sys, const lp_view& lp, dualizer& d);
+void TVN_dualize_formdual(sysenv& sys, const problem_view& lp, dualizer& d);
 // sol: of lp, from d.sol, which has the claim `solsta` on the dual. Keys are those of a basis when it is one.
-void TVN_dualize_getprimal(sysenv& sys, const lp_view& lp, const dualizer& d, int32_t solsta, bool basic,
-                           lp_solution& sol);
+void TVN_dualize_getprimal(sysenv& sys, const problem_view& lp, const dualizer& d, int32_t solsta, bool basic,
+                           solution_view& sol);
 // What a status of the one problem says of the other.
 int32_t TVN_dualize_solsta(int32_t solsta) noexcept;
 int32_t TVN_dualize_prosta(int32_t prosta) noexcept;

@@ -1,5 +1,5 @@
-// The words that presolve and optimizers share: bound keys, status keys, statuses, and the arrays of a problem with
-// linear rows and of its solution.
+// The words that presolve and optimizers share: bound keys, status keys, statuses, kinds of cones, and the arrays of a
+// problem and of its solution.
 #pragma once
 
 #include "misc/symview.h"
@@ -45,13 +45,26 @@ enum pro_status : int32_t {
 };
 
 // The user's solution arrays, of lengths numcon and numvar.
-struct lp_solution {
+struct solution_view {
   int32_t *skc = nullptr, *skx = nullptr;
   double *xc = nullptr, *xx = nullptr, *y = nullptr, *slc = nullptr, *suc = nullptr, *slx = nullptr, *sux = nullptr;
+  double* snx = nullptr; // duals of membership in a cone; read and set where the problem has cones
+};
+
+// Cones, numbered as outside: of members x1 .. xk, x1 >= |(x2, .., xk)|, or 2 x1 x2 >= |(x3, .., xk)|^2 with both >= 0.
+enum cone_type : int32_t { ct_quad = 0, ct_rquad = 1 };
+
+// Members of cone k lie in sub[beg[k]] to sub[end[k] - 1]; a variable is in one cone at most.
+struct cone_view {
+  int32_t num = 0;
+  const int32_t *type = nullptr, *beg = nullptr, *end = nullptr; // [num]
+  const int32_t* sub = nullptr;
+
+  bool any() const noexcept { return num > 0; }
 };
 
 // The user's problem, minimised. Column j holds positions ptrb[j] .. ptre[j]-1.
-struct lp_view {
+struct problem_view {
   int32_t numcon = 0, numvar = 0;
   double cfix = 0;
   const double* cslack = nullptr; // [numcon], null: all 0
@@ -62,6 +75,7 @@ struct lp_view {
   const int32_t *bkc = nullptr, *bkx = nullptr;
   const double *blc = nullptr, *buc = nullptr, *blx = nullptr, *bux = nullptr;
   sym_view q; // the objective has 1/2 x'Qx, positive semidefinite
+  cone_view cone;
 };
 
 // Objectives of a minimisation at which a run may end: a point is known below low, or no point lies below upp.

@@ -9,13 +9,13 @@
 namespace tvn {
 
 // Values and duals; the keys stay.
-inline void copy_values(int32_t numcon, int32_t numvar, const lp_solution& from, const lp_solution& to) noexcept {
-  for (auto v : {&lp_solution::xc, &lp_solution::y, &lp_solution::slc, &lp_solution::suc})
+inline void copy_values(int32_t numcon, int32_t numvar, const solution_view& from, const solution_view& to) noexcept {
+  for (auto v : {&solution_view::xc, &solution_view::y, &solution_view::slc, &solution_view::suc})
     std::copy_n(from.*v, numcon, to.*v);
-  for (auto v : {&lp_solution::xx, &lp_solution::slx, &lp_solution::sux}) std::copy_n(from.*v, numvar, to.*v);
+  for (auto v : {&solution_view::xx, &solution_view::slx, &solution_view::sux}) std::copy_n(from.*v, numvar, to.*v);
 }
 
-inline void copy_solution(int32_t numcon, int32_t numvar, const lp_solution& from, const lp_solution& to) noexcept {
+inline void copy_solution(int32_t numcon, int32_t numvar, const solution_view& from, const solution_view& to) noexcept {
   copy_values(numcon, numvar, from, to);
   std::copy_n(from.skc, numcon, to.skc);
   std::copy_n(from.skx, numvar, to.skx);
@@ -23,7 +23,7 @@ inline void copy_solution(int32_t numcon, int32_t numvar, const lp_solution& fro
 
 // Room for a solution.
 struct solution_room {
-  lp_solution sol;
+  solution_view sol;
 
   solution_room() = default;
   solution_room(sysenv& sys, int32_t numcon, int32_t numvar) { make(sys, numcon, numvar); }

@@ -61,7 +61,7 @@ struct clique_bounds {
   double rows = 0, cols = 0;
 };
 
-clique_bounds bound_cliques(sysenv& sys, const lp_view& lp) {
+clique_bounds bound_cliques(sysenv& sys, const problem_view& lp) {
   buffer<int64_t> length(sys, lp.numcon, int64_t{0});
   clique_bounds b;
   for (int32_t j = 0; j < lp.numvar; j++) {
@@ -181,7 +181,7 @@ int32_t poll_walk(void* handle, int32_t) {
 }
 
 // Far out a dual is nothing but rounding.
-void drop_far(const lp_view& near, const lp_view& lp, lp_solution& sol) {
+void drop_far(const problem_view& near, const problem_view& lp, solution_view& sol) {
   for (int32_t i = 0; i < lp.numcon; i++) {
     if (has_lower(lp.bkc[i]) != has_lower(near.bkc[i])) sol.slc[i] = 0;
     if (has_upper(lp.bkc[i]) != has_upper(near.bkc[i])) sol.suc[i] = 0;
@@ -194,7 +194,7 @@ void drop_far(const lp_view& near, const lp_view& lp, lp_solution& sol) {
 
 // A value that the way back has left outside its own bounds is set on them: what it makes of the rows is judged. True
 // when there was one.
-bool keep_bounds(const lp_view& lp, lp_solution& sol) {
+bool keep_bounds(const problem_view& lp, solution_view& sol) {
   bool moved = false;
   for (int32_t j = 0; j < lp.numvar; j++) {
     const double x = sol.xx[j];
@@ -208,7 +208,7 @@ bool keep_bounds(const lp_view& lp, lp_solution& sol) {
 } // namespace
 
 bool attempt::carry(int32_t solsta) {
-  lp_solution& to = ctx ? reduced.sol : run.sol;
+  solution_view& to = ctx ? reduced.sol : run.sol;
   int32_t claim = solsta;
   if (dual) {
     TVN_opt_reverse(run.sys, dual->dual, prepared, point, solsta, dual->sol);

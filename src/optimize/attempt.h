@@ -14,12 +14,12 @@ namespace tvn {
 
 struct ipm_run {
   sysenv& sys;
-  const lp_view& lp;   // the user's
-  const lp_view& near; // what is solved
+  const problem_view& lp;   // the user's
+  const problem_view& near; // what is solved
   const ipm_param& param;
   ipm_info& info;
   const ipm_progress& progress;
-  lp_solution& sol;
+  solution_view& sol;
   run_watch& watch;
   basis_run* basis; // or null
 };
@@ -63,7 +63,7 @@ struct attempt {
   attempt(const attempt&) = delete;
   attempt& operator=(const attempt&) = delete;
 
-  const lp_view& given() const { return ctx ? reduced.lp : run.near; }
+  const problem_view& given() const { return ctx ? reduced.lp : run.near; }
   // False when it was stopped, or nothing is left for the optimizer: decided with a certificate in run.sol.
   bool presolve();
   bool prepare(); // false: stopped

@@ -49,7 +49,7 @@ struct attempts {
   ipm_info best;
 
   // False when another one is to be made.
-  bool make(const lp_view& lp, const ipm_param& param) {
+  bool make(const problem_view& lp, const ipm_param& param) {
     ipm_info& info = run.info;
     if (kept.has_value() || info.numruns > 0) keep();
     const bool stands = attempt_once({run.sys, run.lp, lp, param, info, run.progress, run.sol, run.watch, run.basis});
@@ -85,7 +85,7 @@ int32_t key_by_values(int32_t bk, double v, double bl, double bu, double sl, dou
   return bk == bk_fr || (v - bl > 0 && bu - v > 0) ? sk_bas : has_lower(bk) && !(v - bl > 0) ? sk_low : sk_upr;
 }
 
-void put_keys(const lp_view& lp, lp_solution& sol) {
+void put_keys(const problem_view& lp, solution_view& sol) {
   for (int32_t i = 0; i < lp.numcon; i++)
     if (sol.skc[i] == sk_unk)
       sol.skc[i] = key_by_values(lp.bkc[i], sol.xc[i], lp.blc[i], lp.buc[i], sol.slc[i], sol.suc[i]);
@@ -96,10 +96,10 @@ void put_keys(const lp_view& lp, lp_solution& sol) {
 
 // The problem with ranges of width 0 as what they are: inside them is no room.
 struct plain_problem {
-  lp_view lp;
+  problem_view lp;
   buffer<int32_t> bkc, bkx;
 
-  plain_problem(sysenv& sys, const lp_view& given) : lp(given), bkc(sys, given.numcon), bkx(sys, given.numvar) {
+  plain_problem(sysenv& sys, const problem_view& given) : lp(given), bkc(sys, given.numcon), bkx(sys, given.numvar) {
     const auto plain = [](int32_t bk, double bl, double bu) {
       return bk == bk_ra && bl == bu ? static_cast<int32_t>(bk_fx) : bk;
     };
@@ -112,10 +112,10 @@ struct plain_problem {
 
 } // namespace
 
-void TVN_opt_ipmslv(sysenv& sys, const lp_view& given, const ipm_param& param, ipm_info& info,
-                    const ipm_progress& progress, lp_solution& sol, basis_run* basis) {
+void TVN_opt_ipmslv(sysenv& sys, const problem_view& given, const ipm_param& param, ipm_info& info,
+                    const ipm_progress& progress, solution_view& sol, basis_run* basis) {
   const plain_problem own(sys, given);
-  const lp_view& lp = own.lp;
+  const problem_view& lp = own.lp;
   info = {};
   TVN_prslv_clearsolution(lp, sol);
   run_watch watch;

@@ -60,7 +60,7 @@ struct basis_run {
   simplex_param param;
   simplex_progress progress;
   kept_basis* kept = nullptr; // or null
-  lp_solution sol;
+  solution_view sol;
   simplex_info info;
   bool made = false; // sol and info are those of a run
 };
@@ -78,7 +78,7 @@ lp_tolerances TVN_opt_tolerances(const hs_param& p, double factor);
 // Minimises lp; all arrays of sol are set. The statuses rest on the residuals of sol on lp itself: what the optimizer
 // proposes and they do not support is tightened, tried again without presolve, or not claimed. Then the step to a
 // basis, unless basis is null; it leaves sol and info alone. Throws out_of_memory.
-void TVN_opt_ipmslv(sysenv& sys, const lp_view& lp, const ipm_param& param, ipm_info& info,
-                    const ipm_progress& progress, lp_solution& sol, basis_run* basis = nullptr);
+void TVN_opt_ipmslv(sysenv& sys, const problem_view& lp, const ipm_param& param, ipm_info& info,
+                    const ipm_progress& progress, solution_view& sol, basis_run* basis = nullptr);
 
 } // namespace tvn

@@ -23,12 +23,12 @@ void put_bounds(prepared_problem& p, int32_t k, int32_t bk, double bl, double bu
 
 struct preparation {
   sysenv& sys;
-  const lp_view& lp;
+  const problem_view& lp;
   prepared_problem& p;
   buffer<int32_t> newrow; // -1: free
   buffer<long double> rhs;
 
-  preparation(sysenv& s, const lp_view& l, prepared_problem& q)
+  preparation(sysenv& s, const problem_view& l, prepared_problem& q)
       : sys(s), lp(l), p(q), newrow(s, l.numcon, -1), rhs(s, l.numcon, 0.0L) {}
 
   void number();
@@ -146,7 +146,7 @@ void preparation::put_quadratic(long double& cfix) {
 
 } // namespace
 
-void TVN_opt_prepare(sysenv& sys, const lp_view& lp, prepared_problem& p) {
+void TVN_opt_prepare(sysenv& sys, const problem_view& lp, prepared_problem& p) {
   preparation prep(sys, lp, p);
   prep.number();
   long double cfix = lp.cfix;
@@ -186,8 +186,8 @@ int32_t turned(int32_t key, bool down) {
 
 } // namespace
 
-void TVN_opt_reverse(sysenv& sys, const lp_view& lp, const prepared_problem& p, const hs_point& point, int32_t solsta,
-                     lp_solution& sol) {
+void TVN_opt_reverse(sysenv& sys, const problem_view& lp, const prepared_problem& p, const hs_point& point,
+                     int32_t solsta, solution_view& sol) {
   const bool certificate = is_certificate(solsta);
   for (int32_t j = 0; j < lp.numvar; j++) {
     sol.xx[j] = lp.bkx[j] == bk_fx && !certificate ? lp.blx[j] : 0;

@@ -28,9 +28,9 @@ struct prepared_problem {
   hs_point point() { return {x.data(), s.data(), sup.data(), y.data(), skx.data()}; }
 };
 
-void TVN_opt_prepare(sysenv& sys, const lp_view& lp, prepared_problem& p);
+void TVN_opt_prepare(sysenv& sys, const problem_view& lp, prepared_problem& p);
 // The point as solution of lp: values, duals and guesses of keys; of a certificate without what is fixed.
-void TVN_opt_reverse(sysenv& sys, const lp_view& lp, const prepared_problem& p, const hs_point& point, int32_t solsta,
-                     lp_solution& sol);
+void TVN_opt_reverse(sysenv& sys, const problem_view& lp, const prepared_problem& p, const hs_point& point,
+                     int32_t solsta, solution_view& sol);
 
 } // namespace tvn

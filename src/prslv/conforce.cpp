@@ -51,7 +51,7 @@ bool TVN_prslv_conforce(prslv_context& x, int32_t i, bool lower) {
 
 void prslv_undoconforce(prslv_post& w) {
   const auto [r, row] = TVN_prslv_poprecord<conforce_record>(w.x.stk);
-  lp_solution& s = w.s;
+  solution_view& s = w.s;
   // y_i = step - df cc_i with step >= 0 at the lower side, <= 0 at the upper.
   double step = 0, act = 0;
   int32_t basic = -1;

@@ -31,7 +31,7 @@ void TVN_prslv_conrelax(prslv_context& x, int32_t i, int32_t rtype) {
 
 void prslv_undoconrelax(prslv_post& w) {
   const auto [r, row] = TVN_prslv_poprecord<conrelax_record>(w.x.stk);
-  lp_solution& s = w.s;
+  solution_view& s = w.s;
   s.skc[r.i] = w.rest();
   s.y[r.i] = -w.df * r.cost;
   s.slc[r.i] = s.suc[r.i] = 0;

@@ -52,7 +52,7 @@ void prslv_undoconsin(prslv_post& w) {
   const auto r = TVN_prslv_poprecord<consin_record>(w.x.stk);
   const int32_t i = r.i, j = r.j; // names that a lambda may take, which the parts of a binding are not
   const double a = r.a;
-  lp_solution& s = w.s;
+  solution_view& s = w.s;
   s.y[i] = -w.df * r.cost;
   s.slc[i] = s.suc[i] = 0;
   s.xc[i] = a * s.xx[j];

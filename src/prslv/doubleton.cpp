@@ -18,7 +18,7 @@ prslv_pivot TVN_prslv_pushpivot(prslv_context& x, int32_t i, int32_t j, double a
 }
 
 prslv_pivot_back prslv_popp(prslv_post& w, const prslv_pivot& r, array_view<const prslv_entry> entries) {
-  lp_solution& s = w.s;
+  solution_view& s = w.s;
   const double b = w.pf * r.b, cj = w.df * r.cj;
   long double rest = 0, red = cj;
   for (const auto& [j, a] : entries.first(r.numrow)) rest += static_cast<long double>(a) * s.xx[j];
@@ -122,7 +122,7 @@ prslv_code TVN_prslv_doubletoncons(prslv_context& x) {
 
 void prslv_undodoubleton(prslv_post& w) {
   const auto [r, entries] = TVN_prslv_poprecord<doubleton_record>(w.x.stk);
-  lp_solution& s = w.s;
+  solution_view& s = w.s;
   const prslv_pivot_back v = prslv_popp(w, r.pivot, entries);
   const int32_t keep = r.keep;
   const double akeep = r.akeep;

@@ -298,7 +298,7 @@ prslv_code TVN_prslv_dualbounds(prslv_context& x) {
 
 void prslv_undoconfix(prslv_post& w, int32_t rtype) {
   const auto [i] = TVN_prslv_poprecord<confix_record>(w.x.stk);
-  lp_solution& s = w.s;
+  solution_view& s = w.s;
   if (s.skc[i] == sk_fix) s.skc[i] = rtype == rt_confixlow ? sk_low : sk_upr;
   // An interior point has duals on both sides of an equality; one side is gone.
   if (!w.certificate()) TVN_prslv_splitdual(s.slc[i] - s.suc[i], sk_unk, s.slc[i], s.suc[i]);
@@ -306,7 +306,7 @@ void prslv_undoconfix(prslv_post& w, int32_t rtype) {
 
 void prslv_undovarforce(prslv_post& w) {
   const auto [r, rows] = TVN_prslv_poprecord<varforce_record>(w.x.stk);
-  lp_solution& s = w.s;
+  solution_view& s = w.s;
   const int32_t j = r.j, sign = r.sign;
   // The bound at the far end, or the row that asks most.
   double best = w.bound(r.bound);

@@ -55,7 +55,7 @@ prslv_code TVN_prslv_checkdupcon(prslv_context& x) {
 
 void prslv_undodupcon(prslv_post& w) {
   const auto [r, k, keyr, keyk, low, upp, t, costr, costk] = TVN_prslv_poprecord<dupcon_record>(w.x.stk);
-  lp_solution& s = w.s;
+  solution_view& s = w.s;
   const double ccr = w.df * costr, cck = w.df * costk;
   int32_t side = s.skc[r];
   if (side == sk_fix) side = s.slc[r] < s.suc[r] ? sk_upr : sk_low;

@@ -105,7 +105,7 @@ int32_t standing(int32_t key, double x, double lo, double up) {
 }
 
 // Merged column off its bounds: one of the two at a bound, the other takes the rest.
-void split_between(const column_pair& p, lp_solution& s) {
+void split_between(const column_pair& p, solution_view& s) {
   const double v = s.xx[p.j];
   const int32_t key = s.skx[p.j];
   double best = prslv_inf;
@@ -131,7 +131,7 @@ void split_between(const column_pair& p, lp_solution& s) {
 
 } // namespace
 
-void TVN_prslv_splitpair(const column_pair& p, bool bykey, lp_solution& s) {
+void TVN_prslv_splitpair(const column_pair& p, bool bykey, solution_view& s) {
   const double d = s.slx[p.j] - s.sux[p.j];
   int32_t& key = s.skx[p.j];
   if (key == sk_fix) key = d >= 0 ? sk_low : sk_upr;

@@ -32,6 +32,6 @@ pair_trade TVN_prslv_tradepair(const column_pair& p, double g) noexcept;
 // On entry column j holds x_j + t x_k with its key and duals; on exit both columns hold theirs. At most one is off its
 // bounds; the merged key is then that column's. bykey: a merged column whose key names a bound rests there; else its
 // value counts, as for rays and interior points.
-void TVN_prslv_splitpair(const column_pair& p, bool bykey, lp_solution& s);
+void TVN_prslv_splitpair(const column_pair& p, bool bykey, solution_view& s);
 
 } // namespace tvn

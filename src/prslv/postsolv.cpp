@@ -88,7 +88,7 @@ void postsetup(prslv_post& w, int32_t solsta) {
   }
 }
 
-prslv_code walk_back(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol, prslv_walk walk,
+prslv_code walk_back(prslv_context& x, prslv_stats& stats, int32_t solsta, solution_view& sol, prslv_walk walk,
                      const prslv_progress& progress) {
   x.run.stats = &stats;
   x.run.progress = progress;
@@ -111,17 +111,17 @@ prslv_code walk_back(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_so
 
 } // namespace
 
-prslv_code TVN_prslv_postsolve(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol,
+prslv_code TVN_prslv_postsolve(prslv_context& x, prslv_stats& stats, int32_t solsta, solution_view& sol,
                                const prslv_progress& progress) {
   return walk_back(x, stats, solsta, sol, prslv_walk::interior, progress);
 }
 
-prslv_code TVN_prslv_postsolvebasis(prslv_context& x, prslv_stats& stats, int32_t solsta, lp_solution& sol,
+prslv_code TVN_prslv_postsolvebasis(prslv_context& x, prslv_stats& stats, int32_t solsta, solution_view& sol,
                                     const prslv_progress& progress) {
   return walk_back(x, stats, solsta, sol, prslv_walk::basis, progress);
 }
 
-void TVN_prslv_getcertificate(const prslv_context& x, lp_solution& sol) {
+void TVN_prslv_getcertificate(const prslv_context& x, solution_view& sol) {
   for (int32_t i = 0; i < x.p.numcon; i++) {
     sol.skc[i] = sk_bas;
     sol.xc[i] = sol.y[i] = sol.slc[i] = sol.suc[i] = 0;

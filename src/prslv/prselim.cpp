@@ -180,7 +180,7 @@ prslv_code TVN_prslv_eliminator2(prslv_context& x) {
 
 void prslv_undoelimination(prslv_post& w) {
   const auto [r, entries] = TVN_prslv_poprecord<elimination_record>(w.x.stk);
-  lp_solution& s = w.s;
+  solution_view& s = w.s;
   const prslv_pivot_back v = prslv_popp(w, r.pivot, entries);
   if (v.aij == 0.0) TVN_sysenv_stopdbg(w.x.sys, "src/prslv/prselim", __LINE__, "aij==0.0");
   s.xx[v.j] = (v.b - v.rowrest) / v.aij;

@@ -156,7 +156,7 @@ struct prslv_context;
 // Called before each reduction (undo false: the problem still as it was) and after each undo. For tests and audits.
 struct prslv_audit {
   void* handle = nullptr;
-  void (*fn)(void* handle, const prslv_context& ctx, bool undo, int32_t rtype, const lp_solution* sol) = nullptr;
+  void (*fn)(void* handle, const prslv_context& ctx, bool undo, int32_t rtype, const solution_view* sol) = nullptr;
 };
 
 struct prslv_sink {
@@ -185,7 +185,7 @@ int32_t TVN_prslv_getnumred(const prslv_context& ctx);
 // Live entries of row i or column j into sub and val, which have room for all rows or columns; the number.
 int32_t TVN_prslv_getasimple(const prslv_context& ctx, bool byrow, int32_t index, int32_t* sub, double* val);
 // The certificate of an infeasibility that presolve found, for the live problem; the other arrays become 0.
-void TVN_prslv_getcertificate(const prslv_context& ctx, lp_solution& sol);
+void TVN_prslv_getcertificate(const prslv_context& ctx, solution_view& sol);
 
 // Gives back the matrix and all scratch: postsolve and unreduce need the records and vectors only.
 void TVN_prslv_keeprecords(prslv_context& ctx) noexcept;
@@ -195,9 +195,9 @@ enum class prslv_walk { interior, basis, prim_certificate, dual_certificate };
 
 // Carries a solution of the live problem back to the original one; live items of sol must be set. May run repeatedly.
 // postsolvebasis keeps the number of basic items right: one more for each row restored. After a stop sol is of no use.
-prslv_code TVN_prslv_postsolve(prslv_context& ctx, prslv_stats& stats, int32_t solsta, lp_solution& sol,
+prslv_code TVN_prslv_postsolve(prslv_context& ctx, prslv_stats& stats, int32_t solsta, solution_view& sol,
                                const prslv_progress& progress = {});
-prslv_code TVN_prslv_postsolvebasis(prslv_context& ctx, prslv_stats& stats, int32_t solsta, lp_solution& sol,
+prslv_code TVN_prslv_postsolvebasis(prslv_context& ctx, prslv_stats& stats, int32_t solsta, solution_view& sol,
                                     const prslv_progress& progress = {});
 // Restores the vectors of the problem bit for bit. The context is of no use afterwards.
 void TVN_prslv_unreduce(prslv_context& ctx);

@@ -313,7 +313,7 @@ inline void TVN_prslv_initwork(sysenv& sys, prslv_context& x) {
 
 struct prslv_post {
   prslv_context& x;
-  lp_solution& s;
+  solution_view& s;
   prslv_walk walk;
   double pf, df; // factors of primal and dual right-hand sides
   bool certificate() const { return walk == prslv_walk::prim_certificate || walk == prslv_walk::dual_certificate; }

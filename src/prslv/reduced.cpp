@@ -120,7 +120,7 @@ void TVN_prslv_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_proble
   for (double** v : {&r.sol.xx, &r.sol.slx, &r.sol.sux}) *v = reals.take(n);
 }
 
-void TVN_prslv_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t numvar, lp_solution& sol) {
+void TVN_prslv_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t numvar, solution_view& sol) {
   for (double* v : {sol.xc, sol.y, sol.slc, sol.suc}) std::fill_n(v, numcon, 0.0);
   for (double* v : {sol.xx, sol.slx, sol.sux}) std::fill_n(v, numvar, 0.0);
   std::fill_n(sol.skc, numcon, static_cast<int32_t>(sk_unk));
@@ -142,7 +142,7 @@ void TVN_prslv_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t n
   }
 }
 
-void TVN_prslv_gatherkeys(const lp_solution& sol, reduced_problem& r) {
+void TVN_prslv_gatherkeys(const solution_view& sol, reduced_problem& r) {
   for (int32_t i = 0; i < r.lp.numcon; i++) {
     const int32_t key = sol.skc[r.con2user[i]];
     r.sol.skc[i] = key == sk_supbas ? static_cast<int32_t>(sk_unk) : key; // its activity may be another one now
@@ -153,7 +153,7 @@ void TVN_prslv_gatherkeys(const lp_solution& sol, reduced_problem& r) {
   }
 }
 
-void TVN_prslv_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e) {
+void TVN_prslv_copyeditable(sysenv& sys, const problem_view& lp, editable_problem& e) {
   const int64_t m = lp.numcon, n = lp.numvar;
   e.keys.reset(sys, m + n);
   e.reals.reset(sys, 3 * (m + n));
@@ -201,7 +201,7 @@ int32_t without_far(int32_t bk, double bl, double bu, int32_t key) {
 
 } // namespace
 
-near_problem::near_problem(sysenv& sys, const lp_view& given, const lp_solution* keys)
+near_problem::near_problem(sysenv& sys, const problem_view& given, const solution_view* keys)
     : lp(given), bkc(sys, given.numcon), bkx(sys, given.numvar) {
   for (int32_t i = 0; i < lp.numcon; i++) {
     bkc[i] = without_far(given.bkc[i], given.blc[i], given.buc[i], keys ? keys->skc[i] : sk_unk);
@@ -215,14 +215,14 @@ near_problem::near_problem(sysenv& sys, const lp_view& given, const lp_solution*
   lp.bkx = bkx.data();
 }
 
-double TVN_prslv_foldedcost(const lp_view& lp, int32_t j) {
+double TVN_prslv_foldedcost(const problem_view& lp, int32_t j) {
   long double c = lp.c[j];
   if (lp.cslack)
     for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) c += static_cast<long double>(lp.cslack[lp.sub[p]]) * lp.val[p];
   return static_cast<double>(c);
 }
 
-bool TVN_prslv_isfinite(const lp_view& lp, const lp_solution& sol) {
+bool TVN_prslv_isfinite(const problem_view& lp, const solution_view& sol) {
   const auto all = [](const double* v, int32_t n) {
     return std::all_of(v, v + n, [](double x) { return std::isfinite(x); });
   };
@@ -231,12 +231,12 @@ bool TVN_prslv_isfinite(const lp_view& lp, const lp_solution& sol) {
   return all(sol.xx, lp.numvar) && all(sol.slx, lp.numvar) && all(sol.sux, lp.numvar);
 }
 
-void TVN_prslv_clearduals(const lp_view& lp, lp_solution& sol) {
+void TVN_prslv_clearduals(const problem_view& lp, solution_view& sol) {
   for (double* v : {sol.y, sol.slc, sol.suc}) std::fill_n(v, lp.numcon, 0.0);
   for (double* v : {sol.slx, sol.sux}) std::fill_n(v, lp.numvar, 0.0);
 }
 
-void TVN_prslv_clearsolution(const lp_view& lp, lp_solution& sol) {
+void TVN_prslv_clearsolution(const problem_view& lp, solution_view& sol) {
   std::fill_n(sol.skc, lp.numcon, static_cast<int32_t>(sk_bas));
   std::fill_n(sol.xc, lp.numcon, 0.0);
   for (int32_t j = 0; j < lp.numvar; j++)
@@ -245,7 +245,7 @@ void TVN_prslv_clearsolution(const lp_view& lp, lp_solution& sol) {
   TVN_prslv_clearduals(lp, sol);
 }
 
-void TVN_prslv_refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol, bool basic) {
+void TVN_prslv_refresh(sysenv& sys, const problem_view& lp, int32_t solsta, solution_view& sol, bool basic) {
   const bool certificate = is_certificate(solsta);
   const bool keyed = basic && !certificate;
   buffer<long double> act(sys, lp.numcon, 0.0L);

@@ -12,8 +12,8 @@ namespace tvn {
 
 // The live problem with rows and columns renumbered, and room for its solution.
 struct reduced_problem {
-  lp_view lp;
-  lp_solution sol;
+  problem_view lp;
+  solution_view sol;
   buffer<int32_t> con2user, var2user; // reduced index -> index before presolve
   buffer<int64_t> ptr;                // [numvar + 1]
   buffer<int32_t> sub, keys;
@@ -23,9 +23,9 @@ struct reduced_problem {
 
 void TVN_prslv_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_problem& r);
 // Solution of the reduced problem into the live places of the full one; the others become 0.
-void TVN_prslv_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t numvar, lp_solution& sol);
+void TVN_prslv_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t numvar, solution_view& sol);
 // Keys of the full problem at the live places, for a start of the reduced one.
-void TVN_prslv_gatherkeys(const lp_solution& sol, reduced_problem& r);
+void TVN_prslv_gatherkeys(const solution_view& sol, reduced_problem& r);
 
 // The vectors of a problem that presolve may edit, with the view of it. The matrix is not copied.
 struct editable_problem {
@@ -34,26 +34,26 @@ struct editable_problem {
   buffer<double> reals;
 };
 
-void TVN_prslv_copyeditable(sysenv& sys, const lp_view& lp, editable_problem& e);
+void TVN_prslv_copyeditable(sysenv& sys, const problem_view& lp, editable_problem& e);
 
 // The problem without its far bounds, but for those that a start rests on: an item that rests so far out leaves no
 // digits to the others. What is optimal for it and keeps them is optimal, and what proves it infeasible proves the
 // other so. keys: of a start, or null.
 struct near_problem {
-  lp_view lp;
+  problem_view lp;
   buffer<int32_t> bkc, bkx;
   int64_t numfar = 0;
 
-  near_problem(sysenv& sys, const lp_view& given, const lp_solution* keys);
+  near_problem(sysenv& sys, const problem_view& given, const solution_view* keys);
 };
 
 // c_j with its share of the costs of rows: cc'(A x) = (A'cc)'x.
-double TVN_prslv_foldedcost(const lp_view& lp, int32_t j);
-void TVN_prslv_clearsolution(const lp_view& lp, lp_solution& sol);  // logical basis, all values 0
-bool TVN_prslv_isfinite(const lp_view& lp, const lp_solution& sol); // all values
-void TVN_prslv_clearduals(const lp_view& lp, lp_solution& sol);
+double TVN_prslv_foldedcost(const problem_view& lp, int32_t j);
+void TVN_prslv_clearsolution(const problem_view& lp, solution_view& sol);  // logical basis, all values 0
+bool TVN_prslv_isfinite(const problem_view& lp, const solution_view& sol); // all values
+void TVN_prslv_clearduals(const problem_view& lp, solution_view& sol);
 // Activities and reduced costs of the user's problem from x and y, so that the identities hold to the last digit. In a
 // basic solution what its key says rests there.
-void TVN_prslv_refresh(sysenv& sys, const lp_view& lp, int32_t solsta, lp_solution& sol, bool basic = true);
+void TVN_prslv_refresh(sysenv& sys, const problem_view& lp, int32_t solsta, solution_view& sol, bool basic = true);
 
 } // namespace tvn

@@ -38,7 +38,7 @@ void TVN_prslv_varfix(prslv_context& x, int32_t j, double value, int32_t rtype) 
 void prslv_undovarfix(prslv_post& w, int32_t rtype) {
   const auto [r, items] = TVN_prslv_poprecord<varfix_record>(w.x.stk);
   const auto column = items.first(static_cast<size_t>(r.num)), others = items.subspan(static_cast<size_t>(r.num));
-  lp_solution& s = w.s;
+  solution_view& s = w.s;
   const int32_t j = r.j, key = r.key;
   const double lo = r.lower, up = r.upper, value = w.pf * r.value;
   double d = w.df * w.x.p.c[j];

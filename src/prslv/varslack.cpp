@@ -51,7 +51,7 @@ namespace {
 
 // Row basic: a place for x_j with r + a x_j within the row, nonbasic if it can be.
 void place_basic(prslv_post& w, const slack_row& k, int32_t i, int32_t j, double r) {
-  lp_solution& s = w.s;
+  solution_view& s = w.s;
   double best = prslv_inf;
   auto offer = [&](double xj, bool varbasic, int32_t varkey, int32_t rowkey, double viol) {
     if (!(viol < best)) return;
@@ -77,7 +77,7 @@ void place_basic(prslv_post& w, const slack_row& k, int32_t i, int32_t j, double
 
 void prslv_undovarslack(prslv_post& w) {
   auto [i, j, rowkey, equality, k, cc, c] = TVN_prslv_poprecord<varslack_record>(w.x.stk);
-  lp_solution& s = w.s;
+  solution_view& s = w.s;
   for (double* b : {&k.bl, &k.bu, &k.l, &k.u}) *b = w.bound(*b);
   const double rest = s.xc[i];
   const double d = equality ? w.df * cc + s.y[i] : s.slc[i] - s.suc[i]; // of the old row

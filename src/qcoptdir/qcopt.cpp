@@ -91,14 +91,14 @@ struct root_factor {
 
 // The problem with t and its rows behind what was there.
 struct separable_problem {
-  lp_view lp;
+  problem_view lp;
   solution_room room;
   buffer<int64_t> ptr;
   buffer<int32_t> sub, bkc, bkx;
   buffer<double> val, cslack, c, blc, buc, blx, bux;
   sym_matrix q;
 
-  separable_problem(sysenv& sys, const lp_view& from, const root_rows& rows) {
+  separable_problem(sysenv& sys, const problem_view& from, const root_rows& rows) {
     const int32_t m = from.numcon + rows.num, n = from.numvar + rows.num;
     lp.numcon = m;
     lp.numvar = n;
@@ -137,7 +137,7 @@ struct separable_problem {
   separable_problem& operator=(const separable_problem&) = delete;
 
 private:
-  void put_columns(sysenv& sys, const lp_view& from, const root_rows& rows) {
+  void put_columns(sysenv& sys, const problem_view& from, const root_rows& rows) {
     ptr.reset(sys, int64_t{lp.numvar} + 1, 0);
     for (int32_t j = 0; j < from.numvar; j++) ptr[j + 1] = from.ptre[j] - from.ptrb[j];
     for (const int32_t j : rows.sub) ptr[j + 1]++;
@@ -170,8 +170,8 @@ struct poll_view {
 
 } // namespace
 
-void TVN_qcopt_slv(sysenv& sys, const lp_view& lp, const ipm_param& param, ipm_info& info, const ipm_progress& progress,
-                   lp_solution& sol) {
+void TVN_qcopt_slv(sysenv& sys, const problem_view& lp, const ipm_param& param, ipm_info& info,
+                   const ipm_progress& progress, solution_view& sol) {
   if (!lp.q.any() || is_diagonal(lp.q)) return TVN_opt_ipmslv(sys, lp, param, info, progress, sol);
   info = {};
   poll_view poll{progress, info};

@@ -12,7 +12,7 @@
 namespace tvn {
 
 // Like TVN_opt_ipmslv.
-void TVN_qcopt_slv(sysenv& sys, const lp_view& lp, const ipm_param& param, ipm_info& info, const ipm_progress& progress,
-                   lp_solution& sol);
+void TVN_qcopt_slv(sysenv& sys, const problem_view& lp, const ipm_param& param, ipm_info& info,
+                   const ipm_progress& progress, solution_view& sol);
 
 } // namespace tvn

@@ -30,7 +30,7 @@ constexpr double smallpivot = 1e-10, smallestpivot = 1e-13; // of the runs after
 // --- start basis
 
 // fitting: a kept basis whose factor is that of the keys, or null.
-void start_header(simplex_state& s, const lp_solution* keys, kept_basis* fitting) {
+void start_header(simplex_state& s, const solution_view* keys, kept_basis* fitting) {
   s.info.numbasics = s.work.m;
   if (fitting)
     TVN_simplex_takefactor(*fitting, s);
@@ -41,7 +41,7 @@ void start_header(simplex_state& s, const lp_solution* keys, kept_basis* fitting
 }
 
 // Rank of the start. A full factor is left to the optimizer; another one it makes again and repairs.
-void factor_start(simplex_state& s, const lp_solution* keys) {
+void factor_start(simplex_state& s, const solution_view* keys) {
   if (s.cold || s.factorready) {
     s.info.basisrank = s.work.m;
     return;
@@ -56,7 +56,7 @@ void factor_start(simplex_state& s, const lp_solution* keys) {
 }
 
 // Keys of all variables and values of the nonbasics.
-void start_keys(simplex_state& s, const lp_solution* keys) {
+void start_keys(simplex_state& s, const solution_view* keys) {
   const simplex_work& w = s.work;
   for (int32_t j = 0; j < w.total; j++) {
     const int32_t wish = keys ? TVN_simplex_userkey(w, *keys, j) : static_cast<int32_t>(sk_unk);
@@ -70,7 +70,7 @@ void start_keys(simplex_state& s, const lp_solution* keys) {
 }
 
 // A basis of the point, with its factor.
-void start_basis(simplex_state& s, const lp_solution& point) { TVN_prf_puriflp(s, point); }
+void start_basis(simplex_state& s, const solution_view& point) { TVN_prf_puriflp(s, point); }
 
 // --- the way back
 
@@ -129,7 +129,7 @@ void rest_dual(double d, int32_t key, double& sl, double& su) {
     (d >= 0 ? sl : su) = std::fabs(d);
 }
 
-void export_keys_and_x(const simplex_state& s, const lp_view& lp, lp_solution& sol, bool ray) {
+void export_keys_and_x(const simplex_state& s, const problem_view& lp, solution_view& sol, bool ray) {
   const simplex_work& w = s.work;
   for (int32_t j = 0; j < lp.numvar; j++) {
     const int32_t k = w.user2col[j];
@@ -142,7 +142,7 @@ void export_keys_and_x(const simplex_state& s, const lp_view& lp, lp_solution& s
 }
 
 // Activities: a nonbasic row rests on its bound, a basic one is summed.
-void export_activities(sysenv& sys, const simplex_state& s, const lp_view& lp, lp_solution& sol, bool ray) {
+void export_activities(sysenv& sys, const simplex_state& s, const problem_view& lp, solution_view& sol, bool ray) {
   buffer<long double> act(sys, lp.numcon, 0.0L);
   for (int32_t j = 0; j < lp.numvar; j++)
     for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) act[lp.sub[p]] += static_cast<long double>(lp.val[p]) * sol.xx[j];
@@ -156,7 +156,7 @@ void export_activities(sysenv& sys, const simplex_state& s, const lp_view& lp, l
   }
 }
 
-void export_duals(const simplex_state& s, const lp_view& lp, const buffer<double>& y, lp_solution& sol) {
+void export_duals(const simplex_state& s, const problem_view& lp, const buffer<double>& y, solution_view& sol) {
   const simplex_work& w = s.work;
   for (int32_t i = 0; i < lp.numcon; i++) {
     const int32_t k = w.user2row[i];
@@ -169,7 +169,7 @@ void export_duals(const simplex_state& s, const lp_view& lp, const buffer<double
 }
 
 // The certificate of phase one: signs by value, so that any dual at an infinite bound shows as a violation.
-void export_certificate(const simplex_state& s, const lp_view& lp, const buffer<double>& y, lp_solution& sol) {
+void export_certificate(const simplex_state& s, const problem_view& lp, const buffer<double>& y, solution_view& sol) {
   const simplex_work& w = s.work;
   auto split = [](double d, double& sl, double& su) {
     sl = std::max(d, 0.0);
@@ -244,7 +244,7 @@ bool leaves_basis(simplex_code code) {
 
 // One run on one working problem; sol holds the point in the user's space afterwards, info the optimizer's claim.
 // keys: of the start, or null.
-void run_once(const simplex_run& run, scale_request scale, const lp_solution* keys) {
+void run_once(const simplex_run& run, scale_request scale, const solution_view* keys) {
   const auto& [sys, lp, param, info, progress, sol, kept, watch] = run;
   simplex_work work;
   info.warmfactor = kept && keys && param.hotstart != start_interior && param.uselu &&
@@ -364,12 +364,12 @@ struct saved_solution {
   int32_t prosta, solsta;
   double objective, primalviol, dualviol;
 
-  saved_solution(sysenv& sys, const lp_view& lp, const simplex_info& info, const lp_solution& sol)
+  saved_solution(sysenv& sys, const problem_view& lp, const simplex_info& info, const solution_view& sol)
       : room(sys, lp.numcon, lp.numvar), prosta(info.prosta), solsta(info.solsta), objective(info.objective),
         primalviol(info.primalviol), dualviol(info.dualviol) {
     copy_solution(lp.numcon, lp.numvar, sol, room.sol);
   }
-  void restore(const lp_view& lp, simplex_info& info, const lp_solution& sol) const {
+  void restore(const problem_view& lp, simplex_info& info, const solution_view& sol) const {
     copy_solution(lp.numcon, lp.numvar, room.sol, sol);
     info.prosta = prosta;
     info.solsta = solsta;

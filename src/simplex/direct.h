@@ -10,16 +10,16 @@ namespace tvn {
 // What a run works on; settings are exchanged from one attempt to the next, the rest goes through all of them.
 struct simplex_run {
   sysenv& sys;
-  const lp_view& lp;
+  const problem_view& lp;
   const simplex_param& param;
   simplex_info& info;
   const simplex_progress& progress;
-  lp_solution& sol;
+  solution_view& sol;
   kept_basis* kept; // or null
   run_watch& watch; // one for all that the run does
 
   simplex_run with(const simplex_param& other) const { return {sys, lp, other, info, progress, sol, kept, watch}; }
-  simplex_run on(const lp_view& other) const { return {sys, other, param, info, progress, sol, kept, watch}; }
+  simplex_run on(const problem_view& other) const { return {sys, other, param, info, progress, sol, kept, watch}; }
 };
 
 // The road without presolve, with the ladder of repairs; sol holds the keys of a start when param.hotstart is set.

@@ -22,7 +22,7 @@ namespace {
 constexpr int32_t shortrun = 50; // iterations below which presolve does not pay
 
 // Does the start say more than that all logicals are basic?
-bool is_good_start(const lp_view& lp, const simplex_param& param, const lp_solution& sol) {
+bool is_good_start(const problem_view& lp, const simplex_param& param, const solution_view& sol) {
   for (int32_t j = 0; j < lp.numvar; j++) {
     const bool inside = sol.skx[j] == sk_supbas && !param.keysonly && (lp.bkx[j] != bk_fr || sol.xx[j] != 0);
     if (sol.skx[j] == sk_bas || inside) return true;
@@ -31,7 +31,7 @@ bool is_good_start(const lp_view& lp, const simplex_param& param, const lp_solut
 }
 
 // A good start is worth more than presolve unless presolve is asked for.
-bool presolve_wanted(const lp_view& lp, const simplex_param& param, const lp_solution& sol) {
+bool presolve_wanted(const problem_view& lp, const simplex_param& param, const solution_view& sol) {
   if (param.presolve != 2) return param.presolve != 0;
   return param.maxiterations > shortrun && (param.hotstart == start_none || !is_good_start(lp, param, sol));
 }
@@ -263,7 +263,7 @@ void optimize_dual(const simplex_run& run) {
 }
 
 // A run that was cut short may have reached what it was after; one whose numbers have overflown has nothing to show.
-void settle_end(const lp_view& lp, simplex_info& info, lp_solution& sol) {
+void settle_end(const problem_view& lp, simplex_info& info, solution_view& sol) {
   const auto r = info.response;
   const bool cut = r == simplex_code::max_iterations || r == simplex_code::max_setbacks || r == simplex_code::stall ||
                    r == simplex_code::numerical;
@@ -287,7 +287,7 @@ int32_t ask_user(void* handle) {
 }
 
 // Does it have a basis, and no value between bounds beside it?
-bool is_vertex(const lp_view& lp, const lp_solution& sol) {
+bool is_vertex(const problem_view& lp, const solution_view& sol) {
   int64_t basics = 0;
   for (int32_t i = 0; i < lp.numcon; i++) basics += sol.skc[i] == sk_bas;
   for (int32_t j = 0; j < lp.numvar; j++) {
@@ -307,8 +307,8 @@ void watch_user(const simplex_run& run) {
 
 } // namespace
 
-void TVN_simplex_identifybasis(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                               const simplex_progress& progress, lp_solution& sol, prslv_context* ctx,
+void TVN_simplex_identifybasis(sysenv& sys, const problem_view& lp, const simplex_param& param, simplex_info& info,
+                               const simplex_progress& progress, solution_view& sol, prslv_context* ctx,
                                reduced_problem* reduced, kept_basis* kept) {
   info.response = simplex_code::ok;
   simplex_param own = param;
@@ -336,8 +336,8 @@ void TVN_simplex_identifybasis(sysenv& sys, const lp_view& lp, const simplex_par
   progress(simplex_event::end_basis, info);
 }
 
-void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                          const simplex_progress& progress, lp_solution& sol, kept_basis* kept) {
+void TVN_simplex_optimize(sysenv& sys, const problem_view& lp, const simplex_param& param, simplex_info& info,
+                          const simplex_progress& progress, solution_view& sol, kept_basis* kept) {
   info.response = simplex_code::ok;
   if (const int32_t item = TVN_verify_crossingitem(lp); item >= 0) {
     TVN_prslv_clearsolution(lp, sol);

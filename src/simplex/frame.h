@@ -13,14 +13,14 @@ struct reduced_problem; // prslv/reduced.h
 // an optimum or certificate that fails them is repaired by a second run on the unscaled problem, or not claimed.
 // kept: what the last run on this problem left for this one, which leaves its own; or null.
 // Throws out_of_memory.
-void TVN_simplex_optimize(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                          const simplex_progress& progress, lp_solution& sol, kept_basis* kept = nullptr);
+void TVN_simplex_optimize(sysenv& sys, const problem_view& lp, const simplex_param& param, simplex_info& info,
+                          const simplex_progress& progress, solution_view& sol, kept_basis* kept = nullptr);
 
 // A basic solution of lp from an interior one: pushes to a basis, then the optimizer that mends what is left of
 // infeasibilities. ctx and reduced: the presolve that the point went through and the reduced problem with the point of
 // it, which becomes the basic one; or null, then sol holds the point. All else as above.
-void TVN_simplex_identifybasis(sysenv& sys, const lp_view& lp, const simplex_param& param, simplex_info& info,
-                               const simplex_progress& progress, lp_solution& sol, prslv_context* ctx,
+void TVN_simplex_identifybasis(sysenv& sys, const problem_view& lp, const simplex_param& param, simplex_info& info,
+                               const simplex_progress& progress, solution_view& sol, prslv_context* ctx,
                                reduced_problem* reduced, kept_basis* kept);
 
 } // namespace tvn

@@ -44,7 +44,7 @@ bool reformulation_wanted(const simplex_param& param) {
 }
 
 // The lowest multiple of each column and the factor to it.
-void find_multiples(sysenv& sys, const lp_view& lp, buffer<int32_t>& first, buffer<double>& factor) {
+void find_multiples(sysenv& sys, const problem_view& lp, buffer<int32_t>& first, buffer<double>& factor) {
   int64_t end = 0;
   for (int32_t j = 0; j < lp.numvar; j++) end = std::max(end, lp.ptre[j]);
   spmat a; // looks only
@@ -54,9 +54,9 @@ void find_multiples(sysenv& sys, const lp_view& lp, buffer<int32_t>& first, buff
 }
 
 struct pair_search {
-  const lp_view& lp;
+  const problem_view& lp;
   const simplex_param& param;
-  lp_solution& sol;
+  solution_view& sol;
   reformulation& r;
 
   double lower(int32_t j) const { return has_lower(r.bkx[j]) && r.blx[j] > -bound_infinity ? r.blx[j] : -inf; }
@@ -152,7 +152,7 @@ column_pair direction_of(column_pair p) {
 
 } // namespace
 
-bool TVN_simplex_reformulate(sysenv& sys, const lp_view& lp, const simplex_param& param, lp_solution& sol,
+bool TVN_simplex_reformulate(sysenv& sys, const problem_view& lp, const simplex_param& param, solution_view& sol,
                              reformulation& r) {
   if (!reformulation_wanted(param) || lp.numvar < 2 || lp.numcon == 0) return false;
   buffer<int32_t> first(sys, lp.numvar), last(sys, lp.numvar, -1), before(sys, lp.numvar);
@@ -177,7 +177,7 @@ bool TVN_simplex_reformulate(sysenv& sys, const lp_view& lp, const simplex_param
   return static_cast<double>(r.stack.size()) >= least;
 }
 
-void TVN_simplex_reformulatepostsolve(const reformulation& r, int32_t solsta, lp_solution& sol) {
+void TVN_simplex_reformulatepostsolve(const reformulation& r, int32_t solsta, solution_view& sol) {
   const bool ray = solsta == sol_dual_infeas_cer;
   for (int64_t at = r.stack.size() - 1; at >= 0; at--) {
     const reformulation_step& step = r.stack[at];

@@ -14,7 +14,7 @@ struct reformulation_step {
 
 // The problem with edited bounds of columns: what has gone is fixed. Matrix, costs and rows are the user's.
 struct reformulation {
-  lp_view lp;
+  problem_view lp;
   buffer<int32_t> bkx;
   buffer<double> blx, bux;
   vec<reformulation_step> stack;
@@ -23,10 +23,10 @@ struct reformulation {
 
 // False, with sol as it was, when it is not wanted or too few pairs are found. With a start (param.hotstart) only those
 // steps are taken that lose nothing of it; keys and values in sol then are those of the new problem.
-bool TVN_simplex_reformulate(sysenv& sys, const lp_view& lp, const simplex_param& param, lp_solution& sol,
+bool TVN_simplex_reformulate(sysenv& sys, const problem_view& lp, const simplex_param& param, solution_view& sol,
                              reformulation& r);
 
 // Keys, values and duals of all columns from those of the new problem, newest step first. Rows do not change.
-void TVN_simplex_reformulatepostsolve(const reformulation& r, int32_t solsta, lp_solution& sol);
+void TVN_simplex_reformulatepostsolve(const reformulation& r, int32_t solsta, solution_view& sol);
 
 } // namespace tvn

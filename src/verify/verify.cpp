@@ -21,7 +21,7 @@ void worsen(double& worst, double value) {
 
 double own_scale(double bound) { return 1 + std::fabs(bound); }
 
-void row_activities(const lp_view& lp, const double* xx, buffer<long double>& act, buffer<double>& largest) {
+void row_activities(const problem_view& lp, const double* xx, buffer<long double>& act, buffer<double>& largest) {
   for (int32_t i = 0; i < lp.numcon; i++) act[i] = 0, largest[i] = 0;
   for (int32_t j = 0; j < lp.numvar; j++) {
     const long double v = xx[j];
@@ -44,7 +44,7 @@ double outside(double v, int32_t bk, double bl, double bu, double rounding) {
 }
 
 // A change of x_j by this is lost in the last places of every row that it is in. 0 for an empty column.
-double rounding_of(const lp_view& lp, int32_t j, const buffer<double>& largest) {
+double rounding_of(const problem_view& lp, int32_t j, const buffer<double>& largest) {
   double least = std::numeric_limits<double>::infinity();
   for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++)
     if (lp.val[p] != 0.0) least = std::min(least, largest[lp.sub[p]] / std::fabs(lp.val[p]));
@@ -54,7 +54,7 @@ double rounding_of(const lp_view& lp, int32_t j, const buffer<double>& largest) 
 // Wrong sign, or a dual where there is no bound.
 double wrong_sign(double s, bool finite) { return finite ? std::max(0.0, -s) : std::fabs(s); }
 
-double max_cost(const lp_view& lp) {
+double max_cost(const problem_view& lp) {
   double c = 0;
   for (int32_t j = 0; j < lp.numvar; j++) worsen(c, std::fabs(lp.c[j]));
   return c;
@@ -67,14 +67,14 @@ double room_below(double v, double size, int32_t bk, double bl, double bu, doubl
   return std::fabs(d) * (finite ? std::max(0.0, down ? v - bl : bu - v) : size);
 }
 
-double cslack(const lp_view& lp, int32_t i) { return lp.cslack ? lp.cslack[i] : 0.0; }
+double cslack(const problem_view& lp, int32_t i) { return lp.cslack ? lp.cslack[i] : 0.0; }
 
 struct cost_sum {
   long double value;
   double largest; // term
 };
 
-cost_sum reduced_cost(const lp_view& lp, int32_t j, cost_sum cj, const double* y) {
+cost_sum reduced_cost(const problem_view& lp, int32_t j, cost_sum cj, const double* y) {
   cost_sum d = cj;
   for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) {
     const long double term = static_cast<long double>(lp.val[p]) * y[lp.sub[p]];
@@ -86,11 +86,11 @@ cost_sum reduced_cost(const lp_view& lp, int32_t j, cost_sum cj, const double* y
 
 } // namespace
 
-double TVN_verify_reducedcost(const lp_view& lp, int32_t j, long double cj, const double* y) {
+double TVN_verify_reducedcost(const problem_view& lp, int32_t j, long double cj, const double* y) {
   return static_cast<double>(reduced_cost(lp, j, {cj, 0}, y).value);
 }
 
-void TVN_verify_gradient(sysenv& sys, const lp_view& lp, const double* x, buffer<long double>& gradient) {
+void TVN_verify_gradient(sysenv& sys, const problem_view& lp, const double* x, buffer<long double>& gradient) {
   gradient.reset(sys, lp.numvar);
   TVN_sym_multiply(lp.q, x, gradient.data());
   for (int32_t j = 0; j < lp.numvar; j++) gradient[j] += lp.c[j];
@@ -103,13 +103,13 @@ struct quadratic_part {
   buffer<long double> qx;
   buffer<double> largest;
 
-  quadratic_part(sysenv& sys, const lp_view& lp, const double* x) {
+  quadratic_part(sysenv& sys, const problem_view& lp, const double* x) {
     if (!lp.q.any()) return;
     qx.reset(sys, lp.numvar);
     largest.reset(sys, lp.numvar);
     TVN_sym_multiply(lp.q, x, qx.data(), largest.data());
   }
-  cost_sum gradient(const lp_view& lp, int32_t j) const {
+  cost_sum gradient(const problem_view& lp, int32_t j) const {
     const cost_sum c{lp.c[j], std::fabs(lp.c[j])};
     return qx.empty() ? c : cost_sum{c.value + qx[j], std::max(c.largest, largest[j])};
   }
@@ -122,7 +122,7 @@ struct quadratic_part {
 
 } // namespace
 
-lp_residuals TVN_verify_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol) {
+lp_residuals TVN_verify_residuals(sysenv& sys, const problem_view& lp, const solution_view& sol) {
   lp_residuals r;
   buffer<long double> act(sys, lp.numcon);
   buffer<double> largest(sys, lp.numcon);
@@ -167,7 +167,7 @@ lp_residuals TVN_verify_residuals(sysenv& sys, const lp_view& lp, const lp_solut
   return r;
 }
 
-double TVN_verify_primalcertificate(const lp_view& lp, const lp_solution& sol) {
+double TVN_verify_primalcertificate(const problem_view& lp, const solution_view& sol) {
   long double obj = 0, terms = 0, multipliers = 0;
   double worst = 0;
   auto add = [&](double multiplier, double bound) {
@@ -200,7 +200,7 @@ namespace {
 
 // Whether x'Qx lets the objective fall along x so far; what Q x is beside 0 is a violation. A residual that is small
 // beside the fall is not enough: x'x / 1e9 - x would have a ray.
-bool falls_far(sysenv& sys, const lp_view& lp, const double* x, long double fall, double& worst) {
+bool falls_far(sysenv& sys, const problem_view& lp, const double* x, long double fall, double& worst) {
   constexpr double far = 1e10;
   const quadratic_part q(sys, lp, x);
   double length = 0;
@@ -213,7 +213,7 @@ bool falls_far(sysenv& sys, const lp_view& lp, const double* x, long double fall
 
 } // namespace
 
-double TVN_verify_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol) {
+double TVN_verify_dualcertificate(sysenv& sys, const problem_view& lp, const solution_view& sol) {
   buffer<long double> act(sys, lp.numcon);
   buffer<double> largest(sys, lp.numcon);
   row_activities(lp, sol.xx, act, largest);
@@ -238,7 +238,7 @@ double TVN_verify_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solut
 
 namespace {
 
-void judge_certificate(sysenv& sys, const lp_view& lp, const lp_solution& sol, int32_t claim, double tol,
+void judge_certificate(sysenv& sys, const problem_view& lp, const solution_view& sol, int32_t claim, double tol,
                        lp_verdict& v) {
   const bool primal = claim == sol_prim_infeas_cer;
   const double violation = primal ? TVN_verify_primalcertificate(lp, sol) : TVN_verify_dualcertificate(sys, lp, sol);
@@ -251,7 +251,7 @@ void judge_certificate(sysenv& sys, const lp_view& lp, const lp_solution& sol, i
 
 } // namespace
 
-lp_verdict TVN_verify_claim(sysenv& sys, const lp_view& lp, const lp_solution& sol, int32_t claim,
+lp_verdict TVN_verify_claim(sysenv& sys, const problem_view& lp, const solution_view& sol, int32_t claim,
                             const lp_tolerances& tol) {
   lp_verdict v;
   if (claim == sol_prim_infeas_cer || claim == sol_dual_infeas_cer) {
@@ -276,7 +276,7 @@ lp_verdict TVN_verify_claim(sysenv& sys, const lp_view& lp, const lp_solution& s
   return v;
 }
 
-int32_t TVN_verify_crossingitem(const lp_view& lp) {
+int32_t TVN_verify_crossingitem(const problem_view& lp) {
   for (int32_t i = 0; i < lp.numcon; i++)
     if (lp.bkc[i] == bk_ra && lp.blc[i] > lp.buc[i]) return i;
   for (int32_t j = 0; j < lp.numvar; j++)
@@ -284,7 +284,7 @@ int32_t TVN_verify_crossingitem(const lp_view& lp) {
   return -1;
 }
 
-void TVN_verify_provecrossing(const lp_view& lp, int32_t item, lp_solution& sol) {
+void TVN_verify_provecrossing(const problem_view& lp, int32_t item, solution_view& sol) {
   const bool row = item < lp.numcon;
   const int32_t j = row ? item : item - lp.numcon;
   (row ? sol.slc : sol.slx)[j] = 1;

@@ -24,19 +24,19 @@ struct lp_residuals {
   double objective = 0; // primal, cfix included
 };
 
-lp_residuals TVN_verify_residuals(sysenv& sys, const lp_view& lp, const lp_solution& sol);
+lp_residuals TVN_verify_residuals(sysenv& sys, const problem_view& lp, const solution_view& sol);
 
 // Violation of a certificate divided by the certificate's own objective; infinity when that is not positive or is
 // nothing but rounding beside its terms. That of a primal one is for points as large as the bounds that it adds up.
 // Primal: y, slc, suc, slx, sux prove that no point is feasible. Dual: xx is a ray along which the objective falls;
 // with a Q, infinity when it does so for less than 1e10 times its length.
-double TVN_verify_primalcertificate(const lp_view& lp, const lp_solution& sol);
-double TVN_verify_dualcertificate(sysenv& sys, const lp_view& lp, const lp_solution& sol);
+double TVN_verify_primalcertificate(const problem_view& lp, const solution_view& sol);
+double TVN_verify_dualcertificate(sysenv& sys, const problem_view& lp, const solution_view& sol);
 
 // cj - A_j'y in long double.
-double TVN_verify_reducedcost(const lp_view& lp, int32_t j, long double cj, const double* y);
+double TVN_verify_reducedcost(const problem_view& lp, int32_t j, long double cj, const double* y);
 // c + Q x at x.
-void TVN_verify_gradient(sysenv& sys, const lp_view& lp, const double* x, buffer<long double>& gradient);
+void TVN_verify_gradient(sysenv& sys, const problem_view& lp, const double* x, buffer<long double>& gradient);
 
 // What the residuals support of an optimizer's claim (sol_status). An optimum within the tolerances whose duals leave
 // room below its objective is a near optimum.
@@ -54,12 +54,12 @@ struct lp_tolerances {
   double certificate = 1e-7; // violation
 };
 
-lp_verdict TVN_verify_claim(sysenv& sys, const lp_view& lp, const lp_solution& sol, int32_t claim,
+lp_verdict TVN_verify_claim(sysenv& sys, const problem_view& lp, const solution_view& sol, int32_t claim,
                             const lp_tolerances& tol);
 
 // The first item whose bounds cross, rows before columns, -1: none. It proves infeasibility by itself: both its duals
 // become 1.
-int32_t TVN_verify_crossingitem(const lp_view& lp);
-void TVN_verify_provecrossing(const lp_view& lp, int32_t item, lp_solution& sol);
+int32_t TVN_verify_crossingitem(const problem_view& lp);
+void TVN_verify_provecrossing(const problem_view& lp, int32_t item, solution_view& sol);
 
 } // namespace tvn

@@ -31,7 +31,7 @@ struct BasisStep : testing::Test {
     answer a(p);
     a.basis = wanted;
     a.basis.sol = a.basic.view();
-    tvn::lp_solution sol = a.interior.view();
+    tvn::solution_view sol = a.interior.view();
     tvn::TVN_opt_ipmslv(*sys, p.view(), param, a.info, {}, sol, withbasis ? &a.basis : nullptr);
     return a;
   }
@@ -88,7 +88,7 @@ TEST_F(BasisStep, AgreesWithTheSimplexOnNastyProblems) {
     lp_case p = nasty_case(static_cast<uint64_t>(k) + 90000);
     const answer a = solve(p);
     lp_point s(p);
-    tvn::lp_solution sol = s.view();
+    tvn::solution_view sol = s.view();
     tvn::simplex_info info;
     tvn::TVN_simplex_optimize(*sys, p.view(), direct_param(), info, {}, sol);
     ASSERT_TRUE(a.basis.made);

@@ -15,7 +15,7 @@ struct Quadratic : testing::Test {
 
   lp_point solve(qp_case& k, const tvn::ipm_param& param) {
     lp_point s(k.p);
-    tvn::lp_solution sol = s.view();
+    tvn::solution_view sol = s.view();
     if (separable)
       tvn::TVN_qcopt_slv(*sys, k.view(), param, info, {}, sol);
     else

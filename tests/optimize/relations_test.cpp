@@ -19,7 +19,7 @@ struct Relations : testing::Test {
 
   answer solve(lp_case p, bool presolve) {
     lp_point s(p);
-    tvn::lp_solution sol = s.view();
+    tvn::solution_view sol = s.view();
     tvn::ipm_param param;
     param.presolve = presolve;
     tvn::ipm_info info;

@@ -15,7 +15,7 @@ struct Wide : testing::Test {
   // Optimal, and as good as weak duality says; 1 when it is.
   int32_t solves(lp_case p, int32_t seed) {
     lp_point s(p);
-    tvn::lp_solution sol = s.view();
+    tvn::solution_view sol = s.view();
     tvn::ipm_param param;
     param.presolve = seed % 2 != 0;
     param.form = static_cast<tvn::ipm_form>(seed / 2 % 3);

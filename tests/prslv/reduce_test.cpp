@@ -37,7 +37,7 @@ double move_point(tvn::reduced_problem& r, uint64_t seed) {
 // Presolve, simplex without presolve on what is left, postsolve.
 outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true, uint64_t move = 0) {
   outcome o{0, 0, lp_point(p), {}, 0, {}};
-  tvn::lp_solution sol = o.point.view();
+  tvn::solution_view sol = o.point.view();
   presolved w(p);
   auditor audit;
   tvn::TVN_prslv_putaudit(*w.ctx, audit.hook());
@@ -68,7 +68,7 @@ outcome by_presolve(lp_case& p, const tvn::prslv_param& param, bool basis = true
   o.trouble = audit.trouble;
   o.off = audit.worst;
   tvn::TVN_prslv_unreduce(*w.ctx);
-  const tvn::lp_view lp = p.view();
+  const tvn::problem_view lp = p.view();
   const tvn::prslv_problem& back = w.e.p;
   const auto same = [](const auto* a, const auto* b, int32_t num) { return std::equal(a, a + num, b); };
   EXPECT_TRUE(same(back.bkc, lp.bkc, p.m) && same(back.blc, lp.blc, p.m) && same(back.buc, lp.buc, p.m));
@@ -196,7 +196,7 @@ TEST(Presolve, WalksBackUnderNearStatusesAsUnderPlainOnes) {
     lp_point points[2] = {lp_point(p), lp_point(p)};
     for (int k = 0; k < 2; k++) {
       for (size_t j = 0; j < points[k].xx.size(); j++) points[k].xx[j] = points[k].slx[j] = static_cast<double>(j);
-      tvn::lp_solution sol = points[k].view();
+      tvn::solution_view sol = points[k].view();
       EXPECT_EQ(tvn::TVN_prslv_postsolve(*w.ctx, w.stats, pair[k], sol), tvn::prslv_code::ok);
     }
     EXPECT_TRUE(points[0].xx == points[1].xx && points[0].y == points[1].y && points[0].slx == points[1].slx);
@@ -639,7 +639,7 @@ TEST(Presolve, AsksSoonAndCostsLittleWhereThereIsMuchToDo) {
     EXPECT_EQ(w.reduce(settings(1), progress), tvn::prslv_code::ok);
     EXPECT_GT(tvn::TVN_prslv_getnumred(*w.ctx), 3999);
     lp_point point(p);
-    tvn::lp_solution sol = point.view();
+    tvn::solution_view sol = point.view();
     EXPECT_EQ(tvn::TVN_prslv_postsolve(*w.ctx, w.stats, tvn::sol_optimal, sol, progress), tvn::prslv_code::ok);
     ask_meter::ask(&meter, 0);
     EXPECT_LT(meter.worst, promised);

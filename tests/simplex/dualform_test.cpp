@@ -7,7 +7,7 @@ using namespace tvntest;
 
 namespace {
 
-tvn::simplex_info solve(const tvn::lp_view& lp, lp_point& s, bool dualform, int32_t seed) {
+tvn::simplex_info solve(const tvn::problem_view& lp, lp_point& s, bool dualform, int32_t seed) {
   const checked_env sys;
   tvn::simplex_param param = param_by(static_cast<tvn::simplex_kind>(seed % 3), seed % 2);
   param.dualform = dualform;
@@ -49,7 +49,7 @@ TEST(DualForm, CarriesTheCostsOfRows) {
     for (size_t j = 0; j + 1 < p.beg.size(); j++)
       for (int64_t e = p.beg[j]; e < p.beg[j + 1]; e++)
         p.c[j] -= cc[static_cast<size_t>(p.sub[size_t(e)])] * p.val[size_t(e)];
-    tvn::lp_view v = p.view();
+    tvn::problem_view v = p.view();
     v.cslack = cc.data();
     const tvn::simplex_info dual = solve(v, d, true, seed);
     ASSERT_EQ(dual.solsta, tvn::sol_optimal);

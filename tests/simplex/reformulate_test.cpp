@@ -58,7 +58,7 @@ TEST(Reformulation, GivesTheExactAnswerInABasisOfTheUsersProblem) {
     tvn::simplex_param param = drawn_param(seed);
     {
       const checked_env sys;
-      tvn::lp_solution sol = s.view();
+      tvn::solution_view sol = s.view();
       tvn::reformulation r;
       (void)tvn::TVN_simplex_reformulate(*sys, p.view(), param, sol, r);
       merged += r.nummerged > 0;
@@ -164,7 +164,7 @@ TEST(Reformulation, TakesOnlyStepsThatKeepEverySolution) {
   tvn::simplex_param param = direct_param();
   const auto take = [&](lp_case p, int32_t how, int32_t presolve = 0, int32_t hotstart = 0) {
     lp_point s(p);
-    tvn::lp_solution sol = s.view();
+    tvn::solution_view sol = s.view();
     tvn::reformulation r;
     param.reformulation = how;
     param.presolve = presolve;

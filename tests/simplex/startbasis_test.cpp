@@ -20,7 +20,7 @@ start make_start(lp_case& p, lp_point& keys) {
   const tvn::simplex_progress progress;
   tvn::run_watch watch;
   tvn::simplex_work w;
-  const tvn::lp_solution sol = keys.view();
+  const tvn::solution_view sol = keys.view();
   EXPECT_TRUE(tvn::TVN_simplex_compressproblem(*sys, p.view(), {}, watch, w, &sol));
   tvn::simplex_state s(*sys, param, info, progress, watch, w);
   tvn::TVN_simplex_setupstate(s);

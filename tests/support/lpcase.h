@@ -54,12 +54,12 @@ struct lp_case {
     if (lo <= -1e30) return up >= 1e30 ? tvn::bk_fr : tvn::bk_up;
     return up >= 1e30 ? tvn::bk_lo : lo == up ? tvn::bk_fx : tvn::bk_ra;
   }
-  tvn::lp_view view() {
+  tvn::problem_view view() {
     bkc.resize(static_cast<size_t>(m));
     bkx.resize(static_cast<size_t>(n));
     for (size_t i = 0; i < bkc.size(); i++) bkc[i] = key(blc[i], buc[i]);
     for (size_t j = 0; j < bkx.size(); j++) bkx[j] = key(blx[j], bux[j]);
-    tvn::lp_view v;
+    tvn::problem_view v;
     v.numcon = m;
     v.numvar = n;
     v.cfix = cfix;
@@ -85,7 +85,7 @@ struct lp_point {
   explicit lp_point(const lp_case& p)
       : skc(size_t(p.m)), skx(size_t(p.n)), xc(size_t(p.m)), xx(size_t(p.n)), y(size_t(p.m)), slc(size_t(p.m)),
         suc(size_t(p.m)), slx(size_t(p.n)), sux(size_t(p.n)) {}
-  tvn::lp_solution view() {
+  tvn::solution_view view() {
     return {skc.data(), skx.data(), xc.data(), xx.data(), y.data(), slc.data(), suc.data(), slx.data(), sux.data()};
   }
 };

@@ -248,7 +248,8 @@ struct auditor {
   double worst = 0;       // what it was off
   std::string trouble;
 
-  static void call(void* handle, const tvn::prslv_context& ctx, bool undo, int32_t rtype, const tvn::lp_solution* sol) {
+  static void call(void* handle, const tvn::prslv_context& ctx, bool undo, int32_t rtype,
+                   const tvn::solution_view* sol) {
     auto& self = *static_cast<auditor*>(handle);
     if (undo)
       self.judge_depth(ctx, rtype, *sol);
@@ -293,7 +294,7 @@ struct auditor {
     at = stack.size();
   }
 
-  void judge_depth(const tvn::prslv_context&, int32_t rtype, const tvn::lp_solution& s) {
+  void judge_depth(const tvn::prslv_context&, int32_t rtype, const tvn::solution_view& s) {
     if (at == 0) at = stack.size(); // one more walk
     depth& d = stack[--at];
     if (d.rtype != rtype) note(d, "another type", rtype);

@@ -23,8 +23,8 @@ struct qp_case {
       beg.push_back(static_cast<int64_t>(sub.size()));
     }
   }
-  tvn::lp_view view() {
-    tvn::lp_view v = p.view();
+  tvn::problem_view view() {
+    tvn::problem_view v = p.view();
     v.q = {p.n, beg.data(), sub.data(), val.data()};
     return v;
   }

@@ -21,11 +21,11 @@ inline int64_t iterations(const tvn::simplex_info& info) {
   return info.count[tvn::kind_primal].iterations + info.count[tvn::kind_dual].iterations;
 }
 
-inline tvn::simplex_info run_simplex(tvn::sysenv& sys, const tvn::lp_view& lp, tvn::simplex_param param,
+inline tvn::simplex_info run_simplex(tvn::sysenv& sys, const tvn::problem_view& lp, tvn::simplex_param param,
                                      lp_point& point, const tvn::simplex_progress& progress = {},
                                      tvn::kept_basis* kept = nullptr) {
   tvn::simplex_info info;
-  tvn::lp_solution sol = point.view();
+  tvn::solution_view sol = point.view();
   param.starttime = tvn::TVN_sysenv_gettime();
   tvn::TVN_simplex_optimize(sys, lp, param, info, progress, sol, kept);
   return info;

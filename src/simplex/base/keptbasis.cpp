@@ -7,20 +7,21 @@ namespace tvn {
 
 namespace {
 
-bool is_kept_basic(const kept_basis& b, const lp_view& lp, const lp_solution& keys, int64_t k) noexcept {
+bool is_kept_basic(const kept_basis& b, const problem_view& lp, const solution_view& keys, int64_t k) noexcept {
   const int32_t i = b.item[k];
   if (i >= 0) return i < lp.numcon && keys.skc[i] == sk_bas && TVN_simplex_keepsrow(lp, &keys, i);
   return ~i < lp.numvar && keys.skx[~i] == sk_bas;
 }
 
-int64_t count_basics(const lp_view& lp, const lp_solution& keys) noexcept {
+int64_t count_basics(const problem_view& lp, const solution_view& keys) noexcept {
   int64_t num = std::count(keys.skx, keys.skx + lp.numvar, sk_bas);
   for (int32_t i = 0; i < lp.numcon; i++) num += keys.skc[i] == sk_bas && TVN_simplex_keepsrow(lp, &keys, i);
   return num;
 }
 
 // Fills user2row; false when the rows are not those of the record.
-bool rows_fit(const kept_basis& b, const lp_view& lp, const lp_solution& keys, buffer<int32_t>& user2row) noexcept {
+bool rows_fit(const kept_basis& b, const problem_view& lp, const solution_view& keys,
+              buffer<int32_t>& user2row) noexcept {
   int32_t m = 0;
   for (int32_t i = 0; i < lp.numcon; i++) {
     user2row[i] = -1;
@@ -31,7 +32,7 @@ bool rows_fit(const kept_basis& b, const lp_view& lp, const lp_solution& keys, b
   return m == b.con.size();
 }
 
-bool column_fits(const kept_basis& b, const lp_view& lp, const buffer<int32_t>& user2row, int64_t k) noexcept {
+bool column_fits(const kept_basis& b, const problem_view& lp, const buffer<int32_t>& user2row, int64_t k) noexcept {
   const int32_t j = ~b.item[k];
   int64_t at = b.beg[k];
   for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) {
@@ -44,7 +45,7 @@ bool column_fits(const kept_basis& b, const lp_view& lp, const buffer<int32_t>& 
 }
 
 // The numbers of the basic columns as the user has them; those of the working problem differ by the scales.
-void copy_columns(kept_basis& b, const simplex_state& s, const lp_view& lp) {
+void copy_columns(kept_basis& b, const simplex_state& s, const problem_view& lp) {
   const simplex_work& w = s.work;
   int64_t nz = 0;
   for (int32_t k = 0; k < w.m; k++) nz += w.is_logical(s.fac.head[k]) ? 0 : w.colcount(s.fac.head[k]);
@@ -75,7 +76,7 @@ void keep_weights(kept_basis& b, const simplex_state& s) {
   b.weightkind = s.dualweightkind;
 }
 
-void keep_factor(kept_basis& b, simplex_state& s, const lp_view& lp) {
+void keep_factor(kept_basis& b, simplex_state& s, const problem_view& lp) {
   const simplex_work& w = s.work;
   b.con.reset(s.sys, w.m);
   b.rowscale.reset(s.sys, w.m);
@@ -97,7 +98,7 @@ bool TVN_simplex_isscaled(const kept_basis& b) noexcept {
   return std::any_of(b.rowscale.begin(), b.rowscale.end(), other) || std::any_of(b.unit.begin(), b.unit.end(), other);
 }
 
-bool TVN_simplex_basisfits(sysenv& sys, const kept_basis& b, const lp_view& lp, const lp_solution& keys) {
+bool TVN_simplex_basisfits(sysenv& sys, const kept_basis& b, const problem_view& lp, const solution_view& keys) {
   const int64_t m = b.count;
   if (!b.factored || m != b.con.size() || count_basics(lp, keys) != m) return false;
   buffer<int32_t> user2row(sys, lp.numcon);
@@ -150,7 +151,7 @@ void TVN_simplex_getweights(const kept_basis& b, simplex_state& s) {
   }
 }
 
-void TVN_simplex_updatebasis(kept_basis& b, simplex_state& s, const lp_view& lp, bool withfactor) {
+void TVN_simplex_updatebasis(kept_basis& b, simplex_state& s, const problem_view& lp, bool withfactor) {
   const simplex_work& w = s.work;
   TVN_simplex_dropfactor(b);
   b.count = 0;

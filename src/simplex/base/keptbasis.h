@@ -31,7 +31,7 @@ struct kept_basis {
 
 // Does the factor fit the basics that the keys name and the numbers of lp? Then it fits the working problem made of
 // them when that is scaled by TVN_simplex_scaleaskept.
-bool TVN_simplex_basisfits(sysenv& sys, const kept_basis& b, const lp_view& lp, const lp_solution& keys);
+bool TVN_simplex_basisfits(sysenv& sys, const kept_basis& b, const problem_view& lp, const solution_view& keys);
 // The scale factors that the kept factor was made with, and factors to go with them for the nonbasic columns.
 void TVN_simplex_scaleaskept(const kept_basis& b, simplex_work& w);
 bool TVN_simplex_isscaled(const kept_basis& b) noexcept; // some factor is not 1
@@ -41,7 +41,7 @@ void TVN_simplex_takefactor(kept_basis& b, simplex_state& s);
 void TVN_simplex_getweights(const kept_basis& b, simplex_state& s);
 
 // The basis and weights of a state that has run. With a factor asked for and at hand, that too: the state loses it.
-void TVN_simplex_updatebasis(kept_basis& b, simplex_state& s, const lp_view& lp, bool withfactor);
+void TVN_simplex_updatebasis(kept_basis& b, simplex_state& s, const problem_view& lp, bool withfactor);
 // From items of a part of a problem to those of the whole.
 void TVN_simplex_renamebasis(kept_basis& b, const int32_t* con2user, const int32_t* var2user) noexcept;
 // After items of a side were renumbered: item first + k becomes map[k], -1: it is gone.

@@ -9,7 +9,7 @@ namespace tvn {
 
 namespace {
 
-bool keep_col(const lp_view& lp, const lp_solution* keys, int32_t j) {
+bool keep_col(const problem_view& lp, const solution_view* keys, int32_t j) {
   const bool fixed = lp.bkx[j] == bk_fx || (lp.bkx[j] == bk_ra && lp.blx[j] == lp.bux[j]);
   return !fixed || (keys && keys->skx[j] == sk_bas);
 }
@@ -17,7 +17,7 @@ bool keep_col(const lp_view& lp, const lp_solution* keys, int32_t j) {
 bool is_infinite(double bound) { return std::fabs(bound) >= bound_infinity; }
 
 // Fills the maps between user and working indices; returns through w.m, w.n.
-void make_maps(sysenv& sys, const lp_view& lp, const lp_solution* keys, simplex_work& w) {
+void make_maps(sysenv& sys, const problem_view& lp, const solution_view* keys, simplex_work& w) {
   w.user2row.reset(sys, lp.numcon);
   w.user2col.reset(sys, lp.numvar);
   w.m = w.n = 0;
@@ -32,7 +32,7 @@ void make_maps(sysenv& sys, const lp_view& lp, const lp_solution* keys, simplex_
     if (w.user2col[j] >= 0) w.col2user[w.user2col[j]] = j;
 }
 
-void copy_columns(sysenv& sys, const lp_view& lp, simplex_work& w) {
+void copy_columns(sysenv& sys, const problem_view& lp, simplex_work& w) {
   w.colbeg.reset(sys, w.n + 1);
   w.shift.reset(sys, w.m, 0.0);
   w.offset = lp.cfix;
@@ -85,7 +85,7 @@ void make_rows(sysenv& sys, simplex_work& w) {
 }
 
 // In the user's units; scaled afterwards.
-void set_bounds_and_cost(sysenv& sys, const lp_view& lp, simplex_work& w) {
+void set_bounds_and_cost(sysenv& sys, const problem_view& lp, simplex_work& w) {
   w.lower.reset(sys, w.total);
   w.upper.reset(sys, w.total);
   w.cost.reset(sys, w.total);
@@ -127,12 +127,12 @@ void swap_entries(simplex_work& w, int64_t a, int64_t b) noexcept {
 
 } // namespace
 
-bool TVN_simplex_keepsrow(const lp_view& lp, const lp_solution* keys, int32_t i) noexcept {
+bool TVN_simplex_keepsrow(const problem_view& lp, const solution_view* keys, int32_t i) noexcept {
   return lp.bkc[i] != bk_fr || (lp.cslack && lp.cslack[i] != 0.0) || (keys && keys->skc[i] != sk_bas);
 }
 
-bool TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, const scale_request& scale, run_watch& watch,
-                                 simplex_work& w, const lp_solution* keys) {
+bool TVN_simplex_compressproblem(sysenv& sys, const problem_view& lp, const scale_request& scale, run_watch& watch,
+                                 simplex_work& w, const solution_view* keys) {
   make_maps(sys, lp, keys, w);
   copy_columns(sys, lp, w);
   w.rowscale.reset(sys, w.m, 1.0);

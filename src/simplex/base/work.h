@@ -51,9 +51,9 @@ struct scale_request {
 // Builds the working copy; scaling factors are computed when asked for and found worth it. False: stopped on the way.
 // keys: of a start, or null. A column that they call basic and a row that they call nonbasic stay whatever their
 // bounds, so that a start keeps its number of basics.
-bool TVN_simplex_compressproblem(sysenv& sys, const lp_view& lp, const scale_request& scale, run_watch& watch,
-                                 simplex_work& work, const lp_solution* keys = nullptr);
-bool TVN_simplex_keepsrow(const lp_view& lp, const lp_solution* keys, int32_t i) noexcept;
+bool TVN_simplex_compressproblem(sysenv& sys, const problem_view& lp, const scale_request& scale, run_watch& watch,
+                                 simplex_work& work, const solution_view* keys = nullptr);
+bool TVN_simplex_keepsrow(const problem_view& lp, const solution_view* keys, int32_t i) noexcept;
 
 // Moves column j (0 .. n-1) into or out of the active part of its rows. The caller knows on which side it stands.
 void TVN_simplex_activate(simplex_work& work, int32_t j) noexcept;

@@ -33,7 +33,7 @@ void append(simplex_fac& f, int32_t& num, int32_t j) {
 }
 
 // Header of matched structurals and of the logicals of all other rows.
-void fill_header(simplex_state& s, const lp_solution& sol) {
+void fill_header(simplex_state& s, const solution_view& sol) {
   const simplex_work& w = s.work;
   vec<int32_t> columns(s.sys);
   for (int32_t k = 0; k < w.n; k++)
@@ -68,7 +68,7 @@ int32_t TVN_simplex_maxtransversal(sysenv& sys, const simplex_work& w, array_vie
   return matched;
 }
 
-void TVN_simplex_basisfromkeys(simplex_state& s, const lp_solution& sol) {
+void TVN_simplex_basisfromkeys(simplex_state& s, const solution_view& sol) {
   const simplex_work& w = s.work;
   std::fill(s.fac.pos.begin(), s.fac.pos.end(), -1);
   const auto is_basic = [&](int32_t j) { return TVN_simplex_userkey(w, sol, j) == sk_bas; };
@@ -85,7 +85,7 @@ void TVN_simplex_basisfromkeys(simplex_state& s, const lp_solution& sol) {
     if (is_basic(j)) append(s.fac, num, j);
 }
 
-void TVN_simplex_movefill(simplex_state& s, const lp_solution& sol) {
+void TVN_simplex_movefill(simplex_state& s, const solution_view& sol) {
   simplex_fac& f = s.fac;
   bool open = false;
   for (int32_t& j : f.head) {

@@ -7,12 +7,12 @@
 namespace tvn {
 
 // Key that the caller gives variable j of the joined working space.
-inline int32_t TVN_simplex_userkey(const simplex_work& w, const lp_solution& sol, int32_t j) {
+inline int32_t TVN_simplex_userkey(const simplex_work& w, const solution_view& sol, int32_t j) {
   return w.is_logical(j) ? sol.skc[w.row2user[j]] : sol.skx[w.col2user[j - w.m]];
 }
 
 // Value that the caller gives it, in the working space.
-inline double TVN_simplex_uservalue(const simplex_work& w, const lp_solution& sol, int32_t j) {
+inline double TVN_simplex_uservalue(const simplex_work& w, const solution_view& sol, int32_t j) {
   if (!w.is_logical(j)) return sol.xx[w.col2user[j - w.m]] / w.factor(j);
   return (sol.xc[w.row2user[j]] - w.shift[j]) / w.factor(j);
 }
@@ -25,8 +25,8 @@ int32_t TVN_simplex_maxtransversal(sysenv& sys, const simplex_work& w, array_vie
                                    const blkord_progress& progress = {});
 
 // Exactly m basics from the keys, into s.fac.head and pos; s.info.numbasics is what the keys name.
-void TVN_simplex_basisfromkeys(simplex_state& s, const lp_solution& sol);
+void TVN_simplex_basisfromkeys(simplex_state& s, const solution_view& sol);
 // When the factor of that header is singular: the logicals that the keys do not name go where it finds no pivot.
-void TVN_simplex_movefill(simplex_state& s, const lp_solution& sol);
+void TVN_simplex_movefill(simplex_state& s, const solution_view& sol);
 
 } // namespace tvn

@@ -23,9 +23,9 @@ minimised_costs::minimised_costs(task& t, bool maximise) : maximize(maximise) {
   negate(t.prob.cslack.data(), t.prob.numcon, cslack.data());
 }
 
-lp_view TVN_minimisedview(const task& t, const minimised_costs& costs, const sprmat_view& a) {
+problem_view TVN_minimisedview(const task& t, const minimised_costs& costs, const sprmat_view& a) {
   const problem& p = t.prob;
-  lp_view v;
+  problem_view v;
   v.numcon = p.numcon;
   v.numvar = p.numvar;
   v.cfix = costs.maximize ? 0.0 - p.cfix : p.cfix;
@@ -45,7 +45,7 @@ lp_view TVN_minimisedview(const task& t, const minimised_costs& costs, const spr
   return v;
 }
 
-void TVN_turnduals(const task& t, bool maximize, const lp_solution& s) noexcept {
+void TVN_turnduals(const task& t, bool maximize, const solution_view& s) noexcept {
   const auto turn = [&](double* v, int32_t num) {
     for (int32_t k = 0; k < num; k++) v[k] = maximize ? 0.0 - v[k] : v[k] + 0.0;
   };
@@ -53,7 +53,7 @@ void TVN_turnduals(const task& t, bool maximize, const lp_solution& s) noexcept 
   for (double* v : {s.slx, s.sux}) turn(v, t.prob.numvar);
 }
 
-lp_solution TVN_slotarrays(task& t, int32_t which) {
+solution_view TVN_slotarrays(task& t, int32_t which) {
   const sol_ptrs p = TVN_getsolptrs(t, which);
   return {p.skc, p.skx, p.xc, p.xx, p.y, p.slc, p.suc, p.slx, p.sux};
 }

@@ -16,10 +16,10 @@ struct minimised_costs {
   minimised_costs(task& t, bool maximize);
 };
 
-lp_view TVN_minimisedview(const task& t, const minimised_costs& costs, const sprmat_view& a);
+problem_view TVN_minimisedview(const task& t, const minimised_costs& costs, const sprmat_view& a);
 // Duals between the user's sense and that of the optimizers; in either no zero keeps a sign.
-void TVN_turnduals(const task& t, bool maximize, const lp_solution& s) noexcept;
-lp_solution TVN_slotarrays(task& t, int32_t which);
+void TVN_turnduals(const task& t, bool maximize, const solution_view& s) noexcept;
+solution_view TVN_slotarrays(task& t, int32_t which);
 
 // The user's objective cuts as those of the minimisation.
 objective_cuts TVN_minimisedcuts(const task& t, bool maximize);

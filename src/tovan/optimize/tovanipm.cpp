@@ -171,7 +171,7 @@ TVNrescodee TVN_interioroptimizer(task& t) {
   const bool wantbasis = t.params.ival[TVN_IPAR_INTPNT_BASIS] != TVN_BI_NEVER && !has_qobj(t.prob);
   TVN_makesolution(t, TVN_SOL_ITR);
   if (wantbasis) TVN_makesolution(t, TVN_SOL_BAS);
-  lp_solution sol = TVN_slotarrays(t, TVN_SOL_ITR);
+  solution_view sol = TVN_slotarrays(t, TVN_SOL_ITR);
   const minimised_costs costs(t, maximize);
   ipm_param param = interior_param(t, maximize);
   if (wantbasis) param.hs.refine = basisrefine;
@@ -183,7 +183,7 @@ TVNrescodee TVN_interioroptimizer(task& t) {
   basis_run basis = wantbasis ? wanted_basis(t, basisview) : basis_run{};
   {
     const lent_matrix matrix(t);
-    const lp_view lp = TVN_minimisedview(t, costs, matrix.a);
+    const problem_view lp = TVN_minimisedview(t, costs, matrix.a);
     if (view.separable && lp.q.any())
       TVN_qcopt_slv(*t.sys, lp, param, info, {&view, TVN_interiorprogress}, sol);
     else

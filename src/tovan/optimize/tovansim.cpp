@@ -148,7 +148,7 @@ TVNrescodee TVN_simplexoptimizer(task& t) {
   simplex_param param = TVN_simplexparam(t, maximize);
   param.hotstart = hotstart_mode(t);
   param.keysonly = t.params.ival[TVN_IPAR_SIM_HOTSTART] == TVN_SIM_HOTSTART_STATUS_KEYS;
-  lp_solution sol = TVN_slotarrays(t, TVN_SOL_BAS);
+  solution_view sol = TVN_slotarrays(t, TVN_SOL_BAS);
   const minimised_costs costs(t, maximize);
   TVN_invalidallsol(t);
   simplex_info info;

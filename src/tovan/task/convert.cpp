@@ -27,6 +27,7 @@ static_assert(same(sol_unknown, TVN_SOL_STA_UNKNOWN) && same(sol_optimal, TVN_SO
 static_assert(same(pro_prim_and_dual_feas, TVN_PRO_STA_PRIM_AND_DUAL_FEAS) &&
               same(pro_prim_feas, TVN_PRO_STA_PRIM_FEAS) && same(pro_dual_feas, TVN_PRO_STA_DUAL_FEAS) &&
               same(pro_prim_infeas, TVN_PRO_STA_PRIM_INFEAS) && same(pro_dual_infeas, TVN_PRO_STA_DUAL_INFEAS));
+static_assert(same(ct_quad, TVN_CT_QUAD) && same(ct_rquad, TVN_CT_RQUAD));
 
 } // namespace
 
