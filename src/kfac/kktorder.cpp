@@ -70,7 +70,10 @@ sfk_code order_plan(const choice_input& in, sorder_method method, kkt_plan& plan
   const bool cliques = plan.form == kkt_form::adat;
   if (cliques) columns = cliques_of(in, exclude, plan);
   gp_sorder_params params;
-  if (!plan.perm.empty()) params.incumbent = plan.perm.data();
+  if (!plan.perm.empty()) {
+    params.incumbent = plan.perm.data();
+    params.incumbentbyfill = true; // by quick_method
+  }
   gp_sorder_stats stats;
   if (TVN_sorder_bymethod(in.sys, method, g, cliques ? &columns : nullptr, params, in.params.progress, perm.data(),
                           invp.data(), stats) != sorder_code::ok)
@@ -224,10 +227,12 @@ void keep_cheaper(bool& have, double by, kkt_plan& best, kkt_plan& other) {
   have = true;
 }
 
-// An order of other columns or of the big system pays where it is short beside what could be saved.
-bool worth_trying(const kkt_plan& best, double entries) noexcept {
+// An order of other columns or of the big system pays where it is short beside what could be saved, and where the
+// entries alone do not cost more than all of the best plan.
+bool worth_trying(const kkt_plan& best, kkt_form form, double entries) noexcept {
   constexpr double second_order = 1e-7, factorisations = 25;
-  return factorisations * best.seconds > entries * second_order;
+  const double least = entries * (second_entry + 4 * num_solves(form) / rate_solve);
+  return factorisations * best.seconds > entries * second_order && least < best.seconds;
 }
 
 // have: a plan of A D A' has been found. What is beyond the cap is no plan.
@@ -239,14 +244,15 @@ sfk_code search_adat(const choice_input& in, bool noneapart, kkt_plan& best, boo
   int32_t tries = 0;
   // The set of those alone comes first, or, where the others together are too many, last: it may not be worth a try
   // then.
-  const bool last = s.numends > 0 && rest_products(in, s, oversized) > product_cap(in);
+  const double bigsystem = static_cast<double>(in.nnz) + in.a.numrow + in.a.numcol;
+  const bool last = s.numends > 0 && rest_products(in, s, oversized) > 4 * bigsystem;
   for (int32_t k = 0; k <= s.numends; k++) {
     const int32_t t = last ? (k < s.numends ? k : -1) : k - 1;
     const int32_t num = t < 0 ? oversized : s.ends[t];
     if (t >= 0 && num == oversized) continue;
     const double products = rest_products(in, s, num);
     if (products > in.params.filltrh || !set_allowed(num, in.a.numrow)) continue;
-    if (have && !worth_trying(best, std::min(products, 0.5 * in.a.numrow * in.a.numrow))) continue;
+    if (have && !worth_trying(best, kkt_form::adat, std::min(products, 0.5 * in.a.numrow * in.a.numrow))) continue;
     kkt_plan plan;
     start_plan(in, s, num, plan);
     tries++;
@@ -261,7 +267,7 @@ sfk_code search_adat(const choice_input& in, bool noneapart, kkt_plan& best, boo
 // The big system can only win where columns are apart, or make much more of A A' than they hold.
 bool sqdt_may_win(const choice_input& in, const kkt_plan& best) noexcept {
   const auto entries = static_cast<double>(in.nnz) + in.a.numrow + in.a.numcol;
-  return worth_trying(best, 2 * entries) &&
+  return worth_trying(best, kkt_form::sqdt, 2 * entries) &&
          (best.numapart > 0 || static_cast<double>(best.pattern.sub.size()) > 2 * entries);
 }
 

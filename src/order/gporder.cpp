@@ -15,10 +15,10 @@ namespace tvn {
 namespace {
 
 constexpr double numfactor = 25;                  // factorisations of a usual solve
-constexpr double share = 0.8;                     // of the time of these, for the first partition
-constexpr double shareall = 0.2;                  // for all, once there is one
+constexpr double share = 0.2;                     // of the time of these, for all partitions
 constexpr double fillshare = 0.6;                 // for an order by fill, before a second one is tried
-constexpr double passperentry = 60;               // units of a partition for each entry of the graph, roughly
+constexpr double fillperentry = 35;               // units of an order by fill for each entry of the graph, roughly
+constexpr double passperentry = 100;              // of a partition
 constexpr int32_t maxpasses = 4, usualpasses = 2; // more while none has won
 constexpr uint64_t firstseed = 11;
 constexpr int32_t minpartitioned = 100;
@@ -32,6 +32,8 @@ struct candidate {
   buffer<int32_t> order; // of the classes
   sorder_tree tree;      // its postorder and figures
 };
+
+constexpr sorder_figures no_order{std::numeric_limits<int64_t>::max(), std::numeric_limits<double>::infinity()};
 
 struct search {
   sysenv& sys;
@@ -54,7 +56,7 @@ bool try_fill(search& s, const int32_t* priority, bool strict, amf_score score, 
   if (!amf_order(s.sys, in, s.watch, c.order.data())) return false;
   if (!analyse_order(s.sys, s.g, c.order.data(), s.watch, c.tree)) return false;
   figures = c.tree.figures;
-  better = s.best.order.empty() || is_better(figures, s.best.tree.figures);
+  better = is_better(figures, s.best.tree.figures);
   if (better) std::swap(s.best, c);
   return true;
 }
@@ -80,14 +82,15 @@ double units_of_factor(const search& s) {
   return percolumn * static_cast<double>(s.g.weight) + perentry * static_cast<double>(f.nnz) + perflop * f.flops;
 }
 
+double count_entries(const search& s) { return static_cast<double>(s.g.num_entries() + s.g.n); }
+
 // Passes with changing weights while they are cheap beside what they may save.
 bool partition(search& s, const gp_sorder_params& params) {
-  const auto entries = static_cast<double>(s.g.num_entries() + s.g.n);
+  const double entries = count_entries(s);
   bool better = false;
   sorder_figures figures;
   for (int32_t pass = 0; pass < maxpasses; pass++) {
-    const double least = passperentry * entries * (pass + 1);
-    if (least > (pass == 0 ? share : shareall) * numfactor * units_of_factor(s)) break;
+    if (passperentry * entries * (pass + 1) > share * numfactor * units_of_factor(s)) break;
     if (pass >= usualpasses && s.stats.partitioned) break;
     const int32_t kind = pass % usualpasses;
     const partition_weights w{params.minratio * passratio[kind], params.beta * passbeta[kind], passsmooth[kind]};
@@ -100,10 +103,11 @@ bool partition(search& s, const gp_sorder_params& params) {
 bool find_order(search& s, const gp_sorder_params& params, const sorder_figures* incumbent) {
   bool better = false;
   sorder_figures figures;
-  const int64_t before = s.watch.work;
-  if (!try_fill(s, nullptr, true, amf_score::shared_fill, better, s.stats.fill)) return false;
-  const double second = fillshare * numfactor * units_of_factor(s);
-  if (s.g.n <= maxsecondfill && static_cast<double>(s.watch.work - before) <= second) {
+  if (params.incumbentbyfill)
+    s.stats.fill = s.best.tree.figures = *incumbent;
+  else if (!try_fill(s, nullptr, true, amf_score::shared_fill, better, s.stats.fill))
+    return false;
+  if (s.g.n <= maxsecondfill && fillperentry * count_entries(s) <= fillshare * numfactor * units_of_factor(s)) {
     if (!try_fill(s, nullptr, true, amf_score::fill, better, figures)) return false;
     if (better) s.stats.fill = figures;
   }
@@ -139,6 +143,7 @@ bool gp_sorder(sysenv& sys, const sorder_graph& graph, const sorder_columns* col
   if (params.incumbent && !analyse_order(sys, g, params.incumbent, watch, incumbent)) return false;
   if (!compress_graph(sys, g, watch, node2class, classes, compressed)) return false;
   search s{sys, columns, watch, compressed ? classes : g, compressed ? node2class.data() : nullptr, {}, stats};
+  s.best.tree.figures = no_order;
   if (!find_order(s, params, params.incumbent ? &incumbent.figures : nullptr)) return false;
   stats.best = s.best.tree.figures;
   stats.improved = !params.incumbent || is_better(stats.best, incumbent.figures);
@@ -201,6 +206,7 @@ sorder_code TVN_sorder_bymethod(sysenv& sys, sorder_method method, const sorder_
   case sorder_method::graphpar1: {
     gp_sorder_params alone = params;
     alone.incumbent = nullptr;
+    alone.incumbentbyfill = false;
     alone.level = 2;
     return TVN_amf_gp_sorder(sys, graph, columns, alone, progress, perm, invp, stats);
   }

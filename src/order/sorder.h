@@ -64,6 +64,7 @@ struct sorder_tree {
 struct gp_sorder_params {
   const int32_t* priority = nullptr;  // [n] or null; with priorities nothing is partitioned
   const int32_t* incumbent = nullptr; // a permutation to be improved, or null
+  bool incumbentbyfill = false;       // it is what TVN_amf_sorder gives
   int32_t level = 3;                  // effort: a factor with less than level / 2 times the entries is good enough
   double wantextra = 1.1;             // an order by fill that is so many times smaller than the incumbent stands
   double minratio = 0.25;             // balance of the first cuts, and its price
