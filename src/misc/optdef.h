@@ -61,6 +61,19 @@ struct cone_view {
   const int32_t* sub = nullptr;
 
   bool any() const noexcept { return num > 0; }
+  int32_t size(int32_t k) const noexcept { return end[k] - beg[k]; }
+  const int32_t* members(int32_t k) const noexcept { return sub + beg[k]; }
+};
+
+// Quadratic terms of rows: 1/2 x'Q_i x, the lower triangle of Q_i in positions beg[i] .. end[i] - 1. Entries of equal
+// place add up.
+struct qrow_view {
+  const int64_t *beg = nullptr, *end = nullptr; // [numcon] null: no row has any
+  const int32_t *subi = nullptr, *subj = nullptr;
+  const double* val = nullptr;
+
+  bool any() const noexcept { return beg != nullptr; }
+  bool has(int32_t i) const noexcept { return any() && end[i] > beg[i]; }
 };
 
 // The user's problem, minimised. Column j holds positions ptrb[j] .. ptre[j]-1.
@@ -76,6 +89,7 @@ struct problem_view {
   const double *blc = nullptr, *buc = nullptr, *blx = nullptr, *bux = nullptr;
   sym_view q; // the objective has 1/2 x'Qx, positive semidefinite
   cone_view cone;
+  qrow_view qrow; // of rows with one bound, on the side where they are convex
 };
 
 // Objectives of a minimisation at which a run may end: a point is known below low, or no point lies below upp.

@@ -13,6 +13,7 @@ inline void copy_values(int32_t numcon, int32_t numvar, const solution_view& fro
   for (auto v : {&solution_view::xc, &solution_view::y, &solution_view::slc, &solution_view::suc})
     std::copy_n(from.*v, numcon, to.*v);
   for (auto v : {&solution_view::xx, &solution_view::slx, &solution_view::sux}) std::copy_n(from.*v, numvar, to.*v);
+  if (from.snx && to.snx) std::copy_n(from.snx, numvar, to.snx);
 }
 
 inline void copy_solution(int32_t numcon, int32_t numvar, const solution_view& from, const solution_view& to) noexcept {
@@ -33,12 +34,12 @@ struct solution_room {
   void make(sysenv& sys, int32_t numcon, int32_t numvar) {
     const int64_t m = numcon, n = numvar;
     keys.reset(sys, m + n);
-    reals.reset(sys, 4 * m + 3 * n);
+    reals.reset(sys, 4 * m + 4 * n);
     sol.skc = keys.data();
     sol.skx = keys.data() + m;
     double* v = reals.data();
     for (double** w : {&sol.xc, &sol.y, &sol.slc, &sol.suc}) *w = v, v += m;
-    for (double** w : {&sol.xx, &sol.slx, &sol.sux}) *w = v, v += n;
+    for (double** w : {&sol.xx, &sol.slx, &sol.sux, &sol.snx}) *w = v, v += n;
   }
 
 private:

@@ -228,12 +228,14 @@ bool TVN_prslv_isfinite(const problem_view& lp, const solution_view& sol) {
   };
   for (const double* v : {sol.xc, sol.y, sol.slc, sol.suc})
     if (!all(v, lp.numcon)) return false;
-  return all(sol.xx, lp.numvar) && all(sol.slx, lp.numvar) && all(sol.sux, lp.numvar);
+  return all(sol.xx, lp.numvar) && all(sol.slx, lp.numvar) && all(sol.sux, lp.numvar) &&
+         (!lp.cone.any() || all(sol.snx, lp.numvar));
 }
 
 void TVN_prslv_clearduals(const problem_view& lp, solution_view& sol) {
   for (double* v : {sol.y, sol.slc, sol.suc}) std::fill_n(v, lp.numcon, 0.0);
   for (double* v : {sol.slx, sol.sux}) std::fill_n(v, lp.numvar, 0.0);
+  if (lp.cone.any()) std::fill_n(sol.snx, lp.numvar, 0.0);
 }
 
 void TVN_prslv_clearsolution(const problem_view& lp, solution_view& sol) {
@@ -244,6 +246,18 @@ void TVN_prslv_clearsolution(const problem_view& lp, solution_view& sol) {
   std::fill_n(sol.xx, lp.numvar, 0.0);
   TVN_prslv_clearduals(lp, sol);
 }
+
+namespace {
+
+// Takes the dual of its cone from a column's reduced cost; what is left and has no bound to hold it goes there too.
+double without_cone(const problem_view& lp, int32_t j, double d, double& snx) {
+  const double rest = d - snx;
+  if (rest > 0 ? has_lower(lp.bkx[j]) : has_upper(lp.bkx[j])) return rest;
+  snx = d;
+  return 0;
+}
+
+} // namespace
 
 void TVN_prslv_refresh(sysenv& sys, const problem_view& lp, int32_t solsta, solution_view& sol, bool basic) {
   const bool certificate = is_certificate(solsta);
@@ -257,10 +271,14 @@ void TVN_prslv_refresh(sysenv& sys, const problem_view& lp, int32_t solsta, solu
   }
   if (solsta == sol_dual_infeas_cer || solsta == sol_near_dual_infeas_cer) return TVN_prslv_clearduals(lp, sol);
   buffer<long double> gradient;
-  if (lp.q.any() && !certificate) TVN_verify_gradient(sys, lp, sol.xx, gradient);
+  if (lp.q.any() && !certificate) TVN_verify_gradient(sys, lp, sol.xx, sol.y, gradient);
+  buffer<char> member(sys, lp.cone.any() ? lp.numvar : 0, char{0});
+  for (int32_t k = 0; k < lp.cone.num; k++)
+    for (int32_t q = 0; q < lp.cone.size(k); q++) member[lp.cone.members(k)[q]] = 1;
   for (int32_t j = 0; j < lp.numvar; j++) {
     const long double cost = certificate ? 0.0L : gradient.empty() ? lp.c[j] : gradient[j];
-    const double d = TVN_verify_reducedcost(lp, j, cost, sol.y);
+    double d = TVN_verify_reducedcost(lp, j, cost, sol.y);
+    if (!member.empty() && member[j]) d = without_cone(lp, j, d, sol.snx[j]);
     if (certificate && sol.slx[j] > 0 && sol.sux[j] > 0) continue; // crossing bounds
     const int32_t key = keyed ? sol.skx[j] : static_cast<int32_t>(sk_unk);
     const bool between = key == sk_bas || key == sk_supbas;

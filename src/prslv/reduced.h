@@ -53,7 +53,7 @@ void TVN_prslv_clearsolution(const problem_view& lp, solution_view& sol);  // lo
 bool TVN_prslv_isfinite(const problem_view& lp, const solution_view& sol); // all values
 void TVN_prslv_clearduals(const problem_view& lp, solution_view& sol);
 // Activities and reduced costs of the user's problem from x and y, so that the identities hold to the last digit. In a
-// basic solution what its key says rests there.
+// basic solution what its key says rests there. Duals of cones stay, but where nothing else takes up the last digits.
 void TVN_prslv_refresh(sysenv& sys, const problem_view& lp, int32_t solsta, solution_view& sol, bool basic = true);
 
 } // namespace tvn

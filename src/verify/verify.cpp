@@ -1,38 +1,14 @@
 // Residuals and certificates from the user's data alone, sums in long double. Cost: O(nonzeros).
-#include "verify/verify.h"
-
-#include <algorithm>
-#include <cmath>
-#include <limits>
+#include "verify/verint.h"
 
 namespace tvn {
 
 namespace {
 
-// A sum this small beside its terms is rounding of the data, and proves nothing.
-constexpr double roundoff = 1e-12;
 // Violations that a change of the point by a few units in its last place can cause are none.
 constexpr double lastplaces = 0x1p-48;
 
-// Keeps the larger; a NaN wins and stays.
-void worsen(double& worst, double value) {
-  if (!std::isnan(worst) && !(value <= worst)) worst = value;
-}
-
 double own_scale(double bound) { return 1 + std::fabs(bound); }
-
-void row_activities(const problem_view& lp, const double* xx, buffer<long double>& act, buffer<double>& largest) {
-  for (int32_t i = 0; i < lp.numcon; i++) act[i] = 0, largest[i] = 0;
-  for (int32_t j = 0; j < lp.numvar; j++) {
-    const long double v = xx[j];
-    if (v == 0) continue;
-    for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) {
-      const long double term = v * lp.val[p];
-      act[lp.sub[p]] += term;
-      worsen(largest[lp.sub[p]], static_cast<double>(std::fabs(term)));
-    }
-  }
-}
 
 // A violation up to `rounding` counts as none.
 double outside(double v, int32_t bk, double bl, double bu, double rounding) {
@@ -44,15 +20,12 @@ double outside(double v, int32_t bk, double bl, double bu, double rounding) {
 }
 
 // A change of x_j by this is lost in the last places of every row that it is in. 0 for an empty column.
-double rounding_of(const problem_view& lp, int32_t j, const buffer<double>& largest) {
+double rounding_of(const problem_view& lp, int32_t j, const buffer<verify_sum>& act) {
   double least = std::numeric_limits<double>::infinity();
   for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++)
-    if (lp.val[p] != 0.0) least = std::min(least, largest[lp.sub[p]] / std::fabs(lp.val[p]));
+    if (lp.val[p] != 0.0) least = std::min(least, act[lp.sub[p]].largest / std::fabs(lp.val[p]));
   return least < std::numeric_limits<double>::infinity() ? lastplaces * least : 0.0;
 }
-
-// Wrong sign, or a dual where there is no bound.
-double wrong_sign(double s, bool finite) { return finite ? std::max(0.0, -s) : std::fabs(s); }
 
 double max_cost(const problem_view& lp) {
   double c = 0;
@@ -67,173 +40,90 @@ double room_below(double v, double size, int32_t bk, double bl, double bu, doubl
   return std::fabs(d) * (finite ? std::max(0.0, down ? v - bl : bu - v) : size);
 }
 
-double cslack(const problem_view& lp, int32_t i) { return lp.cslack ? lp.cslack[i] : 0.0; }
+// What a point is measured by, and what adds up over its items.
+struct point_figures {
+  lp_residuals r;
+  double cscale = 1, oscale = 1;
+  long double room = 0;
 
-struct cost_sum {
-  long double value;
-  double largest; // term
-};
-
-cost_sum reduced_cost(const problem_view& lp, int32_t j, cost_sum cj, const double* y) {
-  cost_sum d = cj;
-  for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) {
-    const long double term = static_cast<long double>(lp.val[p]) * y[lp.sub[p]];
-    d.value -= term;
-    d.largest = std::max(d.largest, static_cast<double>(std::fabs(term)));
+  void add_dual(double equation, int32_t bk, double sl, double su) {
+    worsen(r.dualeq, std::fabs(equation) / cscale);
+    worsen(r.dualsign, wrong_sign(sl, has_lower(bk)) / cscale);
+    worsen(r.dualsign, wrong_sign(su, has_upper(bk)) / cscale);
   }
-  return d;
-}
-
-} // namespace
-
-double TVN_verify_reducedcost(const problem_view& lp, int32_t j, long double cj, const double* y) {
-  return static_cast<double>(reduced_cost(lp, j, {cj, 0}, y).value);
-}
-
-void TVN_verify_gradient(sysenv& sys, const problem_view& lp, const double* x, buffer<long double>& gradient) {
-  gradient.reset(sys, lp.numvar);
-  TVN_sym_multiply(lp.q, x, gradient.data());
-  for (int32_t j = 0; j < lp.numvar; j++) gradient[j] += lp.c[j];
-}
-
-namespace {
-
-// Q x with the largest term of each sum; empty for a linear objective.
-struct quadratic_part {
-  buffer<long double> qx;
-  buffer<double> largest;
-
-  quadratic_part(sysenv& sys, const problem_view& lp, const double* x) {
-    if (!lp.q.any()) return;
-    qx.reset(sys, lp.numvar);
-    largest.reset(sys, lp.numvar);
-    TVN_sym_multiply(lp.q, x, qx.data(), largest.data());
-  }
-  cost_sum gradient(const problem_view& lp, int32_t j) const {
-    const cost_sum c{lp.c[j], std::fabs(lp.c[j])};
-    return qx.empty() ? c : cost_sum{c.value + qx[j], std::max(c.largest, largest[j])};
-  }
-  long double form(const double* x) const { // x'Qx
-    long double sum = 0;
-    for (int64_t j = 0; j < qx.size(); j++) sum += qx[j] * x[j];
-    return sum;
+  void add_products(double v, int32_t bk, double bl, double bu, double sl, double su) {
+    if (has_lower(bk)) worsen(r.comp, std::fabs(sl * (v - bl)) / oscale);
+    if (has_upper(bk)) worsen(r.comp, std::fabs(su * (bu - v)) / oscale);
   }
 };
+
+void measure_rows(const problem_view& lp, const solution_view& sol, const buffer<verify_sum>& act, point_figures& f) {
+  for (int32_t i = 0; i < lp.numcon; i++) {
+    const auto a = static_cast<double>(act[i].value);
+    const double c = cost_of_slack(lp, i);
+    f.room += room_below(a, act[i].largest, lp.bkc[i], lp.blc[i], lp.buc[i], c + sol.y[i]);
+    worsen(f.r.row, outside(a, lp.bkc[i], lp.blc[i], lp.buc[i], lastplaces * act[i].largest));
+    worsen(f.r.activity, std::fabs(sol.xc[i] - a) / (1 + act[i].largest));
+    f.add_dual(c + sol.y[i] - sol.slc[i] + sol.suc[i], lp.bkc[i], sol.slc[i], sol.suc[i]);
+    f.add_products(a, lp.bkc[i], lp.blc[i], lp.buc[i], sol.slc[i], sol.suc[i]);
+  }
+}
+
+void measure_columns(const problem_view& lp, const solution_view& sol, const quadratic_part& q,
+                     const buffer<verify_sum>& act, point_figures& f) {
+  for (int32_t j = 0; j < lp.numvar; j++) {
+    const double x = sol.xx[j];
+    if (outside(x, lp.bkx[j], lp.blx[j], lp.bux[j], 0.0) != 0)
+      worsen(f.r.bound, outside(x, lp.bkx[j], lp.blx[j], lp.bux[j], rounding_of(lp, j, act)));
+    verify_sum cost = TVN_verify_reduced(lp, j, q.at_column(j, lp.c[j]), sol.y);
+    if (lp.cone.any()) cost.add(-static_cast<long double>(sol.snx[j]));
+    const auto d = static_cast<double>(cost.value);
+    if (std::fabs(d) > lastplaces * cost.largest)
+      f.room += room_below(x, std::fabs(x), lp.bkx[j], lp.blx[j], lp.bux[j], d);
+    f.add_dual(d - sol.slx[j] + sol.sux[j], lp.bkx[j], sol.slx[j], sol.sux[j]);
+    f.add_products(x, lp.bkx[j], lp.blx[j], lp.bux[j], sol.slx[j], sol.sux[j]);
+  }
+}
+
+// By a dual that leaves its cone the objective may fall along all of x.
+void measure_cones(sysenv& sys, const problem_view& lp, const solution_view& sol, point_figures& f) {
+  for (int32_t k = 0; k < lp.cone.num; k++) {
+    const cone_distance x = TVN_verify_conedistance(lp.cone, k, sol.xx),
+                        s = TVN_verify_conedistance(lp.cone, k, sol.snx);
+    worsen(f.r.cone, x.outside / own_scale(x.size));
+    worsen(f.r.dualcone, s.outside / f.cscale);
+    long double product = 0;
+    for (int32_t q = 0; q < lp.cone.size(k); q++) {
+      const int32_t j = lp.cone.members(k)[q];
+      product += static_cast<long double>(sol.xx[j]) * sol.snx[j];
+    }
+    worsen(f.r.comp, static_cast<double>(std::fabs(product)) / f.oscale);
+    f.room += std::max(0.0L, product) + static_cast<long double>(s.outside) * x.size;
+  }
+  worsen(f.r.dualcone, TVN_verify_besidecones(sys, lp, sol.snx) / f.cscale);
+}
 
 } // namespace
 
 lp_residuals TVN_verify_residuals(sysenv& sys, const problem_view& lp, const solution_view& sol) {
-  lp_residuals r;
-  buffer<long double> act(sys, lp.numcon);
-  buffer<double> largest(sys, lp.numcon);
-  row_activities(lp, sol.xx, act, largest);
+  point_figures f;
+  buffer<verify_sum> act(sys, lp.numcon);
+  const quadratic_part q(sys, lp, sol.xx, sol.y);
+  TVN_verify_activities(lp, q, sol.xx, act);
   long double obj = lp.cfix;
   for (int32_t j = 0; j < lp.numvar; j++) obj += static_cast<long double>(lp.c[j]) * sol.xx[j];
-  for (int32_t i = 0; i < lp.numcon; i++) obj += static_cast<long double>(cslack(lp, i)) * sol.xc[i];
-  const quadratic_part q(sys, lp, sol.xx);
-  obj += q.form(sol.xx) / 2;
-  r.objective = static_cast<double>(obj);
+  for (int32_t i = 0; i < lp.numcon; i++) obj += static_cast<long double>(cost_of_slack(lp, i)) * sol.xc[i];
+  obj += q.form / 2;
+  f.r.objective = static_cast<double>(obj);
   // A scale that is not finite must not hide a residual: inf - inf is NaN.
-  const double largestcost = max_cost(lp), cscale = 1 + largestcost + (largestcost - largestcost);
-  const double oscale = 1 + std::fabs(r.objective) + (r.objective - r.objective);
-  auto complementarity = [&](double v, int32_t bk, double bl, double bu, double sl, double su) {
-    if (has_lower(bk)) worsen(r.comp, std::fabs(sl * (v - bl)) / oscale);
-    if (has_upper(bk)) worsen(r.comp, std::fabs(su * (bu - v)) / oscale);
-  };
-  long double room = 0;
-  for (int32_t i = 0; i < lp.numcon; i++) {
-    const auto a = static_cast<double>(act[i]);
-    room += room_below(a, largest[i], lp.bkc[i], lp.blc[i], lp.buc[i], cslack(lp, i) + sol.y[i]);
-    worsen(r.row, outside(a, lp.bkc[i], lp.blc[i], lp.buc[i], lastplaces * largest[i]));
-    worsen(r.activity, std::fabs(sol.xc[i] - a) / (1 + largest[i]));
-    worsen(r.dualeq, std::fabs(cslack(lp, i) + sol.y[i] - sol.slc[i] + sol.suc[i]) / cscale);
-    worsen(r.dualsign, wrong_sign(sol.slc[i], has_lower(lp.bkc[i])) / cscale);
-    worsen(r.dualsign, wrong_sign(sol.suc[i], has_upper(lp.bkc[i])) / cscale);
-    complementarity(a, lp.bkc[i], lp.blc[i], lp.buc[i], sol.slc[i], sol.suc[i]);
-  }
-  for (int32_t j = 0; j < lp.numvar; j++) {
-    const double v = outside(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j], 0.0);
-    if (v != 0) worsen(r.bound, outside(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j], rounding_of(lp, j, largest)));
-    const cost_sum cost = reduced_cost(lp, j, q.gradient(lp, j), sol.y);
-    const auto d = static_cast<double>(cost.value);
-    if (std::fabs(d) > lastplaces * cost.largest)
-      room += room_below(sol.xx[j], std::fabs(sol.xx[j]), lp.bkx[j], lp.blx[j], lp.bux[j], d);
-    worsen(r.dualeq, std::fabs(d - sol.slx[j] + sol.sux[j]) / cscale);
-    worsen(r.dualsign, wrong_sign(sol.slx[j], has_lower(lp.bkx[j])) / cscale);
-    worsen(r.dualsign, wrong_sign(sol.sux[j], has_upper(lp.bkx[j])) / cscale);
-    complementarity(sol.xx[j], lp.bkx[j], lp.blx[j], lp.bux[j], sol.slx[j], sol.sux[j]);
-  }
-  r.gap = static_cast<double>(room) / oscale;
-  return r;
-}
-
-double TVN_verify_primalcertificate(const problem_view& lp, const solution_view& sol) {
-  long double obj = 0, terms = 0, multipliers = 0;
-  double worst = 0;
-  auto add = [&](double multiplier, double bound) {
-    const long double term = static_cast<long double>(multiplier) * bound;
-    obj += term;
-    terms += std::fabs(term);
-    if (bound != 0) multipliers += std::fabs(multiplier);
-  };
-  auto take = [&](int32_t bk, double bl, double bu, double sl, double su) {
-    if (has_lower(bk)) add(sl, bl);
-    if (has_upper(bk)) add(-su, bu);
-    worsen(worst, wrong_sign(sl, has_lower(bk)));
-    worsen(worst, wrong_sign(su, has_upper(bk)));
-  };
-  for (int32_t i = 0; i < lp.numcon; i++) {
-    take(lp.bkc[i], lp.blc[i], lp.buc[i], sol.slc[i], sol.suc[i]);
-    worsen(worst, std::fabs(sol.y[i] - sol.slc[i] + sol.suc[i]));
-  }
-  for (int32_t j = 0; j < lp.numvar; j++) {
-    take(lp.bkx[j], lp.blx[j], lp.bux[j], sol.slx[j], sol.sux[j]);
-    worsen(worst, std::fabs(TVN_verify_reducedcost(lp, j, 0.0, sol.y) - sol.slx[j] + sol.sux[j]));
-  }
-  if (!(obj > roundoff * terms)) return std::numeric_limits<double>::infinity();
-  // Points of the size that the bounds speak of must not make up for the violation.
-  const long double size = std::max(1.0L, terms / multipliers);
-  return static_cast<double>(worst * size / obj);
-}
-
-namespace {
-
-// Whether x'Qx lets the objective fall along x so far; what Q x is beside 0 is a violation. A residual that is small
-// beside the fall is not enough: x'x / 1e9 - x would have a ray.
-bool falls_far(sysenv& sys, const problem_view& lp, const double* x, long double fall, double& worst) {
-  constexpr double far = 1e10;
-  const quadratic_part q(sys, lp, x);
-  double length = 0;
-  for (int64_t j = 0; j < q.qx.size(); j++) {
-    worsen(worst, static_cast<double>(std::fabs(q.qx[j])));
-    worsen(length, std::fabs(x[j]));
-  }
-  return q.qx.empty() || far * q.form(x) <= length * fall;
-}
-
-} // namespace
-
-double TVN_verify_dualcertificate(sysenv& sys, const problem_view& lp, const solution_view& sol) {
-  buffer<long double> act(sys, lp.numcon);
-  buffer<double> largest(sys, lp.numcon);
-  row_activities(lp, sol.xx, act, largest);
-  double worst = 0;
-  auto recede = [&](double v, int32_t bk) {
-    if (has_lower(bk)) worsen(worst, -v);
-    if (has_upper(bk)) worsen(worst, v);
-    if (std::isnan(v)) worst = v;
-  };
-  long double fall = 0;
-  for (int32_t i = 0; i < lp.numcon; i++) {
-    recede(static_cast<double>(act[i]), lp.bkc[i]);
-    fall -= cslack(lp, i) * act[i];
-  }
-  for (int32_t j = 0; j < lp.numvar; j++) {
-    recede(sol.xx[j], lp.bkx[j]);
-    fall -= static_cast<long double>(lp.c[j]) * sol.xx[j];
-  }
-  if (!(fall > 0) || !falls_far(sys, lp, sol.xx, fall, worst)) return std::numeric_limits<double>::infinity();
-  return worst / static_cast<double>(fall);
+  const double largestcost = max_cost(lp);
+  f.cscale = 1 + largestcost + (largestcost - largestcost);
+  f.oscale = 1 + std::fabs(f.r.objective) + (f.r.objective - f.r.objective);
+  measure_rows(lp, sol, act, f);
+  measure_columns(lp, sol, q, act, f);
+  measure_cones(sys, lp, sol, f);
+  f.r.gap = static_cast<double>(f.room) / f.oscale;
+  return f.r;
 }
 
 namespace {
@@ -241,7 +131,8 @@ namespace {
 void judge_certificate(sysenv& sys, const problem_view& lp, const solution_view& sol, int32_t claim, double tol,
                        lp_verdict& v) {
   const bool primal = claim == sol_prim_infeas_cer;
-  const double violation = primal ? TVN_verify_primalcertificate(lp, sol) : TVN_verify_dualcertificate(sys, lp, sol);
+  const double violation =
+      primal ? TVN_verify_primalcertificate(sys, lp, sol) : TVN_verify_dualcertificate(sys, lp, sol);
   (primal ? v.primalviol : v.dualviol) = violation;
   v.holds = violation <= tol;
   if (!v.holds) return;
@@ -260,10 +151,10 @@ lp_verdict TVN_verify_claim(sysenv& sys, const problem_view& lp, const solution_
   }
   const lp_residuals r = TVN_verify_residuals(sys, lp, sol);
   v.objective = r.objective;
-  v.primalviol = std::max(r.bound, r.row) + (std::isnan(r.activity) ? r.activity : 0.0);
-  v.dualviol = std::max(r.dualeq, r.dualsign);
-  const bool primal = r.bound <= tol.x && r.row <= tol.x && r.activity <= tol.x;
-  const bool dual = r.dualeq <= tol.s && r.dualsign <= tol.s;
+  v.primalviol = std::max({r.bound, r.row, r.cone}) + (std::isnan(r.activity) ? r.activity : 0.0);
+  v.dualviol = std::max({r.dualeq, r.dualsign, r.dualcone});
+  const bool primal = r.bound <= tol.x && r.row <= tol.x && r.cone <= tol.x && r.activity <= tol.x;
+  const bool dual = r.dualeq <= tol.s && r.dualsign <= tol.s && r.dualcone <= tol.s;
   if (primal && dual && r.comp <= tol.s) {
     v.prosta = pro_prim_and_dual_feas;
     v.solsta = r.gap <= tol.gap ? sol_optimal : sol_near_optimal;

@@ -16,10 +16,12 @@ namespace tvn {
 struct lp_residuals {
   double bound = 0;     // x outside its bounds, to 1 + |bound|
   double row = 0;       // row activity outside its bounds, to 1 + |bound|
+  double cone = 0;      // x outside its cones, to 1 + |members without the head|
   double activity = 0;  // |xc - A x| to 1 + largest term of the row
-  double dualeq = 0;    // |c + Q x - A'y - slx + sux| and |cslack + y - slc + suc|, to 1 + max|c|
+  double dualeq = 0;    // |c + Q x - A'y - sum y_i Q_i x - slx + sux - snx| and |cslack + y - slc + suc|, to 1 + max|c|
   double dualsign = 0;  // dual of wrong sign or at an infinite bound, to 1 + max|c|
-  double comp = 0;      // dual times distance to its bound, to 1 + |objective|
+  double dualcone = 0;  // snx outside the dual cones, or not 0 at a variable in none, to 1 + max|c|
+  double comp = 0;      // dual times distance to its bound, x'snx of a cone, to 1 + |objective|
   double gap = 0;       // by which the duals leave room below the objective, to 1 + |objective|
   double objective = 0; // primal, cfix included
 };
@@ -28,15 +30,17 @@ lp_residuals TVN_verify_residuals(sysenv& sys, const problem_view& lp, const sol
 
 // Violation of a certificate divided by the certificate's own objective; infinity when that is not positive or is
 // nothing but rounding beside its terms. That of a primal one is for points as large as the bounds that it adds up.
-// Primal: y, slc, suc, slx, sux prove that no point is feasible. Dual: xx is a ray along which the objective falls;
-// with a Q, infinity when it does so for less than 1e10 times its length.
-double TVN_verify_primalcertificate(const problem_view& lp, const solution_view& sol);
+// Primal: y, slc, suc, slx, sux, snx prove that no point is feasible; with quadratic rows xx is the point at which the
+// sum of the constraints that they weigh is least. Dual: xx is a ray along which the objective falls; with quadratic
+// terms, infinity when it does so for less than 1e10 times its length.
+double TVN_verify_primalcertificate(sysenv& sys, const problem_view& lp, const solution_view& sol);
 double TVN_verify_dualcertificate(sysenv& sys, const problem_view& lp, const solution_view& sol);
 
 // cj - A_j'y in long double.
 double TVN_verify_reducedcost(const problem_view& lp, int32_t j, long double cj, const double* y);
-// c + Q x at x.
-void TVN_verify_gradient(sysenv& sys, const problem_view& lp, const double* x, buffer<long double>& gradient);
+// c + Q x - sum y_i Q_i x at x.
+void TVN_verify_gradient(sysenv& sys, const problem_view& lp, const double* x, const double* y,
+                         buffer<long double>& gradient);
 
 // What the residuals support of an optimizer's claim (sol_status). An optimum within the tolerances whose duals leave
 // room below its objective is a near optimum.

@@ -88,6 +88,7 @@ TEST(LargeUnits, DoNotHideTheErrorOfAProof) {
     lp_point s(p);
     s.y = {-1, 1};
     s.suc[0] = s.slc[1] = 1;
-    EXPECT_EQ(tvn::TVN_verify_primalcertificate(p.view(), s.view()) <= 1e-7, b == 1);
+    const checked_env sys;
+    EXPECT_EQ(tvn::TVN_verify_primalcertificate(*sys, p.view(), s.view()) <= 1e-7, b == 1);
   }
 }

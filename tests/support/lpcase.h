@@ -81,12 +81,13 @@ struct lp_case {
 // Storage of a solution.
 struct lp_point {
   std::vector<int32_t> skc, skx;
-  std::vector<double> xc, xx, y, slc, suc, slx, sux;
+  std::vector<double> xc, xx, y, slc, suc, slx, sux, snx;
   explicit lp_point(const lp_case& p)
       : skc(size_t(p.m)), skx(size_t(p.n)), xc(size_t(p.m)), xx(size_t(p.n)), y(size_t(p.m)), slc(size_t(p.m)),
-        suc(size_t(p.m)), slx(size_t(p.n)), sux(size_t(p.n)) {}
+        suc(size_t(p.m)), slx(size_t(p.n)), sux(size_t(p.n)), snx(size_t(p.n)) {}
   tvn::solution_view view() {
-    return {skc.data(), skx.data(), xc.data(), xx.data(), y.data(), slc.data(), suc.data(), slx.data(), sux.data()};
+    return {skc.data(), skx.data(), xc.data(),  xx.data(),  y.data(),
+            slc.data(), suc.data(), slx.data(), sux.data(), snx.data()};
   }
 };
 
