@@ -18,11 +18,26 @@ struct blocker {
   double step() const noexcept { return 1 / worst; }
 };
 
+// Few pairs block: a product tells of the others that they do not, at a fifth of what a division costs.
+template <class F> void block_by(int64_t num, const double* v, F d, blocker& b) noexcept {
+  constexpr double sure = 1 - 1e-15; // whatever the product and the quotient are rounded to
+  constexpr int64_t some = 16;
+  for (int64_t from = 0; from < num; from += some) {
+    const int64_t end = std::min(num, from + some);
+    const double bar = sure * b.worst;
+    int32_t any = 0;
+    for (int64_t k = from; k < end; k++) any |= static_cast<int32_t>(-d(k) > bar * v[k]);
+    for (int64_t k = from; any && k < end; k++) b.see(v[k], d(k));
+  }
+}
+
 void block(int64_t num, const double* v, const double* d, const double* e, double omega, blocker& b) noexcept {
   if (e)
-    for (int64_t k = 0; k < num; k++) b.see(v[k], d[k] + omega * e[k]);
+    block_by(
+        num, v, [=](int64_t k) { return d[k] + omega * e[k]; }, b);
   else
-    for (int64_t k = 0; k < num; k++) b.see(v[k], d[k]);
+    block_by(
+        num, v, [=](int64_t k) { return d[k]; }, b);
 }
 
 } // namespace
