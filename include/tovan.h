@@ -2219,8 +2219,9 @@ TVN_API TVNrescodee TVN_readsummary(TVNtask_t task, int32_t whichstream);
 /* ==== optimize ================================================================================================= */
 
 /* Solves the problem of the task by the optimizer that TVN_IPAR_OPTIMIZER names. With TVN_OPTIMIZER_FREE a linear problem
- * goes to the simplex optimizer. Solutions are read afterwards; their statuses rest on the residuals of the problem as
- * it was entered.
+ * goes to the interior-point optimizer and on to a basis, or to the simplex where that is surely or by a trial the
+ * faster; the log says which, and both slots are filled. Solutions are read afterwards; their statuses rest on the
+ * residuals of the problem as it was entered.
  * Returns TVN_RES_OK; a termination code (4000 and over: time, iterations, callback, numerical trouble), the solution
  * then holds what stands; TVN_RES_ERR_INV_OPTIMIZER when no optimizer of the library takes the problem and
  * TVN_RES_ERR_MIO_NO_OPTIMIZER for integer variables (set TVN_IPAR_MIO_MODE to TVN_MIO_MODE_IGNORED to solve the

@@ -131,12 +131,23 @@ void take_figures(const ipm_run& run, const hs_info& hs) {
   to.solsta = TVN_dualize_solsta(hs.solsta);
 }
 
+constexpr int32_t solved_elsewhere = 2;
+
+// The order is known: the moment for a trial of the simplex.
+int32_t end_order(attempt& a) {
+  const ipm_run& run = a.run;
+  if (const int32_t answer = run.progress(ipm_event::end_order, run.info)) return answer;
+  const bool wanted = run.basis && run.basis->trialiterations > 0 && run.info.numruns == 0;
+  return wanted && a.try_simplex(run.info.hs.fac) ? solved_elsewhere : 0;
+}
+
 int32_t tell_event(void* handle, hs_event event, const hs_info& hs) {
-  const ipm_run& run = static_cast<attempt*>(handle)->run;
+  attempt& a = *static_cast<attempt*>(handle);
+  const ipm_run& run = a.run;
   take_figures(run, hs);
   switch (event) {
   case hs_event::begin_order: return run.progress(ipm_event::begin_order, run.info);
-  case hs_event::end_order: return run.progress(ipm_event::end_order, run.info);
+  case hs_event::end_order: return end_order(a);
   case hs_event::iteration: return run.progress(ipm_event::iteration, run.info);
   case hs_event::line: break;
   }
@@ -162,7 +173,7 @@ void attempt::solve() {
   hs_info hs;
   TVN_hs_optlp(run.sys, prepared.hs, run.param.hs, run.watch, {this, tell_event}, {this, judge_point}, point, hs);
   take_figures(run, hs);
-  run.info.response = hs.response;
+  run.info.response = run.basis && run.basis->bytrial ? hs_code::ok : hs.response;
   run.info.numiter += hs.iter;
   run.info.numruns++;
   run.progress(ipm_event::end, run.info);

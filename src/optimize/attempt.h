@@ -73,6 +73,13 @@ struct attempt {
   bool walk_back(int32_t claim);
   // The status of run.sol: what its residuals support of the claim in run.info.hs.
   void settle();
+  // The trial of the simplex, when one is wanted: the factor of the loop tells how long it may take. True: it has
+  // solved the problem, and run.sol is its solution.
+  bool try_simplex(const kktfac_info& fac) noexcept;
+  // A proof needs no vertex: the basic solution is run.sol, with the basis of the logicals.
+  void keep_certificate();
+  // The basis of the problem without its far bounds as a start for the user's; true: with an answer.
+  bool bring_far_bounds_back(const simplex_progress& progress);
   // The step to a basis, when one is wanted after such an end.
   void identify_basis();
 

@@ -21,10 +21,10 @@ bool basis_wanted(const basis_run& basis, const ipm_info& info) {
   return false;
 }
 
-// A proof needs no vertex: the basic solution is the same one, with the basis of the logicals.
-void keep_certificate(const ipm_run& run, basis_run& b) {
-  b.info = {};
-  b.made = true;
+} // namespace
+
+void attempt::keep_certificate() {
+  basis_run& b = *run.basis;
   TVN_prslv_clearsolution(run.lp, b.sol);
   copy_values(run.lp.numcon, run.lp.numvar, run.sol, b.sol);
   b.info.prosta = run.info.prosta;
@@ -33,28 +33,27 @@ void keep_certificate(const ipm_run& run, basis_run& b) {
   b.info.dualviol = run.info.dualviol;
 }
 
-// The basis of the problem without its far bounds as a start for the user's.
-void bring_far_bounds_back(const ipm_run& run, basis_run& b) {
+bool attempt::bring_far_bounds_back(const simplex_progress& progress) {
+  basis_run& b = *run.basis;
   simplex_param param = b.param;
   param.hotstart = start_other;
   param.presolve = 0;
-  TVN_simplex_optimize(run.sys, run.lp, param, b.info, b.progress, b.sol, b.kept);
+  TVN_simplex_optimize(run.sys, run.lp, param, b.info, progress, b.sol, b.kept);
+  return b.info.response == simplex_code::ok && is_answer(b.info.solsta);
 }
-
-} // namespace
 
 void attempt::identify_basis() {
   if (!run.basis || !basis_wanted(*run.basis, run.info)) return;
   if (run.progress(ipm_event::poll, run.info) != 0) return; // the user has had enough
   basis_run& b = *run.basis;
-  if (is_certificate(run.info.solsta)) return keep_certificate(run, b);
   b.info = {};
   b.made = true;
+  if (is_certificate(run.info.solsta)) return keep_certificate();
   copy_solution(run.lp.numcon, run.lp.numvar, run.sol, b.sol);
   try {
     TVN_simplex_identifybasis(run.sys, run.near, b.param, b.info, b.progress, b.sol, ctx, ctx ? &reduced : nullptr,
                               b.kept);
-    if (&run.near != &run.lp && b.info.response == simplex_code::ok) bring_far_bounds_back(run, b);
+    if (&run.near != &run.lp && b.info.response == simplex_code::ok) (void)bring_far_bounds_back(b.progress);
   } catch (const out_of_memory&) { // what the interior run has found stands
     TVN_prslv_clearsolution(run.lp, b.sol);
     b.info.response = simplex_code::no_memory;

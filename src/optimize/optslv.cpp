@@ -26,6 +26,7 @@ bool attempt_once(const ipm_run& run) {
   }
   if (reduced) {
     a.solve();
+    if (run.basis && run.basis->bytrial) return true;
     carried = a.accepted || a.carry(a.dual ? TVN_dualize_solsta(info.hs.solsta) : info.hs.solsta);
     if (!carried) info.hs.solsta = sol_unknown;
   }

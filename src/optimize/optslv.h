@@ -56,13 +56,16 @@ enum class basis_wish : int32_t { always, no_error, if_feasible };
 // What is wanted of the step to a basis, and what it gave.
 struct basis_run {
   basis_wish wish = basis_wish::always;
+  int32_t trialiterations = 0; // of the dual simplex, which may solve the problem while the loop waits; 0: no trial
   bool ignoremaxiter = false, ignorenumerror = false; // with no_error: run after these all the same
   simplex_param param;
   simplex_progress progress;
   kept_basis* kept = nullptr; // or null
   solution_view sol;
   simplex_info info;
-  bool made = false; // sol and info are those of a run
+  bool made = false;    // sol and info are those of a run
+  bool bytrial = false; // and that is the trial: the interior solution is a copy
+  double trialtime = 0; // seconds
 };
 
 // Nonzero stops the run: 1 the user, 2 a peer.

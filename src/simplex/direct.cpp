@@ -276,6 +276,7 @@ void run_once(const simplex_run& run, scale_request scale, const solution_view* 
   if (s.stop == simplex_code::ok) run_chain(s);
   TVN_simplex_tellrecomputes(s);
   info.response = s.stop;
+  if (s.stop == simplex_code::outpaced) return;
   buffer<double> y(sys, work.m, 0.0);
   const bool ray = info.solsta == sol_dual_infeas_cer, cert = info.solsta == sol_prim_infeas_cer;
   const bool factored = s.fac.usable;
@@ -416,6 +417,7 @@ void solve_with_repairs(const simplex_run& run) {
   simplex_info& info = run.info;
   const scale_request scale = make_request(run.param);
   run_once(run, scale, run.param.hotstart != start_none ? &run.sol : nullptr);
+  if (info.response == simplex_code::outpaced) return;
   if (!run.param.judged && leaves_basis(info.response) && info.response != simplex_code::ok) {
     info.solsta = sol_unknown;
     return;

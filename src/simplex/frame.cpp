@@ -305,6 +305,21 @@ void watch_user(const simplex_run& run) {
   run.watch.ask = ask_user;
 }
 
+// A run on what an earlier presolve has left, and the way back; without one, on the problem itself. False: without an
+// answer, a trial is over before the way back.
+bool solve_presolved(const simplex_run& run, prslv_context* ctx, reduced_problem* reduced) {
+  if (!ctx) {
+    TVN_simplex_solvedirectly(run);
+    return run.info.response != simplex_code::outpaced;
+  }
+  presolve_run presolved{run, ctx};
+  presolved.solve_reduced(*reduced);
+  if (run.param.rival > 0 && run.info.response != simplex_code::ok) return false;
+  simplex_param again = run.param;
+  if (!prove_presolved(presolved, again)) clean_up(run.with(again));
+  return true;
+}
+
 } // namespace
 
 void TVN_simplex_identifybasis(sysenv& sys, const problem_view& lp, const simplex_param& param, simplex_info& info,
@@ -319,14 +334,7 @@ void TVN_simplex_identifybasis(sysenv& sys, const problem_view& lp, const simple
   const simplex_run run{sys, lp, own, info, progress, sol, kept, watch};
   watch_user(run);
   progress(simplex_event::begin_basis, info);
-  if (!ctx) {
-    TVN_simplex_solvedirectly(run);
-  } else {
-    presolve_run presolved{run, ctx};
-    simplex_param again = own;
-    presolved.solve_reduced(*reduced);
-    if (!prove_presolved(presolved, again)) clean_up(run.with(again));
-  }
+  (void)solve_presolved(run, ctx, reduced);
   settle_end(lp, info, sol);
   if (!is_vertex(lp, sol)) { // stopped on the way
     TVN_prslv_clearsolution(lp, sol);
@@ -334,6 +342,24 @@ void TVN_simplex_identifybasis(sysenv& sys, const problem_view& lp, const simple
     info.solsta = sol_unknown;
   }
   progress(simplex_event::end_basis, info);
+}
+
+bool TVN_simplex_tryreduced(sysenv& sys, const problem_view& lp, const simplex_param& param, simplex_info& info,
+                            const simplex_progress& progress, solution_view& sol, prslv_context* ctx,
+                            reduced_problem* reduced, kept_basis* kept) {
+  info.response = simplex_code::ok;
+  simplex_param own = param;
+  own.hotstart = start_none;
+  own.optimizer = kind_dual;
+  own.presolve = 0;
+  run_watch watch;
+  const simplex_run run{sys, lp, own, info, progress, sol, kept, watch};
+  watch_user(run);
+  if (!solve_presolved(run, ctx, reduced)) return false;
+  settle_end(lp, info, sol);
+  const bool answers =
+      info.solsta == sol_optimal || info.solsta == sol_prim_infeas_cer || info.solsta == sol_dual_infeas_cer;
+  return answers && info.response == simplex_code::ok;
 }
 
 void TVN_simplex_optimize(sysenv& sys, const problem_view& lp, const simplex_param& param, simplex_info& info,

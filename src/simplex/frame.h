@@ -23,4 +23,10 @@ void TVN_simplex_identifybasis(sysenv& sys, const problem_view& lp, const simple
                                const simplex_progress& progress, solution_view& sol, prslv_context* ctx,
                                reduced_problem* reduced, kept_basis* kept);
 
+// A trial of the simplex on what presolve has left, or with null on lp itself, from the basis of the logicals; see
+// simplex_param::rival. True: sol is an optimum or a certificate of lp, with the basis.
+bool TVN_simplex_tryreduced(sysenv& sys, const problem_view& lp, const simplex_param& param, simplex_info& info,
+                            const simplex_progress& progress, solution_view& sol, prslv_context* ctx,
+                            reduced_problem* reduced, kept_basis* kept);
+
 } // namespace tvn

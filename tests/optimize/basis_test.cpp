@@ -81,12 +81,20 @@ TEST_F(BasisStep, EndsInAVertexOfTheSameValue) {
   EXPECT_LE(iterations, 60) << "the pushes leave too much to the clean-up";
 }
 
+// Every other one with a trial of the simplex, some of which end early: the answers are alike, and those of the trial
+// stand in both places.
 TEST_F(BasisStep, AgreesWithTheSimplexOnNastyProblems) {
+  int32_t solved = 0, left = 0;
   for (int32_t k = 0; k < 1500; k++) {
     SCOPED_TRACE(k);
-    set_form(k);
-    lp_case p = nasty_case(static_cast<uint64_t>(k) + 90000);
+    set_form(k / 2);
+    wanted.trialiterations = k % 2 == 0 ? 0 : k % 6 == 1 ? 3 : 10000000;
+    lp_case p = nasty_case(static_cast<uint64_t>(k / 2) + 90000);
     const answer a = solve(p);
+    solved += a.basis.bytrial;
+    left += k % 2 != 0 && !a.basis.bytrial && a.info.hs.iter > 0;
+    EXPECT_EQ(a.info.solsta, a.basis.info.solsta);
+    if (a.basis.bytrial) { EXPECT_TRUE(same_values(a.interior, a.basic)); }
     lp_point s(p);
     tvn::solution_view sol = s.view();
     tvn::simplex_info info;
@@ -105,6 +113,37 @@ TEST_F(BasisStep, AgreesWithTheSimplexOnNastyProblems) {
                   std::count(a.basic.skx.begin(), a.basic.skx.end(), tvn::sk_bas),
               p.m);
   }
+  EXPECT_GT(solved, 100);
+  EXPECT_GT(left, 0);
+}
+
+// A trial that is stopped from outside ends the run; one that is slow leaves the loop as if it had not been.
+TEST_F(BasisStep, TrialHearsTheUserAndKnowsItsRival) {
+  lp_case slow = optimal_case(7, 150, 300, 0.5, 0.5).p; // dense: iterations are dear
+  wanted.trialiterations = 10000000;
+  param.presolve = false;
+  const answer tried = solve(slow);
+  wanted.trialiterations = 0;
+  const answer alone = solve(slow);
+  ASSERT_FALSE(tried.basis.bytrial);
+  EXPECT_TRUE(same_values(tried.interior, alone.interior) && same_values(tried.basic, alone.basic));
+  wanted.trialiterations = 10000000;
+  struct stopper {
+    bool armed;
+    static int32_t ask(void* handle, tvn::ipm_event event, const tvn::ipm_info&) {
+      bool& armed = static_cast<stopper*>(handle)->armed;
+      armed = armed || event == tvn::ipm_event::end_order;
+      return armed && event == tvn::ipm_event::poll ? 1 : 0;
+    }
+  } stop{false};
+  lp_case p = optimal_case(3, 400, 700, 0.01, 0.5).p;
+  answer a(p);
+  a.basis = wanted;
+  a.basis.sol = a.basic.view();
+  tvn::solution_view sol = a.interior.view();
+  tvn::TVN_opt_ipmslv(*sys, p.view(), param, a.info, {&stop, stopper::ask}, sol, &a.basis);
+  EXPECT_TRUE(a.info.response == tvn::hs_code::user_stop || a.basis.bytrial);
+  EXPECT_TRUE(a.info.solsta == tvn::sol_unknown || a.basis.bytrial);
 }
 
 // A run that was cut short, or without a clean-up, leaves what it has: honest, finite, the interior answer whole.

@@ -32,6 +32,7 @@ enum class simplex_code : int32_t {
   lu_tries = 29,
   unbounded_step = 31,
   peer_stop = 33,
+  outpaced = 34, // a trial that promises less than its rival; it leaves the simplex optimizers as no result
 };
 
 enum simplex_kind : int32_t { kind_free = 0, kind_primal = 1, kind_dual = 2, kind_primal_dual = 3 };
@@ -107,6 +108,7 @@ struct simplex_param {
   double tolrelpiv = 0.01; // of the factor
   double maxtime = -1;     // seconds from `starttime`, negative: none
   double starttime = 0;    // clock reading at the start of the run
+  double rival = 0; // positive: a trial, which goes on while it promises half of these seconds; for the dual simplex
   objective_cuts cuts;
 
   bool operator==(const simplex_param&) const = default;

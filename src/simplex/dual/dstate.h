@@ -95,6 +95,12 @@ struct dual_trouble {
   int32_t updatelimit = 0;   // on one factor; falls with singular bases and rises in calm times
 };
 
+// What a trial has done, for its prediction.
+struct dual_effort {
+  double factor = 0; // work units of factors before the one at hand, and of solves with them
+  double rows = 0;   // entries met by pivot rows
+};
+
 struct dual_state {
   explicit dual_state(simplex_state& b) : base(b) {}
 
@@ -124,6 +130,7 @@ struct dual_state {
   dual_infeas inf;
   dual_stall stall;
   dual_trouble bad;
+  dual_effort effort;
   dual_saved_basis saved;
   buffer<basis_exchange> exchanges; // [m] of a repair
   bool feasonly = false;            // stop at the first dual feasible basis

@@ -7,6 +7,7 @@
 #include "tovan/optimize/presolvelog.h"
 #include "tovan/optimize/tovanbilog.h"
 #include "tovan/optimize/tovanipmlog.h"
+#include "tovan/optimize/tovansimlog.h"
 #include "tovan/task/convert.h"
 #include "tovan/task/log.h"
 #include "tovan/task/report.h"
@@ -129,9 +130,11 @@ basis_run wanted_basis(task& t, basis_view& view) {
   b.ignorenumerror = iv[TVN_IPAR_BI_IGNORE_NUM_ERROR] != 0;
   b.param = TVN_simplexparam(t, view.sense < 0);
   b.param.optimizer = b.param.cleanoptimizer;
-  b.param.cuts = {}; // the interior run has looked at them
+  const objective_cuts cuts = std::exchange(b.param.cuts, {}); // the interior run looks at them
   b.param.basislogfreq = iv[TVN_IPAR_LOG_BI_FREQ];
   b.param.maxiterations = iv[TVN_IPAR_BI_MAX_ITERATIONS];
+  const bool cut = iv[TVN_IPAR_OPTIMIZER] != TVN_OPTIMIZER_FREE || cuts.uselow || cuts.useupp;
+  b.trialiterations = cut ? 0 : iv[TVN_IPAR_SIM_MAX_ITERATIONS];
   b.progress = {&view, TVN_basisprogress};
   b.sol = TVN_slotarrays(t, TVN_SOL_BAS);
   return b;
@@ -157,6 +160,7 @@ void put_basis(task& t, const basis_run& b, const basis_view& view) {
   t.sols.defined[TVN_SOL_BAS] = !was_cut(b.info); // else the slot would be taken for a start
   t.sols.prosta[TVN_SOL_BAS] = TVN_convertprosta(b.info.prosta);
   t.sols.solsta[TVN_SOL_BAS] = TVN_convertsolsta(b.info.solsta);
+  if (b.bytrial) update_simplexitems({&t, view.sense, TVN_sysenv_gettime() - b.trialtime, TVN_RES_OK}, b.info);
   update_basisitems(view, b.info);
   t.info.dou[TVN_DINF_INTPNT_TIME] -= t.info.dou[TVN_DINF_BI_TIME];
   log_basisend(view, b.info);
