@@ -1,6 +1,7 @@
 // See optslv.h: attempts until one stands, and the best of them.
 #include "misc/solcopy.h"
 #include "optimize/attempt.h"
+#include "optimize/polish.h"
 
 #include <algorithm>
 
@@ -144,6 +145,12 @@ void TVN_opt_ipmslv(sysenv& sys, const problem_view& given, const ipm_param& par
   if (!stands) stands = tries.make(lp, other);
   other.presolve = false;
   if (!stands && param.presolve) (void)tries.make(lp, other);
+  if (info.solsta == sol_optimal && TVN_opt_polish(sys, lp, param.hs, watch, sol)) {
+    const lp_verdict v = TVN_verify_claim(sys, lp, sol, sol_optimal, TVN_opt_tolerances(param.hs, 1));
+    info.objective = v.objective;
+    info.primalviol = v.primalviol;
+    info.dualviol = v.dualviol;
+  }
   if (basis && !basis->made) attempt(run).identify_basis(); // of what there is
   put_keys(lp, sol);
 }

@@ -1,5 +1,7 @@
 // If these failed in the field: a portfolio or a fit would be called optimal where it is not, or a problem without an
 // optimum would get one.
+#include "optimize/polish.h"
+#include "prslv/reduced.h"
 #include "qcoptdir/qcopt.h"
 #include "support/qpcase.h"
 
@@ -115,4 +117,29 @@ TEST_F(Quadratic, DiagonalQHasOneAnswerByBothSystems) {
       EXPECT_NEAR(info.objective, k.objective, 1e-8 * (1 + std::fabs(k.objective))) << seed;
     }
   }
+}
+
+// An optimum with noise in x and y, which the sides of its pairs outlive.
+TEST_F(Quadratic, PolishBringsLostDigitsBackAndSpoilsNothing) {
+  int clean = 0, num = 0;
+  for (uint64_t seed = 0; seed < 200; seed++) {
+    known_qp k = optimal_qp(seed, 8, 14, static_cast<q_kind>(1 + seed % 4));
+    lp_point s = solve(k.p, varied(seed));
+    if (info.solsta != tvn::sol_optimal) continue;
+    std::mt19937_64 rng(seed);
+    for (std::vector<double>* v : {&s.xx, &s.y})
+      for (double& e : *v) e += 1e-7 * (double(rng() % 2001) / 1000 - 1);
+    tvn::solution_view sol = s.view();
+    tvn::TVN_prslv_refresh(*sys, k.p.view(), tvn::sol_optimal, sol, false);
+    const verdict before = judge_qp(k.p, s);
+    tvn::run_watch watch;
+    (void)tvn::TVN_opt_polish(*sys, k.p.view(), {}, watch, sol);
+    const verdict after = judge_qp(k.p, s);
+    EXPECT_LE(after.primal, std::max(before.primal, 1e-9)) << seed;
+    EXPECT_LE(after.dual, 1e-9 + before.dual) << seed;
+    num++;
+    clean += after.primal <= 1e-10 && after.dual <= 1e-9 && before.primal > 1e-8;
+  }
+  std::printf("%d of %d\n", clean, num);
+  EXPECT_GE(clean, num * 3 / 4);
 }
