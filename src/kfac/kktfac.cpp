@@ -58,6 +58,7 @@ void find_long(kktfac& k) {
   int32_t num = 0;
   for (int32_t& c : count) c = c >= many ? num++ : -1;
   k.work.longsum.reset(*k.sys, num);
+  k.work.shortsum.reset(*k.sys, num);
   k.longslot.clear();
   if (num > 0) k.longslot.swap(count);
 }

@@ -91,6 +91,7 @@ constexpr int32_t kkt_directions = 6; // corrections that are combined at a time
 struct kktfac_work {
   buffer<double> solution, best, rhs, remainder, correction; // maxrhs of them
   buffer<long double> residual, longsum;                     // long: of equations that have a slot
+  buffer<double> shortsum;                                   // likewise, what is not in longsum yet
   buffer<double> basis, direction;                           // kkt_directions + 1 and kkt_directions of them
   buffer<double> position;                                   // [maxrhs * order of the factor]
   buffer<double> beside;                                     // [maxrhs * columns beside the factor]

@@ -13,15 +13,43 @@ struct target_system {
   const double *h, *d;
 };
 
-// T: how it is summed; L: some equations have so many terms that their sums in double would tell of less than is left.
+// The sums of equations that have a slot: some terms in double, then on to long double. A sum of all terms in double
+// would tell of less than is left, and one in long double waits for memory at each of them (boyd1: a third of its
+// time).
+class long_sums {
+  static constexpr int64_t few = 64; // terms of an equation between two moves, on average
+  kktfac_work& w;
+  int64_t left;
+
+public:
+  explicit long_sums(kktfac_work& work) noexcept : w(work), left(few * w.longsum.size()) {
+    std::fill(w.longsum.begin(), w.longsum.end(), 0.0L);
+    std::fill(w.shortsum.begin(), w.shortsum.end(), 0.0);
+  }
+  void add(int32_t slot, double t) noexcept { w.shortsum[slot] += t; }
+  // Before up to num more terms.
+  void expect(int64_t num) noexcept {
+    if ((left -= num) < 0) move();
+  }
+  void move() noexcept {
+    const int64_t num = w.shortsum.size();
+    for (int64_t t = 0; t < num; t++) {
+      w.longsum[t] += w.shortsum[t];
+      w.shortsum[t] = 0;
+    }
+    left = few * num;
+  }
+};
+
+// T: how it is summed; L: some equations have a slot.
 template <class T, bool L> struct residual_sums {
   T* r;
   const int32_t* slot; // [columns and rows] of a long equation, else -1
-  long double* longer;
+  long_sums* longer;
 
-  void subtract(int64_t i, T t, double a, double x) const noexcept {
+  void subtract(int64_t i, T t) const noexcept {
     if (L && slot[i] >= 0)
-      longer[slot[i]] += static_cast<long double>(a) * x;
+      longer->add(slot[i], static_cast<double>(t));
     else
       r[i] -= t;
   }
@@ -50,13 +78,15 @@ template <class T> double largest_of(const T* v, int64_t num) noexcept {
 // The part of H that is not diagonal.
 template <class T, bool L>
 void subtract_quadratic(const kktfac& k, const residual_sums<T, L>& sums, const double* v) noexcept {
-  for (int32_t j = 0; k.q.beg && j < k.numcol; j++)
+  for (int32_t j = 0; k.q.beg && j < k.numcol; j++) {
+    if (L) sums.longer->expect(k.q.end[j] - k.q.beg[j]);
     for (int64_t p = k.q.beg[j]; p < k.q.end[j]; p++) {
       const int32_t i = k.q.sub[p];
       if (i == j || k.invh[i] == 0 || k.invh[j] == 0) continue;
-      sums.subtract(i, static_cast<T>(k.hoff[p]) * v[j], k.hoff[p], v[j]);
-      sums.subtract(j, static_cast<T>(k.hoff[p]) * v[i], k.hoff[p], v[i]);
+      sums.subtract(i, static_cast<T>(k.hoff[p]) * v[j]);
+      sums.subtract(j, static_cast<T>(k.hoff[p]) * v[i]);
     }
+  }
 }
 
 template <class T> void subtract_terms(const kktfac& k, const double* v, T* r, double& most) noexcept {
@@ -73,13 +103,12 @@ template <class T> void subtract_terms(const kktfac& k, const double* v, T* r, d
 }
 
 template <class T, bool L>
-kkt_residual residual_of(kktfac& k, const target_system& s, const double* rhs, const double* v, T* r,
-                         long double* longer) noexcept {
+kkt_residual residual_of(kktfac& k, const target_system& s, const double* rhs, const double* v, T* r) noexcept {
   const int32_t n = k.numcol, m = k.numrow;
   const double* const y = v + n;
   const kkt_columns a = k.a;
-  const residual_sums<T, L> sums{r, k.longslot.data(), longer};
-  if (L) std::fill_n(longer, k.work.longsum.size(), 0.0L);
+  long_sums longer(k.work);
+  const residual_sums<T, L> sums{r, k.longslot.data(), &longer};
   kkt_residual found;
   double* const term = found.term;
   kktfac_pieces(k, m, [&](int32_t from, int32_t end) {
@@ -105,17 +134,20 @@ kkt_residual residual_of(kktfac& k, const target_system& s, const double* rhs, c
     const double x = v[j];
     double mostdown = 0, mostacross = 0; // no memory is written between two entries
     T sum = (rhs ? rhs[j] : 0.0) - t;
+    long double longsum = 0;
+    if (L) longer.expect(end - a.beg[j]);
     for (int64_t p = a.beg[j]; p < end; p++) {
       const int32_t i = a.sub[p];
       const T down = static_cast<T>(a.val[p]) * y[i], across = static_cast<T>(a.val[p]) * x;
       see(mostdown, static_cast<double>(down));
       see(mostacross, static_cast<double>(across));
-      sums.subtract(n + i, across, a.val[p], x);
+      sums.subtract(n + i, across);
       if (longcolumn)
-        sums.subtract(j, down, a.val[p], y[i]);
+        longsum += static_cast<long double>(a.val[p]) * y[i];
       else
         sum -= down;
     }
+    if (longcolumn) k.work.longsum[k.longslot[j]] += longsum;
     see(term[0], mostdown);
     see(term[1], mostacross);
     r[j] = sum;
@@ -126,8 +158,9 @@ kkt_residual residual_of(kktfac& k, const target_system& s, const double* rhs, c
   if (!kktfac_goeson(k)) return found;
   subtract_quadratic(k, sums, v);
   subtract_terms(k, v, r, term[0]);
+  if (L) longer.move();
   for (int32_t i = 0; L && i < n + m; i++)
-    if (k.longslot[i] >= 0 && !(i < n && k.invh[i] == 0)) r[i] = static_cast<T>(r[i] - longer[k.longslot[i]]);
+    if (k.longslot[i] >= 0 && !(i < n && k.invh[i] == 0)) r[i] = static_cast<T>(r[i] - k.work.longsum[k.longslot[i]]);
   const double worst[2] = {largest_of(r, n), largest_of(r + n, m)};
   const auto ratio = [&](int part) { return worst[part] == 0 ? 0.0 : worst[part] / term[part]; };
   const double first = ratio(0), second = ratio(1);
@@ -141,10 +174,10 @@ kkt_residual kktfac_residual(kktfac& k, kkt_target target, const double* rhs, co
   const bool exact = target == kkt_target::exact;
   const target_system s{exact ? k.h.data() : k.hfac.data(), exact ? k.d.data() : k.dfac.data()};
   if (!k.params.useprecision) {
-    if (k.longslot.empty()) return residual_of<double, false>(k, s, rhs, v, to, nullptr);
-    return residual_of<double, true>(k, s, rhs, v, to, k.work.longsum.data());
+    if (k.longslot.empty()) return residual_of<double, false>(k, s, rhs, v, to);
+    return residual_of<double, true>(k, s, rhs, v, to);
   }
-  const kkt_residual found = residual_of<long double, false>(k, s, rhs, v, k.work.residual.data(), nullptr);
+  const kkt_residual found = residual_of<long double, false>(k, s, rhs, v, k.work.residual.data());
   for (int64_t i = 0; i < k.work.residual.size(); i++) to[i] = static_cast<double>(k.work.residual[i]);
   return found;
 }
