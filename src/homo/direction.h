@@ -12,7 +12,7 @@
 // certificate.
 #pragma once
 
-#include "kfac/kktfac.h"
+#include "homo/conesystem.h"
 
 namespace tvn {
 
@@ -21,9 +21,13 @@ enum class newton_code : int32_t { ok = 0, inaccurate = 1, failed = 2, stopped =
 struct newton {
   kktfac k;
   int32_t n = 0, m = 0;
-  buffer<double> h, rp, rd;     // [n] [n] [m] numbers of the factor
+  buffer<double> h, rp, rd;     // [n] [n] [m] numbers of the factor, with those of cones behind
   const double* hoff = nullptr; // of H beside its diagonal, by place in the pattern of the analysis; null: none
+  cone_system cones;            // set before newton_make; the system has their columns and rows, too
+  buffer<double> own;           // [rows of the system] D: 1 for rows of cones; empty: there are none
+  buffer<double> bx, by;        // of the last solve, in terms of the system, where there are cones
   buffer<double> px, py;        // [n] [m] fixed direction: tau enters others by it
+  buffer<double> vpx;           // [members of cones] W px
   double pivot = 0;             // of tau, after elimination of x and y; positive
   bool proximal = true;         // false: solves aim at the system without Rp and Rd
   double worst = 0;             // residual of the solves since the factor
@@ -38,6 +42,8 @@ void newton_make(sysenv& sys, int32_t m, int32_t n, const kktfac_params& params,
 [[nodiscard]] newton_code newton_fixed(newton& w) noexcept;
 // What the proximal terms add to the pivot of tau.
 double newton_proximal(const newton& w) noexcept;
+// W x of the last solution, where there are cones. v: [members].
+void newton_scaled(const newton& w, double* v) noexcept;
 // H x - A'y = x, A x = y: right sides, then the solution; y with the sign of the system above.
 [[nodiscard]] newton_code newton_block(newton& w, double* x, double* y) noexcept;
 // Completes a solution by the step of tau.

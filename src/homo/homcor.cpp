@@ -4,6 +4,7 @@
 // 2008): where second order terms of a short predictor are wild, a part of them helps. Further ones push products that
 // would lie far from the mean after a longer step back towards it (Gondzio 1996), and are kept while the step grows.
 #include "homo/homint.h"
+#include "homo/quadcone.h"
 
 #include <algorithm>
 #include <cmath>
@@ -28,6 +29,11 @@ void aim_affine(const hom_data& d, const hom_point& p, hom_aim& aim) noexcept {
   aim.feas = 1;
   for (int32_t j = 0; j < d.npos; j++) aim.xs[j] = -p.x[j] * p.s[j];
   for (int32_t k = 0; k < d.nup; k++) aim.xsup[k] = -p.xup[k] * p.sup[k];
+  d.each_cone([&](int32_t v, int32_t, int32_t size) {
+    double* const to = aim.cone.data() + v;
+    quadcone_product(p.vx + v, p.vs + v, size, to);
+    for (int32_t i = 0; i < size; i++) to[i] = -to[i];
+  });
   aim.tk = -p.tau * p.kappa;
 }
 
@@ -38,12 +44,18 @@ void aim_corrector(const hom_data& d, const hom_point& dir, double gamma, double
   aim.feas = 0;
   for (int32_t j = 0; j < d.npos; j++) aim.xs[j] = gamma * mu - second * dir.x[j] * dir.s[j];
   for (int32_t k = 0; k < d.nup; k++) aim.xsup[k] = gamma * mu - second * dir.xup[k] * dir.sup[k];
+  d.each_cone([&](int32_t v, int32_t, int32_t size) {
+    double* const to = aim.cone.data() + v;
+    quadcone_product(dir.vx + v, dir.vs + v, size, to);
+    for (int32_t i = 0; i < size; i++) to[i] *= -second;
+    to[0] += gamma * mu;
+  });
   aim.tk = gamma * mu - second * dir.tau * dir.kappa;
 }
 
-// Products after steps a, brought back between low_pair and high_pair times the target.
-void aim_central(const hom_data& d, const hom_point& p, const hom_point& dir, hom_steps a, double target,
-                 hom_aim& aim) noexcept {
+// Products after steps a, brought back between low_pair and high_pair times the target. work: its vx and vs are.
+void aim_central(const hom_data& d, const hom_point& p, const hom_point& dir, hom_steps a, double target, hom_aim& aim,
+                 hom_point& work) noexcept {
   const double low = low_pair * target, high = high_pair * target;
   const auto back = [&](double v, double s) {
     const double product = v * s;
@@ -52,6 +64,13 @@ void aim_central(const hom_data& d, const hom_point& p, const hom_point& dir, ho
   aim.feas = 0;
   for (int32_t j = 0; j < d.npos; j++) aim.xs[j] = back(p.x[j] + a.p * dir.x[j], p.s[j] + a.d * dir.s[j]);
   for (int32_t k = 0; k < d.nup; k++) aim.xsup[k] = back(p.xup[k] + a.p * dir.xup[k], p.sup[k] + a.d * dir.sup[k]);
+  for (int32_t i = 0; i < d.nummember(); i++) {
+    work.vx[i] = p.vx[i] + a.p * dir.vx[i];
+    work.vs[i] = p.vs[i] + a.d * dir.vs[i];
+  }
+  d.each_cone([&](int32_t v, int32_t, int32_t size) {
+    quadcone_back(work.vx + v, work.vs + v, low, high, size, aim.cone.data() + v);
+  });
   const double least = a.least();
   aim.tk = back(p.tau + least * dir.tau, p.kappa + least * dir.kappa);
 }
@@ -84,7 +103,7 @@ void take(const weighing& chosen, hom_move& v) noexcept {
 newton_code correct_centrality(const hom_data& d, const hom_point& p, const hom_residual& r, double target, newton& w,
                                hom_move& v, bool& gains) noexcept {
   const hom_steps aimed = {std::min(1.0, longer * v.a.p + more), std::min(1.0, longer * v.a.d + more)};
-  aim_central(d, p, v.dir, aimed, target, v.aim);
+  aim_central(d, p, v.dir, aimed, target, v.aim, v.cor);
   const newton_code code = hom_search(d, p, r, v.aim, w, v.cor);
   if (code != newton_code::ok) return code;
   const weighing chosen = choose_weight(d, p, v, v.a.least());
@@ -100,6 +119,7 @@ void hom_move::make(sysenv& sys, const hom_data& d) {
   cor.make(sys, d);
   aim.xs.reset(sys, d.npos);
   aim.xsup.reset(sys, d.nup);
+  aim.cone.reset(sys, d.nummember());
 }
 
 newton_code hom_choosemove(const hom_data& d, const hom_point& p, const hom_residual& r, const hom_figures& f,

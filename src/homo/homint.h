@@ -6,8 +6,9 @@
 //     -c'x + b'y - u'sup - x'Qx / tau - kappa = 0
 //
 // with x s, xup sup and tau kappa driven to 0 (Ye, Todd and Mizuno 1994; Xu, Hung and Ye 1996; with Q Andersen and Ye
-// 1999; Goulart and Chen 2024). Columns stand in the order: lower bound only, lower and upper bound, free; s is 0 on
-// free ones. All factors of scaling are powers of two.
+// 1999; Goulart and Chen 2024). Columns stand in the order: lower bound only, lower and upper bound, free, members of
+// cones; s is 0 on free ones. Cones take part by their Jordan algebra (quadcone.h) in the scaling of Nesterov and Todd:
+// W dx + W^-1 ds = lambda \ r. All factors of scaling are powers of two, one for a cone.
 #pragma once
 
 #include "homo/direction.h"
@@ -55,9 +56,18 @@ struct hom_data {
   double objunit = 1, cfix = 0;
   double norma = 0, normb = 0, normc = 0, normq = 0; // largest entries of the caller's A; b and u; c; Q
   hom_quadratic q;
+  int32_t numcone = 0;
+  buffer<int32_t> conebeg; // [numcone + 1] columns of each, head first
 
   int32_t up0() const noexcept { return npos - nup; }
-  int64_t numpairs() const noexcept { return int64_t{npos} + nup + 1; }
+  int32_t cone0() const noexcept { return numcone > 0 ? conebeg[0] : n; }
+  int32_t nummember() const noexcept { return n - cone0(); }
+  // x is tied to the equations of the duals: both sides take one step.
+  bool onestep() const noexcept { return q.any() || numcone > 0; }
+  int64_t numpairs() const noexcept { return int64_t{npos} + nup + numcone + 1; } // a cone counts as one
+  template <class F> void each_cone(F f) const noexcept { // f(first member from cone0, column, size)
+    for (int32_t k = 0; k < numcone; k++) f(conebeg[k] - conebeg[0], conebeg[k], conebeg[k + 1] - conebeg[k]);
+  }
   kkt_columns columns() const noexcept { return {m, n, beg.data(), beg.data() + 1, sub.data(), val.data()}; }
 };
 
@@ -66,6 +76,7 @@ struct hom_point {
   buffer<double> all;
   double *x = nullptr, *s = nullptr;     // [n]
   double *xup = nullptr, *sup = nullptr; // [nup]
+  double *vx = nullptr, *vs = nullptr;   // [nummember] of cones, W x and W^-1 s, at the scaling last set
   double* y = nullptr;                   // [m]
   double tau = 0, kappa = 0;
 
@@ -97,7 +108,7 @@ struct hom_figures {
 // Right side of a Newton system: how much of the residuals to remove, and the products aimed at less those at hand.
 struct hom_aim {
   double feas = 0;
-  buffer<double> xs, xsup; // [npos] [nup]
+  buffer<double> xs, xsup, cone; // [npos] [nup] [nummember]
   double tk = 0;
 };
 
@@ -122,15 +133,20 @@ void hom_setup(sysenv& sys, const hs_problem& problem, bool scaling, hom_data& d
 // Q of the caller in the order of d, not scaled; col: [n] factors of the columns, both: of all of Q.
 void hom_copyquadratic(sysenv& sys, const sym_view& q, hom_data& d);
 void hom_scalequadratic(const double* col, double both, hom_data& d) noexcept;
+// Is every cone strictly kept on both sides?
+bool hom_inside(const hom_data& d, const hom_point& p) noexcept;
+// The scaling of the cones at a point, which gets its vx and vs; false when it is not inside.
+[[nodiscard]] bool hom_scalecones(const hom_data& d, cone_system& c, hom_point& p) noexcept;
 // Residuals and figures of a point.
 void hom_measure(const hom_data& d, const hom_point& p, hom_residual& r, hom_figures& f) noexcept;
 
-// Largest steps, at most 1, that keep p + a (d + omega e) in the orthant; e may be null. With Q both are one: it ties x
-// to the equations of the duals.
+// Largest steps, at most 1, that keep p + a (d + omega e) in orthant and cones; e may be null. With Q or cones both are
+// one.
 hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& dir, const hom_point* e,
                        double omega) noexcept;
 
 // Diagonal of the system, sums for tau, and the factor; then a direction.
+// The scaling of the cones is set.
 [[nodiscard]] newton_code hom_factor(const hom_data& d, const hom_point& p, double rho, double delta, newton& w);
 [[nodiscard]] newton_code hom_search(const hom_data& d, const hom_point& p, const hom_residual& r, const hom_aim& aim,
                                      newton& w, hom_point& dir) noexcept;

@@ -1,5 +1,6 @@
 // Residuals and figures of a point.
 #include "homo/homint.h"
+#include "homo/quadcone.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,12 +8,14 @@
 namespace tvn {
 
 void hom_point::make(sysenv& sys, const hom_data& d) {
-  all.reset(sys, 2 * (int64_t{d.n} + d.nup) + d.m, 0.0);
+  all.reset(sys, 2 * (int64_t{d.n} + d.nup + d.nummember()) + d.m, 0.0);
   x = all.data();
   s = x + d.n;
   xup = s + d.n;
   sup = xup + d.nup;
-  y = sup + d.nup;
+  vx = sup + d.nup;
+  vs = vx + d.nummember();
+  y = vs + d.nummember();
 }
 
 void hom_point::copy(const hom_point& from) noexcept {
@@ -37,8 +40,27 @@ void see(double& most, double v) noexcept {
   if (!(v <= most)) most = v;
 }
 
+// Of A'y at the members of a cone, one after the other: after the last one how far it lies from what -s may be.
+struct cone_ray {
+  int32_t k = 0;
+  double head = 0, rest = 0;
+
+  double member(const hom_data& d, int32_t j, double v) noexcept {
+    if (j == d.conebeg[k]) {
+      head = v;
+      rest = 0;
+    } else {
+      rest += v * v;
+    }
+    if (j + 1 < d.conebeg[k + 1]) return 0;
+    k++;
+    return std::max(head + std::sqrt(rest), 0.0) * d.sunit[j];
+  }
+};
+
 void measure_columns(const hom_data& d, const hom_point& p, hom_residual& r, hom_figures& f) noexcept {
   double cx = 0;
+  cone_ray cones;
   if (d.q.any()) d.q.multiply(p.x, r.qx.data());
   for (int32_t j = 0; j < d.n; j++) {
     const int32_t k = j < d.npos ? j - d.up0() : -1;
@@ -48,7 +70,9 @@ void measure_columns(const hom_data& d, const hom_point& p, hom_residual& r, hom
       sum += d.val[q] * p.y[d.sub[q]];
       r.rp[d.sub[q]] += d.val[q] * xj;
     }
-    if (k >= 0)
+    if (j >= d.cone0())
+      see(f.rayy, cones.member(d, j, sum));
+    else if (k >= 0)
       f.rayby -= d.u[k] * std::max(sum, 0.0);
     else
       see(f.rayy, (j < d.npos ? std::max(sum, 0.0) : sum) * d.sunit[j]);
@@ -64,7 +88,6 @@ void measure_columns(const hom_data& d, const hom_point& p, hom_residual& r, hom
   }
   f.cx = cx;
 }
-
 void measure_rows(const hom_data& d, const hom_point& p, hom_residual& r, hom_figures& f) noexcept {
   double by = 0;
   for (int32_t i = 0; i < d.m; i++) {
@@ -92,12 +115,35 @@ void measure_pairs(const hom_data& d, const hom_point& p, hom_figures& f) noexce
   };
   for (int32_t j = 0; j < d.npos; j++) pair(p.x[j] * p.s[j]);
   for (int32_t k = 0; k < d.nup; k++) pair(p.xup[k] * p.sup[k]);
+  d.each_cone([&](int32_t, int32_t j, int32_t size) {
+    const double both = quadcone_dot(p.x + j, p.s + j, size), det = quadcone_dets(p.x + j, p.s + j, size);
+    sum += both;
+    const double low = det / (both + std::sqrt(std::max(both * both - det, 0.0))); // least eigenvalue of W x o W^-1 s
+    least = low < least ? low : least;
+  });
   f.comp = sum;
   f.mu = (sum + p.tau * p.kappa) / static_cast<double>(d.numpairs());
   f.minpair = least;
 }
 
 } // namespace
+
+bool hom_inside(const hom_data& d, const hom_point& p) noexcept {
+  bool inside = true;
+  d.each_cone([&](int32_t, int32_t j, int32_t size) {
+    inside = inside && quadcone_least(p.x + j, size) > 0 && quadcone_least(p.s + j, size) > 0;
+  });
+  return inside;
+}
+
+bool hom_scalecones(const hom_data& d, cone_system& c, hom_point& p) noexcept {
+  for (int32_t k = 0; k < d.numcone; k++) {
+    const int32_t j = d.conebeg[k], v = j - d.cone0(), size = c.size(k);
+    if (!quadcone_scale(p.x + j, p.s + j, size, c.theta[k], c.scaling(k), p.vx + v)) return false;
+  }
+  std::copy_n(p.vx, d.nummember(), p.vs);
+  return true;
+}
 
 void hom_measure(const hom_data& d, const hom_point& p, hom_residual& r, hom_figures& f) noexcept {
   f = {};

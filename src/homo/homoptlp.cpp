@@ -184,8 +184,8 @@ bool raise(hom_run& run) noexcept {
 
 // A direction need not be more accurate than the point is good.
 void set_accuracy(hom_run& run) noexcept {
-  constexpr double loosest = 1e-7;                  // of a residual
-  constexpr double krylov = 5, least_krylov = 1e-9; // above so many tolrefine corrections are combined
+  const double loosest = run.d.numcone > 0 ? 1e-13 : 1e-7; // of a residual
+  constexpr double krylov = 5, least_krylov = 1e-9;        // above so many tolrefine corrections are combined
   const kktfac_params usual;
   const double left = std::min(run.grade.merit(), run.grade.certificate()) * run.tol.tolgap; // of the error, relative
   kktfac_params& p = run.w.k.params;
@@ -200,6 +200,7 @@ bool has_negative(const hom_quadratic& q) noexcept {
 // A direction of the present point, at whatever level gives one.
 newton_code direction(hom_run& run) {
   set_accuracy(run);
+  if (!hom_scalecones(run.d, run.w.cones, run.now)) return newton_code::failed;
   for (;;) {
     const double factor = std::pow(10.0, run.info->level);
     const bool merged = run.d.q.any() && run.w.k.form == kkt_form::adat;
@@ -219,6 +220,17 @@ hom_steps step_of(const hom_run& run) noexcept {
   if (!run.param->diffstep) a.p = a.d = a.least();
   return hom_shorten(run.d, run.now, run.move.dir, a, run.param->tolrelstep,
                      std::clamp(run.param->tolpath, least_share, most_share));
+}
+
+// What rounding leaves outside of a cone takes a shorter step.
+void move(hom_run& run, hom_steps a) noexcept {
+  constexpr double shorter = 0.9;
+  hom_update(run.d, run.move.dir, a, run.now);
+  while (!hom_inside(run.d, run.now) && a.p > run.param->tolstepsize) {
+    run.now.copy(run.saved);
+    a.p = a.d = shorter * a.p;
+    hom_update(run.d, run.move.dir, a, run.now);
+  }
 }
 
 // One iteration; false ends the loop.
@@ -245,7 +257,7 @@ bool iterate(hom_run& run) {
     hom_setstakey(run.d, run.now, run.move.dir, a, run.out->skx);
   run.saved.copy(run.now);
   run.savedf = run.f;
-  hom_update(run.d, run.move.dir, a, run.now);
+  move(run, a);
   info.iter++;
   if (a.least() < short_step)
     raise(run);
@@ -310,6 +322,7 @@ void make(hom_run& run) {
   run.r.ru.reset(sys, d.nup);
   run.r.rd.reset(sys, d.n);
   if (d.q.any()) run.r.qx.reset(sys, d.n);
+  cone_system_make(sys, d, run.w.cones);
   newton_make(sys, d.m, d.n, factor_params(*run.param, *run.watch), run.w);
   run.w.proximal = run.param->regularization;
 }
@@ -318,8 +331,10 @@ void make(hom_run& run) {
 newton_code prepare(hom_run& run) {
   newton_code code = newton_code::stopped;
   if (!report(run, hs_event::begin_order) && !stopped(run)) {
-    code = newton_analyse(run.w, run.d.columns(), run.d.q.pattern());
-    run.w.hoff = run.d.q.val.data();
+    const cone_system& cones = run.w.cones;
+    code = newton_analyse(run.w, cones.any() ? cones.columns() : run.d.columns(),
+                          cones.any() ? cones.pattern() : run.d.q.pattern());
+    run.w.hoff = cones.any() ? cones.hval.data() : run.d.q.val.data();
     if (code == newton_code::ok && report(run, hs_event::end_order)) code = newton_code::stopped;
   }
   hs_param start = *run.param;

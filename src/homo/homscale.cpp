@@ -51,6 +51,20 @@ span_of span_column(const hom_data& d, const factors& f, int32_t j) noexcept {
   return s;
 }
 
+// The members of a cone share a factor.
+template <class F> void each_factor(const hom_data& d, factors& f, F next) noexcept {
+  for (int32_t j = 0; j < d.cone0(); j++) f.col[j] = next(f.col[j], span_column(d, f, j));
+  d.each_cone([&](int32_t, int32_t j, int32_t size) {
+    span_of all;
+    for (int32_t i = 0; i < size; i++) {
+      const span_of s = span_column(d, f, j + i);
+      all.least = std::min(all.least, s.least);
+      all.most = std::max(all.most, s.most);
+    }
+    std::fill_n(f.col.data() + j, size, next(f.col[j], all));
+  });
+}
+
 void find_factors(const hom_data& d, factors& f) noexcept {
   for (int32_t pass = 0; pass < max_passes; pass++) {
     span_rows(d, f);
@@ -60,10 +74,11 @@ void find_factors(const hom_data& d, factors& f) noexcept {
       f.row[i] /= mean_of(f.span[i]);
     }
     if (spread <= good_spread) break;
-    for (int32_t j = 0; j < d.n; j++)
-      f.col[j] = std::clamp(f.col[j] / mean_of(span_column(d, f, j)), 1 / most_reach, most_reach);
+    each_factor(d, f, [](double factor, const span_of& s) {
+      return std::clamp(factor / mean_of(s), 1 / most_reach, most_reach);
+    });
   }
-  for (int32_t j = 0; j < d.n; j++) f.col[j] /= power_of(span_column(d, f, j).most);
+  each_factor(d, f, [](double factor, const span_of& s) { return factor / power_of(s.most); });
   span_rows(d, f);
   for (int32_t i = 0; i < d.m; i++) f.row[i] /= power_of(f.span[i].most);
 }
@@ -76,8 +91,14 @@ double largest(const buffer<double>& v) noexcept {
 
 void copy_columns(sysenv& sys, const hs_problem& problem, hom_data& d) {
   int64_t nnz = 0;
-  int32_t place[3] = {0, 0, 0}; // lower only, ranged, free
-  const auto kind = [&](int32_t j) { return problem.bk[j] == bk_lo ? 0 : problem.bk[j] == bk_ra ? 1 : 2; };
+  int32_t place[4] = {0, 0, 0, 0}; // lower only, ranged, free, of cones
+  const int32_t cone0 = problem.numcone > 0 ? problem.conebeg[0] : d.n;
+  const auto kind = [&](int32_t j) {
+    return j >= cone0 ? 3 : problem.bk[j] == bk_lo ? 0 : problem.bk[j] == bk_ra ? 1 : 2;
+  };
+  d.numcone = problem.numcone;
+  d.conebeg.reset(sys, d.numcone > 0 ? d.numcone + 1 : 0);
+  std::copy_n(problem.conebeg, d.conebeg.size(), d.conebeg.data());
   for (int32_t j = 0; j < d.n; j++) {
     nnz += problem.a.length(j);
     place[kind(j)]++;
@@ -87,6 +108,7 @@ void copy_columns(sysenv& sys, const hs_problem& problem, hom_data& d) {
   place[1] = place[0];
   place[0] = 0;
   place[2] = d.npos;
+  place[3] = cone0;
   d.order.reset(sys, d.n);
   for (int32_t j = 0; j < d.n; j++) d.order[place[kind(j)]++] = j;
   d.beg.reset(sys, int64_t{d.n} + 1, 0);

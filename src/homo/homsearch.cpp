@@ -1,9 +1,10 @@
 // The Newton step of the model: s, sup, xup and kappa eliminated, then found again.
 //
-// With hup = sup / xup and v = x / tau: H = Q + s / x + hup, c1 = c - hup u, c2 = c + 2 Q v + hup u,
+// On cones H is W^2. With hup = sup / xup and v = x / tau: H = Q + s / x + hup, c1 = c - hup u, c2 = c + 2 Q v + hup u,
 // g = kappa / tau + v'Qv + u' hup u, and what the elimination of x and y leaves of g is
 // kappa / tau + sum (s / x) px^2 + sum hup (u - px)^2 + (px - v)'Q(px - v).
 #include "homo/homint.h"
+#include "homo/quadcone.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,14 +17,20 @@ void put_diagonal(const hom_data& d, const hom_point& p, double rho, double delt
   constexpr double free_rho = 1e-8; // of columns without H
   for (int32_t j = 0; j < d.n; j++) {
     w.h[j] = j < d.npos ? p.s[j] / p.x[j] : 0.0;
-    w.rp[j] = j < d.npos ? rho : std::max(rho, free_rho);
+    w.rp[j] = j < d.npos || j >= d.cone0() ? rho : std::max(rho, free_rho);
   }
   for (int32_t k = 0; k < d.nup; k++) w.h[d.up0() + k] += p.sup[k] / p.xup[k];
   for (int32_t j = 0; d.q.any() && j < d.n; j++) {
     w.h[j] += d.q.diag[j];
     if (d.q.diag[j] > 0) w.rp[j] = rho;
   }
-  std::fill(w.rd.begin(), w.rd.end(), delta);
+  std::fill_n(w.rd.data(), d.m, delta);
+  cone_system_put(w.cones, w.h.data());
+}
+
+// Members of cones, v := W v or W^-1 v by F.
+template <class F> void scale_members(const hom_data& d, const cone_system& c, double* v, F times) noexcept {
+  for (int32_t k = 0; k < d.numcone; k++) times(c.theta[k], c.scaling(k), c.size(k), v + (d.conebeg[k] - d.cone0()));
 }
 
 // Of a ranged column when tau changes and y stays: how far x goes with its bounds, and how far xup does.
@@ -42,6 +49,8 @@ ranged_share share_of(const hom_data& d, const hom_point& p, const newton& w, in
 void put_fixed(const hom_data& d, const hom_point& p, newton& w) noexcept {
   for (int32_t j = 0; j < d.n; j++) w.px[j] = -d.c[j];
   std::copy_n(d.b.data(), d.m, w.py.data());
+  std::fill(w.px.begin() + d.n, w.px.end(), 0.0);
+  std::fill(w.py.begin() + d.m, w.py.end(), 0.0);
   for (int32_t k = 0; k < d.nup; k++) {
     const int32_t j = d.up0() + k;
     const double at = share_of(d, p, w, k).x;
@@ -65,12 +74,40 @@ double tau_pivot(const hom_data& d, const hom_point& p, const newton& w) noexcep
     const double x = w.px[j] + share.x, xup = share.xup - w.px[j];
     sum += p.s[j] / p.x[j] * x * x + p.sup[k] / p.xup[k] * xup * xup;
   }
+  for (const double v : w.vpx) sum += v * v;
   if (!d.q.any()) return sum;
   return sum + d.q.form([&](int64_t j) {
     const bool ranged = j >= d.up0() && j < d.npos;
     const double x = ranged ? w.px[j] + share_of(d, p, w, static_cast<int32_t>(j) - d.up0()).x : w.px[j];
     return x - p.x[j] / p.tau;
   });
+}
+
+// W (lambda \ r) to the right side.
+void begin_members(const hom_data& d, const hom_point& p, const hom_aim& aim, const cone_system& c,
+                   hom_point& dir) noexcept {
+  const int32_t num = d.nummember(), first = d.cone0();
+  if (num == 0) return;
+  std::copy_n(aim.cone.data(), num, dir.vx);
+  d.each_cone([&](int32_t v, int32_t, int32_t size) { quadcone_divide(p.vx + v, size, dir.vx + v); });
+  scale_members(d, c, dir.vx, quadcone_times);
+  for (int32_t i = 0; i < num; i++) dir.x[first + i] += dir.vx[i];
+}
+
+// ds from the equations of the duals: as W (lambda \ r - W dx) it would leave in them the rounding of W^2, which near
+// the border is larger than they are.
+void end_members(const hom_data& d, const hom_residual& r, double feas, const newton& w, hom_point& dir) noexcept {
+  const int32_t num = d.nummember(), first = d.cone0();
+  if (num == 0) return;
+  newton_scaled(w, dir.vx);
+  for (int32_t i = 0; i < num; i++) dir.vx[i] += w.vpx[i] * dir.tau;
+  for (int32_t j = first; j < d.n; j++) {
+    double sum = d.c[j] * dir.tau - feas * r.rd[j];
+    for (int64_t q = d.beg[j]; q < d.beg[j + 1]; q++) sum -= d.val[q] * dir.y[d.sub[q]];
+    dir.s[j] = sum;
+  }
+  std::copy_n(dir.s + first, num, dir.vs);
+  scale_members(d, w.cones, dir.vs, quadcone_over);
 }
 
 } // namespace
@@ -89,6 +126,7 @@ newton_code hom_search(const hom_data& d, const hom_point& p, const hom_residual
                        hom_point& dir) noexcept {
   for (int32_t j = 0; j < d.n; j++) dir.x[j] = aim.feas * r.rd[j] + (j < d.npos ? aim.xs[j] / p.x[j] : 0.0);
   for (int32_t k = 0; k < d.nup; k++) dir.x[d.up0() + k] -= (aim.xsup[k] + p.sup[k] * aim.feas * r.ru[k]) / p.xup[k];
+  begin_members(d, p, aim, w.cones, dir);
   for (int32_t i = 0; i < d.m; i++) dir.y[i] = -aim.feas * r.rp[i];
   const newton_code code = newton_block(w, dir.x, dir.y);
   if (code == newton_code::stopped || code == newton_code::failed) return code;
@@ -111,6 +149,7 @@ newton_code hom_search(const hom_data& d, const hom_point& p, const hom_residual
   dir.tau = t;
   dir.kappa = (aim.tk - p.kappa * t) / p.tau;
   for (int32_t j = 0; j < d.npos; j++) dir.s[j] = (aim.xs[j] - p.s[j] * dir.x[j]) / p.x[j];
+  end_members(d, r, aim.feas, w, dir);
   return std::isfinite(t) ? code : newton_code::failed;
 }
 

@@ -1,5 +1,6 @@
 // Step lengths.
 #include "homo/homint.h"
+#include "homo/quadcone.h"
 
 #include <algorithm>
 #include <cmath>
@@ -52,7 +53,13 @@ hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& d
   block(d.nup, p.xup, dir.xup, e ? e->xup : nullptr, omega, x);
   block(d.npos, p.s, dir.s, e ? e->s : nullptr, omega, s);
   block(d.nup, p.sup, dir.sup, e ? e->sup : nullptr, omega, s);
-  if (d.q.any()) x.worst = s.worst = std::max(x.worst, s.worst);
+  d.each_cone([&](int32_t v, int32_t, int32_t size) {
+    const double ex = quadcone_decrease(p.vx + v, dir.vx + v, e ? e->vx + v : nullptr, omega, size);
+    const double es = quadcone_decrease(p.vs + v, dir.vs + v, e ? e->vs + v : nullptr, omega, size);
+    x.worst = ex > x.worst ? ex : x.worst;
+    s.worst = es > s.worst ? es : s.worst;
+  });
+  if (d.onestep()) x.worst = s.worst = std::max(x.worst, s.worst);
   return {x.step(), s.step()};
 }
 
@@ -71,6 +78,23 @@ struct share_finder {
       least = f < least ? f : least;
     }
   }
+  // The eigenvalue that vanishes at l + a d is such a v, and its partner that of the same eigenvector in m + a e.
+  void see_cone(int32_t num, const double* l, const double* dl, const double* m, const double* dm) noexcept {
+    long double square = 0;
+    double fall = 0, partner = 0;
+    for (int32_t i = 1; i < num; i++) {
+      const double v = l[i] + a_own * dl[i];
+      square += static_cast<long double>(v) * v;
+      fall += v * dl[i];
+      partner += v * (m[i] + a_other * dm[i]);
+    }
+    const auto rest = static_cast<double>(std::sqrt(square));
+    if (!(l[0] + a_own * dl[0] - rest <= 1e-9 * l[0])) return;
+    fall = (rest > 0 ? fall / rest : 0) - dl[0];
+    partner = m[0] + a_other * dm[0] - (rest > 0 ? partner / rest : 0);
+    const double f = 1 - target / partner / (a_own * fall);
+    least = f < least ? f : least;
+  }
 };
 
 } // namespace
@@ -80,13 +104,18 @@ hom_steps hom_shorten(const hom_data& d, const hom_point& p, const hom_point& di
   double sum = 0;
   for (int32_t j = 0; j < d.npos; j++) sum += (p.x[j] + a.p * dir.x[j]) * (p.s[j] + a.d * dir.s[j]);
   for (int32_t k = 0; k < d.nup; k++) sum += (p.xup[k] + a.p * dir.xup[k]) * (p.sup[k] + a.d * dir.sup[k]);
+  for (int32_t i = 0; i < d.nummember(); i++) sum += (p.vx[i] + a.p * dir.vx[i]) * (p.vs[i] + a.d * dir.vs[i]);
   const double target = gamma * sum / static_cast<double>(d.numpairs());
   share_finder x{a.p, a.d, target}, s{a.d, a.p, target};
   x.see(d.npos, p.x, dir.x, p.s, dir.s);
   x.see(d.nup, p.xup, dir.xup, p.sup, dir.sup);
   s.see(d.npos, p.s, dir.s, p.x, dir.x);
   s.see(d.nup, p.sup, dir.sup, p.xup, dir.xup);
-  if (d.q.any()) x.least = s.least = std::min(x.least, s.least);
+  d.each_cone([&](int32_t v, int32_t, int32_t size) {
+    x.see_cone(size, p.vx + v, dir.vx + v, p.vs + v, dir.vs + v);
+    s.see_cone(size, p.vs + v, dir.vs + v, p.vx + v, dir.vx + v);
+  });
+  if (d.onestep()) x.least = s.least = std::min(x.least, s.least);
   const auto frac = [&](double share) { return std::clamp(share, 1 - gamma, most); };
   return {a.p < 1 ? a.p * frac(x.least) : a.p, a.d < 1 ? a.d * frac(s.least) : a.d};
 }

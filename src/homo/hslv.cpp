@@ -19,6 +19,17 @@ void complete_farkas(const hom_data& d, const hom_point& p, double factor, hs_po
     out.s[d.order[j]] = std::max(-sum, 0.0);
     if (j >= d.up0()) out.sup[d.order[j]] = std::max(sum, 0.0);
   }
+  d.each_cone([&](int32_t, int32_t first, int32_t size) {
+    long double rest = 0;
+    for (int32_t j = first; j < first + size; j++) {
+      long double sum = 0;
+      for (int64_t q = d.beg[j]; q < d.beg[j + 1]; q++) sum -= static_cast<long double>(d.val[q]) * p.y[d.sub[q]];
+      out.s[d.order[j]] = static_cast<double>(sum) * d.sunit[j] * factor;
+      if (j > first) rest += static_cast<long double>(out.s[d.order[j]]) * out.s[d.order[j]];
+    }
+    double& head = out.s[d.order[first]];
+    head = std::max(head, static_cast<double>(std::sqrt(rest)));
+  });
 }
 
 } // namespace

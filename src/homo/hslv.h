@@ -1,9 +1,11 @@
 // The homogeneous and self-dual interior-point method for linear and convex quadratic problems in standard form,
 //
-//     minimise x'Qx/2 + c'x + cfix   with   A x = b,   x_j >= 0, or 0 <= x_j <= u_j, or x_j free,
+//     minimise x'Qx/2 + c'x + cfix   with   A x = b,   x_j >= 0, or 0 <= x_j <= u_j, or x_j free, or in a quadratic
+//     cone with others,
 //
 // whose dual is: maximise b'y - u'sup - x'Qx/2 + cfix with A'y + s - sup - Qx = c; s, sup >= 0, s_j = 0 on free
-// columns. It scales, iterates, scales back, and proposes a status; what the status is worth its caller decides
+// columns, s in the same cone as x. It scales, iterates, scales back, and proposes a status; what the status is worth
+// its caller decides
 // (`hs_judge`).
 #pragma once
 
@@ -35,6 +37,9 @@ struct hs_problem {
   const double* up = nullptr;  // [numcol] read where bk_ra, at least 0
   double cfix = 0;
   sym_view q; // positive semidefinite
+  // Quadratic cones: columns conebeg[k] to conebeg[k + 1] - 1, the last columns of all, are x of a cone, head first.
+  int32_t numcone = 0;
+  const int32_t* conebeg = nullptr; // [numcone + 1]
 };
 
 // Defaults are those of the public parameters.

@@ -16,7 +16,7 @@ bool grows(double v, double dv, double s, double ds) noexcept { return (v + dv) 
 void hom_setstakey(const hom_data& d, const hom_point& p, const hom_point& dir, hom_steps a, int32_t* key) noexcept {
   for (int32_t j = 0; j < d.n; j++) {
     int32_t& k = key[d.order[j]];
-    if (j >= d.npos) {
+    if (j >= d.npos) { // free, or in a cone
       k = sk_supbas;
       continue;
     }
