@@ -90,7 +90,8 @@ double predicted_seconds(const ipm_run& run, const hs_problem& hs) {
 // cost the primal, the factor of that takes apart.
 void attempt::choose_form() {
   constexpr double margin = 2, flat = 2;
-  if (run.param.form == ipm_form::primal || given().q.any()) return; // the dual of a Q has columns for it
+  // The dual of a Q has columns for it, that of a cone as many rows as members.
+  if (run.param.form == ipm_form::primal || given().q.any() || given().cone.any()) return;
   if (run.param.form == ipm_form::free) {
     if (given().numvar > flat * given().numcon) return;
     const clique_bounds b = bound_cliques(run.sys, given());
