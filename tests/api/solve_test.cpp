@@ -342,7 +342,7 @@ TEST_F(Solve, AnOptimizerThatCannotTakeTheProblemLeavesTheSolution) {
   ASSERT_EQ(input(task, k.p), TVN_RES_OK);
   ASSERT_EQ(TVN_optimize(task), TVN_RES_OK);
   const lp_point before = basic_solution(task, k.p).point;
-  for (const int32_t optimizer : {TVN_OPTIMIZER_CONIC, TVN_OPTIMIZER_CONCURRENT, TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX}) {
+  for (const int32_t optimizer : {TVN_OPTIMIZER_CONCURRENT, TVN_OPTIMIZER_PRIMAL_DUAL_SIMPLEX}) {
     SCOPED_TRACE(optimizer);
     set(TVN_IPAR_OPTIMIZER, optimizer);
     TVNrescodee trm = -1;

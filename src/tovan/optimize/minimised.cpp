@@ -42,6 +42,7 @@ problem_view TVN_minimisedview(const task& t, const minimised_costs& costs, cons
   v.blx = p.blx.data();
   v.bux = p.bux.data();
   v.q = costs.q.view();
+  v.cone = {p.numcone, p.cone.type.data(), p.cone.begin.data(), p.cone.end.data(), p.cone.members.data()};
   return v;
 }
 
@@ -51,11 +52,12 @@ void TVN_turnduals(const task& t, bool maximize, const solution_view& s) noexcep
   };
   for (double* v : {s.y, s.slc, s.suc}) turn(v, t.prob.numcon);
   for (double* v : {s.slx, s.sux}) turn(v, t.prob.numvar);
+  if (s.snx) turn(s.snx, t.prob.numvar);
 }
 
 solution_view TVN_slotarrays(task& t, int32_t which) {
   const sol_ptrs p = TVN_getsolptrs(t, which);
-  return {p.skc, p.skx, p.xc, p.xx, p.y, p.slc, p.suc, p.slx, p.sux};
+  return {p.skc, p.skx, p.xc, p.xx, p.y, p.slc, p.suc, p.slx, p.sux, p.snx};
 }
 
 objective_cuts TVN_minimisedcuts(const task& t, bool maximize) {

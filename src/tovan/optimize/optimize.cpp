@@ -74,12 +74,6 @@ TVNrescodee wrong_optimizer(task& t) {
   return report(t, label, __LINE__, TVN_RES_ERR_INV_OPTIMIZER, t.params.ival[TVN_IPAR_OPTIMIZER]);
 }
 
-TVNrescodee TVN_conicoptimizer(task& t) {
-  const int32_t type = problem_type(t);
-  if (type != TVN_PROBTYPE_CONIC && type != TVN_PROBTYPE_LO) return wrong_optimizer(t);
-  return missing_optimizer(t, "conic optimizer");
-}
-
 // Does the basic slot say more than that all logicals are basic? A run that was stopped leaves no more.
 bool is_start(task& t) {
   if (!t.sols.defined[TVN_SOL_BAS]) return false;
@@ -123,8 +117,8 @@ TVNrescodee choose_linear(task& t) {
 
 TVNrescodee TVN_contoptimizer(task& t) {
   const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER], type = problem_type(t);
-  if (optimizer == TVN_OPTIMIZER_CONIC || (optimizer == TVN_OPTIMIZER_FREE && t.prob.numcone > 0))
-    return TVN_conicoptimizer(t);
+  const bool free = optimizer == TVN_OPTIMIZER_FREE;
+  if (optimizer == TVN_OPTIMIZER_CONIC || (free && type == TVN_PROBTYPE_CONIC)) return TVN_conicoptimizer(t);
   if (is_simplex(optimizer)) return type == TVN_PROBTYPE_LO ? TVN_simplexoptimizer(t) : wrong_optimizer(t);
   if (type == TVN_PROBTYPE_MIXED) return report(t, label, __LINE__, TVN_RES_ERR_MIXED_PROBLEM);
   if (type == TVN_PROBTYPE_CONIC) return wrong_optimizer(t);
@@ -134,7 +128,7 @@ TVNrescodee TVN_contoptimizer(task& t) {
     if (const TVNrescodee code = TVN_checkconvexity(t)) return code;
   if (type == TVN_PROBTYPE_QO) return TVN_interioroptimizer(t);
   if (type != TVN_PROBTYPE_LO) return missing_optimizer(t, "interior-point optimizer for nonlinear problems");
-  return optimizer == TVN_OPTIMIZER_FREE ? choose_linear(t) : TVN_interioroptimizer(t);
+  return free ? choose_linear(t) : TVN_interioroptimizer(t);
 }
 
 namespace {

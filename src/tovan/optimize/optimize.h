@@ -25,6 +25,8 @@ TVNrescodee TVN_simplexoptimizer(task& t);
 hs_param TVN_homogeneousparam(const task& t, bool maximize);
 // Linear problems and those with a quadratic objective by the interior-point optimizer, into the interior slot.
 TVNrescodee TVN_interioroptimizer(task& t);
+// Linear problems and those with cones by the conic optimizer, into the interior slot.
+TVNrescodee TVN_conicoptimizer(task& t);
 // Whether objective and rows have quadratic terms of the right sign: the level of the check is a parameter.
 TVNrescodee TVN_checkconvexity(task& t);
 

@@ -1,4 +1,5 @@
 // The interior-point road: settings and views for the layer below, its result into the interior slot.
+#include "tovan/optimize/tovanipm.h"
 #include "cpub/machinfo.h"
 #include "qcoptdir/qcopt.h"
 #include "tovan/data/data.h"
@@ -85,9 +86,7 @@ hs_param TVN_homogeneousparam(const task& t, bool maximize) {
   return p;
 }
 
-namespace {
-
-ipm_param interior_param(const task& t, bool maximize) {
+ipm_param TVN_interiorparam(const task& t, bool maximize) {
   ipm_param p;
   p.hs = TVN_homogeneousparam(t, maximize);
   p.hs.numthr = t.info.intg[TVN_IINF_INTPNT_NUM_THREADS];
@@ -100,12 +99,19 @@ ipm_param interior_param(const task& t, bool maximize) {
   return p;
 }
 
-// More threads than there are processors gain nothing.
-int32_t used_threads(const task& t) {
+int32_t TVN_usedthreads(const task& t) {
   const int32_t cores = std::max(1, TVN_sysenv_getnumcores(t.sys->mach));
   const int32_t asked = t.params.ival[TVN_IPAR_INTPNT_NUM_THREADS];
   return asked <= 0 ? cores : std::min(asked, cores);
 }
+
+void TVN_putinterior(task& t, const ipm_info& info) {
+  t.sols.defined[TVN_SOL_ITR] = 1;
+  t.sols.prosta[TVN_SOL_ITR] = TVN_convertprosta(info.prosta);
+  t.sols.solsta[TVN_SOL_ITR] = TVN_convertsolsta(info.solsta);
+}
+
+namespace {
 
 basis_wish wish_of(int32_t value) {
   switch (value) {
@@ -113,12 +119,6 @@ basis_wish wish_of(int32_t value) {
   case TVN_BI_IF_FEASIBLE: return basis_wish::if_feasible;
   default: return basis_wish::always;
   }
-}
-
-void put_statuses(task& t, const ipm_info& info) {
-  t.sols.defined[TVN_SOL_ITR] = 1;
-  t.sols.prosta[TVN_SOL_ITR] = TVN_convertprosta(info.prosta);
-  t.sols.solsta[TVN_SOL_ITR] = TVN_convertsolsta(info.solsta);
 }
 
 // What the parameters say of the step to a basis.
@@ -171,13 +171,13 @@ void put_basis(task& t, const basis_run& b, const basis_view& view) {
 TVNrescodee TVN_interioroptimizer(task& t) {
   constexpr double basisrefine = 1e-2; // a better point saves pushes and clean-up iterations
   const bool maximize = TVN_getoptobjsense(t) == TVN_OBJECTIVE_SENSE_MAXIMIZE;
-  t.info.intg[TVN_IINF_INTPNT_NUM_THREADS] = used_threads(t);
+  t.info.intg[TVN_IINF_INTPNT_NUM_THREADS] = TVN_usedthreads(t);
   const bool wantbasis = t.params.ival[TVN_IPAR_INTPNT_BASIS] != TVN_BI_NEVER && !has_qobj(t.prob);
   TVN_makesolution(t, TVN_SOL_ITR);
   if (wantbasis) TVN_makesolution(t, TVN_SOL_BAS);
   solution_view sol = TVN_slotarrays(t, TVN_SOL_ITR);
   const minimised_costs costs(t, maximize);
-  ipm_param param = interior_param(t, maximize);
+  ipm_param param = TVN_interiorparam(t, maximize);
   if (wantbasis) param.hs.refine = basisrefine;
   TVN_invalidallsol(t);
   ipm_view view{&t, maximize ? -1.0 : 1.0, TVN_sysenv_gettime(), TVN_RES_OK};
@@ -195,7 +195,7 @@ TVNrescodee TVN_interioroptimizer(task& t) {
     TVN_turnduals(t, maximize, sol);
     if (basis.made) TVN_turnduals(t, maximize, basis.sol);
   }
-  put_statuses(t, info);
+  TVN_putinterior(t, info);
   update_interioritems(view, info);
   TVNrescodee code = view.trm != TVN_RES_OK ? view.trm : TVN_oresptomrespdbg(static_cast<int32_t>(info.response));
   log_interiorend(view, code);

@@ -125,9 +125,9 @@ int32_t event_code(const ipm_view& view, ipm_event event) {
   switch (event) {
   case ipm_event::begin_presolve: return TVN_CALLBACK_BEGIN_PRESOLVE;
   case ipm_event::end_presolve: return TVN_CALLBACK_END_PRESOLVE;
-  case ipm_event::begin: return TVN_CALLBACK_BEGIN_INTPNT;
-  case ipm_event::iteration: return TVN_CALLBACK_INTPNT;
-  case ipm_event::end: return TVN_CALLBACK_END_INTPNT;
+  case ipm_event::begin: return view.conic ? TVN_CALLBACK_BEGIN_CONIC : TVN_CALLBACK_BEGIN_INTPNT;
+  case ipm_event::iteration: return view.conic ? TVN_CALLBACK_CONIC : TVN_CALLBACK_INTPNT;
+  case ipm_event::end: return view.conic ? TVN_CALLBACK_END_CONIC : TVN_CALLBACK_END_INTPNT;
   case ipm_event::begin_order:
   case ipm_event::end_order: return TVN_CALLBACK_IM_ORDER;
   case ipm_event::presolve_line:
@@ -135,7 +135,7 @@ int32_t event_code(const ipm_view& view, ipm_event event) {
   case ipm_event::poll: break;
   }
   if (view.presolving) return TVN_CALLBACK_IM_PRESOLVE;
-  return TVN_CALLBACK_IM_INTPNT;
+  return view.conic ? TVN_CALLBACK_IM_CONIC : TVN_CALLBACK_IM_INTPNT;
 }
 
 void update_factoritems(task& t, const kktfac_info& f) {

@@ -13,7 +13,8 @@ struct ipm_view {
   double start;    // of the run
   TVNrescodee trm; // code of the callback that stopped the run
   bool presolving = false;
-  double ordering = 0;    // clock reading at the start of the ordering
+  double ordering = 0; // clock reading at the start of the ordering
+  bool conic = false;
   bool separable = false; // the optimizer of separable forms: lines of its own
 };
 
