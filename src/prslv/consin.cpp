@@ -43,7 +43,7 @@ void TVN_prslv_consin(prslv_context& x, int32_t i, int32_t rtype) {
     x.status = prs_prim_infeas;
     x.cert.col = j;
     x.cert.crossing = true;
-  } else if (TVN_prslv_canbefixed(x, newl, newu)) {
+  } else if (TVN_prslv_canbefixed(x, newl, newu) && may_fix(x, j, newl)) {
     TVN_prslv_varfix(x, j, newl, rt_varfix);
   }
 }

@@ -54,6 +54,12 @@ void undo(prslv_post& w, int32_t rtype) {
   case rt_confixupr: return prslv_undoconfix(w, rtype);
   case rt_dupcon: return prslv_undodupcon(w);
   case rt_dupvar: return prslv_undodupvar(w);
+  case rt_coneapex: return prslv_undoconeapex(w);
+  case rt_conesigns: return prslv_undoconesigns(w);
+  case rt_conebound: return prslv_undoconebound(w);
+  case rt_conehead: return prslv_undoconehead(w);
+  case rt_conemember:
+  case rt_conerelax:
   case rt_droplow: // the duals of what was dropped are 0
   case rt_dropupp:
   case rt_varrelaxlow:
@@ -129,6 +135,7 @@ void TVN_prslv_getcertificate(const prslv_context& x, solution_view& sol) {
   for (int32_t j = 0; j < x.p.numvar; j++) {
     sol.skx[j] = TVN_prslv_sidekey(x.p.bkx[j], 0.0);
     sol.xx[j] = sol.slx[j] = sol.sux[j] = 0;
+    if (x.cone.num > 0) sol.snx[j] = 0;
   }
   if (x.cert.crossing) {
     const bool row = x.cert.row >= 0;

@@ -52,6 +52,27 @@ void make_quadratic(sysenv& sys, const prslv_problem& p, prslv_quadratic& to) {
   });
 }
 
+void copy_cones(sysenv& sys, const prslv_problem& p, prslv_context& x) {
+  prslv_cones& to = x.cone;
+  if (!p.cone.any()) return;
+  to.num = p.cone.num;
+  for (auto* b : {&to.type, &to.beg, &to.end}) b->reset(sys, to.num);
+  int64_t num = 0;
+  for (int32_t k = 0; k < to.num; k++) num += p.cone.size(k);
+  to.sub.reset(sys, num);
+  int32_t at = 0;
+  for (int32_t k = 0; k < to.num; k++) {
+    to.type[k] = p.cone.type[k];
+    to.beg[k] = at;
+    for (int32_t q = 0; q < p.cone.size(k); q++) {
+      const int32_t j = p.cone.members(k)[q];
+      x.q.term[j] = prslv_term::cone;
+      to.sub[at++] = j;
+    }
+    to.end[k] = at;
+  }
+}
+
 } // namespace
 
 void TVN_prslv_initparam(prslv_param& param) { param = prslv_param{}; }
@@ -68,6 +89,7 @@ prslv_context* TVN_prslv_make(sysenv& sys, const prslv_problem& problem) {
     x->conlin.reset(sys, m, 1);
     if (problem.conlin) std::copy_n(problem.conlin, m, x->conlin.data());
     make_quadratic(sys, problem, x->q);
+    copy_cones(sys, problem, *x);
     for (auto* b : {&x->act.lower, &x->act.upper}) b->reset(sys, m, 0.0);
     for (auto* b : {&x->act.numlower, &x->act.numupper}) b->reset(sys, m, 0);
     TVN_prslv_initlist(sys, m, x->due.rows);
@@ -119,6 +141,11 @@ void TVN_prslv_putsink(prslv_context& ctx, const prslv_sink& sink) { ctx.sink = 
 const prslv_problem& TVN_prslv_getproblem(const prslv_context& ctx) { return ctx.p; }
 bool TVN_prslv_conislive(const prslv_context& ctx, int32_t i) { return ctx.conlive[i] != 0; }
 bool TVN_prslv_varislive(const prslv_context& ctx, int32_t j) { return ctx.varlive[j] != 0; }
+
+cone_view TVN_prslv_getcones(const prslv_context& ctx) {
+  const prslv_cones& c = ctx.cone;
+  return {c.num, c.type.data(), c.beg.data(), c.end.data(), c.sub.data()};
+}
 
 int64_t TVN_prslv_getnz(const prslv_context& ctx) {
   int64_t nz = 0;

@@ -1,4 +1,4 @@
-// Presolve and postsolve of linear problems: what a driver sees.
+// Presolve and postsolve of linear problems, with a quadratic objective and cones: what a driver sees.
 //
 // A context views the problem's vectors and edits them in place; the matrix is copied, by rows and by columns. Rows and
 // columns are marked dead, never renumbered: a dead row has key free, a dead column key fixed, and neither contributes
@@ -26,7 +26,7 @@ enum class prslv_term : int8_t {
   none = 0,
   objective = 1, // in Q: it may be bounded and fixed
   row = 2,       // in a quadratic row: left alone
-  cone = 3,      // likewise
+  cone = 3,      // it may be bounded; what becomes of it is the cone's to say
 };
 
 // The problem, with vectors that presolve may edit. Column j of A holds positions ptrb[j] .. ptre[j]-1.
@@ -40,7 +40,9 @@ struct prslv_problem {
   double *c = nullptr, *cc = nullptr; // [numvar], [numcon]
   double cfix = 0;
   sym_view q; // of the objective
-  // Null: all linear, none integer. A row with a term that is not linear is left alone. Columns in q need not be told.
+  cone_view cone;
+  // Null: all linear, none integer. A row with a term that is not linear is left alone. Columns in q and in cones need
+  // not be told.
   const char *conlin = nullptr, *varint = nullptr;
   const prslv_term* varterm = nullptr;
 };
@@ -99,7 +101,13 @@ enum prslv_type : int32_t {
   rt_initialvarfix = 30,
   rt_initialconsin = 31,
   rt_initialfreecon = 32,
-  rt_limit = 33,
+  rt_coneapex = 33,   // head 0: all members 0
+  rt_conemember = 34, // a member at 0 leaves
+  rt_conesigns = 35,  // a cone of signs: of one member, or rotated and of two
+  rt_conebound = 36,  // of quadratic cones with one member left: bounds
+  rt_conehead = 37,   // whose head nothing holds: dropped
+  rt_conerelax = 38,  // a bound of a member that the cone implies
+  rt_limit = 39,
 };
 
 enum prslv_status : int32_t { prs_undecided = 0, prs_solved = 1, prs_prim_infeas = 2, prs_dual_infeas = 3 };
@@ -180,7 +188,8 @@ prslv_code TVN_prslv_reduce(prslv_context& ctx, const prslv_param& param, prslv_
 const prslv_problem& TVN_prslv_getproblem(const prslv_context& ctx); // cfix lives here
 bool TVN_prslv_conislive(const prslv_context& ctx, int32_t i);
 bool TVN_prslv_varislive(const prslv_context& ctx, int32_t j);
-int64_t TVN_prslv_getnz(const prslv_context& ctx); // live entries
+int64_t TVN_prslv_getnz(const prslv_context& ctx);      // live entries
+cone_view TVN_prslv_getcones(const prslv_context& ctx); // what is left of them: a dead one has no members
 int32_t TVN_prslv_getnumred(const prslv_context& ctx);
 // Live entries of row i or column j into sub and val, which have room for all rows or columns; the number.
 int32_t TVN_prslv_getasimple(const prslv_context& ctx, bool byrow, int32_t index, int32_t* sub, double* val);

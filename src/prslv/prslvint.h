@@ -125,6 +125,12 @@ struct prslv_quadratic {
   buffer<double> val, diag;
 };
 
+// Cones by their live members, heads first; end is beg where a cone is dead.
+struct prslv_cones {
+  int32_t num = 0;
+  buffer<int32_t> type, beg, end, sub;
+};
+
 struct prslv_context {
   sysenv* sys = nullptr;
   prslv_problem p;
@@ -134,6 +140,7 @@ struct prslv_context {
   int64_t cleanfree = 0; // first free positions after the last cleaning, summed
   buffer<char> conlive, varlive, conlin;
   prslv_quadratic q;
+  prslv_cones cone;
   buffer<int32_t> connz, varnz; // live entries
   prslv_activities act;
   prslv_due due;
@@ -176,7 +183,9 @@ inline bool is_linear(const prslv_context& x, int32_t j) { return x.q.term[j] ==
 inline bool may_move(const prslv_context& x, int32_t j) {
   return is_linear(x, j) || x.q.term[j] == prslv_term::objective;
 }
-inline bool may_bound(const prslv_context& x, int32_t j) { return may_move(x, j) && !is_integer(x, j); }
+inline bool may_bound(const prslv_context& x, int32_t j) {
+  return (may_move(x, j) || x.q.term[j] == prslv_term::cone) && !is_integer(x, j);
+}
 inline bool may_substitute(const prslv_context& x, int32_t j) { return is_linear(x, j) && !is_integer(x, j); }
 inline bool may_use_dual(const prslv_context& x, int32_t j) { return is_linear(x, j) && !is_integer(x, j); }
 inline bool may_fix(const prslv_context& x, int32_t j, double value) {
@@ -397,6 +406,14 @@ void prslv_undodupcon(prslv_post& w);
 void prslv_undodupvar(prslv_post& w);
 // linblk: dependent equalities.
 prslv_code TVN_prslv_chklinblkcon(prslv_context& x);
+
+// cone: cones that become bounds, lose members or go.
+void TVN_prslv_checkcones(prslv_context& x);
+void TVN_prslv_relaxcones(prslv_context& x);
+void prslv_undoconeapex(prslv_post& w);
+void prslv_undoconesigns(prslv_post& w);
+void prslv_undoconebound(prslv_post& w);
+void prslv_undoconehead(prslv_post& w);
 
 // implied: rows that bounds implied by other rows make redundant.
 prslv_code TVN_prslv_impliedrows(prslv_context& x);

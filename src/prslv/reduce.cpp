@@ -136,7 +136,7 @@ prslv_code prslv_init(prslv_context& x) {
 // --- rounds
 
 struct due {
-  bool simple = true, rows = true, columns = true, relax = true, lindep = true, duals = true;
+  bool cones = true, simple = true, rows = true, columns = true, relax = true, lindep = true, duals = true;
   bool eliminator = true;
   int32_t tries = 0, eliminated = -1; // runs, and the number of records after the last look
   int32_t poor = 0;                   // runs that gained little
@@ -147,10 +147,14 @@ prslv_code one_step(prslv_context& x, due& d, bool& changed) {
   prslv_code code = prslv_code::ok;
   auto gained = [&] { return TVN_prslv_getnumred(x) > before; };
   changed = true;
-  if (d.simple) {
+  if (d.cones && x.cone.num > 0) {
+    d.cones = false;
+    TVN_prslv_checkcones(x);
+    if (gained()) d.simple = d.rows = d.columns = true;
+  } else if (d.simple) {
     d.simple = false;
     code = TVN_prslv_checkproblem(x);
-    if (gained()) d.rows = d.columns = d.duals = true;
+    if (gained()) d.cones = d.rows = d.columns = d.duals = true;
   } else if (d.rows) {
     d.rows = false;
     code = TVN_prslv_checkdupcon(x);
@@ -196,7 +200,7 @@ prslv_code eliminate(prslv_context& x, due& d) {
     if (gained < elimgain) d.poor++;
   }
   d.eliminated = TVN_prslv_getnumred(x);
-  if (num() > first) d.simple = d.rows = d.columns = true;
+  if (num() > first) d.cones = d.simple = d.rows = d.columns = true;
   d.eliminator = d.poor < poorruns;
   return x.run.stop ? prslv_code::stopped : code;
 }
@@ -234,6 +238,7 @@ prslv_code passes(prslv_context& x) {
 void finalize(prslv_context& x, prslv_stats& stats) {
   const prslv_clock clock(x, task_finalize);
   if (x.status == prs_undecided && x.param.use != 0) TVN_prslv_emptyvariables(x);
+  if (x.status == prs_undecided && x.param.use != 0) TVN_prslv_relaxcones(x);
   count_problem(x, stats.conafter, stats.varafter, stats.nzafter);
   bool live = false;
   for (int32_t i = 0; i < x.p.numcon; i++) live = live || x.conlive[i];

@@ -71,6 +71,26 @@ void copy_quadratic(sysenv& sys, const prslv_context& ctx, const sym_view& q, re
   r.lp.q = r.q.view();
 }
 
+void copy_cones(sysenv& sys, const prslv_context& ctx, reduced_problem& r) {
+  const cone_view from = TVN_prslv_getcones(ctx);
+  int32_t num = 0, nummembers = 0;
+  for (int32_t k = 0; k < from.num; k++) num += from.size(k) > 0, nummembers += from.size(k);
+  if (num == 0) return;
+  buffer<int32_t> newcol(sys, TVN_prslv_getproblem(ctx).numvar, -1);
+  for (int32_t k = 0; k < r.lp.numvar; k++) newcol[r.var2user[k]] = k;
+  r.cones.reset(sys, 2 * int64_t{num} + 1 + nummembers);
+  cutter<int32_t> cut{r.cones.data()};
+  int32_t *type = cut.take(num), *ptr = cut.take(num + 1), *sub = cut.take(nummembers), at = 0;
+  *ptr = 0;
+  r.lp.cone = {num, type, ptr, ptr + 1, sub};
+  for (int32_t k = 0; k < from.num; k++) {
+    if (from.size(k) == 0) continue;
+    for (int32_t q = 0; q < from.size(k); q++) sub[at++] = newcol[from.members(k)[q]];
+    *type++ = from.type[k];
+    *++ptr = at;
+  }
+}
+
 } // namespace
 
 void TVN_prslv_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_problem& r) {
@@ -79,9 +99,10 @@ void TVN_prslv_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_proble
   number_live(sys, ctx, p, r, newrow);
   copy_matrix(sys, ctx, p, newrow, TVN_prslv_getnz(ctx), r);
   copy_quadratic(sys, ctx, p.q, r);
+  copy_cones(sys, ctx, r);
   const int64_t m = r.lp.numcon, n = r.lp.numvar;
   r.keys.reset(sys, 2 * (m + n));
-  r.reals.reset(sys, 7 * m + 6 * n);
+  r.reals.reset(sys, 7 * m + 7 * n);
   cutter<int32_t> keys{r.keys.data()};
   cutter<double> reals{r.reals.data()};
   int32_t *bkc = keys.take(m), *bkx = keys.take(n);
@@ -117,12 +138,13 @@ void TVN_prslv_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_proble
   r.sol.skc = keys.take(m);
   r.sol.skx = keys.take(n);
   for (double** v : {&r.sol.xc, &r.sol.y, &r.sol.slc, &r.sol.suc}) *v = reals.take(m);
-  for (double** v : {&r.sol.xx, &r.sol.slx, &r.sol.sux}) *v = reals.take(n);
+  for (double** v : {&r.sol.xx, &r.sol.slx, &r.sol.sux, &r.sol.snx}) *v = reals.take(n);
 }
 
 void TVN_prslv_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t numvar, solution_view& sol) {
   for (double* v : {sol.xc, sol.y, sol.slc, sol.suc}) std::fill_n(v, numcon, 0.0);
   for (double* v : {sol.xx, sol.slx, sol.sux}) std::fill_n(v, numvar, 0.0);
+  if (sol.snx) std::fill_n(sol.snx, numvar, 0.0);
   std::fill_n(sol.skc, numcon, static_cast<int32_t>(sk_unk));
   std::fill_n(sol.skx, numvar, static_cast<int32_t>(sk_unk));
   for (int32_t i = 0; i < r.lp.numcon; i++) {
@@ -139,6 +161,7 @@ void TVN_prslv_spreadreduced(const reduced_problem& r, int32_t numcon, int32_t n
     sol.xx[u] = r.sol.xx[j];
     sol.slx[u] = r.sol.slx[j];
     sol.sux[u] = r.sol.sux[j];
+    if (r.lp.cone.any()) sol.snx[u] = r.sol.snx[j];
   }
 }
 
@@ -184,6 +207,7 @@ void TVN_prslv_copyeditable(sysenv& sys, const problem_view& lp, editable_proble
     std::fill_n(p.cc, m, 0.0);
   p.cfix = lp.cfix;
   p.q = lp.q;
+  p.cone = lp.cone;
 }
 
 namespace {

@@ -19,6 +19,7 @@ struct reduced_problem {
   buffer<int32_t> sub, keys;
   buffer<double> val, reals;
   sym_matrix q;
+  buffer<int32_t> cones; // types, ends, members
 };
 
 void TVN_prslv_copyreduced(sysenv& sys, const prslv_context& ctx, reduced_problem& r);
