@@ -263,19 +263,6 @@ lp_verdict attempt::verdict(int32_t claim, double factor) const {
   return v;
 }
 
-namespace {
-
-int32_t near_form(int32_t solsta) {
-  switch (solsta) {
-  case sol_optimal: return sol_near_optimal;
-  case sol_prim_infeas_cer: return sol_near_prim_infeas_cer;
-  case sol_dual_infeas_cer: return sol_near_dual_infeas_cer;
-  default: return solsta;
-  }
-}
-
-} // namespace
-
 void attempt::settle() {
   ipm_info& info = run.info;
   const int32_t claim = exact_claim(info.hs.solsta);

@@ -40,6 +40,15 @@ inline int32_t exact_claim(int32_t solsta) {
   }
 }
 
+inline int32_t near_form(int32_t solsta) {
+  switch (solsta) {
+  case sol_optimal: return sol_near_optimal;
+  case sol_prim_infeas_cer: return sol_near_prim_infeas_cer;
+  case sol_dual_infeas_cer: return sol_near_dual_infeas_cer;
+  default: return solsta;
+  }
+}
+
 // An optimum or a certificate, exact.
 inline bool is_answer(int32_t solsta) {
   return solsta == sol_optimal || solsta == sol_prim_infeas_cer || solsta == sol_dual_infeas_cer;

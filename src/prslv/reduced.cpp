@@ -286,21 +286,21 @@ double without_cone(const problem_view& lp, int32_t j, double d, double& snx) {
 void TVN_prslv_refresh(sysenv& sys, const problem_view& lp, int32_t solsta, solution_view& sol, bool basic) {
   const bool certificate = is_certificate(solsta);
   const bool keyed = basic && !certificate;
-  buffer<long double> act(sys, lp.numcon, 0.0L);
-  for (int32_t j = 0; j < lp.numvar; j++)
-    for (int64_t p = lp.ptrb[j]; p < lp.ptre[j]; p++) act[lp.sub[p]] += static_cast<long double>(lp.val[p]) * sol.xx[j];
+  TVN_verify_rows(sys, lp, sol.xx, sol.xc);
   for (int32_t i = 0; i < lp.numcon; i++) {
     const int32_t key = keyed ? sol.skc[i] : static_cast<int32_t>(sk_unk);
-    sol.xc[i] = key == sk_low || key == sk_fix ? lp.blc[i] : key == sk_upr ? lp.buc[i] : static_cast<double>(act[i]);
+    if (key == sk_low || key == sk_fix) sol.xc[i] = lp.blc[i];
+    if (key == sk_upr) sol.xc[i] = lp.buc[i];
   }
   if (solsta == sol_dual_infeas_cer || solsta == sol_near_dual_infeas_cer) return TVN_prslv_clearduals(lp, sol);
   buffer<long double> gradient;
-  if (lp.q.any() && !certificate) TVN_verify_gradient(sys, lp, sol.xx, sol.y, gradient);
+  if ((lp.q.any() && !certificate) || lp.qrow.any())
+    TVN_verify_gradient(sys, lp, sol.xx, sol.y, !certificate, gradient);
   buffer<char> member(sys, lp.cone.any() ? lp.numvar : 0, char{0});
   for (int32_t k = 0; k < lp.cone.num; k++)
     for (int32_t q = 0; q < lp.cone.size(k); q++) member[lp.cone.members(k)[q]] = 1;
   for (int32_t j = 0; j < lp.numvar; j++) {
-    const long double cost = certificate ? 0.0L : gradient.empty() ? lp.c[j] : gradient[j];
+    const long double cost = !gradient.empty() ? gradient[j] : certificate ? 0.0L : lp.c[j];
     double d = TVN_verify_reducedcost(lp, j, cost, sol.y);
     if (!member.empty() && member[j]) d = without_cone(lp, j, d, sol.snx[j]);
     if (certificate && sol.slx[j] > 0 && sol.sux[j] > 0) continue; // crossing bounds

@@ -38,9 +38,11 @@ double TVN_verify_dualcertificate(sysenv& sys, const problem_view& lp, const sol
 
 // cj - A_j'y in long double.
 double TVN_verify_reducedcost(const problem_view& lp, int32_t j, long double cj, const double* y);
-// c + Q x - sum y_i Q_i x at x.
-void TVN_verify_gradient(sysenv& sys, const problem_view& lp, const double* x, const double* y,
+// c + Q x - sum y_i Q_i x at x; without c + Q x where the objective does not count.
+void TVN_verify_gradient(sysenv& sys, const problem_view& lp, const double* x, const double* y, bool objective,
                          buffer<long double>& gradient);
+// A x with what quadratic rows add.
+void TVN_verify_rows(sysenv& sys, const problem_view& lp, const double* x, double* act);
 
 // What the residuals support of an optimizer's claim (sol_status). An optimum within the tolerances whose duals leave
 // room below its objective is a near optimum.

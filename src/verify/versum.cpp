@@ -46,11 +46,20 @@ double TVN_verify_reducedcost(const problem_view& lp, int32_t j, long double cj,
   return static_cast<double>(TVN_verify_reduced(lp, j, {cj, 0}, y).value);
 }
 
-void TVN_verify_gradient(sysenv& sys, const problem_view& lp, const double* x, const double* y,
+void TVN_verify_gradient(sysenv& sys, const problem_view& lp, const double* x, const double* y, bool objective,
                          buffer<long double>& gradient) {
-  const quadratic_part q(sys, lp, x, y);
+  const quadratic_part q(sys, lp, x, y, objective);
   gradient.reset(sys, lp.numvar);
-  for (int32_t j = 0; j < lp.numvar; j++) gradient[j] = q.at_column(j, lp.c[j]).value;
+  for (int32_t j = 0; j < lp.numvar; j++) gradient[j] = q.at_column(j, objective ? lp.c[j] : 0.0).value;
+}
+
+void TVN_verify_rows(sysenv& sys, const problem_view& lp, const double* x, double* act) {
+  problem_view rows = lp;
+  rows.q = {};
+  const buffer<double> none(sys, lp.qrow.any() ? lp.numcon : 0, 0.0); // multipliers: the gradient is not wanted
+  buffer<verify_sum> sums(sys, lp.numcon);
+  TVN_verify_activities(lp, quadratic_part(sys, rows, x, none.data()), x, sums);
+  for (int32_t i = 0; i < lp.numcon; i++) act[i] = static_cast<double>(sums[i].value);
 }
 
 } // namespace tvn

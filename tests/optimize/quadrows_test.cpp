@@ -1,0 +1,217 @@
+// If these failed in the field: a problem with quadratic rows would be called optimal where it is not, get multipliers
+// of its cones instead of its own, or no answer where there is one.
+#include "qcoptdir/qcqo.h"
+#include "support/qpcase.h"
+#include "support/run.h"
+
+#include <numeric>
+
+using namespace tvntest;
+
+namespace {
+
+// Rows of p with 1/2 x'Q_i x beside them, on the side where they are convex.
+struct quadrows_case {
+  qp_case k;
+  std::vector<std::vector<std::vector<double>>> rowq; // empty: linear
+  std::vector<int64_t> beg, end;
+  std::vector<int32_t> subi, subj;
+  std::vector<double> val;
+
+  tvn::problem_view view() {
+    tvn::problem_view v = k.view();
+    beg.clear(), end.clear(), subi.clear(), subj.clear(), val.clear();
+    for (const auto& q : rowq) {
+      beg.push_back(int64_t(val.size()));
+      for (size_t i = 0; i < q.size(); i++)
+        for (size_t j = 0; j <= i; j++)
+          if (q[i][j] != 0) subi.push_back(int32_t(i)), subj.push_back(int32_t(j)), val.push_back(q[i][j]);
+      end.push_back(int64_t(val.size()));
+    }
+    v.qrow = {beg.data(), end.data(), subi.data(), subj.data(), val.data()};
+    return v;
+  }
+  std::vector<double> gradient(size_t i, const std::vector<double>& x) const {
+    std::vector<double> g(x.size());
+    for (size_t a = 0; a < rowq[i].size(); a++)
+      for (size_t b = 0; b < x.size(); b++) g[a] += rowq[i][a][b] * x[b];
+    return g;
+  }
+  double value(size_t i, const std::vector<double>& x) const {
+    const std::vector<double> g = gradient(i, x);
+    return std::inner_product(g.begin(), g.end(), x.begin(), 0.0) / 2;
+  }
+  // Adds sign Q to row i; x keeps its distance to the bound.
+  void curve(size_t i, std::vector<std::vector<double>> q, const std::vector<double>& x) {
+    const double sign = k.p.buc[i] < 1e30 ? 1 : -1;
+    for (auto& r : q)
+      for (double& v : r) v *= sign;
+    rowq[i] = q;
+    (sign > 0 ? k.p.buc : k.p.blc)[i] += value(i, x);
+  }
+  // The linear problem that touches this one at x: there the conditions of both are the same.
+  lp_case tangent(const std::vector<double>& x) const {
+    lp_case t = k.tangent(x), to = t;
+    to.beg.clear(), to.sub.clear(), to.val.clear();
+    std::vector<std::vector<double>> g;
+    for (size_t i = 0; i < rowq.size(); i++) {
+      g.push_back(gradient(i, x));
+      const double shift = value(i, x); // g'x - value
+      if (to.blc[i] > -1e30) to.blc[i] += shift;
+      if (to.buc[i] < 1e30) to.buc[i] += shift;
+    }
+    to.beg.push_back(0);
+    for (size_t j = 0; j < x.size(); j++) {
+      std::vector<double> col(rowq.size());
+      for (int64_t e = t.beg[j]; e < t.beg[j + 1]; e++) col[size_t(t.sub[size_t(e)])] = t.val[size_t(e)];
+      for (size_t i = 0; i < col.size(); i++)
+        if (const double a = col[i] + g[i][j]; a != 0) to.sub.push_back(int32_t(i)), to.val.push_back(a);
+      to.beg.push_back(int64_t(to.sub.size()));
+    }
+    return to;
+  }
+  double worst(lp_point s) const {
+    for (size_t i = 0; i < rowq.size(); i++) s.xc[i] += value(i, s.xx);
+    const verdict v = judge_values(tangent(s.xx), s);
+    double cost = 1;
+    for (const double c : k.p.c) cost = std::max(cost, 1 + std::fabs(c));
+    return std::max({v.primal, v.dual / cost, v.comp});
+  }
+};
+
+struct known_quadrows {
+  quadrows_case k;
+  double objective = 0;
+};
+
+// An optimum of the linear problem stays one when rows and objective are bent around it and the costs follow.
+known_quadrows optimal_quadrows(uint64_t seed, int32_t m, int32_t n) {
+  std::mt19937_64 rng(seed + 999);
+  known_case lp = optimal_case(seed, m, n, 0.2, 0.3);
+  known_quadrows k;
+  k.k.k.p = lp.p;
+  k.objective = lp.objective;
+  lp_case& p = k.k.k.p;
+  k.k.k.put(random_q(rng, size_t(n), static_cast<q_kind>(seed % 4)));
+  const std::vector<double> qx = k.k.k.times(lp.x);
+  for (size_t j = 0; j < size_t(n); j++) p.c[j] -= qx[j], k.objective -= qx[j] * lp.x[j] / 2;
+  k.k.rowq.resize(size_t(m));
+  for (size_t i = 0; i < size_t(m); i++) {
+    if ((p.blc[i] > -1e30) == (p.buc[i] < 1e30) || rng() % 3 == 0) continue;
+    k.k.curve(i, random_q(rng, size_t(n), static_cast<q_kind>(rng() % 5)), lp.x);
+    const std::vector<double> g = k.k.gradient(i, lp.x);
+    for (size_t j = 0; j < size_t(n); j++) {
+      p.c[j] += lp.y[i] * g[j];
+      k.objective += lp.y[i] * g[j] * lp.x[j];
+    }
+  }
+  return k;
+}
+
+struct QuadraticRows : testing::Test {
+  checked_env sys;
+  tvn::ipm_info info;
+
+  lp_point solve(quadrows_case& k, const tvn::ipm_param& param) {
+    lp_point s(k.k.p);
+    tvn::solution_view sol = s.view();
+    tvn::qcone_form form(*sys);
+    const tvn::problem_view lp = k.view();
+    EXPECT_EQ(tvn::TVN_qcqo_reform(*sys, lp, param, info, {}, form), tvn::qroot_code::ok);
+    tvn::TVN_qcqo_slv(*sys, lp, form, param, info, {}, sol);
+    return s;
+  }
+};
+
+tvn::ipm_param varied(uint64_t seed) {
+  tvn::ipm_param p;
+  p.form = tvn::ipm_form::primal;
+  p.presolve = seed % 2 == 0;
+  return p;
+}
+
+// A ball in each of its coordinates: |x - center|^2 <= radius^2, times half; by rows of its own.
+quadrows_case balls(size_t n, const std::vector<std::vector<double>>& centers, const std::vector<double>& radius) {
+  quadrows_case k;
+  lp_case& p = k.k.p;
+  p.m = int32_t(centers.size()), p.n = int32_t(n);
+  for (size_t j = 0; j < n; j++) {
+    for (size_t i = 0; i < centers.size(); i++) p.put(int32_t(i), -centers[i][j]);
+    p.end_column(0, -1e30, 1e30);
+  }
+  std::vector<std::vector<double>> unit(n, std::vector<double>(n));
+  for (size_t j = 0; j < n; j++) unit[j][j] = 1;
+  for (size_t i = 0; i < centers.size(); i++) {
+    const double c2 = std::inner_product(centers[i].begin(), centers[i].end(), centers[i].begin(), 0.0);
+    p.blc.push_back(-1e30), p.buc.push_back((radius[i] * radius[i] - c2) / 2);
+    k.rowq.push_back(unit);
+  }
+  k.k.put(std::vector<std::vector<double>>(n, std::vector<double>(n)));
+  return k;
+}
+
+} // namespace
+
+TEST_F(QuadraticRows, KnownOptimumIsFoundWithItsMultipliers) {
+  const uint64_t seeds = num_seeds(300);
+  uint64_t solved = 0;
+  double worst = 0;
+  for (uint64_t seed = first_seed(); seed < first_seed() + seeds; seed++) {
+    SCOPED_TRACE(seed);
+    known_quadrows k = optimal_quadrows(seed, int32_t(2 + seed % 9), int32_t(3 + seed % 13));
+    const lp_point s = solve(k.k, varied(seed));
+    EXPECT_NE(info.solsta, tvn::sol_prim_infeas_cer);
+    EXPECT_NE(info.solsta, tvn::sol_dual_infeas_cer);
+    if (info.solsta != tvn::sol_optimal) {
+      std::printf("seed %d: %d\n", int(seed), info.solsta);
+      continue;
+    }
+    solved++;
+    worst = std::max(worst, k.k.worst(s));
+    EXPECT_NEAR(info.objective, k.objective, 1e-6 * (1 + std::fabs(k.objective)));
+  }
+  std::printf("%d of %d, worst %.1e\n", int(solved), int(seeds), worst);
+  EXPECT_LE(worst, 2e-6);
+  EXPECT_GE(solved, seeds - seeds / 30);
+}
+
+// Two balls that touch, overlap or lie apart; a ball of no radius; the gradient of the objective decides nothing.
+TEST_F(QuadraticRows, BallsMeetOrAreProvedApart) {
+  for (const size_t n : {size_t{1}, size_t{2}, size_t{30}}) {
+    for (const double apart : {0.5, 1.9, 2.1, 40.0}) {
+      for (const bool presolve : {true, false}) {
+        SCOPED_TRACE(std::to_string(n) + " " + std::to_string(apart));
+        std::vector<double> far(n, apart / std::sqrt(double(n)));
+        quadrows_case k = balls(n, {std::vector<double>(n), far}, {1, 1});
+        k.k.p.c[0] = 1;
+        const lp_point s = solve(k, varied(presolve ? 0 : 1));
+        if (apart < 2) {
+          ASSERT_EQ(info.solsta, tvn::sol_optimal);
+          EXPECT_LE(k.worst(s), 2e-6);
+        } else
+          EXPECT_EQ(info.solsta, tvn::sol_prim_infeas_cer);
+      }
+    }
+    quadrows_case point = balls(n, {std::vector<double>(n, 2.0)}, {0});
+    point.k.p.c[0] = 0; // no multiplier is needed there
+    const lp_point s = solve(point, varied(0));
+    EXPECT_NEAR(s.xx[0], 2, 1e-3);
+  }
+}
+
+// min -x0 over x1^2 / 2 <= x0 has no end; over x0^2 / 2 <= x1 it has none either, but along no line.
+TEST_F(QuadraticRows, RayIsFoundWhereThereIsOne) {
+  for (const bool line : {true, false}) {
+    quadrows_case k = balls(2, {{0, 0}}, {0});
+    k.rowq[0][line ? 0 : 1][line ? 0 : 1] = 0;
+    k.k.p.beg.clear(), k.k.p.sub.clear(), k.k.p.val.clear();
+    for (int j = 0; j < 2; j++) k.k.p.put(0, j == (line ? 0 : 1) ? -1 : 0), k.k.p.end_column();
+    k.k.p.c = {-1, 0};
+    const lp_point s = solve(k, varied(1));
+    if (line) {
+      EXPECT_EQ(info.solsta, tvn::sol_dual_infeas_cer);
+      EXPECT_NEAR(s.xx[1], 0, 1e-5 * s.xx[0]);
+    } else
+      EXPECT_TRUE(info.solsta != tvn::sol_optimal && info.solsta != tvn::sol_prim_infeas_cer) << info.solsta;
+  }
+}
