@@ -161,7 +161,7 @@ bool active_system::factor(const hs_param& param, run_watch& watch) {
 }
 
 bool active_system::step(solution_view& sol) {
-  TVN_verify_gradient(sys, lp, sol.xx, gradient);
+  TVN_verify_gradient(sys, lp, sol.xx, sol.y, true, gradient);
   std::fill(activity.begin(), activity.end(), 0.0L);
   for (int32_t j = 0; j < lp.numvar; j++) {
     long double d = gradient[j];
