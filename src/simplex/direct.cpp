@@ -380,21 +380,44 @@ struct saved_solution {
   }
 };
 
+// From the basis that stands, and not for long.
+simplex_param short_run(const simplex_run& run) {
+  constexpr int32_t moreiterations = 100;
+  const int64_t done = TVN_simplex_totaliterations(run.info);
+  simplex_param param = run.param;
+  param.hotstart = start_other;
+  param.rival = 0;
+  param.maxiterations =
+      static_cast<int32_t>(std::min<int64_t>(run.param.maxiterations, done + moreiterations + run.lp.numcon / 4));
+  return param;
+}
+
 } // namespace
+
+void TVN_simplex_sharpen(const simplex_run& run) {
+  constexpr double wanted = 1e-9;
+  simplex_info& info = run.info;
+  const double before = std::max(info.primalviol, info.dualviol);
+  if (info.solsta != sol_optimal || info.response != simplex_code::ok || before <= wanted) return;
+  const saved_solution stands(run.sys, run.lp, info, run.sol);
+  simplex_param tight = short_run(run);
+  tight.optimizer = kind_free;
+  tight.tolx = std::min(tight.tolx, wanted);
+  tight.tols = std::min(tight.tols, wanted);
+  run_once(run.with(tight), make_request(run.param), &run.sol);
+  const bool holds = TVN_simplex_settlestatus(run) && info.solsta == sol_optimal;
+  if (!holds || !(std::max(info.primalviol, info.dualviol) < before)) stands.restore(run.lp, info, run.sol);
+  info.response = simplex_code::ok;
+}
 
 // Where digits are short a run wanders, so it may not take longer than this and never worsens what stands.
 void TVN_simplex_closegap(const simplex_run& run) {
-  constexpr int32_t moreiterations = 100;
   simplex_info& info = run.info;
   saved_solution near(run.sys, run.lp, info, run.sol);
   for (const double tols : gaptols) {
-    const int64_t done = TVN_simplex_totaliterations(info);
-    simplex_param tight = run.param;
-    tight.hotstart = start_other;
+    simplex_param tight = short_run(run);
     tight.optimizer = kind_primal;
     tight.tols = tols;
-    tight.maxiterations =
-        static_cast<int32_t>(std::min<int64_t>(run.param.maxiterations, done + moreiterations + run.lp.numcon / 4));
     run_once(run.with(tight), make_request(run.param), &run.sol);
     if (TVN_simplex_settlestatus(run) && info.solsta == sol_optimal) break;
     near.restore(run.lp, info, run.sol);

@@ -28,6 +28,10 @@ void TVN_simplex_solvedirectly(const simplex_run& run);
 // An optimizer found no way on; another start or road may have one.
 bool TVN_simplex_gaveup(simplex_code code);
 
+// An optimum whose residuals are within the tolerances and no rounding: a few iterations with tolerances of 1e-9, or
+// none with fresh values, leave it better, or it stays as it is.
+void TVN_simplex_sharpen(const simplex_run& run);
+
 // For a near optimum that is right but for its gap: a few iterations with a tighter dual tolerance close it, or it
 // stays as it is.
 void TVN_simplex_closegap(const simplex_run& run);

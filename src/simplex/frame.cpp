@@ -334,7 +334,7 @@ void TVN_simplex_identifybasis(sysenv& sys, const problem_view& lp, const simple
   const simplex_run run{sys, lp, own, info, progress, sol, kept, watch};
   watch_user(run);
   progress(simplex_event::begin_basis, info);
-  (void)solve_presolved(run, ctx, reduced);
+  if (solve_presolved(run, ctx, reduced)) TVN_simplex_sharpen(run);
   settle_end(lp, info, sol);
   if (!is_vertex(lp, sol)) { // stopped on the way
     TVN_prslv_clearsolution(lp, sol);
@@ -356,6 +356,7 @@ bool TVN_simplex_tryreduced(sysenv& sys, const problem_view& lp, const simplex_p
   const simplex_run run{sys, lp, own, info, progress, sol, kept, watch};
   watch_user(run);
   if (!solve_presolved(run, ctx, reduced)) return false;
+  TVN_simplex_sharpen(run);
   settle_end(lp, info, sol);
   const bool answers =
       info.solsta == sol_optimal || info.solsta == sol_prim_infeas_cer || info.solsta == sol_dual_infeas_cer;
