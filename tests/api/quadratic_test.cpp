@@ -2,7 +2,7 @@
 // that has none because it is not convex.
 #include "envtask.h"
 #include "lptask.h"
-#include "support/qpcase.h"
+#include "support/quadrowscase.h"
 
 #include <algorithm>
 #include <string>
@@ -67,6 +67,49 @@ TEST_F(Quadratic, OptimumInBothSensesByEachOptimizer) {
   }
 }
 
+// Quadratic rows in both senses, with a cone beside them, and a quadratic objective by cones: each optimizer that takes
+// the type has all duals of the problem as given.
+TEST_F(Quadratic, RowsHaveTheirMultipliersInBothSenses) {
+  const int32_t optimizers[] = {TVN_OPTIMIZER_FREE, TVN_OPTIMIZER_INTPNT, TVN_OPTIMIZER_QCONE, TVN_OPTIMIZER_CONIC};
+  for (int32_t seed = 0; seed < 80; seed++) {
+    SCOPED_TRACE(seed);
+    known_quadrows k = optimal_quadrows(static_cast<uint64_t>(seed) + 5000, 2 + seed % 7, 3 + seed % 9);
+    const double sign = seed % 2 ? -1 : 1;
+    const bool cone = seed % 5 == 0;
+    ASSERT_EQ(TVN_resizetask(task, 0, 0, 0, 0, 0), TVN_RES_OK);
+    put(k.k.k, sign);
+    (void)k.k.view();
+    for (size_t i = 0; i < k.k.rowq.size(); i++) {
+      const auto from = static_cast<size_t>(k.k.beg[i]), to = static_cast<size_t>(k.k.end[i]);
+      if (from == to) continue;
+      ASSERT_EQ(TVN_putqconk(task, static_cast<int32_t>(i), static_cast<int32_t>(to - from), &k.k.subi[from],
+                             &k.k.subj[from], &k.k.val[from]),
+                TVN_RES_OK);
+    }
+    if (cone) { // at least the length of (3, 4)
+      const int32_t n = k.k.k.p.n, members[] = {n, n + 1, n + 2};
+      ASSERT_EQ(TVN_append(task, TVN_ACC_VAR, 3), TVN_RES_OK);
+      for (int32_t q = 0; q < 3; q++)
+        ASSERT_EQ(TVN_putbound(task, TVN_ACC_VAR, n + q, q ? TVN_BK_FX : TVN_BK_FR, 2 + q, 2 + q), TVN_RES_OK);
+      ASSERT_EQ(TVN_putcj(task, n, sign), TVN_RES_OK);
+      ASSERT_EQ(TVN_appendcone(task, TVN_CT_QUAD, 0, 3, members), TVN_RES_OK);
+      k.objective += 5;
+    }
+    set(TVN_IPAR_OPTIMIZER, cone ? optimizers[3 * (seed / 5 % 2)] : optimizers[seed / 2 % 4]);
+    set(TVN_IPAR_PRESOLVE_USE, seed / 3 % 2);
+    EXPECT_EQ(TVN_optimize(task), TVN_RES_OK);
+    lp_case room = k.k.k.p;
+    room.n += cone ? 3 : 0;
+    outcome a = stored_solution(task, TVN_SOL_ITR, room);
+    EXPECT_EQ(a.solsta, TVN_SOL_STA_OPTIMAL);
+    for (auto* v : {&a.point.xx, &a.point.slx, &a.point.sux}) v->resize(static_cast<size_t>(k.k.k.p.n));
+    EXPECT_LE(k.k.worst(sign < 0 ? with_negated_duals(a.point) : a.point), 2e-6);
+    const double objective = sign * k.objective, tol = 1e-6 * (1 + std::fabs(objective));
+    EXPECT_NEAR(dual_item(TVN_DINF_SOL_ITR_PRIMAL_OBJ), objective, tol);
+    EXPECT_NEAR(dual_item(TVN_DINF_SOL_ITR_DUAL_OBJ), objective, tol);
+  }
+}
+
 TEST_F(Quadratic, WhatIsNotConvexIsRefusedByName) {
   const int32_t sub[] = {0, 1, 1}, sub0[] = {0, 0, 1};
   const double indefinite[] = {1, 2, 1}, convex[] = {2, 1, 2}, nearly[] = {1, 1 + 5e-6, 1};
@@ -110,16 +153,21 @@ TEST_F(Quadratic, WhatIsNotConvexIsRefusedByName) {
     int32_t bk;
     bool up;
     TVNrescodee code;
-  } cases[] = {{TVN_BK_FX, true, TVN_RES_ERR_NONLINEAR_EQUALITY}, {TVN_BK_RA, true, TVN_RES_ERR_NONLINEAR_RANGED},
-               {TVN_BK_UP, false, TVN_RES_ERR_CON_Q_NOT_PSD},     {TVN_BK_LO, true, TVN_RES_ERR_CON_Q_NOT_NSD},
-               {TVN_BK_UP, true, TVN_RES_ERR_INV_OPTIMIZER},      {TVN_BK_FR, true, TVN_RES_ERR_INV_OPTIMIZER}};
+  } cases[] = {{TVN_BK_FX, true, TVN_RES_ERR_NONLINEAR_EQUALITY},
+               {TVN_BK_RA, true, TVN_RES_ERR_NONLINEAR_RANGED},
+               {TVN_BK_UP, false, TVN_RES_ERR_CON_Q_NOT_PSD},
+               {TVN_BK_LO, true, TVN_RES_ERR_CON_Q_NOT_NSD},
+               {TVN_BK_UP, true, TVN_RES_OK},
+               {TVN_BK_FR, true, TVN_RES_OK}};
   for (const auto& c : cases) {
     const std::vector<double> v = c.up ? std::vector<double>(convex, convex + 3) : negative(convex);
     ASSERT_EQ(TVN_putqconk(task, 0, 3, sub, sub0, v.data()), TVN_RES_OK);
     ASSERT_EQ(TVN_putbound(task, TVN_ACC_CON, 0, c.bk, 1, c.bk == TVN_BK_FX ? 1 : 2), TVN_RES_OK);
-    EXPECT_EQ(optimize(2), c.code) << c.bk;
-    if (c.code == TVN_RES_ERR_INV_OPTIMIZER) continue;
-    EXPECT_NE(last_message().find("limit"), std::string::npos) << last_message();
+    for (const int32_t level : {2, 0}) {
+      EXPECT_EQ(optimize(level), c.code) << c.bk;
+      if (c.code == TVN_RES_OK) continue;
+      EXPECT_NE(last_message().find("limit"), std::string::npos) << last_message();
+    }
   }
 }
 

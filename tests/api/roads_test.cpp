@@ -40,14 +40,10 @@ TEST_F(Roads, WithoutAnOptimizerEndWithACodeAndTheReasonAndLeaveTheSolution) {
     TVNrescodee code;
     const char* reason; // "": the choice is wrong for the type
   } cases[] = {
-      {TVN_OPTIMIZER_FREE, qcqo, inv, "interior-point"},
       {TVN_OPTIMIZER_INTPNT, conic, inv, ""},
       {TVN_OPTIMIZER_INTPNT, mixed, TVN_RES_ERR_MIXED_PROBLEM, ""},
-      {TVN_OPTIMIZER_QCONE, qcqo, inv, "direct"},
       {TVN_OPTIMIZER_QCONE, conic, inv, ""},
-      {TVN_OPTIMIZER_CONIC, mixed, inv, ""},
-      {TVN_OPTIMIZER_FREE, mixed, TVN_RES_ERR_MIXED_PROBLEM, ""},
-      {TVN_OPTIMIZER_CONIC, qo, inv, "reformulation"},
+      {TVN_OPTIMIZER_PRIMAL_SIMPLEX, qcqo, inv, ""},
       {TVN_OPTIMIZER_CONCURRENT, qo, inv, "concurrent"},
       {TVN_OPTIMIZER_PRIMAL_SIMPLEX, qo, inv, ""},
       {TVN_OPTIMIZER_FREE_SIMPLEX, conic, inv, ""},

@@ -116,9 +116,9 @@ TVNrescodee get_deqi(task& t, int32_t whichsol, int32_t accmode, const int32_t* 
   return each_item(num, sub, deqi, [&](int32_t j) { return dual_column_residual(t.prob, a, c.m, c.nl, j, normalize); });
 }
 
-// Quadratic terms and user functions do not stand beside cones in any problem that has a meaning here.
+// User functions do not stand beside cones in any problem that has a meaning here.
 TVNrescodee prepare_whole(solution_check& c) {
-  if (problem_type(c.t) == TVN_PROBTYPE_MIXED) return report(c.t, label, __LINE__, TVN_RES_ERR_MIXED_PROBLEM);
+  if (has_nlfunc(c.t) && c.t.prob.numcone > 0) return report(c.t, label, __LINE__, TVN_RES_ERR_MIXED_PROBLEM);
   return prepare(c, nonlinear_kind::all);
 }
 

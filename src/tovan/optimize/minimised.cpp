@@ -43,6 +43,7 @@ problem_view TVN_minimisedview(const task& t, const minimised_costs& costs, cons
   v.bux = p.bux.data();
   v.q = costs.q.view();
   v.cone = {p.numcone, p.cone.type.data(), p.cone.begin.data(), p.cone.end.data(), p.cone.members.data()};
+  if (has_qcon(p)) v.qrow = {p.q.conbegin.data(), p.q.conend.data(), p.q.subi.data(), p.q.subj.data(), p.q.val.data()};
   return v;
 }
 

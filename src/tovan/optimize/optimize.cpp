@@ -115,18 +115,27 @@ TVNrescodee choose_linear(task& t) {
 
 } // namespace
 
+namespace {
+
+// Quadratic terms and nothing else that is not linear, cones excepted.
+bool is_quadratic(const task& t) { return !has_nlfunc(t) && (has_qobj(t.prob) || has_qcon(t.prob)); }
+
+} // namespace
+
 TVNrescodee TVN_contoptimizer(task& t) {
   const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER], type = problem_type(t);
   const bool free = optimizer == TVN_OPTIMIZER_FREE;
+  if (optimizer == TVN_OPTIMIZER_CONIC || (free && t.prob.numcone > 0))
+    if (is_quadratic(t)) return TVN_qcqooptimizer(t);
   if (optimizer == TVN_OPTIMIZER_CONIC || (free && type == TVN_PROBTYPE_CONIC)) return TVN_conicoptimizer(t);
   if (is_simplex(optimizer)) return type == TVN_PROBTYPE_LO ? TVN_simplexoptimizer(t) : wrong_optimizer(t);
   if (type == TVN_PROBTYPE_MIXED) return report(t, label, __LINE__, TVN_RES_ERR_MIXED_PROBLEM);
   if (type == TVN_PROBTYPE_CONIC) return wrong_optimizer(t);
-  if (optimizer == TVN_OPTIMIZER_QCONE && type == TVN_PROBTYPE_QCQO)
-    return missing_optimizer(t, "direct optimizer for quadratic constraints");
-  if (type == TVN_PROBTYPE_QO || type == TVN_PROBTYPE_QCQO)
-    if (const TVNrescodee code = TVN_checkconvexity(t)) return code;
-  if (type == TVN_PROBTYPE_QO) return TVN_interioroptimizer(t);
+  if (type == TVN_PROBTYPE_QCQO) return TVN_qcqooptimizer(t);
+  if (type == TVN_PROBTYPE_QO) {
+    const TVNrescodee code = TVN_checkconvexity(t);
+    return code != TVN_RES_OK ? code : TVN_interioroptimizer(t);
+  }
   if (type != TVN_PROBTYPE_LO) return missing_optimizer(t, "interior-point optimizer for nonlinear problems");
   return free ? choose_linear(t) : TVN_interioroptimizer(t);
 }
@@ -140,19 +149,11 @@ TVNrescodee TVN_globaloptimizer(task& t) {
   return code;
 }
 
-bool wants_reformulation(const task& t) {
-  const int32_t type = problem_type(t);
-  return (type == TVN_PROBTYPE_QO || type == TVN_PROBTYPE_QCQO) &&
-         (t.params.ival[TVN_IPAR_OPTIMIZER] == TVN_OPTIMIZER_CONIC ||
-          t.params.ival[TVN_IPAR_QO_SEPARABLE_REFORMULATION] == TVN_ON);
-}
-
 TVNrescodee run_road(task& t) {
   const int32_t optimizer = t.params.ival[TVN_IPAR_OPTIMIZER];
   if (optimizer == TVN_OPTIMIZER_CONCURRENT) return missing_optimizer(t, "concurrent optimizer");
   const bool integer = count_integers(t.prob) > 0 && t.params.ival[TVN_IPAR_MIO_MODE] != TVN_MIO_MODE_IGNORED;
   if (integer || optimizer == TVN_OPTIMIZER_NONCONVEX) return TVN_globaloptimizer(t);
-  if (wants_reformulation(t)) return missing_optimizer(t, "reformulation of quadratic problems");
   return TVN_contoptimizer(t);
 }
 

@@ -27,6 +27,8 @@ hs_param TVN_homogeneousparam(const task& t, bool maximize);
 TVNrescodee TVN_interioroptimizer(task& t);
 // Linear problems and those with cones by the conic optimizer, into the interior slot.
 TVNrescodee TVN_conicoptimizer(task& t);
+// Convex quadratic terms, with cones or without, by cones, into the interior slot.
+TVNrescodee TVN_qcqooptimizer(task& t);
 // Whether objective and rows have quadratic terms of the right sign: the level of the check is a parameter.
 TVNrescodee TVN_checkconvexity(task& t);
 

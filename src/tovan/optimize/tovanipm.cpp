@@ -188,7 +188,7 @@ TVNrescodee TVN_interioroptimizer(task& t) {
   {
     const lent_matrix matrix(t);
     const problem_view lp = TVN_minimisedview(t, costs, matrix.a);
-    if (view.separable && lp.q.any())
+    if ((view.separable || t.params.ival[TVN_IPAR_QO_SEPARABLE_REFORMULATION] == TVN_ON) && lp.q.any())
       TVN_qcopt_slv(*t.sys, lp, param, info, {&view, TVN_interiorprogress}, sol);
     else
       TVN_opt_ipmslv(*t.sys, lp, param, info, {&view, TVN_interiorprogress}, sol, wantbasis ? &basis : nullptr);
