@@ -580,7 +580,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
     there are more than 1000; 0 sets no limit. */
 #define TVN_IPAR_PRESOLVE_USE 112 /* default 2, 0 to 2. Off, on, or free: on unless the start has basic or superbasic
     variables or the iteration limit is at most 50. */
-#define TVN_IPAR_QO_SEPARABLE_REFORMULATION 113 /* default 0, 0 to 1. Quadratic problems go to the conic optimizer. */
+#define TVN_IPAR_QO_SEPARABLE_REFORMULATION 113 /* default 0, 0 to 1. A quadratic objective is solved in separable
+    form. By cones: the conic optimizer. */
 #define TVN_IPAR_READ_ADD_ANZ 114 /* default 0, >= 0. Room for elements of A beyond those of the file. */
 #define TVN_IPAR_READ_ADD_CON 115 /* default 0, >= 0. Room for constraints beyond those of the file. */
 #define TVN_IPAR_READ_ADD_CONE 116 /* default 0, >= 0. Room for cones beyond those of the file. */
