@@ -129,7 +129,7 @@ hom_grades hom_grade(const hom_data& d, const hs_param& tol, const hom_figures& 
 // The status that the grades support: optimal, a certificate, or unknown.
 int32_t hom_terminate(const hom_grades& g) noexcept;
 
-void hom_setup(sysenv& sys, const hs_problem& problem, bool scaling, hom_data& d);
+void hom_setup(sysenv& sys, const hs_problem& problem, const hs_param& param, hom_data& d);
 // Q of the caller in the order of d, not scaled; col: [n] factors of the columns, both: of all of Q.
 void hom_copyquadratic(sysenv& sys, const sym_view& q, hom_data& d);
 void hom_scalequadratic(const double* col, double both, hom_data& d) noexcept;

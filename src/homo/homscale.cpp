@@ -13,7 +13,8 @@ namespace {
 
 constexpr int32_t max_passes = 4;
 constexpr double most_reach = 16; // of a column in these passes: more spreads the costs, which they do not see (gas11)
-constexpr double good_spread = 1e3; // of largest to least entry: passes of means end
+constexpr double most_quadratic = 1e4, most_heed = 1024; // of Q beside b and c near 1; what c becomes less for it
+constexpr double good_spread = 1e3;                      // of largest to least entry: passes of means end
 
 struct span_of {
   double least = HUGE_VAL, most = 0;
@@ -129,15 +130,26 @@ void copy_columns(sysenv& sys, const hs_problem& problem, hom_data& d) {
   std::copy_n(problem.b, d.m, d.b.data());
 }
 
+// What is to be near 1 of the costs: c, or a part of Q where that is so large that the first x are far too large for it
+// (boyd1: 28 iterations for 22; hues-mod 58 for 38). On the diagonal is the largest entry of a semidefinite Q.
+double cost_unit(const hom_data& d, const factors& f, double beta, bool heedq) noexcept {
+  const double c = largest(d.c);
+  double q = 0;
+  for (int64_t j = 0; heedq && j < d.q.diag.size(); j++) q = std::max(q, std::fabs(d.q.diag[j]) * f.col[j] * f.col[j]);
+  q /= beta * most_quadratic;
+  return c > 0 ? std::clamp(q, c, most_heed * c) : q;
+}
+
 // Scales the data and notes the way back. beta, gamma: what b and c are multiplied with beside.
-void apply_factors(const factors& f, bool scaling, hom_data& d) noexcept {
+void apply_factors(const factors& f, bool scaling, bool heedq, hom_data& d) noexcept {
   for (int32_t j = 0; j < d.n; j++) {
     for (int64_t p = d.beg[j]; p < d.beg[j + 1]; p++) d.val[p] *= f.row[d.sub[p]] * f.col[j];
     d.c[j] *= f.col[j];
   }
   for (int32_t i = 0; i < d.m; i++) d.b[i] *= f.row[i];
   for (int32_t k = 0; k < d.nup; k++) d.u[k] /= f.col[d.up0() + k];
-  const double beta = scaling ? 1 / power_of(largest(d.b)) : 1, gamma = scaling ? 1 / power_of(largest(d.c)) : 1;
+  const double beta = scaling ? 1 / power_of(largest(d.b)) : 1;
+  const double gamma = scaling ? 1 / power_of(cost_unit(d, f, beta, heedq)) : 1;
   for (double& v : d.b) v *= beta;
   for (double& v : d.u) v *= beta;
   for (double& v : d.c) v *= gamma;
@@ -155,7 +167,7 @@ void apply_factors(const factors& f, bool scaling, hom_data& d) noexcept {
 
 } // namespace
 
-void hom_setup(sysenv& sys, const hs_problem& problem, bool scaling, hom_data& d) {
+void hom_setup(sysenv& sys, const hs_problem& problem, const hs_param& param, hom_data& d) {
   d.m = problem.a.numrow;
   d.n = problem.a.numcol;
   d.cfix = problem.cfix;
@@ -170,8 +182,8 @@ void hom_setup(sysenv& sys, const hs_problem& problem, bool scaling, hom_data& d
   f.span.reset(sys, d.m);
   for (buffer<double>* v : {&d.xunit, &d.sunit}) v->reset(sys, d.n);
   for (buffer<double>* v : {&d.yunit, &d.rowunit}) v->reset(sys, d.m);
-  if (scaling) find_factors(d, f);
-  apply_factors(f, scaling, d);
+  if (param.scaling) find_factors(d, f);
+  apply_factors(f, param.scaling, param.heedq, d);
 }
 
 } // namespace tvn

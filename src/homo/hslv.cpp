@@ -69,7 +69,7 @@ void TVN_hs_optlp(sysenv& sys, const hs_problem& problem, const hs_param& param,
   run.info = &info;
   run.q = problem.q;
   run.watch_q = param.watchconvexity && problem.q.any();
-  hom_setup(sys, problem, param.scaling, run.d);
+  hom_setup(sys, problem, param, run.d);
   hom_optlp(run);
   info.fac = run.w.k.info;
 }

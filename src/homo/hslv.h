@@ -48,6 +48,7 @@ struct hs_param {
   int32_t maxcorrectors = -1;  // negative: by cost
   int32_t maxrefinements = -1; // negative: by need
   bool diffstep = true, regularization = true, scaling = true;
+  bool heedq = true;           // units of the costs are chosen with Q in view
   bool watchconvexity = false; // nobody has looked whether Q is semidefinite: the factor may tell
   hs_startpoint start = hs_startpoint::free;
   double tolpfeas = 1e-8, toldfeas = 1e-8, tolgap = 1e-8, tolinfeas = 1e-8;

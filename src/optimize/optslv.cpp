@@ -143,6 +143,7 @@ void TVN_opt_ipmslv(sysenv& sys, const problem_view& given, const ipm_param& wan
   if (!stands) stands = tries.make(lp, param);
   if (!stands && info.numruns == 0) stands = tries.make(lp, direct); // presolve has seen that there is no dual point
   other.hs.start = hs_startpoint::constant;
+  other.hs.heedq = false; // beside far bounds it makes the costs too small
   if (info.dualform) other.form = ipm_form::primal;
   if (!stands) stands = tries.make(lp, other);
   other.presolve = false;
