@@ -667,6 +667,11 @@ void Model::faulty_step() {
     const int32_t i[] = {0}, j[] = {1};
     expect(TVN_putqobj(task, 1, i, j, one), TVN_RES_ERR_QOBJ_UPPER_TRIANGLE, "putqobj");
     expect(TVN_putqconk(task, 0, 1, i, j, one), TVN_RES_ERR_QCON_UPPER_TRIANGLE, "putqconk");
+    expect(TVN_putqcon(task, 1, i, i, j, one), TVN_RES_ERR_QCON_UPPER_TRIANGLE, "putqcon");
+    expect(TVN_putqobjij(task, 0, 1, 1.0), TVN_RES_ERR_QOBJ_UPPER_TRIANGLE, "putqobjij");
+    expect(TVN_putqobj(task, 1, j, i, bad), TVN_RES_ERR_INV_QOBJ_VAL, "putqobj");
+    expect(TVN_putqobjij(task, 1, 0, bad[0]), TVN_RES_ERR_INV_QOBJ_VAL, "putqobjij");
+    expect(TVN_putqconk(task, 0, 1, j, i, bad), TVN_RES_ERR_INV_QCON_VAL, "putqconk");
   }
 }
 

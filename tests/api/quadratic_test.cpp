@@ -14,7 +14,7 @@ namespace {
 
 struct Quadratic : EnvTask {
   void set(int32_t param, int32_t value) { ASSERT_EQ(TVN_putintparam(task, param, value), TVN_RES_OK); }
-  // sign: -1 for the maximisation of the same problem, entries above the diagonal and in two halves.
+  // sign: -1 for the maximisation of the same problem, each entry in two halves.
   void put(qp_case& k, double sign) {
     lp_case p = sign < 0 ? negated(k.p) : k.p;
     ASSERT_EQ(input(task, p), TVN_RES_OK);

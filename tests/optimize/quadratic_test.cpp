@@ -143,3 +143,47 @@ TEST_F(Quadratic, PolishBringsLostDigitsBackAndSpoilsNothing) {
   std::printf("%d of %d\n", clean, num);
   EXPECT_GE(clean, num * 3 / 4);
 }
+
+// Free columns, equality rows: x and y by elimination in fractions.
+TEST_F(Quadratic, EqualitiesHaveTheExactAnswer) {
+  int compared = 0;
+  for (uint64_t seed = 0; seed < 600; seed++) {
+    std::mt19937_64 rng(seed);
+    const size_t n = 2 + rng() % 5, m = rng() % n, all = n + m;
+    const auto entry = [&] { return static_cast<int64_t>(rng() % 7) - 3; };
+    qp_case k;
+    std::vector<std::vector<int64_t>> dense(m, std::vector<int64_t>(n));
+    for (auto& row : dense)
+      for (int64_t& a : row) a = entry();
+    k.p.m = int32_t(m), k.p.n = int32_t(n);
+    for (size_t j = 0; j < n; j++) {
+      for (size_t i = 0; i < m; i++) k.p.put(int32_t(i), double(dense[i][j]));
+      k.p.end_column(double(entry()), -1e30, 1e30);
+    }
+    for (size_t i = 0; i < m; i++) k.p.blc.push_back(double(entry()));
+    k.p.buc = k.p.blc;
+    k.put(random_q(rng, n, static_cast<q_kind>(1 + seed % 4)));
+    std::vector<std::vector<fraction>> rows(all, std::vector<fraction>(all + 1));
+    for (size_t i = 0; i < all; i++)
+      for (size_t j = 0; j < all; j++)
+        rows[i][j] = i < n && j < n    ? fraction(int64_t(k.q[i][j]))
+                     : i >= n && j < n ? fraction(dense[i - n][j])
+                     : i < n           ? fraction(-dense[j - n][i])
+                                       : fraction();
+    for (size_t i = 0; i < all; i++) rows[i][all] = fraction(int64_t(i < n ? -k.p.c[i] : k.p.blc[i - n]));
+    std::vector<double> exact;
+    try {
+      exact = eliminate(rows);
+    } catch (const std::overflow_error&) { continue; }
+    if (exact.empty()) continue; // singular
+    const lp_point s = solve(k, varied(seed));
+    SCOPED_TRACE(seed);
+    EXPECT_EQ(info.solsta, tvn::sol_optimal);
+    double largest = 1;
+    for (const double v : exact) largest = std::max(largest, std::fabs(v));
+    for (size_t i = 0; i < all; i++) EXPECT_NEAR(i < n ? s.xx[i] : s.y[i - n], exact[i], 1e-8 * largest) << i;
+    compared++;
+  }
+  std::printf("%d\n", compared);
+  EXPECT_GT(compared, 300);
+}

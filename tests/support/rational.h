@@ -39,6 +39,24 @@ inline fraction operator*(fraction a, fraction b) { return {a.num * b.num, a.den
 inline fraction operator/(fraction a, fraction b) { return {a.num * b.den, a.den * b.num}; }
 inline bool operator<(fraction a, fraction b) { return (a - b).sign() < 0; }
 
+// x of rows [A | b]; empty for a singular A.
+inline std::vector<double> eliminate(std::vector<std::vector<fraction>>& rows) {
+  const size_t n = rows.size();
+  for (size_t q = 0; q < n; q++) {
+    size_t r = q;
+    while (r < n && rows[r][q].sign() == 0) r++;
+    if (r == n) return {};
+    std::swap(rows[r], rows[q]);
+    for (size_t k = n + 1; k-- > q;) rows[q][k] = rows[q][k] / rows[q][q];
+    for (size_t i = 0; i < n; i++)
+      for (size_t k = n + 1; i != q && rows[i][q].sign() != 0 && k-- > q;)
+        rows[i][k] = rows[i][k] - rows[i][q] * rows[q][k];
+  }
+  std::vector<double> x;
+  for (const auto& row : rows) x.push_back(row.back().value());
+  return x;
+}
+
 enum class exact_status { optimal, infeasible, unbounded };
 struct exact_result {
   exact_status status;
