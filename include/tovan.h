@@ -729,12 +729,16 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_DPAR_DATA_TOL_X 14 /* default 1e-8, >= 0. Values that are no larger count as 0 when the change of a bound
     decides what stays known of a solution. */
 #define TVN_DPAR_FEASREPAIR_TOL 15 /* default 1e-10, 1e-16 to 1e16. No effect yet. */
-#define TVN_DPAR_INTPNT_CO_TOL_DFEAS 16 /* default 1e-8, 0 to 1. No effect yet. */
-#define TVN_DPAR_INTPNT_CO_TOL_INFEAS 17 /* default 1e-8, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_CO_TOL_DFEAS 16 /* default 1e-8, 0 to 1. Dual residual that the conic optimizer aims at,
+    relative to the costs. */
+#define TVN_DPAR_INTPNT_CO_TOL_INFEAS 17 /* default 1e-8, 0 to 1. Violation of a certificate, relative to its
+    objective, at which the conic optimizer proposes it. */
 #define TVN_DPAR_INTPNT_CO_TOL_MU_RED 18 /* default 1e-8, 0 to 1. No effect yet. */
 #define TVN_DPAR_INTPNT_CO_TOL_NEAR_REL 19 /* default 100, >= 1. No effect yet. */
-#define TVN_DPAR_INTPNT_CO_TOL_PFEAS 20 /* default 1e-8, 0 to 1. No effect yet. */
-#define TVN_DPAR_INTPNT_CO_TOL_REL_GAP 21 /* default 1e-8, 0 to 1. No effect yet. */
+#define TVN_DPAR_INTPNT_CO_TOL_PFEAS 20 /* default 1e-8, 0 to 1. Primal residual that the conic optimizer aims at,
+    relative to the right-hand sides. */
+#define TVN_DPAR_INTPNT_CO_TOL_REL_GAP 21 /* default 1e-8, 0 to 1. Gap between the objectives that the conic optimizer
+    aims at, relative to the objective. */
 #define TVN_DPAR_INTPNT_NL_MERIT_BAL 22 /* default 0.0001, 0 to 0.99. No effect yet. */
 #define TVN_DPAR_INTPNT_NL_TOL_DFEAS 23 /* default 1e-8, 0 to 1. No effect yet. */
 #define TVN_DPAR_INTPNT_NL_TOL_MU_RED 24 /* default 1e-12, 0 to 1. No effect yet. */

@@ -352,7 +352,7 @@ TEST_F(Solve, AnOptimizerThatCannotTakeTheProblemLeavesTheSolution) {
     EXPECT_EQ(a.solsta, TVN_SOL_STA_OPTIMAL);
     EXPECT_TRUE(same_bits(before, a.point));
   }
-  set(TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_FREE);
+  set(TVN_IPAR_OPTIMIZER, TVN_OPTIMIZER_DUAL_SIMPLEX);
   const int32_t sub[] = {0};
   const double val[] = {1};
   ASSERT_EQ(TVN_putbound(task, TVN_ACC_CON, 0, TVN_BK_UP, 0, 1), TVN_RES_OK);
