@@ -1,6 +1,5 @@
 // See direction.h.
 #include "homo/direction.h"
-#include "homo/quadcone.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,10 +26,6 @@ void newton_make(sysenv& sys, int32_t m, int32_t n, const kktfac_params& params,
   const int32_t more = w.cones.numown;
   for (buffer<double>* v : {&w.h, &w.rp, &w.px}) v->reset(sys, n + more, 0.0);
   for (buffer<double>* v : {&w.rd, &w.py}) v->reset(sys, m + more, 0.0);
-  if (more > 0) {
-    w.own.reset(sys, m + more, 0.0);
-    std::fill_n(w.own.data() + m, more, 1.0);
-  }
   if (w.cones.any()) {
     w.bx.reset(sys, n + more);
     w.by.reset(sys, m + more);
@@ -49,7 +44,6 @@ newton_code newton_factor(newton& w) {
   numbers.rp = w.rp.data();
   numbers.rd = w.rd.data();
   numbers.hoff = w.hoff;
-  numbers.d = w.own.empty() ? nullptr : w.own.data();
   w.worst = 0;
   return code_of(TVN_kktfac_numfac(w.k, numbers));
 }
@@ -89,12 +83,7 @@ newton_code newton_fixed(newton& w) noexcept {
 }
 
 void newton_scaled(const newton& w, double* v) noexcept {
-  const cone_system& c = w.cones;
-  for (int32_t k = 0; k < c.num; k++) {
-    double* const to = v + (c.beg[k] - c.first);
-    std::copy_n(w.bx.data() + c.beg[k], c.size(k), to);
-    if (c.own[k] >= 0) quadcone_times(c.theta[k], c.scaling(k), c.size(k), to);
-  }
+  std::copy_n(w.bx.data() + w.cones.first, w.cones.nummember(), v);
 }
 
 double newton_proximal(const newton& w) noexcept {

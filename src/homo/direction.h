@@ -21,10 +21,9 @@ enum class newton_code : int32_t { ok = 0, inaccurate = 1, failed = 2, stopped =
 struct newton {
   kktfac k;
   int32_t n = 0, m = 0;
-  buffer<double> h, rp, rd;     // [n] [n] [m] numbers of the factor, with those of cones behind
+  buffer<double> h, rp, rd;     // numbers of the factor: [n] [n] [m], and behind those what large cones add
   const double* hoff = nullptr; // of H beside its diagonal, by place in the pattern of the analysis; null: none
   cone_system cones;            // set before newton_make; the system has their columns and rows, too
-  buffer<double> own;           // [rows of the system] D: 1 for rows of cones; empty: there are none
   buffer<double> bx, by;        // of the last solve, in terms of the system, where there are cones
   buffer<double> px, py;        // [n] [m] fixed direction: tau enters others by it
   buffer<double> vpx;           // [members of cones] W px

@@ -25,6 +25,7 @@ constexpr double tighten_factor = 1e-2;
 constexpr int32_t max_judged = 2;
 constexpr int32_t max_idle = 30; // iterations without a better point than before; greenbea has 9 in a row
 constexpr double least_share = 0.01, most_share = 0.5; // of mu that a pair keeps which blocks
+constexpr double cone_share = 0.1;                     // the least where one step has to suit all pairs
 constexpr double near_factor = 100;                    // of the tolerances of an optimum that is near
 constexpr double worse = 10;                           // mu of a step that is taken back, unless the residuals fell
 
@@ -219,7 +220,7 @@ hom_steps step_of(const hom_run& run) noexcept {
   hom_steps a = run.move.a;
   if (!run.param->diffstep) a.p = a.d = a.least();
   return hom_shorten(run.d, run.now, run.move.dir, a, run.param->tolrelstep,
-                     std::clamp(run.param->tolpath, least_share, most_share));
+                     std::clamp(run.param->tolpath, run.d.numcone > 0 ? cone_share : least_share, most_share));
 }
 
 // What rounding leaves outside of a cone takes a shorter step.
@@ -298,8 +299,9 @@ void propose_near(hom_run& run) {
   hom_getpoint(run.d, from.point, from.f, solsta, *run.out);
 }
 
-kktfac_params factor_params(const hs_param& param, run_watch& watch) noexcept {
+kktfac_params factor_params(const hs_param& param, bool cones, run_watch& watch) noexcept {
   kktfac_params p;
+  p.definite = cones;
   p.ktpe = param.form;
   p.ordtpe = param.order;
   p.densecol = param.densecol;
@@ -323,7 +325,7 @@ void make(hom_run& run) {
   run.r.rd.reset(sys, d.n);
   if (d.q.any()) run.r.qx.reset(sys, d.n);
   cone_system_make(sys, d, run.w.cones);
-  newton_make(sys, d.m, d.n, factor_params(*run.param, *run.watch), run.w);
+  newton_make(sys, d.m, d.n, factor_params(*run.param, d.numcone > 0, *run.watch), run.w);
   run.w.proximal = run.param->regularization;
 }
 

@@ -40,6 +40,7 @@ struct kktfac_params {
   int32_t maxrefine = 3;     // steps of refinement of a solve
   double tolrefine = 4e-15;  // residual, relative to its largest term, that needs none
   double tolkrylov = 1e-13;  // above it corrections are combined
+  bool definite = false;     // H is well conditioned though it has entries beside its diagonal
   bool useprecision = false; // residuals in long double: the last digits of x and y, at several times the cost
   matker_isa isa = matker_isa::avx512; // best instruction set of the kernels
   int32_t numthr = 1;                  // threads of a factorisation, with the same bits

@@ -36,7 +36,7 @@ constexpr floor_pair floors_quadratic[] = {{1e-8, 1e-8}, {1e-6, 1e-6}, {1e-12, 1
 constexpr double below_floor = 1e-4; // a pivot of the big system may be so much smaller
 
 std::span<const floor_pair> floors_of(const kktfac& k) noexcept {
-  if (k.q.beg) return floors_quadratic;
+  if (k.q.beg && !k.params.definite) return floors_quadratic;
   return floors_diagonal;
 }
 
