@@ -96,22 +96,6 @@ void put_keys(const problem_view& lp, solution_view& sol) {
       sol.skx[j] = key_by_values(lp.bkx[j], sol.xx[j], lp.blx[j], lp.bux[j], sol.slx[j], sol.sux[j]);
 }
 
-// The problem with ranges of width 0 as what they are: inside them is no room.
-struct plain_problem {
-  problem_view lp;
-  buffer<int32_t> bkc, bkx;
-
-  plain_problem(sysenv& sys, const problem_view& given) : lp(given), bkc(sys, given.numcon), bkx(sys, given.numvar) {
-    const auto plain = [](int32_t bk, double bl, double bu) {
-      return bk == bk_ra && bl == bu ? static_cast<int32_t>(bk_fx) : bk;
-    };
-    for (int32_t i = 0; i < lp.numcon; i++) bkc[i] = plain(given.bkc[i], given.blc[i], given.buc[i]);
-    for (int32_t j = 0; j < lp.numvar; j++) bkx[j] = plain(given.bkx[j], given.blx[j], given.bux[j]);
-    lp.bkc = bkc.data();
-    lp.bkx = bkx.data();
-  }
-};
-
 } // namespace
 
 void TVN_opt_ipmslv(sysenv& sys, const problem_view& given, const ipm_param& wanted, ipm_info& info,
@@ -138,8 +122,8 @@ void TVN_opt_ipmslv(sysenv& sys, const problem_view& given, const ipm_param& wan
   attempts tries{run, {}, {}};
   ipm_param direct = param, other = param; // what may work where the settings do not
   direct.presolve = false;
-  bool stands = near.numfar > 0 && tries.make(near.lp, param);
-  if (!stands && near.numfar > 0 && info.numruns == 0) stands = tries.make(near.lp, direct);
+  bool stands = near.numchanged > 0 && tries.make(near.lp, param);
+  if (!stands && near.numchanged > 0 && info.numruns == 0) stands = tries.make(near.lp, direct);
   if (!stands) stands = tries.make(lp, param);
   if (!stands && info.numruns == 0) stands = tries.make(lp, direct); // presolve has seen that there is no dual point
   other.hs.start = hs_startpoint::constant;

@@ -223,21 +223,21 @@ int32_t without_far(int32_t bk, double bl, double bu, int32_t key) {
   return lower ? bk_lo : upper ? bk_up : bk_fr;
 }
 
+int32_t without_width(int32_t bk, double bl, double bu) {
+  return bk == bk_ra && bl == bu ? static_cast<int32_t>(bk_fx) : bk;
+}
+
 } // namespace
 
-near_problem::near_problem(sysenv& sys, const problem_view& given, const solution_view* keys)
-    : lp(given), bkc(sys, given.numcon), bkx(sys, given.numvar) {
-  for (int32_t i = 0; i < lp.numcon; i++) {
-    bkc[i] = without_far(given.bkc[i], given.blc[i], given.buc[i], keys ? keys->skc[i] : sk_unk);
-    numfar += bkc[i] != given.bkc[i];
-  }
-  for (int32_t j = 0; j < lp.numvar; j++) {
-    bkx[j] = without_far(given.bkx[j], given.blx[j], given.bux[j], keys ? keys->skx[j] : sk_unk);
-    numfar += bkx[j] != given.bkx[j];
-  }
-  lp.bkc = bkc.data();
-  lp.bkx = bkx.data();
-}
+near_problem::near_problem(sysenv& sys, const problem_view& p, const solution_view* keys)
+    : rekeyed_problem(
+          sys, p, [&](int32_t i) { return without_far(p.bkc[i], p.blc[i], p.buc[i], keys ? keys->skc[i] : sk_unk); },
+          [&](int32_t j) { return without_far(p.bkx[j], p.blx[j], p.bux[j], keys ? keys->skx[j] : sk_unk); }) {}
+
+plain_problem::plain_problem(sysenv& sys, const problem_view& p)
+    : rekeyed_problem(
+          sys, p, [&](int32_t i) { return without_width(p.bkc[i], p.blc[i], p.buc[i]); },
+          [&](int32_t j) { return without_width(p.bkx[j], p.blx[j], p.bux[j]); }) {}
 
 double TVN_prslv_foldedcost(const problem_view& lp, int32_t j) {
   long double c = lp.c[j];

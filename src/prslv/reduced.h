@@ -37,15 +37,33 @@ struct editable_problem {
 
 void TVN_prslv_copyeditable(sysenv& sys, const problem_view& lp, editable_problem& e);
 
+// The problem with bound keys of its own.
+struct rekeyed_problem {
+  problem_view lp;
+  buffer<int32_t> bkc, bkx;
+  int64_t numchanged = 0;
+
+  // forrow, forcol: the key for row i, column j.
+  template <class R, class C>
+  rekeyed_problem(sysenv& sys, const problem_view& given, R forrow, C forcol)
+      : lp(given), bkc(sys, given.numcon), bkx(sys, given.numvar) {
+    for (int32_t i = 0; i < lp.numcon; i++) numchanged += (bkc[i] = forrow(i)) != given.bkc[i];
+    for (int32_t j = 0; j < lp.numvar; j++) numchanged += (bkx[j] = forcol(j)) != given.bkx[j];
+    lp.bkc = bkc.data();
+    lp.bkx = bkx.data();
+  }
+};
+
 // The problem without its far bounds, but for those that a start rests on: an item that rests so far out leaves no
 // digits to the others. What is optimal for it and keeps them is optimal, and what proves it infeasible proves the
 // other so. keys: of a start, or null.
-struct near_problem {
-  problem_view lp;
-  buffer<int32_t> bkc, bkx;
-  int64_t numfar = 0;
-
+struct near_problem : rekeyed_problem {
   near_problem(sysenv& sys, const problem_view& given, const solution_view* keys);
+};
+
+// The problem with ranges of width 0 as what they are: inside them is no room.
+struct plain_problem : rekeyed_problem {
+  plain_problem(sysenv& sys, const problem_view& given);
 };
 
 // c_j with its share of the costs of rows: cc'(A x) = (A'cc)'x.

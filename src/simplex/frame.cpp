@@ -219,7 +219,7 @@ void optimize_near(const simplex_run& run) {
   simplex_info& info = run.info;
   const near_problem near(run.sys, run.lp, run.param.hotstart != start_none ? &run.sol : nullptr);
   optimize_reformulated(run.on(near.lp));
-  if (near.numfar == 0) return;
+  if (near.numchanged == 0) return;
   const int32_t claim = info.solsta;
   const bool holds = TVN_simplex_settlestatus(run);
   // A bound of the objective from the duals holds with more bounds, too; a point must be one of the user's.
