@@ -101,7 +101,6 @@ void put_keys(const problem_view& lp, solution_view& sol) {
 void TVN_opt_ipmslv(sysenv& sys, const problem_view& given, const ipm_param& wanted, ipm_info& info,
                     const ipm_progress& progress, solution_view& sol, basis_run* basis) {
   ipm_param param = wanted;
-  if (given.cone.any()) param.presolve = false; // it knows no cones
   const plain_problem own(sys, given);
   const problem_view& lp = own.lp;
   info = {};

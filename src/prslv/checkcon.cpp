@@ -64,7 +64,7 @@ void check_row(prslv_context& x, int32_t i) {
   if (x.connz[i] == 0) return TVN_prslv_conempty(x, i);
   if (x.connz[i] == 1) {
     const auto [j, a] = TVN_prslv_getconsin(x, i);
-    if (may_bound(x, j) && std::fabs(a) > leastsingleton) return TVN_prslv_consin(x, i);
+    if (may_bound_by(x, i, j) && std::fabs(a) > leastsingleton) return TVN_prslv_consin(x, i);
   }
   if (x.connz[i] == 2 && con_lower(x, i) == con_upper(x, i) && prslv_doubletoncon(x, i)) return;
   check_activity(x, i);

@@ -26,7 +26,7 @@ enum class prslv_term : int8_t {
   none = 0,
   objective = 1, // in Q: it may be bounded and fixed
   row = 2,       // in a quadratic row: left alone
-  cone = 3,      // it may be bounded; what becomes of it is the cone's to say
+  cone = 3,      // what becomes of it is the cone's to say
 };
 
 // The problem, with vectors that presolve may edit. Column j of A holds positions ptrb[j] .. ptre[j]-1.

@@ -183,8 +183,12 @@ inline bool is_linear(const prslv_context& x, int32_t j) { return x.q.term[j] ==
 inline bool may_move(const prslv_context& x, int32_t j) {
   return is_linear(x, j) || x.q.term[j] == prslv_term::objective;
 }
-inline bool may_bound(const prslv_context& x, int32_t j) {
-  return (may_move(x, j) || x.q.term[j] == prslv_term::cone) && !is_integer(x, j);
+inline bool may_bound(const prslv_context& x, int32_t j) { return may_move(x, j) && !is_integer(x, j); }
+// Whether row i, of column j alone, may become its bound. Bounds of members of cones are rows again for the optimizer,
+// but for a 0, which makes cones smaller.
+inline bool may_bound_by(const prslv_context& x, int32_t i, int32_t j) {
+  return may_bound(x, j) || (x.q.term[j] == prslv_term::cone && !is_integer(x, j) && con_lower(x, i) == 0 &&
+                             con_upper(x, i) == 0);
 }
 inline bool may_substitute(const prslv_context& x, int32_t j) { return is_linear(x, j) && !is_integer(x, j); }
 inline bool may_use_dual(const prslv_context& x, int32_t j) { return is_linear(x, j) && !is_integer(x, j); }

@@ -127,7 +127,7 @@ prslv_code prslv_init(prslv_context& x) {
   for (int32_t i = 0; i < x.p.numcon && x.status == prs_undecided; i++) {
     if (!x.conlive[i] || !x.conlin[i] || x.connz[i] != 1) continue;
     const auto [j, a] = TVN_prslv_getconsin(x, i);
-    if (may_bound(x, j) && std::fabs(a) > leastsingleton) TVN_prslv_consin(x, i, rt_initialconsin);
+    if (may_bound_by(x, i, j) && std::fabs(a) > leastsingleton) TVN_prslv_consin(x, i, rt_initialconsin);
     if (TVN_prslv_stopped(x.run, 1)) return prslv_code::stopped;
   }
   return prslv_code::ok;
@@ -183,7 +183,9 @@ prslv_code one_step(prslv_context& x, due& d, bool& changed) {
 
 // The eliminator runs when the simple reductions are exhausted, again and again while it gains: what one run
 // substitutes makes other columns free. Runs that gain little are counted, since each costs a look at the whole matrix.
+// Not beside cones: chainsing_1000_3 took 39 iterations of an interior point instead of 16, for the lost digits.
 prslv_code eliminate(prslv_context& x, due& d) {
+  if (x.cone.num > 0) return prslv_code::ok;
   if (!d.eliminator || d.simple || x.status != prs_undecided || d.eliminated == TVN_prslv_getnumred(x))
     return prslv_code::ok;
   const auto num = [&] { return x.run.stats->numred[rt_elimination]; };
