@@ -100,8 +100,9 @@ ipm_param TVN_interiorparam(const task& t, bool maximize) {
 }
 
 int32_t TVN_usedthreads(const task& t) {
-  const int32_t cores = std::max(1, TVN_sysenv_getnumcores(t.sys->mach));
   const int32_t asked = t.params.ival[TVN_IPAR_INTPNT_NUM_THREADS];
+  if (asked == 1) return 1; // to count cores takes longer than a small problem
+  const int32_t cores = std::max(1, TVN_sysenv_getnumcores(t.sys->mach));
   return asked <= 0 ? cores : std::min(asked, cores);
 }
 
