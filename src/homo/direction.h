@@ -26,6 +26,7 @@ struct newton {
   cone_system cones;            // set before newton_make; the system has their columns and rows, too
   buffer<double> bx, by;        // of the last solve, in terms of the system, where there are cones
   buffer<double> px, py;        // [n] [m] fixed direction: tau enters others by it
+  buffer<double> work;          // [n] with Q
   buffer<double> vpx;           // [members of cones] W px
   double pivot = 0;             // of tau, after elimination of x and y; positive
   bool proximal = true;         // false: solves aim at the system without Rp and Rd

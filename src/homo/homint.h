@@ -31,14 +31,13 @@ struct hom_quadratic {
   }
   // to := Q x.
   void multiply(const double* x, double* to) const noexcept;
-  // v'Qv where v(j) gives v_j, at least 0.
-  template <class F> double form(F v) const noexcept {
+  // v'Qv, at least 0.
+  double form(const double* v) const noexcept {
     double sum = 0;
     for (int64_t j = 0; j < diag.size(); j++) {
-      const double vj = v(j);
       double row = 0;
-      for (int64_t p = beg.empty() ? 0 : beg[j]; p < (beg.empty() ? 0 : beg[j + 1]); p++) row += val[p] * v(sub[p]);
-      sum += vj * (diag[j] * vj + 2 * row);
+      for (int64_t p = beg.empty() ? 0 : beg[j]; p < (beg.empty() ? 0 : beg[j + 1]); p++) row += val[p] * v[sub[p]];
+      sum += v[j] * (diag[j] * v[j] + 2 * row);
     }
     return std::max(sum, 0.0);
   }

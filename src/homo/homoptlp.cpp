@@ -326,6 +326,7 @@ void make(hom_run& run) {
   if (d.q.any()) run.r.qx.reset(sys, d.n);
   cone_system_make(sys, d, run.w.cones);
   newton_make(sys, d.m, d.n, factor_params(*run.param, d.numcone > 0, *run.watch), run.w);
+  if (d.q.any()) run.w.work.reset(sys, d.n);
   run.w.proximal = run.param->regularization;
 }
 

@@ -57,15 +57,17 @@ void put_fixed(const hom_data& d, const hom_point& p, newton& w) noexcept {
     for (int64_t q = d.beg[j]; q < d.beg[j + 1]; q++) w.py[d.sub[q]] -= d.val[q] * at;
   }
   if (d.q.beg.empty()) return;
-  const auto share = [&](int32_t j) { return j >= d.up0() && j < d.npos ? share_of(d, p, w, j - d.up0()).x : 0.0; };
+  double* const share = w.work.data();
+  std::fill_n(share, d.n, 0.0);
+  for (int32_t k = 0; k < d.nup; k++) share[d.up0() + k] = share_of(d, p, w, k).x;
   for (int32_t j = 0; j < d.n; j++)
     for (int64_t q = d.q.beg[j]; q < d.q.beg[j + 1]; q++) {
-      w.px[j] -= d.q.val[q] * share(d.q.sub[q]);
-      w.px[d.q.sub[q]] -= d.q.val[q] * share(j);
+      w.px[j] -= d.q.val[q] * share[d.q.sub[q]];
+      w.px[d.q.sub[q]] -= d.q.val[q] * share[j];
     }
 }
 
-double tau_pivot(const hom_data& d, const hom_point& p, const newton& w) noexcept {
+double tau_pivot(const hom_data& d, const hom_point& p, newton& w) noexcept {
   double sum = p.kappa / p.tau + newton_proximal(w);
   for (int32_t j = 0; j < d.up0(); j++) sum += p.s[j] / p.x[j] * w.px[j] * w.px[j];
   for (int32_t k = 0; k < d.nup; k++) {
@@ -76,11 +78,11 @@ double tau_pivot(const hom_data& d, const hom_point& p, const newton& w) noexcep
   }
   for (const double v : w.vpx) sum += v * v;
   if (!d.q.any()) return sum;
-  return sum + d.q.form([&](int64_t j) {
+  for (int32_t j = 0; j < d.n; j++) {
     const bool ranged = j >= d.up0() && j < d.npos;
-    const double x = ranged ? w.px[j] + share_of(d, p, w, static_cast<int32_t>(j) - d.up0()).x : w.px[j];
-    return x - p.x[j] / p.tau;
-  });
+    w.work[j] = (ranged ? w.px[j] + share_of(d, p, w, j - d.up0()).x : w.px[j]) - p.x[j] / p.tau;
+  }
+  return sum + d.q.form(w.work.data());
 }
 
 // W (lambda \ r) to the right side.
