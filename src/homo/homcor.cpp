@@ -18,7 +18,6 @@ constexpr double low_pair = 0.1, high_pair = 10; // of the products aimed at
 constexpr double longer = 1.5, more = 0.3;       // what a further corrector aims at
 constexpr double least_gain = 0.02;              // of the gain aimed at
 constexpr double least_weight = 0.5;
-constexpr int32_t num_weights = 8;
 
 // At most 0.5: more, after a bad predictor, makes the next one no better.
 double centring(double a) noexcept {
@@ -86,12 +85,14 @@ struct weighing {
 weighing choose_weight(const hom_data& d, const hom_point& p, const hom_move& v, double from) noexcept {
   weighing best;
   best.omega = 1;
-  best.a = hom_maxsteps(d, p, v.dir, &v.cor, 1);
-  for (int32_t t = 1; t <= num_weights && best.a.least() < 0.9; t++) {
-    const double omega = 1 - (1 - from) * t / num_weights;
-    const hom_steps a = hom_maxsteps(d, p, v.dir, &v.cor, omega);
-    if (worth(a) > worth(best.a)) best = {omega, a};
-  }
+  hom_maxsteps(d, p, v.dir, v.cor, {&best.omega, 1}, &best.a);
+  if (best.a.least() >= 0.9) return best;
+  double omega[hom_most_weights];
+  hom_steps a[hom_most_weights];
+  for (int32_t t = 0; t < hom_most_weights; t++) omega[t] = 1 - (1 - from) * (t + 1) / hom_most_weights;
+  hom_maxsteps(d, p, v.dir, v.cor, {omega, hom_most_weights}, a);
+  for (int32_t t = 0; t < hom_most_weights && best.a.least() < 0.9; t++)
+    if (worth(a[t]) > worth(best.a)) best = {omega[t], a[t]};
   return best;
 }
 
@@ -128,7 +129,7 @@ newton_code hom_choosemove(const hom_data& d, const hom_point& p, const hom_resi
   aim_affine(d, p, v.aim);
   newton_code code = hom_search(d, p, r, v.aim, w, v.dir);
   if (code != newton_code::ok) return code;
-  v.affine = v.a = hom_maxsteps(d, p, v.dir, nullptr, 0);
+  v.affine = v.a = hom_maxsteps(d, p, v.dir);
   v.gamma = centring(v.affine.least());
   aim_corrector(d, v.dir, v.gamma, f.mu, 1, v.aim);
   code = hom_search(d, p, r, v.aim, w, v.cor);

@@ -139,10 +139,12 @@ bool hom_inside(const hom_data& d, const hom_point& p) noexcept;
 // Residuals and figures of a point.
 void hom_measure(const hom_data& d, const hom_point& p, hom_residual& r, hom_figures& f) noexcept;
 
-// Largest steps, at most 1, that keep p + a (d + omega e) in orthant and cones; e may be null. With Q or cones both are
-// one.
-hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& dir, const hom_point* e,
-                       double omega) noexcept;
+// Largest steps, at most 1, that keep p + a dir, or p + a[t] (dir + omega[t] e) for some weights, in the cone. With Q
+// or cones both are one: they tie x to the equations of the duals.
+constexpr int32_t hom_most_weights = 8;
+hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& dir) noexcept;
+void hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& dir, const hom_point& e,
+                  array_view<const double> omega, hom_steps* a) noexcept;
 
 // Diagonal of the system, sums for tau, and the factor; then a direction.
 // The scaling of the cones is set.

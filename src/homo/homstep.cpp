@@ -3,6 +3,7 @@
 #include "homo/quadcone.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace tvn {
@@ -12,55 +13,70 @@ namespace {
 // Largest a <= 1 with v + a (d + omega e) >= 0, as the largest -d/v: one division a pair.
 struct blocker {
   double worst = 1; // largest decrease relative to the value; step 1 / worst
-  void see(double v, double d) noexcept {
-    const double r = -d / v;
-    worst = r > worst ? r : worst;
-  }
-  double step() const noexcept { return 1 / worst; }
+  void see(double v, double d) noexcept { raise(-d / v); }
+  void raise(double r) noexcept { worst = r > worst ? r : worst; }
 };
 
-// Few pairs block: a product tells of the others that they do not, at a fifth of what a division costs.
-template <class F> void block_by(int64_t num, const double* v, F d, blocker& b) noexcept {
-  constexpr double sure = 1 - 1e-15; // whatever the product and the quotient are rounded to
-  constexpr int64_t some = 16;
-  for (int64_t from = 0; from < num; from += some) {
-    const int64_t end = std::min(num, from + some);
-    const double bar = sure * b.worst;
-    int32_t any = 0;
-    for (int64_t k = from; k < end; k++) any |= static_cast<int32_t>(-d(k) > bar * v[k]);
-    for (int64_t k = from; any && k < end; k++) b.see(v[k], d(k));
-  }
-}
+// The same for some weights at a time.
+struct blockers {
+  array_view<const double> omega;
+  double low, high; // of them
+  std::array<blocker, hom_most_weights> b;
 
-void block(int64_t num, const double* v, const double* d, const double* e, double omega, blocker& b) noexcept {
-  if (e)
-    block_by(
-        num, v, [=](int64_t k) { return d[k] + omega * e[k]; }, b);
-  else
-    block_by(
-        num, v, [=](int64_t k) { return d[k]; }, b);
-}
+  explicit blockers(array_view<const double> o)
+      : omega(o), low(*std::min_element(o.begin(), o.end())), high(*std::max_element(o.begin(), o.end())) {}
+  void see(double v, double d, double e) noexcept {
+    for (int64_t t = 0; t < omega.size(); t++) b[t].see(v, d + omega[t] * e);
+  }
+  double least() const noexcept {
+    double worst = b[0].worst;
+    for (int64_t t = 1; t < omega.size(); t++) worst = std::min(worst, b[t].worst);
+    return worst;
+  }
+  // Few pairs block: a product tells of the others that they do not, whatever the weight, at a fifth of what a division
+  // costs.
+  void see(int64_t num, const double* v, const double* d, const double* e) noexcept {
+    constexpr double sure = 1 - 1e-15; // whatever the product and the quotient are rounded to
+    constexpr int64_t some = 16;
+    for (int64_t from = 0; from < num; from += some) {
+      const int64_t end = std::min(num, from + some);
+      const double bar = sure * least();
+      int32_t any = 0;
+      for (int64_t k = from; k < end; k++)
+        any |= static_cast<int32_t>(-(d[k] + low * e[k]) > bar * v[k]) |
+               static_cast<int32_t>(-(d[k] + high * e[k]) > bar * v[k]);
+      for (int64_t k = from; any && k < end; k++) see(v[k], d[k], e[k]);
+    }
+  }
+};
 
 } // namespace
 
-hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& dir, const hom_point* e,
-                       double omega) noexcept {
-  blocker both;
-  both.see(p.tau, dir.tau + (e ? omega * e->tau : 0.0));
-  both.see(p.kappa, dir.kappa + (e ? omega * e->kappa : 0.0));
-  blocker x = both, s = both;
-  block(d.npos, p.x, dir.x, e ? e->x : nullptr, omega, x);
-  block(d.nup, p.xup, dir.xup, e ? e->xup : nullptr, omega, x);
-  block(d.npos, p.s, dir.s, e ? e->s : nullptr, omega, s);
-  block(d.nup, p.sup, dir.sup, e ? e->sup : nullptr, omega, s);
-  d.each_cone([&](int32_t v, int32_t, int32_t size) {
-    const double ex = quadcone_decrease(p.vx + v, dir.vx + v, e ? e->vx + v : nullptr, omega, size);
-    const double es = quadcone_decrease(p.vs + v, dir.vs + v, e ? e->vs + v : nullptr, omega, size);
-    x.worst = ex > x.worst ? ex : x.worst;
-    s.worst = es > s.worst ? es : s.worst;
-  });
-  if (d.onestep()) x.worst = s.worst = std::max(x.worst, s.worst);
-  return {x.step(), s.step()};
+void hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& dir, const hom_point& e,
+                  array_view<const double> omega, hom_steps* a) noexcept {
+  blockers x(omega);
+  x.see(p.tau, dir.tau, e.tau);
+  x.see(p.kappa, dir.kappa, e.kappa);
+  blockers s = x;
+  x.see(d.npos, p.x, dir.x, e.x);
+  x.see(d.nup, p.xup, dir.xup, e.xup);
+  s.see(d.npos, p.s, dir.s, e.s);
+  s.see(d.nup, p.sup, dir.sup, e.sup);
+  for (int64_t t = 0; t < omega.size(); t++) {
+    d.each_cone([&](int32_t v, int32_t, int32_t size) {
+      x.b[t].raise(quadcone_decrease(p.vx + v, dir.vx + v, e.vx + v, omega[t], size));
+      s.b[t].raise(quadcone_decrease(p.vs + v, dir.vs + v, e.vs + v, omega[t], size));
+    });
+    if (d.onestep()) x.b[t].worst = s.b[t].worst = std::max(x.b[t].worst, s.b[t].worst);
+    a[t] = {1 / x.b[t].worst, 1 / s.b[t].worst};
+  }
+}
+
+hom_steps hom_maxsteps(const hom_data& d, const hom_point& p, const hom_point& dir) noexcept {
+  const double none = 0;
+  hom_steps a;
+  hom_maxsteps(d, p, dir, dir, {&none, 1}, &a);
+  return a;
 }
 
 namespace {
