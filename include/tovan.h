@@ -734,7 +734,8 @@ typedef int32_t (*TVN_nlgetvafunc)(void *nlhandle, const double *xx, double yo, 
 #define TVN_DPAR_INTPNT_CO_TOL_INFEAS 17 /* default 1e-8, 0 to 1. Violation of a certificate, relative to its
     objective, at which the conic optimizer proposes it. */
 #define TVN_DPAR_INTPNT_CO_TOL_MU_RED 18 /* default 1e-8, 0 to 1. No effect yet. */
-#define TVN_DPAR_INTPNT_CO_TOL_NEAR_REL 19 /* default 100, >= 1. No effect yet. */
+#define TVN_DPAR_INTPNT_CO_TOL_NEAR_REL 19 /* default 100, >= 1. A conic optimum or certificate within so many times
+    the tolerances is near. */
 #define TVN_DPAR_INTPNT_CO_TOL_PFEAS 20 /* default 1e-8, 0 to 1. Primal residual that the conic optimizer aims at,
     relative to the right-hand sides. */
 #define TVN_DPAR_INTPNT_CO_TOL_REL_GAP 21 /* default 1e-8, 0 to 1. Gap between the objectives that the conic optimizer

@@ -26,7 +26,6 @@ constexpr int32_t max_judged = 2;
 constexpr int32_t max_idle = 30; // iterations without a better point than before; greenbea has 9 in a row
 constexpr double least_share = 0.01, most_share = 0.5; // of mu that a pair keeps which blocks
 constexpr double cone_share = 0.1;                     // the least where one step has to suit all pairs
-constexpr double near_factor = 100;                    // of the tolerances of an optimum that is near
 constexpr double worse = 10;                           // mu of a step that is taken back, unless the residuals fell
 
 hs_code code_of(run_stop stop) noexcept {
@@ -185,7 +184,7 @@ bool raise(hom_run& run) noexcept {
 
 // A direction need not be more accurate than the point is good.
 void set_accuracy(hom_run& run) noexcept {
-  const double loosest = run.d.numcone > 0 ? 1e-13 : 1e-7; // of a residual
+  const double loosest = run.d.numcone > 0 ? 1e-11 : 1e-7; // of a residual
   constexpr double krylov = 5, least_krylov = 1e-9;        // above so many tolrefine corrections are combined
   const kktfac_params usual;
   const double left = std::min(run.grade.merit(), run.grade.certificate()) * run.tol.tolgap; // of the error, relative
@@ -284,11 +283,11 @@ void propose_near(hom_run& run) {
   const hom_record& c = run.certificate;
   hom_record& o = run.optimum;
   int32_t solsta = sol_unknown;
-  if (o.grade <= near_factor && (ended || o.grade <= 1) && !is_minimum(run)) {
+  if (o.grade <= run.param->nearrel && (ended || o.grade <= 1) && !is_minimum(run)) {
     solsta = sol_unknown;
   } else if (o.grade <= 1) {
     solsta = sol_optimal;
-  } else if (ended && o.grade <= near_factor) {
+  } else if (ended && o.grade <= run.param->nearrel) {
     solsta = sol_near_optimal;
   } else if (ended && c.grade < HUGE_VAL) {
     const hom_grades g = hom_grade(run.d, *run.param, c.f);
@@ -299,10 +298,10 @@ void propose_near(hom_run& run) {
   hom_getpoint(run.d, from.point, from.f, solsta, *run.out);
 }
 
-kktfac_params factor_params(const hs_param& param, bool cones, run_watch& watch) noexcept {
+kktfac_params factor_params(const hs_param& param, const cone_system& cones, run_watch& watch) noexcept {
   kktfac_params p;
-  p.definite = cones;
-  p.ktpe = param.form;
+  p.definite = cones.any();
+  p.ktpe = cones.numown > 0 ? kkt_form::sqdt : param.form; // whatever is asked for: their H is not diagonal
   p.ordtpe = param.order;
   p.densecol = param.densecol;
   p.isa = param.isa;
@@ -325,7 +324,7 @@ void make(hom_run& run) {
   run.r.rd.reset(sys, d.n);
   if (d.q.any()) run.r.qx.reset(sys, d.n);
   cone_system_make(sys, d, run.w.cones);
-  newton_make(sys, d.m, d.n, factor_params(*run.param, d.numcone > 0, *run.watch), run.w);
+  newton_make(sys, d.m, d.n, factor_params(*run.param, run.w.cones, *run.watch), run.w);
   if (d.q.any()) run.w.work.reset(sys, d.n);
   run.w.proximal = run.param->regularization;
 }

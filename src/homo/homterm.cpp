@@ -29,7 +29,8 @@ double ratio(double figure, double limit) noexcept {
 hom_grades hom_grade(const hom_data& d, const hs_param& tol, const hom_figures& f) noexcept {
   hom_grades g;
   g.primal = ratio(f.pfeas, tol.tolpfeas * (1 + d.normb));
-  g.dual = ratio(f.dfeas, tol.tolpfeas * (1 + d.normc)); // by the primal tolerance: one number drives both
+  // Without cones by the primal tolerance: one number drives both.
+  g.dual = ratio(f.dfeas, (d.numcone > 0 ? tol.toldfeas : tol.tolpfeas) * (1 + d.normc));
   g.gap = ratio(f.gap, tol.tolgap);
   g.ray = certificate_error(f.rayx, -f.cx * d.objunit, d.normc, d.norma) / tol.tolinfeas;
   if (d.q.any())

@@ -52,7 +52,8 @@ struct hs_param {
   bool watchconvexity = false; // nobody has looked whether Q is semidefinite: the factor may tell
   hs_startpoint start = hs_startpoint::free;
   double tolpfeas = 1e-8, toldfeas = 1e-8, tolgap = 1e-8, tolinfeas = 1e-8;
-  double refine = 1; // below 1: an optimum is made that much better than the tolerances, when few iterations do it
+  double nearrel = 100; // of the tolerances: an optimum within that is near
+  double refine = 1;    // below 1: an optimum is made that much better than the tolerances, when few iterations do it
   double tolpath = 1e-8, tolstepsize = 1e-10, tolrelstep = 0.9999, psafe = 1, dsafe = 1;
   objective_cuts cuts; // of the minimisation: end when a point lies below, when none lies so low
   kkt_form form = kkt_form::free;

@@ -13,7 +13,6 @@ namespace {
 
 // Residuals on the user's data are relative to each bound, those of the loop to the largest one.
 constexpr double reltol = 100, relgap = 10;
-constexpr double widening = 100;  // of the tolerances for a near optimum
 constexpr double leasttol = 1e-9; // rounding of the data allows no smaller one
 
 void presolve_line(void* handle, const char* line) {
@@ -272,7 +271,7 @@ void attempt::settle() {
   }
   lp_verdict v = verdict(claim, 1);
   if (!is_answer(v.solsta)) {
-    const lp_verdict wide = verdict(claim, widening);
+    const lp_verdict wide = verdict(claim, run.param.hs.nearrel);
     if (is_answer(wide.solsta)) {
       v = wide;
       v.solsta = near_form(v.solsta);

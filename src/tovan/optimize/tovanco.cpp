@@ -23,6 +23,7 @@ ipm_param conic_param(const task& t, bool maximize) {
   p.hs.toldfeas = dv[TVN_DPAR_INTPNT_CO_TOL_DFEAS];
   p.hs.tolgap = dv[TVN_DPAR_INTPNT_CO_TOL_REL_GAP];
   p.hs.tolinfeas = dv[TVN_DPAR_INTPNT_CO_TOL_INFEAS];
+  p.hs.nearrel = dv[TVN_DPAR_INTPNT_CO_TOL_NEAR_REL];
   return p;
 }
 
