@@ -27,6 +27,13 @@ struct lp_case {
 
   std::vector<int32_t> bkc, bkx; // filled by view()
 
+  struct cone {
+    int32_t type;
+    std::vector<int32_t> members;
+  };
+  std::vector<cone> cones = {};
+  std::vector<int32_t> conetype = {}, conebeg = {}, conesub = {}; // filled by view()
+
   // Columns are made one after the other: entries, then the end.
   void put(int32_t i, double a) {
     if (a == 0) return;
@@ -74,6 +81,13 @@ struct lp_case {
     v.buc = buc.data();
     v.blx = blx.data();
     v.bux = bux.data();
+    conetype.clear(), conebeg = {0}, conesub.clear();
+    for (const cone& k : cones) {
+      conetype.push_back(k.type);
+      conesub.insert(conesub.end(), k.members.begin(), k.members.end());
+      conebeg.push_back(static_cast<int32_t>(conesub.size()));
+    }
+    v.cone = {static_cast<int32_t>(cones.size()), conetype.data(), conebeg.data(), conebeg.data() + 1, conesub.data()};
     return v;
   }
 };

@@ -28,6 +28,20 @@ struct verdict {
   int32_t basics = 0;
 };
 
+// By how much v is outside a cone.
+inline double outside_cone(const lp_case::cone& k, const std::vector<double>& v) {
+  const bool rotated = k.type == tvn::ct_rquad && k.members.size() > 1;
+  double squares = 0, head = v[size_t(k.members[0])];
+  if (rotated) {
+    const double other = v[size_t(k.members[1])];
+    squares = (head - other) * (head - other) / 2;
+    head = (head + other) / std::sqrt(2.0);
+  }
+  for (size_t q = rotated ? 2 : 1; q < k.members.size(); q++)
+    squares += v[size_t(k.members[q])] * v[size_t(k.members[q])];
+  return std::sqrt(squares) - head;
+}
+
 inline verdict judge(const lp_case& p, const lp_point& s) {
   verdict v;
   const std::vector<double> act = activities(p, s.xx);
@@ -61,9 +75,16 @@ inline verdict judge(const lp_case& p, const lp_point& s) {
     widen(v.dual, std::fabs(s.y[i] - s.slc[i] + s.suc[i]));
     widen(v.primal, std::fabs(s.xc[i] - act[i]) / (1 + std::fabs(act[i])));
   }
+  for (const lp_case::cone& k : p.cones) {
+    double product = 0;
+    for (const int32_t j : k.members) product += s.xx[size_t(j)] * s.snx[size_t(j)];
+    widen(v.primal, outside_cone(k, s.xx));
+    widen(v.dual, outside_cone(k, s.snx));
+    widen(v.comp, std::fabs(product));
+  }
   for (size_t j = 0; j < s.xx.size(); j++) {
     side(s.xx[j], p.blx[j], p.bux[j], s.slx[j], s.sux[j], s.skx[j]);
-    double d = p.c[j] - s.slx[j] + s.sux[j];
+    double d = p.c[j] - s.slx[j] + s.sux[j] - s.snx[j];
     for (int64_t e = p.beg[j]; e < p.beg[j + 1]; e++) d -= p.val[size_t(e)] * s.y[size_t(p.sub[size_t(e)])];
     widen(v.dual, std::fabs(d));
   }

@@ -286,6 +286,15 @@ struct auditor {
         d.p.val.push_back(val[size_t(e)]);
       }
     }
+    const tvn::cone_view cones = tvn::TVN_prslv_getcones(ctx);
+    for (int32_t k = 0; k < cones.num; k++) {
+      if (cones.size(k) == 0) continue;
+      d.p.cones.push_back({cones.type[k], {}});
+      for (int32_t e = 0; e < cones.size(k); e++) {
+        const auto place = std::lower_bound(d.var.begin(), d.var.end(), cones.members(k)[e]);
+        d.p.cones.back().members.push_back(static_cast<int32_t>(place - d.var.begin()));
+      }
+    }
     d.p.beg.push_back(static_cast<int64_t>(d.p.sub.size()));
     d.p.m = static_cast<int32_t>(d.con.size());
     d.p.n = static_cast<int32_t>(d.var.size());
@@ -316,6 +325,7 @@ struct auditor {
       point.xx[j] = s.xx[u];
       point.slx[j] = s.slx[u];
       point.sux[j] = s.sux[u];
+      point.snx[j] = s.snx[u];
       for (int64_t e = p.beg[j]; e < p.beg[j + 1]; e++) p.c[j] += d.cc[size_t(p.sub[size_t(e)])] * p.val[size_t(e)];
     }
     if (!optimal) {
@@ -324,6 +334,10 @@ struct auditor {
       return;
     }
     if (offset > 0) return judge_beside(d, p, point);
+    if (!d.p.cones.empty() || !basis) { // keys say nothing
+      std::fill(point.skc.begin(), point.skc.end(), tvn::sk_unk);
+      std::fill(point.skx.begin(), point.skx.end(), tvn::sk_unk);
+    }
     const verdict v = judge(p, point);
     if (!(v.primal <= tol)) note(d, "primal", v.primal);
     if (!(v.dual <= tol)) note(d, "dual", v.dual);
