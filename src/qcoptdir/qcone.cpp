@@ -210,7 +210,7 @@ struct least_point {
     const double* const snx = f.room.sol.snx;
     add_back([&](const qcone_part& p, int32_t k) { return snx[p.var] * lt[p.root + k]; }, hd);
   }
-  void find(double* x) {
+  void find(run_watch& watch, double* x) {
     constexpr double small = 1e-24; // of the squared residual
     const double* const snx = f.room.sol.snx;
     std::fill_n(x, lp.numvar, 0.0);
@@ -218,7 +218,7 @@ struct least_point {
     std::copy(r.begin(), r.end(), d.begin());
     double rr = dot(r, r);
     const double limit = small * rr;
-    for (int64_t step = 0; step < 2 * int64_t{f.roots.num} + 20 && rr > limit; step++) {
+    for (int64_t step = 0; step < 2 * int64_t{f.roots.num} + 20 && rr > limit && !watch.stopped(); step++) {
       multiply();
       const double curve = dot(d, hd);
       if (!(curve > 0)) return;
@@ -235,10 +235,12 @@ struct least_point {
 
 } // namespace
 
-void TVN_setqcqosol(sysenv& sys, const problem_view& lp, const qcone_form& form, int32_t solsta, solution_view& sol) {
+void TVN_setqcqosol(sysenv& sys, const problem_view& lp, const qcone_form& form, int32_t solsta, run_watch& watch,
+                    solution_view& sol) {
   copy_solution(lp.numcon, lp.numvar, form.room.sol, sol);
   if (sol.snx && !lp.cone.any()) std::fill_n(sol.snx, lp.numvar, 0.0);
-  if (solsta == sol_prim_infeas_cer || solsta == sol_near_prim_infeas_cer) least_point(sys, lp, form).find(sol.xx);
+  if (solsta == sol_prim_infeas_cer || solsta == sol_near_prim_infeas_cer)
+    least_point(sys, lp, form).find(watch, sol.xx);
   TVN_prslv_refresh(sys, lp, solsta, sol, false);
 }
 

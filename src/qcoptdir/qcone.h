@@ -9,6 +9,7 @@
 // it is -w's dual, and L times t's dual is y_i Q_i x. Cost: that of the factors.
 #pragma once
 
+#include "misc/runwatch.h"
 #include "misc/solcopy.h"
 #include "qcoptdir/qroot.h"
 
@@ -44,6 +45,7 @@ struct qcone_form {
 
 // The solution in form.room as one of lp, with all duals. That of an infeasible problem gets the point xx at which its
 // sum of constraints is least.
-void TVN_setqcqosol(sysenv& sys, const problem_view& lp, const qcone_form& form, int32_t solsta, solution_view& sol);
+void TVN_setqcqosol(sysenv& sys, const problem_view& lp, const qcone_form& form, int32_t solsta, run_watch& watch,
+                    solution_view& sol);
 
 } // namespace tvn
