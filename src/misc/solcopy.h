@@ -35,6 +35,7 @@ struct solution_room {
     const int64_t m = numcon, n = numvar;
     keys.reset(sys, m + n);
     reals.reset(sys, 4 * m + 4 * n);
+    std::fill_n(reals.data() + 4 * m + 3 * n, n, 0.0); // snx, which nobody sets where there are no cones
     sol.skc = keys.data();
     sol.skx = keys.data() + m;
     double* v = reals.data();

@@ -259,7 +259,7 @@ bool TVN_prslv_isfinite(const problem_view& lp, const solution_view& sol) {
 void TVN_prslv_clearduals(const problem_view& lp, solution_view& sol) {
   for (double* v : {sol.y, sol.slc, sol.suc}) std::fill_n(v, lp.numcon, 0.0);
   for (double* v : {sol.slx, sol.sux}) std::fill_n(v, lp.numvar, 0.0);
-  if (lp.cone.any()) std::fill_n(sol.snx, lp.numvar, 0.0);
+  if (sol.snx) std::fill_n(sol.snx, lp.numvar, 0.0);
 }
 
 void TVN_prslv_clearsolution(const problem_view& lp, solution_view& sol) {

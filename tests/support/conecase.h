@@ -41,14 +41,12 @@ struct cone_case {
     return worst;
   }
   double worst(const lp_point& s) const {
-    lp_case q = p;
     double cost = 1, size = 1;
     for (size_t j = 0; j < s.xx.size(); j++) {
-      q.c[j] -= s.snx[j];
       cost = std::max(cost, 1 + std::fabs(p.c[j]));
       size = std::max(size, 1 + std::fabs(s.xx[j]));
     }
-    const verdict v = judge_values(q, s);
+    const verdict v = judge_values(p, s);
     const double product = std::inner_product(s.xx.begin(), s.xx.end(), s.snx.begin(), 0.0);
     const double objective = std::inner_product(s.xx.begin(), s.xx.end(), p.c.begin(), p.cfix);
     return std::max({v.primal, v.dual / cost, v.comp, std::fabs(product) / (1 + std::fabs(objective)),
