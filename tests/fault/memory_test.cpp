@@ -3,7 +3,7 @@
 //
 // Each script runs with an allocator that fails at its n-th request, for n = 1, 2, ... until the script passes
 // untouched. A step answers TVN_RES_ERR_SPACE or passes; with one failure only, the same step passes when repeated.
-#include "support/lpcase.h"
+#include "support/conecase.h"
 #include "tovan.h"
 
 #include <cstdlib>
@@ -149,6 +149,34 @@ TEST(ShortMemory, InteriorPointInEitherForm) {
                        return code == TVN_RES_OK && solsta != TVN_SOL_STA_OPTIMAL ? TVN_RES_ERR_INTERNAL : code;
                      },
                      summary});
+}
+
+TEST(ShortMemory, ConesFormedAndLarge) {
+  static tvntest::known_cones k = [] {
+    tvntest::known_cones made = tvntest::optimal_cones(4, 12, 40, 14);
+    made.k.view();
+    return made;
+  }();
+  expect_survived(
+      {init, make,
+       [](handles& h) {
+         auto& p = k.k.p;
+         TVNrescodee code = TVN_inputdata64(h.task, p.m, p.n, p.m, p.n, p.c.data(), 0, p.beg.data(), p.beg.data() + 1,
+                                            p.sub.data(), p.val.data(), p.bkc.data(), p.blc.data(), p.buc.data(),
+                                            p.bkx.data(), p.blx.data(), p.bux.data());
+         int32_t num = 0;
+         if (code == TVN_RES_OK) code = TVN_getnumcone(h.task, &num);
+         for (auto c = size_t(num); c < k.k.members.size() && code == TVN_RES_OK; c++)
+           code = TVN_appendcone(h.task, k.k.type[c], 0, int32_t(k.k.members[c].size()), k.k.members[c].data());
+         return code;
+       },
+       optimize,
+       [](handles& h) {
+         int32_t solsta = -1;
+         const TVNrescodee code = TVN_getsolutionstatus(h.task, TVN_SOL_ITR, nullptr, &solsta);
+         return code == TVN_RES_OK && solsta != TVN_SOL_STA_OPTIMAL ? TVN_RES_ERR_INTERNAL : code;
+       },
+       summary});
 }
 
 TEST(ShortMemory, PutByPieces) {

@@ -53,7 +53,7 @@ void dual_measures(solution_check& c, solution_measures& m) {
   const sprmat_view a = TVN_sprmat_viewcols(get_a(c.t));
   for (int32_t j = 0; j < p.numvar; j++) m.maxdeqi = worse(m.maxdeqi, dual_column_residual(p, a, c.m, c.nl, j, false));
   if (s.snx)
-    for (int32_t k = 0; k < p.numcone; k++) m.maxdcni = worse(m.maxdcni, cone_violation(p.cone, s.snx, k));
+    for (int32_t k = 0; k < p.numcone; k++) m.maxdcni = worse(m.maxdcni, cone_violation(p.cone, s.snx, k, -c.m.sign));
 }
 
 TVNrescodee check_measured(task& t, int32_t whichsol, int32_t accmode, int32_t num, const int32_t* sub,
@@ -227,7 +227,8 @@ TVNrescodee TVN_getdcni(TVNtask_t task, int32_t whichsol, const int32_t* sub, in
     if (const TVNrescodee code = check_cones(t, whichsol, num, sub, {dcni, "dcni"})) return code;
     const double* s = TVN_getsolptrs(t, whichsol).snx;
     if (num > 0 && !s) return undefined_measure(t, "dcni");
-    for (int32_t k = 0; k < num; k++) dcni[k] = cone_violation(t.prob.cone, s, sub[k]);
+    const double sign = -make_measured(t, whichsol).sign;
+    for (int32_t k = 0; k < num; k++) dcni[k] = cone_violation(t.prob.cone, s, sub[k], sign);
     return TVN_RES_OK;
   });
 }

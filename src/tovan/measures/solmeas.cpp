@@ -170,7 +170,7 @@ double dual_column_residual(const problem& p, const sprmat_view& a, const measur
   return std::fabs(static_cast<double>(r)) / (normalize ? scale : 1.0);
 }
 
-double cone_violation(const cones& c, const double* x, int32_t k) noexcept {
+double cone_violation(const cones& c, const double* x, int32_t k, double sign) noexcept {
   const int32_t* m = c.members.data() + c.begin[k];
   const int32_t len = c.end[k] - c.begin[k];
   const bool rotated = c.type[k] == TVN_CT_RQUAD;
@@ -181,7 +181,7 @@ double cone_violation(const cones& c, const double* x, int32_t k) noexcept {
     head = (static_cast<long double>(x[m[0]]) + x[m[1]]) / std::sqrt(2.0L);
     squares += 0.5L * gap * gap;
   }
-  return worse(0.0, static_cast<double>(std::sqrt(squares) - head));
+  return worse(0.0, static_cast<double>(std::sqrt(squares) - sign * head));
 }
 
 double integer_violation(double x) noexcept { return worse(0.0, std::min(std::ceil(x) - x, x - std::floor(x))); }

@@ -6,8 +6,8 @@
 #pragma once
 
 #include "tovan/data/data.h"
-#include "tovan/task/scratch.h"
 #include "tovan/solution/sol.h"
+#include "tovan/task/scratch.h"
 
 namespace tvn {
 
@@ -58,7 +58,8 @@ struct row_sums {
 double dual_row_residual(const problem& p, const measured_solution& m, int32_t i, bool normalize) noexcept;
 double dual_column_residual(const problem& p, const sprmat_view& a, const measured_solution& m,
                             const nonlinear_terms& nl, int32_t j, bool normalize) noexcept;
-double cone_violation(const cones& c, const double* x, int32_t k) noexcept;
+// sign: -1 for the duals of a maximisation, which are minus those of a minimisation.
+double cone_violation(const cones& c, const double* x, int32_t k, double sign = 1) noexcept;
 double integer_violation(double x) noexcept;
 
 double primal_objective(const task& t, const measured_solution& m, const nonlinear_terms& nl) noexcept;
