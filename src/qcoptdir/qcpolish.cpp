@@ -21,14 +21,18 @@ namespace tvn {
 namespace {
 
 constexpr int32_t maxsteps = 20;
-constexpr double most = 1e16; // distance over dual: such a row is out of it
+constexpr int32_t patience = 4; // steps that make nothing better
+constexpr double most = 1e16;   // distance over dual: such a row is out of it
 constexpr double regular = 1e-12;
 constexpr double share = 0.1; // of a product that a step leaves
 
-double worst(const lp_residuals& r) {
-  double w = 0;
-  for (const double v : {r.bound, r.row, r.cone, r.activity, r.dualeq, r.dualsign, r.dualcone, r.comp})
-    if (!(v <= w)) w = v;
+// The worst figure, in units of its tolerance.
+double worst(const lp_residuals& r, const lp_tolerances& tol) {
+  double w = r.gap / tol.gap;
+  for (const double v : {r.bound, r.row, r.cone, r.activity})
+    if (!(v / tol.x <= w)) w = v / tol.x;
+  for (const double v : {r.dualeq, r.dualsign, r.dualcone, r.comp})
+    if (!(v / tol.s <= w)) w = v / tol.s;
   return w;
 }
 
@@ -101,15 +105,29 @@ struct polisher {
 
   void put_columns_of(const solution_view& s) {
     TVN_verify_gradient(sys, lp, s.xx, s.y, true, gradient);
-    const auto weight = [](double dual, double dist) { return dual > 0 ? dual / std::max(dist, 0.0) : 0.0; };
+    constexpr double never = std::numeric_limits<double>::infinity();
+    const auto weight = [](double dual, double dist) { return !(dual > 0) ? 0.0 : dist > 0 ? dual / dist : never; };
     for (int32_t j = 0; j < n; j++) {
       h[j] = (has_lower(lp.bkx[j]) ? weight(s.slx[j], s.xx[j] - lp.blx[j]) : 0.0) +
              (has_upper(lp.bkx[j]) ? weight(s.sux[j], lp.bux[j] - s.xx[j]) : 0.0);
       if (lp.bkx[j] == bk_fx || std::isnan(h[j])) h[j] = std::numeric_limits<double>::infinity();
       dx[j] = share * (s.slx[j] - s.sux[j]) - TVN_verify_reducedcost(lp, j, gradient[j], s.y);
     }
-    for (int32_t c = 0; c < lp.cone.num; c++) // what a cone's dual takes up anyway
-      for (int32_t q = 0; q < lp.cone.size(c); q++) h[lp.cone.members(c)[q]] = std::numeric_limits<double>::infinity();
+    hold_cones();
+  }
+
+  // Members of a cone with a multiplier stay: its dual takes up what is left of their gradients. Others are free.
+  void hold_cones() {
+    constexpr double none = 1e-4; // of a multiplier, to 1 + max|c|
+    double largest = 0;
+    for (int32_t j = 0; j < n; j++) largest = std::max(largest, std::fabs(lp.c[j]));
+    for (int32_t c = 0; c < lp.cone.num; c++) {
+      const array_view<const int32_t> member(lp.cone.members(c), lp.cone.size(c));
+      const bool active = std::any_of(member.begin(), member.end(),
+                                      [&](int32_t j) { return std::fabs(f.room.sol.snx[j]) > none * (1 + largest); });
+      if (!active) continue;
+      for (const int32_t j : member) h[j] = std::numeric_limits<double>::infinity();
+    }
   }
 
   void put_rows(const solution_view& s) {
@@ -153,7 +171,7 @@ struct polisher {
     kktfac_numbers numbers;
     numbers.h = h.data(), numbers.rp = rp.data(), numbers.d = d.data(), numbers.rd = rd.data();
     if (TVN_kktfac_numfac(k, numbers) != kktfac_code::ok ||
-        TVN_kktfac_solve(k, kkt_target::exact, 1, dx.data(), dy.data()) != kktfac_code::ok || k.info.inexact)
+        TVN_kktfac_solve(k, kkt_target::exact, 1, dx.data(), dy.data()) != kktfac_code::ok)
       return false;
     const double a = step_length(s);
     for (int32_t j = 0; j < n; j++) {
@@ -184,10 +202,14 @@ bool TVN_qcqo_polish(sysenv& sys, const problem_view& lp, const qcone_form& form
   polisher p(sys, lp, form, progress);
   const kkt_columns a{p.m + p.numroot, p.n + p.numroot, p.ptr.data(), p.ptr.data() + 1, p.sub.data(), p.val.data()};
   if (TVN_kktfac_autosetup(p.k, a, {}) != kktfac_code::ok) return false;
-  double best = worst(TVN_verify_residuals(sys, lp, sol));
+  double best = worst(TVN_verify_residuals(sys, lp, sol), tol);
+  int32_t numworse = 0;
   for (int32_t step = 0; step < maxsteps && p.step(room.sol); step++) {
-    const double now = worst(TVN_verify_residuals(sys, lp, room.sol));
-    if (!(now < best)) break;
+    const double now = worst(TVN_verify_residuals(sys, lp, room.sol), tol);
+    if (!(now < best)) {
+      if (++numworse > patience) break;
+      continue;
+    }
     best = now;
     copy_solution(lp.numcon, lp.numvar, room.sol, sol);
     const lp_verdict v = TVN_verify_claim(sys, lp, sol, sol_optimal, tol);

@@ -179,6 +179,30 @@ TEST(ShortMemory, ConesFormedAndLarge) {
        summary});
 }
 
+// A ball and a slack cone of two, so that the reformulation, the loop and the polish all take memory.
+TEST(ShortMemory, QuadraticRowBesideACone) {
+  static const int32_t sub[] = {0, 1}, members[] = {1, 2};
+  static const double two[] = {2, 2}, cost[] = {-1, -1, 0};
+  expect_survived({init, make, [](handles& h) { return TVN_append(h.task, TVN_ACC_CON, 1); },
+                   [](handles& h) { return TVN_append(h.task, TVN_ACC_VAR, 3); },
+                   [](handles& h) {
+                     TVNrescodee code = TVN_putbound(h.task, TVN_ACC_CON, 0, TVN_BK_UP, 0, 2);
+                     for (int32_t j = 0; j < 3 && code == TVN_RES_OK; j++)
+                       code =
+                           first_of({TVN_putcj(h.task, j, cost[j]),
+                                     TVN_putbound(h.task, TVN_ACC_VAR, j, j == 2 ? TVN_BK_FX : TVN_BK_FR, 0.5, 0.5)});
+                     return code;
+                   },
+                   [](handles& h) { return TVN_putqconk(h.task, 0, 2, sub, sub, two); },
+                   [](handles& h) { return TVN_appendcone(h.task, TVN_CT_QUAD, 0, 2, members); }, optimize,
+                   [](handles& h) {
+                     int32_t solsta = -1;
+                     const TVNrescodee code = TVN_getsolutionstatus(h.task, TVN_SOL_ITR, nullptr, &solsta);
+                     return code == TVN_RES_OK && solsta != TVN_SOL_STA_OPTIMAL ? TVN_RES_ERR_INTERNAL : code;
+                   },
+                   summary});
+}
+
 TEST(ShortMemory, PutByPieces) {
   const auto put = [](int32_t k) {
     return step([k](handles& h) {
