@@ -41,7 +41,6 @@ struct solution_room {
     double* v = reals.data();
     for (double** w : {&sol.xc, &sol.y, &sol.slc, &sol.suc}) *w = v, v += m;
     for (double** w : {&sol.xx, &sol.slx, &sol.sux, &sol.snx}) *w = v, v += n;
-    std::fill_n(sol.snx, n, 0.0); // nobody sets it without cones
   }
 
 private:
