@@ -113,10 +113,6 @@ TVNrescodee choose_linear(task& t) {
   return code;
 }
 
-} // namespace
-
-namespace {
-
 // Quadratic terms and nothing else that is not linear, cones excepted.
 bool is_quadratic(const task& t) { return !has_nlfunc(t) && (has_qobj(t.prob) || has_qcon(t.prob)); }
 
