@@ -44,23 +44,22 @@ tvn::ipm_param varied(uint64_t seed) {
 TEST_F(Quadratic, KnownOptimumIsFound) {
   const uint64_t seeds = num_seeds(400);
   uint64_t solved = 0;
-  for (uint64_t seed = 0; seed < seeds; seed++) {
+  for (uint64_t k = 0; k <= seeds; k++) {
+    const uint64_t seed = k < seeds ? k : 2469; // its duals are far along a ray
     const auto kind = static_cast<q_kind>(seed % 5);
     const auto m = static_cast<int32_t>(2 + seed % 17), n = static_cast<int32_t>(3 + seed % 23);
-    known_qp k = optimal_qp(seed, m, n, kind);
+    known_qp known = optimal_qp(seed, m, n, kind);
     separable = seed % 3 == 0;
-    const lp_point s = solve(k.p, varied(seed));
+    const lp_point s = solve(known.p, varied(seed));
     EXPECT_NE(info.solsta, tvn::sol_prim_infeas_cer) << seed;
     EXPECT_NE(info.solsta, tvn::sol_dual_infeas_cer) << seed;
     if (info.solsta != tvn::sol_optimal) continue;
     solved++;
-    const verdict v = judge_qp(k.p, s);
+    const verdict v = judge_qp(known.p, s);
     EXPECT_LE(v.primal, 2e-6) << seed;
-    double largest = 0; // dual: the set of them may be unbounded
-    for (const double y : s.y) largest = std::max(largest, std::fabs(y));
-    EXPECT_LE(v.dual, 2e-5 + 1e-15 * largest) << seed;
+    EXPECT_LE(v.dual, 2e-5) << seed;
     EXPECT_LE(v.gap, 2e-6) << seed;
-    EXPECT_NEAR(info.objective, k.objective, 1e-6 * (1 + std::fabs(k.objective))) << seed;
+    EXPECT_NEAR(info.objective, known.objective, 1e-6 * (1 + std::fabs(known.objective))) << seed;
   }
   std::printf("%d of %d\n", int(solved), int(seeds));
   EXPECT_GE(solved, seeds - seeds / 200);
