@@ -10,6 +10,7 @@ namespace tvn {
 namespace {
 
 constexpr double zeropivot = 1e-13; // of Q with a unit diagonal
+constexpr double noentry = 1e-13;   // of L for such a Q: it has cancelled, and would spoil the scaling
 constexpr double tolconvex = 1e-6;  // as of the interior-point loop, which has the last word
 
 // The factor of Q, scaled to a unit diagonal.
@@ -57,7 +58,7 @@ struct root_factor {
         const double root = std::sqrt(f.d[k]);
         for (int64_t r = k - s.snbeg[node]; r < height; r++) {
           const double l = row[r] == k ? 1.0 : column[r];
-          if (l == 0) continue;
+          if (!(root * std::fabs(l) > noentry)) continue;
           const int32_t j = s.perm[row[r]];
           rows.sub.push_back(j);
           rows.val.push_back(root * l / scale[j]);
