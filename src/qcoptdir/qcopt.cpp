@@ -121,7 +121,7 @@ void TVN_qcopt_slv(sysenv& sys, const problem_view& lp, const ipm_param& param, 
   TVN_opt_ipmslv(sys, separable.lp, param, info, progress, separable.room.sol);
   copy_solution(lp.numcon, lp.numvar, separable.room.sol, sol);
   if (info.solsta != sol_optimal && info.solsta != sol_prim_infeas_cer && info.solsta != sol_dual_infeas_cer) {
-    if (info.response != hs_code::ok) return;
+    if (info.response != hs_code::ok && info.response != hs_code::stall && info.response != hs_code::numerical) return;
   } else {
     TVN_prslv_refresh(sys, lp, info.solsta, sol, false);
     const lp_verdict v = TVN_verify_claim(sys, lp, sol, info.solsta, TVN_opt_tolerances(param.hs, 1));
