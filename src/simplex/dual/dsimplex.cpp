@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace tvn {
 
@@ -28,10 +29,11 @@ constexpr double tightratio = 0.01; // of the optimality tolerance, for the rati
 constexpr double usualratio = 0.3;  // and otherwise
 constexpr double tightestdual = 1e-7; // optimality tolerance at work, at most that of the user
 constexpr int32_t maxkicks = 8;
-constexpr int64_t triallook = 4;   // iterations from look to look at a trial
-constexpr double trialfree = 0.03; // of the rival's time, which a trial has in any case
-constexpr double trialshare = 0.5; // of it, which the trial has to promise
-constexpr double trialrows = 2;    // iterations that are expected for each row
+constexpr int64_t triallook = 4;    // iterations from look to look at a trial
+constexpr int64_t trialleast = 16;  // of them, before their cost is compared
+constexpr double trialfree = 0.03;  // of the rival's time, which a trial has in any case
+constexpr double trialshare = 0.45; // of it, which the trial has to promise
+constexpr double trialrows = 2;     // iterations that are expected for each row
 
 void store_xb(const dual_state& s, buffer<double>& x) {
   for (int32_t k = 0; k < s.work.m; k++) x[s.fac.head[k]] = s.basic[k].x;
@@ -66,13 +68,16 @@ double predicted_seconds(const dual_state& s) {
          second_entry * s.effort.rows;
 }
 
-// Would a usual number of iterations, each as dear as those so far, take more than the trial may?
-bool is_outpaced(const dual_state& s) {
+// Would a usual number of iterations, each as dear as the last half of those so far, take more than the trial may?
+bool is_outpaced(dual_state& s) {
   if (s.param.rival <= 0 || s.iter % triallook != 0 || s.iter == 0) return false;
-  const double now = predicted_seconds(s);
-  if (now <= trialfree * s.param.rival) return false;
-  const double whole = std::max(now, now / static_cast<double>(s.iter) * trialrows * s.work.m);
-  return whole > trialshare * s.param.rival;
+  const dual_effort::mark now = {s.iter, predicted_seconds(s)};
+  dual_effort& e = s.effort;
+  if (now.iter >= 2 * std::max(e.late.iter, int64_t{trialleast})) e.early = std::exchange(e.late, now);
+  if (now.seconds <= trialfree * s.param.rival) return false;
+  const double each = (now.seconds - e.early.seconds) / static_cast<double>(now.iter - e.early.iter);
+  const double left = trialrows * s.work.m - static_cast<double>(now.iter);
+  return now.seconds + each * std::max(left, 0.0) > trialshare * s.param.rival;
 }
 
 // Clock, user and limits.

@@ -99,6 +99,11 @@ struct dual_trouble {
 struct dual_effort {
   double factor = 0; // work units of factors before the one at hand, and of solves with them
   double rows = 0;   // entries met by pivot rows
+  struct mark {
+    int64_t iter = 0;
+    double seconds = 0;
+  };
+  mark early, late; // at half of the iterations so far or before, and after that
 };
 
 struct dual_state {

@@ -104,7 +104,8 @@ void copy_to_interior(task& t) {
 
 // The free choice for a linear problem: interior point, and from there to a basis.
 TVNrescodee choose_linear(task& t) {
-  const char* const reason = simplex_reason(t);
+  const bool alone = t.params.ival[TVN_IPAR_INTPNT_BASIS] == TVN_BI_NEVER; // the interior solution is what is wanted
+  const char* const reason = alone ? nullptr : simplex_reason(t);
   if (!reason) return TVN_interioroptimizer(t);
   if (is_logged(t, TVN_IPAR_LOG_OPTIMIZER))
     echo(t, TVN_STREAM_MSG, "The linear problem is solved by the simplex optimizer: %s.\n", reason);
