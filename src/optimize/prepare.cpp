@@ -32,6 +32,7 @@ struct preparation {
   prepared_problem& p;
   buffer<int32_t> newrow; // -1: free
   buffer<long double> rhs;
+  buffer<double> terms;     // [numcon] of rhs, without their signs
   buffer<column_kind> kind; // [numvar]
   buffer<int32_t> ownrow;   // [numvar] of a member with bounds of its own, else -1
   buffer<int32_t> ownbk;    // [numvar] what its cone does not imply
@@ -39,8 +40,9 @@ struct preparation {
   int64_t at = 0;           // end of the columns that are made
 
   preparation(sysenv& s, const problem_view& l, prepared_problem& q)
-      : sys(s), lp(l), p(q), newrow(s, l.numcon, -1), rhs(s, l.numcon, 0.0L), kind(s, l.numvar, column_kind::other),
-        ownrow(s, l.numvar, -1), ownbk(s, l.numvar, static_cast<int32_t>(bk_fr)) {}
+      : sys(s), lp(l), p(q), newrow(s, l.numcon, -1), rhs(s, l.numcon, 0.0L), terms(s, l.numcon, 0.0),
+        kind(s, l.numvar, column_kind::other), ownrow(s, l.numvar, -1),
+        ownbk(s, l.numvar, static_cast<int32_t>(bk_fr)) {}
 
   bool is_turned(int32_t k) const { return lp.cone.type[k] == ct_rquad; }
   int32_t size(int32_t k) const { return lp.cone.end[k] - lp.cone.beg[k]; }
@@ -54,7 +56,7 @@ struct preparation {
   void put_column(int32_t k, int32_t j);
   void put_member(int32_t k, int32_t j, int32_t other, double factor, double otherfactor);
   void put_members();
-  void put_row(int32_t r, int32_t& slack, int32_t bk, double bl, double bu, long double shift);
+  void put_row(int32_t r, int32_t& slack, int32_t bk, double bl, double bu, long double shift, double reach);
   void put_rows();
   void put_quadratic(long double& cfix);
 };
@@ -194,14 +196,22 @@ void preparation::put_members() {
   p.conebeg[num] = k;
 }
 
-// bl <= activity + shift <= bu by a column of its own, unless it is an equality.
-void preparation::put_row(int32_t r, int32_t& k, int32_t bk, double bl, double bu, long double shift) {
+// A side less what its fixed terms add to. What the data are rounded to is no right side: scaled to near 1, where it is
+// all of b or a row has nothing else, it drives tau to 0.
+double less_shift(double side, long double shift, double reach) noexcept {
+  constexpr double rounding = 8 * std::numeric_limits<double>::epsilon();
+  const long double left = side - shift;
+  return std::fabs(left) <= rounding * reach ? 0.0 : static_cast<double>(left);
+}
+
+// bl <= activity + shift <= bu by a column of its own, unless it is an equality. reach: the size of what shift adds up.
+void preparation::put_row(int32_t r, int32_t& k, int32_t bk, double bl, double bu, long double shift, double reach) {
   if (bk == bk_fx) {
-    p.b[r] = static_cast<double>(bl - shift);
+    p.b[r] = less_shift(bl, shift, reach);
     return;
   }
   put_bounds(p, k, bk, bl, bu); // of the activity
-  p.b[r] = static_cast<double>(p.base[k] - shift);
+  p.b[r] = less_shift(p.base[k], shift, reach);
   p.base[k] = 0;
   p.slackrow[k - (p.hs.a.numcol - p.nummember - p.numslack)] = r;
   p.c[k] = 0;
@@ -216,12 +226,12 @@ void preparation::put_rows() {
   for (int32_t i = 0; i < lp.numcon; i++) {
     if (newrow[i] < 0) continue;
     p.row2con[newrow[i]] = i;
-    put_row(newrow[i], k, lp.bkc[i], lp.blc[i], lp.buc[i], rhs[i]);
+    put_row(newrow[i], k, lp.bkc[i], lp.blc[i], lp.buc[i], rhs[i], terms[i]);
   }
   for (int32_t j = 0; j < lp.numvar; j++) {
     if (ownrow[j] < 0) continue;
     p.row2con[ownrow[j]] = -1 - j;
-    put_row(ownrow[j], k, ownbk[j], lp.blx[j], lp.bux[j], 0);
+    put_row(ownrow[j], k, ownbk[j], lp.blx[j], lp.bux[j], 0, 0);
   }
 }
 
@@ -275,7 +285,10 @@ void TVN_opt_prepare(sysenv& sys, const problem_view& lp, prepared_problem& p) {
     }
     if (base == 0) continue;
     cfix += static_cast<long double>(TVN_prslv_foldedcost(lp, j)) * base;
-    for (int64_t q = lp.ptrb[j]; q < lp.ptre[j]; q++) prep.rhs[lp.sub[q]] += static_cast<long double>(lp.val[q]) * base;
+    for (int64_t q = lp.ptrb[j]; q < lp.ptre[j]; q++) {
+      prep.rhs[lp.sub[q]] += static_cast<long double>(lp.val[q]) * base;
+      prep.terms[lp.sub[q]] += std::fabs(lp.val[q] * base);
+    }
   }
   prep.put_rows();
   prep.put_members();

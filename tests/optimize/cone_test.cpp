@@ -108,3 +108,22 @@ TEST_F(Cones, ClaimsHoldAndOtherFormsOfAProblemAgree) {
   EXPECT_GE(answered, 4 * seeds - 4 * seeds / 20);
   for (const uint64_t c : count) EXPECT_GT(c, seeds / 20);
 }
+
+// Rows that fixed variables use up, but for what their right sides are rounded to.
+TEST_F(Cones, RoundingOfARightSideIsNoData) {
+  for (uint64_t seed = 0; seed < 100; seed++) {
+    std::mt19937_64 rng(seed);
+    std::uniform_real_distribution<double> any(0.1, 2);
+    const double v = any(rng), a = any(rng), b = any(rng), cost = any(rng);
+    cone_case k;
+    k.type = {tvn::ct_quad}, k.members = {{1}};
+    k.p.m = k.p.n = 2, k.p.c = {-1, cost};
+    k.p.put(0, a), k.p.put(1, b), k.p.end_column();
+    k.p.end_column();
+    k.p.blc = {a * v, -1e30}, k.p.buc = {a * v, b * v}; // the second is used up as well, but not an equality
+    k.p.blx = {v, -1e30}, k.p.bux = {v, 1e30};
+    const lp_point s = solve(k, false);
+    EXPECT_EQ(info.solsta, tvn::sol_optimal) << seed;
+    EXPECT_LE(k.worst(s), 2e-6) << seed;
+  }
+}
