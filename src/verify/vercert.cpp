@@ -82,6 +82,7 @@ double TVN_verify_dualcertificate(sysenv& sys, const problem_view& lp, const sol
   buffer<verify_sum> act(sys, lp.numcon);
   TVN_verify_activities(lp, quadratic_part(sys, linear, sol.xx, nullptr), sol.xx, act);
   double worst = 0;
+  long double terms = 0; // of the fall
   auto recede = [&](double v, int32_t bk) {
     if (has_lower(bk)) worsen(worst, -v);
     if (has_upper(bk)) worsen(worst, v);
@@ -91,13 +92,16 @@ double TVN_verify_dualcertificate(sysenv& sys, const problem_view& lp, const sol
   for (int32_t i = 0; i < lp.numcon; i++) {
     recede(static_cast<double>(act[i].value), lp.bkc[i]);
     fall -= cost_of_slack(lp, i) * act[i].value;
+    terms += std::fabs(cost_of_slack(lp, i) * act[i].value);
   }
   for (int32_t j = 0; j < lp.numvar; j++) {
     recede(sol.xx[j], lp.bkx[j]);
     fall -= static_cast<long double>(lp.c[j]) * sol.xx[j];
+    terms += std::fabs(static_cast<long double>(lp.c[j]) * sol.xx[j]);
   }
   worsen(worst, TVN_verify_outsidecones(lp.cone, sol.xx));
-  if (!(fall > 0) || !falls_far(sys, lp, sol.xx, fall, worst)) return std::numeric_limits<double>::infinity();
+  if (!(fall > roundoff * terms) || !falls_far(sys, lp, sol.xx, fall, worst))
+    return std::numeric_limits<double>::infinity();
   return worst / static_cast<double>(fall);
 }
 

@@ -108,6 +108,8 @@ TEST(Cones, TakePartInCertificatesAndShareReducedCosts) {
   ray.s.xx = {5, 3, 4, 0};
   ray.expect_sound();
   ray.expect_unsound({[](lp_point& s) { s.xx[1] = 3.01; }, [](lp_point& s) { s.xx[0] = -5; }});
+  ray.p.c = {-(0.1 + 0.2), 0.5, 0, 0}; // falls by what 0.1 + 0.2 is rounded to
+  EXPECT_FALSE(ray.verdict().holds);
   claim_case bounded = shortest(false);
   bounded.p.blx[0] = 6, bounded.s.xx[0] = 6; // above the length: all of the cost belongs to the bound
   bounded.s.slx[0] = 1, bounded.s.snx = {0, 0, 0, 0};
