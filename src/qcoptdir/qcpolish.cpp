@@ -21,6 +21,7 @@ namespace tvn {
 namespace {
 
 constexpr int32_t maxsteps = 20;
+constexpr double away = 1e3;    // of the largest x, beside 1
 constexpr int32_t patience = 4; // steps that make nothing better
 constexpr double most = 1e16;   // distance over dual: such a row is out of it
 constexpr double regular = 1e-12;
@@ -191,6 +192,16 @@ struct polisher {
 
 } // namespace
 
+namespace {
+
+double largest_value(int32_t num, const double* v) {
+  double largest = 0;
+  for (int32_t j = 0; j < num; j++) largest = std::max(largest, std::fabs(v[j]));
+  return largest;
+}
+
+} // namespace
+
 bool TVN_qcqo_polish(sysenv& sys, const problem_view& lp, const qcone_form& form, const lp_tolerances& tol,
                      const sfk_progress& progress, solution_view& sol) {
   solution_room room(sys, lp.numcon, lp.numvar);
@@ -204,7 +215,10 @@ bool TVN_qcqo_polish(sysenv& sys, const problem_view& lp, const qcone_form& form
   if (TVN_kktfac_autosetup(p.k, a, {}) != kktfac_code::ok) return false;
   double best = worst(TVN_verify_residuals(sys, lp, sol), tol);
   int32_t numworse = 0;
+  // Along what only rounding holds, a step goes so far that the measures drown in their own rounding.
+  const double farthest = away * (1 + largest_value(lp.numvar, sol.xx));
   for (int32_t step = 0; step < maxsteps && p.step(room.sol); step++) {
+    if (!(largest_value(lp.numvar, room.sol.xx) <= farthest)) break;
     const double now = worst(TVN_verify_residuals(sys, lp, room.sol), tol);
     if (!(now < best)) {
       if (++numworse > patience) break;

@@ -115,3 +115,26 @@ TEST_F(QuadraticRows, RayIsFoundWhereThereIsOne) {
       EXPECT_TRUE(info.solsta != tvn::sol_optimal && info.solsta != tvn::sol_prim_infeas_cer) << info.solsta;
   }
 }
+
+// A Q of rank one in free variables, whose costs are its multiple but for rounding: along what is left no point is told
+// from another, and one at 1e10 looked as good as any.
+TEST_F(QuadraticRows, PointStaysWhereOnlyRoundingWouldMoveIt) {
+  quadrows_case k;
+  lp_case& p = k.k.p;
+  p.m = 1, p.n = 4, p.c = {0.06814103743821064, -0.6728338945938518, -0.04173771399529408, 0.012542223211295351};
+  for (size_t j = 0; j < 4; j++) {
+    p.put(0, j == 2 ? -1.602287669151595 : 0);
+    p.end_column();
+  }
+  p.blc = {-0.37045220671416235}, p.buc = {1e30};
+  p.blx = {-1e30, -1e30, -1e30, -1e30}, p.bux = {1e30, 0.008, 1e30, 1e30};
+  k.rowq.resize(1);
+  k.k.put({{1.7201959085920981, 0.9387184041256575, -1.053653533141414, 0.3166239004253948},
+           {0.9387184041256575, 0.5122627241715956, -0.5749833249756936, 0.1727830423446532},
+           {-1.053653533141414, -0.5749833249756936, 0.6453833324193995, -0.19393831231308917},
+           {0.3166239004253948, 0.1727830423446532, -0.19393831231308917, 0.05827864943745909}});
+  const lp_point s = solve(k, {});
+  EXPECT_EQ(info.solsta, tvn::sol_optimal);
+  EXPECT_NEAR(info.objective, -0.0070297640, 1e-8);
+  for (const double x : s.xx) EXPECT_LE(std::fabs(x), 1e3);
+}
