@@ -18,9 +18,11 @@ double certificate_error(double residual, double gain, double norm, double norma
   return error < HUGE_VAL ? error : HUGE_VAL;
 }
 
-// Infinite for a NaN.
+// Infinite for a NaN. A tolerance of 0 is never met, yet points still differ by it.
 double ratio(double figure, double limit) noexcept {
+  constexpr double least = 1e-100;
   if (figure <= 0) return 0;
+  limit = std::max(limit, least);
   return figure / limit < HUGE_VAL ? figure / limit : HUGE_VAL;
 }
 

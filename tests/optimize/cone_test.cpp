@@ -127,3 +127,15 @@ TEST_F(Cones, RoundingOfARightSideIsNoData) {
     EXPECT_LE(k.worst(s), 2e-6) << seed;
   }
 }
+
+TEST_F(Cones, ToleranceOfNoneStillReturnsTheBestPoint) {
+  for (uint64_t seed = 0; seed < 20; seed++) {
+    known_cones k = drawn(seed);
+    tvn::ipm_param param;
+    param.hs.tolpfeas = param.hs.toldfeas = param.hs.tolgap = 0;
+    lp_point s(k.k.p);
+    tvn::solution_view sol = s.view();
+    tvn::TVN_opt_ipmslv(*sys, k.k.view(), param, info, {}, sol);
+    EXPECT_LE(k.k.worst(s), 1e-5) << seed;
+  }
+}
