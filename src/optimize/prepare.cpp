@@ -32,7 +32,8 @@ struct preparation {
   prepared_problem& p;
   buffer<int32_t> newrow; // -1: free
   buffer<long double> rhs;
-  buffer<double> terms;     // [numcon] of rhs, without their signs
+  // [numcon] of rhs, without their signs; 0 without cones, for pilot-ja would be tried three times.
+  buffer<double> terms;
   buffer<column_kind> kind; // [numvar]
   buffer<int32_t> ownrow;   // [numvar] of a member with bounds of its own, else -1
   buffer<int32_t> ownbk;    // [numvar] what its cone does not imply
@@ -287,7 +288,7 @@ void TVN_opt_prepare(sysenv& sys, const problem_view& lp, prepared_problem& p) {
     cfix += static_cast<long double>(TVN_prslv_foldedcost(lp, j)) * base;
     for (int64_t q = lp.ptrb[j]; q < lp.ptre[j]; q++) {
       prep.rhs[lp.sub[q]] += static_cast<long double>(lp.val[q]) * base;
-      prep.terms[lp.sub[q]] += std::fabs(lp.val[q] * base);
+      if (lp.cone.any()) prep.terms[lp.sub[q]] += std::fabs(lp.val[q] * base);
     }
   }
   prep.put_rows();
