@@ -19,8 +19,8 @@ namespace tvn {
 
 namespace {
 
-constexpr double enough =
-    1e-9; // residuals below it need no polish: at 1e-11 it would begin for 13 of 82 problems, not for 3
+// Residuals below it need no polish: at 1e-11 it would begin for 13 of 82 problems, not for 3.
+constexpr double enough = 1e-9;
 constexpr double same_objective = 1e-6;
 constexpr int32_t max_rounds = 3;
 constexpr double most_exact = enough / 1e-15; // y above it, far along a ray of duals, has no such digits in doubles

@@ -102,11 +102,13 @@ const step init = [](handles& h) { return TVN_initenv(h.env); };
 const step make = [](handles& h) { return h.task ? TVN_RES_OK : TVN_maketask(h.env, 0, 0, &h.task); };
 const step optimize = [](handles& h) { return TVN_optimize(h.task); };
 const step summary = [](handles& h) { return TVN_solutionsummary(h.task, TVN_STREAM_LOG); };
-const step optimal = [](handles& h) {
+TVNrescodee expect_optimum(handles& h, int32_t whichsol) {
   int32_t solsta = -1;
-  const TVNrescodee code = TVN_getsolutionstatus(h.task, TVN_SOL_BAS, nullptr, &solsta);
+  const TVNrescodee code = TVN_getsolutionstatus(h.task, whichsol, nullptr, &solsta);
   return code == TVN_RES_OK && solsta != TVN_SOL_STA_OPTIMAL ? TVN_RES_ERR_INTERNAL : code;
-};
+}
+const step optimal = [](handles& h) { return expect_optimum(h, TVN_SOL_BAS); };
+const step interior_optimum = [](handles& h) { return expect_optimum(h, TVN_SOL_ITR); };
 
 tvntest::lp_case& problem() {
   static tvntest::lp_case p = [] {
@@ -142,13 +144,7 @@ TEST(ShortMemory, InteriorPointInEitherForm) {
                                             p.sub.data(), p.val.data(), p.bkc.data(), p.blc.data(), p.buc.data(),
                                             p.bkx.data(), p.blx.data(), p.bux.data())});
                      },
-                     optimize,
-                     [](handles& h) {
-                       int32_t solsta = -1;
-                       const TVNrescodee code = TVN_getsolutionstatus(h.task, TVN_SOL_ITR, nullptr, &solsta);
-                       return code == TVN_RES_OK && solsta != TVN_SOL_STA_OPTIMAL ? TVN_RES_ERR_INTERNAL : code;
-                     },
-                     summary});
+                     optimize, interior_optimum, summary});
 }
 
 TEST(ShortMemory, ConesFormedAndLarge) {
@@ -170,13 +166,7 @@ TEST(ShortMemory, ConesFormedAndLarge) {
            code = TVN_appendcone(h.task, k.k.type[c], 0, int32_t(k.k.members[c].size()), k.k.members[c].data());
          return code;
        },
-       optimize,
-       [](handles& h) {
-         int32_t solsta = -1;
-         const TVNrescodee code = TVN_getsolutionstatus(h.task, TVN_SOL_ITR, nullptr, &solsta);
-         return code == TVN_RES_OK && solsta != TVN_SOL_STA_OPTIMAL ? TVN_RES_ERR_INTERNAL : code;
-       },
-       summary});
+       optimize, interior_optimum, summary});
 }
 
 // A ball and a slack cone of two, so that the reformulation, the loop and the polish all take memory.
@@ -195,12 +185,7 @@ TEST(ShortMemory, QuadraticRowBesideACone) {
                    },
                    [](handles& h) { return TVN_putqconk(h.task, 0, 2, sub, sub, two); },
                    [](handles& h) { return TVN_appendcone(h.task, TVN_CT_QUAD, 0, 2, members); }, optimize,
-                   [](handles& h) {
-                     int32_t solsta = -1;
-                     const TVNrescodee code = TVN_getsolutionstatus(h.task, TVN_SOL_ITR, nullptr, &solsta);
-                     return code == TVN_RES_OK && solsta != TVN_SOL_STA_OPTIMAL ? TVN_RES_ERR_INTERNAL : code;
-                   },
-                   summary});
+                   interior_optimum, summary});
 }
 
 TEST(ShortMemory, PutByPieces) {
